@@ -1,0 +1,136 @@
+// The main program of every bench: runs Google Benchmark with its repetitions interleaved at random, and prints one
+// Markdown table a program, a row a case, with the ratio of each contender's median time to sinew's.
+//
+// Benchmarks are named "case/contender"; the contenders of one case do the same work on the same input. Ratios above
+// one mean that sinew is faster. Absolute times are printed for orientation only: machines are noisy, and only ratios
+// of interleaved runs can be compared.
+
+#include <algorithm>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+std::string const kOurs = "sinew";
+
+class RatioTable : public benchmark::BenchmarkReporter
+{
+public:
+    bool ReportContext(Context const&) override { return true; }
+
+    void ReportRuns(std::vector<Run> const& runs) override
+    {
+        for (Run const& run : runs) {
+            if (run.error_occurred) {
+                std::fprintf(stderr, "%s: %s\n", run.benchmark_name().c_str(), run.error_message.c_str());
+                failed_ = true;
+            } else if (run.run_type == Run::RT_Iteration) {
+                record(run.run_name.function_name, nanosecondsPerItem(run));
+            }
+        }
+    }
+
+    void Finalize() override
+    {
+        std::vector<std::string> columns;
+        for (std::string const& contender : contenders_) {
+            if (contender != kOurs) columns.push_back(contender);
+        }
+        std::printf("\n| case | sinew |");
+        for (std::string const& column : columns) std::printf(" %s / sinew |", column.c_str());
+        std::printf("\n|---|---:|");
+        for (std::size_t i = 0; i < columns.size(); ++i) std::printf("---:|");
+        std::printf("\n");
+        for (std::string const& name : cases_) printRow(name, columns);
+    }
+
+    bool failed() const { return failed_; }
+
+private:
+    static double nanosecondsPerItem(Run const& run)
+    {
+        double const perIteration = run.real_accumulated_time / static_cast<double>(run.iterations) * 1e9;
+        auto const items = run.counters.find("items_per_second");
+        return items == run.counters.end() ? perIteration : 1e9 / items->second.value;
+    }
+
+    void record(std::string const& name, double nanoseconds)
+    {
+        std::size_t const slash = name.rfind('/');
+        std::string const caseName = name.substr(0, slash);
+        std::string const contender = slash == std::string::npos ? kOurs : name.substr(slash + 1);
+        remember(cases_, caseName);
+        remember(contenders_, contender);
+        times_[caseName][contender].push_back(nanoseconds);
+    }
+
+    static void remember(std::vector<std::string>& list, std::string const& name)
+    {
+        if (std::find(list.begin(), list.end(), name) == list.end()) list.push_back(name);
+    }
+
+    static double median(std::vector<double> values)
+    {
+        std::sort(values.begin(), values.end());
+        std::size_t const middle = values.size() / 2;
+        return values.size() % 2 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+    }
+
+    static std::string duration(double nanoseconds)
+    {
+        char text[32];
+        if (nanoseconds < 1e3) {
+            std::snprintf(text, sizeof text, "%.3g ns", nanoseconds);
+        } else if (nanoseconds < 1e6) {
+            std::snprintf(text, sizeof text, "%.3g us", nanoseconds / 1e3);
+        } else {
+            std::snprintf(text, sizeof text, "%.4g ms", nanoseconds / 1e6);
+        }
+        return text;
+    }
+
+    void printRow(std::string const& name, std::vector<std::string> const& columns)
+    {
+        auto const& contenders = times_[name];
+        auto const ours = contenders.find(kOurs);
+        double const base = ours == contenders.end() ? 0.0 : median(ours->second);
+        std::printf("| %s | %s |", name.c_str(), base > 0 ? duration(base).c_str() : "-");
+        for (std::string const& column : columns) {
+            auto const other = contenders.find(column);
+            if (other == contenders.end() || !(base > 0)) {
+                std::printf(" - |");
+            } else {
+                std::printf(" %.2f |", median(other->second) / base);
+            }
+        }
+        std::printf("\n");
+    }
+
+    std::vector<std::string> cases_;
+    std::vector<std::string> contenders_;
+    std::map<std::string, std::map<std::string, std::vector<double>>> times_;
+    bool failed_ = false;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    // Defaults first, so that the command line can override them.
+    std::vector<std::string> defaults = {argv[0], "--benchmark_repetitions=7",
+                                         "--benchmark_enable_random_interleaving=true", "--benchmark_min_time=0.05"};
+    std::vector<char*> arguments;
+    for (std::string& argument : defaults) arguments.push_back(argument.data());
+    for (int i = 1; i < argc; ++i) arguments.push_back(argv[i]);
+    int count = static_cast<int>(arguments.size());
+
+    benchmark::Initialize(&count, arguments.data());
+    if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 2;
+    RatioTable table;
+    benchmark::RunSpecifiedBenchmarks(&table);
+    return table.failed() ? 1 : 0;
+}

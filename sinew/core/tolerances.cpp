@@ -1,0 +1,3 @@
+#include <sinew/core/tolerances.h>
+
+gConst_c::gConst_c() = default;

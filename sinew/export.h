@@ -1,0 +1,12 @@
+#pragma once
+
+/// SINEW_API marks what the shared library exports; everything else stays hidden inside it.
+#if defined(_WIN32)
+#if defined(SINEW_BUILDING)
+#define SINEW_API __declspec(dllexport)
+#else
+#define SINEW_API
+#endif
+#else
+#define SINEW_API __attribute__((visibility("default")))
+#endif

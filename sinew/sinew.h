@@ -1,0 +1,11 @@
+#pragma once
+
+/// Everything that sinew offers, in the order of its rooms. A host that compiles often includes single headers instead.
+
+#include <sinew/framework/vect2.h>
+
+#include <sinew/core/eigen_solver.h>
+#include <sinew/core/matrix3.h>
+#include <sinew/core/tolerances.h>
+#include <sinew/core/vector3.h>
+#include <sinew/core/vector_geometry.h>

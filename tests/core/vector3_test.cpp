@@ -1,0 +1,165 @@
+#include <sinew/core/vector3.h>
+
+#include <limits>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "support/bits.h"
+
+namespace {
+
+double const kNaN = std::numeric_limits<double>::quiet_NaN();
+
+Vector3 atDegrees(double degrees)
+{
+    double const radians = degrees * 3.14159265358979323846 / 180;
+    return {std::cos(radians), std::sin(radians), 0.0};
+}
+
+} // namespace
+
+TEST(Vector3, StartsAtZero)
+{
+    EXPECT_EQ(Vector3(), Vector3(0, 0, 0));
+}
+
+TEST(Vector3, IsThreeConsecutiveDoubles)
+{
+    EXPECT_EQ(sizeof(Vector3), 3 * sizeof(double));
+    EXPECT_EQ(sizeof(UVector3), sizeof(Vector3));
+}
+
+TEST(Vector3, IndexReachesEachComponent)
+{
+    Vector3 v(1, 2, 3);
+    EXPECT_EQ(v[0], 1);
+    EXPECT_EQ(v[1], 2);
+    EXPECT_EQ(v[2], 3);
+    v[1] = 7;
+    EXPECT_EQ(v, Vector3(1, 7, 3));
+}
+
+TEST(Vector3, DivisionMultipliesByOneReciprocal)
+{
+    // 5 * (1 / 3.0) and 5 / 3.0 differ in the last bit.
+    ASSERT_NE(5 * (1 / 3.0), 5 / 3.0);
+    EXPECT_EQ((Vector3(5, 0, 0) / 3.0).x, 5 * (1 / 3.0));
+}
+
+TEST(Vector3, CrossIsRightHanded)
+{
+    EXPECT_EQ(cross(Vector3(1, 0, 0), Vector3(0, 1, 0)), Vector3(0, 0, 1));
+}
+
+TEST(Vector3, NullTestIsStrict)
+{
+    // 2^-43 and 2^-44 squared are exact; scale so that the squared length lands on the threshold or beside it.
+    EXPECT_TRUE(Vector3(9.9e-14, 0, 0).isNull());
+    EXPECT_FALSE(Vector3(1e-13, 0, 0).isNull()) << "a squared length of exactly 1e-26 is not below it";
+    ASSERT_EQ(1e-13 * 1e-13, 1e-26);
+    EXPECT_FALSE(Vector3(kNaN, 0, 0).isNull());
+}
+
+TEST(Vector3, AutoNormalizeLeavesNullAlone)
+{
+    Vector3 v(1e-14, 2e-14, 0);
+    EXPECT_FALSE(v.autoNormalize());
+    EXPECT_EQ(v, Vector3(1e-14, 2e-14, 0));
+}
+
+TEST(Vector3, AutoNormalizeMultipliesByOneReciprocal)
+{
+    Vector3 v(1, 2, 3);
+    double const r = 1.0 / v.length();
+    ASSERT_TRUE(v.autoNormalize());
+    EXPECT_EQ(v, Vector3(1 * r, 2 * r, 3 * r));
+}
+
+TEST(UVector3, NullKeepsXAndYAndSetsZ)
+{
+    EXPECT_EQ(UVector3(Vector3()), Vector3(0, 0, 1));
+    EXPECT_EQ(UVector3(Vector3(1e-14, 2e-14, 5e-15)), Vector3(1e-14, 2e-14, 1));
+    EXPECT_EQ(UVector3(), Vector3(0, 0, 1));
+    EXPECT_EQ(Vector3(1e-14, 0, 0).normalize(), Vector3(1e-14, 0, 1));
+}
+
+TEST(UVector3, BothConstructorsNormalise)
+{
+    EXPECT_EQ(UVector3(0, 3, 4), UVector3(Vector3(0, 3, 4)));
+    EXPECT_DOUBLE_EQ(UVector3(0, 3, 4).length(), 1.0);
+}
+
+TEST(IsParallel, CallersToleranceIsSquaredAndTheTestStrict)
+{
+    EXPECT_FALSE(Vector3(1, 0, 0).isParallel(Vector3(2, 0, 0), 1.0));
+    EXPECT_TRUE(Vector3(1, 0, 0).isParallel(Vector3(2, 0, 0), 0.999));
+    // cos 60 = 0.5: a tolerance of 0.5 squared lies just at it; used unsquared, 0.6 would pass below.
+    EXPECT_FALSE(Vector3(1, 0, 0).isParallel(atDegrees(60), 0.6));
+    EXPECT_TRUE(Vector3(1, 0, 0).isParallel(atDegrees(60), 0.4));
+}
+
+TEST(IsParallel, DefaultIsThreeHundredthsOfADegree)
+{
+    EXPECT_TRUE(Vector3(1, 0, 0).isParallel(atDegrees(0.0299), -1.0));
+    EXPECT_FALSE(Vector3(1, 0, 0).isParallel(atDegrees(0.0301), -1.0));
+}
+
+TEST(IsParallel, OppositeDirectionsCount)
+{
+    EXPECT_TRUE(Vector3(1, 2, 3).isParallel(Vector3(-1, -2, -3), -1.0));
+}
+
+TEST(IsParallel, NullAndNaNAreParallelToNothing)
+{
+    EXPECT_FALSE(Vector3().isParallel(Vector3(), 0.0));
+    EXPECT_FALSE(Vector3(1, 0, 0).isParallel(Vector3(), 0.0));
+    EXPECT_FALSE(Vector3(kNaN, 0, 0).isParallel(Vector3(1, 0, 0), 0.0));
+    EXPECT_FALSE(Vector3(1, 0, 0).isParallel(Vector3(1, 0, 0), kNaN)) << "a NaN tolerance is squared, not defaulted";
+}
+
+TEST(IsParallel, AlmostMeansFiveDegrees)
+{
+    EXPECT_TRUE(Vector3(1, 0, 0).isAlmostParallel(atDegrees(4.9)));
+    EXPECT_FALSE(Vector3(1, 0, 0).isAlmostParallel(atDegrees(5.1)));
+}
+
+TEST(IsNormal, ToleranceIsSquaredAndTheTestStrict)
+{
+    EXPECT_FALSE(Vector3(1, 0, 0).isNormal(Vector3(0, 1, 0), 0.0));
+    EXPECT_FALSE(Vector3(1, 0, 0).isNormal(Vector3(1, 0, 0), 1.0));
+    EXPECT_TRUE(Vector3(1, 0, 0).isNormal(atDegrees(60), 0.6));
+    EXPECT_FALSE(Vector3(1, 0, 0).isNormal(atDegrees(60), 0.4));
+}
+
+TEST(IsNormal, DefaultIsThreeHundredthsOfADegree)
+{
+    EXPECT_TRUE(Vector3(1, 0, 0).isNormal(atDegrees(90.0299), -1.0));
+    EXPECT_FALSE(Vector3(1, 0, 0).isNormal(atDegrees(90.0301), -1.0));
+}
+
+TEST(IsNormal, NullAndNaNAreNormalToNothing)
+{
+    EXPECT_FALSE(Vector3().isNormal(Vector3(1, 0, 0), 0.5));
+    EXPECT_FALSE(Vector3(0, 1, 0).isNormal(Vector3(1, 0, 0), kNaN));
+    EXPECT_FALSE(Vector3(0, kNaN, 0).isNormal(Vector3(1, 0, 0), 0.5));
+}
+
+TEST(IsNormal, AlmostMeansFiveDegrees)
+{
+    EXPECT_TRUE(Vector3(1, 0, 0).isAlmostNormal(atDegrees(85.1)));
+    EXPECT_FALSE(Vector3(1, 0, 0).isAlmostNormal(atDegrees(84.9)));
+}
+
+TEST(Dist, SumsInOrder)
+{
+    EXPECT_EQ(distSq({1, 2, 3}, {4, 6, 3}), 25.0);
+    EXPECT_EQ(dist({1, 2, 3}, {4, 6, 3}), 5.0);
+}
+
+TEST(StreamOutput, UsesTheStreamsFormatAndNoNewline)
+{
+    std::ostringstream out;
+    out << Vector3(1, 2.5, -3);
+    EXPECT_EQ(out.str(), "(1, 2.5, -3)");
+}

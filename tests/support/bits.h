@@ -1,0 +1,57 @@
+#pragma once
+
+/// Comparison of results bit for bit: the way our own methods are compared with each other.
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <sinew/core/matrix3.h>
+#include <sinew/core/vector3.h>
+#include <sinew/framework/vect2.h>
+
+namespace test {
+
+/// Equal bits, except that any NaN equals any other: IEEE leaves the sign and payload of a NaN open.
+inline bool sameBits(double a, double b)
+{
+    return (a != a && b != b) || std::memcmp(&a, &b, sizeof a) == 0;
+}
+inline bool sameBits(float a, float b)
+{
+    return (a != a && b != b) || std::memcmp(&a, &b, sizeof a) == 0;
+}
+inline bool sameBits(int a, int b)
+{
+    return a == b;
+}
+inline bool sameBits(Vector3 const& a, Vector3 const& b)
+{
+    return sameBits(a.x, b.x) && sameBits(a.y, b.y) && sameBits(a.z, b.z);
+}
+template <typename T>
+bool sameBits(tzNM::vect2<T> const& a, tzNM::vect2<T> const& b)
+{
+    return sameBits(a.x, b.x) && sameBits(a.y, b.y);
+}
+inline bool sameBits(Matrix3 const& a, Matrix3 const& b)
+{
+    return sameBits(a.column(0), b.column(0)) && sameBits(a.column(1), b.column(1)) &&
+           sameBits(a.column(2), b.column(2));
+}
+template <typename A, typename B>
+bool sameBits(std::pair<A, B> const& a, std::pair<A, B> const& b)
+{
+    return sameBits(a.first, b.first) && sameBits(a.second, b.second);
+}
+template <typename T>
+bool sameBits(std::vector<T> const& a, std::vector<T> const& b)
+{
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        if (!sameBits(a[i], b[i])) return false;
+    }
+    return true;
+}
+
+} // namespace test
