@@ -2,6 +2,8 @@
 
 /// Everything that sinew offers, in the order of its rooms. A host that compiles often includes single headers instead.
 
+#include <sinew/framework/serializable.h>
+#include <sinew/framework/smart_ptr.h>
 #include <sinew/framework/vect2.h>
 
 #include <sinew/core/eigen_solver.h>
