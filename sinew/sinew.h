@@ -7,7 +7,9 @@
 #include <sinew/framework/vect2.h>
 
 #include <sinew/core/eigen_solver.h>
+#include <sinew/core/matrix.h>
 #include <sinew/core/matrix3.h>
 #include <sinew/core/tolerances.h>
+#include <sinew/core/transform.h>
 #include <sinew/core/vector3.h>
 #include <sinew/core/vector_geometry.h>
