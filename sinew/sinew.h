@@ -13,3 +13,9 @@
 #include <sinew/core/transform.h>
 #include <sinew/core/vector3.h>
 #include <sinew/core/vector_geometry.h>
+
+#include <sinew/skinning/bone_transform.h>
+#include <sinew/skinning/bone_transform_vector.h>
+#include <sinew/skinning/display_data.h>
+#include <sinew/skinning/geometry_data.h>
+#include <sinew/skinning/substitute_geometry_data.h>

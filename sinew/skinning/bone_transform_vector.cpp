@@ -1,0 +1,90 @@
+#include <sinew/skinning/bone_transform_vector.h>
+
+#include <utility>
+
+#include <sinew/core/vector_geometry.h>
+
+namespace {
+
+using Influences = std::vector<std::pair<int, double>>;
+
+Vector3 placed(BaseDisplayData const& data, int vertex)
+{
+    return data.placement * data.getGeometry()->positions[static_cast<std::size_t>(vertex)];
+}
+
+BoneTransform const& boneAt(std::vector<BoneTransform> const& bones, int index)
+{
+    return bones[static_cast<std::size_t>(index)];
+}
+
+// Position `p` and the tangents of its normal, moved by two or more weighted bones.
+Vector3 blend(std::vector<BoneTransform> const& bones, Influences const& influences, Vector3 const& p,
+              Vector3& tangent1, Vector3& tangent2)
+{
+    Vector3 position;
+    Matrix3 linear = boneAt(bones, influences[0].first).linear * influences[0].second;
+    for (std::size_t k = 0; k < influences.size(); ++k) {
+        BoneTransform const& bone = boneAt(bones, influences[k].first);
+        position += influences[k].second * (bone * p);
+        if (k > 0) linear = linear + bone.linear * influences[k].second;
+    }
+    tangent1 = linear * tangent1;
+    tangent2 = linear * tangent2;
+    return position;
+}
+
+} // namespace
+
+BoneTransformVector::BoneTransformVector() = default;
+BoneTransformVector::BoneTransformVector(std::vector<BoneTransform> bones_) : bones(std::move(bones_)) {}
+BoneTransformVector::~BoneTransformVector() = default;
+
+Vector3 BoneTransformVector::getTransformed(int vertex, smart_ptr<BaseDisplayData const> data) const
+{
+    Vector3 const p = placed(*data, vertex);
+    if (!data->boneWeights) return p;
+    Influences const& influences = data->boneWeights->influences[static_cast<std::size_t>(vertex)];
+    if (influences.empty()) return p;
+    Vector3 result;
+    for (auto const& [bone, weight] : influences) result += weight * (bone < 0 ? p : boneAt(bones, bone) * p);
+    return result;
+}
+
+Vector3 BoneTransformVector::getTransformed(int vertex, smart_ptr<BaseDisplayData const> data, UVector3 const& normal,
+                                            UVector3& newNormal) const
+{
+    Vector3 p = placed(*data, vertex);
+    UVector3 const n(data->placement.linearComponent() * normal);
+    if (!data->boneWeights) {
+        newNormal = n;
+        return p;
+    }
+    Vector3 tangent1;
+    Vector3 tangent2;
+    getBasis(n, tangent1, tangent2);
+    Influences const& influences = data->boneWeights->influences[static_cast<std::size_t>(vertex)];
+    if (influences.size() == 1) {
+        BoneTransform const& bone = boneAt(bones, influences[0].first);
+        p = bone * p;
+        tangent1 = bone.linear * tangent1;
+        tangent2 = bone.linear * tangent2;
+    } else if (influences.size() >= 2) {
+        p = blend(bones, influences, p, tangent1, tangent2);
+    }
+    newNormal = UVector3(cross(tangent1, tangent2));
+    return p;
+}
+
+BoneTransformModifyer::BoneTransformModifyer(smart_ptr<BoneTransformVector> bones_) : bones(std::move(bones_)) {}
+
+smart_ptr<SurfaceGeometryData> BoneTransformModifyer::operator()(smart_ptr<DisplayData const> data) const
+{
+    smart_ptr<SurfaceGeometryData> result(new SurfaceGeometryData);
+    *result = *data->surface;
+    for (std::size_t i = 0; i < result->positions.size(); ++i) {
+        result->positions[i] =
+            bones->getTransformed(static_cast<int>(i), data, data->surface->normals[i], result->normals[i]);
+    }
+    return result;
+}

@@ -1,0 +1,48 @@
+#include <sinew/skinning/substitute_geometry_data.h>
+
+#include <utility>
+
+namespace {
+
+void reverseWinding(SurfaceGeometryData& surface)
+{
+    std::vector<int>& indices = surface.indices;
+    // A last index without a partner has nothing to be swapped with.
+    for (std::size_t k = 0; k + 1 < indices.size(); k += 3) std::swap(indices[k], indices[k + 1]);
+}
+
+} // namespace
+
+SubstituteGeometryData::SubstituteGeometryData(smart_ptr<CurveDisplayData> curveData, smart_ptr<BoneTransformVector>)
+    : savedCurveGeometry(curveData->geometry), curve(std::move(curveData))
+{
+}
+
+SubstituteGeometryData::SubstituteGeometryData(smart_ptr<DisplayData> data, smart_ptr<BoneTransformVector> bones)
+    : savedSurface(data->surface), display(std::move(data)), savedPlacement(display->placement)
+{
+    smart_ptr<SurfaceGeometryData> deformed = BoneTransformModifyer(std::move(bones))(display);
+    // Nothing below can fail, so a guard that could not be built leaves the display data untouched.
+    display->placement = Transform();
+    if (savedPlacement.scale < 0) reverseWinding(*deformed);
+    display->surface = std::move(deformed);
+}
+
+SubstituteGeometryData::SubstituteGeometryData(smart_ptr<DisplayData> data) : savedPlacement(data->placement)
+{
+    if (savedPlacement.scale > 0) return;
+    smart_ptr<SurfaceGeometryData> mirrored(new SurfaceGeometryData(*data->surface));
+    reverseWinding(*mirrored);
+    savedSurface = data->surface;
+    display = std::move(data);
+    display->surface = std::move(mirrored);
+}
+
+SubstituteGeometryData::~SubstituteGeometryData()
+{
+    if (display) {
+        display->surface = savedSurface;
+        display->placement = savedPlacement;
+    }
+    if (curve) curve->geometry = savedCurveGeometry;
+}

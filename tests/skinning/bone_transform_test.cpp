@@ -1,0 +1,237 @@
+#include <sinew/skinning/bone_transform.h>
+
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "support/bits.h"
+#include "support/random.h"
+
+namespace {
+
+using test::Random;
+using test::sameBits;
+
+double const kNaN = std::numeric_limits<double>::quiet_NaN();
+double const kPi = 3.14159265358979323846;
+double const kRounding = 1e-12; // a dozen roundings of numbers near 1
+
+::testing::AssertionResult near(Vector3 const& a, Vector3 const& b, double tolerance = kRounding)
+{
+    if (dist(a, b) <= tolerance) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << a << " is " << dist(a, b) << " away from " << b;
+}
+
+::testing::AssertionResult near(Matrix3 const& a, Matrix3 const& b, double tolerance = kRounding)
+{
+    for (int j = 0; j < 3; ++j) {
+        if (auto result = near(a.column(j), b.column(j), tolerance); !result) return result << " in column " << j;
+    }
+    return ::testing::AssertionSuccess();
+}
+
+::testing::AssertionResult near(BoneTransform const& a, BoneTransform const& b, double tolerance = kRounding)
+{
+    if (auto result = near(a.linear, b.linear, tolerance); !result) return result;
+    return near(a.translation, b.translation, tolerance);
+}
+
+bool same(BoneTransform const& a, BoneTransform const& b)
+{
+    return sameBits(a.linear, b.linear) && sameBits(a.translation, b.translation);
+}
+
+BoneTransform rotation(Vector3 const& axis, double angle, Vector3 const& translation = Vector3())
+{
+    BoneTransform result;
+    result.linear = Matrix3::rotationMatrix(UVector3(axis), angle);
+    result.translation = translation;
+    return result;
+}
+
+BoneTransform randomBone(Random& random)
+{
+    return BoneTransform(random.point(), random.point(), random.point(), random.point(), random.uniform(-3, 3));
+}
+
+} // namespace
+
+TEST(BoneTransform, IsTwelveDoublesAndStartsAsTheIdentity)
+{
+    EXPECT_EQ(sizeof(BoneTransform), 12 * sizeof(double));
+    EXPECT_EQ(BoneTransform() * Vector3(1, 2, 3), Vector3(1, 2, 3));
+}
+
+TEST(BoneTransform, ABoneAtRestStays)
+{
+    BoneTransform const bone({1, 2, 3}, {4, 6, 3}, {1, 2, 3}, {4, 6, 3}, 0.0);
+    EXPECT_TRUE(near(bone, BoneTransform()));
+}
+
+TEST(BoneTransform, AMovedBoneTranslates)
+{
+    BoneTransform const bone({0, 0, 0}, {0, 1, 0}, {5, 6, 7}, {5, 7, 7}, 0.0);
+    EXPECT_TRUE(near(bone.linear, Matrix3()));
+    EXPECT_TRUE(near(bone.translation, {5, 6, 7}));
+}
+
+TEST(BoneTransform, TwistTurnsRightHandedAboutThePosedDirection)
+{
+    BoneTransform const bone({0, 0, 0}, {0, 0, 2}, {0, 0, 0}, {0, 0, 2}, kPi / 2);
+    EXPECT_TRUE(near(bone * Vector3(1, 0, 0.5), {0, 1, 0.5}));
+    EXPECT_TRUE(near(bone * Vector3(0, 0, 2), {0, 0, 2})) << "points of the bone itself stay";
+}
+
+TEST(BoneTransform, StretchesAlongTheBoneOnly)
+{
+    BoneTransform const bone({0, 0, 0}, {0, 1, 0}, {0, 0, 0}, {0, 2, 0}, 0.0);
+    EXPECT_TRUE(near(bone * Vector3(0, 1, 0), {0, 2, 0}));
+    EXPECT_TRUE(near(bone * Vector3(3, 0, 4), {3, 0, 4}));
+}
+
+TEST(BoneTransform, OppositeDirectionsTurnAboutTheFirstBasisVector)
+{
+    // getBasis((0, 0, 1)) begins with (0, 1, 0): y stays and x is reversed.
+    BoneTransform const bone({0, 0, 0}, {0, 0, 1}, {0, 0, 0}, {0, 0, -1}, 0.0);
+    EXPECT_TRUE(near(bone * Vector3(1, 2, 3), {-1, 2, -3}));
+}
+
+TEST(BoneTransform, CarriesBothEndsOfRandomBones)
+{
+    Random random(41);
+    for (int trial = 0; trial < 2000; ++trial) {
+        SCOPED_TRACE(trial);
+        Vector3 const p[4] = {random.point(), random.point(), random.point(), random.point()};
+        BoneTransform const bone(p[0], p[1], p[2], p[3], random.uniform(-4, 4));
+        double const stretch = dist(p[2], p[3]) / dist(p[0], p[1]);
+        EXPECT_TRUE(near(bone * p[0], p[2], 1e-12 * (1 + stretch)));
+        EXPECT_TRUE(near(bone * p[1], p[3], 1e-12 * (1 + stretch)));
+        // Across the bone lengths hold, so the volume changes by the stretch alone.
+        EXPECT_NEAR(bone.linear.determinant(), stretch, 1e-10 * stretch);
+    }
+}
+
+TEST(BoneTransform, AZeroRestLengthNeverThrowsAndShowsInTheNumbers)
+{
+    BoneTransform const bone({1, 1, 1}, {1, 1, 1}, {0, 0, 0}, {0, 0, 1}, 0.0);
+    bool finite = true;
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) finite = finite && std::isfinite(bone.linear(i, j));
+    }
+    EXPECT_FALSE(finite);
+}
+
+TEST(BoneTransform, CompositionAppliesTheRightOneFirst)
+{
+    BoneTransform const turn = rotation({0, 0, 1}, kPi / 2);
+    BoneTransform move;
+    move.translation = Vector3(1, 0, 0);
+    EXPECT_TRUE(near((turn * move) * Vector3(0, 0, 0), {0, 1, 0}));
+    EXPECT_TRUE(near((move * turn) * Vector3(0, 0, 0), {1, 0, 0}));
+}
+
+TEST(BoneTransform, InverseUndoes)
+{
+    Random random(42);
+    for (int trial = 0; trial < 500; ++trial) {
+        SCOPED_TRACE(trial);
+        BoneTransform const bone = randomBone(random);
+        if (std::fabs(bone.linear.determinant()) < 0.05) continue; // ill-conditioned: not what is tested here
+        EXPECT_TRUE(near(bone * bone.inverse(), BoneTransform(), 1e-10));
+    }
+}
+
+TEST(BoneTransform, InverseOfASingularMapIsZero)
+{
+    BoneTransform flat;
+    flat.linear.zero();
+    flat.translation = Vector3(1, 2, 3);
+    EXPECT_EQ(flat.inverse().linear(0, 0), 0.0);
+    EXPECT_EQ(flat.inverse().translation, Vector3());
+}
+
+TEST(BoneInterpolate, OutsideTheOpenIntervalTheEndsAreExact)
+{
+    Random random(43);
+    BoneTransform const target = randomBone(random);
+    EXPECT_TRUE(same(BoneTransform::interpolate(target, 0.0), BoneTransform()));
+    EXPECT_TRUE(same(BoneTransform::interpolate(target, -1.0), BoneTransform()));
+    EXPECT_TRUE(same(BoneTransform::interpolate(target, 1.0), target));
+    EXPECT_TRUE(same(BoneTransform::interpolate(target, 2.0), target));
+}
+
+TEST(BoneInterpolate, NaNGoesOnToTheGeneralSteps)
+{
+    BoneTransform const target = rotation({0, 0, 1}, 1.0, {1, 2, 3});
+    BoneTransform const blended = BoneTransform::interpolate(target, kNaN);
+    EXPECT_TRUE(std::isnan(blended.translation.x));
+    EXPECT_TRUE(std::isnan(blended.linear(0, 0)));
+}
+
+TEST(BoneInterpolate, TurnsARotationByAFractionOfItsAngle)
+{
+    Random random(44);
+    for (int trial = 0; trial < 500; ++trial) {
+        SCOPED_TRACE(trial);
+        Vector3 const axis = random.point();
+        double const angle = random.uniform(-3, 3);
+        double const t = random.uniform(0.01, 0.99);
+        BoneTransform const target = rotation(axis, angle, random.point());
+        BoneTransform const blended = BoneTransform::interpolate(target, t);
+        EXPECT_TRUE(near(blended.linear, Matrix3::rotationMatrix(UVector3(axis), t * angle), 1e-9));
+        EXPECT_TRUE(sameBits(blended.translation, t * target.translation));
+    }
+}
+
+TEST(BoneInterpolate, RaisesAStretchToAPower)
+{
+    BoneTransform target;
+    target.linear = Matrix3(Vector3(4, 0, 0), Vector3(0, 1, 0), Vector3(0, 0, 0.25));
+    BoneTransform const half = BoneTransform::interpolate(target, 0.5);
+    EXPECT_TRUE(near(half.linear, Matrix3(Vector3(2, 0, 0), Vector3(0, 1, 0), Vector3(0, 0, 0.5))));
+}
+
+TEST(BoneInterpolate, StretchAndRotationMeetTheTargetAtTheEnd)
+{
+    Random random(45);
+    for (int trial = 0; trial < 500; ++trial) {
+        SCOPED_TRACE(trial);
+        BoneTransform const target = randomBone(random);
+        double const stretch = target.linear.determinant();
+        if (stretch < 0.1 || stretch > 10) continue; // beyond, rounding of the eigenvalues dominates
+        BoneTransform const blended = BoneTransform::interpolate(target, 1 - 1e-9);
+        EXPECT_TRUE(near(blended.linear, target.linear, 1e-5));
+    }
+}
+
+TEST(BoneInterpolate, ASingularTargetStaysFinite)
+{
+    // A singular target gives what the zero inverse leads to: finite numbers, no failure.
+    BoneTransform flat;
+    flat.linear.zero();
+    BoneTransform const half = BoneTransform::interpolate(flat, 0.5);
+    EXPECT_EQ(half.translation, Vector3());
+    EXPECT_EQ(half.linear(0, 0), 0.0);
+}
+
+TEST(BoneInterpolate, BetweenTranslationsIsTheMean)
+{
+    BoneTransform a;
+    BoneTransform b;
+    a.translation = Vector3(1, 2, 3);
+    b.translation = Vector3(3, 2, 1);
+    EXPECT_TRUE(near(BoneTransform::interpolate(a, b, 0.5), rotation({0, 0, 1}, 0.0, {2, 2, 2})));
+}
+
+TEST(BoneInterpolate, BetweenTwoIsFromTimesTheBlendOfTheirDifference)
+{
+    Random random(46);
+    for (int trial = 0; trial < 200; ++trial) {
+        SCOPED_TRACE(trial);
+        BoneTransform const a = randomBone(random);
+        BoneTransform const b = randomBone(random);
+        for (double const t : {-1.0, 0.0, 0.25, 1.0, 3.0, kNaN}) {
+            EXPECT_TRUE(same(BoneTransform::interpolate(a, b, t), a * BoneTransform::interpolate(a.inverse() * b, t)));
+        }
+    }
+}
