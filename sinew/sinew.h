@@ -19,3 +19,4 @@
 #include <sinew/skinning/display_data.h>
 #include <sinew/skinning/geometry_data.h>
 #include <sinew/skinning/substitute_geometry_data.h>
+#include <sinew/fields/polyline_projector.h>

@@ -1,0 +1,28 @@
+#pragma once
+
+/// The two searches that define which segment of a polyline answers a query. Not installed.
+
+#include <vector>
+
+#include <sinew/core/vector3.h>
+
+namespace sinew::detail {
+
+/// Length of the polyline from its first vertex to each vertex, summed in order.
+std::vector<double> arcLengths(std::vector<Vector3> const& points);
+
+/// How far a curve of length `length` may leave the chord of length `chord` between its ends: twice the semi-minor axis
+/// of the ellipse that holds it, generous on purpose. 0 where rounding made the chord the longer one.
+double chordSlack(double length, double chord);
+
+/// The same for the whole polyline, where a chord longer than the curve gives NaN: then nothing bounds the search, so
+/// that it always starts on a straight polyline.
+double rootSlack(double length, double chord);
+
+/// Tries every segment; the first of equally near ones wins. -1 when all lie at a squared distance of 1e13 or more.
+int nearestSegmentByScan(std::vector<Vector3> const& points, Vector3 const& q);
+
+/// Best-first search over halved vertex intervals, for at least two vertices.
+int nearestSegmentByBounds(std::vector<Vector3> const& points, std::vector<double> const& arcLengths, Vector3 const& q);
+
+} // namespace sinew::detail

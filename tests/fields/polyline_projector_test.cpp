@@ -1,0 +1,351 @@
+#include <sinew/fields/polyline_projector.h>
+
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "fields/plain_polyline.h"
+#include "fields/polylines.h"
+#include "support/bits.h"
+
+using sinew::closestPoint;
+using sinew::PolylineHit;
+
+namespace {
+
+double const kNaN = std::numeric_limits<double>::quiet_NaN();
+double const kInfinity = std::numeric_limits<double>::infinity();
+
+std::vector<Vector3> alongX(int vertices)
+{
+    std::vector<Vector3> points;
+    for (int i = 0; i < vertices; ++i) points.emplace_back(i, 0, 0);
+    return points;
+}
+
+bool sameHit(PolylineHit const& a, PolylineHit const& b)
+{
+    return a.segment == b.segment && test::sameBits(a.t, b.t) && test::sameBits(a.point, b.point);
+}
+
+void expectDefinedAnswer(PolylineProjector const& polyline, plain::Projector const& oracle, Vector3 const& q)
+{
+    PolylineHit const hit = closestPoint(polyline, q);
+    PolylineHit const expected = oracle.project(q);
+    EXPECT_TRUE(sameHit(hit, expected)) << "query " << q << ", " << oracle.points.size() << " vertices: segment "
+                                        << hit.segment << " t " << hit.t << ", defined: segment " << expected.segment
+                                        << " t " << expected.t;
+}
+
+} // namespace
+
+TEST(PolylineProjector, SumsArcLengths)
+{
+    PolylineProjector const polyline({{0, 0, 0}, {3, 4, 0}, {3, 4, 0}, {3, 4, 2}});
+    EXPECT_EQ(polyline.arcLengths, (std::vector<double>{0, 5, 5, 7}));
+}
+
+TEST(PolylineProjector, StartsWithoutAnAnswer)
+{
+    PolylineProjector const polyline(alongX(3));
+    EXPECT_EQ(polyline.segment, -1);
+    EXPECT_EQ(polyline.t, 0.0);
+    EXPECT_EQ(polyline.point, Vector3());
+}
+
+TEST(PolylineProjector, FewerThanTwoVerticesChangeNothing)
+{
+    for (int vertices : {0, 1}) {
+        PolylineProjector polyline(alongX(vertices));
+        polyline.segment = 7;
+        polyline.t = 0.25;
+        polyline.point = {1, 2, 3};
+        polyline.project({5, 5, 5});
+        EXPECT_EQ(polyline.segment, 7);
+        EXPECT_EQ(polyline.t, 0.25);
+        EXPECT_EQ(polyline.point, Vector3(1, 2, 3));
+        EXPECT_EQ(closestPoint(polyline, {5, 5, 5}).segment, -1);
+    }
+}
+
+TEST(PolylineProjector, TwoVerticesClampToTheirEnds)
+{
+    PolylineProjector polyline({{1, 0, 0}, {3, 0, 0}});
+    polyline.project({9, 1, 0});
+    EXPECT_EQ(polyline.segment, 0);
+    EXPECT_EQ(polyline.t, 1.0);
+    EXPECT_EQ(polyline.point, Vector3(3, 0, 0));
+    polyline.project({-9, 1, 0});
+    EXPECT_EQ(polyline.t, 0.0);
+    EXPECT_EQ(polyline.point, Vector3(1, 0, 0));
+    polyline.project({1.5, 1, 0});
+    EXPECT_EQ(polyline.t, 0.25);
+    EXPECT_EQ(polyline.point, Vector3(1.5, 0, 0));
+}
+
+TEST(PolylineProjector, ScanGivesTiesToTheLowestSegment)
+{
+    // Two parallel segments, equally far from the query.
+    EXPECT_EQ(closestPoint(PolylineProjector({{0, 1, 0}, {4, 1, 0}, {4, -1, 0}, {0, -1, 0}}), {1, 0, 0}).segment, 0);
+}
+
+TEST(PolylineProjector, ScanNamesTheSegmentBeforeASharedVertex)
+{
+    PolylineProjector const polyline(alongX(19));
+    PolylineHit const hit = closestPoint(polyline, {5, 0, 0});
+    EXPECT_EQ(hit.segment, 4);
+    EXPECT_EQ(hit.t, 1.0);
+    EXPECT_EQ(hit.point, Vector3(5, 0, 0));
+}
+
+TEST(PolylineProjector, BoundedSearchNamesTheSegmentAfterAVertexItSplitsAt)
+{
+    // Of 0..19 the middle is 9: its halves are 0..9, which is scanned, and 9..19, split at 14.
+    PolylineProjector const polyline(alongX(20));
+    PolylineHit const atSplit = closestPoint(polyline, {9, 2, 0});
+    EXPECT_EQ(atSplit.segment, 9);
+    EXPECT_EQ(atSplit.t, 0.0);
+    EXPECT_EQ(closestPoint(polyline, {14, 2, 0}).segment, 14);
+    PolylineHit const elsewhere = closestPoint(polyline, {5, 2, 0});
+    EXPECT_EQ(elsewhere.segment, 4);
+    EXPECT_EQ(elsewhere.t, 1.0);
+}
+
+TEST(PolylineProjector, BothSearchesFindTheSamePoint)
+{
+    test::Random random(20250301);
+    std::vector<Vector3> points = test::smoothCurve(19);
+    PolylineProjector const scanned(points);
+    points.push_back(points.back()); // the same curve, one vertex longer
+    PolylineProjector const searched(points);
+    for (int trial = 0; trial < 500; ++trial) {
+        Vector3 const q = random.point();
+        EXPECT_TRUE(test::sameBits(closestPoint(scanned, q).point, closestPoint(searched, q).point)) << q;
+    }
+}
+
+TEST(PolylineProjector, BoundedSearchPrefersTheFirstEndOfAClosedLoop)
+{
+    std::vector<Vector3> loop;
+    for (int i = 0; i <= 24; ++i)
+        loop.emplace_back(std::cos(i * 0.2617993877991494), std::sin(i * 0.2617993877991494), 0);
+    loop.back() = loop.front();
+    PolylineHit const hit = closestPoint(PolylineProjector(loop), {2, 0, 0});
+    EXPECT_EQ(hit.segment, 0);
+    EXPECT_EQ(hit.t, 0.0);
+    EXPECT_EQ(hit.point, Vector3(1, 0, 0));
+}
+
+TEST(PolylineProjector, BoundedSearchNamesTheLastSegmentAtTheLastVertex)
+{
+    PolylineHit const hit = closestPoint(PolylineProjector(alongX(30)), {40, 1, 0});
+    EXPECT_EQ(hit.segment, 28);
+    EXPECT_EQ(hit.t, 1.0);
+    EXPECT_EQ(hit.point, Vector3(29, 0, 0));
+}
+
+TEST(PolylineProjector, EndsWinWithinAnAbsoluteMargin)
+{
+    PolylineProjector const polyline({{0, 0, 0}, {1, 0, 0}});
+    EXPECT_EQ(closestPoint(polyline, {1e-13, 1, 0}).t, 0.0);
+    EXPECT_EQ(closestPoint(polyline, {1.1e-13, 1, 0}).t, 1.1e-13);
+    EXPECT_EQ(closestPoint(polyline, {1 - 0.9e-13, 1, 0}).t, 1.0);
+    EXPECT_LT(closestPoint(polyline, {1 - 1.1e-13, 1, 0}).t, 1.0);
+    // A segment of length 1e-7 lies wholly within the margin of its first end.
+    EXPECT_EQ(closestPoint(PolylineProjector({{0, 0, 0}, {1e-7, 0, 0}}), {0.9e-7, 0, 0}).t, 0.0);
+}
+
+TEST(PolylineProjector, RepeatedVerticesAreNeverDividedBy)
+{
+    PolylineHit const hit = closestPoint(PolylineProjector({{1, 1, 1}, {1, 1, 1}}), {4, 5, 6});
+    EXPECT_EQ(hit.segment, 0);
+    EXPECT_EQ(hit.t, 0.0);
+    EXPECT_EQ(hit.point, Vector3(1, 1, 1));
+    PolylineHit const same = closestPoint(PolylineProjector(std::vector<Vector3>(64, Vector3(1, 1, 1))), {4, 5, 6});
+    EXPECT_EQ(same.segment, 0);
+    EXPECT_EQ(same.t, 0.0);
+}
+
+TEST(PolylineProjector, ShortPolylinesLeaveFarQueriesUnanswered)
+{
+    PolylineProjector polyline(alongX(5));
+    polyline.project({2, 1, 0});
+    polyline.project({2, 4e6, 0});
+    EXPECT_EQ(polyline.segment, 1);
+    EXPECT_EQ(polyline.point, Vector3(2, 0, 0));
+    // At exactly 1e13 there is no answer; just below there is.
+    PolylineProjector const dot(std::vector<Vector3>(2));
+    ASSERT_EQ(1e13, Vector3(3e6, 1e6, 0).lengthSq());
+    EXPECT_EQ(closestPoint(dot, {3e6, 1e6, 0}).segment, -1);
+    EXPECT_EQ(closestPoint(dot, {3e6, 1e6 - 1, 0}).segment, 0);
+    EXPECT_EQ(closestPoint(PolylineProjector(alongX(20)), {2, 4e6, 0}).point, Vector3(2, 0, 0)) << "long ones answer";
+}
+
+TEST(PolylineProjector, NaNQueriesLeaveShortPolylinesUnanswered)
+{
+    PolylineProjector polyline(alongX(5));
+    polyline.project({2, 1, 0});
+    for (Vector3 const& q : {Vector3(kNaN, 0, 0), Vector3(0, kNaN, 0), Vector3(0, 0, kNaN)}) {
+        polyline.project(q);
+        EXPECT_EQ(polyline.segment, 1);
+        EXPECT_EQ(polyline.point, Vector3(2, 0, 0));
+    }
+}
+
+TEST(PolylineProjector, NaNQueriesOfLongPolylinesNameTheFirstSegment)
+{
+    PolylineHit const hit = closestPoint(PolylineProjector(alongX(50)), {kNaN, 0, 0});
+    EXPECT_EQ(hit.segment, 0);
+    EXPECT_TRUE(std::isnan(hit.t));
+    EXPECT_TRUE(std::isnan(hit.point.x));
+}
+
+TEST(PolylineProjector, CopiesAndMovesKeepAnswering)
+{
+    PolylineProjector polyline(test::smoothCurve(500));
+    polyline.project({0.5, 0.1, 0});
+    PolylineProjector copy(polyline);
+    EXPECT_EQ(copy.segment, polyline.segment);
+    PolylineHit const expected = closestPoint(polyline, {0.3, -0.4, 0.2});
+    PolylineProjector moved(std::move(polyline));
+    EXPECT_TRUE(sameHit(closestPoint(copy, {0.3, -0.4, 0.2}), expected));
+    EXPECT_TRUE(sameHit(closestPoint(moved, {0.3, -0.4, 0.2}), expected));
+    PolylineProjector& itself = moved;
+    moved = itself;
+    EXPECT_TRUE(sameHit(closestPoint(moved, {0.3, -0.4, 0.2}), expected));
+    moved = PolylineProjector(alongX(40));
+    EXPECT_EQ(closestPoint(moved, {12.5, 3, 0}).segment, 12);
+    copy = moved;
+    EXPECT_EQ(closestPoint(copy, {12.5, 3, 0}).segment, 12);
+}
+
+TEST(ProjectMany, GivesTheBitsOfSingleCalls)
+{
+    test::Random random(20250302);
+    for (int vertices : {0, 1, 2, 19, 20, 700}) {
+        PolylineProjector const polyline(test::noisyCurve(vertices, random));
+        std::vector<Vector3> const queries = random.points(100, -2, 2);
+        std::vector<PolylineHit> hits(queries.size());
+        sinew::projectMany(polyline, queries.data(), queries.size(), hits.data());
+        for (std::size_t i = 0; i < queries.size(); ++i)
+            EXPECT_TRUE(sameHit(hits[i], closestPoint(polyline, queries[i])));
+    }
+    sinew::projectMany(PolylineProjector(alongX(30)), nullptr, 0, nullptr);
+}
+
+// Against the definition: what a query is made of decides which tie or margin it meets.
+class PolylineProjectorOracle : public testing::Test
+{
+protected:
+    test::Random random{20250303};
+
+    Vector3 query(std::vector<Vector3> const& points)
+    {
+        int const n = static_cast<int>(points.size());
+        Vector3 const vertex = points[random.below(n)];
+        Vector3 const next = points[random.below(n)];
+        switch (random.below(8)) {
+        case 0:
+            return vertex;
+        case 1:
+            return (vertex + next) * 0.5;
+        case 2:
+            return vertex + random.point() * 1e-9;
+        case 3:
+            return vertex + random.point() * 1e-3;
+        case 4:
+            return random.point(-1e3, 1e3);
+        case 5:
+            return random.oneIn(4) ? random.hostilePoint() : vertex + random.point() * 0.1;
+        case 6:
+            return Vector3(random.below(9) - 4, random.below(9) - 4, random.below(9) - 4);
+        default:
+            return random.point(-2, 2);
+        }
+    }
+
+    void hold(std::vector<Vector3> const& points, int queries)
+    {
+        PolylineProjector const polyline(points);
+        plain::Projector const oracle(points);
+        EXPECT_EQ(polyline.arcLengths.size(), points.size());
+        for (int i = 0; i < queries; ++i) expectDefinedAnswer(polyline, oracle, query(points));
+    }
+
+    std::vector<int> const sizes{2, 3, 10, 19, 20, 21, 37, 64, 65, 100, 257, 1000};
+};
+
+TEST_F(PolylineProjectorOracle, Smooth)
+{
+    for (int n : sizes) hold(test::smoothCurve(n), 300);
+    hold(test::smoothCurve(30000), 300);
+}
+
+TEST_F(PolylineProjectorOracle, Noisy)
+{
+    for (int n : sizes) hold(test::noisyCurve(n, random), 300);
+    hold(test::noisyCurve(10000, random), 50);
+}
+
+TEST_F(PolylineProjectorOracle, RandomVertices)
+{
+    for (int n : sizes) hold(random.points(n), 300);
+}
+
+TEST_F(PolylineProjectorOracle, ClosedLoops)
+{
+    for (int n : sizes) hold(test::islandBoundary(n, random), 300);
+}
+
+TEST_F(PolylineProjectorOracle, SelfTouchingWithRepeatedVertices)
+{
+    for (int n : sizes) hold(test::latticeWalk(n, random), 300);
+    for (int trial = 0; trial < 200; ++trial) hold(test::latticeWalk(20 + random.below(60), random), 30);
+}
+
+TEST_F(PolylineProjectorOracle, Straight)
+{
+    for (int n : sizes) hold(test::straightLine(n), 300);
+    for (int n : sizes) hold(alongX(n), 300);
+    hold(test::straightLine(20000, 1e-4), 300);
+}
+
+TEST_F(PolylineProjectorOracle, EveryScale)
+{
+    for (double scale : {1e-160, 1e-100, 1e-12, 1e-7, 1e-3, 1e3, 1e7, 1e40, 1e80, 1e155, 1e300}) {
+        std::vector<Vector3> points = test::noisyCurve(90, random);
+        for (Vector3& p : points) p *= scale;
+        PolylineProjector const polyline(points);
+        plain::Projector const oracle(points);
+        for (int i = 0; i < 200; ++i) {
+            expectDefinedAnswer(polyline, oracle, random.point() * scale);
+            expectDefinedAnswer(polyline, oracle, points[random.below(90)] + random.point() * (scale * 1e-4));
+        }
+    }
+}
+
+TEST_F(PolylineProjectorOracle, HostileVertices)
+{
+    for (int trial = 0; trial < 400; ++trial) {
+        std::vector<Vector3> points = random.points(2 + random.below(80));
+        for (int i = random.below(4); i >= 0; --i)
+            points[random.below(static_cast<int>(points.size()))] = random.hostilePoint();
+        hold(points, 20);
+    }
+}
+
+TEST_F(PolylineProjectorOracle, AllVerticesEqual)
+{
+    for (int n : sizes) hold(std::vector<Vector3>(n, Vector3(0.1, 0.2, 0.3)), 100);
+}
+
+TEST_F(PolylineProjectorOracle, InfiniteQueries)
+{
+    for (int n : sizes) {
+        std::vector<Vector3> const points = test::smoothCurve(n);
+        for (Vector3 const& q :
+             {Vector3(kInfinity, 0, 0), Vector3(0, -kInfinity, kNaN), Vector3(kInfinity, kInfinity, 1)}) {
+            expectDefinedAnswer(PolylineProjector(points), plain::Projector(points), q);
+        }
+    }
+}
