@@ -4,12 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include "skinning/skinning_scene.h"
 #include "support/bits.h"
 #include "support/random.h"
 
 namespace {
 
 using test::Random;
+using test::randomBone;
 using test::sameBits;
 
 double const kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -47,11 +49,6 @@ BoneTransform rotation(Vector3 const& axis, double angle, Vector3 const& transla
     result.linear = Matrix3::rotationMatrix(UVector3(axis), angle);
     result.translation = translation;
     return result;
-}
-
-BoneTransform randomBone(Random& random)
-{
-    return BoneTransform(random.point(), random.point(), random.point(), random.point(), random.uniform(-3, 3));
 }
 
 } // namespace
