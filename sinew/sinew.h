@@ -20,3 +20,6 @@
 #include <sinew/skinning/geometry_data.h>
 #include <sinew/skinning/substitute_geometry_data.h>
 #include <sinew/fields/polyline_projector.h>
+
+#include <sinew/sparse/llt_matrix.h>
+#include <sinew/sparse/spd_matrix.h>

@@ -1,0 +1,36 @@
+#include <sinew/sparse/llt_matrix.h>
+
+#include <cstddef>
+
+void LLTMatrix::initMt()
+{
+    // Counted first: every list is allocated once, at its exact size.
+    std::vector<std::size_t> counts(rows.size(), 0);
+    for (auto const& row : rows) {
+        for (auto const& [c, v] : row) ++counts[c];
+    }
+    Mt.clear();
+    Mt.resize(rows.size());
+    for (std::size_t c = 0; c < rows.size(); ++c) Mt[c].reserve(counts[c]);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        for (auto const& [c, v] : rows[i]) Mt[c].push_back({static_cast<int>(i), v});
+    }
+}
+
+bool LLTMatrix::solve(std::vector<double>& b) const
+{
+    std::size_t const n = rows.size();
+    if (b.size() != n || Mt.size() != n || diag.size() != n || perm.size() != n) return false;
+    std::vector<double> y(n);
+    for (std::size_t i = 0; i < n; ++i) y[perm[i]] = b[i];
+    for (std::size_t i = 0; i < n; ++i) {
+        for (auto const& [c, v] : rows[i]) y[i] -= y[c] * v;
+        y[i] /= diag[i];
+    }
+    for (std::size_t i = n; i-- > 0;) {
+        for (auto const& [r, v] : Mt[i]) y[i] -= y[r] * v;
+        y[i] /= diag[i];
+    }
+    for (std::size_t i = 0; i < n; ++i) b[i] = y[perm[i]];
+    return true;
+}
