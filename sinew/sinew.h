@@ -21,5 +21,7 @@
 #include <sinew/skinning/substitute_geometry_data.h>
 #include <sinew/fields/polyline_projector.h>
 
+#include <sinew/meshfunc/mesh_function_2d.h>
+
 #include <sinew/sparse/llt_matrix.h>
 #include <sinew/sparse/spd_matrix.h>
