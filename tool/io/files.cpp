@@ -1,0 +1,53 @@
+#include <tool/io/files.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+#include <tool/support/user_error.h>
+
+namespace tool {
+
+std::string readFile(std::string const& path)
+{
+    std::error_code ignored;
+    std::filesystem::file_status const status = std::filesystem::status(path, ignored);
+    if (!std::filesystem::exists(status)) throw UserError(path, "no such file", "Check the path and its spelling");
+    if (std::filesystem::is_directory(status)) throw UserError(path, "this is a folder", "Name a file inside it");
+    std::ifstream in(path, std::ios::binary);
+    if (!in) throw UserError(path, "the file cannot be opened", "Check that you may read it");
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (in.bad()) throw UserError(path, "reading failed", "Check the disk it lies on");
+    if (bytes.empty()) throw UserError(path, "the file is empty", "Export it again");
+    return bytes;
+}
+
+void writeFile(std::string const& path, std::string_view bytes)
+{
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    out.close();
+    if (!out) throw UserError(path, "the file cannot be written", "Check the free space and your right to write there");
+}
+
+void makeWritableFolder(std::string const& path)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    if (fs::exists(path, error) && !fs::is_directory(path, error)) {
+        throw UserError(path, "this is a file, not a folder", "Choose another folder with --output");
+    }
+    fs::create_directories(path, error);
+    if (error) {
+        throw UserError(path, "the folder cannot be made (" + error.message() + ")",
+                        "Choose another folder with --output");
+    }
+    // Permissions, quotas and read-only mounts all show only when a file is really made.
+    fs::path const probe = fs::path(path) / ".sinew-write-test";
+    bool const made = static_cast<bool>(std::ofstream(probe));
+    fs::remove(probe, error);
+    if (!made) throw UserError(path, "files cannot be written here", "Choose another folder with --output");
+}
+
+} // namespace tool

@@ -1,0 +1,118 @@
+#include <tool/io/skeleton.h>
+
+#include <cmath>
+#include <map>
+
+#include <tool/io/files.h>
+#include <tool/io/number_text.h>
+#include <tool/support/user_error.h>
+
+namespace tool {
+namespace {
+
+class TgfParser
+{
+public:
+    explicit TgfParser(std::string const& file) : file_(file) {}
+
+    void line(std::string_view text)
+    {
+        ++lineNumber_;
+        std::size_t const start = text.find_first_not_of(" \t\r");
+        if (start == std::string_view::npos) return;
+        if (text[start] == '#') {
+            inBones_ = true;
+        } else if (inBones_) {
+            bone(text);
+        } else {
+            joint(text);
+        }
+    }
+
+    Skeleton finish()
+    {
+        if (skeleton_.bones.empty()) {
+            throw UserError(file_, "no bones in this file",
+                            "After the joints there must be a line with # and then one line for each bone");
+        }
+        return std::move(skeleton_);
+    }
+
+private:
+    [[noreturn]] void fail(std::string const& what, std::string const& advice) const
+    {
+        throw UserError(file_, lineNumber_, what, advice);
+    }
+
+    void joint(std::string_view rest)
+    {
+        char const* const form = "A joint is a line \"number x y z\"";
+        long number = 0;
+        if (!parseLong(nextWord(rest), number)) fail("no joint number at the start of the line", form);
+        double coordinates[3];
+        for (double& coordinate : coordinates) {
+            std::string_view const word = nextWord(rest);
+            if (!parseDouble(word, coordinate)) fail("\"" + std::string(word) + "\" is not a coordinate", form);
+            if (!std::isfinite(coordinate)) fail("a coordinate is not finite (" + std::string(word) + ")", form);
+        }
+        int const index = static_cast<int>(skeleton_.joints.size());
+        if (!indexOfNumber_.emplace(number, index).second) {
+            fail("joint " + std::to_string(number) + " was given before", "Give every joint a number of its own");
+        }
+        skeleton_.joints.emplace_back(coordinates[0], coordinates[1], coordinates[2]);
+        skeleton_.jointNames.push_back(nameIn(rest, number));
+    }
+
+    /// What follows the coordinates is a name only if it is not one more of the numbers that some programs write there.
+    static std::string nameIn(std::string_view rest, long number)
+    {
+        std::string_view const word = nextWord(rest);
+        double ignored = 0;
+        if (word.empty() || parseDouble(word, ignored)) return "joint " + std::to_string(number);
+        return std::string(word);
+    }
+
+    void bone(std::string_view rest)
+    {
+        char const* const form = "A bone is a line \"joint joint\" with the numbers of two different joints above";
+        std::array<int, 2> ends{};
+        for (int& end : ends) {
+            std::string_view const word = nextWord(rest);
+            long number = 0;
+            if (!parseLong(word, number)) fail("\"" + std::string(word) + "\" is not a joint number", form);
+            auto const found = indexOfNumber_.find(number);
+            if (found == indexOfNumber_.end()) fail("there is no joint " + std::to_string(number), form);
+            end = found->second;
+        }
+        if (ends[0] == ends[1]) fail("a bone from a joint to itself", form);
+        skeleton_.bones.push_back(ends);
+    }
+
+    std::string file_;
+    std::size_t lineNumber_ = 0;
+    bool inBones_ = false;
+    std::map<long, int> indexOfNumber_;
+    Skeleton skeleton_;
+};
+
+} // namespace
+
+std::string Skeleton::boneName(std::size_t bone) const
+{
+    auto const& [from, to] = bones[bone];
+    return jointNames[static_cast<std::size_t>(from)] + " - " + jointNames[static_cast<std::size_t>(to)];
+}
+
+Skeleton parseTgf(std::string const& text, std::string const& file)
+{
+    TgfParser parser(file);
+    forEachLine(text, [&](std::string_view line) { parser.line(line); });
+    return parser.finish();
+}
+
+Skeleton readTgf(std::string const& path)
+{
+    return parseTgf(readFile(path), path);
+}
+
+} // namespace tool

@@ -1,0 +1,55 @@
+/// sinew, the program: shows on the user's own models what the library does. `sinew --help` lists its commands.
+
+#include <exception>
+#include <iostream>
+#include <new>
+
+#include <CLI/CLI.hpp>
+#include <unistd.h>
+
+#include <tool/support/user_error.h>
+#include <tool/tour/tour.h>
+
+namespace {
+
+constexpr int kUserErrorStatus = 1;
+constexpr int kInternalErrorStatus = 3;
+
+void addTour(CLI::App& app, tool::TourOptions& options, int& status)
+{
+    CLI::App* const tour = app.add_subcommand("tour", "Run every part of the library on a model and show it on a page");
+    tour->add_option("--mesh", options.meshFile, "a textured mesh (Wavefront .obj); without it a koi of our own");
+    tour->add_option("--skeleton", options.skeletonFile, "joints and bones (.tgf); without it a standing figure");
+    tour->add_option("--weights", options.weightsFile, "bone weights of the mesh (.dmat)");
+    tour->add_option("--output", options.outputFolder, "folder for the page and its pictures")->capture_default_str();
+    tour->add_option("--scale", options.pixels, "size of the pictures; 1 is 1200 pixels wide")
+        ->check(CLI::Range(0.05, 8.0))
+        ->capture_default_str();
+    tour->callback([&] { status = tool::runTour(options, std::cout, isatty(STDOUT_FILENO) != 0); });
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App app("sinew: exact, fast low-level geometry, shown on real models", "sinew");
+    app.require_subcommand(1);
+    tool::TourOptions tourOptions;
+    int status = 0;
+    addTour(app, tourOptions, status);
+    try {
+        app.parse(argc, argv);
+        return status;
+    } catch (CLI::ParseError const& error) {
+        return app.exit(error);
+    } catch (tool::UserError const& error) {
+        std::cerr << "sinew: " << error.what() << std::endl;
+        return kUserErrorStatus;
+    } catch (std::bad_alloc const&) {
+        std::cerr << "sinew: there is not enough memory for this model." << std::endl;
+        return kUserErrorStatus;
+    } catch (std::exception const& error) {
+        std::cerr << "sinew: internal error: " << error.what() << std::endl;
+        return kInternalErrorStatus;
+    }
+}
