@@ -14,12 +14,17 @@
 #include <sinew/core/vector3.h>
 #include <sinew/core/vector_geometry.h>
 
+#include <sinew/fields/dense_matrix.h>
+#include <sinew/fields/impl_ellipsoid.h>
+#include <sinew/fields/implicit.h>
+#include <sinew/fields/polyline_projector.h>
+#include <sinew/fields/proximity_tester.h>
+
 #include <sinew/skinning/bone_transform.h>
 #include <sinew/skinning/bone_transform_vector.h>
 #include <sinew/skinning/display_data.h>
 #include <sinew/skinning/geometry_data.h>
 #include <sinew/skinning/substitute_geometry_data.h>
-#include <sinew/fields/polyline_projector.h>
 
 #include <sinew/meshfunc/mesh_function_2d.h>
 

@@ -1,0 +1,214 @@
+#include <sinew/fields/implicit.h>
+
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "fields/plain_implicit.h"
+#include "support/bits.h"
+#include "support/random.h"
+
+namespace {
+
+double const kNaN = std::numeric_limits<double>::quiet_NaN();
+double const kInfinity = std::numeric_limits<double>::infinity();
+
+using Input = std::vector<std::pair<Vector3, double>>;
+
+Input randomInput(test::Random& random, int count, double scale = 1.0)
+{
+    Input input;
+    for (int i = 0; i < count; ++i) {
+        Vector3 const point = random.point(-scale, scale);
+        input.emplace_back(point, random.uniform());
+    }
+    return input;
+}
+
+Input const kTetrahedron = {{{0, 0, 0}, 1}, {{1, 0, 0}, 3}, {{0, 1, 0}, 0}, {{0, 0, 1}, 5}};
+
+bool sameField(Implicit const& a, plain::Implicit const& b)
+{
+    return test::sameBits(a.centres, b.centres) && test::sameBits(a.coefficients, b.coefficients) &&
+           test::sameBits(a.constantTerm, b.constantTerm) && test::sameBits(a.linearTerm, b.linearTerm);
+}
+
+} // namespace
+
+TEST(Implicit, FourPointsReproduceALinearFunction)
+{
+    // 1 + 2 x - y + 4 z
+    Implicit const field(kTetrahedron);
+    for (double lambda : field.coefficients) EXPECT_NEAR(lambda, 0.0, 1e-14);
+    test::Random random(431);
+    for (int i = 0; i < 50; ++i) {
+        Vector3 const p = random.point(-10, 10);
+        EXPECT_NEAR(field.evaluate(p), 1 + 2 * p.x - p.y + 4 * p.z, 1e-10); // |p|^3 times lambda's rounding
+        EXPECT_LT(dist(field.getGradient(p), Vector3(2, -1, 4)), 1e-11);
+    }
+}
+
+TEST(Implicit, TakesItsValuesAtTheCentres)
+{
+    test::Random random(432);
+    for (int count : {4, 5, 10, 40, 100}) {
+        SCOPED_TRACE(count);
+        Input const input = randomInput(random, count);
+        Implicit const field(input);
+        ASSERT_EQ(field.centres.size(), input.size());
+        ASSERT_EQ(field.coefficients.size(), input.size());
+        for (auto const& [point, value] : input) EXPECT_NEAR(field.evaluate(point), value, 1e-9);
+    }
+}
+
+TEST(Implicit, WeightsAreOrthogonalToLinearFunctions)
+{
+    test::Random random(433);
+    Implicit const field(randomInput(random, 60));
+    double sum = 0;
+    Vector3 moment;
+    for (std::size_t i = 0; i < field.centres.size(); ++i) {
+        sum += field.coefficients[i];
+        moment += field.coefficients[i] * field.centres[i];
+    }
+    EXPECT_NEAR(sum, 0.0, 1e-10);
+    EXPECT_LT(moment.length(), 1e-10);
+}
+
+TEST(Implicit, GradientIsTheDerivative)
+{
+    test::Random random(434);
+    Implicit const field(randomInput(random, 30));
+    double const h = 1e-5;
+    for (int i = 0; i < 50; ++i) {
+        Vector3 const p = random.point();
+        Vector3 const gradient = field.getGradient(p);
+        for (int a = 0; a < 3; ++a) {
+            Vector3 step;
+            step[a] = h;
+            double const slope = (field.evaluate(p + step) - field.evaluate(p - step)) / (2 * h);
+            EXPECT_NEAR(gradient[a], slope, 1e-6 * (1 + std::fabs(slope))); // h^2, and rounding of f divided by h
+        }
+    }
+}
+
+TEST(Implicit, FollowsItsDefinitionBitForBit)
+{
+    test::Random random(435);
+    for (int count = 0; count <= 40; ++count) {
+        SCOPED_TRACE(count);
+        Input const input = randomInput(random, count);
+        EXPECT_TRUE(sameField(Implicit(input), plain::Implicit(input)));
+    }
+    for (int count : {59, 60, 61, 76, 200}) {
+        SCOPED_TRACE(count);
+        Input const input = randomInput(random, count);
+        EXPECT_TRUE(sameField(Implicit(input), plain::Implicit(input)));
+    }
+}
+
+TEST(Implicit, FollowsItsDefinitionAtEveryScaleAndOnHostileInput)
+{
+    test::Random random(436);
+    for (int trial = 0; trial < 300; ++trial) {
+        SCOPED_TRACE(trial);
+        double const scale = trial % 3 == 0 ? 1e9 : (trial % 3 == 1 ? 1e-9 : 1.0);
+        Input input = randomInput(random, random.below(30), scale);
+        if (!input.empty() && random.oneIn(2)) input.push_back(input[0]); // coincident
+        if (!input.empty() && random.oneIn(4)) {
+            input[static_cast<std::size_t>(random.below(static_cast<int>(input.size())))] = {random.hostilePoint(),
+                                                                                             random.hostile()};
+        }
+        if (random.oneIn(4)) { // a small lattice: symmetric, full of equal distances and exact zeros
+            for (auto& sample : input) {
+                sample.first = Vector3(random.below(3), random.below(3), random.below(2));
+            }
+        }
+        Implicit const field(input);
+        EXPECT_TRUE(sameField(field, plain::Implicit(input)));
+        for (int i = 0; i < 10; ++i) {
+            Vector3 const p = random.oneIn(3) ? random.hostilePoint() : random.point(-scale, scale);
+            EXPECT_TRUE(test::sameBits(field.evaluate(p), plain::Implicit::evaluate(field, p))) << p;
+            EXPECT_TRUE(test::sameBits(field.getGradient(p), plain::Implicit::getGradient(field, p))) << p;
+        }
+    }
+}
+
+TEST(Implicit, EveryNumberOfCentresSumsInOrder)
+{
+    test::Random random(437);
+    for (int count = 0; count <= 150; ++count) {
+        SCOPED_TRACE(count);
+        Implicit field({});
+        for (int i = 0; i < count; ++i) {
+            field.centres.push_back(random.point());
+            field.coefficients.push_back(random.spread());
+        }
+        field.constantTerm = random.uniform();
+        field.linearTerm = random.point();
+        Vector3 const p = count > 0 && random.oneIn(4) ? field.centres[0] : random.point();
+        EXPECT_TRUE(test::sameBits(field.evaluate(p), plain::Implicit::evaluate(field, p)));
+        EXPECT_TRUE(test::sameBits(field.getGradient(p), plain::Implicit::getGradient(field, p)));
+    }
+}
+
+TEST(Implicit, LinearTermIsSummedFromZDown)
+{
+    Implicit field({});
+    field.linearTerm = {1, 1e16, -1e16};
+    field.constantTerm = 0.5;
+    EXPECT_EQ(field.evaluate({1, 1, 1}), 1.5) << "((c3 z + c2 y) + c1 x) + c0";
+    field.linearTerm = {1e16, 1, -1e16};
+    EXPECT_EQ(field.evaluate({1, 1, 1}), 0.5);
+}
+
+TEST(Implicit, NoPointsGiveZero)
+{
+    Implicit const field({});
+    EXPECT_TRUE(field.centres.empty());
+    EXPECT_EQ(field.evaluate({1, 2, 3}), 0.0);
+    EXPECT_EQ(field.getGradient({1, 2, 3}), Vector3());
+}
+
+TEST(Implicit, SurplusOfCentresOrCoefficientsIsIgnored)
+{
+    Implicit field(kTetrahedron);
+    Implicit cut = field;
+    cut.centres.resize(3);
+    cut.coefficients.resize(3);
+    field.coefficients.resize(3);
+    Vector3 const p(0.3, 0.4, 0.5);
+    EXPECT_EQ(field.evaluate(p), cut.evaluate(p));
+    EXPECT_EQ(field.getGradient(p), cut.getGradient(p));
+    field.coefficients.resize(9, 1.0);
+    field.centres.resize(3);
+    EXPECT_EQ(field.evaluate(p), cut.evaluate(p));
+}
+
+TEST(ImplicitMany, AnswersAreTheSingleOnes)
+{
+    test::Random random(438);
+    for (int centreCount : {0, 4, 7, 8, 33, 64, 65, 130}) {
+        Implicit const field(randomInput(random, centreCount));
+        for (int count : {0, 1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 33, 100}) {
+            SCOPED_TRACE(testing::Message() << centreCount << " " << count);
+            std::vector<Vector3> points;
+            for (int i = 0; i < count; ++i) points.push_back(random.oneIn(5) ? random.hostilePoint() : random.point());
+            if (count > 2 && centreCount > 0) points[2] = field.centres[0];
+            std::vector<double> values(points.size() + 1, 77.0);
+            std::vector<Vector3> gradients(points.size() + 1, Vector3(7, 7, 7));
+            sinew::evaluateMany(field, points.data(), points.size(), values.data());
+            sinew::gradientMany(field, points.data(), points.size(), gradients.data());
+            for (std::size_t i = 0; i < points.size(); ++i) {
+                EXPECT_TRUE(test::sameBits(values[i], field.evaluate(points[i]))) << points[i];
+                EXPECT_TRUE(test::sameBits(gradients[i], field.getGradient(points[i]))) << points[i];
+            }
+            EXPECT_EQ(values.back(), 77.0) << "nothing is written beyond the end";
+            EXPECT_EQ(gradients.back(), Vector3(7, 7, 7));
+            std::vector<Vector3> inPlace = points;
+            sinew::gradientMany(field, inPlace.data(), inPlace.size(), inPlace.data());
+            gradients.pop_back();
+            EXPECT_TRUE(test::sameBits(inPlace, gradients));
+        }
+    }
+}
