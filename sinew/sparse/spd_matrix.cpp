@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <set>
 
+#include <sinew/sparse/detail/graph.h>
+#include <sinew/sparse/detail/minimum_degree.h>
 #include <sinew/sparse/detail/well_formed.h>
 
 namespace {
@@ -35,32 +36,8 @@ std::vector<Row> permutedLower(std::vector<Row> const& rows, std::vector<int> co
 std::vector<int> SPDMatrix::computePerm() const
 {
     if (!sinew::detail::isWellFormed(rows)) return {};
-    std::size_t const n = rows.size();
-    std::vector<std::set<int>> neighbours(n);
-    for (std::size_t i = 0; i < n; ++i) {
-        for (std::size_t k = 0; k + 1 < rows[i].size(); ++k) {
-            int const c = rows[i][k].first;
-            neighbours[i].insert(c);
-            neighbours[c].insert(static_cast<int>(i));
-        }
-    }
-    std::set<std::pair<std::size_t, int>> queue;
-    for (std::size_t i = 0; i < n; ++i) queue.insert({neighbours[i].size(), static_cast<int>(i)});
-    std::vector<int> perm(n);
-    for (int position = 0; !queue.empty(); ++position) {
-        int const v = queue.begin()->second;
-        queue.erase(queue.begin());
-        perm[v] = position;
-        std::set<int> const& clique = neighbours[v];
-        for (int u : clique) {
-            queue.erase({neighbours[u].size(), u});
-            neighbours[u].insert(clique.begin(), clique.end());
-            neighbours[u].erase(u);
-            neighbours[u].erase(v);
-            queue.insert({neighbours[u].size(), u});
-        }
-    }
-    return perm;
+    int const n = static_cast<int>(rows.size());
+    return sinew::detail::minimumDegree(sinew::detail::graphOf(rows), sinew::detail::defaultHeavyDegree(n));
 }
 
 LLTMatrix SPDMatrix::factor() const
