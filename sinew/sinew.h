@@ -19,6 +19,7 @@
 #include <sinew/fields/implicit.h>
 #include <sinew/fields/polyline_projector.h>
 #include <sinew/fields/proximity_tester.h>
+#include <sinew/fields/smooth_distance.h>
 
 #include <sinew/skinning/bone_transform.h>
 #include <sinew/skinning/bone_transform_vector.h>

@@ -1,0 +1,201 @@
+// The field of a whole polyline: which of its segments are folded into the smooth minimum, and in which order.
+// The order is part of the result, since blends round.
+
+#include <algorithm>
+#include <cmath>
+
+#include <sinew/core/vector_geometry.h>
+#include <sinew/fields/detail/polyline_search.h>
+#include <sinew/fields/detail/smallest_blend.h>
+#include <sinew/fields/smooth_distance.h>
+
+namespace {
+
+constexpr int kChunkedVertices = 20; // from here on whole runs of segments may be skipped
+constexpr int kChunkSegments = 10;
+constexpr double kFarthest = 1e13; // squared distance at which every minimum starts
+// Largest magnitude of a coordinate for which differences, products and quotients below stay finite.
+constexpr double kTameCoordinate = 1e100;
+constexpr double kTameDerivative = 1e150; // products of two stay finite
+
+bool isTame(Vector3 const& v)
+{
+    return std::fabs(v.x) < kTameCoordinate && std::fabs(v.y) < kTameCoordinate && std::fabs(v.z) < kTameCoordinate;
+}
+
+// The running minimum at one query, with as many derivatives as are wanted.
+class RunningMinimum
+{
+public:
+    RunningMinimum(Vector3 const& q, double h, bool gradient, bool hessian, bool tame)
+        : q_(q), h_(h), wantsGradient_(gradient), wantsHessian_(hessian), tame_(tame && isTame(q))
+    {
+        hess = hess * 2.0;
+        settle();
+    }
+
+    void foldPoint(double d, Vector3 const& y)
+    {
+        if (leavesAllAlone(d)) return;
+        updateSmoothDist(d, q_, y, acc, h_, wantsGradient_ ? &grad : nullptr, wantsHessian_ ? &hess : nullptr);
+        settle();
+    }
+
+    // Returns the squared distance to the segment.
+    double foldSegment(Vector3 const& a, Vector3 const& b)
+    {
+        double t = 0.0;
+        double const d = distSqToLineSegment(q_, a, b, &t);
+        if (!leavesAllAlone(d)) foldPoint(d, t * b + (1 - t) * a);
+        return d;
+    }
+
+    double acc = kFarthest;
+    Vector3 grad;
+    Matrix3 hess;
+
+private:
+    // Whether folding in `d` would change no bit. Most segments lie beyond the blend: the fold then multiplies what
+    // there is by one and adds zeros, which changes nothing unless a number is -0 or not finite.
+    bool leavesAllAlone(double d) const
+    {
+        if (!settled_) return false;
+        double const width = acc < h_ || d < h_ ? (acc <= d ? acc : d) : h_;
+        return -acc > -d && (-acc > -d + width || width < sinew::detail::kSmallestBlend);
+    }
+
+    void settle()
+    {
+        settled_ =
+            !wantsGradient_ ||
+            (tame_ && isSettled(grad) &&
+             (!wantsHessian_ || (isSettled(hess.column(0)) && isSettled(hess.column(1)) && isSettled(hess.column(2)))));
+    }
+
+    static bool isSettled(double v) { return std::fabs(v) < kTameDerivative && !(v == 0.0 && std::signbit(v)); }
+    static bool isSettled(Vector3 const& v) { return isSettled(v.x) && isSettled(v.y) && isSettled(v.z); }
+
+    Vector3 const q_;
+    double const h_;
+    bool const wantsGradient_;
+    bool const wantsHessian_;
+    bool const tame_;
+    bool settled_ = false;
+};
+
+// A polyline made ready for any number of queries.
+class PolylineField
+{
+public:
+    explicit PolylineField(std::vector<Vector3> const& points)
+        : points_(points), vertices_(static_cast<int>(points.size())),
+          tame_(std::all_of(points.begin(), points.end(), isTame))
+    {
+        if (vertices_ >= kChunkedVertices) cutIntoChunks();
+    }
+
+    void evaluate(Vector3 const& q, double h, double* dist, Vector3* grad, Matrix3* hess)
+    {
+        RunningMinimum minimum(q, h, grad || hess, hess, tame_);
+        if (vertices_ < kChunkedVertices) {
+            for (int k = 0; k + 1 < vertices_; ++k) minimum.foldSegment(points_[k], points_[k + 1]);
+        } else {
+            foldNearestFirst(q, h, minimum);
+        }
+        if (dist) *dist = minimum.acc;
+        if (grad) *grad = minimum.grad;
+        if (hess) *hess = minimum.hess;
+    }
+
+private:
+    struct Chunk
+    {
+        int first;
+        int last;
+        double slack;
+    };
+
+    struct Interval
+    {
+        double bound;
+        int first;
+        int last;
+
+        // Inverted, so that a standard heap yields the smallest bound; equal bounds come out as that heap has them.
+        bool operator<(Interval const& other) const { return bound > other.bound; }
+    };
+
+    void cutIntoChunks()
+    {
+        std::vector<double> const lengths = sinew::detail::arcLengths(points_);
+        for (int first = 0; first < vertices_ - 1;) {
+            int last = first + kChunkSegments;
+            if (2 * last > 2 * vertices_ - kChunkSegments)
+                last = vertices_ - 1; // a rest of a few vertices joins the last chunk
+            chunks_.push_back(
+                {first, last,
+                 sinew::detail::chordSlack(lengths[last] - lengths[first], dist(points_[first], points_[last]))});
+            first = last;
+        }
+        heap_.reserve(chunks_.size());
+    }
+
+    void foldNearestFirst(Vector3 const& q, double h, RunningMinimum& minimum)
+    {
+        double nearest = distSq(points_[0], q);
+        minimum.foldPoint(nearest, points_[0]);
+        heap_.clear();
+        for (Chunk const& chunk : chunks_) {
+            Vector3 const& a = points_[chunk.first];
+            Vector3 const& b = points_[chunk.last];
+            double const toVertex = distSq(b, q);
+            nearest = std::min(nearest, toVertex);
+            minimum.foldPoint(toVertex, b);
+            double const toChord = std::sqrt(distSqToLineSegment(q, a, b, nullptr));
+            heap_.push_back({std::max(0.0, toChord - chunk.slack), chunk.first, chunk.last});
+            std::push_heap(heap_.begin(), heap_.end());
+        }
+
+        double const reach = h * (0.375 * vertices_ + 1); // how far all the blends together can lower the minimum
+        while (!heap_.empty()) {
+            Interval const interval = heap_.front();
+            if (interval.bound * interval.bound - reach > nearest) return;
+            std::pop_heap(heap_.begin(), heap_.end());
+            heap_.pop_back();
+            // The chunk's first segment is left to its first vertex, which was folded in as a point.
+            for (int k = interval.first + 1; k < interval.last; ++k) {
+                nearest = std::min(nearest, minimum.foldSegment(points_[k], points_[k + 1]));
+            }
+        }
+    }
+
+    std::vector<Vector3> const& points_;
+    int const vertices_;
+    bool const tame_;
+    std::vector<Chunk> chunks_;
+    std::vector<Interval> heap_; // kept between queries
+};
+
+} // namespace
+
+void smoothDistToPolyline(std::vector<Vector3> polyline, Vector3 const& q, double h, double* dist, Vector3* grad,
+                          Matrix3* hess)
+{
+    if (polyline.size() < 2) return;
+    PolylineField(polyline).evaluate(q, h, dist, grad, hess);
+}
+
+namespace sinew {
+
+void smoothDistMany(std::vector<Vector3> const& polyline, Vector3 const* queries, std::size_t count, double h,
+                    double* dists, Vector3* grads, Matrix3* hessians)
+{
+    if (polyline.size() < 2) return;
+    PolylineField field(polyline);
+    for (std::size_t i = 0; i < count; ++i) {
+        field.evaluate(queries[i], h, dists ? dists + i : nullptr, grads ? grads + i : nullptr,
+                       hessians ? hessians + i : nullptr);
+    }
+}
+
+} // namespace sinew
