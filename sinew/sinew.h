@@ -14,6 +14,11 @@
 #include <sinew/core/vector3.h>
 #include <sinew/core/vector_geometry.h>
 
+#include <sinew/queries/best_fit.h>
+#include <sinew/queries/intersections.h>
+#include <sinew/queries/polynomial_roots.h>
+#include <sinew/queries/segments_2d.h>
+
 #include <sinew/fields/dense_matrix.h>
 #include <sinew/fields/impl_ellipsoid.h>
 #include <sinew/fields/implicit.h>

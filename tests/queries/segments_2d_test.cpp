@@ -1,0 +1,356 @@
+#include <sinew/queries/segments_2d.h>
+
+#include <cmath>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "queries/plain_segments_2d.h"
+#include "support/bits.h"
+#include "support/random.h"
+
+namespace {
+
+using test::sameBits;
+
+double const kNaN = std::numeric_limits<double>::quiet_NaN();
+double const kInfinity = std::numeric_limits<double>::infinity();
+UVector3 const kRight(1, 0, 0);
+Vector3 const kLo(0, 0, 0);
+Vector3 const kHi(1, 1, 0);
+
+bool meetsUnitSquare(Vector3 const& a, Vector3 const& b)
+{
+    bool const forward = segIntersectRect2D(a, b, kLo, kHi);
+    EXPECT_EQ(forward, segIntersectRect2D(b, a, kLo, kHi)) << "either end may come first";
+    return forward;
+}
+
+bool strictly(Vector3 const& a, Vector3 const& b, Vector3 const& c, Vector3 const& d, double tol)
+{
+    return segsIntersect(a, b, c, d, tol, false);
+}
+bool inclusively(Vector3 const& a, Vector3 const& b, Vector3 const& c, Vector3 const& d, double tol)
+{
+    return segsIntersect(a, b, c, d, tol, true);
+}
+
+// Points of a coarse grid, where ends touch and directions repeat; general ones; hostile ones.
+Vector3 nextPoint(test::Random& random, int kind)
+{
+    if (kind == 0) return {static_cast<double>(random.below(5)), static_cast<double>(random.below(5)), 0.0};
+    if (kind == 1) return {random.uniform(0, 5), random.uniform(0, 5), 0.0};
+    if (kind == 2) return random.point();
+    return random.hostilePoint();
+}
+
+} // namespace
+
+TEST(SegClipHalfPlane2D, MovesTheEndOutside)
+{
+    Vector3 a(0, 0, 0);
+    Vector3 b(2, 0, 0);
+    EXPECT_TRUE(segClipHalfPlane2D(a, b, {1, 0, 0}, kRight));
+    EXPECT_EQ(a, Vector3(1, 0, 0));
+    EXPECT_EQ(b, Vector3(2, 0, 0));
+
+    a = Vector3(0, 0, 0);
+    EXPECT_TRUE(segClipHalfPlane2D(a, b, {1, 0, 0}, UVector3(-1, 0, 0)));
+    EXPECT_EQ(a, Vector3(0, 0, 0));
+    EXPECT_EQ(b, Vector3(1, 0, 0));
+}
+
+TEST(SegClipHalfPlane2D, LeavesASegmentInsideAlone)
+{
+    for (double const x : {1.0, 1.5}) {
+        Vector3 a(x, 3, 0);
+        Vector3 b(2, 4, 0);
+        EXPECT_TRUE(segClipHalfPlane2D(a, b, {1, 0, 0}, kRight)) << "an end on the boundary is inside";
+        EXPECT_EQ(a, Vector3(x, 3, 0));
+        EXPECT_EQ(b, Vector3(2, 4, 0));
+    }
+}
+
+TEST(SegClipHalfPlane2D, RejectsTheBoundaryLineAndTouchesFromOutside)
+{
+    Vector3 const ends[][2] = {{{1, 0, 0}, {1, 5, 0}},
+                               {{1, 0, 0}, {0, 5, 0}},
+                               {{0, 0, 0}, {1, 5, 0}},
+                               {{1, 2, 0}, {1, 2, 0}},
+                               {{0, 0, 0}, {0.5, 1, 0}}};
+    for (auto const& end : ends) {
+        Vector3 a = end[0];
+        Vector3 b = end[1];
+        EXPECT_FALSE(segClipHalfPlane2D(a, b, {1, 0, 0}, kRight));
+        EXPECT_EQ(a, end[0]);
+        EXPECT_EQ(b, end[1]);
+    }
+}
+
+TEST(SegClipHalfPlane2D, CountsAllThreeCoordinates)
+{
+    Vector3 a(0, 0, -1);
+    Vector3 b(0, 0, 3);
+    EXPECT_TRUE(segClipHalfPlane2D(a, b, {7, 7, 1}, UVector3(0, 0, 1)));
+    EXPECT_EQ(a, Vector3(0, 0, 1));
+}
+
+TEST(SegClipHalfPlane2D, NaNMovesAnEndToNaN)
+{
+    Vector3 a(0, 0, 0);
+    Vector3 b(kNaN, 0, 0);
+    EXPECT_TRUE(segClipHalfPlane2D(a, b, {1, 0, 0}, kRight));
+    EXPECT_TRUE(std::isnan(a.x)) << "a is outside, so a is moved";
+    a = Vector3(kNaN, 0, 0);
+    b = Vector3(3, 0, 0);
+    EXPECT_TRUE(segClipHalfPlane2D(a, b, {1, 0, 0}, kRight));
+    EXPECT_TRUE(std::isnan(b.x)) << "a is not known to be outside, so b is moved";
+}
+
+TEST(SegClipRect2D, ClipsBothEnds)
+{
+    Vector3 a;
+    Vector3 b;
+    EXPECT_TRUE(segClipRect2D({-1, 0.5, 0}, {2, 0.5, 0}, kLo, kHi, a, b));
+    EXPECT_EQ(a, Vector3(0, 0.5, 0));
+    EXPECT_EQ(b, Vector3(1, 0.5, 0));
+    EXPECT_TRUE(segClipRect2D({0.5, 2, 0}, {0.5, -1, 0}, kLo, kHi, a, b));
+    EXPECT_EQ(a, Vector3(0.5, 1, 0));
+    EXPECT_EQ(b, Vector3(0.5, 0, 0));
+    EXPECT_TRUE(segClipRect2D({0.25, 0.25, 0}, {0.5, 0.75, 0}, kLo, kHi, a, b));
+    EXPECT_EQ(a, Vector3(0.25, 0.25, 0));
+    EXPECT_EQ(b, Vector3(0.5, 0.75, 0));
+}
+
+TEST(SegClipRect2D, RejectionLeavesTheOutputsPartlyClipped)
+{
+    // Passes left and bottom, then misses the right side's half-plane.
+    Vector3 a;
+    Vector3 b;
+    EXPECT_FALSE(segClipRect2D({2, -1, 0}, {4, 1, 0}, kLo, kHi, a, b));
+    EXPECT_EQ(a, Vector3(3, 0, 0));
+    EXPECT_EQ(b, Vector3(4, 1, 0));
+    // Left comes before bottom: nothing is clipped when the left side rejects.
+    EXPECT_FALSE(segClipRect2D({-2, -1, 0}, {-1, 1, 0}, kLo, kHi, a, b));
+    EXPECT_EQ(a, Vector3(-2, -1, 0));
+    EXPECT_EQ(b, Vector3(-1, 1, 0));
+    // Right comes before top.
+    EXPECT_FALSE(segClipRect2D({0.5, 3, 0}, {1.5, 2, 0}, kLo, kHi, a, b));
+    EXPECT_EQ(a, Vector3(0.5, 3, 0));
+    EXPECT_EQ(b, Vector3(1, 2.5, 0));
+}
+
+TEST(SegClipRect2D, SidesAndCornersAreRejected)
+{
+    Vector3 a;
+    Vector3 b;
+    EXPECT_FALSE(segClipRect2D({0, 0, 0}, {0, 1, 0}, kLo, kHi, a, b));
+    EXPECT_FALSE(segClipRect2D({0, 1, 0}, {1, 1, 0}, kLo, kHi, a, b));
+    EXPECT_FALSE(segClipRect2D({-1, 1, 0}, {1, -1, 0}, kLo, kHi, a, b));
+}
+
+TEST(SegClipRect2D, OutputsMayBeTheInputs)
+{
+    Vector3 a(-1, 0.5, 0);
+    Vector3 b(2, 0.5, 0);
+    EXPECT_TRUE(segClipRect2D(a, b, kLo, kHi, a, b));
+    EXPECT_EQ(a, Vector3(0, 0.5, 0));
+    EXPECT_EQ(b, Vector3(1, 0.5, 0));
+    a = Vector3(-1, 0.5, 0);
+    b = Vector3(2, 0.5, 0);
+    EXPECT_TRUE(segClipRect2D(a, b, kLo, kHi, b, a));
+    EXPECT_EQ(b, Vector3(0, 0.5, 0));
+    EXPECT_EQ(a, Vector3(1, 0.5, 0));
+}
+
+TEST(SegIntersectRect2D, AnEndInsideMeets)
+{
+    EXPECT_TRUE(meetsUnitSquare({0.5, 0.5, 0}, {5, 5, 0}));
+    EXPECT_TRUE(meetsUnitSquare({0.2, 0.5, 0}, {0.8, 0.5, 0}));
+    EXPECT_TRUE(meetsUnitSquare({0.5, 0.5, 0}, {0.5, 0.5, 0})) << "a point inside";
+    EXPECT_TRUE(meetsUnitSquare({0, 0.5, 0}, {0.5, 0.5, 0})) << "an end on a side, from inside";
+}
+
+TEST(SegIntersectRect2D, TouchingASideFromOutsideOrAlongItDoesNot)
+{
+    EXPECT_FALSE(meetsUnitSquare({0, 0, 0}, {0, 1, 0}));
+    EXPECT_FALSE(meetsUnitSquare({1, 0.2, 0}, {1, 0.8, 0}));
+    EXPECT_FALSE(meetsUnitSquare({0.2, 0, 0}, {0.8, 0, 0}));
+    EXPECT_FALSE(meetsUnitSquare({0.2, 1, 0}, {0.8, 1, 0}));
+    EXPECT_FALSE(meetsUnitSquare({-1, 0.5, 0}, {0, 0.5, 0}));
+    EXPECT_FALSE(meetsUnitSquare({2, 0.5, 0}, {1, 0.5, 0}));
+    EXPECT_FALSE(meetsUnitSquare({0.5, -1, 0}, {0.5, 0, 0}));
+    EXPECT_FALSE(meetsUnitSquare({0.5, 1, 0}, {0.5, 3, 0}));
+}
+
+TEST(SegIntersectRect2D, DiagonalsThroughTheInteriorMeet)
+{
+    EXPECT_TRUE(meetsUnitSquare({-1, -1, 0}, {2, 2, 0}));
+    EXPECT_TRUE(meetsUnitSquare({-1, 2, 0}, {2, -1, 0}));
+    EXPECT_FALSE(meetsUnitSquare({-1, 0.5, 0}, {0.5, 2, 0})) << "the line y = x + 1.5 passes above";
+    EXPECT_TRUE(meetsUnitSquare({-0.5, 0.25, 0}, {0.75, 1.5, 0})) << "cuts the corner (0, 1)";
+    EXPECT_TRUE(meetsUnitSquare({0.5, -0.5, 0}, {1.5, 0.5, 0})) << "touches the corner (1, 0)";
+    EXPECT_TRUE(meetsUnitSquare({-1, 1, 0}, {1, -1, 0})) << "touches the corner (0, 0)";
+    EXPECT_FALSE(meetsUnitSquare({0.6, -0.5, 0}, {1.6, 0.5, 0}));
+}
+
+TEST(SegIntersectRect2D, NonFiniteZFailsTheDiagonalTest)
+{
+    Vector3 const a(-1, -1, 0);
+    Vector3 const b(2, 2, 0);
+    for (double const z : {kInfinity, -kInfinity, kNaN}) {
+        EXPECT_FALSE(segIntersectRect2D({-1, -1, z}, b, kLo, kHi));
+        EXPECT_TRUE(segIntersectRect2D(a, {2, 2, z}, kLo, kHi)) << "the z of b does not enter";
+        // Parts only the corners (0, 0) and (1, 1), which carry the z of the rectangle.
+        EXPECT_TRUE(segIntersectRect2D({-0.25, 0.75, 0}, {0.75, -0.25, 0}, kLo, kHi));
+        EXPECT_FALSE(segIntersectRect2D({-0.25, 0.75, 0}, {0.75, -0.25, 0}, {0, 0, z}, kHi));
+        EXPECT_FALSE(segIntersectRect2D({-0.25, 0.75, 0}, {0.75, -0.25, 0}, kLo, {1, 1, z}));
+        EXPECT_TRUE(segIntersectRect2D(a, b, {0, 0, z}, kHi)) << "the other two corners have no z";
+    }
+    EXPECT_TRUE(segIntersectRect2D({-1, -1, 1e9}, b, kLo, kHi)) << "a finite z changes nothing";
+}
+
+TEST(SegIntersectRect2D, NaNMeetsOnlyThroughTheOtherEnd)
+{
+    EXPECT_FALSE(meetsUnitSquare({kNaN, 0.5, 0}, {2, 0.5, 0}));
+    EXPECT_TRUE(meetsUnitSquare({kNaN, 0.5, 0}, {0.5, 0.5, 0}));
+}
+
+TEST(SegIntersectRect2D, AgreesWithClippingAwayFromTouches)
+{
+    test::Random random(20250331);
+    for (int trial = 0; trial < 20000; ++trial) {
+        Vector3 const a(random.uniform(-1, 2), random.uniform(-1, 2), 0);
+        Vector3 const b(random.uniform(-1, 2), random.uniform(-1, 2), 0);
+        Vector3 outA;
+        Vector3 outB;
+        bool const clipped = segClipRect2D(a, b, kLo, kHi, outA, outB);
+        EXPECT_EQ(clipped, segIntersectRect2D(a, b, kLo, kHi)) << a << " " << b;
+        if (!clipped) continue;
+        for (Vector3 const& p : {outA, outB}) {
+            EXPECT_GE(p.x, -1e-15);
+            EXPECT_LE(p.x, 1 + 1e-15);
+            EXPECT_GE(p.y, -1e-15);
+            EXPECT_LE(p.y, 1 + 1e-15);
+            EXPECT_NEAR(cross(b - a, p - a).z, 0.0, 1e-14);
+        }
+        EXPECT_GE((outB - outA) * (b - a), 0.0) << "the direction stays";
+    }
+}
+
+TEST(SegsIntersect, CrossingInTheMiddleHoldsInBothModes)
+{
+    for (bool const inclusive : {true, false}) {
+        EXPECT_TRUE(segsIntersect({0, 0, 0}, {1, 0, 0}, {0.5, -1, 0}, {0.5, 1, 0}, 0.01, inclusive));
+        EXPECT_TRUE(segsIntersect({1, 0, 0}, {0, 0, 0}, {0.5, 1, 0}, {0.5, -1, 0}, 0.01, inclusive));
+        EXPECT_FALSE(segsIntersect({0, 0, 0}, {1, 0, 0}, {0.5, 0.5, 0}, {0.5, 1, 0}, 0.01, inclusive));
+        EXPECT_FALSE(segsIntersect({0, 0, 0}, {1, 0, 0}, {2, -1, 0}, {2, 1, 0}, 0.01, inclusive));
+    }
+}
+
+TEST(SegsIntersect, TouchingAnEndDependsOnTheMode)
+{
+    EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {1, -1, 0}, {1, 1, 0}, 0.01));
+    EXPECT_FALSE(strictly({0, 0, 0}, {1, 0, 0}, {1, -1, 0}, {1, 1, 0}, 0.01));
+    EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {0, -1, 0}, {0, 1, 0}, 0.01));
+    EXPECT_FALSE(strictly({0, 0, 0}, {1, 0, 0}, {0, -1, 0}, {0, 1, 0}, 0.01));
+}
+
+TEST(SegsIntersect, AlongTheReferenceTheLimitsAreInclusive)
+{
+    // Crossings at 1 + 0.25 and -0.25 lie on the limits of a tolerance of 0.25; 0.75 and 0.25 on the strict ones.
+    for (double const x : {1.25, -0.25}) {
+        EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {x, -1, 0}, {x, 1, 0}, 0.25));
+        EXPECT_FALSE(inclusively({0, 0, 0}, {1, 0, 0}, {x, -1, 0}, {x, 1, 0}, 0.24));
+    }
+    for (double const x : {0.75, 0.25}) {
+        EXPECT_TRUE(strictly({0, 0, 0}, {1, 0, 0}, {x, -1, 0}, {x, 1, 0}, 0.25));
+        EXPECT_FALSE(strictly({0, 0, 0}, {1, 0, 0}, {x, -1, 0}, {x, 1, 0}, 0.26));
+    }
+}
+
+TEST(SegsIntersect, AcrossTheReferenceTheLimitsAreExcluded)
+{
+    // Inclusive: both ends of c-d at a distance of tol on one side are off.
+    EXPECT_FALSE(inclusively({0, 0, 0}, {1, 0, 0}, {0.2, 0.25, 0}, {0.8, 0.25, 0}, 0.25));
+    EXPECT_FALSE(inclusively({0, 0, 0}, {1, 0, 0}, {0.2, -0.25, 0}, {0.8, -0.25, 0}, 0.25));
+    EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {0.5, 0.24, 0}, {0.5, 3, 0}, 0.25));
+    EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {0.5, -0.24, 0}, {0.5, -3, 0}, 0.25));
+    EXPECT_FALSE(inclusively({0, 0, 0}, {1, 0, 0}, {0.5, 0, 0}, {0.5, 1, 0}, 0)) << "a touch without tolerance";
+}
+
+TEST(SegsIntersect, TheStrictSideTestUsesBothSigns)
+{
+    // Strictly, an end must lie beyond +tol on one side for the lower limit, and below -tol for the upper one.
+    EXPECT_TRUE(strictly({0, 0, 0}, {1, 0, 0}, {0.5, -0.26, 0}, {0.5, 0.26, 0}, 0.25));
+    EXPECT_FALSE(strictly({0, 0, 0}, {1, 0, 0}, {0.5, -1, 0}, {0.5, 0.25, 0}, 0.25));
+    EXPECT_FALSE(strictly({0, 0, 0}, {1, 0, 0}, {0.5, -0.25, 0}, {0.5, 1, 0}, 0.25));
+}
+
+TEST(SegsIntersect, NearlyCollinearSegmentsIntersectWhereTheyOverlap)
+{
+    EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {0.9, 0.001, 0}, {3, 0.001, 0}, 0.01));
+    EXPECT_FALSE(inclusively({0, 0, 0}, {1, 0, 0}, {1.1, 0.001, 0}, {3, 0.001, 0}, 0.01));
+    EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {0.2, 0.004, 0}, {0.8, 0.006, 0}, 0.01))
+        << "0.004 + 0.006 = 0.01 goes on to the crossing point, which lies inside";
+    EXPECT_FALSE(strictly({0, 0, 0}, {1, 0, 0}, {0.2, 0, 0}, {0.8, 0, 0}, 0.01)) << "no overlap across the line";
+}
+
+TEST(SegsIntersect, AnEqualReferenceAcceptsAnythingWithinAPositiveTolerance)
+{
+    EXPECT_TRUE(inclusively({3, 3, 0}, {3, 3, 0}, {0, 0, 0}, {1, 0, 0}, 0.01));
+    EXPECT_FALSE(inclusively({3, 3, 0}, {3, 3, 0}, {2, 3, 0}, {4, 3, 0}, 0));
+    EXPECT_FALSE(strictly({3, 3, 0}, {3, 3, 0}, {2, 3, 0}, {4, 3, 0}, 0.01));
+}
+
+TEST(SegsIntersect, NaNDoesNotIntersect)
+{
+    for (bool const inclusive : {true, false}) {
+        EXPECT_FALSE(segsIntersect({0, 0, 0}, {1, 0, 0}, {kNaN, -1, 0}, {0.5, 1, 0}, 0.01, inclusive));
+        EXPECT_FALSE(segsIntersect({0, 0, 0}, {1, 0, 0}, {0.5, -1, 0}, {0.5, kNaN, 0}, 0.01, inclusive));
+    }
+}
+
+TEST(Segments2D, SameBitsAsThePlainMethods)
+{
+    test::Random random(20250332);
+    int yes[4] = {};
+    int const trials = 100000;
+    for (int trial = 0; trial < trials; ++trial) {
+        SCOPED_TRACE(trial);
+        int const kind = random.below(4);
+        Vector3 const a = nextPoint(random, kind);
+        Vector3 const b = nextPoint(random, kind);
+        Vector3 const c = nextPoint(random, kind);
+        Vector3 const d = nextPoint(random, kind);
+        double const tol = kind == 3 ? random.hostile() : (random.oneIn(3) ? 0.0 : random.uniform(0, 0.5));
+        bool const inclusive = random.oneIn(2);
+        UVector3 const n(nextPoint(random, kind));
+
+        Vector3 a1 = a;
+        Vector3 b1 = b;
+        Vector3 a2 = a;
+        Vector3 b2 = b;
+        bool const half = segClipHalfPlane2D(a1, b1, c, n);
+        ASSERT_EQ(half, plain::segClipHalfPlane2D(a2, b2, c, n));
+        ASSERT_TRUE(sameBits(a1, a2) && sameBits(b1, b2));
+
+        bool const rect = segClipRect2D(a, b, c, d, a1, b1);
+        ASSERT_EQ(rect, plain::segClipRect2D(a, b, c, d, a2, b2));
+        ASSERT_TRUE(sameBits(a1, a2) && sameBits(b1, b2));
+
+        bool const meets = segIntersectRect2D(a, b, c, d);
+        ASSERT_EQ(meets, plain::segIntersectRect2D(a, b, c, d));
+        bool const crosses = segsIntersect(a, b, c, d, tol, inclusive);
+        ASSERT_EQ(crosses, plain::segsIntersect(a, b, c, d, tol, inclusive));
+
+        yes[0] += half;
+        yes[1] += rect;
+        yes[2] += meets;
+        yes[3] += crosses;
+    }
+    for (int const count : yes) {
+        EXPECT_GT(count, trials / 50);
+        EXPECT_LT(count, trials - trials / 50);
+    }
+}
