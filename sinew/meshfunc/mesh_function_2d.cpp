@@ -4,6 +4,7 @@
 
 #include <sinew/meshfunc/detail/boundary_loops.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
+#include <sinew/meshfunc/detail/triangle_locator.h>
 
 using Point = tzNM::vect2<double>;
 using namespace sinew::detail;
@@ -90,7 +91,7 @@ MeshFunction2D::MeshFunction2D(MeshFunction2D const& other)
       domainMax(other.domainMax), gridScale{other.gridScale[0], other.gridScale[1]}, gridSize{other.gridSize[0],
                                                                                               other.gridSize[1]},
       extrapolateFlag(other.extrapolateFlag), boundaryProjectors(deepCopy(other.boundaryProjectors)),
-      boundaryFacets(other.boundaryFacets), saveString(other.saveString)
+      boundaryFacets(other.boundaryFacets), saveString(other.saveString), locator_(other.locator_)
 {
 }
 
@@ -110,6 +111,7 @@ MeshFunction2D* MeshFunction2D::copy() const
 
 void MeshFunction2D::initEvaluatorHelper()
 {
+    locator_.reset();
     gridCells.clear();
     boundaryProjectors.clear();
     boundaryFacets.clear();
@@ -133,6 +135,7 @@ void MeshFunction2D::initEvaluatorHelper()
     }
     gridCells.resize(static_cast<std::size_t>(gridSize[0] * gridSize[1]));
     listTriangles(this);
+    locator_ = TriangleLocator::build(*this);
     if (extrapolateFlag) initBoundaries();
 }
 

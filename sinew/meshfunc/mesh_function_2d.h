@@ -20,6 +20,10 @@
 #include <sinew/framework/serializable.h>
 #include <sinew/framework/vect2.h>
 
+namespace sinew::detail {
+class TriangleLocator;
+}
+
 /// The function: its vertices and triangles, and what is derived from them to answer fast.
 ///
 /// **Rebuild.** Grid and boundaries are derived from `params` and `facets` and follow no change by themselves: whoever
@@ -152,4 +156,8 @@ public:
     /// same way stays one boundary edge, of the later triangle. Each loop starts at the smallest vertex still unused
     /// and leaves every vertex towards the smallest target. None if the length of `facets` is not a multiple of 3.
     void initBoundaries();
+
+private:
+    // Never written to once it is built, and safe to share: copies of a function point to the same one.
+    std::shared_ptr<sinew::detail::TriangleLocator const> locator_;
 };

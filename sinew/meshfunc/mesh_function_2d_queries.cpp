@@ -7,6 +7,7 @@
 #include <limits>
 
 #include <sinew/meshfunc/detail/mesh_cells.h>
+#include <sinew/meshfunc/detail/triangle_locator.h>
 
 using Point = tzNM::vect2<double>;
 using namespace sinew::detail;
@@ -34,12 +35,17 @@ bool isVertex(MeshFunction2D const& f, int i)
     return i >= 0 && static_cast<std::size_t>(i) < vertexCount(f);
 }
 
+std::size_t cellIndex(MeshFunction2D const& f, int const cell[2])
+{
+    return static_cast<std::size_t>(cell[0]) * static_cast<std::size_t>(f.gridSize[1]) +
+           static_cast<std::size_t>(cell[1]);
+}
+
 /// The triangles listed in a cell; null if the public grid was changed so that it holds no such cell.
 std::vector<int> const* cellList(MeshFunction2D const& f, int const cell[2])
 {
     if (cell[0] < 0 || cell[0] >= f.gridSize[0] || cell[1] < 0 || cell[1] >= f.gridSize[1]) return nullptr;
-    std::size_t const index =
-        static_cast<std::size_t>(cell[0]) * static_cast<std::size_t>(f.gridSize[1]) + static_cast<std::size_t>(cell[1]);
+    std::size_t const index = cellIndex(f, cell);
     return index < f.gridCells.size() ? &f.gridCells[index] : nullptr;
 }
 
@@ -182,10 +188,20 @@ bool MeshFunction2D::evaluate(Point const& p, Point* out, float* outScalar) cons
 {
     if (!hasGrid(*this)) return false;
     int cell[2];
+    bool finite = true;
     for (int k = 0; k < 2; ++k) {
         double const s = (p[k] - domainMin[k]) * gridScale[k];
-        if (s < -kCellTolerance || s > gridSize[k] + kCellTolerance) return false;
+        if (!(s >= -kCellTolerance && s <= gridSize[k] + kCellTolerance)) {
+            if (!std::isnan(s)) return false;
+            finite = false;
+        }
         cell[k] = cellOfCoordinate(s, gridSize[k]);
+    }
+    if (finite && locator_ && locator_->matches(*this)) {
+        Located located;
+        if (!locator_->find(*this, cellIndex(*this, cell), p, &located)) return false;
+        blend(*this, located.corners, located.u, located.v, located.w, out, outScalar);
+        return true;
     }
     std::vector<int> const* list = cellList(*this, cell);
     return list && std::any_of(list->begin(), list->end(),
