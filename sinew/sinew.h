@@ -2,13 +2,19 @@
 
 /// Everything that sinew offers, in the order of its rooms. A host that compiles often includes single headers instead.
 
+#include <sinew/interop.h>
+
 #include <sinew/framework/serializable.h>
 #include <sinew/framework/smart_ptr.h>
 #include <sinew/framework/vect2.h>
 
+#include <sinew/core/bbox.h>
 #include <sinew/core/eigen_solver.h>
+#include <sinew/core/func_binder.h>
+#include <sinew/core/hash.h>
 #include <sinew/core/matrix.h>
 #include <sinew/core/matrix3.h>
+#include <sinew/core/stream.h>
 #include <sinew/core/tolerances.h>
 #include <sinew/core/transform.h>
 #include <sinew/core/vector3.h>

@@ -54,18 +54,21 @@ double distSqToLineSegment(Vector3 const& p, Vector3 const& a, Vector3 const& b,
 {
     Vector3 const e = b - a;
     double const fromA = (p - a) * e;
+    // Each distance is taken before t is written: t may point at a coordinate of p, a or b.
     if (fromA <= kGeometricZero) {
+        double const toA = distSq(p, a);
         if (t) *t = 0.0;
-        return distSq(p, a);
+        return toA;
     }
     double const fromB = (p - b) * e;
     if (fromB >= -kGeometricZero) {
+        double const toB = distSq(p, b);
         if (t) *t = 1.0;
-        return distSq(p, b);
+        return toB;
     }
     double const lengthSq = e.lengthSq();
-    if (t) *t = fromA / lengthSq;
     double const result = distSq(p, a) - fromA * fromA / lengthSq;
+    if (t) *t = fromA / lengthSq;
     return result > 0.0 ? result : 0.0;
 }
 

@@ -11,7 +11,7 @@
 ///
 /// `n` only chooses the orientation: its length and its component along the plane of a and b do not matter. Where
 /// (a x b) * n is 0 or NaN the angle is in [0, pi]. The vectors need not be unit length; a zero vector gives 0.
-/// A NaN in `a` or `b` gives NaN.
+/// A NaN in `a` or `b` gives NaN. A clockwise angle too small to show against a full turn gives the full turn itself.
 SINEW_API double getAngleBetween(Vector3 const& a, Vector3 const& b, Vector3 const& n);
 
 /// Whether the plane through `p` with normal `m` and the plane through `q` with normal `n` coincide.

@@ -4,9 +4,12 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include <sinew/core/matrix.h>
 #include <sinew/core/matrix3.h>
+#include <sinew/core/transform.h>
 #include <sinew/core/vector3.h>
 #include <sinew/framework/vect2.h>
 
@@ -38,6 +41,19 @@ inline bool sameBits(Matrix3 const& a, Matrix3 const& b)
 {
     return sameBits(a.column(0), b.column(0)) && sameBits(a.column(1), b.column(1)) &&
            sameBits(a.column(2), b.column(2));
+}
+inline bool sameBits(Matrix const& a, Matrix const& b)
+{
+    for (int i = 0; i < 4; ++i) {
+        for (int j = 0; j < 4; ++j) {
+            if (!sameBits(a(i, j), b(i, j))) return false;
+        }
+    }
+    return true;
+}
+inline bool sameBits(Transform const& a, Transform const& b)
+{
+    return sameBits(a.linear, b.linear) && sameBits(a.translation, b.translation) && sameBits(a.scale, b.scale);
 }
 template <typename A, typename B>
 bool sameBits(std::pair<A, B> const& a, std::pair<A, B> const& b)
