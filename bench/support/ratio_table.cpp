@@ -6,6 +6,7 @@
 // of interleaved runs can be compared.
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <map>
 #include <string>
@@ -29,23 +30,21 @@ public:
                 std::fprintf(stderr, "%s: %s\n", run.benchmark_name().c_str(), run.error_message.c_str());
                 failed_ = true;
             } else if (run.run_type == Run::RT_Iteration) {
-                record(run.run_name.function_name, nanosecondsPerItem(run));
+                record(run);
             }
         }
     }
 
     void Finalize() override
     {
-        std::vector<std::string> columns;
-        for (std::string const& contender : contenders_) {
-            if (contender != kOurs) columns.push_back(contender);
-        }
+        std::vector<std::string> columns = inOrder(contenders_);
+        columns.erase(std::remove(columns.begin(), columns.end(), kOurs), columns.end());
         std::printf("\n| case | sinew |");
         for (std::string const& column : columns) std::printf(" %s / sinew |", column.c_str());
         std::printf("\n|---|---:|");
         for (std::size_t i = 0; i < columns.size(); ++i) std::printf("---:|");
         std::printf("\n");
-        for (std::string const& name : cases_) printRow(name, columns);
+        for (std::string const& name : inOrder(cases_)) printRow(name, columns);
     }
 
     bool failed() const { return failed_; }
@@ -58,19 +57,31 @@ private:
         return items == run.counters.end() ? perIteration : 1e9 / items->second.value;
     }
 
-    void record(std::string const& name, double nanoseconds)
+    void record(Run const& run)
     {
+        std::string const& name = run.run_name.function_name;
         std::size_t const slash = name.rfind('/');
         std::string const caseName = name.substr(0, slash);
         std::string const contender = slash == std::string::npos ? kOurs : name.substr(slash + 1);
-        remember(cases_, caseName);
-        remember(contenders_, contender);
-        times_[caseName][contender].push_back(nanoseconds);
+        // Interleaved runs arrive shuffled; the index tells the order of registration, which is the order of the rows.
+        noteFirst(cases_, caseName, run.family_index);
+        noteFirst(contenders_, contender, run.family_index);
+        times_[caseName][contender].push_back(nanosecondsPerItem(run));
     }
 
-    static void remember(std::vector<std::string>& list, std::string const& name)
+    static void noteFirst(std::map<std::string, std::int64_t>& places, std::string const& name, std::int64_t place)
     {
-        if (std::find(list.begin(), list.end(), name) == list.end()) list.push_back(name);
+        auto const [entry, isNew] = places.emplace(name, place);
+        if (!isNew) entry->second = std::min(entry->second, place);
+    }
+
+    static std::vector<std::string> inOrder(std::map<std::string, std::int64_t> const& places)
+    {
+        std::vector<std::string> names;
+        for (auto const& entry : places) names.push_back(entry.first);
+        std::sort(names.begin(), names.end(),
+                  [&places](std::string const& a, std::string const& b) { return places.at(a) < places.at(b); });
+        return names;
     }
 
     static double median(std::vector<double> values)
@@ -110,8 +121,8 @@ private:
         std::printf("\n");
     }
 
-    std::vector<std::string> cases_;
-    std::vector<std::string> contenders_;
+    std::map<std::string, std::int64_t> cases_;
+    std::map<std::string, std::int64_t> contenders_;
     std::map<std::string, std::map<std::string, std::vector<double>>> times_;
     bool failed_ = false;
 };

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include <sinew/core/vector_geometry.h>
+#include <sinew/skinning/detail/surface_deformer.h>
 
 namespace {
 
@@ -80,11 +81,15 @@ BoneTransformModifyer::BoneTransformModifyer(smart_ptr<BoneTransformVector> bone
 
 smart_ptr<SurfaceGeometryData> BoneTransformModifyer::operator()(smart_ptr<DisplayData const> data) const
 {
+    SurfaceGeometryData const& source = *data->surface;
     smart_ptr<SurfaceGeometryData> result(new SurfaceGeometryData);
-    *result = *data->surface;
-    for (std::size_t i = 0; i < result->positions.size(); ++i) {
-        result->positions[i] =
-            bones->getTransformed(static_cast<int>(i), data, data->surface->normals[i], result->normals[i]);
-    }
+    *result = source;
+    // A handle of its own: the host's getter may make the geometry anew.
+    smart_ptr<GeometryData const> const geometry = data->getGeometry();
+    sinew::detail::DeformationInput const input = {
+        bones->bones,          data->placement,        data->boneWeights.get(), geometry->positions.data(),
+        source.normals.data(), source.positions.size()};
+    sinew::detail::deformVertices(input, result->positions.data(), result->normals.data(),
+                                  sinew::detail::widestVectors());
     return result;
 }

@@ -1,0 +1,70 @@
+// Every kernel that this machine runs against the plain way.
+#include <sinew/skinning/detail/surface_deformer.h>
+
+#include <gtest/gtest.h>
+
+#include "skinning/plain_skinning.h"
+#include "skinning/skinning_scene.h"
+#include "support/bits.h"
+
+namespace {
+
+using sinew::detail::VectorWidth;
+using test::Random;
+using test::sameBits;
+
+std::vector<VectorWidth> widthsHere()
+{
+    std::vector<VectorWidth> result = {VectorWidth::baseline};
+    VectorWidth const widest = sinew::detail::widestVectors();
+    if (widest != VectorWidth::baseline) result.push_back(VectorWidth::avx2);
+    if (widest == VectorWidth::avx512) result.push_back(VectorWidth::avx512);
+    return result;
+}
+
+void expectPlainBits(BoneTransformVector const& figure, DisplayData const& display)
+{
+    SurfaceGeometryData expected;
+    plain::deform(figure, display, expected);
+    std::size_t const count = display.surface->positions.size();
+    for (VectorWidth const width : widthsHere()) {
+        SCOPED_TRACE(testing::Message() << "width " << static_cast<int>(width));
+        std::vector<Vector3> positions(count);
+        std::vector<UVector3> normals(count);
+        sinew::detail::deformVertices({figure.bones, display.placement, display.boneWeights.get(),
+                                       display.surface->positions.data(), display.surface->normals.data(), count},
+                                      positions.data(), normals.data(), width);
+        for (std::size_t i = 0; i < count; ++i) {
+            ASSERT_TRUE(sameBits(positions[i], expected.positions[i])) << i;
+            ASSERT_TRUE(sameBits(normals[i], expected.normals[i])) << i;
+        }
+    }
+}
+
+} // namespace
+
+TEST(SurfaceDeformer, EveryKernelEqualsThePlainWay)
+{
+    Random random(71);
+    for (int trial = 0; trial < 400; ++trial) {
+        SCOPED_TRACE(trial);
+        smart_ptr<BoneTransformVector> const figure = test::randomBones(random, 7);
+        smart_ptr<DisplayData> const display = test::randomDisplay(random, random.below(40), 7, 1 + trial % 8);
+        if (random.oneIn(10)) display->boneWeights.reset();
+        expectPlainBits(*figure, *display);
+    }
+}
+
+TEST(SurfaceDeformer, EveryKernelTakesEveryBasisBranch)
+{
+    Random random(72);
+    smart_ptr<BoneTransformVector> const figure = test::randomBones(random, 3);
+    smart_ptr<DisplayData> const display = test::randomDisplay(random, 125, 3, 3);
+    display->placement = Transform();
+    double const steps[] = {-1.0, -0.0, 0.0, 1e-14, 1.0};
+    for (int i = 0; i < 125; ++i) {
+        // Null vectors, ties between components, and signs of zero.
+        static_cast<Vector3&>(display->surface->normals[i]) = Vector3(steps[i % 5], steps[i / 5 % 5], steps[i / 25]);
+    }
+    expectPlainBits(*figure, *display);
+}
