@@ -1,0 +1,38 @@
+#pragma once
+
+/// The pixels of a triangle.
+
+#include <algorithm>
+#include <cmath>
+
+#include <sinew/core/vector3.h>
+
+namespace tool {
+
+/// Calls visit(x, y, wa, wb, wc) for every pixel of a width x height grid whose centre (x + 0.5, y + 0.5) lies in the
+/// triangle of the corners' x and y; the three weights sum to 1. Either orientation; a triangle without area has no
+/// pixels.
+template <typename Visit>
+void forEachPixelInTriangle(Vector3 const (&corner)[3], int width, int height, Visit visit)
+{
+    Vector3 const &a = corner[0], &b = corner[1], &c = corner[2];
+    double const area = (b.x - a.x) * (c.y - a.y) - (c.x - a.x) * (b.y - a.y);
+    if (!(std::fabs(area) > 1e-12)) return;
+    auto const bound = [](double value, int limit) { return static_cast<int>(std::clamp(value, 0.0, limit * 1.0)); };
+    int const left = bound(std::floor(std::min({a.x, b.x, c.x}) - 0.5), width);
+    int const right = bound(std::ceil(std::max({a.x, b.x, c.x}) + 0.5), width);
+    int const top = bound(std::floor(std::min({a.y, b.y, c.y}) - 0.5), height);
+    int const bottom = bound(std::ceil(std::max({a.y, b.y, c.y}) + 0.5), height);
+    for (int y = top; y < bottom; ++y) {
+        double const py = y + 0.5;
+        for (int x = left; x < right; ++x) {
+            double const px = x + 0.5;
+            double const wb = ((px - a.x) * (c.y - a.y) - (c.x - a.x) * (py - a.y)) / area;
+            double const wc = ((b.x - a.x) * (py - a.y) - (px - a.x) * (b.y - a.y)) / area;
+            double const wa = 1 - wb - wc;
+            if (wa >= 0 && wb >= 0 && wc >= 0) visit(x, y, wa, wb, wc);
+        }
+    }
+}
+
+} // namespace tool

@@ -1,0 +1,312 @@
+#include <tool/draw/renderer.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include <tool/draw/depth_map.h>
+#include <tool/draw/raster.h>
+
+namespace tool {
+namespace {
+
+constexpr int kSupersampling = 2;     // samples a pixel in each direction
+constexpr int kSkyDirections = 40;    // for the ambient shadows
+constexpr int kSkyMapSize = 160;      // cells a side; many coarse maps average to a smooth shadow
+constexpr int kKeyMapSize = 1400;
+constexpr double kGoldenAngle = 2.39996322972865332; // spreads directions evenly over the sky
+
+// Light adds up in linear terms; squares and roots are close enough to the display's encoding for pictures.
+Vector3 toLinear(Colour const& c)
+{
+    return {c.r * c.r, c.g * c.g, c.b * c.b};
+}
+
+Colour fromLinear(Vector3 const& light)
+{
+    // A soft shoulder above 0.8 instead of clipped highlights.
+    auto const channel = [](double v) {
+        double const soft = v < 0.8 ? v : 0.8 + 0.2 * (1 - std::exp(-(v - 0.8) / 0.2));
+        return std::sqrt(std::max(soft, 0.0));
+    };
+    return {channel(light.x), channel(light.y), channel(light.z)};
+}
+
+/// What one sample of the picture shows.
+struct Sample
+{
+    float depth = std::numeric_limits<float>::infinity();
+    int solid = -1;
+    int triangle = -1;
+    float weights[3] = {0, 0, 0};
+};
+
+class Renderer
+{
+public:
+    Renderer(std::vector<Solid> const& solids, View const& view, double pixelsPerUnit, RenderOptions const& options)
+        : solids_(solids), view_(view), options_(options), samplesPerUnit_(pixelsPerUnit * kSupersampling),
+          width_(std::max(1, static_cast<int>(std::lround(view.where().width * pixelsPerUnit)))),
+          height_(std::max(1, static_cast<int>(std::lround(view.where().height * pixelsPerUnit)))),
+          samples_(static_cast<std::size_t>(width_ * kSupersampling) * static_cast<std::size_t>(height_ * kSupersampling))
+    {
+        measure();
+        light();
+        rasterise();
+    }
+
+    Image picture() const
+    {
+        Image image(width_, height_);
+        for (int y = 0; y < height_; ++y) {
+            for (int x = 0; x < width_; ++x) image.at(x, y) = pixel(x, y);
+        }
+        return image;
+    }
+
+private:
+    void measure()
+    {
+        low_ = Vector3(1, 1, 1) * std::numeric_limits<double>::infinity();
+        high_ = -low_;
+        for (Solid const& solid : solids_) {
+            for (Vector3 const& p : solid.positions) {
+                for (int k = 0; k < 3; ++k) {
+                    low_[k] = std::min(low_[k], p[k]);
+                    high_[k] = std::max(high_[k], p[k]);
+                }
+            }
+            normals_.push_back(solid.normals.empty() ? vertexNormals(solid.positions, solid.triangles) : solid.normals);
+        }
+        centre_ = (low_ + high_) * 0.5;
+        radius_ = std::max(0.5 * dist(low_, high_), 1e-9);
+    }
+
+    DepthMap mapTowards(Vector3 const& direction, int size) const
+    {
+        DepthMap map(direction, centre_, radius_, size);
+        for (Solid const& solid : solids_) {
+            for (Triangle const& t : solid.triangles) map.add(at(solid, t[0]), at(solid, t[1]), at(solid, t[2]));
+        }
+        return map;
+    }
+
+    static Vector3 const& at(Solid const& solid, int i) { return solid.positions[static_cast<std::size_t>(i)]; }
+
+    void light()
+    {
+        towardsKey_ = UVector3(view_.up() * 0.75 - view_.right() * 0.55 - view_.forward() * 0.75);
+        towardsKey_.y = std::max(towardsKey_.y, 0.3); // never from below the ground
+        towardsKey_ = UVector3(towardsKey_);
+        keyMap_.push_back(mapTowards(towardsKey_, kKeyMapSize));
+        for (int i = 0; i < kSkyDirections; ++i) {
+            double const up = 0.04 + 0.96 * (i + 0.5) / kSkyDirections;
+            double const across = std::sqrt(1 - up * up);
+            Vector3 const direction(across * std::cos(i * kGoldenAngle), up, across * std::sin(i * kGoldenAngle));
+            skyDirections_.push_back(direction);
+            skyMaps_.push_back(mapTowards(direction, kSkyMapSize));
+        }
+        for (std::size_t s = 0; s < solids_.size(); ++s) {
+            sky_.emplace_back();
+            for (std::size_t v = 0; v < solids_[s].positions.size(); ++v) {
+                sky_.back().push_back(skyAt(solids_[s].positions[v], normals_[s][v]));
+            }
+        }
+    }
+
+    /// The share of the even sky that reaches a point of a surface; both sides of the surface count as one.
+    double skyAt(Vector3 const& p, Vector3 const& normal) const
+    {
+        double const bias = 0.018 * radius_;
+        Vector3 const n = normal * (view_.eye() - p) < 0 ? -normal : normal;
+        double reached = 0;
+        double possible = 0;
+        for (std::size_t i = 0; i < skyMaps_.size(); ++i) {
+            double const cosine = 0.35 + 0.65 * (n * skyDirections_[i]); // light bounces: a wrapped cosine
+            if (cosine <= 0) continue;
+            possible += 1;
+            reached += cosine * skyMaps_[i].lit(p + n * bias, 0.5 * bias);
+        }
+        return possible > 0 ? reached / static_cast<double>(skyMaps_.size()) * 1.7 : 0;
+    }
+
+    void rasterise()
+    {
+        for (std::size_t s = 0; s < solids_.size(); ++s) {
+            for (std::size_t t = 0; t < solids_[s].triangles.size(); ++t) rasterise(s, t);
+        }
+    }
+
+    void rasterise(std::size_t s, std::size_t t)
+    {
+        Vector3 corners[3];
+        for (std::size_t k = 0; k < 3; ++k) {
+            double depth = 0;
+            Point const p = view_(at(solids_[s], solids_[s].triangles[t][k]), &depth);
+            if (!(depth > 0)) return; // behind the eye
+            corners[k] = {(p.x - view_.where().x) * samplesPerUnit_, (p.y - view_.where().y) * samplesPerUnit_, depth};
+        }
+        int const width = width_ * kSupersampling;
+        forEachPixelInTriangle(corners, width, height_ * kSupersampling, [&](int x, int y, double a, double b, double c) {
+            // Straight lines in space are even in 1 / depth on the sheet.
+            double const wa = a / corners[0].z;
+            double const wb = b / corners[1].z;
+            double const wc = c / corners[2].z;
+            double const depth = 1 / (wa + wb + wc);
+            Sample& sample = samples_[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
+                                      static_cast<std::size_t>(x)];
+            if (!(depth < sample.depth)) return;
+            sample.depth = static_cast<float>(depth);
+            sample.solid = static_cast<int>(s);
+            sample.triangle = static_cast<int>(t);
+            sample.weights[0] = static_cast<float>(wa * depth);
+            sample.weights[1] = static_cast<float>(wb * depth);
+            sample.weights[2] = static_cast<float>(wc * depth);
+        });
+    }
+
+    Colour pixel(int x, int y) const
+    {
+        Vector3 sum;
+        int empty = 0;
+        for (int j = 0; j < kSupersampling; ++j) {
+            for (int i = 0; i < kSupersampling; ++i) {
+                Sample const& sample =
+                    samples_[static_cast<std::size_t>(y * kSupersampling + j) *
+                                 static_cast<std::size_t>(width_ * kSupersampling) +
+                             static_cast<std::size_t>(x * kSupersampling + i)];
+                if (sample.solid < 0) {
+                    ++empty;
+                } else {
+                    sum += shade(sample);
+                }
+            }
+        }
+        if (empty > 0) sum += groundAt(x, y) * empty;
+        return fromLinear(sum * (1.0 / (kSupersampling * kSupersampling)));
+    }
+
+    Vector3 shade(Sample const& sample) const
+    {
+        std::size_t const s = static_cast<std::size_t>(sample.solid);
+        Solid const& solid = solids_[s];
+        std::size_t const t = static_cast<std::size_t>(sample.triangle);
+        Triangle const& triangle = solid.triangles[t];
+        double const weights[3] = {sample.weights[0], sample.weights[1], sample.weights[2]};
+        Vector3 p;
+        Vector3 n;
+        double sky = 0;
+        Colour colour(0, 0, 0);
+        for (std::size_t k = 0; k < 3; ++k) {
+            std::size_t const v = static_cast<std::size_t>(triangle[k]);
+            p += solid.positions[v] * weights[k];
+            n += normals_[s][v] * weights[k];
+            sky += sky_[s][v] * weights[k];
+            if (!solid.colours.empty()) {
+                Colour const& c = solid.colours[v];
+                colour = {colour.r + weights[k] * c.r, colour.g + weights[k] * c.g, colour.b + weights[k] * c.b};
+            }
+        }
+        if (solid.colourAt) {
+            colour = solid.colourAt(t, weights);
+        } else if (solid.colours.empty()) {
+            colour = solid.colour;
+        }
+        return lit(p, UVector3(n), sky, toLinear(colour), solid.gloss);
+    }
+
+    Vector3 lit(Vector3 const& p, Vector3 n, double sky, Vector3 const& albedo, double gloss) const
+    {
+        Vector3 const towardsEye = UVector3(view_.eye() - p);
+        if (n * towardsEye < 0) n = -n;
+        double const bias = 0.006 * radius_;
+        double const key = std::max(0.0, n * towardsKey_) * keyMap_[0].lit(p + n * bias, bias);
+        Vector3 const half = UVector3(towardsKey_ + towardsEye);
+        double const highlight = key > 0 ? gloss * std::pow(std::max(0.0, n * half), 40) : 0;
+        Vector3 const keyLight(1.02 * key, 0.97 * key, 0.90 * key);
+        Vector3 const skyLight(0.46 * sky, 0.50 * sky, 0.56 * sky);
+        Vector3 const light = keyLight + skyLight + Vector3(0.05, 0.045, 0.04);
+        return Vector3(albedo.x * light.x, albedo.y * light.y, albedo.z * light.z) + Vector3(1, 1, 1) * highlight;
+    }
+
+    /// The ground in the colour of the background, darkened by what stands on it.
+    Vector3 groundAt(int x, int y) const
+    {
+        Vector3 const paper = toLinear(options_.background);
+        if (!options_.ground || solids_.empty()) return paper;
+        double const unitsPerPixel = kSupersampling / samplesPerUnit_;
+        Vector3 const ray =
+            view_.rayThrough({view_.where().x + (x + 0.5) * unitsPerPixel, view_.where().y + (y + 0.5) * unitsPerPixel});
+        if (!(ray.y < -1e-6)) return paper; // above the horizon
+        Vector3 const p = view_.eye() + ray * ((low_.y - view_.eye().y) / ray.y);
+        double const away = dist(p, Vector3(centre_.x, low_.y, centre_.z)) / radius_;
+        double const fade = std::clamp(1.6 - 0.6 * away, 0.0, 1.0);
+        if (fade == 0) return paper;
+        double const bias = 0.01 * radius_;
+        double sky = 0;
+        double all = 0;
+        for (std::size_t i = 0; i < skyMaps_.size(); ++i) {
+            sky += skyDirections_[i].y * skyMaps_[i].lit(p, bias);
+            all += skyDirections_[i].y;
+        }
+        double const dark = 0.30 * (1 - keyMap_[0].lit(p, bias)) + 0.62 * (1 - sky / all);
+        return paper * (1 - fade * dark);
+    }
+
+    std::vector<Solid> const& solids_;
+    View const& view_;
+    RenderOptions const& options_;
+    double samplesPerUnit_;
+    int width_;
+    int height_;
+    std::vector<Sample> samples_;
+    std::vector<std::vector<Vector3>> normals_;
+    std::vector<std::vector<double>> sky_;
+    Vector3 low_, high_, centre_;
+    double radius_ = 1;
+    Vector3 towardsKey_;
+    std::vector<DepthMap> keyMap_; // one, made after the bounds are known
+    std::vector<DepthMap> skyMaps_;
+    std::vector<Vector3> skyDirections_;
+};
+
+} // namespace
+
+Image render(std::vector<Solid> const& solids, View const& view, double pixelsPerUnit, RenderOptions const& options)
+{
+    return Renderer(solids, view, pixelsPerUnit, options).picture();
+}
+
+void drawSolids(Canvas& sheet, std::vector<Solid> const& solids, View const& view, RenderOptions const& options)
+{
+    sheet.image(render(solids, view, sheet.pixelsPerUnit(), options), view.where());
+}
+
+std::vector<Vector3> vertexNormals(std::vector<Vector3> const& positions, std::vector<Triangle> const& triangles)
+{
+    std::vector<Vector3> sums(positions.size());
+    for (Triangle const& t : triangles) {
+        Vector3 const& a = positions[static_cast<std::size_t>(t[0])];
+        Vector3 const n = cross(positions[static_cast<std::size_t>(t[1])] - a,
+                                positions[static_cast<std::size_t>(t[2])] - a); // twice the area long
+        for (int const v : t) sums[static_cast<std::size_t>(v)] += n;
+    }
+    for (Vector3& sum : sums) {
+        double const length = sum.length(); // tiny triangles of a fine mesh still have a direction
+        sum = length > 0 ? sum * (1 / length) : Vector3(0, 0, 1);
+    }
+    return sums;
+}
+
+void boundsOf(std::vector<Vector3> const& points, Vector3& low, Vector3& high)
+{
+    low = high = points.empty() ? Vector3() : points[0];
+    for (Vector3 const& p : points) {
+        for (int k = 0; k < 3; ++k) {
+            low[k] = std::min(low[k], p[k]);
+            high[k] = std::max(high[k], p[k]);
+        }
+    }
+}
+
+} // namespace tool
