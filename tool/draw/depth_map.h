@@ -17,8 +17,8 @@ public:
 
     void add(Vector3 const& a, Vector3 const& b, Vector3 const& c);
 
-    /// How much of the light reaches `p`, from 0 to 1: the share of the four cells around it that see nothing closer than
-    /// `bias` in front of `p`.
+    /// How much of the light reaches `p`, from 0 to 1: the share of the four cells around it that see nothing closer
+    /// than `bias` in front of `p`.
     double lit(Vector3 const& p, double bias) const;
 
 private:

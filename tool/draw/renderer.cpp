@@ -10,9 +10,9 @@
 namespace tool {
 namespace {
 
-constexpr int kSupersampling = 2;     // samples a pixel in each direction
-constexpr int kSkyDirections = 40;    // for the ambient shadows
-constexpr int kSkyMapSize = 160;      // cells a side; many coarse maps average to a smooth shadow
+constexpr int kSupersampling = 2;  // samples a pixel in each direction
+constexpr int kSkyDirections = 40; // for the ambient shadows
+constexpr int kSkyMapSize = 160;   // cells a side; many coarse maps average to a smooth shadow
 constexpr int kKeyMapSize = 1400;
 constexpr double kGoldenAngle = 2.39996322972865332; // spreads directions evenly over the sky
 
@@ -24,10 +24,14 @@ Vector3 toLinear(Colour const& c)
 
 Colour fromLinear(Vector3 const& light)
 {
-    // A soft shoulder above 0.8 instead of clipped highlights.
+    return {std::sqrt(light.x), std::sqrt(light.y), std::sqrt(light.z)};
+}
+
+/// A soft shoulder above 0.7 instead of clipped highlights.
+Vector3 developed(Vector3 const& light)
+{
     auto const channel = [](double v) {
-        double const soft = v < 0.8 ? v : 0.8 + 0.2 * (1 - std::exp(-(v - 0.8) / 0.2));
-        return std::sqrt(std::max(soft, 0.0));
+        return v < 0.7 ? std::max(v, 0.0) : 0.7 + 0.3 * (1 - std::exp(-(v - 0.7) / 0.3));
     };
     return {channel(light.x), channel(light.y), channel(light.z)};
 }
@@ -48,7 +52,8 @@ public:
         : solids_(solids), view_(view), options_(options), samplesPerUnit_(pixelsPerUnit * kSupersampling),
           width_(std::max(1, static_cast<int>(std::lround(view.where().width * pixelsPerUnit)))),
           height_(std::max(1, static_cast<int>(std::lround(view.where().height * pixelsPerUnit)))),
-          samples_(static_cast<std::size_t>(width_ * kSupersampling) * static_cast<std::size_t>(height_ * kSupersampling))
+          samples_(static_cast<std::size_t>(width_ * kSupersampling) *
+                   static_cast<std::size_t>(height_ * kSupersampling))
     {
         measure();
         light();
@@ -147,22 +152,23 @@ private:
             corners[k] = {(p.x - view_.where().x) * samplesPerUnit_, (p.y - view_.where().y) * samplesPerUnit_, depth};
         }
         int const width = width_ * kSupersampling;
-        forEachPixelInTriangle(corners, width, height_ * kSupersampling, [&](int x, int y, double a, double b, double c) {
-            // Straight lines in space are even in 1 / depth on the sheet.
-            double const wa = a / corners[0].z;
-            double const wb = b / corners[1].z;
-            double const wc = c / corners[2].z;
-            double const depth = 1 / (wa + wb + wc);
-            Sample& sample = samples_[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
-                                      static_cast<std::size_t>(x)];
-            if (!(depth < sample.depth)) return;
-            sample.depth = static_cast<float>(depth);
-            sample.solid = static_cast<int>(s);
-            sample.triangle = static_cast<int>(t);
-            sample.weights[0] = static_cast<float>(wa * depth);
-            sample.weights[1] = static_cast<float>(wb * depth);
-            sample.weights[2] = static_cast<float>(wc * depth);
-        });
+        forEachPixelInTriangle(
+            corners, width, height_ * kSupersampling, [&](int x, int y, double a, double b, double c) {
+                // Straight lines in space are even in 1 / depth on the sheet.
+                double const wa = a / corners[0].z;
+                double const wb = b / corners[1].z;
+                double const wc = c / corners[2].z;
+                double const depth = 1 / (wa + wb + wc);
+                Sample& sample = samples_[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
+                                          static_cast<std::size_t>(x)];
+                if (!(depth < sample.depth)) return;
+                sample.depth = static_cast<float>(depth);
+                sample.solid = static_cast<int>(s);
+                sample.triangle = static_cast<int>(t);
+                sample.weights[0] = static_cast<float>(wa * depth);
+                sample.weights[1] = static_cast<float>(wb * depth);
+                sample.weights[2] = static_cast<float>(wc * depth);
+            });
     }
 
     Colour pixel(int x, int y) const
@@ -171,10 +177,9 @@ private:
         int empty = 0;
         for (int j = 0; j < kSupersampling; ++j) {
             for (int i = 0; i < kSupersampling; ++i) {
-                Sample const& sample =
-                    samples_[static_cast<std::size_t>(y * kSupersampling + j) *
-                                 static_cast<std::size_t>(width_ * kSupersampling) +
-                             static_cast<std::size_t>(x * kSupersampling + i)];
+                Sample const& sample = samples_[static_cast<std::size_t>(y * kSupersampling + j) *
+                                                    static_cast<std::size_t>(width_ * kSupersampling) +
+                                                static_cast<std::size_t>(x * kSupersampling + i)];
                 if (sample.solid < 0) {
                     ++empty;
                 } else {
@@ -223,10 +228,11 @@ private:
         double const key = std::max(0.0, n * towardsKey_) * keyMap_[0].lit(p + n * bias, bias);
         Vector3 const half = UVector3(towardsKey_ + towardsEye);
         double const highlight = key > 0 ? gloss * std::pow(std::max(0.0, n * half), 40) : 0;
-        Vector3 const keyLight(1.02 * key, 0.97 * key, 0.90 * key);
+        Vector3 const keyLight(0.80 * key, 0.76 * key, 0.70 * key);
         Vector3 const skyLight(0.46 * sky, 0.50 * sky, 0.56 * sky);
         Vector3 const light = keyLight + skyLight + Vector3(0.05, 0.045, 0.04);
-        return Vector3(albedo.x * light.x, albedo.y * light.y, albedo.z * light.z) + Vector3(1, 1, 1) * highlight;
+        Vector3 const diffuse(albedo.x * light.x, albedo.y * light.y, albedo.z * light.z);
+        return developed(diffuse + Vector3(1, 1, 1) * highlight);
     }
 
     /// The ground in the colour of the background, darkened by what stands on it.
@@ -235,8 +241,8 @@ private:
         Vector3 const paper = toLinear(options_.background);
         if (!options_.ground || solids_.empty()) return paper;
         double const unitsPerPixel = kSupersampling / samplesPerUnit_;
-        Vector3 const ray =
-            view_.rayThrough({view_.where().x + (x + 0.5) * unitsPerPixel, view_.where().y + (y + 0.5) * unitsPerPixel});
+        Vector3 const ray = view_.rayThrough(
+            {view_.where().x + (x + 0.5) * unitsPerPixel, view_.where().y + (y + 0.5) * unitsPerPixel});
         if (!(ray.y < -1e-6)) return paper; // above the horizon
         Vector3 const p = view_.eye() + ray * ((low_.y - view_.eye().y) / ray.y);
         double const away = dist(p, Vector3(centre_.x, low_.y, centre_.z)) / radius_;

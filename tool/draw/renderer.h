@@ -18,9 +18,9 @@ struct Solid
 {
     std::vector<Vector3> positions;
     std::vector<Triangle> triangles;
-    std::vector<Vector3> normals = {};      ///< unit, parallel to `positions`; empty: averaged from the triangles
-    Colour colour = Colour::hex(0xd8d2c6);  ///< where nothing below says otherwise
-    std::vector<Colour> colours = {};       ///< one a vertex, blended in between; or empty
+    std::vector<Vector3> normals = {};     ///< unit, parallel to `positions`; empty: averaged from the triangles
+    Colour colour = Colour::hex(0xd8d2c6); ///< where nothing below says otherwise
+    std::vector<Colour> colours = {};      ///< one a vertex, blended in between; or empty
     /// The colour inside a triangle at barycentric weights (of its three corners); wins over the two above.
     std::function<Colour(std::size_t triangle, double const* weights)> colourAt = {};
     double gloss = 0.12; ///< strength of the highlight, 0 for chalk

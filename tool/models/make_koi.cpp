@@ -40,7 +40,8 @@ double halfHeight(double s)
 
 double halfWidth(double s)
 {
-    return halfHeight(s) * (0.78 - 0.42 * s);
+    // Down to nothing at the end, where the sides meet and the tail begins.
+    return halfHeight(s) * (0.78 - 0.42 * s) * std::sqrt(1 - std::pow(s < 1 ? s : 1, 9));
 }
 
 double middle(double s)

@@ -1,0 +1,108 @@
+#include <tool/tour/textured_function.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <utility>
+
+#include <tool/draw/renderer.h>
+
+namespace tool {
+namespace {
+
+constexpr Colour kPale = Colour::hex(0xf6efe3);
+constexpr Colour kRed = Colour::hex(0xd9481c);
+constexpr Colour kBlack = Colour::hex(0x23262c);
+
+/// A smooth, seemingly random function of the plane, in about [-1, 1]: waves in incommensurable directions.
+double ripple(Vector2 const& p, double phase)
+{
+    double sum = 0;
+    double const directions[][2] = {{1.0, 0.35}, {-0.55, 0.95}, {0.85, -0.9}, {0.2, 1.3}, {-1.2, 0.15}};
+    for (auto const& d : directions) sum += std::sin(d[0] * p.x + d[1] * p.y + phase * (1 + d[0] - 0.7 * d[1]));
+    return sum / 2.6;
+}
+
+double edge(double value, double threshold, double softness)
+{
+    double const t = std::clamp((value - threshold) / softness + 0.5, 0.0, 1.0);
+    return t * t * (3 - 2 * t);
+}
+
+} // namespace
+
+SideView::SideView(std::vector<Vector3> const& positions) : right(0), up(1), towards(2)
+{
+    Vector3 low, high;
+    boundsOf(positions, low, high);
+    Vector3 const extent = high - low;
+    if (extent.x < extent.z && extent.x < extent.y) {
+        right = 2;
+        towards = 0;
+    } else if (extent.y < extent.z && extent.y < extent.x) {
+        up = 2;
+        towards = 1;
+    }
+}
+
+MeshFunction2D sideViewFunction(TexturedMesh const& mesh)
+{
+    SideView const side(mesh.positions);
+    Vector3 low, high;
+    boundsOf(mesh.positions, low, high);
+    double const longest = std::max({high[side.right] - low[side.right], high[side.up] - low[side.up], 1e-300});
+    // Seen from +z x runs to the right; from +x, and from above or below, it is the other way round.
+    double const sign = side.towards == 2 ? 1 : -1;
+    std::vector<Vector3> const normals = vertexNormals(mesh.positions, mesh.triangles);
+
+    std::vector<Vector2> params, values;
+    std::vector<float> cosines;
+    std::vector<int> facets;
+    std::map<std::pair<int, int>, int> vertexOf;
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        for (std::size_t k = 0; k < 3; ++k) {
+            int const position = mesh.triangles[t][k];
+            int const texcoord = mesh.texTriangles[t][k];
+            auto const [found, isNew] =
+                vertexOf.emplace(std::pair(position, texcoord), static_cast<int>(params.size()));
+            facets.push_back(found->second);
+            if (!isNew) continue;
+            Vector3 const& p = mesh.positions[static_cast<std::size_t>(position)];
+            double const across = (p[side.right] - low[side.right]) / longest;
+            double const width = (high[side.right] - low[side.right]) / longest;
+            params.push_back(mesh.texcoords[static_cast<std::size_t>(texcoord)]);
+            values.emplace_back(sign > 0 ? across : width - across, (p[side.up] - low[side.up]) / longest);
+            cosines.push_back(static_cast<float>(normals[static_cast<std::size_t>(position)][side.towards]));
+        }
+    }
+    return {params, values, facets, cosines};
+}
+
+Colour koiPattern(Vector2 const& value)
+{
+    Vector2 const p = value * 14.0;
+    double const red = edge(ripple(p, 1.9) + 0.25 * ripple(p * 2.3, 0.4), 0.18, 0.10);
+    double const black = edge(ripple(p * 1.35, 4.4) + 0.3 * ripple(p * 3.1, 2.0), 0.72, 0.08);
+    // Scales: the arcs of overlapping circles, staggered row by row.
+    double const row = std::floor(value.y * 46);
+    double const x = value.x * 46 + 0.5 * std::fmod(std::fabs(row), 2.0);
+    double const arc = std::hypot(x - std::floor(x) - 0.5, value.y * 46 - row - 0.15);
+    double const shade = 0.10 * edge(arc, 0.52, 0.25);
+    Colour const base = mix(mix(kPale, kRed, red), kBlack, black);
+    return mix(base, Colour(0.35, 0.22, 0.16), shade);
+}
+
+Image bakeTexture(MeshFunction2D const& function, int size)
+{
+    Image texture(size, size, kPale);
+    for (int y = 0; y < size; ++y) {
+        for (int x = 0; x < size; ++x) {
+            Vector2 const at((x + 0.5) / size, 1 - (y + 0.5) / size);
+            Vector2 value;
+            if (function.extrapolate(at, &value, nullptr)) texture.at(x, y) = koiPattern(value);
+        }
+    }
+    return texture;
+}
+
+} // namespace tool
