@@ -4,8 +4,11 @@
 
 #include <sinew/interop.h>
 
+#include <sinew/framework/fields.h>
+#include <sinew/framework/registry.h>
 #include <sinew/framework/serializable.h>
 #include <sinew/framework/smart_ptr.h>
+#include <sinew/framework/tags.h>
 #include <sinew/framework/vect2.h>
 
 #include <sinew/core/bbox.h>

@@ -5,6 +5,8 @@
 /// A class becomes persistent by deriving from `Serializable` and describing its fields; see `sinew/framework/fields.h`
 /// for the description and `sinew/framework/registry.h` for making objects by name.
 
+#include <iosfwd>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -47,3 +49,26 @@ public:
 
     virtual ~Serializable();
 };
+
+namespace sinew {
+
+/// Writes `object` as one document: an XML declaration and a root element named `name`.
+///
+/// Saving the same object twice gives the same bytes. A `name` that is no XML name, and text that XML cannot carry, is
+/// a std::invalid_argument; failures of the stream show in its state. Cost: linear in the size of the text.
+SINEW_API void writeDocument(std::ostream& out, Serializable& object, std::string const& name);
+
+/// Reads one document, to the end of `in`, into `object`; the root element may have any name.
+///
+/// Bad data throws `Serializable::LoadFail`, and `object` should then be discarded. Safe for documents from strangers:
+/// nothing but LoadFail and std::bad_alloc is thrown, reading is linear in the size of the text, elements are nested at
+/// most `kMaxNesting` deep (`sinew/framework/tags.h`), and no more than 64 KiB and 64 bytes for each byte of the text
+/// are allocated on the way to the fields. Line ends, a byte-order mark, comments, CDATA and references are read as
+/// XML 1.0 has them; document type declarations are refused, so nothing is ever expanded or fetched.
+SINEW_API void readDocument(std::istream& in, Serializable& object);
+
+/// Makes the object that is registered under the root element's name (`sinew/framework/registry.h`), then reads the
+/// document into it as `readDocument` does. A name that is not registered is a `LoadFail`.
+SINEW_API std::unique_ptr<Serializable> createFromDocument(std::istream& in);
+
+} // namespace sinew

@@ -1,0 +1,212 @@
+#include <sinew/framework/tags.h>
+
+#include <algorithm>
+#include <charconv>
+#include <istream>
+#include <ostream>
+#include <stdexcept>
+
+#include <sinew/framework/detail/xml_reader.h>
+#include <sinew/framework/detail/xml_text.h>
+#include <sinew/framework/serializable.h>
+
+using sinew::detail::XmlReader;
+
+namespace {
+
+constexpr int kIndent = 2;
+
+void requireName(std::string const& name)
+{
+    if (!sinew::detail::isXmlName(name)) throw std::invalid_argument("\"" + name + "\" is not an XML name");
+}
+
+void requireText(std::string_view text)
+{
+    if (sinew::detail::findBadCharacter(text) != text.size())
+        throw std::invalid_argument("the text is not UTF-8, or holds a character that XML cannot carry");
+}
+
+// Unformatted, so that neither width nor locale of the stream has a say.
+void put(std::ostream& out, std::string_view text)
+{
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+} // namespace
+
+Tag::Tag(std::string name) : name_(std::move(name)) {}
+
+Tag::~Tag() = default;
+
+std::string const* Tag::findAttr(std::string_view name) const
+{
+    auto const found = std::find_if(attributes_.begin(), attributes_.end(),
+                                    [&](auto const& attribute) { return attribute.first == name; });
+    return found == attributes_.end() ? nullptr : &found->second;
+}
+
+std::string Tag::getAttr(std::string const& name) const
+{
+    std::string const* const text = findAttr(name);
+    if (!text) fail("the attribute \"" + name + "\" is missing");
+    return *text;
+}
+
+void Tag::fail(std::string const& message) const
+{
+    throw Serializable::LoadFail(place() + ": " + message);
+}
+
+std::string Tag::place() const
+{
+    return "<" + sinew::detail::shortened(name_) + ">";
+}
+
+bool Tag::hasAttr(std::string const& name) const
+{
+    return findAttr(name) != nullptr;
+}
+
+OutTag::OutTag(std::ostream& out, std::string const& name) : Tag(name), out_(out), depth_(0)
+{
+    requireName(name);
+}
+
+OutTag::OutTag(OutTag& parent, std::string const& name) : Tag(name), out_(parent.out_), depth_(parent.depth_ + 1)
+{
+    requireName(name);
+}
+
+OutTag::~OutTag() = default;
+
+void OutTag::setAttr(std::string const& name, std::string const& text)
+{
+    requireName(name);
+    requireText(text);
+    auto const found = std::find_if(attributes_.begin(), attributes_.end(),
+                                    [&](auto const& attribute) { return attribute.first == name; });
+    if (found == attributes_.end()) {
+        attributes_.emplace_back(name, text);
+    } else {
+        found->second = text;
+    }
+}
+
+void OutTag::setAttr(std::string const& name, double value)
+{
+    // What a stream in the classic locale prints with its default settings, without building a stream.
+    constexpr int kDefaultPrecision = 6;
+    char text[32];
+    auto const end = std::to_chars(text, text + sizeof text, value, std::chars_format::general, kDefaultPrecision).ptr;
+    setAttr(name, std::string(text, end));
+}
+
+void OutTag::indent()
+{
+    put(out_, std::string(static_cast<std::size_t>(kIndent * depth_), ' '));
+}
+
+void OutTag::writeTag(std::string_view opening, std::string_view closing)
+{
+    std::string text(opening);
+    text += name_;
+    for (auto const& [name, value] : attributes_) {
+        text += ' ';
+        text += name;
+        text += "=\"";
+        sinew::detail::appendEscapedAttribute(text, value);
+        text += '"';
+    }
+    text += closing;
+    put(out_, text);
+}
+
+void OutTag::writeOpenTag(bool lines)
+{
+    indent();
+    writeTag("<", lines ? ">\n" : ">");
+}
+
+void OutTag::writeCloseTag(bool lines)
+{
+    if (lines) indent();
+    put(out_, "</" + name_ + ">\n");
+}
+
+void OutTag::writeSingleTag()
+{
+    indent();
+    writeTag("<", "/>\n");
+}
+
+void OutTag::writeText(std::string_view text)
+{
+    requireText(text);
+    // Packed vectors are megabytes without anything to escape: they go out as they are.
+    std::size_t const plain = sinew::detail::findEscaped(text);
+    put(out_, text.substr(0, plain));
+    std::string escaped;
+    sinew::detail::appendEscapedText(escaped, text.substr(plain));
+    put(out_, escaped);
+}
+
+void OutTag::writeTextTag(std::string_view text)
+{
+    if (text.empty()) return writeSingleTag();
+    writeOpenTag(false);
+    writeText(text);
+    writeCloseTag(false);
+}
+
+InTag::InTag(XmlReader& reader) : Tag(std::string()), reader_(reader)
+{
+    XmlReader::StartTag const& tag = reader.readStartTag();
+    at_ = tag.at;
+    unread_ = !tag.empty;
+    name_ = tag.name;
+    attributes_.resize(tag.attributes.size());
+    for (std::size_t i = 0; i < attributes_.size(); ++i) {
+        attributes_[i].first = tag.attributes[i].name;
+        sinew::detail::appendResolvedAttribute(attributes_[i].second, tag.attributes[i].raw);
+    }
+}
+
+InTag::~InTag() = default;
+
+void InTag::readContent(ChildHandler const& onChild)
+{
+    if (!std::exchange(unread_, false)) return;
+    if (!onChild) return reader_.skipContent(name_);
+    for (;;) {
+        bool blank = true;
+        XmlReader::Next const next = reader_.nextInContent(nullptr, &blank);
+        if (!blank) fail("text between the elements");
+        if (next == XmlReader::Next::EndTag) break;
+        InTag child(reader_);
+        onChild(child);
+        child.readContent();
+    }
+    reader_.readEndTag(name_);
+}
+
+std::string InTag::readText()
+{
+    std::string text;
+    if (!std::exchange(unread_, false)) return text;
+    if (reader_.nextInContent(&text, nullptr) == XmlReader::Next::StartTag) fail("an element where text should be");
+    reader_.readEndTag(name_);
+    return text;
+}
+
+void InTag::checkEndText(std::istream& text) const
+{
+    if (text.fail()) fail("not a number");
+    if (!text.eof()) text >> std::ws;
+    if (!text.eof()) fail("characters left over after a number");
+}
+
+std::string InTag::place() const
+{
+    return reader_.place(at_) + ": " + Tag::place();
+}
