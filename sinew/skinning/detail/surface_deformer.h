@@ -1,6 +1,6 @@
 #pragma once
 
-/// Deforms the vertices and normals of a surface in blocks of eight, bit for bit as one vertex at a time.
+/// Deforms the vertices and normals of a surface in blocks, bit for bit as one vertex at a time.
 
 #include <cstddef>
 #include <vector>
