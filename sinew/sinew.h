@@ -42,6 +42,7 @@
 #include <sinew/skinning/substitute_geometry_data.h>
 
 #include <sinew/meshfunc/mesh_function_2d.h>
+#include <sinew/meshfunc/texture_compaction.h>
 
 #include <sinew/sparse/llt_matrix.h>
 #include <sinew/sparse/spd_matrix.h>

@@ -20,6 +20,9 @@
 #include <sinew/framework/serializable.h>
 #include <sinew/framework/vect2.h>
 
+class EmptyRectTester;
+class TextureOptimizer;
+
 namespace sinew::detail {
 class TriangleLocator;
 }
@@ -156,6 +159,17 @@ public:
     /// same way stays one boundary edge, of the later triangle. Each loop starts at the smallest vertex still unused
     /// and leaves every vertex towards the smallest target. None if the length of `facets` is not a multiple of 3.
     void initBoundaries();
+
+    /// Drops every triangle that shows no used texel, by the box of its corners' `values`, then the vertices that no
+    /// triangle uses any more, and rebuilds. For `values` that are normalised texture coordinates.
+    ///
+    /// The last triangle takes the place of a dropped one, so the order of triangles changes; the order of vertices
+    /// stays. Triangles that name a missing vertex go too. `normaldots` is compacted only if it is exactly as long as
+    /// `params`. Nothing happens if the length of `facets` is not a multiple of 3.
+    void eraseExtraTriangles(EmptyRectTester const& tester);
+
+    /// Replaces every entry of `values` by what the optimizer maps it to. Nothing derived depends on `values`.
+    void remapToOptimized(TextureOptimizer const& optimizer);
 
 private:
     // Never written to once it is built, and safe to share: copies of a function point to the same one.

@@ -1,0 +1,202 @@
+#include <sinew/meshfunc/texture_compaction.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include <sinew/meshfunc/detail/mask_bits.h>
+
+using sinew::detail::lowBits;
+using sinew::detail::MaskBits;
+
+namespace {
+
+int const kBlock = 8;
+
+std::size_t wordsFor(std::size_t bits)
+{
+    return (bits + 63) / 64;
+}
+
+// Whether there is one entry for each texel of a texture that has any. In 64 bits: the product may not fit an int.
+bool isTexelCount(std::size_t entries, int width, int height)
+{
+    return width > 0 && height > 0 && static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) == entries;
+}
+
+// The column (or row) one below that of coordinate `s`, in texels, inside 0 .. size - 1. Ranges are settled before
+// the conversion, which truncates what is not negative to its floor; NaN takes 0.
+int columnBelow(double s, int size)
+{
+    if (!(s >= 1)) return 0;
+    return s >= size ? size - 1 : static_cast<int>(s) - 1;
+}
+
+// The column (or row) one above that of coordinate `s`, likewise.
+int columnAbove(double s, int size)
+{
+    if (!(s >= 0)) return 0;
+    return s >= size ? size - 1 : std::min(static_cast<int>(s) + 1, size - 1);
+}
+
+// Whether any of the bits low .. high is set in a row of words.
+bool anyBit(std::uint64_t const* row, int low, int high)
+{
+    int const first = low / 64;
+    int const last = high / 64;
+    std::uint64_t const lowMask = ~lowBits(static_cast<std::size_t>(low % 64));
+    std::uint64_t const highMask = lowBits(static_cast<std::size_t>(high % 64) + 1);
+    if (first == last) return (row[first] & lowMask & highMask) != 0;
+    if ((row[first] & lowMask) | (row[last] & highMask)) return true;
+    for (int i = first + 1; i < last; ++i) {
+        if (row[i]) return true;
+    }
+    return false;
+}
+
+// The smallest power of two not below n, or n itself if an int does not hold it.
+int powerOfTwoFrom(int n)
+{
+    int power = 1;
+    while (power < n) {
+        if (power > std::numeric_limits<int>::max() / 2) return n;
+        power *= 2;
+    }
+    return power;
+}
+
+struct TexelBox
+{
+    int minX, minY, maxX, maxY;
+};
+
+// The box of the used texels; minX > maxX if there is none. Looks at each row only outside the columns found so far.
+TexelBox boxOfUsed(MaskBits const& mask, std::size_t width, std::size_t height)
+{
+    std::size_t const firstUsed = mask.firstSet(0, width * height);
+    if (firstUsed == width * height) return {static_cast<int>(width), static_cast<int>(height), 0, 0};
+    std::size_t const minY = firstUsed / width;
+    std::size_t const maxY = (mask.lastSetEnd(firstUsed, width * height) - 1) / width;
+    std::size_t minX = firstUsed % width;
+    std::size_t endX = minX + 1;
+    for (std::size_t y = minY; y <= maxY; ++y) {
+        std::size_t const row = y * width;
+        minX = mask.firstSet(row, row + minX) - row;
+        endX = mask.lastSetEnd(row + endX, row + width) - row;
+    }
+    return {static_cast<int>(minX), static_cast<int>(minY), static_cast<int>(endX) - 1, static_cast<int>(maxY)};
+}
+
+double squaredDistance(TextureOptimizer::RectMotion const& rect, double px, double py)
+{
+    // In doubles: exact for every texture, and no coordinate is too large for them. Upper bound first, then lower.
+    double const x = std::max<double>(rect.x, std::min<double>(px, rect.x + (rect.w - 1.0)));
+    double const y = std::max<double>(rect.y, std::min<double>(py, rect.y + (rect.h - 1.0)));
+    return (px - x) * (px - x) + (py - y) * (py - y);
+}
+
+} // namespace
+
+int clip(int value, int low, int high)
+{
+    return std::max(low, std::min(value, high));
+}
+
+EmptyRectTester::EmptyRectTester(std::vector<bool> const& usedMask, int width_, int height_)
+    : width(width_), height(height_)
+{
+    if (!isTexelCount(usedMask.size(), width, height)) return;
+    std::size_t const columns = static_cast<std::size_t>(width);
+    std::size_t const rows = static_cast<std::size_t>(height);
+    rowWords_ = wordsFor(columns);
+    blockRowWords_ = wordsFor((columns + kBlock - 1) / kBlock);
+    emptyTexels.resize(usedMask.size());
+    usedRows_.resize(rowWords_ * rows);
+    usedBlocks_.resize(blockRowWords_ * ((rows + kBlock - 1) / kBlock));
+
+    MaskBits const mask(usedMask);
+    for (std::size_t y = 0; y < rows; ++y) {
+        for (std::size_t x = 0; x < columns; x += 64) {
+            std::size_t const count = std::min<std::size_t>(64, columns - x);
+            std::uint64_t const bits = mask.read(y * columns + x, count);
+            int* const empty = &emptyTexels[y * columns + x];
+            for (std::size_t i = 0; i < count; ++i) empty[i] = static_cast<int>(~bits >> i & 1);
+            usedRows_[y * rowWords_ + x / 64] = bits;
+            std::uint64_t blocks = 0;
+            for (unsigned b = 0; b < 64 / kBlock; ++b) blocks |= std::uint64_t((bits >> b * kBlock & 0xff) != 0) << b;
+            std::size_t const block = x / kBlock;
+            usedBlocks_[y / kBlock * blockRowWords_ + block / 64] |= blocks << block % 64;
+        }
+    }
+}
+
+bool EmptyRectTester::isRectEmpty(double minX, double minY, double maxX, double maxY) const
+{
+    // The second test keeps a caller who changed width and height from reading beyond the packed rows.
+    if (!isTexelCount(emptyTexels.size(), width, height)) return false;
+    if (rowWords_ != wordsFor(static_cast<std::size_t>(width))) return false;
+    return isTexelRangeEmpty(columnBelow(width * minX, width), columnAbove(width * maxX, width),
+                             columnBelow(height * minY, height), columnAbove(height * maxY, height));
+}
+
+bool EmptyRectTester::isTexelRangeEmpty(int x0, int x1, int y0, int y1) const
+{
+    if (x0 > x1) return true;
+    for (int y = y0; y <= y1;) {
+        int const block = y / kBlock;
+        int const end = std::min(y1 + 1, (block + 1) * kBlock);
+        std::uint64_t const* const blocks = &usedBlocks_[static_cast<std::size_t>(block) * blockRowWords_];
+        if (anyBit(blocks, x0 / kBlock, x1 / kBlock)) {
+            for (; y < end; ++y) {
+                if (anyBit(&usedRows_[static_cast<std::size_t>(y) * rowWords_], x0, x1)) return false;
+            }
+        }
+        y = end;
+    }
+    return true;
+}
+
+TextureOptimizer::TextureOptimizer(std::vector<bool> const& usedMask, int width_, int height_)
+    : newWidth(width_), newHeight(height_), width(width_), height(height_)
+{
+    if (width < 0 || height < 0) return;
+    std::size_t const columns = static_cast<std::size_t>(width);
+    std::size_t const rows = static_cast<std::size_t>(height);
+    if (static_cast<std::uint64_t>(columns) * rows != usedMask.size()) return;
+    TexelBox const used = boxOfUsed(MaskBits(usedMask), columns, rows);
+    if (usedMask.empty() || used.minX > used.maxX || used.minY > used.maxY) {
+        newWidth = 0;
+        newHeight = 0;
+        return;
+    }
+    int const x0 = std::max(used.minX - 1, 0);
+    int const y0 = std::max(used.minY - 1, 0);
+    int const w = std::min(used.maxX + 1, width - 1) - x0 + 1;
+    int const h = std::min(used.maxY + 1, height - 1) - y0 + 1;
+    if (2 * static_cast<std::int64_t>(w) >= width && 2 * static_cast<std::int64_t>(h) >= height) return;
+    motions.push_back({x0, y0, w, h, -x0, -y0});
+    newWidth = powerOfTwoFrom(w);
+    newHeight = powerOfTwoFrom(h);
+}
+
+void TextureOptimizer::mapCoord(double u, double v, double& newU, double& newV) const
+{
+    if (motions.empty()) {
+        newU = u;
+        newV = v;
+        return;
+    }
+    double const px = std::floor(u * width);
+    double const py = std::floor(v * height);
+    RectMotion const* nearest = &motions[0];
+    double nearestSq = squaredDistance(motions[0], px, py);
+    for (std::size_t i = 1; i < motions.size(); ++i) {
+        double const square = squaredDistance(motions[i], px, py);
+        if (square < nearestSq) {
+            nearest = &motions[i];
+            nearestSq = square;
+        }
+    }
+    newU = (u * width + nearest->dx) / newWidth;
+    newV = (v * height + nearest->dy) / newHeight;
+}
