@@ -11,7 +11,9 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <utility>
+
+#include <sinew/sparse/detail/degree_queue.h>
 
 namespace sinew::detail {
 
@@ -37,9 +39,10 @@ struct Element
     std::int64_t touched; // the last union for which `outside` was measured
     int length;
     int heavyCount; // its last so many nodes are heavy
-    int weight;
-    int outside; // weight of its nodes outside the pivot's union
-    bool alive;
+    int weight;     // 0 once absorbed by a later element
+    int outside;    // weight of its nodes outside the pivot's union
+
+    bool isAlive() const { return weight > 0; }
 };
 
 // A heavy node keeps its original neighbours as they are and collects elements without ever being scanned.
@@ -90,8 +93,7 @@ private:
     std::vector<int> elementOrder_; // elements in order of creation
     std::size_t compactAt_;
 
-    std::vector<std::vector<int>> queue_; // per degree a heap of nodes, the smallest on top; stale entries are skipped
-    int smallestDegree_ = 0;
+    DegreeQueue queue_; // holds stale entries too
 
     std::vector<int> nextInClass_, lastInClass_;
     std::int64_t stamp_ = 0;
@@ -122,7 +124,7 @@ MinimumDegree::MinimumDegree(Graph graph, int heavyDegree)
             heavy_.push_back({{}, degree});
         }
         lastInClass_[i] = i;
-        queue_[degree].push_back(i); // ascending, hence a heap
+        push(i);
     }
     lists_ = std::move(graph.neighbour);
 }
@@ -151,24 +153,14 @@ std::vector<int> MinimumDegree::run()
 int MinimumDegree::next()
 {
     for (;;) {
-        std::vector<int>& heap = queue_[smallestDegree_];
-        if (heap.empty()) {
-            ++smallestDegree_;
-            continue;
-        }
-        int const u = heap.front();
-        std::pop_heap(heap.begin(), heap.end(), std::greater<int>());
-        heap.pop_back();
-        if (nodes_[u].weight > 0 && nodes_[u].degree == smallestDegree_) return u;
+        auto const [u, degree] = queue_.pop();
+        if (nodes_[u].weight > 0 && nodes_[u].degree == degree) return u;
     }
 }
 
 void MinimumDegree::push(int u)
 {
-    int const degree = nodes_[u].degree;
-    queue_[degree].push_back(u);
-    std::push_heap(queue_[degree].begin(), queue_[degree].end(), std::greater<int>());
-    smallestDegree_ = std::min(smallestDegree_, degree);
+    queue_.push(u, nodes_[u].degree);
 }
 
 // --- Neighbourhoods.
@@ -185,7 +177,7 @@ int MinimumDegree::formUnion(int u)
     int const* end = list + node.length;
     if (node.isHeavy()) {
         HeavyNode& heavy = heavy_[node.elementCount];
-        auto const dead = [this](int e) { return !elements_[e].alive; };
+        auto const dead = [this](int e) { return !elements_[e].isAlive(); };
         heavy.elements.erase(std::remove_if(heavy.elements.begin(), heavy.elements.end(), dead), heavy.elements.end());
         for (int e : heavy.elements) reachElement(e);
         end = list + heavy.neighbourCount;
@@ -246,7 +238,7 @@ void MinimumDegree::eliminate(int p)
     leave(p);
     measureElements();
     updateNodes(p, pivotWeight);
-    std::sort(leaving_.begin(), leaving_.end());
+    if (leaving_.size() > 1) std::sort(leaving_.begin(), leaving_.end());
     assert(leaving_.front() == p);
     if (union_.empty()) return;
     mergeEqualNodes();
@@ -259,7 +251,7 @@ void MinimumDegree::absorbElementsOf(int p)
     int const* list = node.isHeavy() ? heavy_[node.elementCount].elements.data() : lists_.data() + node.start;
     std::size_t const count =
         node.isHeavy() ? heavy_[node.elementCount].elements.size() : static_cast<std::size_t>(node.elementCount);
-    for (std::size_t k = 0; k < count; ++k) elements_[list[k]].alive = false;
+    for (std::size_t k = 0; k < count; ++k) elements_[list[k]].weight = 0;
 }
 
 void MinimumDegree::leave(int u)
@@ -278,7 +270,7 @@ void MinimumDegree::measureElements()
         int const* const list = lists_.data() + node.start;
         for (int k = 0; k < node.elementCount; ++k) {
             Element& element = elements_[list[k]];
-            if (!element.alive) continue;
+            if (!element.isAlive()) continue;
             if (element.touched != stamp_) measure(element);
             element.outside -= node.weight;
         }
@@ -335,9 +327,9 @@ bool MinimumDegree::pruneList(int p, int u, int& bound)
     for (int k = 0; k < node.elementCount; ++k) {
         int const e = list[k];
         Element& element = elements_[e];
-        if (!element.alive) continue;
+        if (!element.isAlive()) continue;
         if (element.outside == 0) { // lies inside p
-            element.alive = false;
+            element.weight = 0;
             continue;
         }
         largest = std::max(largest, element.outside);
@@ -374,7 +366,7 @@ bool MinimumDegree::isInsideUnion(int h) const
     if (!std::all_of(list, list + heavy.neighbourCount, inside)) return false;
     return std::all_of(heavy.elements.begin(), heavy.elements.end(), [&](int e) {
         int const* const members = members_.data() + elements_[e].start;
-        return !elements_[e].alive || std::all_of(members, members + elements_[e].length, inside);
+        return !elements_[e].isAlive() || std::all_of(members, members + elements_[e].length, inside);
     });
 }
 
@@ -447,8 +439,7 @@ void MinimumDegree::makeElement(int p)
                     static_cast<int>(union_.size()),
                     static_cast<int>(union_.end() - firstHeavy),
                     unionWeight_,
-                    0,
-                    true};
+                    0};
     elementOrder_.push_back(p);
     members_.insert(members_.end(), union_.begin(), union_.end());
     for (auto h = firstHeavy; h != union_.end(); ++h) heavy_[nodes_[*h].elementCount].elements.push_back(p);
@@ -462,7 +453,7 @@ void MinimumDegree::compactMembers()
     std::size_t kept = 0;
     for (int e : elementOrder_) {
         Element& element = elements_[e];
-        if (!element.alive) continue;
+        if (!element.isAlive()) continue;
         elementOrder_[kept++] = e;
         int const* const members = members_.data() + element.start;
         int const length = element.length;
