@@ -40,6 +40,7 @@
 #include <sinew/skinning/display_data.h>
 #include <sinew/skinning/geometry_data.h>
 #include <sinew/skinning/substitute_geometry_data.h>
+#include <sinew/skinning/weights.h>
 
 #include <sinew/meshfunc/mesh_function_2d.h>
 #include <sinew/meshfunc/texture_compaction.h>
