@@ -36,8 +36,9 @@ void DepthMap::add(Vector3 const& a, Vector3 const& b, Vector3 const& c)
 double DepthMap::lit(Vector3 const& p, double bias) const
 {
     Vector3 const at = inMap(p);
-    double const x = std::clamp(at.x - 0.5, 0.0, size_ - 1.001);
-    double const y = std::clamp(at.y - 0.5, 0.0, size_ - 1.001);
+    // Written so that NaN, from coordinates whose squares overflow, lands on cell 0.
+    double const x = std::fmin(std::fmax(at.x - 0.5, 0.0), size_ - 1.001);
+    double const y = std::fmin(std::fmax(at.y - 0.5, 0.0), size_ - 1.001);
     int const x0 = static_cast<int>(x);
     int const y0 = static_cast<int>(y);
     auto const free = [&](int i, int j) {

@@ -18,7 +18,9 @@ void forEachPixelInTriangle(Vector3 const (&corner)[3], int width, int height, V
     Vector3 const &a = corner[0], &b = corner[1], &c = corner[2];
     double const area = (b.x - a.x) * (c.y - a.y) - (c.x - a.x) * (b.y - a.y);
     if (!(std::fabs(area) > 1e-12)) return;
-    auto const bound = [](double value, int limit) { return static_cast<int>(std::clamp(value, 0.0, limit * 1.0)); };
+    auto const bound = [](double value, int limit) {
+        return static_cast<int>(std::fmin(std::fmax(value, 0.0), limit)); // NaN counts as 0
+    };
     int const left = bound(std::floor(std::min({a.x, b.x, c.x}) - 0.5), width);
     int const right = bound(std::ceil(std::max({a.x, b.x, c.x}) + 0.5), width);
     int const top = bound(std::floor(std::min({a.y, b.y, c.y}) - 0.5), height);

@@ -1,6 +1,7 @@
 #include <tool/tour/tour.h>
 
 #include <chrono>
+#include <cmath>
 #include <filesystem>
 
 #include <tool/io/files.h>
@@ -22,6 +23,31 @@ constexpr Stage kStages[] = {
     {"mesh function", meshFunctionStage},
 };
 
+constexpr double kLargestCoordinate = 1e100; // squares and cubes of it are still numbers
+
+/// What reads well may still be nothing that can be shown.
+void checkThatItShows(TexturedMesh const& mesh, std::string const& file)
+{
+    for (Vector3 const& p : mesh.positions) {
+        for (int k = 0; k < 3; ++k) {
+            if (!(std::fabs(p[k]) < kLargestCoordinate)) {
+                throw UserError(file, "a coordinate is beyond 1e100", "Export the mesh in another unit");
+            }
+        }
+    }
+    double largest = 0;
+    for (Triangle const& t : mesh.texTriangles) {
+        auto const corner = [&](std::size_t k) { return mesh.texcoords[static_cast<std::size_t>(t[k])]; };
+        auto const a = corner(1) - corner(0);
+        auto const b = corner(2) - corner(0);
+        largest = std::fmax(largest, std::fabs(a.x * b.y - a.y * b.x));
+    }
+    // The threshold of mesh functions: triangles below it answer nothing.
+    if (mesh.hasTexture() && !(largest >= 1e-16)) {
+        throw UserError(file, "its texture coordinates cover no area", "Unwrap the mesh and export it again");
+    }
+}
+
 void readInput(TourContext& tour)
 {
     TourOptions const& options = tour.options;
@@ -31,6 +57,7 @@ void readInput(TourContext& tour)
     if (!options.meshFile.empty()) {
         tour.mesh = readObj(options.meshFile);
         tour.meshIsBundled = false;
+        checkThatItShows(tour.mesh, options.meshFile);
         if (!tour.skeletonIsBundled) {
             tour.figure.positions = tour.mesh.positions;
             tour.figure.triangles = tour.mesh.triangles;

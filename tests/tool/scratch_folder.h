@@ -1,0 +1,71 @@
+#pragma once
+
+/// A folder of a test's own that vanishes with the object, and running a program in a shell.
+
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include <unistd.h>
+
+namespace test {
+
+class ScratchFolder
+{
+public:
+    ScratchFolder()
+    {
+        // A space in the name: every path the program handles must survive one.
+        std::string form = (std::filesystem::temp_directory_path() / "sinew test XXXXXX").string();
+        if (mkdtemp(form.data()) != nullptr) path_ = form;
+    }
+    ~ScratchFolder()
+    {
+        std::error_code ignored;
+        if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
+    }
+    ScratchFolder(ScratchFolder const&) = delete;
+    ScratchFolder& operator=(ScratchFolder const&) = delete;
+
+    std::string operator/(std::string const& name) const { return (path_ / name).string(); }
+
+    std::string write(std::string const& name, std::string const& bytes) const
+    {
+        std::ofstream(path_ / name, std::ios::binary) << bytes;
+        return *this / name;
+    }
+
+private:
+    std::filesystem::path path_;
+};
+
+struct Outcome
+{
+    int status = -1; ///< of the program; -1 when it was killed by a signal
+    std::string output;
+};
+
+inline std::string quoted(std::string const& word)
+{
+    return "'" + word + "'";
+}
+
+/// Runs a shell command; both of its streams are captured.
+inline Outcome run(std::string const& command)
+{
+    Outcome outcome;
+    FILE* const pipe = popen((command + " 2>&1").c_str(), "r");
+    if (!pipe) return outcome;
+    std::array<char, 4096> buffer;
+    for (std::size_t n; (n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0;)
+        outcome.output.append(buffer.data(), n);
+    int const status = pclose(pipe);
+    if (WIFEXITED(status)) outcome.status = WEXITSTATUS(status);
+    return outcome;
+}
+
+} // namespace test
