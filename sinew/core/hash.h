@@ -28,8 +28,9 @@ public:
     {
         std::uint64_t bits = 0;
         if (value != 0.0) std::memcpy(&bits, &value, sizeof bits);
-        // A product alone only carries upwards, and round numbers have their bits at the top: bring them down each
-        // time.
+        // A product only carries upwards, and round numbers have their bits at the top: fold them down before and
+        // after.
+        bits ^= bits >> 32;
         state_ = (state_ ^ bits) * 0x9e3779b97f4a7c15u; // the golden ratio in 64 bits, odd
         state_ ^= state_ >> 32;
     }
