@@ -1,16 +1,23 @@
 #include <sinew/fields/polyline_projector.h>
 
+#include <limits>
+#include <memory>
+
 #include <sinew/core/tolerances.h>
+#include <sinew/core/vector_geometry.h>
+#include <sinew/fields/detail/polyline_index.h>
 #include <sinew/fields/detail/polyline_search.h>
 
 using sinew::kGeometricZero;
 using sinew::PolylineHit;
+using sinew::detail::PolylineIndex;
 
 namespace {
 
 // From this many vertices on the bounded search answers. The two may differ in which of two equally near segments
 // they name, so the limit is part of the result.
 constexpr std::size_t kBoundedSearchVertices = 20;
+constexpr double kUnknown = std::numeric_limits<double>::infinity();
 
 bool hasNaN(Vector3 const& v)
 {
@@ -30,11 +37,55 @@ PolylineHit closestPointOnSegment(std::vector<Vector3> const& points, int segmen
     return {segment, t, a + t * e};
 }
 
+PolylineHit hitByScan(std::vector<Vector3> const& points, Vector3 const& q)
+{
+    int const segment = hasNaN(q) ? -1 : sinew::detail::nearestSegmentByScan(points, q);
+    return segment < 0 ? PolylineHit() : closestPointOnSegment(points, segment, q);
+}
+
 } // namespace
 
 PolylineProjector::PolylineProjector(std::vector<Vector3> const& vertices)
     : points(vertices), arcLengths(sinew::detail::arcLengths(vertices))
 {
+}
+
+PolylineProjector::IndexHandle::IndexHandle(IndexHandle const& other) noexcept
+    : index_(other.index_.load(std::memory_order_acquire))
+{
+    if (PolylineIndex const* const index = index_) index->addOwner();
+}
+
+PolylineProjector::IndexHandle::IndexHandle(IndexHandle&& other) noexcept
+    : index_(other.index_.exchange(nullptr, std::memory_order_acq_rel))
+{
+}
+
+PolylineProjector::IndexHandle& PolylineProjector::IndexHandle::operator=(IndexHandle const& other) noexcept
+{
+    return *this = IndexHandle(other);
+}
+
+PolylineProjector::IndexHandle& PolylineProjector::IndexHandle::operator=(IndexHandle&& other) noexcept
+{
+    other.index_ = index_.exchange(other.index_);
+    return *this;
+}
+
+PolylineProjector::IndexHandle::~IndexHandle()
+{
+    if (PolylineIndex const* const index = index_) index->removeOwner();
+}
+
+PolylineIndex const& PolylineProjector::IndexHandle::of(PolylineProjector const& polyline) const
+{
+    PolylineIndex const* index = index_.load(std::memory_order_acquire);
+    if (index) return *index;
+    // Threads that come at the same time may each build one; the first to get here publishes, the others throw theirs
+    // away.
+    auto built = std::make_unique<PolylineIndex const>(polyline.points, polyline.arcLengths);
+    if (index_.compare_exchange_strong(index, built.get(), std::memory_order_acq_rel)) return *built.release();
+    return *index;
 }
 
 void PolylineProjector::project(Vector3 const& q)
@@ -52,19 +103,30 @@ PolylineHit closestPoint(PolylineProjector const& polyline, Vector3 const& q)
 {
     std::vector<Vector3> const& points = polyline.points;
     if (points.size() < 2) return {};
-    int segment = -1;
-    if (points.size() < kBoundedSearchVertices) {
-        if (hasNaN(q)) return {};
-        segment = detail::nearestSegmentByScan(points, q);
-    } else {
-        segment = detail::nearestSegmentByBounds(points, polyline.arcLengths, q);
-    }
-    return segment < 0 ? PolylineHit() : closestPointOnSegment(points, segment, q);
+    if (points.size() < kBoundedSearchVertices) return hitByScan(points, q);
+    int segment = polyline.index_.of(polyline).nearestSegment(q, kUnknown);
+    if (segment < 0) segment = detail::nearestSegmentByBounds(points, polyline.arcLengths, q);
+    return closestPointOnSegment(points, segment, q);
 }
 
 void projectMany(PolylineProjector const& polyline, Vector3 const* queries, std::size_t count, PolylineHit* hits)
 {
-    for (std::size_t i = 0; i < count; ++i) hits[i] = closestPoint(polyline, queries[i]);
+    std::vector<Vector3> const& points = polyline.points;
+    if (points.size() < kBoundedSearchVertices) {
+        for (std::size_t i = 0; i < count; ++i) hits[i] = closestPoint(polyline, queries[i]);
+        return;
+    }
+    detail::PolylineIndex const& index = polyline.index_.of(polyline);
+    double known = kUnknown;
+    for (std::size_t i = 0; i < count; ++i) {
+        Vector3 const& q = queries[i];
+        int segment = index.nearestSegment(q, known);
+        if (segment < 0) segment = detail::nearestSegmentByBounds(points, polyline.arcLengths, q);
+        hits[i] = closestPointOnSegment(points, segment, q);
+        if (i + 1 == count) return;
+        // Where queries follow each other closely, the last segment is nearly the nearest one of the next.
+        known = distSqToLineSegment(queries[i + 1], points[segment], points[segment + 1], nullptr);
+    }
 }
 
 } // namespace sinew

@@ -6,6 +6,7 @@
 /// threads, or where the answers of many points are wanted, use `sinew::closestPoint` and `sinew::projectMany`: they
 /// take the projector by const reference and write nothing into it.
 
+#include <atomic>
 #include <cstddef>
 #include <vector>
 
@@ -15,6 +16,10 @@
 class PolylineProjector;
 
 namespace sinew {
+
+namespace detail {
+class PolylineIndex;
+}
 
 /// A nearest point: on the segment from vertex `segment` to the next, at parameter `t` in [0, 1].
 struct PolylineHit
@@ -72,4 +77,29 @@ public:
     ///
     /// Cost: linear below 20 vertices, then close to logarithmic for queries near the curve.
     SINEW_API void project(Vector3 const& q);
+
+private:
+    friend sinew::PolylineHit sinew::closestPoint(PolylineProjector const& polyline, Vector3 const& q);
+    friend void sinew::projectMany(PolylineProjector const& polyline, Vector3 const* queries, std::size_t count,
+                                   sinew::PolylineHit* hits);
+
+    // What makes long polylines fast: built by the first projection, whichever thread comes first, and shared by
+    // copies.
+    class IndexHandle
+    {
+    public:
+        IndexHandle() = default;
+        SINEW_API IndexHandle(IndexHandle const& other) noexcept;
+        SINEW_API IndexHandle(IndexHandle&& other) noexcept;
+        SINEW_API IndexHandle& operator=(IndexHandle const& other) noexcept;
+        SINEW_API IndexHandle& operator=(IndexHandle&& other) noexcept;
+        SINEW_API ~IndexHandle();
+
+        sinew::detail::PolylineIndex const& of(PolylineProjector const& polyline) const;
+
+    private:
+        mutable std::atomic<sinew::detail::PolylineIndex const*> index_{nullptr};
+    };
+
+    IndexHandle index_;
 };

@@ -11,7 +11,6 @@ namespace sinew::detail {
 namespace {
 
 constexpr double kFarthestDistSq = 1e13; // the scan answers nothing from here on
-constexpr int kScannedSegments = 9;      // intervals of up to this many segments are scanned, not split
 
 struct Interval
 {

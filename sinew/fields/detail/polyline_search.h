@@ -8,6 +8,9 @@
 
 namespace sinew::detail {
 
+/// Intervals of up to this many segments are scanned by the bounded search, longer ones split.
+inline constexpr int kScannedSegments = 9;
+
 /// Length of the polyline from its first vertex to each vertex, summed in order.
 std::vector<double> arcLengths(std::vector<Vector3> const& points);
 

@@ -1,0 +1,151 @@
+// Nearest points on polylines, one call a query, against the defined search written down plainly and against CGAL's
+// AABB tree over the segments. All contenders find a nearest point; sinew and plain agree in every bit.
+
+#include <map>
+#include <string>
+
+#include <benchmark/benchmark.h>
+#ifdef SINEW_BENCH_CGAL
+#include <CGAL/AABB_segment_primitive.h>
+#include <CGAL/AABB_traits.h>
+#include <CGAL/AABB_tree.h>
+#include <CGAL/Simple_cartesian.h>
+#endif
+
+#include <sinew/fields/polyline_projector.h>
+
+#include "fields/plain_polyline.h"
+#include "fields/polylines.h"
+#include "support/bits.h"
+
+namespace {
+
+struct Case
+{
+    std::string name;
+    std::vector<Vector3> points;
+    std::vector<Vector3> queries;
+};
+
+// Queries all around the curve, most of them at distances like its own size.
+std::vector<Vector3> around(std::vector<Vector3> const& points, int count, test::Random& random)
+{
+    std::vector<Vector3> queries;
+    for (int i = 0; i < count; ++i) {
+        Vector3 q = points[random.below(static_cast<int>(points.size()))] + random.point() * 0.5;
+        if (points.front().z == 0.0) q.z = 0.0; // an island's queries lie in its plane
+        queries.push_back(q);
+    }
+    return queries;
+}
+
+std::vector<Case> makeCases()
+{
+    test::Random random(20250320);
+    std::vector<Case> cases;
+    auto const add = [&](std::string name, std::vector<Vector3> points, int queries) {
+        std::vector<Vector3> const at = around(points, queries, random);
+        cases.push_back({std::move(name), std::move(points), at});
+    };
+    add("10 vertices", test::smoothCurve(10), 1000);
+    add("20 vertices", test::smoothCurve(20), 1000);
+    add("100 vertices", test::smoothCurve(100), 1000);
+    add("1e4 smooth", test::smoothCurve(10000), 1000);
+    add("1e4 noisy", test::noisyCurve(10000, random), 200);
+    add("1e4 island boundary", test::islandBoundary(10000, random), 1000);
+    add("1e4 straight", test::straightLine(10000, 1e-3), 1000);
+    add("1e6 smooth", test::smoothCurve(1000000), 1000);
+    add("1e6 noisy", test::noisyCurve(1000000, random), 10);
+    return cases;
+}
+
+struct Sinew
+{
+    PolylineProjector polyline;
+    explicit Sinew(std::vector<Vector3> const& points) : polyline(points) {}
+    Vector3 operator()(Vector3 const& q) const { return sinew::closestPoint(polyline, q).point; }
+};
+
+struct Plain
+{
+    plain::Projector polyline;
+    explicit Plain(std::vector<Vector3> const& points) : polyline(points) {}
+    Vector3 operator()(Vector3 const& q) const { return polyline.project(q).point; }
+};
+
+#ifdef SINEW_BENCH_CGAL
+struct Cgal
+{
+    using Kernel = CGAL::Simple_cartesian<double>;
+    using Segments = std::vector<Kernel::Segment_3>;
+    using Primitive = CGAL::AABB_segment_primitive<Kernel, Segments::const_iterator>;
+
+    Segments segments;
+    CGAL::AABB_tree<CGAL::AABB_traits<Kernel, Primitive>> tree;
+
+    explicit Cgal(std::vector<Vector3> const& points)
+    {
+        auto const convert = [](Vector3 const& v) { return Kernel::Point_3(v.x, v.y, v.z); };
+        for (std::size_t i = 1; i < points.size(); ++i)
+            segments.emplace_back(convert(points[i - 1]), convert(points[i]));
+        tree.insert(segments.begin(), segments.end());
+        tree.accelerate_distance_queries();
+    }
+    Vector3 operator()(Vector3 const& q) const
+    {
+        Kernel::Point_3 const p = tree.closest_point(Kernel::Point_3(q.x, q.y, q.z));
+        return {p.x(), p.y(), p.z()};
+    }
+};
+#endif
+
+// A smooth curve of very many vertices is the one place where the defined answer may be a neighbour of the nearest
+// segment; it is never farther than this, relative to distances near one.
+constexpr double kNeighbour = 1e-6;
+
+template <typename Contender>
+void nearestPoints(benchmark::State& state, Case const& input)
+{
+    Contender const contender(input.points);
+    Sinew const ours(input.points);
+    for (Vector3 const& q : input.queries) {
+        Vector3 const found = contender(q);
+        Vector3 const expected = ours(q);
+        bool const same = std::is_same_v<Contender, Plain> ? test::sameBits(found, expected)
+                                                           : std::fabs(dist(found, q) - dist(expected, q)) < kNeighbour;
+        if (!same) {
+            state.SkipWithError("another point than sinew's");
+            return;
+        }
+    }
+    for (auto _ : state) {
+        Vector3 sum;
+        for (Vector3 const& q : input.queries) sum += contender(q);
+        benchmark::DoNotOptimize(sum);
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(input.queries.size()));
+}
+
+template <typename Contender>
+void registerContender(Case const& input, char const* name)
+{
+    benchmark::RegisterBenchmark((input.name + "/" + name).c_str(),
+                                 [&input](benchmark::State& state) { nearestPoints<Contender>(state, input); });
+}
+
+int registerAll()
+{
+    static std::vector<Case> const cases = makeCases();
+    for (Case const& input : cases) {
+        registerContender<Sinew>(input, "sinew");
+        registerContender<Plain>(input, "plain");
+#ifdef SINEW_BENCH_CGAL
+        registerContender<Cgal>(input, "CGAL");
+#endif
+    }
+    return static_cast<int>(cases.size());
+}
+
+[[maybe_unused]] int const registered = registerAll();
+
+} // namespace

@@ -1,0 +1,184 @@
+#include <sinew/fields/detail/polyline_index.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include <sinew/core/vector_geometry.h>
+#include <sinew/fields/detail/polyline_search.h>
+
+namespace sinew::detail {
+
+namespace {
+
+constexpr int kAskTheSearch = -1;
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+// Far above the rounding of the few operations that lead to a bound.
+constexpr double kClearly = 1.0 - 1e-14;
+
+} // namespace
+
+PolylineIndex::PolylineIndex(std::vector<Vector3> const& points, std::vector<double> const& arcLengths,
+                             VectorWidth width)
+    : tree_(points, width)
+{
+    if (!tree_.covers(points.front())) return;
+    std::size_t nodes = 2;
+    for (int longest = tree_.segments(); longest > kScannedSegments; longest = (longest + 1) / 2) nodes *= 2;
+    slacks_.resize(nodes);
+    buildSlacks(arcLengths, root());
+    slacks_[1] = rootSlack(arcLengths.back() - arcLengths.front(), dist(points.front(), points.back()));
+}
+
+void PolylineIndex::buildSlacks(std::vector<double> const& arcLengths, Interval const& interval)
+{
+    slacks_[interval.node] = chordSlack(arcLengths[interval.last] - arcLengths[interval.first],
+                                        dist(tree_.vertex(interval.first), tree_.vertex(interval.last)));
+    if (interval.isScanned()) return;
+    buildSlacks(arcLengths, interval.lower());
+    buildSlacks(arcLengths, interval.upper());
+}
+
+bool PolylineIndex::Interval::isScanned() const
+{
+    return last - first <= kScannedSegments;
+}
+
+int PolylineIndex::nearestSegment(Vector3 const& q, double knownDistSq) const
+{
+    if (!tree_.covers(q)) return kAskTheSearch;
+    // Both ends are tried before anything else, the first one first. What equals the smallest of all distances when it
+    // is tried stays.
+    double const atStart = distSq(tree_.vertex(0), q);
+    double const atEnd = distSq(tree_.vertex(tree_.segments()), q);
+    NearestSegments const nearest = tree_.nearest(q, std::min({knownDistSq, atStart, atEnd}));
+    double const smallest = std::min(nearest.distSq, nearest.strayDistSq);
+    if (atStart <= smallest) return 0;
+    if (atEnd <= smallest) return tree_.segments() - 1;
+    return settle(q, nearest);
+}
+
+// Decides which of the nearest segments the search names, given that neither end of the polyline is as near.
+int PolylineIndex::settle(Vector3 const& q, NearestSegments const& nearest) const
+{
+    // A stray vertex may be met before the nearest segment or after it.
+    if (nearest.strayDistSq <= nearest.distSq) return kAskTheSearch;
+    double reach = reachNeeded(q, nearest.first, nearest.distSq);
+    if (nearest.count == 1) return reach == nearest.distSq ? nearest.first : replay(q, nearest, reach);
+
+    // Two segments equally near at the vertex that joins them.
+    int const lower = std::min(nearest.first, nearest.second);
+    bool const joined = nearest.count == 2 && std::abs(nearest.first - nearest.second) == 1;
+    if (!joined || distSq(tree_.vertex(lower + 1), q) != nearest.distSq) return kAskTheSearch;
+    reach = std::max(reach, reachNeeded(q, nearest.second, nearest.distSq));
+    if (reach > nearest.distSq) return replay(q, nearest, reach);
+    // The search tries a vertex when it splits there, before the segments on either side; else it scans both in order.
+    return isSplit(lower + 1) ? lower + 1 : lower;
+}
+
+// The search's bound of one of its intervals. The chord is measured from the far end in an upper half.
+double PolylineIndex::bound(Vector3 const& q, Interval const& interval) const
+{
+    bool const upper = interval.node % 2 == 1 && interval.node > 1;
+    Vector3 const from = tree_.vertex(upper ? interval.last : interval.first);
+    Vector3 const to = tree_.vertex(upper ? interval.first : interval.last);
+    return std::max(0.0, std::sqrt(distSqToLineSegment(q, from, to, nullptr)) - slacks_[interval.node]);
+}
+
+// The largest squared bound on the search's way to `segment`, but at least `distSq`. If it is just that, the smallest
+// distance of all, then the search reaches the segment whatever else it meets before.
+double PolylineIndex::reachNeeded(Vector3 const& q, int segment, double distSq) const
+{
+    double const distance = std::sqrt(distSq);
+    double reach = distSq;
+    Interval interval = root();
+    for (;;) {
+        bool const upper = interval.node % 2 == 1 && interval.node > 1;
+        Vector3 const from = tree_.vertex(upper ? interval.last : interval.first);
+        Vector3 const to = tree_.vertex(upper ? interval.first : interval.last);
+        double const toChordSq = distSqToLineSegment(q, from, to, nullptr);
+        // Clearly below, no root is needed. The NaN that a straight polyline has at its root is never clear.
+        double const clear = (distance + slacks_[interval.node]) * kClearly;
+        if (!(toChordSq <= clear * clear)) {
+            double const bound = std::max(0.0, std::sqrt(toChordSq) - slacks_[interval.node]);
+            reach = std::max(reach, bound * bound);
+        }
+        if (interval.isScanned()) return reach;
+        interval = segment < interval.middle() ? interval.lower() : interval.upper();
+    }
+}
+
+// The search itself on those intervals alone that hold a segment within `reach`.
+//
+// Intervals come out of its heap in the order of their bounds, so leaving some out does not change the order of the
+// others, and what lies outside `reach` never becomes the answer. As long as nothing within `reach` has been met, the
+// search's best distance is known only to be beyond it; and no bound on the way to the nearest segment is.
+int PolylineIndex::replay(Vector3 const& q, NearestSegments const& nearest, double reach) const
+{
+    SegmentsWithin near;
+    tree_.within(q, reach, near);
+    if (near.count > SegmentsWithin::kCapacity) return kAskTheSearch;
+    std::array<int, SegmentsWithin::kCapacity> order;
+    for (int i = 0; i < near.count; ++i) order[i] = i;
+    std::sort(order.begin(), order.begin() + near.count,
+              [&](int a, int b) { return near.segments[a] < near.segments[b]; });
+
+    int best = kAskTheSearch;
+    double bestDistSq = kInfinity;
+    auto const offer = [&](int segment, double distSq) {
+        if (distSq > reach || !(bestDistSq > distSq)) return;
+        best = segment;
+        bestDistSq = distSq;
+    };
+    offer(0, distSq(tree_.vertex(0), q));
+    offer(tree_.segments() - 1, distSq(tree_.vertex(tree_.segments()), q));
+
+    struct Waiting
+    {
+        double bound;
+        Interval interval;
+        int begin; // of its segments in `order`
+        int end;
+    };
+    std::array<Waiting, 2 * SegmentsWithin::kCapacity> queue; // disjoint intervals, each with a segment of its own
+    int waiting = 0;
+    queue[waiting++] = {bound(q, root()), root(), 0, near.count};
+    while (waiting > 0) {
+        auto const end = queue.begin() + waiting;
+        auto const smallest = std::min_element(queue.begin(), end, [](auto& a, auto& b) { return a.bound < b.bound; });
+        Waiting const top = *smallest;
+        *smallest = queue[--waiting];
+        // Bounds of zero are never dropped, whichever comes first.
+        bool const tied = std::any_of(queue.begin(), queue.begin() + waiting,
+                                      [&](Waiting const& other) { return other.bound == top.bound; });
+        if (tied && top.bound > 0.0) return kAskTheSearch;
+        if (top.bound * top.bound > bestDistSq) continue;
+        if (top.bound * top.bound > reach) return kAskTheSearch; // the search may have dropped it or not
+        if (top.interval.isScanned()) {
+            for (int i = top.begin; i < top.end; ++i) offer(near.segments[order[i]], near.distSqs[order[i]]);
+        } else {
+            int const middle = top.interval.middle();
+            offer(middle, distSq(tree_.vertex(middle), q));
+            int between = top.begin;
+            while (between < top.end && near.segments[order[between]] < middle) ++between;
+            Interval const lower = top.interval.lower();
+            Interval const upper = top.interval.upper();
+            if (between > top.begin) queue[waiting++] = {bound(q, lower), lower, top.begin, between};
+            if (between < top.end) queue[waiting++] = {bound(q, upper), upper, between, top.end};
+        }
+        if (bestDistSq == nearest.distSq) break; // nothing is nearer
+    }
+    return best;
+}
+
+bool PolylineIndex::isSplit(int vertex) const
+{
+    Interval interval = root();
+    while (!interval.isScanned()) {
+        if (interval.middle() == vertex) return true;
+        interval = vertex < interval.middle() ? interval.lower() : interval.upper();
+    }
+    return false;
+}
+
+} // namespace sinew::detail
