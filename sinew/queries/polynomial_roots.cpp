@@ -72,11 +72,32 @@ struct Bracket
     }
 };
 
+// solveQuadratic itself, which as an exported function cannot be inlined.
+inline int quadraticRoots(double a, double b, double c, double* roots)
+{
+    if (std::fabs(a) < kGeometricZero) {
+        if (std::fabs(b) < kGeometricZero) return 0;
+        roots[0] = -c / b;
+        return 1;
+    }
+    double const discriminant = b * b + a * -4 * c;
+    if (discriminant < -kGeometricZero) return 0;
+    if (discriminant < kGeometricZero) {
+        roots[0] = roots[1] = b * -0.5 / a;
+        return 2;
+    }
+    double const s = std::sqrt(discriminant);
+    double const k = 0.5 / a;
+    roots[0] = (-b - s) * k;
+    roots[1] = (s - b) * k;
+    return 2;
+}
+
 // Double roots do not change sign, so no bracket finds them; they are critical points.
 bool rootAtCriticalPoint(Cubic const& f, double a, double b, double c, double* root)
 {
     double critical[2];
-    if (solveQuadratic(3 * a, 2 * b, c, critical) != 2) return false;
+    if (quadraticRoots(3 * a, 2 * b, c, critical) != 2) return false;
     for (double const x : critical) {
         if (std::fabs(f(x)) <= kGeometricZero) {
             *root = x;
@@ -133,27 +154,12 @@ void sortThree(double* values)
 
 int solveQuadratic(double a, double b, double c, double* roots)
 {
-    if (std::fabs(a) < kGeometricZero) {
-        if (std::fabs(b) < kGeometricZero) return 0;
-        roots[0] = -c / b;
-        return 1;
-    }
-    double const discriminant = b * b + a * -4 * c;
-    if (discriminant < -kGeometricZero) return 0;
-    if (discriminant < kGeometricZero) {
-        roots[0] = roots[1] = b * -0.5 / a;
-        return 2;
-    }
-    double const s = std::sqrt(discriminant);
-    double const k = 0.5 / a;
-    roots[0] = (-b - s) * k;
-    roots[1] = (s - b) * k;
-    return 2;
+    return quadraticRoots(a, b, c, roots);
 }
 
 int solveCubic(double a, double b, double c, double d, double* roots)
 {
-    if (std::fabs(a) < kGeometricZero) return solveQuadratic(b, c, d, roots);
+    if (std::fabs(a) < kGeometricZero) return quadraticRoots(b, c, d, roots);
 
     Cubic const f(a, b, c, d);
     double root = 0.0;
@@ -162,7 +168,7 @@ int solveCubic(double a, double b, double c, double d, double* roots)
 
     double const deflatedB = a * root + b;
     double const deflatedC = root * deflatedB + c;
-    int const others = solveQuadratic(a, deflatedB, deflatedC, roots + 1);
+    int const others = quadraticRoots(a, deflatedB, deflatedC, roots + 1);
     if (others > 0) sortThree(roots);
     return others + 1;
 }

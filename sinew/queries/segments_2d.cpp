@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include <sinew/queries/detail/unit.h>
+
 namespace {
 
 // An axis direction without the square root that the constructor takes.
@@ -76,8 +78,9 @@ bool segIntersectRect2D(Vector3 const& a, Vector3 const& b, Vector3 const& lo, V
 
 bool segsIntersect(Vector3 const& a, Vector3 const& b, Vector3 const& c, Vector3 const& d, double tol, bool inclusive)
 {
-    UVector3 const u(b - a);
-    double const length = (b - a) * u;
+    Vector3 const ab = b - a;
+    UVector3 const u = sinew::detail::unit(ab);
+    double const length = ab * u;
     double const alongC = (c - a) * u;
     double const alongD = (d - a) * u;
     double const low = inclusive ? -tol : tol;

@@ -1,0 +1,151 @@
+// What the bracketing cubic solver costs: against the same search without its early exit, against a closed form, and
+// against the eigenvalues of the companion matrix.
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+#include <sinew/queries/polynomial_roots.h>
+
+#include "peers.h"
+#include "queries/plain_polynomial_roots.h"
+#include "support/random.h"
+
+#ifdef SINEW_BENCH_EIGEN
+#include <unsupported/Eigen/Polynomials>
+#endif
+
+namespace {
+
+using Coefficients = std::array<double, 4>;
+using Solver = int (*)(double, double, double, double, double*);
+
+SINEW_BENCH_CALL int plainCubic(double a, double b, double c, double d, double* roots)
+{
+    return plain::solveCubic(a, b, c, d, roots);
+}
+
+// The textbook formulas: a cube root for one real root, three cosines for three.
+SINEW_BENCH_CALL int closedForm(double a, double b, double c, double d, double* roots)
+{
+    double const shift = b / (3 * a);
+    double const p = (c / a) / 3 - shift * shift;
+    double const q = shift * shift * shift - shift * (c / a) / 2 + d / a / 2;
+    double const discriminant = q * q + p * p * p;
+    if (discriminant > 0) {
+        double const u = std::cbrt(std::fabs(q) + std::sqrt(discriminant));
+        roots[0] = (q > 0 ? p / u - u : u - p / u) - shift;
+        return 1;
+    }
+    double const size = 2 * std::sqrt(-p);
+    double const angle = std::acos(std::max(-1.0, std::min(1.0, -q / std::sqrt(-p * p * p)))) / 3;
+    double const third = 2.0943951023931953;
+    roots[0] = size * std::cos(angle + third) - shift;
+    roots[1] = size * std::cos(angle - third) - shift;
+    roots[2] = size * std::cos(angle) - shift;
+    return 3;
+}
+
+#ifdef SINEW_BENCH_EIGEN
+SINEW_BENCH_CALL int companionMatrix(double a, double b, double c, double d, double* roots)
+{
+    Eigen::PolynomialSolver<double, 3> const solver(Eigen::Vector4d(d, c, b, a));
+    int count = 0;
+    for (int i = 0; i < 3; ++i) {
+        std::complex<double> const root = solver.roots()[i];
+        if (std::fabs(root.imag()) <= 1e-9 * std::fabs(root)) roots[count++] = root.real();
+    }
+    if (count == 3) std::sort(roots, roots + 3);
+    return count;
+}
+#endif
+
+// Cubics with three real roots, well apart, or with one.
+std::vector<Coefficients> cubics(double size, bool three, double leading)
+{
+    test::Random random(20250401);
+    std::vector<Coefficients> result;
+    while (result.size() < 2000) {
+        double const r = random.uniform(-size, size);
+        double const s = random.uniform(-size, size);
+        double const t = random.uniform(-size, size);
+        double const a = leading * random.uniform(0.5, 2);
+        if (three) {
+            if (std::min({std::fabs(r - s), std::fabs(s - t), std::fabs(t - r)}) < 0.05 * size) continue;
+            result.push_back({a, -a * (r + s + t), a * (r * s + s * t + t * r), -a * r * s * t});
+        } else {
+            double const product = s * s + (0.1 * size + std::fabs(t)) * size; // of the complex pair
+            result.push_back({a, -a * (r + 2 * s), a * (product + 2 * r * s), -a * r * product});
+        }
+    }
+    return result;
+}
+
+bool sameRoots(Solver solver, std::vector<Coefficients> const& input, double tolerance)
+{
+    for (Coefficients const& k : input) {
+        double expected[3] = {0.0, 0.0, 0.0};
+        double found[3] = {0.0, 0.0, 0.0};
+        int const count = solveCubic(k[0], k[1], k[2], k[3], expected);
+        if (solver(k[0], k[1], k[2], k[3], found) != count) return false;
+        if (count == 3) std::sort(found, found + 3);
+        double const size = std::max(std::fabs(expected[0]), std::fabs(expected[count - 1]));
+        for (int i = 0; i < count; ++i) {
+            if (tolerance == 0.0 && std::memcmp(&found[i], &expected[i], sizeof(double)) != 0) return false;
+            if (!(std::fabs(found[i] - expected[i]) <= tolerance * size)) return false;
+        }
+    }
+    return true;
+}
+
+void run(benchmark::State& state, Solver solver, std::vector<Coefficients> const& input, double tolerance)
+{
+    if (!sameRoots(solver, input, tolerance)) {
+        state.SkipWithError("the roots differ");
+        return;
+    }
+    for (auto _ : state) {
+        double sum = 0.0;
+        for (Coefficients const& k : input) {
+            double roots[3] = {0.0, 0.0, 0.0};
+            sum += solver(k[0], k[1], k[2], k[3], roots) + roots[0];
+        }
+        benchmark::DoNotOptimize(sum);
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(input.size()));
+}
+
+void add(std::string const& name, std::vector<Coefficients> const& input)
+{
+    auto const contender = [&](char const* who, Solver solver, double tolerance) {
+        benchmark::RegisterBenchmark((name + "/" + who).c_str(),
+                                     [=](benchmark::State& state) { run(state, solver, input, tolerance); });
+    };
+    double const closeEnough = 1e-9; // both sides lose digits in their own way
+    contender("sinew", solveCubic, 0.0);
+    contender("plain", plainCubic, 0.0);
+    contender("closed form", closedForm, closeEnough);
+#ifdef SINEW_BENCH_EIGEN
+    contender("Eigen companion", companionMatrix, closeEnough);
+#endif
+}
+
+int const registered = [] {
+    add("three roots up to 1, rising", cubics(1, true, 1));
+    add("three roots up to 1, falling", cubics(1, true, -1));
+    add("three roots up to 30, rising", cubics(30, true, 1));
+    add("three roots up to 30, falling", cubics(30, true, -1));
+    add("one root up to 30, rising", cubics(30, false, 1));
+    add("one root up to 30, falling", cubics(30, false, -1));
+    add("three roots up to 1e4, rising", cubics(1e4, true, 1));
+    add("three roots up to 1e4, falling", cubics(1e4, true, -1));
+    add("one root up to 1e4, rising", cubics(1e4, false, 1));
+    return 0;
+}();
+
+} // namespace
