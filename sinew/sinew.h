@@ -44,6 +44,7 @@
 
 #include <sinew/meshfunc/mesh_function_2d.h>
 #include <sinew/meshfunc/texture_compaction.h>
+#include <sinew/meshfunc/type_handlers.h>
 
 #include <sinew/sparse/llt_matrix.h>
 #include <sinew/sparse/spd_matrix.h>

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <charconv>
 #include <istream>
+#include <locale>
 #include <ostream>
+#include <sstream>
 #include <stdexcept>
 
 #include <sinew/framework/detail/xml_reader.h>
@@ -197,6 +199,16 @@ std::string InTag::readText()
     if (reader_.nextInContent(&text, nullptr) == XmlReader::Next::StartTag) fail("an element where text should be");
     reader_.readEndTag(name_);
     return text;
+}
+
+double InTag::getReal(std::string const& name) const
+{
+    std::istringstream text(getAttr(name));
+    text.imbue(std::locale::classic());
+    double value = 0.0;
+    text >> value;
+    checkEndText(text);
+    return value;
 }
 
 void InTag::checkEndText(std::istream& text) const

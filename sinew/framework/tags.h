@@ -125,8 +125,11 @@ public:
     /// line ends as "\n". A child element is a `LoadFail`.
     std::string readText();
 
+    /// The named attribute as a finite real. Throws `LoadFail` if it is missing or anything else.
+    double getReal(std::string const& name) const;
+
     /// Throws `LoadFail` unless the last extraction from `text`, a stream over one attribute's text, succeeded and left
-    /// nothing but white space behind.
+    /// nothing but white space behind. A stream of yours takes its locale from the process: imbue the classic one.
     void checkEndText(std::istream& text) const;
 
     ~InTag() override;

@@ -87,6 +87,25 @@ public:
     MeshFunction2D(std::vector<tzNM::vect2<double>> const& params_, std::vector<tzNM::vect2<double>> const& values_,
                    std::vector<int> const& facets_, std::vector<float> const& normaldots_);
 
+    /// Writes the function as tagged text, its vectors packed into the one field "saveString": 16 characters a vertex,
+    /// 4 a scalar, 3 an index (see docs/meshfunc.md for the format).
+    ///
+    /// The text is made for texture coordinates. Coordinates and scalars are kept to a step of 2^-20 within [-2, 14);
+    /// outside they wrap, as do counts and indices beyond 262143. A NaN becomes -2. A vertex without an entry in
+    /// `values` is written with the value (0, 0). If writing throws, the vectors are as before and `saveString` stays
+    /// filled.
+    void save(OutTag& tag) override;
+
+    /// Reads a function from tagged text and rebuilds what is derived. Vectors written as fields of their own, which
+    /// older texts have, are read where "saveString" is empty. Fields that are absent stay as they are.
+    ///
+    /// Throws `Serializable::LoadFail` on bad data; for a bad "saveString" its message begins "Error loading
+    /// MeshFunction2D: ". The function is then partly filled and must be discarded.
+    void load(InTag& tag, smart_ptr<Field> field) override;
+
+    /// The fields "params", "values", "normaldots", "facets", "extrapolateFlag" and "saveString".
+    smart_ptr<Field> describeFields(std::string const& name) override;
+
     MeshFunction2D(MeshFunction2D const& other);
     MeshFunction2D(MeshFunction2D&& other) noexcept;
     MeshFunction2D& operator=(MeshFunction2D const& other);

@@ -322,9 +322,13 @@ TEST(Tags, AttributesKeepTheirTextThroughEscapes)
             text = tag.getAttr("text");
             EXPECT_TRUE(tag.hasAttr("real"));
             EXPECT_FALSE(tag.hasAttr("other"));
+            real = tag.getReal("real");
             std::istringstream in(tag.getAttr("real"));
-            in >> real;
+            in.imbue(std::locale::classic());
+            double again = 0;
+            in >> again;
             tag.checkEndText(in);
+            EXPECT_EQ(again, real);
         }
     } a, b;
     a.text = "<\"a\" & 'b'>\t\r\n \xE2\x82\xAC";

@@ -1,0 +1,83 @@
+#include "support/comma_locale.h"
+
+#include <clocale>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Comma : std::numpunct<char>
+{
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+bool setInstalled()
+{
+    for (char const* const name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8", "es_ES.UTF-8", "de_DE"}) {
+        if (std::setlocale(LC_ALL, name) && test::CommaLocale::inCLibrary()) return true;
+    }
+    return false;
+}
+
+// Few machines have a foreign locale installed, but most can compile one. Kept for the other test programs.
+bool setCompiled()
+{
+    fs::path const directory = fs::temp_directory_path() / "sinew-test-locale";
+    fs::path const target = directory / "de_DE.UTF-8";
+    std::error_code ignored;
+    fs::create_directories(directory, ignored);
+    if (!fs::exists(target, ignored)) {
+        std::string const command = "localedef -i de_DE -f UTF-8 '" + target.string() + "' >/dev/null 2>&1";
+        if (std::system(command.c_str()) != 0) return false;
+    }
+    setenv("LOCPATH", directory.c_str(), 1);
+    return std::setlocale(LC_ALL, "de_DE.UTF-8") && test::CommaLocale::inCLibrary();
+}
+
+class WholeProgram : public testing::Environment
+{
+public:
+    void SetUp() override
+    {
+        char const* const wanted = std::getenv("SINEW_TEST_LOCALE");
+        if (wanted && std::string(wanted) == "comma") locale_.emplace();
+    }
+    void TearDown() override { locale_.reset(); }
+
+private:
+    std::optional<test::CommaLocale> locale_;
+};
+
+testing::Environment* const wholeProgram = testing::AddGlobalTestEnvironment(new WholeProgram);
+
+} // namespace
+
+namespace test {
+
+// The global C++ locale goes first: setting one that has a name would set the C library's as well.
+CommaLocale::CommaLocale()
+    : nameBefore_(std::setlocale(LC_ALL, nullptr)),
+      globalBefore_(std::locale::global(std::locale(std::locale::classic(), new Comma)))
+{
+    if (!setInstalled() && !setCompiled()) std::setlocale(LC_ALL, nameBefore_.c_str());
+}
+
+CommaLocale::~CommaLocale()
+{
+    std::locale::global(globalBefore_);
+    std::setlocale(LC_ALL, nameBefore_.c_str());
+}
+
+bool CommaLocale::inCLibrary()
+{
+    return *std::localeconv()->decimal_point == ',';
+}
+
+} // namespace test
