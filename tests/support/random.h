@@ -36,7 +36,9 @@ public:
     /// Any sign, magnitude spread evenly over powers of two between 2^low and 2^high.
     double spread(int low = -40, int high = 40)
     {
-        double const magnitude = std::ldexp(uniform(1.0, 2.0), low + below(high - low));
+        // Drawn one by one: the order in which arguments are evaluated is the compiler's choice.
+        double const significand = uniform(1.0, 2.0);
+        double const magnitude = std::ldexp(significand, low + below(high - low));
         return oneIn(2) ? magnitude : -magnitude;
     }
 
