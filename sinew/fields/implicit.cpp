@@ -1,35 +1,52 @@
 #include <sinew/fields/implicit.h>
 
 #include <algorithm>
-#include <cmath>
 
 #include <sinew/fields/dense_matrix.h>
+#include <sinew/fields/detail/gauss_jordan.h>
+#include <sinew/fields/detail/implicit_system.h>
+
+using namespace sinew::detail;
 
 namespace {
 
-// The system of n centres has four rows more: the weights are orthogonal to 1, x, y and z.
-int const kLinearTerms = 4;
-
-double cubeOfDistance(Vector3 const& a, Vector3 const& b)
+// The inverse times `values`, each sum in ascending order of the columns. Four rows side by side, since the sum of one
+// row is a chain of additions that wait for each other.
+std::vector<double> product(GaussJordan const& inverse, std::vector<double> const& values)
 {
-    double const square = distSq(a, b);
-    return square * std::sqrt(square);
+    constexpr std::size_t kRows = 4;
+    std::size_t const n = values.size();
+    std::vector<double> rows(kRows * n);
+    std::vector<double> result(n);
+    for (std::size_t i = 0; i < n; i += kRows) {
+        // Past the end the last row is summed again, to the same value.
+        std::size_t index[kRows];
+        double sums[kRows];
+        for (std::size_t k = 0; k < kRows; ++k) {
+            index[k] = std::min(i + k, n - 1);
+            inverse.copyRow(static_cast<int>(index[k]), &rows[k * n]);
+            sums[k] = rows[k * n] * values[0];
+        }
+        for (std::size_t j = 1; j < n; ++j) {
+            for (std::size_t k = 0; k < kRows; ++k) sums[k] += rows[k * n + j] * values[j];
+        }
+        for (std::size_t k = 0; k < kRows; ++k) result[index[k]] = sums[k];
+    }
+    return result;
 }
 
-matrix<double> interpolationSystem(std::vector<Vector3> const& centres)
+std::vector<double> solve(std::vector<Vector3> const& centres, std::vector<double> const& rightSide)
 {
-    int const n = static_cast<int>(centres.size());
-    matrix<double> system(n + kLinearTerms, n + kLinearTerms);
-    auto const set = [&system](int i, int j, double value) { system(i, j) = system(j, i) = value; };
-    for (int i = 0; i < n; ++i) {
-        Vector3 const& x = centres[static_cast<std::size_t>(i)];
-        for (int j = 0; j < i; ++j) set(i, j, cubeOfDistance(x, centres[static_cast<std::size_t>(j)]));
-        set(n, i, 1.0);
-        set(n + 1, i, x.x);
-        set(n + 2, i, x.y);
-        set(n + 3, i, x.z);
+    int const size = static_cast<int>(rightSide.size());
+    {
+        GaussJordan system(size);
+        fillImplicitSystem(centres, system);
+        if (system.invert() == GaussJordan::Outcome::inverted) return product(system, rightSide);
     }
-    return system;
+    // Singular or not finite: the answer is what the plain elimination leaves.
+    matrix<double> system(size, size);
+    fillImplicitSystem(centres, system);
+    return inverseByElimination(std::move(system)) * rightSide;
 }
 
 } // namespace
@@ -37,48 +54,17 @@ matrix<double> interpolationSystem(std::vector<Vector3> const& centres)
 Implicit::Implicit(std::vector<std::pair<Vector3, double>> const& pointsWithValues)
 {
     std::size_t const n = pointsWithValues.size();
-    std::vector<double> values;
+    centres.reserve(n);
+    std::vector<double> rightSide;
+    rightSide.reserve(n + kLinearTerms);
     for (auto const& [point, value] : pointsWithValues) {
         centres.push_back(point);
-        values.push_back(value);
+        rightSide.push_back(value);
     }
-    values.resize(n + kLinearTerms);
+    rightSide.resize(n + kLinearTerms, 0.0);
 
-    std::vector<double> const solution = !interpolationSystem(centres) * values;
+    std::vector<double> const solution = solve(centres, rightSide);
     coefficients.assign(solution.begin(), solution.begin() + static_cast<std::ptrdiff_t>(n));
     constantTerm = solution[n];
     linearTerm = {solution[n + 1], solution[n + 2], solution[n + 3]};
 }
-
-double Implicit::evaluate(Vector3 const& p) const
-{
-    double sum = linearTerm.z * p.z + linearTerm.y * p.y + linearTerm.x * p.x + constantTerm;
-    for (std::size_t i = 0; i < std::min(centres.size(), coefficients.size()); ++i) {
-        double const square = distSq(p, centres[i]);
-        sum += coefficients[i] * square * std::sqrt(square);
-    }
-    return sum;
-}
-
-Vector3 Implicit::getGradient(Vector3 const& p) const
-{
-    Vector3 sum = linearTerm;
-    for (std::size_t i = 0; i < std::min(centres.size(), coefficients.size()); ++i) {
-        sum += coefficients[i] * 3.0 * dist(p, centres[i]) * (p - centres[i]);
-    }
-    return sum;
-}
-
-namespace sinew {
-
-void evaluateMany(Implicit const& field, Vector3 const* points, std::size_t count, double* values)
-{
-    for (std::size_t i = 0; i < count; ++i) values[i] = field.evaluate(points[i]);
-}
-
-void gradientMany(Implicit const& field, Vector3 const* points, std::size_t count, Vector3* gradients)
-{
-    for (std::size_t i = 0; i < count; ++i) gradients[i] = field.getGradient(points[i]);
-}
-
-} // namespace sinew

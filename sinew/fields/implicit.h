@@ -61,10 +61,11 @@ struct ImplicitProblem
     {
         notFinite,      ///< a coordinate or a value is NaN or infinite: `first` is its index
         repeatedCentre, ///< two points are equal: `first` < `second` are their indices
-        tooFewPoints,   ///< fewer than four: `first` is the number of points
+        tooFewPoints,   ///< fewer than four that are finite: `first` is their number
         coplanar,       ///< all points lie in one plane, to a relative 1e-12: the linear part is undetermined
-        vanishedPivot   ///< the elimination met a pivot of exactly zero: `first` is its column, counted from 0,
-                        ///< where the columns from n on are those of c0 and c
+        vanishedPivot,  ///< the elimination met a pivot of exactly zero: `first` is its column, counted from 0, where
+                        ///< the columns from n on are those of c0 and c
+        outOfRange      ///< the elimination overflowed: cubes of distances beyond 1e102, or pivots below 1e-308
     };
     Kind kind;
     int first = -1;      ///< see `kind`; -1 where it says nothing

@@ -212,3 +212,132 @@ TEST(ImplicitMany, AnswersAreTheSingleOnes)
         }
     }
 }
+
+// ---- diagnosis and cost ----
+
+namespace {
+
+using Kind = sinew::ImplicitProblem::Kind;
+
+struct Finding
+{
+    Kind kind;
+    int first;
+    int second;
+};
+
+void expectFindings(Input const& input, std::vector<Finding> const& expected)
+{
+    std::vector<sinew::ImplicitProblem> const problems = sinew::diagnose(input);
+    ASSERT_EQ(problems.size(), expected.size());
+    for (std::size_t i = 0; i < problems.size(); ++i) {
+        SCOPED_TRACE(problems[i].message);
+        EXPECT_EQ(problems[i].kind, expected[i].kind);
+        EXPECT_EQ(problems[i].first, expected[i].first);
+        EXPECT_EQ(problems[i].second, expected[i].second);
+        ASSERT_FALSE(problems[i].message.empty());
+        EXPECT_EQ(problems[i].message.back(), '.');
+    }
+}
+
+} // namespace
+
+TEST(ImplicitDiagnose, SoundInputHasNoProblems)
+{
+    test::Random random(441);
+    expectFindings(kTetrahedron, {});
+    expectFindings(randomInput(random, 50), {});
+    expectFindings(randomInput(random, 20, 1e-9), {});
+    expectFindings(randomInput(random, 20, 1e9), {});
+    Input far = randomInput(random, 20); // a small cloud far from the origin is still a cloud
+    for (auto& sample : far) sample.first += Vector3(1e6, 1e6, 1e6);
+    expectFindings(far, {});
+}
+
+TEST(ImplicitDiagnose, TooFewPointsAreCounted)
+{
+    expectFindings({}, {{Kind::tooFewPoints, 0, -1}});
+    expectFindings({kTetrahedron[0], kTetrahedron[1], kTetrahedron[2]}, {{Kind::tooFewPoints, 3, -1}});
+}
+
+TEST(ImplicitDiagnose, RepeatedCentresAreNamedInPairs)
+{
+    Input input = kTetrahedron;
+    input.push_back(input[2]);
+    input.push_back(input[0]);
+    input.push_back(input[2]);
+    input.emplace_back(Vector3(-0.0, 0.0, -0.0), 9);
+    expectFindings(input, {{Kind::repeatedCentre, 0, 5},
+                           {Kind::repeatedCentre, 0, 7},
+                           {Kind::repeatedCentre, 2, 4},
+                           {Kind::repeatedCentre, 2, 6}});
+}
+
+TEST(ImplicitDiagnose, PlanesLinesAndPointsAreCoplanar)
+{
+    test::Random random(442);
+    for (double scale : {1e-9, 1.0, 1e9, 1e200, 1.7e308}) {
+        SCOPED_TRACE(scale);
+        Input plane, line;
+        UVector3 const u(random.point()), v(random.point());
+        for (int i = 0; i < 10; ++i) {
+            double const s = random.uniform(-0.4, 0.4), t = random.uniform(-0.4, 0.4);
+            plane.emplace_back((s * u + t * v) * scale, 0);
+            line.emplace_back(s * u * scale, 0);
+        }
+        expectFindings(plane, {{Kind::coplanar, -1, -1}});
+        expectFindings(line, {{Kind::coplanar, -1, -1}});
+    }
+    // One point a little off the plane: a thousandth of a millionth of the extent is enough.
+    Input nearly = {{{0, 0, 0}, 0}, {{1, 0, 0}, 0}, {{0, 1, 0}, 0}, {{1, 1, 0}, 0}, {{0.3, 0.4, 1e-9}, 0}};
+    expectFindings(nearly, {});
+    nearly.back().first.z = 1e-13;
+    expectFindings(nearly, {{Kind::coplanar, -1, -1}});
+    Input const same(5, kTetrahedron[1]);
+    expectFindings(same, {{Kind::repeatedCentre, 0, 1},
+                          {Kind::repeatedCentre, 0, 2},
+                          {Kind::repeatedCentre, 0, 3},
+                          {Kind::repeatedCentre, 0, 4},
+                          {Kind::coplanar, -1, -1}});
+}
+
+TEST(ImplicitDiagnose, NumbersThatAreNotFiniteAreNamed)
+{
+    Input input = kTetrahedron;
+    input.insert(input.begin() + 1, {{Vector3(0, kNaN, 0), 0}, {Vector3(3, 3, 3), kInfinity}});
+    input.push_back({{-kInfinity, 0, 0}, kNaN});
+    expectFindings(input, {{Kind::notFinite, 1, -1}, {Kind::notFinite, 2, -1}, {Kind::notFinite, 6, -1}});
+    expectFindings({{Vector3(kNaN, 0, 0), 0}, {Vector3(1, 1, 1), 0}},
+                   {{Kind::notFinite, 0, -1}, {Kind::tooFewPoints, 1, -1}});
+}
+
+TEST(ImplicitDiagnose, PivotThatVanishesInRoundingIsFound)
+{
+    // The points differ, but so little that the cubes of their distances underflow to zero: the four linear rows serve
+    // as pivots of four columns, and none is left for the fifth.
+    Input input;
+    for (int i = 0; i < 8; ++i) {
+        input.emplace_back(Vector3(i & 1 ? 1e-120 : 0, i & 2 ? 1e-120 : 0, i & 4 ? 1e-120 : 0), i);
+    }
+    std::vector<sinew::ImplicitProblem> const problems = sinew::diagnose(input);
+    ASSERT_EQ(problems.size(), 1U);
+    EXPECT_EQ(problems[0].kind, Kind::vanishedPivot);
+    EXPECT_GE(problems[0].first, 3);
+    EXPECT_LE(problems[0].first, 4);
+}
+
+TEST(ImplicitDiagnose, OverflowIsFound)
+{
+    test::Random random(443);
+    expectFindings(randomInput(random, 10, 1e120), {{Kind::outOfRange, -1, -1}});
+}
+
+TEST(ImplicitCost, GrowsLikeTheDenseSystem)
+{
+    sinew::ImplicitCost const cost = sinew::estimateCost(20000);
+    EXPECT_NEAR(cost.flops, 1.6e13, 1e11);
+    EXPECT_NEAR(cost.bytes, 3.2e9, 1e7);
+    EXPECT_GE(sinew::estimateCost(100).bytes, 104 * 104 * 8.0);
+    EXPECT_GT(sinew::estimateCost(0).bytes, 0);
+    EXPECT_TRUE(std::isfinite(sinew::estimateCost(~std::size_t(0)).flops));
+}

@@ -1,0 +1,30 @@
+#include <sinew/fields/dense_matrix.h>
+
+#include <sinew/fields/detail/gauss_jordan.h>
+
+namespace {
+
+using sinew::detail::GaussJordan;
+
+// Leaves the inverse in `result`, a square matrix, or says that only the plain elimination can tell what is left.
+bool invertInBlocks(matrix<double> const& m, matrix<double>& result)
+{
+    GaussJordan work(m.rows);
+    for (int i = 0; i < m.rows; ++i) {
+        for (int j = 0; j < m.rows; ++j) work(i, j) = m(i, j);
+    }
+    if (work.invert() != GaussJordan::Outcome::inverted) return false;
+    for (int i = 0; i < m.rows; ++i) work.copyRow(i, &result(i, 0));
+    return true;
+}
+
+} // namespace
+
+template <>
+matrix<double> operator!(matrix<double> const& m)
+{
+    if (m.rows != m.columns || !m.isConsistent()) return {};
+    matrix<double> result(m.rows, m.rows);
+    if (!invertInBlocks(m, result)) result = sinew::detail::inverseByElimination(m);
+    return result;
+}
