@@ -8,7 +8,7 @@ namespace {
 
 // Calls visit(row, column) for every edge once, rows ascending.
 template <typename Visit>
-void forEachEdge(std::vector<std::vector<std::pair<int, double>>> const& rows, std::vector<int>& lastRow, Visit visit)
+void forEachEdge(SparseRows const& rows, std::vector<int>& lastRow, Visit visit)
 {
     lastRow.assign(rows.size(), -1);
     for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -24,7 +24,7 @@ void forEachEdge(std::vector<std::vector<std::pair<int, double>>> const& rows, s
 
 } // namespace
 
-Graph graphOf(std::vector<std::vector<std::pair<int, double>>> const& rows)
+Graph graphOf(SparseRows const& rows)
 {
     Graph graph;
     std::size_t const n = rows.size();

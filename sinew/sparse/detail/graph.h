@@ -3,8 +3,9 @@
 /// The adjacency graph of a sparse symmetric matrix, stored flat.
 
 #include <cstdint>
-#include <utility>
 #include <vector>
+
+#include <sinew/sparse/detail/sparse_rows.h>
 
 namespace sinew::detail {
 
@@ -19,6 +20,6 @@ struct Graph
 };
 
 /// The graph of well-formed rows: an edge for every column that is not the diagonal, however often it is given.
-Graph graphOf(std::vector<std::vector<std::pair<int, double>>> const& rows);
+Graph graphOf(SparseRows const& rows);
 
 } // namespace sinew::detail

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The one check that stands between a host's rows and code that indexes without looking.
+/// A host's rows, and the one check that stands between them and code that indexes without looking.
 
 #include <cstddef>
 #include <limits>
@@ -9,8 +9,10 @@
 
 namespace sinew::detail {
 
+using SparseRows = std::vector<std::vector<std::pair<int, double>>>;
+
 /// Whether every row ends with its diagonal, holds it once, and has no other column outside [0, row).
-inline bool isWellFormed(std::vector<std::vector<std::pair<int, double>>> const& rows)
+inline bool isWellFormed(SparseRows const& rows)
 {
     if (rows.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) return false;
     for (std::size_t i = 0; i < rows.size(); ++i) {

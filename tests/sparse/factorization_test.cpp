@@ -1,0 +1,151 @@
+#include <sinew/sparse/detail/factorization.h>
+
+#include <gtest/gtest.h>
+
+#include "sparse/matrices.h"
+#include "sparse/plain_sparse.h"
+#include "support/random.h"
+
+using sinew::detail::Factorization;
+using sinew::detail::FactorMethod;
+using sinew::detail::NumericResult;
+using sinew::detail::panelKernel;
+using sinew::detail::PanelKernel;
+using sinew::detail::VectorWidth;
+using test::Random;
+
+namespace {
+
+struct Variant
+{
+    char const* name;
+    FactorMethod method;
+    PanelKernel kernel;
+};
+
+// Every road to a factor that this machine can take.
+std::vector<Variant> variants()
+{
+    std::vector<Variant> result = {{"rows", FactorMethod::rows, nullptr}};
+    for (auto const& [name, width] :
+         {std::pair{"baseline", VectorWidth::baseline}, {"avx2", VectorWidth::avx2}, {"avx512", VectorWidth::avx512}}) {
+        if (PanelKernel const kernel = panelKernel(width)) result.push_back({name, FactorMethod::panels, kernel});
+    }
+    return result;
+}
+
+void expectAsPlain(SPDMatrix const& matrix)
+{
+    std::vector<int> const perm = matrix.computePerm();
+    LLTMatrix const expected = plain::factor(matrix, perm);
+    for (Variant const& variant : variants()) {
+        SCOPED_TRACE(variant.name);
+        NumericResult const result =
+            Factorization(matrix.rows, perm, variant.method).factor(matrix.rows, variant.kernel);
+        EXPECT_EQ(result.failedAt >= 0, expected.rows.empty() && !matrix.rows.empty());
+        if (result.failedAt >= 0) continue;
+        EXPECT_EQ(test::difference(result.factor, expected), "");
+    }
+}
+
+// A random lower triangle with all entries up to `n`, diagonally dominant.
+SPDMatrix dense(int n, Random& random)
+{
+    return test::matrixOf(test::hubs(n, n), n, random);
+}
+
+} // namespace
+
+TEST(Factorization, EveryVariantGivesTheBitsOfPlain)
+{
+    Random random(20250340);
+    for (int trial = 0; trial < 1000; ++trial) {
+        SCOPED_TRACE(trial);
+        expectAsPlain(test::randomShape(random, trial % 10 == 0 ? 400 : 60));
+        if (HasFailure()) return;
+    }
+}
+
+TEST(Factorization, EveryVariantAgreesOnWidePanels)
+{
+    Random random(20250341);
+    for (int n : {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 33, 47, 48, 49, 64, 65, 95, 97, 130}) {
+        SCOPED_TRACE(n);
+        expectAsPlain(dense(n, random));
+    }
+    expectAsPlain(test::matrixOf(test::grid3D(12), 1728, random));
+    expectAsPlain(test::matrixOf(test::grid2D(70, 70), 4900, random));
+    expectAsPlain(test::matrixOf(test::randomGraph(500, 2500, random), 500, random));
+    expectAsPlain(test::matrixOf(test::shuffled(test::surfaceMesh(60, random), 3600, random), 3600, random));
+}
+
+TEST(Factorization, EveryVariantAgreesOnHostileValues)
+{
+    Random random(20250342);
+    for (int trial = 0; trial < 500; ++trial) {
+        SCOPED_TRACE(trial);
+        SPDMatrix matrix = trial % 3 ? test::randomShape(random, 120) : dense(1 + random.below(70), random);
+        for (auto& row : matrix.rows) {
+            for (auto& entry : row) {
+                if (random.oneIn(200)) entry.second = random.hostile();
+            }
+        }
+        expectAsPlain(matrix);
+        if (HasFailure()) return;
+    }
+}
+
+TEST(Factorization, EveryVariantAgreesOnDenormalsAndHugeNumbers)
+{
+    Random random(20250343);
+    for (double scale : {1e-310, 1e-160, 1e150, 1e300}) {
+        SPDMatrix matrix = test::matrixOf(test::grid2D(15, 15), 225, random);
+        for (auto& row : matrix.rows) {
+            for (auto& entry : row) entry.second *= scale;
+        }
+        expectAsPlain(matrix);
+    }
+}
+
+TEST(Factorization, EveryVariantStopsAtTheFirstBadPivot)
+{
+    Random random(20250344);
+    for (int trial = 0; trial < 200; ++trial) {
+        SCOPED_TRACE(trial);
+        SPDMatrix matrix = test::randomShape(random, 150);
+        int const n = static_cast<int>(matrix.rows.size());
+        for (int k = 0; k < 2; ++k) matrix.rows[random.below(n)].back().second = -random.uniform(0.0, 1.0);
+        std::vector<int> const perm = matrix.computePerm();
+        int failedAt = -1;
+        double pivot = 0;
+        for (Variant const& variant : variants()) {
+            NumericResult const result =
+                Factorization(matrix.rows, perm, variant.method).factor(matrix.rows, variant.kernel);
+            ASSERT_GE(result.failedAt, 0);
+            ASSERT_EQ(result.pivots.size(), static_cast<std::size_t>(result.failedAt) + 1);
+            if (failedAt < 0) {
+                failedAt = result.failedAt;
+                pivot = result.pivots.back();
+            }
+            EXPECT_EQ(result.failedAt, failedAt) << variant.name;
+            EXPECT_EQ(result.pivots.back(), pivot) << variant.name;
+            EXPECT_LE(pivot, 0.0);
+        }
+    }
+}
+
+TEST(Factorization, CountsEntriesAndUpdates)
+{
+    // A path of three without fill: two entries, one product for each pivot after the first.
+    SPDMatrix path;
+    path.rows = {{{0, 2.0}}, {{0, -1.0}, {1, 2.0}}, {{1, -1.0}, {2, 2.0}}};
+    Factorization const ofPath(path.rows, path.computePerm());
+    EXPECT_EQ(ofPath.entryCount(), 2);
+    EXPECT_EQ(ofPath.updateCount(), 2);
+    // A full 4 x 4: 3 + 2 + 1 entries; a column with m below the diagonal changes m pivots and m (m - 1) / 2 entries.
+    Random random(20250345);
+    SPDMatrix const full = dense(4, random);
+    Factorization const ofFull(full.rows, full.computePerm());
+    EXPECT_EQ(ofFull.entryCount(), 6);
+    EXPECT_EQ(ofFull.updateCount(), 6 + 3 + 1);
+}
