@@ -35,6 +35,14 @@ TEST(ParseTgf, IgnoresFurtherNumbersOfOtherPrograms)
     EXPECT_EQ(skeleton.bones.size(), 1u);
 }
 
+TEST(ParseTgf, ReadsARadiusAfterAName)
+{
+    tool::Skeleton const skeleton = tool::parseTgf("1 0 0 0 hip 0.25\n2 1 0 0 knee\n3 2 0 0 7\n#\n1 2\n", "s.tgf");
+    EXPECT_EQ(skeleton.radii, (std::vector<double>{0.25, 0, 0}));
+    EXPECT_NE(messageFor("1 0 0 0 hip big\n").find("s.tgf:1: \"big\" is not a radius"), std::string::npos);
+    EXPECT_NE(messageFor("1 0 0 0 hip -1\n").find("is not a radius"), std::string::npos);
+}
+
 TEST(ParseTgf, ToleratesAClosingMark)
 {
     EXPECT_EQ(tool::parseTgf("1 0 0 0\n2 1 0 0\n#\n1 2\n#\n", "s.tgf").bones.size(), 1u);

@@ -60,16 +60,18 @@ private:
             fail("joint " + std::to_string(number) + " was given before", "Give every joint a number of its own");
         }
         skeleton_.joints.emplace_back(coordinates[0], coordinates[1], coordinates[2]);
-        skeleton_.jointNames.push_back(nameIn(rest, number));
-    }
-
-    /// What follows the coordinates is a name only if it is not one more of the numbers that some programs write there.
-    static std::string nameIn(std::string_view rest, long number)
-    {
         std::string_view const word = nextWord(rest);
-        double ignored = 0;
-        if (word.empty() || parseDouble(word, ignored)) return "joint " + std::to_string(number);
-        return std::string(word);
+        double radius = 0;
+        // Some programs write more numbers after the coordinates: a name is what is not one.
+        bool const named = !word.empty() && !parseDouble(word, radius);
+        skeleton_.jointNames.push_back(named ? std::string(word) : "joint " + std::to_string(number));
+        radius = 0;
+        std::string_view const next = named ? nextWord(rest) : std::string_view();
+        if (!next.empty() && !(parseDouble(next, radius) && radius > 0 && std::isfinite(radius))) {
+            fail("\"" + std::string(next) + "\" is not a radius",
+                 "After a joint's name there may be a positive number");
+        }
+        skeleton_.radii.push_back(radius);
     }
 
     void bone(std::string_view rest)

@@ -2,8 +2,8 @@
 
 /// A skeleton of joints and bones, and its text form (`.tgf`, a trivial graph file):
 ///
-///     1  0.00 0.95 0.00  pelvis        number, x, y, z, and anything after that: the first word is the joint's name
-///     2  0.00 1.10 0.01  spine
+///     1  0.00 0.95 0.00  pelvis 0.11   number, x, y, z; then, if wanted, a name and the body's radius there
+///     2  0.00 1.10 0.01  waist
 ///     #
 ///     1 2                              a bone, from joint to joint, by their numbers
 
@@ -19,6 +19,7 @@ struct Skeleton
 {
     std::vector<Vector3> joints;
     std::vector<std::string> jointNames;   ///< parallel to `joints`; "joint 7" where the file has no name
+    std::vector<double> radii;             ///< parallel to `joints`; 0 where the file gives none
     std::vector<std::array<int, 2>> bones; ///< indices into `joints`, the parent first
 
     /// "shoulder - elbow": the names of the bone's two joints.

@@ -87,5 +87,6 @@ struct TourContext
 };
 
 void meshFunctionStage(TourContext& tour);
+void fieldStage(TourContext& tour);
 
 } // namespace tool
