@@ -1,6 +1,6 @@
 #pragma once
 
-/// A global operator new that fails on request: link failing_new.cpp into the test program.
+/// A global operator new that counts, and fails on request: link failing_new.cpp into the test program.
 
 namespace test {
 
@@ -13,5 +13,8 @@ public:
     FailingNew(FailingNew const&) = delete;
     FailingNew& operator=(FailingNew const&) = delete;
 };
+
+/// The sizes of all allocations so far, summed, whether they were released or not.
+long long allocatedBytes();
 
 } // namespace test

@@ -21,14 +21,14 @@ std::string readAll(std::istream& in)
     std::string text;
     if (!in || !in.rdbuf()) throw Serializable::LoadFail("the stream cannot be read");
     try {
-        for (std::size_t size = 0;;) {
-            std::streamsize const room = std::clamp(in.rdbuf()->in_avail() + 1, kSmallest, kLargest);
+        while (in.rdbuf()->sgetc() != std::char_traits<char>::eof()) {
+            std::size_t const size = text.size();
+            std::streamsize const room = std::clamp(in.rdbuf()->in_avail(), kSmallest, kLargest);
             text.resize(size + static_cast<std::size_t>(room));
             std::streamsize const got = in.rdbuf()->sgetn(&text[size], room);
-            size += static_cast<std::size_t>(std::max(got, std::streamsize{0}));
-            text.resize(size);
-            if (got <= 0) return text;
+            text.resize(size + static_cast<std::size_t>(std::max(got, std::streamsize{0})));
         }
+        return text;
     } catch (std::ios_base::failure const&) { // a directory, a broken pipe
         throw Serializable::LoadFail("the stream cannot be read");
     }

@@ -1,0 +1,322 @@
+// Documents from strangers: whatever they hold, reading ends in an object or in LoadFail, with little memory and stack.
+
+#include <sinew/framework/serializable.h>
+
+#include <functional>
+#include <new>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include "gallery.h"
+#include "support/failing_new.h"
+
+using gallery::parse;
+using gallery::refusal;
+
+namespace {
+
+std::string repeated(std::string const& piece, std::size_t count)
+{
+    std::string text;
+    text.reserve(piece.size() * count);
+    for (std::size_t i = 0; i < count; ++i) text += piece;
+    return text;
+}
+
+std::string nested(std::size_t levels, std::string const& name = "a")
+{
+    return repeated("<" + name + ">", levels) + repeated("</" + name + ">", levels);
+}
+
+/// One way of being large, of about `size` bytes.
+struct Family
+{
+    char const* name;
+    std::function<std::string(std::size_t size)> make;
+};
+
+std::vector<Family> families()
+{
+    auto const around = [](std::string const& open, std::string const& piece, std::string const& close) {
+        return [=](std::size_t size) { return open + repeated(piece, size / piece.size()) + close; };
+    };
+    auto const numbered = [](std::string const& open, std::string const& before, std::string const& after,
+                             std::string const& close) {
+        return [=](std::size_t size) {
+            std::string text = open;
+            for (std::size_t i = 0; text.size() < size; ++i) text += before + std::to_string(i) + after;
+            return text + close;
+        };
+    };
+    return {
+        {"deep nesting", [](std::size_t size) { return nested(size / 7); }},
+        {"unclosed tags", around("", "<a>", "")},
+        {"unknown siblings", around("<r>", "<x/>", "</r>")},
+        {"sequence of empty strings", around("<r><owners>", "<owner/>", "</owners></r>")},
+        {"sequence of empty objects", around("<r><spareFrames>", "<spareFrame/>", "</spareFrames></r>")},
+        {"sequence of empty sequences", around("<r><rows>", "<row/>", "</rows></r>")},
+        {"sequence of numbers", around("<r><bids>", "<bid>1</bid>", "</bids></r>")},
+        {"attributes", numbered("<r ", "a", "='' ", "/>")},
+        {"attributes alike for long", numbered("<r ", repeated("a", 200), "='' ", "/>")},
+        {"repeated attribute", around("<r ", "a='' ", "/>")},
+        {"repeated fields", around("<r>", "<bids><bid>1</bid></bids>", "</r>")},
+        {"one huge text", around("<r><super><title>", "x", "</title></super></r>")},
+        {"one huge name", around("<", "n", "/>")},
+        {"one huge attribute", around("<r a='", "&lt;", "'/>")},
+        {"one huge comment", around("<r><!--", "- ", "--></r>")},
+        {"one huge instruction", around("<?t ", "? ", "?><r/>")},
+        {"references", around("<r><super><title>", "&#65;", "</title></super></r>")},
+        {"reference that does not end", around("<r>&#", "0", "</r>")},
+        {"comments in a text", around("<r><super><title>", "x<!---->", "</title></super></r>")},
+        {"CDATA sections", around("<r><super><title>", "<![CDATA[]]]>", "</title></super></r>")},
+        {"line ends", around("<r>", "\r\n", "</r>")},
+        {"wide characters", around("<r><super><title>", "\xF0\x9F\x8E\xA8", "</title></super></r>")},
+        {"one huge number", around("<r><super><year>", "1", "</year></super></r>")},
+        {"numbers of white space", around("<r><super><year>", " ", "</year></super></r>")},
+        {"open brackets", around("<r>", "]]", "</r>")},
+        {"less-than signs", around("<r>", "<", "</r>")},
+        {"blanks inside a tag", around("<r", " ", "/>")},
+    };
+}
+
+/// Runs `action` on a thread of its own with 256 KiB of stack.
+void onSmallStack(std::function<void()> action)
+{
+    pthread_attr_t attributes;
+    ASSERT_EQ(pthread_attr_init(&attributes), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
+    pthread_t thread;
+    auto const run = [](void* argument) -> void* {
+        (*static_cast<std::function<void()>*>(argument))();
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, run, &action), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+}
+
+/// A tree of branches in which element nesting reaches `levels`: the root, then pairs of <twigs><twig>.
+std::string branches(int levels)
+{
+    std::string const open = repeated("<twigs><twig>", static_cast<std::size_t>(levels - 1) / 2);
+    std::string const close = repeated("</twig></twigs>", static_cast<std::size_t>(levels - 1) / 2);
+    return levels % 2 ? "<root>" + open + close + "</root>" : "<root>" + open + "<twigs/>" + close + "</root>";
+}
+
+} // namespace
+
+TEST(HostileText, MalformedDocumentsAreRefusedWithTheirReason)
+{
+    struct Case
+    {
+        char const* text;
+        char const* reason;
+    };
+    for (Case const& c : std::vector<Case>{
+             {"", "there is no root element"},
+             {" \n", "there is no root element"},
+             {"<!-- only -->", "there is no root element"},
+             {"text", "text before the root element"},
+             {"text<a/>", "text before the root element"},
+             {"<a/>text", "left over after the root element"},
+             {"<a/><b/>", "left over after the root element"},
+             {"<a/><?t ?>", "left over after the root element"},
+             {"<a/><![CDATA[ ]]>", "left over after the root element"},
+             {"<a", "not closed"},
+             {"<a>", "the document ends inside an element"},
+             {"<a><b></b>", "the document ends inside an element"},
+             {"<a><b></a></b>", "</a> closes <b>"},
+             {"</a>", "expected the name of an element"},
+             {"< a/>", "expected the name of an element"},
+             {"<1a/>", "expected the name of an element"},
+             {"<-/>", "expected the name of an element"},
+             {"<a></a b>", "expected \">\""},
+             {"<a><</a>", "expected the name of an element"},
+             {"<a/ >", "expected white space"},
+             {"<a b/>", "expected \"=\""},
+             {"<a b=/>", "expected a quote"},
+             {"<a b=c/>", "expected a quote"},
+             {"<a b='c/>", "not closed"},
+             {"<a b='c\"/>", "not closed"},
+             {"<a b='1'c='2'/>", "expected white space"},
+             {"<a b='<'/>", "\"<\" is not allowed"},
+             {"<a b='&'/>", "not a reference"},
+             {"<a b='1' b='1'/>", "given twice"},
+             {"<a>&nbsp;</a>", "not a reference"},
+             {"<a>&lt</a>", "not a reference"},
+             {"<a>& amp;</a>", "not a reference"},
+             {"<a>&#;</a>", "not a reference"},
+             {"<a>&#x;</a>", "not a reference"},
+             {"<a>&#X41;</a>", "not a reference"},
+             {"<a>&#4A;</a>", "not a reference"},
+             {"<a>&#0;</a>", "not a reference"},
+             {"<a>&#31;</a>", "not a reference"},
+             {"<a>&#xD800;</a>", "not a reference"},
+             {"<a>&#xFFFE;</a>", "not a reference"},
+             {"<a>&#x110000;</a>", "not a reference"},
+             {"<a>&#x100000041;</a>", "not a reference"},
+             {"<a>]]></a>", "not allowed in text"},
+             {"<a><!-- -- --></a>", "not allowed inside a comment"},
+             {"<a><!-- ---></a>", "not allowed inside a comment"},
+             {"<a><!--></a>", "not closed"},
+             {"<a><!-</a>", "expected the name of an element"},
+             {"<a><![CDATA[</a>", "a CDATA section is not closed"},
+             {"<a><![cdata[]]></a>", "expected the name of an element"},
+             {"<a><?t </a>", "not closed"},
+             {"<a><? ?></a>", "expected the name of a processing instruction"},
+             {"<a><?xml version='1.0'?></a>", "may only open the document"},
+             {"<a><?XmL ?></a>", "may only open the document"},
+             {" <?xml version='1.0'?><a/>", "may only open the document"},
+             {"<?xml?><a/>", "may only open the document"},
+             {"<?xml ?><a/>", "has no version"},
+             {"<?xml version='2.0'?><a/>", "version \"2.0\""},
+             {"<?xml version='1.'?><a/>", "version \"1.\""},
+             {"<?xml version='1.0'encoding='utf-8'?><a/>", "expected white space"},
+             {"<?xml encoding='utf-8'?><a/>", "unexpected part"},
+             {"<?xml version='1.0' standalone='yes' encoding='utf-8'?><a/>", "unexpected part"},
+             {"<?xml version='1.0' version='1.0'?><a/>", "unexpected part"},
+             {"<?xml version='1.0' encoding='latin1'?><a/>", "encoding \"latin1\""},
+             {"<?xml version='1.0' standalone='maybe'?><a/>", "standalone \"maybe\""},
+             {"<?xml version='1.0'><a/>", "expected"},
+             {"<!DOCTYPE a><a/>", "document type declarations are not accepted"},
+             {"<a/><!DOCTYPE a>", "left over"},
+             {"<a>\x01</a>", "XML does not allow"},
+             {"<a>\x1F</a>", "XML does not allow"},
+             {"<a>\xC0\x80</a>", "not valid UTF-8"},
+             {"<a>\xE0\x80\xAF</a>", "not valid UTF-8"},
+             {"<a>\xED\xA0\x80</a>", "not valid UTF-8"},
+             {"<a>\xF4\x90\x80\x80</a>", "not valid UTF-8"},
+             {"<a>\xEF\xBF\xBF</a>", "not valid UTF-8"},
+             {"<a>\x80</a>", "not valid UTF-8"},
+             {"<a>\xE2\x82", "not valid UTF-8"},
+             {"\xFF\xFE<", "not UTF-8"},
+             {"\xFE\xFF<", "not UTF-8"},
+             {"\xEF\xBB<a/>", "not valid UTF-8"},
+             {"\xEF\xBB\xBF\xEF\xBB\xBF<a/>", "text before the root element"},
+         }) {
+        std::string const message = refusal<gallery::Work>(c.text);
+        EXPECT_NE(message.find(c.reason), std::string::npos) << c.text << "\n" << message;
+        EXPECT_EQ(message.rfind("line ", 0), 0u) << "tells line and column: " << message;
+    }
+    EXPECT_NE(refusal<gallery::Work>(std::string("<a>\0</a>", 8)), "") << "a zero byte";
+}
+
+TEST(HostileText, NestingIsLimited)
+{
+    auto const limit = static_cast<std::size_t>(sinew::kMaxNesting);
+    EXPECT_EQ(refusal<gallery::Work>(nested(limit)), "");
+    EXPECT_NE(refusal<gallery::Work>(nested(limit + 1)).find("nested more than 128 deep"), std::string::npos);
+    EXPECT_EQ(refusal<gallery::Work>("<a>" + repeated(nested(limit - 1), 50) + "</a>"), "") << "levels are given back";
+    EXPECT_EQ(refusal<gallery::Branch>(branches(sinew::kMaxNesting)), "") << "through fields as well";
+    EXPECT_NE(refusal<gallery::Branch>(branches(sinew::kMaxNesting + 1)), "");
+}
+
+TEST(HostileText, AMillionLevelsAreRefusedOnASmallStack)
+{
+    onSmallStack([] {
+        EXPECT_NE(refusal<gallery::Work>(nested(1000000)), "");
+        EXPECT_NE(refusal<gallery::Branch>(branches(1000001)), "");
+        EXPECT_EQ(refusal<gallery::Branch>(branches(sinew::kMaxNesting)), "");
+    });
+}
+
+// A reader that looked at everything twice for every item would need hours for this.
+TEST(HostileText, MegabytesOfEachFamilyAreDealtWith)
+{
+    for (Family const& family : families()) {
+        SCOPED_TRACE(family.name);
+        std::string const text = family.make(2000000);
+        EXPECT_NO_THROW(refusal<gallery::Painting>(text));
+    }
+}
+
+TEST(HostileText, AllocatesLittle)
+{
+    for (Family const& family : families()) {
+        for (std::size_t const size : {100u, 3000u, 100000u, 1000000u}) {
+            SCOPED_TRACE(std::string(family.name) + " " + std::to_string(size));
+            std::string const text = family.make(size);
+            std::istringstream in(text);
+            gallery::Painting painting;
+            long long const before = test::allocatedBytes();
+            try {
+                sinew::readDocument(in, painting);
+            } catch (Serializable::LoadFail const&) {
+            }
+            long long const allocated = test::allocatedBytes() - before; // all requests summed, released or not
+            EXPECT_LE(allocated, 64 * 1024 + 64 * static_cast<long long>(text.size()));
+        }
+    }
+}
+
+TEST(HostileText, OnlyLoadFailAndBadAllocLeaveTheReader)
+{
+    test::Random random(91);
+    gallery::Painting painting = gallery::randomPainting(random);
+    std::string const good = gallery::textOf(painting);
+    for (std::string const& text : {good, good + "x", nested(200)}) {
+        bool finished = false;
+        for (long allowed = 0; !finished; ++allowed) {
+            std::istringstream in(text);
+            gallery::Painting loaded;
+            try {
+                test::FailingNew const failing(allowed);
+                sinew::readDocument(in, loaded);
+                finished = true;
+            } catch (std::bad_alloc const&) {
+            } catch (Serializable::LoadFail const&) {
+                finished = text != good;
+            }
+        }
+    }
+}
+
+TEST(HostileText, RandomDamageNeverEscapes)
+{
+    test::Random random(92);
+    gallery::Painting painting = gallery::randomPainting(random);
+    std::string const good = gallery::textOf(painting);
+    for (int trial = 0; trial < 20000; ++trial) {
+        std::string text = good;
+        for (int n = 1 + random.below(4); n > 0; --n) {
+            auto const at = static_cast<std::size_t>(random.below(static_cast<int>(text.size())));
+            switch (random.below(4)) {
+            case 0:
+                text[at] = static_cast<char>(random.bits());
+                break;
+            case 1:
+                text.erase(at, static_cast<std::size_t>(random.below(20)));
+                break;
+            case 2:
+                text.insert(at, text, static_cast<std::size_t>(random.below(static_cast<int>(text.size()))), 9);
+                break;
+            default:
+                text[at] = "<>&'\"/!?]-"[random.below(10)];
+                break;
+            }
+            if (text.empty()) break;
+        }
+        ASSERT_NO_THROW(refusal<gallery::Painting>(text)) << text;
+    }
+}
+
+TEST(HostileText, EveryTruncatedPrefixIsRefused)
+{
+    test::Random random(93);
+    gallery::Painting painting = gallery::randomPainting(random);
+    std::string const good = gallery::textOf(painting);
+    for (std::size_t length = 0; length + 1 < good.size(); ++length) {
+        ASSERT_NE(refusal<gallery::Painting>(good.substr(0, length)), "") << length;
+    }
+}
+
+TEST(HostileText, MessagesStayShort)
+{
+    EXPECT_LT(refusal<gallery::Work>("<" + repeated("n", 100000) + ">").size(), 200u);
+    EXPECT_LT(refusal<gallery::Work>("<a><year>" + repeated("x", 100000) + "</year></a>").size(), 200u);
+    EXPECT_LT(refusal<gallery::Work>("<a></" + repeated("é", 100000) + ">").size(), 200u);
+}

@@ -1,0 +1,68 @@
+// The library loaded by name and unloaded again, as a host's plug-in brings it along; this program does not link it.
+
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+namespace {
+
+bool isMapped(std::string const& file)
+{
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        if (line.find(file) != std::string::npos) return true;
+    }
+    return false;
+}
+
+std::size_t bytesInUse()
+{
+    return mallinfo2().uordblks;
+}
+
+int deletions = 0;
+void countDeletions(std::string const& action, std::string const&, std::string const&)
+{
+    deletions += action == "delete";
+}
+
+// C++ functions of the library, by the names that the platform's ABI gives them.
+constexpr char const* kFindNamed =
+    "_ZN5sinew6detail9findNamedEPKcRKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE";
+constexpr char const* kSetSink =
+    "_ZN5sinew18setRegistryLogSinkEPFvRKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEES7_"
+    "S7_E";
+using FindNamed = void* (*)(char const*, std::string const&);
+using SetSink = void (*)(void (*)(std::string const&, std::string const&, std::string const&));
+
+void openAndClose()
+{
+    void* const library = dlopen(SINEW_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    auto const find = reinterpret_cast<FindNamed>(dlsym(library, kFindNamed));
+    auto const setSink = reinterpret_cast<SetSink>(dlsym(library, kSetSink));
+    ASSERT_TRUE(find && setSink);
+    EXPECT_NE(find("P13FactoryByName", "MeshFunction2D"), nullptr);
+    EXPECT_NE(find("P15FactoryByTypeID", "14MeshFunction2D"), nullptr);
+    setSink(countDeletions);
+    ASSERT_EQ(dlclose(library), 0);
+}
+
+} // namespace
+
+TEST(Unload, AThousandTimesLeavesMemoryAndMappingsWhereTheyWere)
+{
+    for (int warmUp = 0; warmUp < 3; ++warmUp) ASSERT_NO_FATAL_FAILURE(openAndClose());
+    std::size_t const before = bytesInUse();
+    deletions = 0;
+    for (int i = 0; i < 1000; ++i) ASSERT_NO_FATAL_FAILURE(openAndClose());
+    EXPECT_EQ(deletions, 2000) << "the class leaves both registries each time";
+    EXPECT_FALSE(isMapped("libsinew.so")) << "something keeps the library from being unloaded";
+    // Freed blocks that the allocator keeps at hand count as used; one lost in every round would be 16000 bytes or
+    // more.
+    EXPECT_LT(bytesInUse(), before + 8000);
+}
