@@ -1,0 +1,141 @@
+// A host in miniature: it owns a surface (a tube with a ring of vertices every quarter unit) and a curve, poses them with
+// two bones, draws them deformed through the guard, and shows that the originals came back.
+//
+// The host's own classes derive from the library's display-data contracts and are held through smart_ptr, which counts
+// references inside the objects; nothing is ever deleted by hand.
+
+#include <cmath>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <sinew/sinew.h>
+
+namespace {
+
+double const kPi = 3.14159265358979323846;
+int const kAround = 16;
+
+// A surface as this host displays it. What is the host's own stays the host's own: here, a name.
+class Tube : public DisplayData
+{
+public:
+    std::string name = "tube";
+
+    Tube()
+    {
+        surface = smart_ptr<SurfaceGeometryData>(new SurfaceGeometryData);
+        boneWeights = smart_ptr<BoneWeightTable>(new BoneWeightTable);
+        for (int ring = 0; ring <= 32; ++ring) addRing(0.25 * ring);
+    }
+
+private:
+    void addRing(double x)
+    {
+        int const first = static_cast<int>(surface->positions.size());
+        // The upper arm ends at x = 4; within a unit of it both bones pull, in proportion.
+        double const forearm = std::fmin(1.0, std::fmax(0.0, 0.5 * (x - 3.0)));
+        for (int i = 0; i < kAround; ++i) {
+            double const angle = 2 * kPi * i / kAround;
+            UVector3 const outwards(0, std::cos(angle), std::sin(angle));
+            surface->positions.push_back(Vector3(x, 0, 0) + 0.8 * outwards);
+            surface->normals.push_back(outwards);
+            boneWeights->influences.push_back({{0, 1.0 - forearm}, {1, forearm}});
+            if (x > 0) {
+                int const a = first + i;
+                int const b = first + (i + 1) % kAround;
+                surface->indices.insert(surface->indices.end(), {a - kAround, a, b, a - kAround, b, b - kAround});
+            }
+        }
+    }
+};
+
+// The curve through the tube's middle.
+class Centreline : public CurveDisplayData
+{
+public:
+    Centreline()
+    {
+        geometry = smart_ptr<GeometryData>(new GeometryData);
+        for (int i = 0; i <= 16; ++i) geometry->positions.push_back(Vector3(0.5 * i, 0, 0));
+    }
+};
+
+// A page of characters, two columns a quarter unit: the host's whole graphics system.
+class Page
+{
+public:
+    void dot(Vector3 const& p, char mark)
+    {
+        int const column = static_cast<int>(std::lround(6 * (p.x + 1)));
+        int const row = static_cast<int>(std::lround(3 * (6 - p.y)));
+        if (row < 0 || row >= kRows || column < 0 || column >= kColumns) return;
+        char& cell = rows_[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)];
+        if (mark > cell) cell = mark; // the curve's 'o' over the surface's marks
+    }
+    void print(char const* title) const
+    {
+        std::printf("%s\n", title);
+        for (std::string const& row : rows_) std::printf("  %s\n", row.c_str());
+    }
+
+private:
+    static constexpr int kRows = 22;
+    static constexpr int kColumns = 64;
+    std::vector<std::string> rows_ = std::vector<std::string>(kRows, std::string(kColumns, ' '));
+};
+
+// Draws what faces the viewer, who looks along -z. Light comes from above.
+void draw(Page& page, DisplayData const& data)
+{
+    smart_ptr<GeometryData const> const geometry = data.getGeometry();
+    for (std::size_t i = 0; i < geometry->positions.size(); ++i) {
+        Vector3 const normal = data.placement.linearComponent() * data.surface->normals[i];
+        if (normal.z < 0) continue;
+        page.dot(data.placement * geometry->positions[i], normal.y > 0.5 ? '-' : normal.y > -0.5 ? '+' : '#');
+    }
+}
+
+void draw(Page& page, CurveDisplayData const& data)
+{
+    for (Vector3 const& p : data.getGeometry()->positions) page.dot(data.placement * p, 'o');
+}
+
+// The upper arm stays, the forearm is raised by 60 degrees about the elbow at x = 4.
+smart_ptr<BoneTransformVector> pose()
+{
+    Vector3 const shoulder(0, 0, 0);
+    Vector3 const elbow(4, 0, 0);
+    Vector3 const wrist(8, 0, 0);
+    Vector3 const raised = elbow + 4.0 * Vector3(std::cos(kPi / 3), std::sin(kPi / 3), 0);
+    double const noTwist = 0.0;
+    std::vector<BoneTransform> bones = {BoneTransform(shoulder, elbow, shoulder, elbow, noTwist),
+                                        BoneTransform(elbow, wrist, elbow, raised, noTwist)};
+    return smart_ptr<BoneTransformVector>(new BoneTransformVector(std::move(bones)));
+}
+
+} // namespace
+
+int main()
+{
+    smart_ptr<Tube> const tube(new Tube);
+    smart_ptr<Centreline> const curve(new Centreline);
+    smart_ptr<SurfaceGeometryData> const original = tube->surface;
+    {
+        // While the guards live, the display data shows the posed surface, already placed in the world.
+        SubstituteGeometryData const surfaceGuard(tube, pose());
+        SubstituteGeometryData const curveGuard(curve, pose()); // curves are remembered, not deformed
+        Page page;
+        draw(page, *tube);
+        draw(page, *curve);
+        page.print("posed: the forearm raised by 60 degrees");
+    }
+    Page page;
+    draw(page, *tube);
+    draw(page, *curve);
+    page.print("after the guards: the original");
+
+    bool const back = tube->surface == original && tube->placement == Transform() && tube->referenceCount == 1;
+    std::printf("the original surface is back: %s\n", back ? "yes" : "no");
+    return back ? 0 : 1;
+}
