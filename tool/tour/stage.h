@@ -87,6 +87,7 @@ struct TourContext
 };
 
 void meshFunctionStage(TourContext& tour);
+void skeletonStage(TourContext& tour);
 void fieldStage(TourContext& tour);
 
 } // namespace tool

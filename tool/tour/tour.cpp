@@ -21,6 +21,7 @@ struct Stage
 /// In the order of the page; later stages use what earlier ones leave in the context.
 constexpr Stage kStages[] = {
     {"mesh function", meshFunctionStage},
+    {"skeleton", skeletonStage},
     {"fields", fieldStage},
 };
 
