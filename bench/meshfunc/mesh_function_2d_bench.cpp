@@ -1,0 +1,378 @@
+// Mesh functions against the plain method and against what a user would pick instead: locating the point in a Delaunay
+// triangulation of the same vertices (CGAL's hierarchy), and shooting a ray down on the mesh (Embree, in floats).
+//
+// The values are an affine function of the position, so that every triangulation of the vertices must give the same
+// answer: sinew and plain are compared bit for bit, the peers within their precision.
+
+#include <cmath>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include <benchmark/benchmark.h>
+
+#ifdef SINEW_BENCH_CGAL
+#include <CGAL/Delaunay_triangulation_2.h>
+#include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
+#include <CGAL/Triangulation_hierarchy_2.h>
+#include <CGAL/Triangulation_vertex_base_with_info_2.h>
+#endif
+#ifdef SINEW_BENCH_EMBREE
+#include <embree3/rtcore.h>
+#endif
+
+#include "meshfunc/mesh_samples.h"
+#include "meshfunc/plain_mesh_function.h"
+#include "support/bits.h"
+
+namespace {
+
+using test::Mesh;
+using test::Point;
+using test::Random;
+
+// ---- the contenders ----
+
+/// Something that answers whether a point lies in the mesh, and the value there.
+struct Contender
+{
+    virtual ~Contender() = default;
+    virtual bool evaluate(Point const& p, Point* value) const = 0;
+};
+
+template <typename F>
+struct Evaluates final : Contender
+{
+    F function;
+    explicit Evaluates(Mesh const& mesh) : function(mesh.params, mesh.values, mesh.facets, mesh.normaldots) {}
+    bool evaluate(Point const& p, Point* value) const override { return function.evaluate(p, value, nullptr); }
+};
+using Sinew = Evaluates<MeshFunction2D>;
+using Plain = Evaluates<plain::MeshFunction2D>;
+
+#ifdef SINEW_BENCH_CGAL
+struct CgalHierarchy final : Contender
+{
+    using Kernel = CGAL::Exact_predicates_inexact_constructions_kernel;
+    using Base = CGAL::Triangulation_vertex_base_with_info_2<int, Kernel>;
+    using Data = CGAL::Triangulation_data_structure_2<CGAL::Triangulation_hierarchy_vertex_base_2<Base>>;
+    using Triangulation = CGAL::Triangulation_hierarchy_2<CGAL::Delaunay_triangulation_2<Kernel, Data>>;
+
+    Triangulation triangulation;
+    std::vector<Point> const& values;
+
+    explicit CgalHierarchy(Mesh const& mesh) : values(mesh.values)
+    {
+        int next = 0;
+        for (Point const& p : mesh.params) triangulation.insert({p.x, p.y})->info() = next++;
+    }
+    bool evaluate(Point const& p, Point* value) const override
+    {
+        auto const face = triangulation.locate({p.x, p.y});
+        if (face == nullptr || triangulation.is_infinite(face)) return false;
+        auto const corner = [&](int i) { return Point(face->vertex(i)->point().x(), face->vertex(i)->point().y()); };
+        Point const e1 = corner(1) - corner(0), e2 = corner(2) - corner(0), d = p - corner(0);
+        double const r = 1 / (e1.x * e2.y - e2.x * e1.y);
+        double const u = r * (e2.y * d.x - e2.x * d.y), v = r * (e1.x * d.y - e1.y * d.x);
+        auto const at = [&](int i) { return values[static_cast<std::size_t>(face->vertex(i)->info())]; };
+        *value = u * at(1) + v * at(2) + (1 - u - v) * at(0);
+        return true;
+    }
+};
+#endif
+
+#ifdef SINEW_BENCH_EMBREE
+struct EmbreeRay final : Contender
+{
+    RTCDevice device = rtcNewDevice("threads=1");
+    RTCScene scene = rtcNewScene(device);
+    Mesh const& mesh;
+
+    explicit EmbreeRay(Mesh const& mesh_) : mesh(mesh_)
+    {
+        RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
+        auto* vertices = static_cast<float*>(rtcSetNewGeometryBuffer(
+            geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, 3 * sizeof(float), mesh.params.size()));
+        for (Point const& p : mesh.params) {
+            *vertices++ = static_cast<float>(p.x);
+            *vertices++ = static_cast<float>(p.y);
+            *vertices++ = 0;
+        }
+        auto* indices = static_cast<unsigned*>(rtcSetNewGeometryBuffer(
+            geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, 3 * sizeof(unsigned), mesh.facets.size() / 3));
+        for (int i : mesh.facets) *indices++ = static_cast<unsigned>(i);
+        rtcCommitGeometry(geometry);
+        rtcAttachGeometry(scene, geometry);
+        rtcReleaseGeometry(geometry);
+        rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST); // watertight, as ours is: no point falls between triangles
+        rtcSetSceneBuildQuality(scene, RTC_BUILD_QUALITY_HIGH);
+        rtcCommitScene(scene);
+    }
+    ~EmbreeRay() override
+    {
+        rtcReleaseScene(scene);
+        rtcReleaseDevice(device);
+    }
+    bool evaluate(Point const& p, Point* value) const override
+    {
+        RTCIntersectContext context;
+        rtcInitIntersectContext(&context);
+        RTCRayHit query{};
+        query.ray = {static_cast<float>(p.x), static_cast<float>(p.y), 1, 0, 0, 0, -1, 0, 2, ~0u, 0, 0};
+        query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+        rtcIntersect1(scene, &context, &query);
+        if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) return false;
+        int const* corners = &mesh.facets[3 * static_cast<std::size_t>(query.hit.primID)];
+        auto const at = [&](int i) { return mesh.values[static_cast<std::size_t>(corners[i])]; };
+        double const u = query.hit.u, v = query.hit.v;
+        *value = u * at(1) + v * at(2) + (1 - u - v) * at(0);
+        return true;
+    }
+};
+#endif
+
+// ---- the inputs ----
+
+/// A mesh, points in it, and everybody's structure for it, each built when it is first needed.
+struct Case
+{
+    Mesh mesh;
+    std::vector<Point> points;
+    std::map<std::string, std::unique_ptr<Contender>> contenders;
+
+    template <typename C>
+    C const& contender()
+    {
+        auto& slot = contenders[typeid(C).name()];
+        if (!slot) slot = std::make_unique<C>(mesh);
+        return static_cast<C const&>(*slot);
+    }
+};
+
+constexpr int kPoints = 1 << 16;
+
+Mesh withAffineValues(Mesh mesh)
+{
+    for (std::size_t i = 0; i < mesh.params.size(); ++i) {
+        Point const& p = mesh.params[i];
+        mesh.values[i] = {0.75 * p.x - 0.5 * p.y + 0.125, 0.25 * p.x + p.y};
+    }
+    return mesh;
+}
+
+Mesh evenMesh(int side)
+{
+    Random random(1);
+    return withAffineValues(test::gridMesh(random, side, side, 0.25));
+}
+
+/// Columns and rows a thousand times denser at one corner than at the other.
+Mesh gradedMesh(int side)
+{
+    Mesh const even = evenMesh(side);
+    Mesh mesh;
+    mesh.facets = even.facets;
+    auto const graded = [](double x) { return std::sinh(8 * x) / std::sinh(8.0); };
+    for (Point const& p : even.params) mesh.addVertex(graded(p.x), graded(p.y));
+    return withAffineValues(std::move(mesh));
+}
+
+/// Points spread over the domain.
+std::vector<Point> pointsAnywhere(Mesh const&)
+{
+    Random random(2);
+    std::vector<Point> points;
+    for (int i = 0; i < kPoints; ++i) points.push_back(random.point2(0.001, 0.999));
+    return points;
+}
+
+/// Points spread as the triangles are.
+std::vector<Point> pointsInTriangles(Mesh const& mesh)
+{
+    Random random(3);
+    std::vector<Point> points;
+    for (int i = 0; i < kPoints; ++i) {
+        int const* corners = &mesh.facets[3 * static_cast<std::size_t>(random.below(int(mesh.facets.size() / 3)))];
+        auto const at = [&](int k) { return mesh.params[static_cast<std::size_t>(corners[k])]; };
+        double const a = random.uniform(0, 1), b = random.uniform(0, 1);
+        double const u = a + b > 1 ? 1 - a : a, v = a + b > 1 ? 1 - b : b;
+        points.push_back(at(0) + u * (at(1) - at(0)) + v * (at(2) - at(0)));
+    }
+    return points;
+}
+
+struct CaseRecipe
+{
+    char const* name;
+    int side;
+    Mesh (*mesh)(int side);
+    std::vector<Point> (*points)(Mesh const&);
+    int plainBatch; // how many points plain is given at once: few where each takes a millisecond
+};
+
+CaseRecipe const kRecipes[] = {
+    {"evaluate, 100 triangles", 7, evenMesh, pointsAnywhere, 1024},
+    {"evaluate, 1e4 triangles", 71, evenMesh, pointsAnywhere, 1024},
+    {"evaluate, 1e6 triangles, even", 707, evenMesh, pointsAnywhere, 1024},
+    {"evaluate, 1e6 triangles, uneven", 707, gradedMesh, pointsInTriangles, 4},
+};
+
+Case& input(CaseRecipe const& recipe)
+{
+    static std::map<std::string, std::unique_ptr<Case>> made;
+    auto& slot = made[recipe.name];
+    if (!slot) {
+        slot = std::make_unique<Case>();
+        slot->mesh = recipe.mesh(recipe.side);
+        slot->points = recipe.points(slot->mesh);
+    }
+    return *slot;
+}
+
+// ---- evaluate ----
+
+/// Whether a contender answers as sinew does: to the bit if it is our own, within `tolerance` otherwise.
+template <typename C>
+bool answersAgree(Case& c, double tolerance, std::size_t checked)
+{
+    for (std::size_t i = 0; i < checked; ++i) {
+        Point ours(7, 7), theirs(7, 7);
+        bool const found = c.contender<Sinew>().evaluate(c.points[i], &ours);
+        if (c.contender<C>().evaluate(c.points[i], &theirs) != found) return false;
+        bool const agrees = tolerance > 0 ? (ours - theirs).length() <= tolerance : test::sameBits(ours, theirs);
+        if (!agrees) return false;
+    }
+    return true;
+}
+
+template <typename C>
+void evaluate(benchmark::State& state, CaseRecipe const& recipe, double tolerance, int batch)
+{
+    Case& c = input(recipe);
+    C const& contender = c.contender<C>();
+    static std::map<std::string, bool> agreed; // asked once, not in every repetition
+    if (!agreed.count(recipe.name)) {
+        agreed[recipe.name] = answersAgree<C>(c, tolerance, batch < 64 ? 256 : 20000);
+    }
+    if (!agreed[recipe.name]) {
+        state.SkipWithError("answers differ");
+        return;
+    }
+    std::size_t next = 0;
+    for (auto _ : state) {
+        for (int i = 0; i < batch; ++i) {
+            Point value;
+            benchmark::DoNotOptimize(contender.evaluate(c.points[next], &value));
+            benchmark::DoNotOptimize(value);
+            next = (next + 1) % kPoints;
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * batch);
+}
+
+template <typename C>
+void addEvaluate(CaseRecipe const& recipe, std::string const& contender, double tolerance, int batch = 1024)
+{
+    benchmark::RegisterBenchmark(
+        (std::string(recipe.name) + "/" + contender).c_str(),
+        [=, &recipe](benchmark::State& state) { evaluate<C>(state, recipe, tolerance, batch); });
+}
+
+void registerEvaluate()
+{
+    for (CaseRecipe const& recipe : kRecipes) {
+        addEvaluate<Sinew>(recipe, "sinew", 0);
+        addEvaluate<Plain>(recipe, "plain", 0, recipe.plainBatch);
+#ifdef SINEW_BENCH_CGAL
+        addEvaluate<CgalHierarchy>(recipe, "CGAL", 1e-9);
+#endif
+#ifdef SINEW_BENCH_EMBREE
+        addEvaluate<EmbreeRay>(recipe, "Embree", 1e-3); // floats, in triangles as small as 1e-5
+#endif
+    }
+}
+
+// ---- construction ----
+
+template <typename F>
+void construct(benchmark::State& state)
+{
+    Mesh const& mesh = input(kRecipes[2]).mesh;
+    for (auto _ : state) {
+        auto function = std::make_unique<F>(mesh.params, mesh.values, mesh.facets, mesh.normaldots);
+        benchmark::DoNotOptimize(function->gridCells.data());
+        state.PauseTiming();
+        function.reset(); // taking it apart is not part of the promise
+        state.ResumeTiming();
+    }
+}
+
+// ---- extrapolate ----
+
+/// Ten thousand islands in the unit square, and points up to `reach` beyond it.
+struct Islands
+{
+    Mesh mesh = test::islands(100);
+    MeshFunction2D sinew = mesh.function();
+    plain::MeshFunction2D plain{mesh.params, mesh.values, mesh.facets, mesh.normaldots};
+    std::vector<Point> points;
+
+    explicit Islands(double reach)
+    {
+        Random random(4);
+        for (int i = 0; i < 1024; ++i) points.push_back(random.point2(-reach, 1 + reach));
+    }
+    bool agree() const
+    {
+        for (std::size_t i = 0; i < 64; ++i) {
+            Point ours(7, 7), theirs(7, 7);
+            bool const found = sinew.extrapolate(points[i], &ours, nullptr);
+            if (plain.extrapolate(points[i], &theirs, nullptr) != found || !test::sameBits(ours, theirs)) return false;
+        }
+        return true;
+    }
+};
+
+template <typename F>
+void extrapolate(benchmark::State& state, Islands const& islands, F const& function, int batch)
+{
+    if (!islands.agree()) {
+        state.SkipWithError("answers differ");
+        return;
+    }
+    std::size_t next = 0;
+    for (auto _ : state) {
+        for (int i = 0; i < batch; ++i) {
+            Point value;
+            benchmark::DoNotOptimize(function.extrapolate(islands.points[next], &value, nullptr));
+            benchmark::DoNotOptimize(value);
+            next = (next + 1) % islands.points.size();
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * batch);
+}
+
+void registerExtrapolate(std::string const& name, double reach)
+{
+    auto const islands = std::make_shared<std::unique_ptr<Islands>>(); // made when first run
+    auto const made = [=]() -> Islands const& {
+        if (!*islands) *islands = std::make_unique<Islands>(reach);
+        return **islands;
+    };
+    benchmark::RegisterBenchmark((name + "/sinew").c_str(),
+                                 [=](benchmark::State& state) { extrapolate(state, made(), made().sinew, 64); });
+    benchmark::RegisterBenchmark((name + "/plain").c_str(),
+                                 [=](benchmark::State& state) { extrapolate(state, made(), made().plain, 4); });
+}
+
+bool const registered = [] {
+    registerEvaluate();
+    benchmark::RegisterBenchmark("construction, 1e6 triangles/sinew", construct<MeshFunction2D>)->Iterations(1);
+    benchmark::RegisterBenchmark("construction, 1e6 triangles/plain", construct<plain::MeshFunction2D>)->Iterations(1);
+    registerExtrapolate("extrapolate between, 1e4 loops", 0.01);
+    registerExtrapolate("extrapolate far outside, 1e4 loops", 100);
+    return true;
+}();
+
+} // namespace
