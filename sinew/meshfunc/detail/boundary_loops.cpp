@@ -45,9 +45,23 @@ Index nextEntry(Index entry)
     return entry % 3 == 2 ? entry - 2 : entry + 1;
 }
 
-/// An edge that starts at a facet entry, below its larger vertex, so that sorting puts equal pairs of vertices together
-/// and leaves them in facet order.
-using PairedEdge = std::pair<int, Index>;
+/// An edge as its larger vertex and, in the lower 33 bits, the facet entry at which it starts. Sorting puts equal pairs
+/// of vertices together and leaves them in facet order; a single word halves the memory to walk through.
+using PairedEdge = std::uint64_t;
+constexpr int kEntryBits = 33;
+
+PairedEdge pairedEdge(int largerVertex, Index entry)
+{
+    return static_cast<PairedEdge>(largerVertex) << kEntryBits | entry;
+}
+PairedEdge largerVertex(PairedEdge edge)
+{
+    return edge >> kEntryBits;
+}
+Index entryOf(PairedEdge edge)
+{
+    return edge & ((PairedEdge{1} << kEntryBits) - 1);
+}
 
 Buckets<PairedEdge> edgesBySmallerVertex(std::vector<int> const& facets, Index vertexCount)
 {
@@ -58,7 +72,7 @@ Buckets<PairedEdge> edgesBySmallerVertex(std::vector<int> const& facets, Index v
             for (Index k = 0; k < 3; ++k) {
                 int const a = corners[k];
                 int const b = corners[nextEntry(k)];
-                visit(static_cast<Index>(std::min(a, b)), {std::max(a, b), 3 * t + k});
+                visit(static_cast<Index>(std::min(a, b)), pairedEdge(std::max(a, b), 3 * t + k));
             }
         }
     });
@@ -71,7 +85,7 @@ Index replay(std::vector<int> const& facets, PairedEdge const* first, PairedEdge
 {
     Index waiting = kNone;
     for (; first != last; ++first) {
-        Index const entry = first->second;
+        Index const entry = entryOf(*first);
         // The edge from a vertex to itself is its own reverse.
         bool const meetsReverse = waiting != kNone && facets[waiting] == facets[nextEntry(entry)];
         waiting = meetsReverse ? kNone : entry;
@@ -88,7 +102,8 @@ std::vector<Index> boundaryEdges(std::vector<int> const& facets, Index vertexCou
         PairedEdge* const end = buckets.end(vertex);
         std::sort(buckets.begin(vertex), end);
         for (PairedEdge* run = buckets.begin(vertex); run != end;) {
-            PairedEdge* const runEnd = std::find_if(run, end, [&](auto const& e) { return e.first != run->first; });
+            PairedEdge* const runEnd =
+                std::find_if(run, end, [&](PairedEdge e) { return largerVertex(e) != largerVertex(*run); });
             Index const left = replay(facets, run, runEnd);
             if (left != kNone) edges.push_back(left);
             run = runEnd;
