@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <sinew/meshfunc/detail/boundary_loops.h>
+#include <sinew/meshfunc/detail/loop_boxes.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
 #include <sinew/meshfunc/detail/triangle_locator.h>
 
@@ -91,7 +92,9 @@ MeshFunction2D::MeshFunction2D(MeshFunction2D const& other)
       domainMax(other.domainMax), gridScale{other.gridScale[0], other.gridScale[1]}, gridSize{other.gridSize[0],
                                                                                               other.gridSize[1]},
       extrapolateFlag(other.extrapolateFlag), boundaryProjectors(deepCopy(other.boundaryProjectors)),
-      boundaryFacets(other.boundaryFacets), saveString(other.saveString), locator_(other.locator_)
+      boundaryFacets(other.boundaryFacets), saveString(other.saveString),
+      locator_(other.locator_ ? TriangleLocator::build(*this) : nullptr),
+      loopBoxes_(other.loopBoxes_ ? std::make_unique<LoopBoxes>(*other.loopBoxes_) : nullptr)
 {
 }
 
@@ -113,6 +116,7 @@ void MeshFunction2D::initEvaluatorHelper()
 {
     locator_.reset();
     gridCells.clear();
+    loopBoxes_.reset();
     boundaryProjectors.clear();
     boundaryFacets.clear();
     gridSize[0] = gridSize[1] = 0;
@@ -141,6 +145,7 @@ void MeshFunction2D::initEvaluatorHelper()
 
 void MeshFunction2D::initBoundaries()
 {
+    loopBoxes_.reset();
     boundaryProjectors.clear();
     boundaryFacets.clear();
     if (facets.size() < 3 || facets.size() % 3 != 0) return;
@@ -155,4 +160,5 @@ void MeshFunction2D::initBoundaries()
         boundaryProjectors.push_back(std::make_unique<PolylineProjector>(points));
         boundaryFacets.push_back(std::move(loop.triangles));
     }
+    loopBoxes_ = LoopBoxes::build(boundaryProjectors);
 }

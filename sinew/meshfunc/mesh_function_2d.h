@@ -24,8 +24,9 @@ class EmptyRectTester;
 class TextureOptimizer;
 
 namespace sinew::detail {
+class LoopBoxes;
 class TriangleLocator;
-}
+} // namespace sinew::detail
 
 /// The function: its vertices and triangles, and what is derived from them to answer fast.
 ///
@@ -191,6 +192,6 @@ public:
     void remapToOptimized(TextureOptimizer const& optimizer);
 
 private:
-    // Never written to once it is built, and safe to share: copies of a function point to the same one.
-    std::shared_ptr<sinew::detail::TriangleLocator const> locator_;
+    std::unique_ptr<sinew::detail::TriangleLocator> locator_; // answers `evaluate` faster than the lists
+    std::unique_ptr<sinew::detail::LoopBoxes> loopBoxes_;     // finds the loops that can be nearest
 };

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 
+#include <sinew/meshfunc/detail/loop_boxes.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
 #include <sinew/meshfunc/detail/triangle_locator.h>
 
@@ -57,22 +58,29 @@ bool evaluateTriangle(MeshFunction2D const& f, int t, Point const& p, Point* out
 }
 
 /// The triangle at the nearest boundary segment; the earlier loop wins a tie. -1 if there is none.
-int nearestBoundaryTriangle(MeshFunction2D const& f, Point const& p)
+int nearestBoundaryTriangle(MeshFunction2D const& f, LoopBoxes const* boxes, Point const& p)
 {
     Vector3 const q(p.x, p.y, 0.0);
     double best = kFarthestDistSq;
+    std::size_t bestLoop = 0;
     int triangle = -1;
-    std::size_t const loops = std::min(f.boundaryProjectors.size(), f.boundaryFacets.size());
-    for (std::size_t k = 0; k < loops; ++k) {
-        if (!f.boundaryProjectors[k]) continue;
+    auto const tryLoop = [&](std::size_t k) {
+        if (!f.boundaryProjectors[k] || k >= f.boundaryFacets.size()) return;
         sinew::PolylineHit const hit = sinew::closestPoint(*f.boundaryProjectors[k], q);
         auto const segment = static_cast<std::size_t>(hit.segment);
-        if (hit.segment < 0 || segment >= f.boundaryFacets[k].size()) continue;
+        if (hit.segment < 0 || segment >= f.boundaryFacets[k].size()) return;
         double const d2 = distSq(q, hit.point);
-        if (d2 < best) {
+        // Loops come in any order: in their own, an equally near one would win exactly if it came first.
+        if (d2 < best || (d2 == best && triangle >= 0 && k < bestLoop)) {
             triangle = f.boundaryFacets[k][segment];
             best = d2;
+            bestLoop = k;
         }
+    };
+    if (boxes && boxes->loopCount() == f.boundaryProjectors.size()) {
+        boxes->visitNearest(p, &best, tryLoop);
+    } else {
+        for (std::size_t k = 0; k < f.boundaryProjectors.size(); ++k) tryLoop(k);
     }
     return triangle;
 }
@@ -198,10 +206,12 @@ bool MeshFunction2D::evaluate(Point const& p, Point* out, float* outScalar) cons
         cell[k] = cellOfCoordinate(s, gridSize[k]);
     }
     if (finite && locator_ && locator_->matches(*this)) {
-        Located located;
-        if (!locator_->find(*this, cellIndex(*this, cell), p, &located)) return false;
-        blend(*this, located.corners, located.u, located.v, located.w, out, outScalar);
-        return true;
+        if (CellTriangles const* triangles = locator_->triangles(*this, cellIndex(*this, cell))) {
+            Located located;
+            if (!triangles->find(p, &located)) return false;
+            blend(*this, located.corners, located.u, located.v, located.w, out, outScalar);
+            return true;
+        }
     }
     std::vector<int> const* list = cellList(*this, cell);
     return list && std::any_of(list->begin(), list->end(),
@@ -213,7 +223,7 @@ bool MeshFunction2D::extrapolate(Point const& p, Point* out, float* outScalar) c
     if (!extrapolateFlag) return extrapolateOld(p, out, outScalar);
     if (!hasGrid(*this)) return false;
     if (evaluate(p, out, outScalar)) return true;
-    return evaluateTriangle(*this, nearestBoundaryTriangle(*this, p), p, out, outScalar, false);
+    return evaluateTriangle(*this, nearestBoundaryTriangle(*this, loopBoxes_.get(), p), p, out, outScalar, false);
 }
 
 bool MeshFunction2D::extrapolateOld(Point const& p, Point* out, float* outScalar) const

@@ -2,57 +2,80 @@
 
 #include <algorithm>
 #include <cmath>
-
-#include <sinew/meshfunc/detail/mesh_cells.h>
+#include <new>
 
 namespace sinew::detail {
 
-// One branch a triangle, not three: which weight fails first is as good as random, and a wrongly foreseen branch costs
-// more than the two other comparisons. A NaN weight is not below the tolerance and accepts, as it does everywhere.
-inline bool TriangleLocator::accepts(std::size_t t, tzNM::vect2<double> const& p, Located* located) const
+namespace {
+
+/// Bytes that may be spent in all: so many for each triangle, and some more, so that small meshes, whose triangles each
+/// lie in many cells, need not count. Without a limit a soup of overlapping triangles would fill the memory.
+constexpr double kBytesPerTriangle = 108;
+constexpr double kBytesInAnyCase = 1 << 20;
+
+/// Meshes with up to this many list entries are prepared at once; it takes a few milliseconds.
+constexpr std::size_t kPreparedEntries = 1 << 16;
+
+/// Domains larger than this would overflow when their extents are squared.
+constexpr double kLargestExtent = 1e150;
+
+} // namespace
+
+CellTriangles const TriangleLocator::kNoHelp;
+
+std::unique_ptr<TriangleLocator> TriangleLocator::build(MeshFunction2D const& f)
 {
-    Triangle const& triangle = triangles_[t];
-    tzNM::vect2<double> const d = p - triangle.origin;
-    double const u = triangle.inverse[0] * d.x + triangle.inverse[1] * d.y;
-    double const v = triangle.inverse[2] * d.x + triangle.inverse[3] * d.y;
-    double const w = 1 - u - v;
-    if (static_cast<int>(u < -kInsideTolerance) | static_cast<int>(v < -kInsideTolerance) |
-        static_cast<int>(w < -kInsideTolerance)) {
-        return false;
-    }
-    *located = {triangle.corners, u, v, w};
-    return triangle.corners[0] >= 0;
+    double const extent = std::max(f.domainMax.x - f.domainMin.x, f.domainMax.y - f.domainMin.y);
+    bool const finite = extent < kLargestExtent && std::isfinite(f.gridScale[0]) && std::isfinite(f.gridScale[1]);
+    bool const hasGrid = f.gridCells.size() == kCellCount && f.gridSize[0] == kGridCells && f.gridSize[1] == kGridCells;
+    return finite && hasGrid ? std::make_unique<TriangleLocator>(f) : nullptr;
 }
 
-bool TriangleLocator::find(MeshFunction2D const& f, std::size_t cell, tzNM::vect2<double> const& p,
-                           Located* located) const
+TriangleLocator::TriangleLocator(MeshFunction2D const& f)
+    : vertexCount_(std::min(f.params.size(), f.values.size())), paramCount_(f.params.size()),
+      facetCount_(f.facets.size())
 {
-    Reference reference = roots_[cell];
-    if (reference == kNothing) {
-        for (int t : f.gridCells[cell]) {
-            // The list is public: an index that was never there must not be followed.
-            if (static_cast<std::size_t>(t) < triangles_.size() && accepts(static_cast<std::size_t>(t), p, located)) {
-                return true;
-            }
-        }
-        return false;
+    std::size_t entries = 0;
+    for (auto const& list : f.gridCells) entries += list.size();
+    double const bytes = kBytesInAnyCase + kBytesPerTriangle * static_cast<double>(f.facets.size() / 3);
+    bytesPerEntry_ = bytes / std::max(1.0, static_cast<double>(entries));
+    if (entries > kPreparedEntries) return;
+    for (std::size_t cell = 0; cell < kCellCount; ++cell) supply(f, cell);
+}
+
+TriangleLocator::~TriangleLocator()
+{
+    for (auto const& cell : cells_) {
+        CellTriangles const* known = cell.load(std::memory_order_relaxed);
+        if (known != &kNoHelp) delete known;
     }
-    while (reference & kGrid) {
-        if (reference == kNothing) return false;
-        Grid const& grid = grids_[reference & ~kGrid];
-        reference = cells_[grid.index(grid.cell(p.x, 0), grid.cell(p.y, 1))];
+}
+
+CellTriangles const* TriangleLocator::supply(MeshFunction2D const& f, std::size_t cell) const
+{
+    std::unique_ptr<CellTriangles const> built;
+    try {
+        // Each cell spends its share alone, so that a tangle in one corner costs the rest of the mesh nothing.
+        double const share = bytesPerEntry_ * static_cast<double>(f.gridCells[cell].size());
+        built = CellTriangles::build(f, cell, static_cast<std::size_t>(share));
+    } catch (std::bad_alloc const&) {
+        return &kNoHelp; // for this query; the next one may find memory
     }
-    for (int const* entry = &lists_[reference];; ++entry) {
-        bool const last = *entry < 0;
-        if (accepts(static_cast<std::size_t>(last ? ~*entry : *entry), p, located)) return true;
-        if (last) return false;
-    }
+    CellTriangles const* known = nullptr;
+    CellTriangles const* const mine = built ? built.get() : &kNoHelp;
+    if (!cells_[cell].compare_exchange_strong(known, mine, std::memory_order_acq_rel)) return known;
+    built.release();
+    return mine;
 }
 
 std::size_t TriangleLocator::memory() const
 {
-    return sizeof *this + triangles_.capacity() * sizeof(Triangle) + roots_.capacity() * sizeof(Reference) +
-           grids_.capacity() * sizeof(Grid) + cells_.capacity() * sizeof(Reference) + lists_.capacity() * sizeof(int);
+    std::size_t bytes = sizeof *this;
+    for (auto const& cell : cells_) {
+        CellTriangles const* known = cell.load(std::memory_order_acquire);
+        if (known && known != &kNoHelp) bytes += known->memory();
+    }
+    return bytes;
 }
 
 } // namespace sinew::detail

@@ -10,9 +10,11 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
+#include <sinew/meshfunc/detail/cell_triangles.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
-#include <sinew/meshfunc/detail/triangle_locator.h>
+#include <sinew/meshfunc/mesh_function_2d.h>
 
 namespace sinew::detail {
 
@@ -28,22 +30,18 @@ constexpr double kSliver = 1e8;
 /// By this part of its extent a triangle's box is widened.
 constexpr double kBoxMargin = 1e-6;
 
-/// Extents beyond this would overflow when squared; such triangles and domains are left to the plain way.
+/// Extents beyond this would overflow when squared; such triangles enter every cell.
 constexpr double kLargestExtent = 1e150;
 
 /// Lists longer than this are divided.
 constexpr std::size_t kCrowded = 16;
 
 /// Most cells of one grid along an axis: a mesh crowded in one spot is found in a few levels instead of many cells.
-constexpr int kMostCells = 64;
+constexpr int kMostCells = 512;
 
-/// Grids within grids within a public cell. Each divides its part by up to 64, so this reaches any distinct doubles
-/// that matter, and it bounds the work on triangles that no grid can tell apart.
+/// Grids within grids within a public cell. Few meshes need more than two; the limit bounds the work on triangles that
+/// no grid can tell apart.
 constexpr int kMostLevels = 6;
-
-/// List entries and cells that may be spent, for each triangle. With its cache line that is 100 bytes a triangle.
-/// Without a limit a soup of overlapping triangles would fill the memory.
-constexpr std::size_t kSlotsPerTriangle = 9;
 
 struct Box
 {
@@ -64,77 +62,72 @@ struct Box
     }
 };
 
-/// The cells of one grid that one box touches; grids have at most 64 cells along an axis.
+/// The cells of one grid that one box touches; with as many cells along an axis as 16 bits can count.
 struct CellRange
 {
-    std::uint8_t low[2];
-    std::uint8_t high[2];
+    std::uint16_t low[2];
+    std::uint16_t high[2];
 
     std::size_t cells() const { return std::size_t(high[0] - low[0] + 1) * std::size_t(high[1] - low[1] + 1); }
 };
 
 } // namespace
 
-class TriangleLocatorBuilder
+class CellTrianglesBuilder
 {
 public:
-    TriangleLocatorBuilder(MeshFunction2D const& f, TriangleLocator* locator) : f_(f), out_(*locator) {}
+    CellTrianglesBuilder(MeshFunction2D const& f, CellTriangles* out) : f_(f), out_(*out) {}
 
-    void build()
+    void addTriangles(std::vector<int> const& list)
     {
-        out_.vertexCount_ = std::min(f_.params.size(), f_.values.size());
-        out_.paramCount_ = f_.params.size();
-        out_.facetCount_ = f_.facets.size();
-        cacheTriangles();
-        divideCells();
-        out_.grids_.shrink_to_fit();
-        out_.cells_.shrink_to_fit();
-        out_.lists_.shrink_to_fit();
-    }
-
-private:
-    using Reference = TriangleLocator::Reference;
-    using Grid = TriangleLocator::Grid;
-
-    /// A list of triangles that lies in a vector elsewhere.
-    struct List
-    {
-        int const* first;
-        int const* last;
-
-        std::size_t size() const { return static_cast<std::size_t>(last - first); }
-        int const* begin() const { return first; }
-        int const* end() const { return last; }
-    };
-
-    void cacheTriangles()
-    {
-        out_.triangles_.resize(f_.facets.size() / 3);
-        for (std::size_t t = 0; t < out_.triangles_.size(); ++t) {
+        std::size_t const vertexCount = std::min(f_.params.size(), f_.values.size());
+        out_.triangles_.reserve(list.size());
+        for (int t : list) {
+            // A negative index becomes a large one, and there is no such triangle either.
             int corners[3];
-            if (!triangleCorners(f_.facets, t, out_.vertexCount_, corners)) continue;
+            if (!triangleCorners(f_.facets, static_cast<std::size_t>(t), vertexCount, corners)) continue;
             Point const& origin = vertex(corners[0]);
             Point const e1 = vertex(corners[1]) - origin;
             Point const e2 = vertex(corners[2]) - origin;
             double const det = e1.x * e2.y - e2.x * e1.y;
             if (std::fabs(det) < kDegenerate) continue;
             double const r = 1.0 / det;
-            auto& triangle = out_.triangles_[t];
-            triangle.origin = origin;
-            triangle.inverse[0] = r * e2.y;
-            triangle.inverse[1] = r * -e2.x;
-            triangle.inverse[2] = r * -e1.y;
-            triangle.inverse[3] = r * e1.x;
-            std::copy(corners, corners + 3, triangle.corners);
+            out_.triangles_.push_back(
+                {origin, {r * e2.y, r * -e2.x, r * -e1.y, r * e1.x}, {corners[0], corners[1], corners[2]}});
         }
     }
+
+    /// Divides the part of the public cell that its triangles cover, if they are many.
+    void divide(std::size_t cell, std::size_t slots)
+    {
+        if (out_.triangles_.size() <= kCrowded) return;
+        std::vector<Reference> all(out_.triangles_.size());
+        std::iota(all.begin(), all.end(), Reference{0});
+        divide({all.data(), all.data() + all.size()}, cellBox(cell), slots, 0);
+        out_.grids_.shrink_to_fit();
+        out_.slots_.shrink_to_fit();
+    }
+
+private:
+    using Reference = CellTriangles::Reference;
+
+    /// A list of triangles that lies in a vector elsewhere.
+    struct List
+    {
+        Reference const* first;
+        Reference const* last;
+
+        std::size_t size() const { return static_cast<std::size_t>(last - first); }
+        Reference const* begin() const { return first; }
+        Reference const* end() const { return last; }
+    };
 
     Point const& vertex(int i) const { return f_.params[static_cast<std::size_t>(i)]; }
 
     /// What covers all points that the triangle can accept: its widened box, or the whole plane.
-    Box cover(int t) const
+    Box cover(Reference i) const
     {
-        int const* corners = out_.triangles_[static_cast<std::size_t>(t)].corners;
+        int const* corners = out_.triangles_[i].corners;
         Box box;
         for (int k = 0; k < 3; ++k) box.include(vertex(corners[k]));
         Point const e1 = vertex(corners[1]) - vertex(corners[0]);
@@ -153,37 +146,10 @@ private:
         return box;
     }
 
-    void divideCells()
+    Box cellBox(std::size_t cell) const
     {
-        std::vector<int> solid; // the triangles of a cell's list that are not degenerate
-        std::size_t listed = 0;
-        for (auto const& list : f_.gridCells) listed += list.size();
-        out_.roots_.assign(f_.gridCells.size(), TriangleLocator::kNothing);
-        for (int cx = 0; cx < f_.gridSize[0]; ++cx) {
-            for (int cy = 0; cy < f_.gridSize[1]; ++cy) {
-                auto const cell = static_cast<std::size_t>(cx * f_.gridSize[1] + cy);
-                std::vector<int> const& all = f_.gridCells[cell];
-                if (all.size() <= kCrowded) continue;
-                solid.clear();
-                for (int t : all) {
-                    if (out_.triangles_[static_cast<std::size_t>(t)].corners[0] >= 0) solid.push_back(t);
-                }
-                // Each cell spends its share alone, so that a tangle in one corner costs the rest of the mesh nothing.
-                double const share = static_cast<double>(all.size()) / static_cast<double>(listed);
-                double const slots = static_cast<double>(kSlotsPerTriangle * out_.triangles_.size()) * share;
-                out_.roots_[cell] =
-                    divide(spanOf(solid, 0, solid.size()), cellBox(cx, cy), static_cast<std::size_t>(slots), 0);
-            }
-        }
-    }
-
-    static List spanOf(std::vector<int> const& triangles, std::size_t begin, std::size_t end)
-    {
-        return {triangles.data() + begin, triangles.data() + end};
-    }
-
-    Box cellBox(int cx, int cy) const
-    {
+        double const cx = static_cast<double>(cell / kGridCells);
+        double const cy = static_cast<double>(cell % kGridCells);
         Box box;
         box.low = {f_.domainMin.x + cx / f_.gridScale[0], f_.domainMin.y + cy / f_.gridScale[1]};
         box.high = {f_.domainMin.x + (cx + 1) / f_.gridScale[0], f_.domainMin.y + (cy + 1) / f_.gridScale[1]};
@@ -191,46 +157,77 @@ private:
     }
 
     /// Lays a grid over the part of `space` that the listed triangles cover and spends at most `slots` cells and list
-    /// entries on it and on the grids in its cells. Returns kNothing if no grid would shorten the list.
+    /// entries on it and on the grids in its cells. Returns its reference, or kNothing if no grid would halve the list.
     Reference divide(List list, Box const& space, std::size_t slots, int level)
     {
         std::vector<Box> boxes;
         boxes.reserve(list.size());
         Box all;
-        for (int t : list) {
-            boxes.push_back(cover(t));
+        for (Reference i : list) {
+            boxes.push_back(cover(i));
             all.include(boxes.back().low);
             all.include(boxes.back().high);
         }
-        Grid grid;
+        FinerGrid grid;
         std::vector<CellRange> ranges;
         std::size_t const entries = layOut(boxes, all.clippedTo(space), slots, &grid, &ranges);
-        if (entries == 0) return TriangleLocator::kNothing;
+        if (entries == 0) return CellTriangles::kNothing;
 
+        std::size_t const cellCount = grid.cellCount();
+        grid.firstCell = out_.slots_.size();
+        out_.slots_.resize(out_.slots_.size() + cellCount, CellTriangles::kNothing);
         auto const number = static_cast<Reference>(out_.grids_.size());
-        std::size_t const cellCount = static_cast<std::size_t>(grid.size[0]) * static_cast<std::size_t>(grid.size[1]);
-        grid.firstCell = out_.cells_.size();
-        out_.grids_.push_back(grid);
-        out_.cells_.resize(out_.cells_.size() + cellCount, TriangleLocator::kNothing);
+        if (level == 0) {
+            out_.root_ = grid;
+        } else {
+            out_.grids_.push_back(grid);
+        }
 
         std::vector<std::size_t> ends;
-        std::vector<int> const sorted = sortIntoCells(list, ranges, grid, entries, &ends);
+        std::vector<Reference> const sorted = sortIntoCells(list, ranges, grid, entries, &ends);
         fillCells(sorted, ends, grid, slots - cellCount - entries, level);
-        return TriangleLocator::kGrid | number;
+        return CellTriangles::kGrid | number;
+    }
+
+    /// About a cell a triangle, each as wide and as high in proportion as the triangles commonly are.
+    static void chooseSize(std::vector<Box> const& boxes, Point const& extent, int size[2])
+    {
+        double columnsPerRow = 1;
+        for (int k = 0; k < 2; ++k) {
+            if (!(extent[k] > 0)) continue;
+            double const cells = extent[k] / commonExtent(boxes, extent, k);
+            columnsPerRow *= k == 0 ? cells : 1 / cells;
+        }
+        auto const count = static_cast<double>(boxes.size());
+        double const columns = extent.x > 0 ? std::sqrt(count * columnsPerRow) : 1;
+        size[0] = static_cast<int>(std::clamp(columns, 1.0, std::min(count, double(kMostCells))));
+        double const rows = extent.y > 0 ? count / size[0] : 1;
+        size[1] = static_cast<int>(std::clamp(rows, 1.0, double(kMostCells)));
+    }
+
+    /// The median extent, of a sample, along an axis; at most that of the whole.
+    static double commonExtent(std::vector<Box> const& boxes, Point const& extent, int axis)
+    {
+        constexpr std::size_t kSample = 63;
+        std::vector<double> sample;
+        std::size_t const step = boxes.size() / kSample + 1;
+        for (std::size_t i = 0; i < boxes.size(); i += step) {
+            sample.push_back(std::min(boxes[i].high[axis] - boxes[i].low[axis], extent[axis]));
+        }
+        auto const middle = sample.begin() + static_cast<std::ptrdiff_t>(sample.size() / 2);
+        std::nth_element(sample.begin(), middle, sample.end());
+        return *middle;
     }
 
     /// Chooses about a cell a triangle, then coarsens until cells and entries fit into `slots`. Returns the number of
     /// entries, or 0 if nothing fits that would at least halve the list.
-    static std::size_t layOut(std::vector<Box> const& boxes, Box const& space, std::size_t slots, Grid* grid,
+    static std::size_t layOut(std::vector<Box> const& boxes, Box const& space, std::size_t slots, FinerGrid* grid,
                               std::vector<CellRange>* ranges)
     {
         Point const extent = space.high - space.low;
         if (!(extent.x >= 0 && extent.y >= 0 && extent.x + extent.y > 0)) return 0;
-        auto const count = static_cast<double>(boxes.size());
-        double const columns = extent.y > 0 ? std::sqrt(count * (extent.x / extent.y)) : count;
         grid->low = space.low;
-        grid->size[0] = static_cast<int>(std::clamp(columns, 1.0, double(kMostCells)));
-        grid->size[1] = extent.y > 0 ? static_cast<int>(std::clamp(count / grid->size[0], 1.0, double(kMostCells))) : 1;
+        chooseSize(boxes, extent, grid->size);
         ranges->resize(boxes.size());
         for (;;) {
             for (int k = 0; k < 2; ++k) grid->scale[k] = extent[k] > 0 ? grid->size[k] / extent[k] : 0;
@@ -240,8 +237,8 @@ private:
             for (std::size_t i = 0; i < boxes.size(); ++i) {
                 CellRange& range = (*ranges)[i];
                 for (int k = 0; k < 2; ++k) {
-                    range.low[k] = static_cast<std::uint8_t>(grid->cell(boxes[i].low[k], k));
-                    range.high[k] = static_cast<std::uint8_t>(grid->cell(boxes[i].high[k], k));
+                    range.low[k] = static_cast<std::uint16_t>(grid->cell(boxes[i].low[k], k));
+                    range.high[k] = static_cast<std::uint16_t>(grid->cell(boxes[i].high[k], k));
                 }
                 entries += range.cells();
             }
@@ -251,19 +248,19 @@ private:
     }
 
     /// The lists of all cells, one behind the other; those of cell i end at (*ends)[i].
-    static std::vector<int> sortIntoCells(List list, std::vector<CellRange> const& ranges, Grid const& grid,
-                                          std::size_t entries, std::vector<std::size_t>* ends)
+    static std::vector<Reference> sortIntoCells(List list, std::vector<CellRange> const& ranges, FinerGrid const& grid,
+                                                std::size_t entries, std::vector<std::size_t>* ends)
     {
         auto const forEachCell = [&](CellRange const& range, auto const& visit) {
             for (int cx = range.low[0]; cx <= range.high[0]; ++cx) {
                 for (int cy = range.low[1]; cy <= range.high[1]; ++cy) visit(grid.index(cx, cy) - grid.firstCell);
             }
         };
-        std::size_t const cells = static_cast<std::size_t>(grid.size[0]) * static_cast<std::size_t>(grid.size[1]);
+        std::size_t const cells = grid.cellCount();
         ends->assign(cells + 1, 0);
         for (CellRange const& range : ranges) forEachCell(range, [&](std::size_t cell) { ++(*ends)[cell + 1]; });
         for (std::size_t cell = 1; cell <= cells; ++cell) (*ends)[cell] += (*ends)[cell - 1];
-        std::vector<int> sorted(entries);
+        std::vector<Reference> sorted(entries);
         for (std::size_t i = 0; i < list.size(); ++i) {
             forEachCell(ranges[i], [&](std::size_t cell) { sorted[(*ends)[cell]++] = list.first[i]; });
         }
@@ -272,7 +269,7 @@ private:
     }
 
     /// Stores short lists and divides the long ones, which share what is left to spend.
-    void fillCells(std::vector<int> const& sorted, std::vector<std::size_t> const& ends, Grid const& grid,
+    void fillCells(std::vector<Reference> const& sorted, std::vector<std::size_t> const& ends, FinerGrid const& grid,
                    std::size_t slots, int level)
     {
         std::size_t crowded = 0;
@@ -282,18 +279,18 @@ private:
         for (std::size_t cell = 0, begin = 0; cell < ends.size(); begin = ends[cell++]) {
             std::size_t const length = ends[cell] - begin;
             if (length == 0) continue;
-            Reference reference = TriangleLocator::kNothing;
-            List const list = spanOf(sorted, begin, ends[cell]);
+            Reference reference = CellTriangles::kNothing;
+            List const list = {sorted.data() + begin, sorted.data() + ends[cell]};
             if (length > kCrowded && level + 1 < kMostLevels) {
                 double const share = static_cast<double>(length) / static_cast<double>(crowded);
                 auto const extra = static_cast<std::size_t>(static_cast<double>(slots) * share);
                 reference = divide(list, partOf(grid, cell), length + extra, level + 1);
             }
-            out_.cells_[grid.firstCell + cell] = reference == TriangleLocator::kNothing ? store(list) : reference;
+            out_.slots_[grid.firstCell + cell] = reference == CellTriangles::kNothing ? store(list) : reference;
         }
     }
 
-    static Box partOf(Grid const& grid, std::size_t cell)
+    static Box partOf(FinerGrid const& grid, std::size_t cell)
     {
         auto const rows = static_cast<std::size_t>(grid.size[1]);
         std::size_t const position[2] = {cell / rows, cell % rows};
@@ -308,26 +305,27 @@ private:
 
     Reference store(List list)
     {
-        auto const start = static_cast<Reference>(out_.lists_.size());
-        out_.lists_.insert(out_.lists_.end(), list.begin(), list.end());
-        out_.lists_.back() = ~out_.lists_.back();
+        auto const start = static_cast<Reference>(out_.slots_.size());
+        out_.slots_.insert(out_.slots_.end(), list.begin(), list.end());
+        out_.slots_.back() = ~out_.slots_.back();
         return start;
     }
 
     MeshFunction2D const& f_;
-    TriangleLocator& out_;
+    CellTriangles& out_;
 };
 
-std::shared_ptr<TriangleLocator const> TriangleLocator::build(MeshFunction2D const& f)
+std::unique_ptr<CellTriangles const> CellTriangles::build(MeshFunction2D const& f, std::size_t cell, std::size_t bytes)
 {
-    // Offsets are 31 bits wide; meshes beyond that are answered the plain way.
-    constexpr std::size_t kMostTriangles = (std::size_t{1} << 31) / (2 * kSlotsPerTriangle);
-    double const extent = std::max(f.domainMax.x - f.domainMin.x, f.domainMax.y - f.domainMin.y);
-    bool const finite = extent < kLargestExtent && std::isfinite(f.gridScale[0]) && std::isfinite(f.gridScale[1]);
-    if (f.gridCells.empty() || !finite || f.facets.size() / 3 > kMostTriangles) return nullptr;
-    auto locator = std::make_shared<TriangleLocator>();
-    TriangleLocatorBuilder(f, locator.get()).build();
-    return locator;
+    std::vector<int> const& list = f.gridCells[cell];
+    std::size_t const bytesOfTriangles = list.size() * sizeof(LocatedTriangle);
+    // References are 31 bits wide.
+    if (bytesOfTriangles > bytes || bytes / sizeof(Reference) >= kGrid) return nullptr;
+    auto cellTriangles = std::make_unique<CellTriangles>();
+    CellTrianglesBuilder builder(f, cellTriangles.get());
+    builder.addTriangles(list);
+    builder.divide(cell, (bytes - bytesOfTriangles) / sizeof(Reference));
+    return cellTriangles;
 }
 
 } // namespace sinew::detail
