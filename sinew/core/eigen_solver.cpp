@@ -1,5 +1,6 @@
 #include <sinew/core/eigen_solver.h>
 
+#include <tuple>
 #include <utility>
 
 #include <sinew/core/tolerances.h>
@@ -10,66 +11,14 @@ constexpr int kMaxRotations = 51;
 constexpr double kConverged = 1e-08; // sum of off-diagonal magnitudes
 constexpr double kSteepAngle = 1e13; // beyond it theta squared would only lose digits
 
-void rotate(Matrix3& w, int p, int q, double s, double t, double tau)
+// The rotation that annihilates the element `apq`, where d is a_qq - a_pp; false when nothing is left to rotate.
+bool planeRotation(double d, double apq, double& c, double& s, double& t, double& tau)
 {
-    double const wpq = w(p, q);
-    w(p, p) -= t * wpq;
-    w(q, q) += t * wpq;
-    w(p, q) = w(q, p) = 0.0;
-    int const r = 3 - p - q;
-    double const wrp = w(r, p);
-    double const wrq = w(r, q);
-    w(r, p) = w(p, r) = wrp - s * (wrq + tau * wrp);
-    w(r, q) = w(q, r) = wrq + s * (wrp - tau * wrq);
-}
-
-void rotateColumns(Matrix3& v, int p, int q, double c, double s)
-{
-    for (int r = 0; r < 3; ++r) {
-        double const vrp = v(r, p);
-        double const vrq = v(r, q);
-        v(r, p) = c * vrp - s * vrq;
-        v(r, q) = s * vrp + c * vrq;
-    }
-}
-
-bool diagonalize(Matrix3& w, Matrix3& v)
-{
-    for (int rotations = 0; rotations < kMaxRotations; ++rotations) {
-        int p = 0;
-        int q = 0;
-        double c = 0.0;
-        double s = 0.0;
-        double t = 0.0;
-        double tau = 0.0;
-        if (!jacobiRotation(w, p, q, c, s, t, tau)) return true;
-        rotate(w, p, q, s, t, tau);
-        rotateColumns(v, p, q, c, s);
-        double const rest = std::fabs(w(1, 0)) + std::fabs(w(2, 0)) + std::fabs(w(2, 1));
-        if (!(rest > kConverged)) return true; // a NaN sum will not improve either
-    }
-    return false;
-}
-
-} // namespace
-
-bool jacobiRotation(Matrix3 const& A, int& p, int& q, double& c, double& s, double& t, double& tau)
-{
-    p = 1;
-    q = 0;
-    for (int column = 0; column < 2; ++column) {
-        if (std::fabs(A(2, column)) >= std::fabs(A(p, q))) {
-            p = 2;
-            q = column;
-        }
-    }
-    double const d = A(q, q) - A(p, p);
-    double const doubled = 2 * A(p, q);
+    double const doubled = 2 * apq;
     if (std::fabs(d) < sinew::kGeometricZero && std::fabs(doubled) < sinew::kGeometricZero) return false;
-
     double const theta = d / doubled;
     if (std::fabs(theta) > kSteepAngle) {
-        t = A(p, q) / d;
+        t = apq / d;
     } else {
         double const sign = theta > 0 ? 1.0 : -1.0;
         t = sign / (std::fabs(theta) + std::sqrt(theta * theta + 1));
@@ -80,6 +29,74 @@ bool jacobiRotation(Matrix3 const& A, int& p, int& q, double& c, double& s, doub
     return true;
 }
 
+// One step in the plane (p, q), with the remaining index r. The plane is a template argument so that w and v stay in
+// registers: with indices known only at run time every element would go through memory, store upon load.
+template <int p, int q>
+bool rotate(Matrix3& w, Matrix3& v)
+{
+    constexpr int r = 3 - p - q;
+    double c = 0.0;
+    double s = 0.0;
+    double t = 0.0;
+    double tau = 0.0;
+    double const wpq = w(p, q);
+    if (!planeRotation(w(q, q) - w(p, p), wpq, c, s, t, tau)) return false;
+
+    w(p, p) -= t * wpq;
+    w(q, q) += t * wpq;
+    w(p, q) = w(q, p) = 0.0;
+    double const wrp = w(r, p);
+    double const wrq = w(r, q);
+    w(r, p) = w(p, r) = wrp - s * (wrq + tau * wrp);
+    w(r, q) = w(q, r) = wrq + s * (wrp - tau * wrq);
+    for (int i = 0; i < 3; ++i) {
+        double const vip = v(i, p);
+        double const viq = v(i, q);
+        v(i, p) = c * vip - s * viq;
+        v(i, q) = s * vip + c * viq;
+    }
+    return true;
+}
+
+// Row and column of the largest element of the strict lower triangle. A later one replaces the choice when it is at
+// least as large, which no comparison with NaN says.
+std::pair<int, int> largestOffDiagonal(Matrix3 const& m)
+{
+    std::pair<int, int> plane(1, 0);
+    double largest = std::fabs(m(1, 0));
+    if (std::fabs(m(2, 0)) >= largest) {
+        plane = {2, 0};
+        largest = std::fabs(m(2, 0));
+    }
+    if (std::fabs(m(2, 1)) >= largest) plane = {2, 1};
+    return plane;
+}
+
+bool rotateLargest(Matrix3& w, Matrix3& v)
+{
+    auto const [p, q] = largestOffDiagonal(w);
+    if (p == 1) return rotate<1, 0>(w, v);
+    return q == 0 ? rotate<2, 0>(w, v) : rotate<2, 1>(w, v);
+}
+
+bool diagonalize(Matrix3& w, Matrix3& v)
+{
+    for (int rotations = 0; rotations < kMaxRotations; ++rotations) {
+        if (!rotateLargest(w, v)) return true;
+        double const rest = std::fabs(w(1, 0)) + std::fabs(w(2, 0)) + std::fabs(w(2, 1));
+        if (!(rest > kConverged)) return true; // a NaN sum will not improve either
+    }
+    return false;
+}
+
+} // namespace
+
+bool jacobiRotation(Matrix3 const& A, int& p, int& q, double& c, double& s, double& t, double& tau)
+{
+    std::tie(p, q) = largestOffDiagonal(A);
+    return planeRotation(A(q, q) - A(p, p), A(p, q), c, s, t, tau);
+}
+
 bool jacobiMethod(Matrix3 const& A, double* values, UVector3* vectors)
 {
     Matrix3 v;
@@ -87,18 +104,18 @@ bool jacobiMethod(Matrix3 const& A, double* values, UVector3* vectors)
     bool const converged = diagonalize(w, v);
 
     double eigenvalues[3] = {w(0, 0), w(1, 1), w(2, 2)};
-    int order[3] = {0, 1, 2};
+    Vector3 columns[3] = {v.column(0), v.column(1), v.column(2)};
     for (int pass = 0; pass < 3; ++pass) {
         for (int k = 0; k < 2; ++k) {
             if (eigenvalues[k] > eigenvalues[k + 1]) {
                 std::swap(eigenvalues[k], eigenvalues[k + 1]);
-                std::swap(order[k], order[k + 1]);
+                std::swap(columns[k], columns[k + 1]);
             }
         }
     }
     for (int k = 0; k < 3; ++k) {
         if (values) values[k] = eigenvalues[k];
-        if (vectors) vectors[k] = UVector3(v.column(order[k]));
+        if (vectors) vectors[k] = UVector3(columns[k]);
     }
     return converged;
 }

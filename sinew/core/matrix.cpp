@@ -4,7 +4,6 @@
 
 namespace {
 
-constexpr double kSingular = 1e-13;       // determinant of a linear block, absolute
 constexpr double kRigidDistance = 0.0001; // distTo, absolute
 constexpr double kShortAxis = 0.0001;     // length of a rotation axis that may give the identity
 
@@ -89,32 +88,6 @@ Matrix Matrix::scale(double s) const
     Matrix result;
     for (int i = 0; i < 3; ++i) {
         for (int j = 0; j < 4; ++j) result.entries_[i][j] = entries_[i][j] * s;
-    }
-    return result;
-}
-
-Matrix Matrix::inverse() const
-{
-    auto const& a = entries_;
-    double const det = a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) -
-                       a[0][1] * (a[1][0] * a[2][2] - a[1][2] * a[2][0]) +
-                       a[0][2] * (a[1][0] * a[2][1] - a[1][1] * a[2][0]);
-    // Written so that a NaN determinant gives the identity.
-    if (!(std::fabs(det) > kSingular)) return Matrix();
-
-    double const adjugate[3][3] = {{a[1][1] * a[2][2] - a[1][2] * a[2][1], a[0][2] * a[2][1] - a[0][1] * a[2][2],
-                                    a[0][1] * a[1][2] - a[0][2] * a[1][1]},
-                                   {a[1][2] * a[2][0] - a[1][0] * a[2][2], a[0][0] * a[2][2] - a[0][2] * a[2][0],
-                                    a[0][2] * a[1][0] - a[0][0] * a[1][2]},
-                                   {a[1][0] * a[2][1] - a[1][1] * a[2][0], a[0][1] * a[2][0] - a[0][0] * a[2][1],
-                                    a[0][0] * a[1][1] - a[0][1] * a[1][0]}};
-    double const reciprocal = 1.0 / det;
-    Matrix result;
-    for (int i = 0; i < 3; ++i) {
-        auto const& row = adjugate[i];
-        for (int j = 0; j < 3; ++j) result.entries_[i][j] = row[j] * reciprocal;
-        // From the cofactors, not from the scaled block: one rounding less in every term.
-        result.entries_[i][3] = (-row[0] * a[0][3] + -row[1] * a[1][3] + -row[2] * a[2][3]) * reciprocal;
     }
     return result;
 }

@@ -74,7 +74,7 @@ public:
     ///
     /// Where the determinant of the linear block is not greater than 1e-13 in magnitude (strict, NaN included), the
     /// result is the identity: unlike `Matrix3::inverse`, which reports a singular matrix by zero.
-    SINEW_API Matrix inverse() const;
+    Matrix inverse() const;
 
     /// Whether this is a rotation, proper or not, followed by a translation.
     ///
@@ -156,4 +156,30 @@ constexpr bool operator==(Matrix const& a, Matrix const& b)
 constexpr bool operator!=(Matrix const& a, Matrix const& b)
 {
     return !(a == b);
+}
+
+inline Matrix Matrix::inverse() const
+{
+    auto const& a = entries_;
+    double const det = a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) -
+                       a[0][1] * (a[1][0] * a[2][2] - a[1][2] * a[2][0]) +
+                       a[0][2] * (a[1][0] * a[2][1] - a[1][1] * a[2][0]);
+    Matrix result;
+    // Written so that a NaN determinant gives the identity.
+    if (!(std::fabs(det) > sinew::kGeometricZero)) return result;
+
+    double const adjugate[3][3] = {{a[1][1] * a[2][2] - a[1][2] * a[2][1], a[0][2] * a[2][1] - a[0][1] * a[2][2],
+                                    a[0][1] * a[1][2] - a[0][2] * a[1][1]},
+                                   {a[1][2] * a[2][0] - a[1][0] * a[2][2], a[0][0] * a[2][2] - a[0][2] * a[2][0],
+                                    a[0][2] * a[1][0] - a[0][0] * a[1][2]},
+                                   {a[1][0] * a[2][1] - a[1][1] * a[2][0], a[0][1] * a[2][0] - a[0][0] * a[2][1],
+                                    a[0][0] * a[1][1] - a[0][1] * a[1][0]}};
+    double const reciprocal = 1.0 / det;
+    for (int i = 0; i < 3; ++i) {
+        auto const& row = adjugate[i];
+        for (int j = 0; j < 3; ++j) result.entries_[i][j] = row[j] * reciprocal;
+        // From the cofactors, not from the scaled block: one rounding less in every term.
+        result.entries_[i][3] = (-row[0] * a[0][3] + -row[1] * a[1][3] + -row[2] * a[2][3]) * reciprocal;
+    }
+    return result;
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include <sinew/core/eigen_solver.h>
-#include <sinew/core/tolerances.h>
 #include <sinew/core/vector_geometry.h>
 
 using sinew::kDeterminantZero;
@@ -67,28 +66,6 @@ bool Matrix3::isNearZero() const
         }
     }
     return true;
-}
-
-double Matrix3::determinant() const
-{
-    auto const& a = entries_;
-    return a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) - a[0][1] * (a[2][2] * a[1][0] - a[1][2] * a[2][0]) +
-           a[0][2] * (a[2][1] * a[1][0] - a[1][1] * a[2][0]);
-}
-
-Matrix3 Matrix3::inverse() const
-{
-    auto const& a = entries_;
-    double const det = determinant();
-    if (std::fabs(det) < kDeterminantZero) return diagonal(0.0, 0.0, 0.0);
-
-    Matrix3 const adjugate(Vector3(a[1][1] * a[2][2] - a[1][2] * a[2][1], a[1][2] * a[2][0] - a[1][0] * a[2][2],
-                                   a[1][0] * a[2][1] - a[1][1] * a[2][0]),
-                           Vector3(a[0][2] * a[2][1] - a[0][1] * a[2][2], a[0][0] * a[2][2] - a[0][2] * a[2][0],
-                                   a[0][1] * a[2][0] - a[0][0] * a[2][1]),
-                           Vector3(a[0][1] * a[1][2] - a[0][2] * a[1][1], a[0][2] * a[1][0] - a[0][0] * a[1][2],
-                                   a[0][0] * a[1][1] - a[0][1] * a[1][0]));
-    return adjugate * (1.0 / det);
 }
 
 Matrix3 Matrix3::rotationMatrix(UVector3 const& axis, double angle)

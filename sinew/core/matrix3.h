@@ -5,6 +5,7 @@
 /// Vectors are columns: M * v maps v, A * B applies B first. Elements are stored row by row. Thresholds are absolute.
 /// No operation throws, prints or allocates; singularity is reported in-band, as each operation says.
 
+#include <sinew/core/tolerances.h>
 #include <sinew/core/vector3.h>
 
 class Matrix;
@@ -57,13 +58,18 @@ public:
     }
 
     /// Determinant, expanded along the first row.
-    SINEW_API double determinant() const;
+    constexpr double determinant() const
+    {
+        auto const& a = entries_;
+        return a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) - a[0][1] * (a[2][2] * a[1][0] - a[1][2] * a[2][0]) +
+               a[0][2] * (a[2][1] * a[1][0] - a[1][1] * a[2][0]);
+    }
 
     /// The inverse, or the zero matrix when |determinant| is below 1e-08 (strict): the only sign of a singular matrix.
     ///
     /// A NaN determinant does not count as small. The threshold is absolute, so a regular matrix of small elements
     /// (a uniform scale below about 0.002) counts as singular; scale such input first.
-    SINEW_API Matrix3 inverse() const;
+    Matrix3 inverse() const;
 
     /// The right-handed rotation by `angle` radians about `axis`, which is trusted to have length 1.
     SINEW_API static Matrix3 rotationMatrix(UVector3 const& axis, double angle);
@@ -150,4 +156,19 @@ constexpr bool operator==(Matrix3 const& a, Matrix3 const& b)
 constexpr bool operator!=(Matrix3 const& a, Matrix3 const& b)
 {
     return !(a == b);
+}
+
+inline Matrix3 Matrix3::inverse() const
+{
+    auto const& a = entries_;
+    double const det = determinant();
+    // Strict, and written so that NaN goes on.
+    if (std::fabs(det) < sinew::kDeterminantZero) return Matrix3(Vector3(), Vector3(), Vector3());
+    Matrix3 const adjugate(Vector3(a[1][1] * a[2][2] - a[1][2] * a[2][1], a[1][2] * a[2][0] - a[1][0] * a[2][2],
+                                   a[1][0] * a[2][1] - a[1][1] * a[2][0]),
+                           Vector3(a[0][2] * a[2][1] - a[0][1] * a[2][2], a[0][0] * a[2][2] - a[0][2] * a[2][0],
+                                   a[0][1] * a[2][0] - a[0][0] * a[2][1]),
+                           Vector3(a[0][1] * a[1][2] - a[0][2] * a[1][1], a[0][2] * a[1][0] - a[0][0] * a[1][2],
+                                   a[0][0] * a[1][1] - a[0][1] * a[1][0]));
+    return adjugate * (1.0 / det);
 }

@@ -31,14 +31,6 @@ Transform Transform::reflection(Vector3 const& p, UVector3 const& n)
     return result;
 }
 
-Transform Transform::inverse() const
-{
-    Transform result(1.0 / scale);
-    result.linear = linear.transpose();
-    result.translation = -(result.linear * (result.scale * translation));
-    return result;
-}
-
 Matrix Transform::getMatrix() const
 {
     Matrix3 const scaled = getLinear();

@@ -50,7 +50,13 @@ public:
     SINEW_API static Transform reflection(Vector3 const& p, UVector3 const& n);
 
     /// The inverse, by transposing `linear`. A zero scale gives an infinite one; nothing is tested.
-    SINEW_API Transform inverse() const;
+    constexpr Transform inverse() const
+    {
+        Transform result(1.0 / scale);
+        result.linear = linear.transpose();
+        result.translation = -(result.linear * (result.scale * translation));
+        return result;
+    }
 
     /// The composition: `B` is applied first.
     constexpr Transform operator*(Transform const& B) const

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <iosfwd>
 
+#include <sinew/core/tolerances.h>
 #include <sinew/export.h>
 
 class UVector3;
@@ -35,15 +36,20 @@ public:
     double length() const { return std::sqrt(lengthSq()); }
 
     /// True exactly when lengthSq() is below 1e-26 (strict): a length under 1e-13. A NaN component gives false.
-    SINEW_API bool isNull() const;
+    constexpr bool isNull() const { return lengthSq() < sinew::kNullLengthSq; }
 
     /// Scales the vector to length 1 and returns true. A null vector (`isNull`) stays as it is and gives false.
     ///
     /// The reciprocal of the length is formed once and multiplied into each component.
-    SINEW_API bool autoNormalize();
+    bool autoNormalize()
+    {
+        if (isNull()) return false;
+        *this *= 1.0 / length();
+        return true;
+    }
 
     /// The unit vector of this direction; a null vector gives the null fallback of `UVector3`.
-    SINEW_API UVector3 normalize() const;
+    UVector3 normalize() const;
 
     /// Whether the angle to `other`, or to its opposite, has a cosine of magnitude above `tol` (strict).
     ///
@@ -53,10 +59,18 @@ public:
     ///
     /// False when either vector is null, so a null vector is not even parallel to itself, and false when a component
     /// is NaN. With tol = 1 even equal directions give false, because the comparison is strict.
-    SINEW_API bool isParallel(Vector3 const& other, double tol) const;
+    constexpr bool isParallel(Vector3 const& other, double tol) const
+    {
+        if (isNull() || other.isNull()) return false;
+        double const d = dot(other);
+        return d * d > lengthSq() * other.lengthSq() * cosineSqFactor(tol, sinew::kParallelCosineSq);
+    }
 
     /// `isParallel` within 5 degrees.
-    SINEW_API bool isAlmostParallel(Vector3 const& other) const;
+    constexpr bool isAlmostParallel(Vector3 const& other) const
+    {
+        return isParallel(other, sinew::kAlmostParallelCosine);
+    }
 
     /// Whether the cosine of the angle to `other` has a magnitude below `tol` (strict).
     ///
@@ -64,10 +78,15 @@ public:
     ///             Negative selects the default of 0.03 degrees, a squared cosine of 2.7415591280100005e-07.
     ///
     /// False when either vector is null and when a component is NaN; always false with tol = 0.
-    SINEW_API bool isNormal(Vector3 const& other, double tol) const;
+    constexpr bool isNormal(Vector3 const& other, double tol) const
+    {
+        if (isNull() || other.isNull()) return false;
+        double const d = dot(other);
+        return lengthSq() * other.lengthSq() * cosineSqFactor(tol, sinew::kNormalCosineSq) > d * d;
+    }
 
     /// `isNormal` within 5 degrees.
-    SINEW_API bool isAlmostNormal(Vector3 const& other) const;
+    constexpr bool isAlmostNormal(Vector3 const& other) const { return isNormal(other, sinew::kAlmostNormalCosine); }
 
     /// Least-squares coordinates of this vector in the basis of two vectors: the pair (alpha, beta) that minimises
     /// |this - (alpha * basis[0] + beta * basis[1])|.
@@ -117,6 +136,16 @@ public:
         z *= s;
         return *this;
     }
+
+private:
+    constexpr double dot(Vector3 const& b) const { return x * b.x + y * b.y + z * b.z; }
+
+    // A caller's tolerance is a cosine and gets squared; the default already is a squared cosine. `tol < 0` sends NaN
+    // to the square, where every comparison then fails.
+    static constexpr double cosineSqFactor(double tol, double defaultCosineSq)
+    {
+        return tol < 0 ? defaultCosineSq : tol * tol;
+    }
 };
 
 /// A direction: a `Vector3` that was brought to length 1 when it was constructed.
@@ -129,9 +158,17 @@ class UVector3 : public Vector3
 public:
     /// The null fallback, (0, 0, 1).
     constexpr UVector3() : Vector3(0.0, 0.0, 1.0) {}
-    SINEW_API UVector3(Vector3 const& v);
-    SINEW_API UVector3(double x_, double y_, double z_);
+    UVector3(Vector3 const& v) : Vector3(v)
+    {
+        if (!autoNormalize()) z = 1.0;
+    }
+    UVector3(double x_, double y_, double z_) : UVector3(Vector3(x_, y_, z_)) {}
 };
+
+inline UVector3 Vector3::normalize() const
+{
+    return UVector3(*this);
+}
 
 constexpr Vector3 operator+(Vector3 const& a, Vector3 const& b)
 {
