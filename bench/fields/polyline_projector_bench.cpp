@@ -39,6 +39,8 @@ std::vector<Vector3> around(std::vector<Vector3> const& points, int count, test:
     return queries;
 }
 
+constexpr double kTurns = 8.0; // of the long curves
+
 std::vector<Case> makeCases()
 {
     test::Random random(20250320);
@@ -50,12 +52,12 @@ std::vector<Case> makeCases()
     add("10 vertices", test::smoothCurve(10), 1000);
     add("20 vertices", test::smoothCurve(20), 1000);
     add("100 vertices", test::smoothCurve(100), 1000);
-    add("1e4 smooth", test::smoothCurve(10000), 1000);
-    add("1e4 noisy", test::noisyCurve(10000, random), 200);
+    add("1e4 smooth", test::smoothCurve(10000, kTurns), 1000);
+    add("1e4 noisy", test::noisyCurve(10000, random, 0.01, kTurns), 200);
     add("1e4 island boundary", test::islandBoundary(10000, random), 1000);
     add("1e4 straight", test::straightLine(10000, 1e-3), 1000);
-    add("1e6 smooth", test::smoothCurve(1000000), 1000);
-    add("1e6 noisy", test::noisyCurve(1000000, random), 10);
+    add("1e6 smooth", test::smoothCurve(1000000, kTurns), 1000);
+    add("1e6 noisy", test::noisyCurve(1000000, random, 0.01, kTurns), 10);
     return cases;
 }
 

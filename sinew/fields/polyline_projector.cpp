@@ -104,7 +104,7 @@ PolylineHit closestPoint(PolylineProjector const& polyline, Vector3 const& q)
     std::vector<Vector3> const& points = polyline.points;
     if (points.size() < 2) return {};
     if (points.size() < kBoundedSearchVertices) return hitByScan(points, q);
-    int segment = polyline.index_.of(polyline).nearestSegment(q, kUnknown);
+    int segment = polyline.index_.of(polyline).nearestSegment(points, q, kUnknown);
     if (segment < 0) segment = detail::nearestSegmentByBounds(points, polyline.arcLengths, q);
     return closestPointOnSegment(points, segment, q);
 }
@@ -120,7 +120,7 @@ void projectMany(PolylineProjector const& polyline, Vector3 const* queries, std:
     double known = kUnknown;
     for (std::size_t i = 0; i < count; ++i) {
         Vector3 const& q = queries[i];
-        int segment = index.nearestSegment(q, known);
+        int segment = index.nearestSegment(points, q, known);
         if (segment < 0) segment = detail::nearestSegmentByBounds(points, polyline.arcLengths, q);
         hits[i] = closestPointOnSegment(points, segment, q);
         if (i + 1 == count) return;

@@ -9,21 +9,21 @@
 
 namespace test {
 
-/// A gently winding space curve within a unit or two of the origin.
-inline std::vector<Vector3> smoothCurve(int vertices)
+/// A space curve that winds a few times through a box of size 2 x 2 x 0.6, never closing.
+inline std::vector<Vector3> smoothCurve(int vertices, double turns = 1.0)
 {
     std::vector<Vector3> points;
     for (int i = 0; i < vertices; ++i) {
-        double const u = 6.0 * i / vertices;
+        double const u = 6.283185307179586 * turns * i / vertices;
         points.emplace_back(std::cos(u), std::sin(1.7 * u), 0.3 * std::cos(2.3 * u));
     }
     return points;
 }
 
 /// The same with every vertex shaken: its arc length is many times its chord, so ellipse bounds say little.
-inline std::vector<Vector3> noisyCurve(int vertices, Random& random, double noise = 0.01)
+inline std::vector<Vector3> noisyCurve(int vertices, Random& random, double noise = 0.01, double turns = 1.0)
 {
-    std::vector<Vector3> points = smoothCurve(vertices);
+    std::vector<Vector3> points = smoothCurve(vertices, turns);
     for (Vector3& p : points) p += random.point() * noise;
     return points;
 }

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include <sinew/core/vector_geometry.h>
+#include <sinew/core/detail/segment_distance.h>
 #include <sinew/fields/detail/polyline_search.h>
 
 namespace sinew::detail {
@@ -13,30 +13,78 @@ namespace {
 
 constexpr int kAskTheSearch = -1;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-// Far above the rounding of the few operations that lead to a bound.
-constexpr double kClearly = 1.0 - 1e-14;
+constexpr int kLanes = 8;   // intervals bounded at once
+constexpr int kLevels = 32; // halvings of 2^31 segments, and some
+
+// The intervals on the search's way to a segment: their chords, in the order in which they are measured, and slacks.
+struct Path
+{
+    double from[3][kLevels];
+    double to[3][kLevels];
+    double slack[kLevels];
+};
+
+SINEW_KERNEL double largestBoundSqBody(Path const& path, int levels, Vector3 const& q)
+{
+    double largest[kLanes] = {};
+    for (int level = 0; level < levels; level += kLanes) {
+        for (int i = 0; i < kLanes; ++i) {
+            int const k = level + i;
+            Vector3 const from(path.from[0][k], path.from[1][k], path.from[2][k]);
+            Vector3 const to(path.to[0][k], path.to[1][k], path.to[2][k]);
+            double const above = std::sqrt(segmentDistSq(q, from, to)) - path.slack[k];
+            double const bound = above > 0.0 ? above : 0.0; // zero for the NaN of a straight polyline's root
+            largest[i] = bound * bound > largest[i] ? bound * bound : largest[i];
+        }
+    }
+    return *std::max_element(largest, largest + kLanes);
+}
+
+double largestBoundSqBaseline(Path const& path, int levels, Vector3 const& q)
+{
+    return largestBoundSqBody(path, levels, q);
+}
+#if SINEW_WIDE_KERNELS
+SINEW_AVX2 double largestBoundSqAvx2(Path const& path, int levels, Vector3 const& q)
+{
+    return largestBoundSqBody(path, levels, q);
+}
+SINEW_AVX512 double largestBoundSqAvx512(Path const& path, int levels, Vector3 const& q)
+{
+    return largestBoundSqBody(path, levels, q);
+}
+#endif
+
+double largestBoundSq([[maybe_unused]] VectorWidth width, Path const& path, int levels, Vector3 const& q)
+{
+#if SINEW_WIDE_KERNELS
+    if (width == VectorWidth::avx512) return largestBoundSqAvx512(path, levels, q);
+    if (width == VectorWidth::avx2) return largestBoundSqAvx2(path, levels, q);
+#endif
+    return largestBoundSqBaseline(path, levels, q);
+}
 
 } // namespace
 
-PolylineIndex::PolylineIndex(std::vector<Vector3> const& points, std::vector<double> const& arcLengths,
-                             VectorWidth width)
-    : tree_(points, width)
+PolylineIndex::PolylineIndex(Points points, std::vector<double> const& arcLengths, VectorWidth width)
+    : width_(width), tree_(points, width)
 {
     if (!tree_.covers(points.front())) return;
     std::size_t nodes = 2;
     for (int longest = tree_.segments(); longest > kScannedSegments; longest = (longest + 1) / 2) nodes *= 2;
     slacks_.resize(nodes);
-    buildSlacks(arcLengths, root());
+    slacks_[0] = kInfinity; // of no interval: bounds nothing
+    buildSlacks(points, arcLengths, root());
     slacks_[1] = rootSlack(arcLengths.back() - arcLengths.front(), dist(points.front(), points.back()));
 }
 
-void PolylineIndex::buildSlacks(std::vector<double> const& arcLengths, Interval const& interval)
+void PolylineIndex::buildSlacks(Points points, std::vector<double> const& arcLengths, Interval const& interval)
 {
     slacks_[interval.node] = chordSlack(arcLengths[interval.last] - arcLengths[interval.first],
-                                        dist(tree_.vertex(interval.first), tree_.vertex(interval.last)));
+                                        dist(points[interval.first], points[interval.last]));
     if (interval.isScanned()) return;
-    buildSlacks(arcLengths, interval.lower());
-    buildSlacks(arcLengths, interval.upper());
+    buildSlacks(points, arcLengths, interval.lower());
+    buildSlacks(points, arcLengths, interval.upper());
 }
 
 bool PolylineIndex::Interval::isScanned() const
@@ -44,68 +92,72 @@ bool PolylineIndex::Interval::isScanned() const
     return last - first <= kScannedSegments;
 }
 
-int PolylineIndex::nearestSegment(Vector3 const& q, double knownDistSq) const
+int PolylineIndex::nearestSegment(Points points, Vector3 const& q, double knownDistSq) const
 {
     if (!tree_.covers(q)) return kAskTheSearch;
     // Both ends are tried before anything else, the first one first. What equals the smallest of all distances when it
     // is tried stays.
-    double const atStart = distSq(tree_.vertex(0), q);
-    double const atEnd = distSq(tree_.vertex(tree_.segments()), q);
+    double const atStart = distSq(points[0], q);
+    double const atEnd = distSq(points[tree_.segments()], q);
     NearestSegments const nearest = tree_.nearest(q, std::min({knownDistSq, atStart, atEnd}));
     double const smallest = std::min(nearest.distSq, nearest.strayDistSq);
     if (atStart <= smallest) return 0;
     if (atEnd <= smallest) return tree_.segments() - 1;
-    return settle(q, nearest);
+    return settle(points, q, nearest);
 }
 
 // Decides which of the nearest segments the search names, given that neither end of the polyline is as near.
-int PolylineIndex::settle(Vector3 const& q, NearestSegments const& nearest) const
+int PolylineIndex::settle(Points points, Vector3 const& q, NearestSegments const& nearest) const
 {
     // A stray vertex may be met before the nearest segment or after it.
     if (nearest.strayDistSq <= nearest.distSq) return kAskTheSearch;
-    double reach = reachNeeded(q, nearest.first, nearest.distSq);
-    if (nearest.count == 1) return reach == nearest.distSq ? nearest.first : replay(q, nearest, reach);
+    double reach = reachNeeded(points, q, nearest.first, nearest.distSq);
+    if (nearest.count == 1) return reach == nearest.distSq ? nearest.first : replay(points, q, nearest, reach);
 
     // Two segments equally near at the vertex that joins them.
     int const lower = std::min(nearest.first, nearest.second);
     bool const joined = nearest.count == 2 && std::abs(nearest.first - nearest.second) == 1;
-    if (!joined || distSq(tree_.vertex(lower + 1), q) != nearest.distSq) return kAskTheSearch;
-    reach = std::max(reach, reachNeeded(q, nearest.second, nearest.distSq));
-    if (reach > nearest.distSq) return replay(q, nearest, reach);
+    if (!joined || distSq(points[lower + 1], q) != nearest.distSq) return kAskTheSearch;
+    reach = std::max(reach, reachNeeded(points, q, nearest.second, nearest.distSq));
+    if (reach > nearest.distSq) return replay(points, q, nearest, reach);
     // The search tries a vertex when it splits there, before the segments on either side; else it scans both in order.
     return isSplit(lower + 1) ? lower + 1 : lower;
 }
 
 // The search's bound of one of its intervals. The chord is measured from the far end in an upper half.
-double PolylineIndex::bound(Vector3 const& q, Interval const& interval) const
+double PolylineIndex::bound(Points points, Vector3 const& q, Interval const& interval) const
 {
     bool const upper = interval.node % 2 == 1 && interval.node > 1;
-    Vector3 const from = tree_.vertex(upper ? interval.last : interval.first);
-    Vector3 const to = tree_.vertex(upper ? interval.first : interval.last);
-    return std::max(0.0, std::sqrt(distSqToLineSegment(q, from, to, nullptr)) - slacks_[interval.node]);
+    Vector3 const from = points[upper ? interval.last : interval.first];
+    Vector3 const to = points[upper ? interval.first : interval.last];
+    return std::max(0.0, std::sqrt(segmentDistSq(q, from, to)) - slacks_[interval.node]);
 }
 
 // The largest squared bound on the search's way to `segment`, but at least `distSq`. If it is just that, the smallest
 // distance of all, then the search reaches the segment whatever else it meets before.
-double PolylineIndex::reachNeeded(Vector3 const& q, int segment, double distSq) const
+double PolylineIndex::reachNeeded(Points points, Vector3 const& q, int segment, double distSq) const
 {
-    double const distance = std::sqrt(distSq);
-    double reach = distSq;
-    Interval interval = root();
-    for (;;) {
-        bool const upper = interval.node % 2 == 1 && interval.node > 1;
-        Vector3 const from = tree_.vertex(upper ? interval.last : interval.first);
-        Vector3 const to = tree_.vertex(upper ? interval.first : interval.last);
-        double const toChordSq = distSqToLineSegment(q, from, to, nullptr);
-        // Clearly below, no root is needed. The NaN that a straight polyline has at its root is never clear.
-        double const clear = (distance + slacks_[interval.node]) * kClearly;
-        if (!(toChordSq <= clear * clear)) {
-            double const bound = std::max(0.0, std::sqrt(toChordSq) - slacks_[interval.node]);
-            reach = std::max(reach, bound * bound);
+    Path path;
+    int levels = 0;
+    auto const add = [&](int from, int to, std::size_t node) {
+        for (int axis = 0; axis < 3; ++axis) {
+            path.from[axis][levels] = points[from][axis];
+            path.to[axis][levels] = points[to][axis];
         }
-        if (interval.isScanned()) return reach;
-        interval = segment < interval.middle() ? interval.lower() : interval.upper();
+        path.slack[levels++] = slacks_[node];
+    };
+    Interval interval = root();
+    add(interval.first, interval.last, interval.node);
+    while (!interval.isScanned()) {
+        // Choices, not branches: which half it is cannot be foreseen.
+        int const middle = interval.middle();
+        bool const upper = segment >= middle;
+        int const far = upper ? interval.last : interval.first;
+        interval = {upper ? middle : interval.first, upper ? interval.last : middle, 2 * interval.node + upper};
+        add(far, middle, interval.node);
     }
+    while (levels % kLanes != 0) add(0, 0, 0); // fills up with intervals that have a bound of zero
+    return std::max(distSq, largestBoundSq(width_, path, levels, q));
 }
 
 // The search itself on those intervals alone that hold a segment within `reach`.
@@ -113,7 +165,7 @@ double PolylineIndex::reachNeeded(Vector3 const& q, int segment, double distSq) 
 // Intervals come out of its heap in the order of their bounds, so leaving some out does not change the order of the
 // others, and what lies outside `reach` never becomes the answer. As long as nothing within `reach` has been met, the
 // search's best distance is known only to be beyond it; and no bound on the way to the nearest segment is.
-int PolylineIndex::replay(Vector3 const& q, NearestSegments const& nearest, double reach) const
+int PolylineIndex::replay(Points points, Vector3 const& q, NearestSegments const& nearest, double reach) const
 {
     SegmentsWithin near;
     tree_.within(q, reach, near);
@@ -130,8 +182,8 @@ int PolylineIndex::replay(Vector3 const& q, NearestSegments const& nearest, doub
         best = segment;
         bestDistSq = distSq;
     };
-    offer(0, distSq(tree_.vertex(0), q));
-    offer(tree_.segments() - 1, distSq(tree_.vertex(tree_.segments()), q));
+    offer(0, distSq(points[0], q));
+    offer(tree_.segments() - 1, distSq(points[tree_.segments()], q));
 
     struct Waiting
     {
@@ -142,7 +194,7 @@ int PolylineIndex::replay(Vector3 const& q, NearestSegments const& nearest, doub
     };
     std::array<Waiting, 2 * SegmentsWithin::kCapacity> queue; // disjoint intervals, each with a segment of its own
     int waiting = 0;
-    queue[waiting++] = {bound(q, root()), root(), 0, near.count};
+    queue[waiting++] = {bound(points, q, root()), root(), 0, near.count};
     while (waiting > 0) {
         auto const end = queue.begin() + waiting;
         auto const smallest = std::min_element(queue.begin(), end, [](auto& a, auto& b) { return a.bound < b.bound; });
@@ -158,13 +210,13 @@ int PolylineIndex::replay(Vector3 const& q, NearestSegments const& nearest, doub
             for (int i = top.begin; i < top.end; ++i) offer(near.segments[order[i]], near.distSqs[order[i]]);
         } else {
             int const middle = top.interval.middle();
-            offer(middle, distSq(tree_.vertex(middle), q));
+            offer(middle, distSq(points[middle], q));
             int between = top.begin;
             while (between < top.end && near.segments[order[between]] < middle) ++between;
             Interval const lower = top.interval.lower();
             Interval const upper = top.interval.upper();
-            if (between > top.begin) queue[waiting++] = {bound(q, lower), lower, top.begin, between};
-            if (between < top.end) queue[waiting++] = {bound(q, upper), upper, between, top.end};
+            if (between > top.begin) queue[waiting++] = {bound(points, q, lower), lower, top.begin, between};
+            if (between < top.end) queue[waiting++] = {bound(points, q, upper), upper, between, top.end};
         }
         if (bestDistSq == nearest.distSq) break; // nothing is nearer
     }

@@ -23,14 +23,15 @@ namespace sinew::detail {
 class PolylineIndex
 {
 public:
-    /// For at least 20 vertices.
-    PolylineIndex(std::vector<Vector3> const& points, std::vector<double> const& arcLengths,
-                  VectorWidth width = widestVectors());
+    using Points = std::vector<Vector3> const&;
 
-    /// The segment that `nearestSegmentByBounds` gives for the same vertices, or -1 where it must be asked.
+    /// For at least 20 vertices. All queries must be given the same ones.
+    PolylineIndex(Points points, std::vector<double> const& arcLengths, VectorWidth width = widestVectors());
+
+    /// The segment that `nearestSegmentByBounds` gives, or -1 where it must be asked.
     ///
     /// @param knownDistSq  a squared distance known to be reached by some segment, or infinity: it only saves time.
-    int nearestSegment(Vector3 const& q, double knownDistSq) const;
+    int nearestSegment(Points points, Vector3 const& q, double knownDistSq) const;
 
     // Counted by what shares it; it starts with one owner and goes with the last.
     void addOwner() const { owners_.fetch_add(1, std::memory_order_relaxed); }
@@ -54,14 +55,15 @@ private:
     };
 
     Interval root() const { return {0, tree_.segments(), 1}; }
-    double bound(Vector3 const& q, Interval const& interval) const;
-    int settle(Vector3 const& q, NearestSegments const& nearest) const;
-    double reachNeeded(Vector3 const& q, int segment, double distSq) const;
-    int replay(Vector3 const& q, NearestSegments const& nearest, double reach) const;
+    double bound(Points points, Vector3 const& q, Interval const& interval) const;
+    int settle(Points points, Vector3 const& q, NearestSegments const& nearest) const;
+    double reachNeeded(Points points, Vector3 const& q, int segment, double distSq) const;
+    int replay(Points points, Vector3 const& q, NearestSegments const& nearest, double reach) const;
     bool isSplit(int vertex) const;
-    void buildSlacks(std::vector<double> const& arcLengths, Interval const& interval);
+    void buildSlacks(Points points, std::vector<double> const& arcLengths, Interval const& interval);
 
     mutable std::atomic<int> owners_{1};
+    VectorWidth width_;
     SegmentTree tree_;
     std::vector<double> slacks_; // of the search's intervals, by their numbers
 };

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <queue>
 
-#include <sinew/core/vector_geometry.h>
+#include <sinew/core/detail/segment_distance.h>
 
 namespace sinew::detail {
 
@@ -36,14 +36,14 @@ struct Nearest
 
     void scan(std::vector<Vector3> const& points, Vector3 const& q, int first, int last)
     {
-        for (int k = first; k < last; ++k) offer(k, distSqToLineSegment(q, points[k], points[k + 1], nullptr));
+        for (int k = first; k < last; ++k) offer(k, segmentDistSq(q, points[k], points[k + 1]));
     }
 };
 
 // The chord runs from `from` to `to`. std::max keeps its first argument against a NaN: a bound is never NaN.
 double lowerBound(std::vector<Vector3> const& points, Vector3 const& q, int from, int to, double slack)
 {
-    return std::max(0.0, std::sqrt(distSqToLineSegment(q, points[from], points[to], nullptr)) - slack);
+    return std::max(0.0, std::sqrt(segmentDistSq(q, points[from], points[to])) - slack);
 }
 
 } // namespace

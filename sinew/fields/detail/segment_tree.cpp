@@ -4,14 +4,17 @@
 #include <cmath>
 #include <limits>
 
-#include <sinew/core/tolerances.h>
-#include <sinew/core/vector_geometry.h>
+#include <sinew/core/detail/segment_distance.h>
 
 namespace sinew::detail {
 
 namespace {
 
 constexpr int kRun = 8; // segments in a run, parts in a group
+// A group above only two would not save measuring either.
+constexpr int kTopGroups = 2;
+// Parts that can wait: seven a level, of ten levels for 2^31 segments, and a group's room to write beyond them.
+constexpr int kWaiting = 96;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 // Up to this magnitude of coordinates fourth powers of differences stay finite.
 constexpr double kLargestCoordinate = 1e70;
@@ -37,24 +40,18 @@ SINEW_KERNEL double larger(double a, double b)
     return a > b ? a : b;
 }
 
-// distSqToLineSegment for the eight segments from x[0], y[0], z[0] on, with its sums in its order; and for each the
-// squared distance to its first vertex where that is smaller, else infinity.
-SINEW_KERNEL void measureRun(double const* x, double const* y, double const* z, Vector3 const& q, double* segmentDistSq,
-                             double* strayDistSq)
+// The squared distances to the eight segments from x[0], y[0], z[0] on; and for each the squared distance to its first
+// vertex where that is smaller, else infinity.
+SINEW_KERNEL void measureRun(double const* x, double const* y, double const* z, Vector3 const& q,
+                             double* segmentDistSqs, double* strayDistSqs)
 {
     for (int i = 0; i < kRun; ++i) {
-        double const ex = x[i + 1] - x[i], ey = y[i + 1] - y[i], ez = z[i + 1] - z[i];
-        double const ax = q.x - x[i], ay = q.y - y[i], az = q.z - z[i];
-        double const bx = q.x - x[i + 1], by = q.y - y[i + 1], bz = q.z - z[i + 1];
-        double const toA = ax * ax + ay * ay + az * az;
-        double const toB = bx * bx + by * by + bz * bz;
-        double const fromA = ax * ex + ay * ey + az * ez;
-        double const fromB = bx * ex + by * ey + bz * ez;
-        double const inside = toA - fromA * fromA / (ex * ex + ey * ey + ez * ez); // NaN without length: not taken
-        double const beyondA = fromB >= -kGeometricZero ? toB : larger(inside, 0.0);
-        double const distSq = fromA <= kGeometricZero ? toA : beyondA;
-        segmentDistSq[i] = distSq;
-        strayDistSq[i] = distSq > toA ? toA : kInfinity;
+        Vector3 const a(x[i], y[i], z[i]);
+        Vector3 const b(x[i + 1], y[i + 1], z[i + 1]);
+        double const toSegment = segmentDistSq(q, a, b);
+        double const toVertex = distSq(q, a);
+        segmentDistSqs[i] = toSegment;
+        strayDistSqs[i] = toSegment > toVertex ? toVertex : kInfinity;
     }
 }
 
@@ -63,6 +60,15 @@ SINEW_KERNEL double smallestOfRun(double const* values)
     double halves[4];
     for (int i = 0; i < 4; ++i) halves[i] = smaller(values[i], values[i + 4]);
     return smaller(smaller(halves[0], halves[2]), smaller(halves[1], halves[3]));
+}
+
+SINEW_KERNEL int placeOfSmallest(double const* values)
+{
+    int halves[4];
+    for (int i = 0; i < 4; ++i) halves[i] = values[i + 4] < values[i] ? i + 4 : i;
+    int const even = values[halves[2]] < values[halves[0]] ? halves[2] : halves[0];
+    int const odd = values[halves[3]] < values[halves[1]] ? halves[3] : halves[1];
+    return values[odd] < values[even] ? odd : even;
 }
 
 } // namespace
@@ -142,44 +148,47 @@ struct SegmentTreeReader
         }
     }
 
-    // Visits all runs that can matter, nearest parts first.
+    // Visits all runs that can matter. From each group the nearest part comes next; the others wait, in no order: the
+    // first way down already gives a limit that drops most of them.
     template <typename Visitor>
     static SINEW_KERNEL void search(SegmentTree const& tree, Vector3 const& q, Visitor visitor)
     {
-        struct Entry
+        struct Part
         {
             double distSq;
-            int level; // of the part; what it is made of, a group of the level below or a run, has the same number
-            int part;
+            int level; // what it is made of, a run at level 0 or else a group of the level below, has the same number
+            int number;
         };
-        // A level pushes at most eight parts and pops one; ten levels hold 2^31 segments.
-        Entry stack[96];
+        Part waiting[kWaiting];
         int size = 0;
-        stack[size++] = {0.0, static_cast<int>(tree.levels_.size()), 0};
         double limit = margin(tree, visitor.limit());
-        while (size > 0) {
-            Entry const entry = stack[--size];
-            if (entry.distSq > limit) continue;
+        int const levels = static_cast<int>(tree.levels_.size());
+        Part part{0.0, levels, 0};
+        if (tree.levels_.back().size() == kTopGroups) waiting[size++] = {0.0, levels, kTopGroups - 1};
+        for (;;) {
             double distSqs[kRun];
-            if (entry.level == 0) {
+            while (part.level > 0) {
+                measureParts(tree.levels_[part.level - 1][part.number], q, distSqs);
+                Part const below{0.0, part.level - 1, kRun * part.number};
+                int const nearest = placeOfSmallest(distSqs);
+                part = {distSqs[nearest], below.level, below.number + nearest};
+                if (part.distSq > limit) break;
+                for (int i = 0; i < kRun; ++i) {
+                    waiting[size] = {distSqs[i], below.level, below.number + i};
+                    size += (distSqs[i] <= limit) & (i != nearest);
+                }
+            }
+            if (!(part.distSq > limit)) {
                 double strayDistSqs[kRun];
-                int const start = kRun * entry.part;
+                int const start = kRun * part.number;
                 measureRun(&tree.x_[start], &tree.y_[start], &tree.z_[start], q, distSqs, strayDistSqs);
                 visitor.visit(tree, start, distSqs, strayDistSqs);
                 limit = margin(tree, visitor.limit());
-                continue;
             }
-            measureParts(tree.levels_[entry.level - 1][entry.part], q, distSqs);
-            int const below = size;
-            for (int i = 0; i < kRun; ++i) {
-                if (!(distSqs[i] <= limit)) continue;
-                int place = size++; // sorted in, the nearest on top
-                while (place > below && stack[place - 1].distSq < distSqs[i]) {
-                    stack[place] = stack[place - 1];
-                    --place;
-                }
-                stack[place] = {distSqs[i], entry.level - 1, kRun * entry.part + i};
-            }
+            do {
+                if (size == 0) return;
+                part = waiting[--size];
+            } while (part.distSq > limit);
         }
     }
 
@@ -222,7 +231,7 @@ SegmentTree::SegmentTree(std::vector<Vector3> const& points, VectorWidth width)
     do {
         buildLevel(parts);
         parts = levels_.back().size();
-    } while (parts > 1);
+    } while (parts > kTopGroups);
 }
 
 void SegmentTree::buildRuns(std::vector<Vector3> const& points)

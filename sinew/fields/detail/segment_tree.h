@@ -73,7 +73,7 @@ private:
     bool usable_;
     double roundingMargin_;                  // see SegmentTreeReader
     std::vector<double> x_, y_, z_;          // the vertices, and copies of the last one that fill up a run of segments
-    std::vector<std::vector<Group>> levels_; // levels_[0]: a part is a run of eight segments; above: a group below
+    std::vector<std::vector<Group>> levels_; // [0]: a part is a run of eight segments; above: a group below
 };
 
 } // namespace sinew::detail
