@@ -6,7 +6,8 @@
 
 namespace sinew::detail {
 
-/// distSqToLineSegment(p, a, b, nullptr), to be inlined into loops: choices instead of branches, the same bits.
+/// distSqToLineSegment(p, a, b, nullptr), to be inlined into loops over vectors: choices instead of branches, the same
+/// bits.
 SINEW_KERNEL double segmentDistSq(Vector3 const& p, Vector3 const& a, Vector3 const& b)
 {
     Vector3 const e = b - a;
@@ -14,12 +15,12 @@ SINEW_KERNEL double segmentDistSq(Vector3 const& p, Vector3 const& a, Vector3 co
     Vector3 const pb = p - b;
     double const toA = pa.lengthSq();
     double const toB = pb.lengthSq();
-    double const fromA = pa * e;
-    double const fromB = pb * e;
-    double const foot = toA - fromA * fromA / e.lengthSq(); // NaN without length, where the end is taken
+    double const alongA = pa * e;
+    double const alongB = pb * e;
+    double const foot = toA - alongA * alongA / e.lengthSq(); // NaN without length, where the end is taken
     double const inside = foot > 0.0 ? foot : 0.0;
-    double const beyondA = fromB >= -kGeometricZero ? toB : inside;
-    return fromA <= kGeometricZero ? toA : beyondA;
+    double const beyondA = alongB >= -kGeometricZero ? toB : inside;
+    return alongA <= kGeometricZero ? toA : beyondA;
 }
 
 } // namespace sinew::detail

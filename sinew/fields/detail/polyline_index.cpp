@@ -160,6 +160,39 @@ double PolylineIndex::reachNeeded(Points points, Vector3 const& q, int segment, 
     return std::max(distSq, largestBoundSq(width_, path, levels, q));
 }
 
+// An interval of a replay, with its segments as a range of those that matter.
+struct PolylineIndex::WaitingInterval
+{
+    double bound;
+    Interval interval;
+    int begin;
+    int end;
+};
+
+// Disjoint intervals, each with a segment of its own.
+class PolylineIndex::WaitingIntervals
+{
+public:
+    bool empty() const { return size_ == 0; }
+    void push(WaitingInterval const& interval) { intervals_[size_++] = interval; }
+
+    // Takes out one with the smallest bound, and says whether there are others.
+    WaitingInterval pop(bool* tied)
+    {
+        auto const less = [](WaitingInterval const& a, WaitingInterval const& b) { return a.bound < b.bound; };
+        auto const smallest = std::min_element(intervals_.begin(), intervals_.begin() + size_, less);
+        WaitingInterval const top = *smallest;
+        *smallest = intervals_[--size_];
+        auto const equal = [&](WaitingInterval const& other) { return other.bound == top.bound; };
+        *tied = std::any_of(intervals_.begin(), intervals_.begin() + size_, equal);
+        return top;
+    }
+
+private:
+    std::array<WaitingInterval, SegmentsWithin::kCapacity + 1> intervals_;
+    int size_ = 0;
+};
+
 // The search itself on those intervals alone that hold a segment within `reach`.
 //
 // Intervals come out of its heap in the order of their bounds, so leaving some out does not change the order of the
@@ -185,25 +218,16 @@ int PolylineIndex::replay(Points points, Vector3 const& q, NearestSegments const
     offer(0, distSq(points[0], q));
     offer(tree_.segments() - 1, distSq(points[tree_.segments()], q));
 
-    struct Waiting
-    {
-        double bound;
-        Interval interval;
-        int begin; // of its segments in `order`
-        int end;
-    };
-    std::array<Waiting, 2 * SegmentsWithin::kCapacity> queue; // disjoint intervals, each with a segment of its own
-    int waiting = 0;
-    queue[waiting++] = {bound(points, q, root()), root(), 0, near.count};
-    while (waiting > 0) {
-        auto const end = queue.begin() + waiting;
-        auto const smallest = std::min_element(queue.begin(), end, [](auto& a, auto& b) { return a.bound < b.bound; });
-        Waiting const top = *smallest;
-        *smallest = queue[--waiting];
-        // Bounds of zero are never dropped, whichever comes first.
-        bool const tied = std::any_of(queue.begin(), queue.begin() + waiting,
-                                      [&](Waiting const& other) { return other.bound == top.bound; });
+    WaitingIntervals waiting;
+    bool ordered = true;
+    waiting.push({bound(points, q, root()), root(), 0, near.count});
+    while (!waiting.empty()) {
+        bool tied = false;
+        WaitingInterval const top = waiting.pop(&tied);
         if (tied && top.bound > 0.0) return kAskTheSearch;
+        // All intervals with a bound of zero come before the others and none is dropped: their order decides only
+        // which of equal distances is met first.
+        ordered = ordered && !tied;
         if (top.bound * top.bound > bestDistSq) continue;
         if (top.bound * top.bound > reach) return kAskTheSearch; // the search may have dropped it or not
         if (top.interval.isScanned()) {
@@ -215,12 +239,24 @@ int PolylineIndex::replay(Points points, Vector3 const& q, NearestSegments const
             while (between < top.end && near.segments[order[between]] < middle) ++between;
             Interval const lower = top.interval.lower();
             Interval const upper = top.interval.upper();
-            if (between > top.begin) queue[waiting++] = {bound(points, q, lower), lower, top.begin, between};
-            if (between < top.end) queue[waiting++] = {bound(points, q, upper), upper, between, top.end};
+            if (between > top.begin) waiting.push({bound(points, q, lower), lower, top.begin, between});
+            if (between < top.end) waiting.push({bound(points, q, upper), upper, between, top.end});
         }
-        if (bestDistSq == nearest.distSq) break; // nothing is nearer
+        if (bestDistSq == nearest.distSq) return best; // nothing is nearer, and settle() knows that it is the first
     }
-    return best;
+    return ordered || isAlone(points, q, near, best, bestDistSq) ? best : kAskTheSearch;
+}
+
+// Whether no segment but `segment` could be named for the distance that it was named for, its own or its first
+// vertex's.
+bool PolylineIndex::isAlone(Points points, Vector3 const& q, SegmentsWithin const& near, int segment, double atDistSq)
+{
+    for (int i = 0; i < near.count; ++i) {
+        int const k = near.segments[i];
+        if (k != segment && (near.distSqs[i] == atDistSq || distSq(points[k], q) == atDistSq)) return false;
+        if (k + 1 != segment && distSq(points[k + 1], q) == atDistSq) return false;
+    }
+    return true;
 }
 
 bool PolylineIndex::isSplit(int vertex) const

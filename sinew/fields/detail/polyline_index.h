@@ -54,11 +54,15 @@ private:
         Interval upper() const { return {middle(), last, 2 * node + 1}; }
     };
 
+    struct WaitingInterval;
+    class WaitingIntervals;
+
     Interval root() const { return {0, tree_.segments(), 1}; }
     double bound(Points points, Vector3 const& q, Interval const& interval) const;
     int settle(Points points, Vector3 const& q, NearestSegments const& nearest) const;
     double reachNeeded(Points points, Vector3 const& q, int segment, double distSq) const;
     int replay(Points points, Vector3 const& q, NearestSegments const& nearest, double reach) const;
+    static bool isAlone(Points points, Vector3 const& q, SegmentsWithin const& near, int segment, double atDistSq);
     bool isSplit(int vertex) const;
     void buildSlacks(Points points, std::vector<double> const& arcLengths, Interval const& interval);
 

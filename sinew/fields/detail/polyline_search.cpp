@@ -4,13 +4,11 @@
 #include <cmath>
 #include <queue>
 
-#include <sinew/core/detail/segment_distance.h>
+#include <sinew/core/vector_geometry.h>
 
 namespace sinew::detail {
 
 namespace {
-
-constexpr double kFarthestDistSq = 1e13; // the scan answers nothing from here on
 
 struct Interval
 {
@@ -23,27 +21,10 @@ struct Interval
     bool operator<(Interval const& other) const { return bound > other.bound; }
 };
 
-struct Nearest
-{
-    int segment;
-    double distSq;
-
-    // Strict, so that the first of equally near segments stays.
-    void offer(int candidate, double candidateDistSq)
-    {
-        if (distSq > candidateDistSq) *this = {candidate, candidateDistSq};
-    }
-
-    void scan(std::vector<Vector3> const& points, Vector3 const& q, int first, int last)
-    {
-        for (int k = first; k < last; ++k) offer(k, segmentDistSq(q, points[k], points[k + 1]));
-    }
-};
-
 // The chord runs from `from` to `to`. std::max keeps its first argument against a NaN: a bound is never NaN.
 double lowerBound(std::vector<Vector3> const& points, Vector3 const& q, int from, int to, double slack)
 {
-    return std::max(0.0, std::sqrt(segmentDistSq(q, points[from], points[to])) - slack);
+    return std::max(0.0, std::sqrt(distSqToLineSegment(q, points[from], points[to], nullptr)) - slack);
 }
 
 } // namespace
@@ -65,20 +46,13 @@ double rootSlack(double length, double chord)
     return std::sqrt(length * length - chord * chord);
 }
 
-int nearestSegmentByScan(std::vector<Vector3> const& points, Vector3 const& q)
-{
-    Nearest best{-1, kFarthestDistSq};
-    best.scan(points, q, 0, static_cast<int>(points.size()) - 1);
-    return best.segment;
-}
-
 int nearestSegmentByBounds(std::vector<Vector3> const& points, std::vector<double> const& arcLengths, Vector3 const& q)
 {
     auto const slack = [&](int first, int last) {
         return chordSlack(arcLengths[last] - arcLengths[first], dist(points[first], points[last]));
     };
     int const end = static_cast<int>(points.size()) - 1;
-    Nearest best{0, distSq(points[0], q)};
+    NearestSegment best{0, distSq(points[0], q)};
     best.offer(end - 1, distSq(points[end], q));
 
     std::priority_queue<Interval> queue;

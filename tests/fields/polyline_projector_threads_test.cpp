@@ -1,0 +1,79 @@
+// Run under the thread sanitizer too: the first projections race to build what makes the later ones fast.
+
+#include <sinew/fields/polyline_projector.h>
+
+#include <atomic>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "fields/plain_polyline.h"
+#include "fields/polylines.h"
+#include "support/bits.h"
+
+namespace {
+
+// Runs `work(i)` on four threads that start as nearly together as can be.
+template <typename Work>
+void together(Work const& work)
+{
+    std::atomic<int> ready{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&, i] {
+            ++ready;
+            while (ready < 4) std::this_thread::yield();
+            work(i);
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+}
+
+} // namespace
+
+TEST(PolylineProjectorThreads, FirstProjectionsMayRace)
+{
+    test::Random random(20250340);
+    for (int n : {12, 20, 400}) {
+        for (int trial = 0; trial < 20; ++trial) {
+            std::vector<Vector3> const points = test::noisyCurve(n, random);
+            std::vector<Vector3> const queries = random.points(40);
+            plain::Projector const oracle(points);
+            PolylineProjector const polyline(points);
+            std::atomic<int> wrong{0};
+            together([&](int) {
+                for (Vector3 const& q : queries) {
+                    sinew::PolylineHit const hit = sinew::closestPoint(polyline, q);
+                    sinew::PolylineHit const expected = oracle.project(q);
+                    wrong += hit.segment != expected.segment || !test::sameBits(hit.point, expected.point);
+                }
+            });
+            EXPECT_EQ(wrong, 0);
+        }
+    }
+}
+
+TEST(PolylineProjectorThreads, CopiesAreMadeAndDroppedWhileOthersQuery)
+{
+    test::Random random(20250341);
+    for (int trial = 0; trial < 20; ++trial) {
+        std::vector<Vector3> const points = test::smoothCurve(300);
+        PolylineProjector const polyline(points);
+        Vector3 const q = random.point();
+        int const expected = plain::Projector(points).project(q).segment;
+        std::atomic<int> wrong{0};
+        together([&](int thread) {
+            for (int i = 0; i < 20; ++i) {
+                if (thread % 2 == 0) {
+                    PolylineProjector copy(polyline);
+                    copy.project(q);
+                    PolylineProjector const moved(std::move(copy));
+                    wrong += moved.segment != expected;
+                } else {
+                    wrong += sinew::closestPoint(polyline, q).segment != expected;
+                }
+            }
+        });
+        EXPECT_EQ(wrong, 0);
+    }
+}
