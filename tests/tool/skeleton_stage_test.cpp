@@ -10,7 +10,7 @@
 #include <tool/io/files.h>
 #include <tool/models/models.h>
 #include <tool/support/user_error.h>
-#include <tool/tour/limbs.h>
+#include <tool/tour/limb_chains.h>
 #include <tool/tour/outcome_panel.h>
 #include <tool/tour/stage.h>
 
@@ -23,10 +23,10 @@ tool::Skeleton skeletonOf(std::string const& tgf)
     return tool::parseTgf(tgf, "test.tgf");
 }
 
-std::vector<std::string> namesOf(std::vector<tool::Limb> const& limbs)
+std::vector<std::string> namesOf(std::vector<tool::LimbChain> const& limbs)
 {
     std::vector<std::string> names;
-    for (tool::Limb const& limb : limbs) names.push_back(limb.name);
+    for (tool::LimbChain const& limb : limbs) names.push_back(limb.name);
     std::sort(names.begin(), names.end());
     return names;
 }
@@ -53,15 +53,15 @@ std::string stageOn(std::string const& tgf, std::vector<std::string>* failed = n
 
 } // namespace
 
-TEST(Limbs, OfTheFigureAreSpineHeadArmsAndLegs)
+TEST(LimbChains, OfTheFigureAreSpineHeadArmsAndLegs)
 {
-    std::vector<tool::Limb> const limbs = tool::limbsOf(skeletonOf(tool::bundledFigureTgf()));
+    std::vector<tool::LimbChain> const limbs = tool::limbChains(skeletonOf(tool::bundledFigureTgf()));
     EXPECT_EQ(namesOf(limbs),
               (std::vector<std::string>{"chest - crown", "chest - left-hand", "chest - right-hand", "pelvis - chest",
                                         "pelvis - left-toes", "pelvis - right-toes"}));
 }
 
-TEST(Limbs, HoldEveryBoneOnce)
+TEST(LimbChains, HoldEveryBoneOnce)
 {
     char const* const skeletons[] = {
         "1 0 0 0 a\n2 1 0 0 b\n#\n1 2\n",                                                      // one bone
@@ -74,8 +74,8 @@ TEST(Limbs, HoldEveryBoneOnce)
         SCOPED_TRACE(tgf);
         tool::Skeleton const skeleton = skeletonOf(tgf);
         std::multiset<std::pair<int, int>> walked;
-        std::vector<tool::Limb> const limbs = tool::limbsOf(skeleton);
-        for (tool::Limb const& limb : limbs) {
+        std::vector<tool::LimbChain> const limbs = tool::limbChains(skeleton);
+        for (tool::LimbChain const& limb : limbs) {
             ASSERT_GE(limb.joints.size(), 2u);
             for (std::size_t k = 0; k + 1 < limb.joints.size(); ++k) {
                 walked.insert(std::minmax(limb.joints[k], limb.joints[k + 1]));
@@ -87,10 +87,10 @@ TEST(Limbs, HoldEveryBoneOnce)
     }
 }
 
-TEST(Limbs, PointsRunFromEndToEnd)
+TEST(LimbChains, PointsRunFromEndToEnd)
 {
     tool::Skeleton const skeleton = skeletonOf("1 0 0 0 a\n2 4 0 0 b\n3 4 2 0 c\n#\n1 2\n2 3\n");
-    std::vector<tool::Limb> const limbs = tool::limbsOf(skeleton);
+    std::vector<tool::LimbChain> const limbs = tool::limbChains(skeleton);
     ASSERT_EQ(limbs.size(), 1u);
     std::vector<Vector3> const points = tool::pointsAlong(skeleton, limbs[0], 2);
     EXPECT_EQ(points, (std::vector<Vector3>{{0, 0, 0}, {2, 0, 0}, {4, 0, 0}, {4, 1, 0}, {4, 2, 0}}));

@@ -1,4 +1,4 @@
-#include <tool/tour/limbs.h>
+#include <tool/tour/limb_chains.h>
 
 namespace tool {
 namespace {
@@ -14,7 +14,7 @@ public:
         }
     }
 
-    std::vector<Limb> find()
+    std::vector<LimbChain> find()
     {
         for (std::size_t joint = 0; joint < bonesAt_.size(); ++joint) {
             if (bonesAt_[joint].size() == 2) continue; // in the middle of a limb
@@ -30,7 +30,7 @@ private:
     void follow(int joint, std::size_t bone)
     {
         if (used_[bone]) return;
-        Limb limb;
+        LimbChain limb;
         limb.joints.push_back(joint);
         for (;;) {
             used_[bone] = true;
@@ -49,17 +49,17 @@ private:
     Skeleton const& skeleton_;
     std::vector<std::vector<std::size_t>> bonesAt_;
     std::vector<bool> used_;
-    std::vector<Limb> limbs_;
+    std::vector<LimbChain> limbs_;
 };
 
 } // namespace
 
-std::vector<Limb> limbsOf(Skeleton const& skeleton)
+std::vector<LimbChain> limbChains(Skeleton const& skeleton)
 {
     return LimbFinder(skeleton).find();
 }
 
-std::vector<Vector3> pointsAlong(Skeleton const& skeleton, Limb const& limb, int perBone)
+std::vector<Vector3> pointsAlong(Skeleton const& skeleton, LimbChain const& limb, int perBone)
 {
     std::vector<Vector3> points;
     for (std::size_t k = 0; k + 1 < limb.joints.size(); ++k) {
@@ -71,7 +71,7 @@ std::vector<Vector3> pointsAlong(Skeleton const& skeleton, Limb const& limb, int
     return points;
 }
 
-double lengthOf(Skeleton const& skeleton, Limb const& limb)
+double lengthOf(Skeleton const& skeleton, LimbChain const& limb)
 {
     double length = 0;
     for (std::size_t k = 0; k + 1 < limb.joints.size(); ++k) {
