@@ -247,3 +247,37 @@ bool MeshFunction2D::getAnyPointInDomain(Point& out) const
     }
     return false;
 }
+
+namespace sinew {
+
+namespace {
+
+using Query = bool (MeshFunction2D::*)(Point const&, Point*, float*) const;
+
+std::size_t askMany(MeshFunction2D const& function, Query query, Point const* points, std::size_t count, Point* values,
+                    float* scalars, bool* found)
+{
+    std::size_t answered = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        bool const hit = (function.*query)(points[i], values ? values + i : nullptr, scalars ? scalars + i : nullptr);
+        if (found) found[i] = hit;
+        answered += hit ? 1 : 0;
+    }
+    return answered;
+}
+
+} // namespace
+
+std::size_t evaluateMany(MeshFunction2D const& function, Point const* points, std::size_t count, Point* values,
+                         float* scalars, bool* found)
+{
+    return askMany(function, &MeshFunction2D::evaluate, points, count, values, scalars, found);
+}
+
+std::size_t extrapolateMany(MeshFunction2D const& function, Point const* points, std::size_t count, Point* values,
+                            float* scalars, bool* found)
+{
+    return askMany(function, &MeshFunction2D::extrapolate, points, count, values, scalars, found);
+}
+
+} // namespace sinew

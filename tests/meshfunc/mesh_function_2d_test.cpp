@@ -898,6 +898,48 @@ TEST(MeshFunctionAnyPoint, NeedsNoGrid)
     EXPECT_TRUE(mesh.function().getAnyPointInDomain(p));
 }
 
+// ---- many points at once ----
+
+TEST(MeshFunctionMany, SameAsOneByOne)
+{
+    test::Random random(20);
+    MeshFunction2D const f = test::gridMesh(random, 9, 9).function();
+    constexpr std::size_t kCount = 300;
+    std::vector<Point> points;
+    for (std::size_t i = 0; i < kCount; ++i) points.push_back(random.point2(-0.5, 1.5));
+    points[7] = {kNaN, 9};
+    for (bool outside : {false, true}) {
+        std::vector<Point> values(kCount, Point(7, 7));
+        std::vector<float> scalars(kCount, 7);
+        auto const found = std::make_unique<bool[]>(kCount);
+        auto const many = outside ? sinew::extrapolateMany : sinew::evaluateMany;
+        std::size_t const answered = many(f, points.data(), kCount, values.data(), scalars.data(), found.get());
+        std::size_t expectedAnswers = 0;
+        for (std::size_t i = 0; i < kCount; ++i) {
+            Point value(7, 7);
+            float scalar = 7;
+            bool const hit =
+                outside ? f.extrapolate(points[i], &value, &scalar) : f.evaluate(points[i], &value, &scalar);
+            EXPECT_EQ(found[i], hit);
+            EXPECT_TRUE(sameBits(values[i], value)) << "unwritten where there is none";
+            EXPECT_TRUE(sameBits(scalars[i], scalar));
+            expectedAnswers += hit;
+        }
+        EXPECT_EQ(answered, expectedAnswers);
+        EXPECT_GT(answered, 0u);
+        EXPECT_LT(answered, kCount);
+    }
+}
+
+TEST(MeshFunctionMany, EveryOutputMayBeNull)
+{
+    MeshFunction2D const f = test::square().function();
+    Point const points[] = {{0.5, 0.25}, {3, 3}};
+    EXPECT_EQ(sinew::evaluateMany(f, points, 2, nullptr, nullptr, nullptr), 1u);
+    EXPECT_EQ(sinew::extrapolateMany(f, points, 2, nullptr, nullptr, nullptr), 2u);
+    EXPECT_EQ(sinew::evaluateMany(f, nullptr, 0, nullptr, nullptr, nullptr), 0u);
+}
+
 // ---- copies and moves ----
 
 TEST(MeshFunctionCopy, SurvivesItsSource)

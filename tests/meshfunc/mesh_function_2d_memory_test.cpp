@@ -1,0 +1,126 @@
+// What mesh functions keep to be fast, seen from inside: how much memory it takes, and when it is taken.
+
+#include <cstdlib>
+#include <new>
+
+#include <gtest/gtest.h>
+
+#include "meshfunc/mesh_samples.h"
+#include "sinew/meshfunc/detail/triangle_locator.h"
+
+namespace {
+
+std::size_t allocations = 0;
+
+} // namespace
+
+// Counted here for the whole program, which holds nothing else. All other forms of new end in these two.
+void* operator new(std::size_t size)
+{
+    ++allocations;
+    if (void* memory = std::malloc(size ? size : 1)) return memory;
+    throw std::bad_alloc();
+}
+void* operator new(std::size_t size, std::align_val_t alignment)
+{
+    ++allocations;
+    auto const step = static_cast<std::size_t>(alignment);
+    if (void* memory = std::aligned_alloc(step, (size + step - 1) / step * step)) return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::align_val_t) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept
+{
+    std::free(memory);
+}
+
+namespace {
+
+using sinew::detail::TriangleLocator;
+using test::Mesh;
+using test::Point;
+
+/// Bytes for each triangle after every cell was asked.
+double bytesPerTriangle(MeshFunction2D const& f)
+{
+    auto const locator = TriangleLocator::build(f);
+    for (std::size_t cell = 0; cell < f.gridCells.size(); ++cell) locator->triangles(f, cell);
+    return static_cast<double>(locator->memory()) / (static_cast<double>(f.facets.size()) / 3);
+}
+
+} // namespace
+
+TEST(MeshFunctionMemory, LargeMeshesTakeAtMost110BytesATriangle)
+{
+    test::Random random(41);
+    EXPECT_LE(bytesPerTriangle(test::gridMesh(random, 500, 500).function()), 110);
+    EXPECT_LE(bytesPerTriangle(test::unevenMesh(random, 500, 500, 3).function()), 110);
+}
+
+TEST(MeshFunctionMemory, OverlappingSoupsStayWithinTheBudget)
+{
+    test::Random random(42);
+    for (double size : {0.001, 0.01, 0.1, 1.0}) {
+        SCOPED_TRACE(size);
+        double const triangles = 30000;
+        EXPECT_LE(bytesPerTriangle(test::soup(random, int(triangles), size).function()), 108 + 1100000 / triangles);
+    }
+}
+
+TEST(MeshFunctionMemory, FanAroundOneVertexStaysWithinTheBudget)
+{
+    Mesh mesh;
+    mesh.addVertex(0, 0);
+    int const count = 50000;
+    for (int i = 0; i <= count; ++i) {
+        double const angle = i * (6.283185307179586 / count);
+        mesh.addVertex(std::cos(angle), std::sin(angle));
+    }
+    for (int i = 1; i <= count; ++i) mesh.addTriangle(0, i, i + 1);
+    EXPECT_LE(bytesPerTriangle(mesh.function()), 108 + 1100000.0 / count);
+}
+
+TEST(MeshFunctionMemory, SmallMeshesAllocateNothingInQueries)
+{
+    test::Random random(43);
+    MeshFunction2D const f = test::gridMesh(random, 80, 80).function();
+    std::vector<Point> points;
+    for (int i = 0; i < 2000; ++i) points.push_back(random.point2(-0.1, 1.1));
+    Point value;
+    float scalar;
+    bool onSegment;
+    std::size_t const before = allocations;
+    for (Point const& p : points) {
+        f.evaluate(p, &value, &scalar);
+        f.extrapolateOld(p, &value, &scalar);
+        f.iEvalInFacet(0, 1, 2, p, &value, &scalar, false);
+        f.iDistToEdge(0, 1, p, &onSegment, false);
+        f.getAnyPointInDomain(value);
+    }
+    EXPECT_EQ(allocations, before);
+}
+
+TEST(MeshFunctionMemory, LargeMeshesAllocateOnceACell)
+{
+    test::Random random(44);
+    MeshFunction2D const f = test::gridMesh(random, 300, 300).function();
+    std::vector<Point> points;
+    for (int i = 0; i < 2000; ++i) points.push_back(random.point2(0, 1));
+    std::size_t const unasked = allocations;
+    for (Point const& p : points) f.evaluate(p, nullptr, nullptr);
+    std::size_t const asked = allocations;
+    EXPECT_GT(asked, unasked) << "not prepared before it is asked";
+    for (Point const& p : points) f.evaluate(p, nullptr, nullptr);
+    EXPECT_EQ(allocations, asked);
+}
