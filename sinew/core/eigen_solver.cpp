@@ -100,7 +100,10 @@ bool jacobiRotation(Matrix3 const& A, int& p, int& q, double& c, double& s, doub
 bool jacobiMethod(Matrix3 const& A, double* values, UVector3* vectors)
 {
     Matrix3 v;
-    Matrix3 w = (A + A.transpose()) * 0.5;
+    Matrix3 w;
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j <= i; ++j) w(i, j) = w(j, i) = (A(i, j) + A(j, i)) * 0.5;
+    }
     bool const converged = diagonalize(w, v);
 
     double eigenvalues[3] = {w(0, 0), w(1, 1), w(2, 2)};

@@ -121,11 +121,13 @@ void getBasis(Vector3 const& n, Vector3& e1, Vector3& e2)
     double const ax = std::fabs(n.x);
     double const ay = std::fabs(n.y);
     double const az = std::fabs(n.z);
-    Vector3 seed(0.0, 0.0, 1.0);
+    Vector3 seed;
     if (ay > ax && az > ax) {
-        seed = Vector3(1.0, 0.0, 0.0);
+        seed.x = 1.0;
     } else if (az > ay) {
-        seed = Vector3(0.0, 1.0, 0.0);
+        seed.y = 1.0;
+    } else {
+        seed.z = 1.0;
     }
     UVector3 const first(seed - n * (n * seed));
     UVector3 const second(cross(n, first));
