@@ -1,0 +1,126 @@
+// Smooth distances to a polyline at many points: sinew's array version, the defined single call written down plainly,
+// and the bare distance (nearest point by the scan or the bounded search) for what the smoothness costs.
+
+#include <string>
+
+#include <benchmark/benchmark.h>
+
+#include <sinew/fields/polyline_projector.h>
+#include <sinew/fields/smooth_distance.h>
+
+#include "fields/plain_smooth_distance.h"
+#include "fields/polylines.h"
+#include "support/bits.h"
+
+namespace {
+
+struct Case
+{
+    std::string name;
+    std::vector<Vector3> polyline;
+    std::vector<Vector3> queries;
+    double h;
+    bool derivatives;
+};
+
+struct Answers
+{
+    std::vector<double> dists;
+    std::vector<Vector3> grads;
+    std::vector<Matrix3> hessians;
+
+    explicit Answers(std::size_t count) : dists(count), grads(count), hessians(count) {}
+};
+
+void smoothByMany(Case const& input, Answers& answers)
+{
+    sinew::smoothDistMany(input.polyline, input.queries.data(), input.queries.size(), input.h, answers.dists.data(),
+                          input.derivatives ? answers.grads.data() : nullptr,
+                          input.derivatives ? answers.hessians.data() : nullptr);
+}
+
+void smoothPlainly(Case const& input, Answers& answers)
+{
+    for (std::size_t i = 0; i < input.queries.size(); ++i) {
+        plain::smoothDistToPolyline(input.polyline, input.queries[i], input.h, &answers.dists[i],
+                                    input.derivatives ? &answers.grads[i] : nullptr,
+                                    input.derivatives ? &answers.hessians[i] : nullptr);
+    }
+}
+
+void smoothOneByOne(Case const& input, Answers& answers)
+{
+    for (std::size_t i = 0; i < input.queries.size(); ++i) {
+        smoothDistToPolyline(input.polyline, input.queries[i], input.h, &answers.dists[i],
+                             input.derivatives ? &answers.grads[i] : nullptr,
+                             input.derivatives ? &answers.hessians[i] : nullptr);
+    }
+}
+
+void timeIt(benchmark::State& state, Case const& input, void (*work)(Case const&, Answers&))
+{
+    Answers answers(input.queries.size());
+    Answers expected(input.queries.size());
+    work(input, answers);
+    smoothPlainly(input, expected);
+    if (!test::sameBits(answers.dists, expected.dists) || !test::sameBits(answers.grads, expected.grads) ||
+        !test::sameBits(answers.hessians, expected.hessians)) {
+        state.SkipWithError("other bits than the definition's");
+        return;
+    }
+    for (auto _ : state) {
+        work(input, answers);
+        benchmark::DoNotOptimize(answers.dists.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(input.queries.size()));
+}
+
+void timeDistanceAlone(benchmark::State& state, Case const& input)
+{
+    PolylineProjector const polyline(input.polyline);
+    std::vector<sinew::PolylineHit> hits(input.queries.size());
+    for (auto _ : state) {
+        sinew::projectMany(polyline, input.queries.data(), input.queries.size(), hits.data());
+        benchmark::DoNotOptimize(hits.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(input.queries.size()));
+}
+
+std::vector<Case> makeCases()
+{
+    test::Random random(20250350);
+    std::vector<Case> cases;
+    for (bool derivatives : {false, true}) {
+        for (int vertices : {10, 100, 1000, 10000}) {
+            std::vector<Vector3> queries;
+            std::vector<Vector3> const polyline = test::smoothCurve(vertices, 2.0);
+            for (int i = 0; i < 200; ++i) queries.push_back(polyline[random.below(vertices)] + random.point() * 0.2);
+            // A width that lets neighbouring runs blend, but lets distant ones be skipped.
+            double const h = 0.5 / vertices;
+            std::string const what = derivatives ? ", gradient and Hessian" : ", value";
+            cases.push_back({std::to_string(vertices) + " vertices" + what, polyline, queries, h, derivatives});
+        }
+    }
+    return cases;
+}
+
+int registerAll()
+{
+    static std::vector<Case> const cases = makeCases();
+    for (Case const& input : cases) {
+        auto const add = [&](char const* contender, auto work) {
+            benchmark::RegisterBenchmark((input.name + "/" + contender).c_str(), work);
+        };
+        add("sinew", [&input](benchmark::State& state) { timeIt(state, input, smoothByMany); });
+        add("single calls", [&input](benchmark::State& state) { timeIt(state, input, smoothOneByOne); });
+        add("plain", [&input](benchmark::State& state) { timeIt(state, input, smoothPlainly); });
+        add("distance alone", [&input](benchmark::State& state) { timeDistanceAlone(state, input); });
+    }
+    return static_cast<int>(cases.size());
+}
+
+[[maybe_unused]] int const registered = registerAll();
+
+} // namespace
