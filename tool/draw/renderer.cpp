@@ -60,6 +60,9 @@ public:
         rasterise();
     }
 
+    /// For further pictures; the shape must stay.
+    void setColours(std::vector<Colour> const& colours) { solids_[0].colours = colours; }
+
     Image picture() const
     {
         Image image(width_, height_);
@@ -259,7 +262,7 @@ private:
         return paper * (1 - fade * dark);
     }
 
-    std::vector<Solid> const& solids_;
+    std::vector<Solid> solids_;
     View const& view_;
     RenderOptions const& options_;
     double samplesPerUnit_;
@@ -281,6 +284,18 @@ private:
 Image render(std::vector<Solid> const& solids, View const& view, double pixelsPerUnit, RenderOptions const& options)
 {
     return Renderer(solids, view, pixelsPerUnit, options).picture();
+}
+
+std::vector<Image> renderColours(Solid const& solid, std::vector<std::vector<Colour>> const& colours, View const& view,
+                                 double pixelsPerUnit, RenderOptions const& options)
+{
+    Renderer renderer({solid}, view, pixelsPerUnit, options);
+    std::vector<Image> images;
+    for (std::vector<Colour> const& set : colours) {
+        renderer.setColours(set);
+        images.push_back(renderer.picture());
+    }
+    return images;
 }
 
 void drawSolids(Canvas& sheet, std::vector<Solid> const& solids, View const& view, RenderOptions const& options)

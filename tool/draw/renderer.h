@@ -36,6 +36,10 @@ struct RenderOptions
 Image render(std::vector<Solid> const& solids, View const& view, double pixelsPerUnit,
              RenderOptions const& options = {});
 
+/// One picture of the solid for each set of vertex colours: lighting and visibility are worked out once.
+std::vector<Image> renderColours(Solid const& solid, std::vector<std::vector<Colour>> const& colours, View const& view,
+                                 double pixelsPerUnit, RenderOptions const& options = {});
+
 /// `render` straight onto the sheet, at the sheet's resolution.
 void drawSolids(Canvas& sheet, std::vector<Solid> const& solids, View const& view, RenderOptions const& options = {});
 

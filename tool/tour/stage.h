@@ -26,6 +26,7 @@
 #include <vector>
 
 #include <tool/draw/canvas.h>
+#include <tool/figure/bone_heat.h>
 #include <tool/io/skeleton.h>
 #include <tool/io/textured_mesh.h>
 #include <tool/report/report.h>
@@ -40,9 +41,6 @@ struct Figure
     std::vector<Vector3> normals; ///< unit, outwards, parallel to `positions`
     std::vector<Triangle> triangles;
 };
-
-/// weight[v][b]: how far vertex v follows bone b; in [0, 1], a row sums to 1.
-using BoneWeights = std::vector<std::vector<double>>;
 
 /// What the user asked for; empty paths stand for the models that come with the program.
 struct TourOptions
@@ -89,5 +87,6 @@ struct TourContext
 void meshFunctionStage(TourContext& tour);
 void skeletonStage(TourContext& tour);
 void fieldStage(TourContext& tour);
+void heatStage(TourContext& tour);
 
 } // namespace tool

@@ -4,8 +4,10 @@
 #include <cmath>
 #include <filesystem>
 
+#include <tool/draw/renderer.h>
 #include <tool/io/files.h>
 #include <tool/io/obj_reader.h>
+#include <tool/io/weights.h>
 #include <tool/models/models.h>
 #include <tool/support/user_error.h>
 
@@ -23,6 +25,7 @@ constexpr Stage kStages[] = {
     {"mesh function", meshFunctionStage},
     {"skeleton", skeletonStage},
     {"fields", fieldStage},
+    {"bone weights", heatStage},
 };
 
 constexpr double kLargestCoordinate = 1e100; // squares and cubes of it are still numbers
@@ -63,10 +66,19 @@ void readInput(TourContext& tour)
         if (!tour.skeletonIsBundled) {
             tour.figure.positions = tour.mesh.positions;
             tour.figure.triangles = tour.mesh.triangles;
+            tour.figure.normals = vertexNormals(tour.figure.positions, tour.figure.triangles);
         } else if (!tour.mesh.hasTexture()) {
             throw UserError(options.meshFile, "this mesh has no texture coordinates (no vt lines)",
                             "Unwrap it in a modelling program and export it again, or add --skeleton to pose it");
         }
+    }
+    if (!options.weightsFile.empty()) {
+        if (tour.figure.positions.empty()) {
+            throw UserError(options.weightsFile, "weights need the mesh and the bones they are for",
+                            "Add --mesh and --skeleton");
+        }
+        tour.givenWeights = parseDmat(readFile(options.weightsFile), options.weightsFile, tour.figure.positions.size(),
+                                      tour.skeleton.bones.size());
     }
     if (!tour.mesh.hasTexture()) {
         tour.mesh = parseObj(bundledKoiObj(), "koi.obj");

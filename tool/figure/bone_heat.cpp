@@ -1,0 +1,234 @@
+#include <tool/figure/bone_heat.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <map>
+
+#include <sinew/core/vector_geometry.h>
+#include <sinew/sparse/llt_matrix.h>
+#include <sinew/sparse/spd_matrix.h>
+
+#include <tool/tour/mesh_pieces.h>
+
+namespace tool {
+namespace {
+
+constexpr double kEquallyNear = 1e-4; // relative difference of distances that still shares the heat
+constexpr double kClosest = 1e-3;     // of the surface's size: how near a bone may come before its heat stops rising
+
+double secondsSince(std::chrono::steady_clock::time_point start)
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+class HeatProblem
+{
+public:
+    HeatProblem(std::vector<Vector3> const& positions, std::vector<Triangle> const& triangles, Skeleton const& skeleton)
+        : positions_(positions), skeleton_(skeleton)
+    {
+        joinVertices();
+        addTriangles(triangles);
+        findNearestBones();
+    }
+
+    BoneHeat solve()
+    {
+        SPDMatrix const matrix = assemble();
+        auto const started = std::chrono::steady_clock::now();
+        LLTMatrix const factor = matrix.factor();
+        result_.factorSeconds = secondsSince(started);
+        for (auto const& row : factor.rows) result_.factorEntries += row.size() + 1;
+        if (factor.rows.size() == places_.size()) solveBones(matrix, factor);
+        return std::move(result_);
+    }
+
+private:
+    void joinVertices()
+    {
+        std::map<std::array<double, 3>, int> at;
+        for (Vector3 const& p : positions_) {
+            auto const [found, isNew] =
+                at.emplace(std::array<double, 3>{p.x, p.y, p.z}, static_cast<int>(places_.size()));
+            if (isNew) places_.push_back(p);
+            placeOf_.push_back(found->second);
+        }
+        result_.joined = positions_.size() - places_.size();
+        result_.unknowns = places_.size();
+        areas_.assign(places_.size(), 0);
+    }
+
+    void addTriangles(std::vector<Triangle> const& triangles)
+    {
+        std::vector<int> facets;
+        for (Triangle const& t : triangles) {
+            int corner[3];
+            for (std::size_t k = 0; k < 3; ++k) corner[k] = placeOf_[static_cast<std::size_t>(t[k])];
+            facets.insert(facets.end(), corner, corner + 3);
+            addTriangle(corner);
+        }
+        pieceOfTriangle(facets, places_.size(), result_.pieces);
+        for (auto& [edge, weight] : edges_) {
+            if (weight < 0) ++result_.raisedEdges;
+            weight = std::max(weight, 0.0);
+        }
+    }
+
+    void addTriangle(int const (&corner)[3])
+    {
+        Vector3 const p[3] = {place(corner[0]), place(corner[1]), place(corner[2])};
+        double const twiceArea = cross(p[1] - p[0], p[2] - p[0]).length();
+        if (!(twiceArea > 0)) return; // a triangle without area conducts nothing
+        for (int k = 0; k < 3; ++k) {
+            int const i = corner[(k + 1) % 3], j = corner[(k + 2) % 3];
+            Vector3 const a = p[(k + 1) % 3] - p[k], b = p[(k + 2) % 3] - p[k];
+            edges_[{std::max(i, j), std::min(i, j)}] += 0.5 * (a * b) / twiceArea; // half the cotangent at corner k
+            areas_[static_cast<std::size_t>(corner[k])] += twiceArea / 6;
+        }
+    }
+
+    Vector3 const& place(int i) const { return places_[static_cast<std::size_t>(i)]; }
+
+    void findNearestBones()
+    {
+        Vector3 low = places_.empty() ? Vector3() : places_[0], high = low;
+        for (Vector3 const& p : places_) {
+            for (int k = 0; k < 3; ++k) {
+                low[k] = std::min(low[k], p[k]);
+                high[k] = std::max(high[k], p[k]);
+            }
+        }
+        double const closest = std::max(kClosest * dist(low, high), 1e-300);
+        for (Vector3 const& p : places_) {
+            std::vector<double> distances;
+            for (auto const& [a, b] : skeleton_.bones) {
+                distances.push_back(
+                    std::sqrt(distSqToLineSegment(p, skeleton_.joints[static_cast<std::size_t>(a)],
+                                                  skeleton_.joints[static_cast<std::size_t>(b)], nullptr)));
+            }
+            double const least = *std::min_element(distances.begin(), distances.end());
+            nearest_.emplace_back();
+            for (std::size_t b = 0; b < distances.size(); ++b) {
+                if (distances[b] <= least * (1 + kEquallyNear)) nearest_.back().push_back(static_cast<int>(b));
+            }
+            double const d = std::max(least, closest);
+            heat_.push_back(1 / (d * d));
+        }
+    }
+
+    /// L + A H. A vertex without area has no neighbours either; a unit diagonal gives it its nearest bone.
+    SPDMatrix assemble()
+    {
+        std::vector<double> diagonal(places_.size(), 0);
+        SPDMatrix matrix;
+        matrix.rows.resize(places_.size());
+        for (auto const& [edge, weight] : edges_) {
+            if (weight == 0) continue;
+            std::size_t const i = static_cast<std::size_t>(edge.first), j = static_cast<std::size_t>(edge.second);
+            matrix.rows[i].emplace_back(edge.second, -weight);
+            diagonal[i] += weight;
+            diagonal[j] += weight;
+        }
+        for (std::size_t i = 0; i < places_.size(); ++i) {
+            if (areas_[i] > 0) {
+                source_.push_back(areas_[i] * heat_[i]);
+            } else {
+                source_.push_back(1);
+                ++result_.withoutArea;
+            }
+            matrix.rows[i].emplace_back(static_cast<int>(i), diagonal[i] + source_[i]);
+            result_.matrixEntries += matrix.rows[i].size();
+        }
+        return matrix;
+    }
+
+    void solveBones(SPDMatrix const& matrix, LLTMatrix const& factor)
+    {
+        std::size_t const bones = skeleton_.bones.size();
+        BoneWeights raw(places_.size(), std::vector<double>(bones, 0));
+        for (std::size_t b = 0; b < bones; ++b) {
+            std::vector<double> const right = rightSide(static_cast<int>(b));
+            std::vector<double> x = right;
+            auto const started = std::chrono::steady_clock::now();
+            factor.solve(x);
+            result_.solveSeconds += secondsSince(started);
+            noteResidual(matrix, x, right);
+            for (std::size_t i = 0; i < x.size(); ++i) raw[i][b] = x[i];
+        }
+        measure(raw);
+        for (auto& row : raw) {
+            double sum = 0;
+            for (double& w : row) sum += w = std::clamp(w, 0.0, 1.0);
+            for (double& w : row) w /= sum;
+        }
+        for (int const i : placeOf_) result_.weights.push_back(raw[static_cast<std::size_t>(i)]);
+    }
+
+    std::vector<double> rightSide(int bone) const
+    {
+        std::vector<double> right(places_.size(), 0);
+        for (std::size_t i = 0; i < right.size(); ++i) {
+            auto const& near = nearest_[i];
+            if (std::find(near.begin(), near.end(), bone) != near.end()) {
+                right[i] = source_[i] / static_cast<double>(near.size());
+            }
+        }
+        return right;
+    }
+
+    void noteResidual(SPDMatrix const& matrix, std::vector<double> const& x, std::vector<double> const& right)
+    {
+        std::vector<double> difference = right;
+        double scale = 0;
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            scale = std::max(scale, std::fabs(right[i]));
+            for (auto const& [column, value] : matrix.rows[i]) {
+                std::size_t const j = static_cast<std::size_t>(column);
+                difference[i] -= value * x[j];
+                if (j != i) difference[j] -= value * x[i];
+            }
+        }
+        if (scale == 0) return; // a bone that is nearest to nothing heats nothing
+        for (double const d : difference)
+            result_.largestResidual = std::max(result_.largestResidual, std::fabs(d) / scale);
+    }
+
+    void measure(BoneWeights const& raw)
+    {
+        result_.lowest = std::numeric_limits<double>::infinity();
+        result_.highest = -result_.lowest;
+        for (auto const& row : raw) {
+            double sum = 0;
+            for (double const w : row) {
+                sum += w;
+                result_.lowest = std::min(result_.lowest, w);
+                result_.highest = std::max(result_.highest, w);
+            }
+            result_.largestSumError = std::max(result_.largestSumError, std::fabs(sum - 1));
+        }
+    }
+
+    std::vector<Vector3> const& positions_;
+    Skeleton const& skeleton_;
+    std::vector<Vector3> places_;                 ///< the distinct positions: the unknowns
+    std::vector<int> placeOf_;                    ///< of every vertex
+    std::vector<double> areas_;                   ///< a third of the triangles around each place
+    std::map<std::pair<int, int>, double> edges_; ///< (larger, smaller place): cotangent weight
+    std::vector<std::vector<int>> nearest_;       ///< bones nearest to each place
+    std::vector<double> heat_;                    ///< one over the squared distance to them
+    std::vector<double> source_;                  ///< area times heat
+    BoneHeat result_;
+};
+
+} // namespace
+
+BoneHeat boneHeat(std::vector<Vector3> const& positions, std::vector<Triangle> const& triangles,
+                  Skeleton const& skeleton)
+{
+    return HeatProblem(positions, triangles, skeleton).solve();
+}
+
+} // namespace tool
