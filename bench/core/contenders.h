@@ -56,24 +56,6 @@ void contender(std::string const& name, std::vector<In> in, Function f, Agrees a
     benchmark::RegisterBenchmark(name.c_str(), run);
 }
 
-/// `f` behind a call that is not inlined: what a plain form needs where the library's function lies in its own source
-/// too.
-template <typename Function>
-struct OutOfLine
-{
-    Function f;
-    template <typename In>
-    [[gnu::noinline]] auto operator()(In const& in) const
-    {
-        return f(in);
-    }
-};
-template <typename Function>
-OutOfLine<Function> outOfLine(Function f)
-{
-    return {f};
-}
-
 /// Registers a case of ours with its plain form, which must give the same bits.
 template <typename In, typename Ours, typename Plain>
 void againstPlain(std::string const& name, std::vector<In> const& in, Ours ours, Plain plainForm)

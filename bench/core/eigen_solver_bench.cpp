@@ -54,10 +54,14 @@ Eigensystem solve(Matrix3 const& m)
     return e;
 }
 
+auto* volatile plainJacobi = plain::jacobiMethod; // behind a call, as ours is
+
 Eigensystem solvePlainly(Matrix3 const& m)
 {
     Eigensystem e;
-    plain::jacobiMethod(m, e.values, e.vectors);
+    Vector3 vectors[3];
+    plainJacobi(m, e.values, vectors);
+    std::copy(vectors, vectors + 3, e.vectors);
     return e;
 }
 
@@ -106,7 +110,7 @@ void addCase(std::string const& name, Make make)
         return sameBits(e, solvePlainly(matrices[i]));
     };
     contender(name + "/sinew", matrices, solve, agrees);
-    contender(name + "/plain", matrices, bench::outOfLine(solvePlainly), agrees);
+    contender(name + "/plain", matrices, solvePlainly, agrees);
     auto const fitsInput = [matrices](Eigensystem const& e, std::size_t i) {
         return fits(e, matrices[i], matrices[i].column(0).length() + matrices[i].column(1).length());
     };
