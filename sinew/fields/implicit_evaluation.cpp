@@ -42,8 +42,13 @@ double Implicit::evaluate(Vector3 const& p) const
 
 Vector3 Implicit::getGradient(Vector3 const& p) const
 {
+    // Not taken apart like the value: three chains of sums already keep the processor as busy as the roots do.
+    RadialTerms const terms = radialTerms(*this);
     Vector3 sum = linearTerm;
-    implicitKernels(widestVectors()).gradient(radialTerms(*this), p, &sum);
+    for (std::size_t i = 0; i < terms.n; ++i) {
+        Vector3 const d = p - terms.centres[i];
+        sum += terms.coefficients[i] * 3.0 * d.length() * d;
+    }
     return sum;
 }
 

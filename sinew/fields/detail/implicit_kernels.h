@@ -30,7 +30,6 @@ struct PointLanes
 struct ImplicitKernels
 {
     void (*evaluate)(RadialTerms const& terms, Vector3 const& p, double* sum);
-    void (*gradient)(RadialTerms const& terms, Vector3 const& p, Vector3* sum);
     void (*evaluateLanes)(RadialTerms const& terms, PointLanes const& p, double* sums);
     void (*gradientLanes)(RadialTerms const& terms, PointLanes const& p, PointLanes* sums);
 };

@@ -2,6 +2,7 @@
 
 /// A mask of texels read whole words at a time.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -46,62 +47,66 @@ inline std::uint64_t lowBits(std::size_t count)
 #define SINEW_MASK_HAS_WORDS 0
 #endif
 
-/// A view of a mask; valid while the mask is neither changed nor destroyed.
+/// A view of a mask; valid while the mask is neither changed nor destroyed. Ranges lie inside the mask.
 class MaskBits
 {
 public:
+#if SINEW_MASK_HAS_WORDS
+    explicit MaskBits(std::vector<bool> const& mask) : words_(mask.begin()._M_p) {}
+#else
     explicit MaskBits(std::vector<bool> const& mask) : mask_(mask) {}
+#endif
 
-    /// Bits first .. first + count - 1 of the mask as the lowest bits of a word; count in 1..64, all inside the mask.
+    /// Bits first .. first + count - 1 of the mask as the lowest bits of a word; count in 1..64.
     std::uint64_t read(std::size_t first, std::size_t count) const
     {
-#if SINEW_MASK_HAS_WORDS
-        unsigned long const* const words = mask_.begin()._M_p + first / 64;
         std::size_t const shift = first % 64;
-        std::uint64_t bits = words[0] >> shift;
-        if (shift + count > 64) bits |= static_cast<std::uint64_t>(words[1]) << (64 - shift);
+        std::uint64_t bits = word(first / 64) >> shift;
+        if (shift + count > 64) bits |= word(first / 64 + 1) << (64 - shift);
         return bits & lowBits(count);
-#else
-        std::uint64_t bits = 0;
-        for (std::size_t i = 0; i < count; ++i) bits |= static_cast<std::uint64_t>(mask_[first + i]) << i;
-        return bits;
-#endif
     }
 
     /// Index of the first set bit in [begin, end), or `end`.
     std::size_t firstSet(std::size_t begin, std::size_t end) const
     {
-        for (std::size_t i = begin; i < end;) {
-            std::size_t const count = toBoundary(i, end);
-            std::uint64_t const bits = read(i, count);
-            if (bits) return i + lowestBit(bits);
-            i += count;
-        }
-        return end;
+        if (begin >= end) return end;
+        std::size_t const last = (end - 1) / 64;
+        std::size_t w = begin / 64;
+        std::uint64_t bits = word(w) & ~lowBits(begin % 64);
+        while (!bits && w < last) bits = word(++w);
+        return bits ? std::min(64 * w + lowestBit(bits), end) : end;
     }
 
     /// One beyond the last set bit in [begin, end), or `begin`.
     std::size_t lastSetEnd(std::size_t begin, std::size_t end) const
     {
-        for (std::size_t i = end; i > begin;) {
-            std::size_t const wordBegin = (i - 1) / 64 * 64;
-            std::size_t const first = wordBegin < begin ? begin : wordBegin;
-            std::uint64_t const bits = read(first, i - first);
-            if (bits) return first + highestBit(bits) + 1;
-            i = first;
-        }
-        return begin;
+        if (begin >= end) return begin;
+        std::size_t const first = begin / 64;
+        std::size_t w = (end - 1) / 64;
+        std::uint64_t bits = word(w) & lowBits(end - 64 * w);
+        while (!bits && w > first) bits = word(--w);
+        return bits ? std::max(64 * w + highestBit(bits) + 1, begin) : begin;
     }
 
 private:
-    // Number of bits from i to the end of its word, or to `end`.
-    static std::size_t toBoundary(std::size_t i, std::size_t end)
+    // Bits 64 w .. 64 w + 63. Those beyond the mask may hold anything; every reader cuts them off.
+    std::uint64_t word(std::size_t w) const
     {
-        std::size_t const wordEnd = i / 64 * 64 + 64;
-        return (wordEnd < end ? wordEnd : end) - i;
+#if SINEW_MASK_HAS_WORDS
+        return words_[w];
+#else
+        std::uint64_t bits = 0;
+        std::size_t const count = std::min<std::size_t>(64, mask_.size() - 64 * w);
+        for (std::size_t i = 0; i < count; ++i) bits |= static_cast<std::uint64_t>(mask_[64 * w + i]) << i;
+        return bits;
+#endif
     }
 
+#if SINEW_MASK_HAS_WORDS
+    unsigned long const* words_;
+#else
     std::vector<bool> const& mask_;
+#endif
 };
 
 #undef SINEW_MASK_HAS_WORDS

@@ -1,0 +1,196 @@
+// Implicit functions: the fit against its plain elimination and Eigen's LU (as a solver and as an inverse), and
+// evaluation against the plain loop.
+
+#include <map>
+#include <string>
+
+#include <benchmark/benchmark.h>
+
+#ifdef SINEW_BENCH_EIGEN
+#include <Eigen/Dense>
+#endif
+
+#include <sinew/fields/implicit.h>
+
+#include "fields/plain_implicit.h"
+#include "support/bits.h"
+#include "support/random.h"
+
+namespace {
+
+using Input = std::vector<std::pair<Vector3, double>>;
+
+Input const& input(int count)
+{
+    static std::map<int, Input> inputs;
+    Input& result = inputs[count];
+    test::Random random(1);
+    while (result.size() < static_cast<std::size_t>(count)) {
+        Vector3 const point = random.point();
+        result.emplace_back(point, random.uniform());
+    }
+    return result;
+}
+
+Implicit const& field(int count)
+{
+    static std::map<int, Implicit> fields;
+    return fields.try_emplace(count, input(count)).first->second;
+}
+
+// ---- the fit ----
+
+void fitSinew(benchmark::State& state, int count)
+{
+    Implicit const ours(input(count));
+    plain::Implicit const expected(input(count));
+    if (!test::sameBits(ours.coefficients, expected.coefficients) ||
+        !test::sameBits(ours.constantTerm, expected.constantTerm) ||
+        !test::sameBits(ours.linearTerm, expected.linearTerm)) {
+        state.SkipWithError("the fit differs from the plain elimination");
+    }
+    for (auto _ : state) benchmark::DoNotOptimize(Implicit(input(count)));
+}
+
+void fitPlain(benchmark::State& state, int count)
+{
+    for (auto _ : state) benchmark::DoNotOptimize(plain::Implicit(input(count)));
+}
+
+#ifdef SINEW_BENCH_EIGEN
+enum class EigenRoad
+{
+    solve,
+    inverse
+};
+
+Eigen::VectorXd eigenFit(Input const& samples, EigenRoad road)
+{
+    Eigen::Index const n = static_cast<Eigen::Index>(samples.size());
+    Eigen::MatrixXd system = Eigen::MatrixXd::Zero(n + 4, n + 4);
+    Eigen::VectorXd rightSide = Eigen::VectorXd::Zero(n + 4);
+    for (Eigen::Index i = 0; i < n; ++i) {
+        auto const& [x, value] = samples[static_cast<std::size_t>(i)];
+        for (Eigen::Index j = 0; j < i; ++j) {
+            double const square = distSq(x, samples[static_cast<std::size_t>(j)].first);
+            system(i, j) = system(j, i) = square * std::sqrt(square);
+        }
+        system(n, i) = system(i, n) = 1;
+        system(n + 1, i) = system(i, n + 1) = x.x;
+        system(n + 2, i) = system(i, n + 2) = x.y;
+        system(n + 3, i) = system(i, n + 3) = x.z;
+        rightSide(i) = value;
+    }
+    if (road == EigenRoad::solve) return system.partialPivLu().solve(rightSide);
+    return system.partialPivLu().inverse() * rightSide;
+}
+
+void fitEigen(benchmark::State& state, int count, EigenRoad road)
+{
+    Eigen::VectorXd const theirs = eigenFit(input(count), road);
+    std::vector<double> const& ours = field(count).coefficients;
+    for (std::size_t i = 0; i < ours.size(); ++i) {
+        double const difference = theirs(static_cast<Eigen::Index>(i)) - ours[i];
+        if (!(std::fabs(difference) <= 1e-6 * (1 + std::fabs(ours[i])))) state.SkipWithError("Eigen's fit differs");
+    }
+    for (auto _ : state) benchmark::DoNotOptimize(eigenFit(input(count), road));
+}
+#endif
+
+// ---- evaluation ----
+
+std::vector<Vector3> const& queries()
+{
+    static std::vector<Vector3> const points = test::Random(2).points(256);
+    return points;
+}
+
+template <typename Evaluate>
+void evaluation(benchmark::State& state, int count, Evaluate evaluate)
+{
+    Implicit const& f = field(count);
+    std::vector<double> values(queries().size());
+    evaluate(f, values);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (!test::sameBits(values[i], plain::Implicit::evaluate(f, queries()[i])))
+            state.SkipWithError("value differs");
+    }
+    for (auto _ : state) {
+        evaluate(f, values);
+        benchmark::DoNotOptimize(values.data());
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(values.size()));
+}
+
+template <typename Gradient>
+void gradients(benchmark::State& state, int count, Gradient gradient)
+{
+    Implicit const& f = field(count);
+    std::vector<Vector3> values(queries().size());
+    gradient(f, values);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (!test::sameBits(values[i], plain::Implicit::getGradient(f, queries()[i]))) {
+            state.SkipWithError("gradient differs");
+        }
+    }
+    for (auto _ : state) {
+        gradient(f, values);
+        benchmark::DoNotOptimize(values.data());
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(values.size()));
+}
+
+void registerFit(int count)
+{
+    std::string const name = "fit " + std::to_string(count) + " points/";
+    benchmark::RegisterBenchmark((name + "sinew").c_str(), fitSinew, count);
+    benchmark::RegisterBenchmark((name + "plain").c_str(), fitPlain, count);
+#ifdef SINEW_BENCH_EIGEN
+    benchmark::RegisterBenchmark((name + "Eigen LU solve").c_str(), fitEigen, count, EigenRoad::solve);
+    benchmark::RegisterBenchmark((name + "Eigen LU inverse").c_str(), fitEigen, count, EigenRoad::inverse);
+#endif
+}
+
+void registerEvaluation(int count)
+{
+    auto const one = [](Implicit const& f, std::vector<double>& values) {
+        for (std::size_t i = 0; i < values.size(); ++i) values[i] = f.evaluate(queries()[i]);
+    };
+    auto const many = [](Implicit const& f, std::vector<double>& values) {
+        sinew::evaluateMany(f, queries().data(), values.size(), values.data());
+    };
+    auto const plainly = [](Implicit const& f, std::vector<double>& values) {
+        for (std::size_t i = 0; i < values.size(); ++i) values[i] = plain::Implicit::evaluate(f, queries()[i]);
+    };
+    auto const oneGradient = [](Implicit const& f, std::vector<Vector3>& values) {
+        for (std::size_t i = 0; i < values.size(); ++i) values[i] = f.getGradient(queries()[i]);
+    };
+    auto const manyGradients = [](Implicit const& f, std::vector<Vector3>& values) {
+        sinew::gradientMany(f, queries().data(), values.size(), values.data());
+    };
+    auto const plainGradient = [](Implicit const& f, std::vector<Vector3>& values) {
+        for (std::size_t i = 0; i < values.size(); ++i) values[i] = plain::Implicit::getGradient(f, queries()[i]);
+    };
+    std::string const centres = std::to_string(count) + " centres";
+    auto const add = [&](std::string const& name, auto run, auto function) {
+        benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) { run(state, count, function); });
+    };
+    auto const values = [](benchmark::State& s, int n, auto f) { evaluation(s, n, f); };
+    auto const vectors = [](benchmark::State& s, int n, auto f) { gradients(s, n, f); };
+    add("evaluate, " + centres + "/sinew", values, one);
+    add("evaluate, " + centres + "/plain", values, plainly);
+    add("evaluateMany, " + centres + "/sinew", values, many);
+    add("evaluateMany, " + centres + "/plain", values, plainly);
+    add("getGradient, " + centres + "/sinew", vectors, oneGradient);
+    add("getGradient, " + centres + "/plain", vectors, plainGradient);
+    add("gradientMany, " + centres + "/sinew", vectors, manyGradients);
+    add("gradientMany, " + centres + "/plain", vectors, plainGradient);
+}
+
+bool const kRegistered = [] {
+    for (int count : {20, 100, 500, 1500}) registerFit(count);
+    for (int count : {20, 100, 1000}) registerEvaluation(count);
+    return true;
+}();
+
+} // namespace

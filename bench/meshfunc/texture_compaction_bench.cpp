@@ -1,0 +1,131 @@
+// Texture compaction on a texture of 4096 x 4096 texels, against the texel-by-texel definitions.
+
+#include <functional>
+#include <map>
+#include <string>
+
+#include <benchmark/benchmark.h>
+
+#include <sinew/meshfunc/texture_compaction.h>
+
+#include "meshfunc/plain_texture_compaction.h"
+#include "support/random.h"
+
+namespace {
+
+int const kSize = 4096;
+
+// What an atlas looks like: blobs of used texels with empty space between, here inside [low, high) of each axis.
+std::vector<bool> const& atlas(int low, int high)
+{
+    static std::map<std::pair<int, int>, std::vector<bool>> masks;
+    std::vector<bool>& mask = masks[{low, high}];
+    if (!mask.empty()) return mask;
+    mask.resize(static_cast<std::size_t>(kSize) * kSize);
+    test::Random random(7);
+    for (int blob = 0; blob < 40; ++blob) {
+        int const w = 1 + random.below((high - low) / 16), h = 1 + random.below((high - low) / 16);
+        int const x0 = low + random.below(high - low - w), y0 = low + random.below(high - low - h);
+        for (int y = y0; y < y0 + h; ++y) {
+            for (int x = x0; x < x0 + w; ++x)
+                mask[static_cast<std::size_t>(y) * kSize + static_cast<std::size_t>(x)] = true;
+        }
+    }
+    return mask;
+}
+
+struct Rect
+{
+    double minX, minY, maxX, maxY;
+};
+
+// Rectangles of up to `size` texels, mostly over empty space: a used texel ends the search at once for everybody.
+std::vector<Rect> rectangles(EmptyRectTester const& tester, int size, bool onlyEmpty)
+{
+    test::Random random(8);
+    std::vector<Rect> result;
+    while (result.size() < 2048) {
+        double const x = random.uniform(0, 1), y = random.uniform(0, 1);
+        Rect const r{x, y, x + random.uniform(0, size) / kSize, y + random.uniform(0, size) / kSize};
+        if (!onlyEmpty || tester.isRectEmpty(r.minX, r.minY, r.maxX, r.maxY)) result.push_back(r);
+    }
+    return result;
+}
+
+void rectEmpty(benchmark::State& state, int size, bool onlyEmpty, bool plainly)
+{
+    static EmptyRectTester const tester(atlas(0, kSize), kSize, kSize);
+    std::vector<Rect> const rects = rectangles(tester, size, onlyEmpty);
+    auto const plain = [](Rect const& r) {
+        return plain::isRectEmpty(tester.emptyTexels, kSize, kSize, r.minX, r.minY, r.maxX, r.maxY);
+    };
+    auto const ours = [](Rect const& r) { return tester.isRectEmpty(r.minX, r.minY, r.maxX, r.maxY); };
+    for (Rect const& r : rects) {
+        if (ours(r) != plain(r)) state.SkipWithError("an answer differs");
+    }
+    for (auto _ : state) {
+        int empty = 0;
+        if (plainly) {
+            for (Rect const& r : rects) empty += plain(r);
+        } else {
+            for (Rect const& r : rects) empty += ours(r);
+        }
+        benchmark::DoNotOptimize(empty);
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(rects.size()));
+}
+
+void optimize(benchmark::State& state, int low, int high, bool plainly)
+{
+    std::vector<bool> const& mask = atlas(low, high);
+    TextureOptimizer const ours(mask, kSize, kSize);
+    plain::Optimized const expected = plain::optimize(mask, kSize, kSize);
+    if (ours.newWidth != expected.newWidth || ours.newHeight != expected.newHeight ||
+        ours.motions.size() != expected.motions.size()) {
+        state.SkipWithError("the new texture differs");
+    }
+    for (auto _ : state) {
+        if (plainly) {
+            benchmark::DoNotOptimize(plain::optimize(mask, kSize, kSize));
+        } else {
+            benchmark::DoNotOptimize(TextureOptimizer(mask, kSize, kSize));
+        }
+    }
+}
+
+// What a tester holds by its definition: one int a texel.
+void buildPlainly(benchmark::State& state)
+{
+    std::vector<bool> const& mask = atlas(0, kSize);
+    for (auto _ : state) {
+        std::vector<int> emptyTexels(mask.size());
+        for (std::size_t i = 0; i < mask.size(); ++i) emptyTexels[i] = 1 - mask[i];
+        benchmark::DoNotOptimize(emptyTexels.data());
+    }
+}
+
+void build(benchmark::State& state)
+{
+    for (auto _ : state) benchmark::DoNotOptimize(EmptyRectTester(atlas(0, kSize), kSize, kSize));
+}
+
+void registerPair(std::string const& name, std::function<void(benchmark::State&, bool)> const& run)
+{
+    benchmark::RegisterBenchmark((name + "/sinew").c_str(), [run](benchmark::State& state) { run(state, false); });
+    benchmark::RegisterBenchmark((name + "/plain").c_str(), [run](benchmark::State& state) { run(state, true); });
+}
+
+bool const kRegistered = [] {
+    for (int size : {4, 32, 400}) {
+        std::string const texels = "isRectEmpty, up to " + std::to_string(size) + " texels";
+        registerPair(texels + ", anywhere", [=](benchmark::State& s, bool p) { rectEmpty(s, size, false, p); });
+        registerPair(texels + ", empty", [=](benchmark::State& s, bool p) { rectEmpty(s, size, true, p); });
+    }
+    registerPair("optimize, quarter used", [](benchmark::State& s, bool p) { optimize(s, 1024, 2048, p); });
+    registerPair("optimize, all used", [](benchmark::State& s, bool p) { optimize(s, 0, kSize, p); });
+    benchmark::RegisterBenchmark("EmptyRectTester/sinew", build);
+    benchmark::RegisterBenchmark("EmptyRectTester/plain", buildPlainly);
+    return true;
+}();
+
+} // namespace
