@@ -33,15 +33,12 @@ public:
     SINEW_API bool evaluate(double x, double* w, double* dw, double* d2w) const;
 };
 
-/// Maximum of `a` and `b`, blended over |a - b| <= h so that it has two continuous derivatives; never below the
-/// maximum.
+/// Maximum of `a` and `b`, blended over |a - b| <= h to have two continuous derivatives; never below the maximum.
 ///
-/// It is exactly the larger number where they differ by more than `h`, and exceeds the common value by 3 h / 16 where
-/// they are equal.
+/// Exactly the larger number where they differ by more than `h`; 3 h / 16 above both where they are equal.
 ///
-/// @param h     width of the blend, in the unit of a and b. Below 1e-13 there is none: the plain maximum, with steps
-/// for
-///              derivatives.
+/// @param h     width of the blend, in the unit of a and b. Below 1e-13 there is none: the plain maximum, whose
+///              derivatives are steps.
 /// @param grad  receives the derivatives by a, b and h (3 entries); may be null.
 /// @param hess  receives 6 entries: by aa, ab, bb, hh, then ah and bh; may be null. The last two are the mixed
 ///              derivatives divided by h once more. Code that chains them, `updateSmoothDist` first, relies on that.
@@ -54,10 +51,9 @@ SINEW_API double smoothMax(double a, double b, double h, double* grad, double* h
 ///
 /// @param d     squared distance from the query `x` to the point `y`.
 /// @param acc   the running minimum, replaced.
-/// @param h     blend width, a squared length. Where acc or d is below it, the smaller of them is taken instead, so
-/// that the
-///              minimum of non-negative numbers never goes below zero; the derivatives allow for that width depending
-///              on one of the numbers, the second ones only in part.
+/// @param h     blend width, a squared length. Where acc or d is below it, the smaller of them is the width, so that
+///              non-negative numbers never blend to less than zero. The derivatives allow for that width depending on
+///              one of the numbers, the second ones only in part; where the two are equal the gradient jumps a little.
 /// @param grad  running gradient by `x`, replaced; may be null.
 /// @param hess  running Hessian by `x`, replaced; may be null. It reads the incoming gradient: without `grad` that
 ///              counts as zero.
@@ -78,7 +74,9 @@ SINEW_API void updateSmoothDist(double d, Vector3 const& x, Vector3 const& y, do
 /// Segments blend one after another, so every one of them within reach lowers the minimum a little more. From 20
 /// vertices on every tenth vertex is folded in first, as a point, the segments after it are not, and runs of segments
 /// too far away to matter are skipped: the field of 20 vertices differs slightly from that of 19.
-/// Squared distances from 1e13 on do not lower the minimum, which starts there. NaN input gives NaN or the start.
+/// With `h` below 1e-13 the gradient is zero where segments are exactly equally near, as around the outside of a
+/// vertex. Squared distances from 1e13 on do not lower the minimum, which starts there. NaN input gives NaN or the
+/// start.
 ///
 /// Linear cost in the number of vertices. For many points use `sinew::smoothDistMany`.
 SINEW_API void smoothDistToPolyline(std::vector<Vector3> polyline, Vector3 const& q, double h, double* dist,
