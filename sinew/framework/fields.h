@@ -43,7 +43,9 @@ SINEW_API std::string getSingularName(std::string const& name);
 template <typename T>
 class SimpleTypeHandler
 {
-    static_assert(std::is_arithmetic_v<T>, "derive the type from Serializable or specialise SimpleTypeHandler for it");
+    static_assert(std::is_arithmetic_v<T>,
+                  "derive the type from Serializable or specialise SimpleTypeHandler for it; "
+                  "for Vector3 and tzNM::vect2<double> include <sinew/meshfunc/type_handlers.h>");
 
 public:
     SINEW_API static void save(T const& value, OutTag& tag);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <sinew/meshfunc/mesh_function_2d.h>
@@ -46,11 +47,11 @@ inline std::string pack(MeshFunction2D const& f)
     return text;
 }
 
-/// Fills the four vectors; returns what is wrong with the text, or nothing.
+/// Fills the four vectors from a text that outlives it; returns what is wrong with the text, or nothing.
 class Unpacker
 {
 public:
-    explicit Unpacker(std::string text) : text_(std::move(text)) {}
+    explicit Unpacker(std::string_view text) : text_(text) {}
 
     std::string unpack(MeshFunction2D& f)
     {
@@ -93,7 +94,7 @@ private:
         return (c0 + 64 * c1 + 4096 * c2 + 262144 * c3 - 16777215) * 9.5367431640625e-7 - 2.0;
     }
 
-    std::string text_;
+    std::string_view text_;
     std::size_t at_ = 1;
 };
 

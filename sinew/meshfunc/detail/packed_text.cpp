@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 // Numbers are handled in blocks: one loop without branches turns a block into words of four characters, which the
 // compiler does for several numbers at once, and a second one lays the words out. A number too large for 32 bits is
@@ -58,57 +59,72 @@ Word wordOfAnyReal(double x)
     return spread(static_cast<Word>(fits ? static_cast<std::int64_t>(steps) : 0));
 }
 
-// Clamped to 32 bits, so that the conversion is defined; `clamped` tells whether that may have changed anything.
-Word wordOfReal(double x, std::int32_t& clamped)
+// 2^52 and its bits: a double in [2^52, 2^52 + 2^24) has an integer below 2^24 in its low bits and these above it.
+constexpr double kBias = 4503599627370496.0;
+constexpr std::uint64_t kBiasBits = 0x4330000000000000;
+
+// The bits of 2^52 + (steps, truncated), if those are in [0, 2^24). Otherwise the bits above the low 24 come out
+// different from those of 2^52. The processor adds, compares and subtracts several doubles at once, but cannot convert
+// them so without a compare more for what does not fit.
+std::uint64_t biasedBits(double x)
 {
-    constexpr double kLow = -2147483648.0;
-    constexpr double kHigh = 2147483647.0;
     double const steps = inSteps(x);
-    double const above = steps > kLow ? steps : kLow; // NaN becomes kLow
-    double const inside = above < kHigh ? above : kHigh;
-    auto const q = static_cast<std::int32_t>(inside);
-    clamped |= static_cast<std::int32_t>(q == INT32_MIN) | static_cast<std::int32_t>(q == INT32_MAX);
-    return spread(static_cast<Word>(q));
+    double const rounded = steps + kBias; // to the nearest integer, so half the time to the one above
+    double const truncated = rounded - (rounded - kBias > steps ? 1.0 : 0.0);
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &truncated, sizeof bits);
+    return bits;
 }
 
 // `count` <= kBlock words.
 template <typename Real>
 void realsToWords(Real const* numbers, std::size_t count, Word* words)
 {
-    std::int32_t clamped = 0;
-    for (std::size_t i = 0; i < count; ++i) words[i] = wordOfReal(numbers[i], clamped);
-    if (!clamped) return;
+    std::uint64_t unlike = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint64_t const bits = biasedBits(numbers[i]);
+        unlike |= bits ^ kBiasBits;
+        words[i] = spread(static_cast<Word>(bits));
+    }
+    if (unlike >> 24 == 0) return;
     for (std::size_t i = 0; i < count; ++i) words[i] = wordOfAnyReal(numbers[i]);
 }
 
 // `count` <= kBlock / 2 points, two words each.
 void pointsToWords(Point const* points, std::size_t count, Word* words)
 {
-    std::int32_t clamped = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        words[2 * i] = wordOfReal(points[i].x, clamped);
-        words[2 * i + 1] = wordOfReal(points[i].y, clamped);
-    }
-    if (!clamped) return;
-    for (std::size_t i = 0; i < count; ++i) {
-        words[2 * i] = wordOfAnyReal(points[i].x);
-        words[2 * i + 1] = wordOfAnyReal(points[i].y);
-    }
+    static_assert(std::is_standard_layout_v<Point> && sizeof(Point) == 2 * sizeof(double));
+    realsToWords(&points->x, 2 * count, words); // x and y of all points are consecutive doubles
 }
 
-// Byte by byte in the text's order, whatever the processor's; compilers make one store or load of it.
-template <typename Unsigned>
-char* storeBytes(Unsigned value, char* out, int bytes = sizeof(Unsigned))
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+constexpr bool kLowByteFirst = true;
+#else
+constexpr bool kLowByteFirst = false; // or not known: one byte at a time is right everywhere
+#endif
+
+// The lowest bytes of a number in the text's order, whatever the processor's.
+template <typename Unsigned, std::size_t bytes = sizeof(Unsigned)>
+char* storeBytes(Unsigned value, char* out)
 {
-    for (int i = 0; i < bytes; ++i) out[i] = static_cast<char>(static_cast<unsigned char>(value >> 8 * i));
+    if constexpr (kLowByteFirst) {
+        std::memcpy(out, &value, bytes);
+    } else {
+        for (std::size_t i = 0; i < bytes; ++i) out[i] = static_cast<char>(static_cast<unsigned char>(value >> 8 * i));
+    }
     return out + bytes;
 }
 
-template <typename Unsigned>
-Unsigned loadBytes(char const* in, int bytes = sizeof(Unsigned))
+template <typename Unsigned, std::size_t bytes = sizeof(Unsigned)>
+Unsigned loadBytes(char const* in)
 {
     Unsigned value = 0;
-    for (int i = 0; i < bytes; ++i) value |= static_cast<Unsigned>(static_cast<unsigned char>(in[i])) << 8 * i;
+    if constexpr (kLowByteFirst) {
+        std::memcpy(&value, in, bytes);
+    } else {
+        for (std::size_t i = 0; i < bytes; ++i)
+            value |= static_cast<Unsigned>(static_cast<unsigned char>(in[i])) << 8 * i;
+    }
     return value;
 }
 
@@ -136,7 +152,7 @@ char* packIntegers(int const* numbers, std::size_t count, char* out)
             out = storeBytes(a | b << 24 | c << 48, out);
             out = storeBytes(static_cast<Word>(c >> 16) | words[i + 3] << 8, out);
         }
-        for (; i < n; ++i) out = storeBytes(words[i], out, 3);
+        for (; i < n; ++i) out = storeBytes<Word, 3>(words[i], out);
     });
     return out;
 }
@@ -146,7 +162,9 @@ char* packReals(float const* numbers, std::size_t count, char* out)
     inBlocks(count, kBlock, [&](std::size_t first, std::size_t n) {
         Word words[kBlock];
         realsToWords(numbers + first, n, words);
-        for (std::size_t i = 0; i < n; ++i) out = storeBytes(words[i], out);
+        char* end = out;
+        for (std::size_t i = 0; i < n; ++i) end = storeBytes(words[i], end);
+        out = end;
     });
     return out;
 }
@@ -158,12 +176,14 @@ char* packVertices(Point const* params, Point const* values, std::size_t count, 
         Word valueWords[kBlock];
         pointsToWords(params + first, n, positionWords);
         pointsToWords(values + first, n, valueWords);
+        char* end = out;
         for (std::size_t i = 0; i < n; ++i) {
-            out = storeBytes(positionWords[2 * i], out);
-            out = storeBytes(positionWords[2 * i + 1], out);
-            out = storeBytes(valueWords[2 * i], out);
-            out = storeBytes(valueWords[2 * i + 1], out);
+            end = storeBytes(positionWords[2 * i], end);
+            end = storeBytes(positionWords[2 * i + 1], end);
+            end = storeBytes(valueWords[2 * i], end);
+            end = storeBytes(valueWords[2 * i + 1], end);
         }
+        out = end;
     });
     return out;
 }
@@ -181,7 +201,7 @@ char const* unpackIntegers(char const* in, std::size_t count, int* numbers)
             words[i + 2] = static_cast<Word>(low >> 48) | high << 16;
             words[i + 3] = high >> 8;
         }
-        for (; i < n; ++i, in += 3) words[i] = loadBytes<Word>(in, 3);
+        for (; i < n; ++i, in += 3) words[i] = loadBytes<Word, 3>(in);
         for (i = 0; i < n; ++i) numbers[first + i] = gather3(words[i]);
     });
     return in;
