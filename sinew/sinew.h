@@ -46,5 +46,8 @@
 #include <sinew/meshfunc/texture_compaction.h>
 #include <sinew/meshfunc/type_handlers.h>
 
+#include <sinew/sparse/diagnose.h>
 #include <sinew/sparse/llt_matrix.h>
+#include <sinew/sparse/solve_many.h>
 #include <sinew/sparse/spd_matrix.h>
+#include <sinew/sparse/symbolic_factor.h>

@@ -2,6 +2,8 @@
 
 #include <cstddef>
 
+#include <sinew/sparse/detail/substitution.h>
+
 void LLTMatrix::initMt()
 {
     // Counted first: every list is allocated once, at its exact size.
@@ -20,17 +22,10 @@ void LLTMatrix::initMt()
 bool LLTMatrix::solve(std::vector<double>& b) const
 {
     std::size_t const n = rows.size();
-    if (b.size() != n || Mt.size() != n || diag.size() != n || perm.size() != n) return false;
+    if (b.size() != n || !sinew::detail::hasConsistentSizes(*this)) return false;
     std::vector<double> y(n);
     for (std::size_t i = 0; i < n; ++i) y[perm[i]] = b[i];
-    for (std::size_t i = 0; i < n; ++i) {
-        for (auto const& [c, v] : rows[i]) y[i] -= y[c] * v;
-        y[i] /= diag[i];
-    }
-    for (std::size_t i = n; i-- > 0;) {
-        for (auto const& [r, v] : Mt[i]) y[i] -= y[r] * v;
-        y[i] /= diag[i];
-    }
+    sinew::detail::substitute<1>(*this, y.data());
     for (std::size_t i = 0; i < n; ++i) b[i] = y[perm[i]];
     return true;
 }

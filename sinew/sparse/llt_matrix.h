@@ -38,7 +38,8 @@ public:
     ///
     /// The forward sweep reads `rows`, the backward sweep reads `Mt`; each subtracts its products one by one in the
     /// order of the list and divides by the diagonal, so equal fields give equal bits. NaN and infinity propagate.
-    /// `perm` must hold each position once and every index in `rows` and `Mt` must be in [0, rows.size()).
-    /// Linear in the number of entries; allocates one vector of the size of `b`. Safe to call from several threads.
+    /// `perm` must hold each position once; indices in `rows` and `Mt` must be in [0, rows.size()), and none may be
+    /// that of its own list. Linear in the number of entries; allocates one vector of the size of `b`. Safe to call
+    /// from several threads.
     SINEW_API bool solve(std::vector<double>& b) const;
 };

@@ -154,8 +154,10 @@ TEST(LLTMatrix, SolvesWithWhateverItsFieldsHold)
         LLTMatrix factor = test::randomShape(random, 60).factor();
         int const n = static_cast<int>(factor.rows.size());
         for (int edit = 0; edit < 10; ++edit) {
-            auto& row = (random.oneIn(2) ? factor.rows : factor.Mt)[random.below(n)];
-            if (random.oneIn(3)) row.push_back({random.below(n), random.uniform()});
+            int const i = random.below(n);
+            int const other = random.below(n);
+            auto& row = (random.oneIn(2) ? factor.rows : factor.Mt)[i];
+            if (random.oneIn(3) && other != i) row.push_back({other, random.uniform()});
             if (!row.empty()) row[random.below(static_cast<int>(row.size()))].second = random.uniform();
             if (!row.empty()) std::swap(row.front(), row.back());
             factor.diag[random.below(n)] = random.uniform(0.5, 2.0);

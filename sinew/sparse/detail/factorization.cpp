@@ -33,9 +33,11 @@ Factorization::Factorization(SparseRows const& rows, std::vector<int> perm, Fact
     }
 }
 
-std::int64_t Factorization::valueCount() const
+std::int64_t Factorization::workBytes() const
 {
-    return sweep_ ? entryCount_ : panels_->valueCount;
+    std::int64_t const values = sweep_ ? entryCount_ : panels_->valueCount;
+    constexpr std::int64_t kPerRow = 5 * sizeof(double); // pivots, reciprocals and three lists of scratch, rounded up
+    return values * static_cast<std::int64_t>(sizeof(double)) + static_cast<std::int64_t>(perm_.size()) * kPerRow;
 }
 
 std::int64_t Factorization::bytes() const

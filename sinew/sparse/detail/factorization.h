@@ -36,8 +36,8 @@ public:
     /// Products that are subtracted on the way, those of the pivots included.
     std::int64_t updateCount() const { return updateCount_; }
 
-    /// Doubles in the working storage of `factor`.
-    std::int64_t valueCount() const;
+    /// Bytes that `factor` works in, beside its result.
+    std::int64_t workBytes() const;
 
     /// Bytes held by this object.
     std::int64_t bytes() const;

@@ -36,28 +36,48 @@ private:
     double const* value_;
 };
 
-// Copies a finished panel, still in cache, into the lists of the result.
-void emitPanel(PanelPlan const& plan, Panel const& panel, double const* values, std::vector<int>& rows,
-               LLTMatrix& result)
+// Copies finished panels, still in cache, into the lists of the result.
+class Emitter
 {
-    double const* const block = values + panel.values;
-    int const height = panel.width + panel.rowCount;
-    rows.resize(static_cast<std::size_t>(height));
-    for (int c = 0; c < panel.width; ++c) rows[c] = panel.first + c;
-    std::copy_n(plan.rowIndex.data() + panel.rows, panel.rowCount, rows.data() + panel.width);
-    for (int c = 0; c < panel.width; ++c) {
-        double const* const column = block + static_cast<std::int64_t>(c) * panel.stride;
-        result.Mt[panel.first + c].assign(ColumnIterator(rows.data() + c + 1, column + c + 1),
-                                          ColumnIterator(rows.data() + height, column + height));
-    }
-    for (int i = 1; i < height; ++i) {
-        std::vector<Entry>& row = result.rows[rows[i]];
-        double const* value = block + i;
-        for (int c = 0; c < std::min(i, panel.width); ++c, value += panel.stride) {
-            row.emplace_back(panel.first + c, *value);
+public:
+    Emitter(PanelPlan const& plan, double const* values, LLTMatrix& result)
+        : plan_(plan), values_(values), result_(result), rowEnd_(plan.rowLength.size())
+    {
+        result.rows.resize(rowEnd_.size());
+        result.Mt.resize(rowEnd_.size());
+        for (std::size_t i = 0; i < rowEnd_.size(); ++i) {
+            result.rows[i].resize(static_cast<std::size_t>(plan.rowLength[i]));
+            rowEnd_[i] = result.rows[i].data();
         }
     }
-}
+
+    void emit(Panel const& panel)
+    {
+        double const* const block = values_ + panel.values;
+        int const height = panel.width + panel.rowCount;
+        rows_.resize(static_cast<std::size_t>(height));
+        for (int c = 0; c < panel.width; ++c) rows_[c] = panel.first + c;
+        std::copy_n(plan_.rowIndex.data() + panel.rows, panel.rowCount, rows_.data() + panel.width);
+        for (int c = 0; c < panel.width; ++c) {
+            double const* const column = block + static_cast<std::int64_t>(c) * panel.stride;
+            result_.Mt[panel.first + c].assign(ColumnIterator(rows_.data() + c + 1, column + c + 1),
+                                               ColumnIterator(rows_.data() + height, column + height));
+        }
+        for (int i = 1; i < height; ++i) {
+            Entry*& end = rowEnd_[rows_[i]];
+            double const* value = block + i;
+            for (int c = 0; c < std::min(i, panel.width); ++c, value += panel.stride)
+                *end++ = {panel.first + c, *value};
+        }
+    }
+
+private:
+    PanelPlan const& plan_;
+    double const* values_;
+    LLTMatrix& result_;
+    std::vector<Entry*> rowEnd_; // where the next entry of each row goes
+    std::vector<int> rows_;      // of the panel at hand, its own and those below
+};
 
 } // namespace
 
@@ -73,16 +93,14 @@ NumericResult factorPanels(PanelPlan const& plan, SparseRows const& rows, std::v
 
     LLTMatrix& factor = result.factor;
     factor.diag.resize(n);
-    factor.rows.resize(n);
-    factor.Mt.resize(n);
-    for (std::size_t i = 0; i < n; ++i) factor.rows[i].reserve(static_cast<std::size_t>(plan.rowLength[i]));
+    Emitter emitter(plan, values.data(), factor);
 
     std::size_t mostUpdates = 0;
     for (std::size_t p = 0; p < plan.panels.size(); ++p) {
         mostUpdates = std::max(mostUpdates, static_cast<std::size_t>(plan.updateStart[p + 1] - plan.updateStart[p]));
     }
     std::vector<double> invDiag(n), gathered(n);
-    std::vector<int> position(n), cursor(mostUpdates), where(n), rowsOfPanel;
+    std::vector<int> position(n), cursor(mostUpdates), where(n);
     PanelWork work = {&plan,           values.data(), result.pivots.data(), factor.diag.data(), invDiag.data(),
                       position.data(), cursor.data(), where.data(),         gathered.data()};
     for (std::size_t p = 0; p < plan.panels.size(); ++p) {
@@ -91,7 +109,7 @@ NumericResult factorPanels(PanelPlan const& plan, SparseRows const& rows, std::v
             result.pivots.resize(static_cast<std::size_t>(result.failedAt) + 1);
             return result;
         }
-        emitPanel(plan, plan.panels[p], values.data(), rowsOfPanel, factor);
+        emitter.emit(plan.panels[p]);
     }
     return result;
 }

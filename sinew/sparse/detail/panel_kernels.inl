@@ -69,19 +69,38 @@ SINEW_PANEL_TARGET static void updateColumns(int columns, double const* rows, do
 
 // --- The rows that are columns of the panel itself, and the pivots.
 
-// One column of the panel, an earlier panel's part: its rows `begin` to `end` - 1 into the column's rows `where`.
-SINEW_PANEL_TARGET static void updateOwnRows(double const* source, Panel const& panel, int factorRow, int begin,
-                                             int end, int const* where, double inv, double* column, double* gathered)
+// Narrow sources: an entry takes one or two updates, so gathering it into a tile would cost more than they do.
+constexpr int kScatteredDepth = 2;
+
+SINEW_PANEL_TARGET static void updateScattered(double const* rows, double const* factors, std::int64_t stride,
+                                               int depth, double inv, double* column, int const* where, int count)
 {
-    int const count = end - begin;
-    double const* const block = source + panel.values + panel.width;
-    for (int t = 0; t < count; ++t) gathered[t] = column[where[begin + t]];
-    for (int k = 0; k < panel.width; ++k) {
-        double const* const values = block + static_cast<std::int64_t>(k) * panel.stride;
-        double const factor = values[factorRow];
-        for (int t = 0; t < count; ++t) gathered[t] -= (values[begin + t] * factor) * inv;
+    for (int k = 0; k < depth; ++k, rows += stride, factors += stride) {
+        double const factor = *factors;
+        for (int t = 0; t < count; ++t) column[where[t]] -= (rows[t] * factor) * inv;
     }
-    for (int t = 0; t < count; ++t) column[where[begin + t]] = gathered[t];
+}
+
+// One column of the panel, an earlier panel's part: `count` of its rows from `rows` on, which are the column's rows
+// `where`. Lone columns take four vectors of rows at a time, or each would wait for its own last subtraction.
+SINEW_PANEL_TARGET static void updateOwnRows(double const* rows, double const* factors, std::int64_t stride, int depth,
+                                             double inv, double* column, int const* where, int count)
+{
+    if (depth <= kScatteredDepth) return updateScattered(rows, factors, stride, depth, inv, column, where, count);
+    constexpr int kLong = 4 * kLanes;
+    alignas(64) double tile[kLong] = {};
+    for (int t = 0; t < count; t += kLong) {
+        int const used = count - t < kLong ? count - t : kLong;
+        for (int i = 0; i < used; ++i) tile[i] = column[where[t + i]];
+        if (used > 2 * kLanes) {
+            updateTile<1, 4>(rows + t, factors, stride, depth, &inv, tile, kLong);
+        } else if (used > kLanes) {
+            updateTile<1, 2>(rows + t, factors, stride, depth, &inv, tile, kLong);
+        } else {
+            updateTile<1, 1>(rows + t, factors, stride, depth, &inv, tile, kLong);
+        }
+        for (int i = 0; i < used; ++i) column[where[t + i]] = tile[i];
+    }
 }
 
 // Column c of the panel within its own rows, once its pivot is known.
@@ -103,7 +122,9 @@ SINEW_PANEL_TARGET static void finishOwnRows(PanelWork& work, int index, int c)
         work.cursor[u] = at + 1;
         if (at + 1 == updates[u].rowEnd) continue;
         for (int t = at + 1; t < updates[u].rowEnd; ++t) work.where[t] = rows[t] - panel.first;
-        updateOwnRows(work.values, source, at, at + 1, updates[u].rowEnd, work.where, inv, column, work.gathered);
+        double const* const sourceBlock = work.values + source.values + source.width;
+        updateOwnRows(sourceBlock + at + 1, sourceBlock + at, source.stride, source.width, inv, column,
+                      work.where + at + 1, updates[u].rowEnd - at - 1);
     }
     for (int k = 0; k < c; ++k) {
         double const* const left = block + static_cast<std::int64_t>(k) * panel.stride;
@@ -136,16 +157,6 @@ SINEW_PANEL_TARGET static int finishTriangle(PanelWork& work, int index)
 
 // --- The rows below.
 
-// Narrow sources: an entry takes one or two updates, so gathering it into a tile would cost more than they do.
-SINEW_PANEL_TARGET static void updateScattered(double const* rows, double const* factors, std::int64_t stride,
-                                               int depth, double inv, double* column, int const* where, int count)
-{
-    for (int k = 0; k < depth; ++k, rows += stride, factors += stride) {
-        double const factor = *factors;
-        for (int t = 0; t < count; ++t) column[where[t]] -= (rows[t] * factor) * inv;
-    }
-}
-
 // Rows that do not lie together in the target are collected in a tile and put back; so is a tile cut short by the end.
 SINEW_PANEL_TARGET static void updateGathered(int columns, double const* rows, double const* factors,
                                               std::int64_t stride, int depth, double const* inv, double* target,
@@ -163,8 +174,6 @@ SINEW_PANEL_TARGET static void updateGathered(int columns, double const* rows, d
         for (int t = 0; t < count; ++t) column[where[t]] = tile[c * kTileRows + t];
     }
 }
-
-constexpr int kScatteredDepth = 2;
 
 // An earlier panel's part in the rows below the panel at work.
 SINEW_PANEL_TARGET static void updateBelow(PanelWork& work, Panel const& panel, PanelUpdate const& update)
