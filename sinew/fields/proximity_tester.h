@@ -13,9 +13,10 @@
 /// Inside the grid the answer errs only on the side of true: a point within the radius of a point of the set tests
 /// true, and points up to about two cells away may do so as well. Cells are as large as the radius, or larger by powers
 /// of two so that fewer than 10000 cover the set.
-/// The grid has one full border cell below the set on each axis. Above it only one cell is added to what rounding the
-/// extent up to whole cells leaves, so a point there, closer than the radius, can fall outside and test false:
-/// a set with a single point tests false from one radius above it on, that distance included.
+/// The grid has one full border cell below the set on each axis. Above it there is only what rounding the extent up to
+/// whole cells leaves, plus one cell, and upper faces lie outside: where the extent is a whole number of cells, a point
+/// exactly one radius above the set tests false, and by rounding one a little closer may. A set of a single point tests
+/// true from one radius below it, that distance included, to one radius above it, that distance not included.
 class ProximityTester
 {
 public:

@@ -74,16 +74,22 @@ TEST(ProximityTester, SinglePointHasNoBorderAbove)
     EXPECT_FALSE(tester.test(q - Vector3(1.5, 0, 0)));
 }
 
-TEST(ProximityTester, CloserThanTheRadiusCanBeOutsideAboveTheGrid)
+TEST(ProximityTester, GridEndsAboveWhereRoundingUpLeavesIt)
 {
-    // Ten cells cover the extent of 9.75 up to 10; the border cell above ends at 11, less than a radius above 9.75 + 1.
+    // The extent of 9.25 is rounded up to ten cells, and one is added: the point's own radius is passed by 0.75.
+    ProximityTester const rounded({{0, 0, 0}, {9.25, 0, 0}}, 1.0);
+    EXPECT_EQ(rounded.cellCount[0], 12);
+    EXPECT_TRUE(rounded.test({10.999, 0, 0}));
+    EXPECT_FALSE(rounded.test({11, 0, 0}));
+    // Ten whole cells leave nothing: the grid ends exactly one radius above, its end not included.
     ProximityTester const whole({{0, 0, 0}, {10, 0, 0}}, 1.0);
     EXPECT_EQ(whole.cellCount[0], 12);
     EXPECT_TRUE(whole.test({10.999, 0, 0}));
     EXPECT_FALSE(whole.test({11, 0, 0}));
-    EXPECT_FALSE(whole.test({10, 1, 0})) << "a set without extent along y has the point's own cell there, no more";
+    EXPECT_TRUE(whole.test({-1, 0, 0})) << "below, the whole border cell";
+    // Without extent along y and z there is the point's own cell and nothing above it.
     EXPECT_TRUE(whole.test({10, 0.999, 0}));
-    // Coarsened cells are wider than the radius, yet above the set the grid still ends one cell after the rounding.
+    EXPECT_FALSE(whole.test({10, 1, 0}));
     EXPECT_FALSE(whole.test({0, 0, 1}));
     EXPECT_TRUE(whole.test({0, 0, -1}));
 }
