@@ -3,17 +3,17 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include <sinew/core/vector_geometry.h>
-#include <sinew/fields/detail/polyline_search.h>
+#include <sinew/fields/detail/polyline_chunks.h>
 #include <sinew/fields/detail/smallest_blend.h>
 #include <sinew/fields/smooth_distance.h>
 
 namespace {
 
 constexpr int kChunkedVertices = 20; // from here on whole runs of segments may be skipped
-constexpr int kChunkSegments = 10;
-constexpr double kFarthest = 1e13; // squared distance at which every minimum starts
+constexpr double kFarthest = 1e13;   // squared distance at which every minimum starts
 // Largest magnitude of a coordinate for which differences, products and quotients below stay finite.
 constexpr double kTameCoordinate = 1e100;
 constexpr double kTameDerivative = 1e150; // products of two stay finite
@@ -91,16 +91,16 @@ public:
         : points_(points), vertices_(static_cast<int>(points.size())),
           tame_(std::all_of(points.begin(), points.end(), isTame))
     {
-        if (vertices_ >= kChunkedVertices) cutIntoChunks();
+        if (vertices_ >= kChunkedVertices) chunks_.emplace(points);
     }
 
     void evaluate(Vector3 const& q, double h, double* dist, Vector3* grad, Matrix3* hess)
     {
         RunningMinimum minimum(q, h, grad || hess, hess, tame_);
-        if (vertices_ < kChunkedVertices) {
-            for (int k = 0; k + 1 < vertices_; ++k) minimum.foldSegment(points_[k], points_[k + 1]);
-        } else {
+        if (chunks_) {
             foldNearestFirst(q, h, minimum);
+        } else {
+            for (int k = 0; k + 1 < vertices_; ++k) minimum.foldSegment(points_[k], points_[k + 1]);
         }
         if (dist) *dist = minimum.acc;
         if (grad) *grad = minimum.grad;
@@ -108,72 +108,76 @@ public:
     }
 
 private:
-    struct Chunk
-    {
-        int first;
-        int last;
-        double slack;
-    };
-
-    struct Interval
+    struct Waiting
     {
         double bound;
-        int first;
-        int last;
+        int chunk;
 
         // Inverted, so that a standard heap yields the smallest bound; equal bounds come out as that heap has them.
-        bool operator<(Interval const& other) const { return bound > other.bound; }
+        bool operator<(Waiting const& other) const { return bound > other.bound; }
     };
-
-    void cutIntoChunks()
-    {
-        std::vector<double> const lengths = sinew::detail::arcLengths(points_);
-        for (int first = 0; first < vertices_ - 1;) {
-            int last = first + kChunkSegments;
-            if (2 * last > 2 * vertices_ - kChunkSegments)
-                last = vertices_ - 1; // a rest of a few vertices joins the last chunk
-            chunks_.push_back(
-                {first, last,
-                 sinew::detail::chordSlack(lengths[last] - lengths[first], dist(points_[first], points_[last]))});
-            first = last;
-        }
-        heap_.reserve(chunks_.size());
-    }
 
     void foldNearestFirst(Vector3 const& q, double h, RunningMinimum& minimum)
     {
+        chunks_->measure(q, vertexDistSqs_, bounds_);
         double nearest = distSq(points_[0], q);
         minimum.foldPoint(nearest, points_[0]);
-        heap_.clear();
-        for (Chunk const& chunk : chunks_) {
-            Vector3 const& a = points_[chunk.first];
-            Vector3 const& b = points_[chunk.last];
-            double const toVertex = distSq(b, q);
-            nearest = std::min(nearest, toVertex);
-            minimum.foldPoint(toVertex, b);
-            double const toChord = std::sqrt(distSqToLineSegment(q, a, b, nullptr));
-            heap_.push_back({std::max(0.0, toChord - chunk.slack), chunk.first, chunk.last});
-            std::push_heap(heap_.begin(), heap_.end());
+        for (int i = 0; i < chunks_->count(); ++i) {
+            nearest = std::min(nearest, vertexDistSqs_[i]);
+            minimum.foldPoint(vertexDistSqs_[i], points_[chunks_->end(i + 1)]);
         }
-
         double const reach = h * (0.375 * vertices_ + 1); // how far all the blends together can lower the minimum
-        while (!heap_.empty()) {
-            Interval const interval = heap_.front();
-            if (interval.bound * interval.bound - reach > nearest) return;
-            std::pop_heap(heap_.begin(), heap_.end());
-            heap_.pop_back();
-            // The chunk's first segment is left to its first vertex, which was folded in as a point.
-            for (int k = interval.first + 1; k < interval.last; ++k) {
-                nearest = std::min(nearest, minimum.foldSegment(points_[k], points_[k + 1]));
+        visitInOrder(nearest, reach, minimum);
+    }
+
+    // Visits chunks by ascending bound until the first that is out of reach. Those that are out of reach already would
+    // only be looked at to stop there; without them there is little to sort. But a heap takes equal bounds in an order
+    // that depends on all that it holds, so where two are equal, it is given all.
+    void visitInOrder(double nearest, double reach, RunningMinimum& minimum)
+    {
+        auto const isOut = [reach](double bound, double distSq) { return bound * bound - reach > distSq; };
+        waiting_.clear();
+        for (int i = 0; i < chunks_->count(); ++i) {
+            if (!isOut(bounds_[i], nearest)) waiting_.push_back({bounds_[i], i});
+        }
+        std::sort(waiting_.begin(), waiting_.end(), [](auto& a, auto& b) { return a.bound < b.bound; });
+        auto const equal = [](Waiting const& a, Waiting const& b) { return a.bound == b.bound; };
+        if (std::adjacent_find(waiting_.begin(), waiting_.end(), equal) == waiting_.end()) {
+            for (Waiting const& next : waiting_) {
+                if (isOut(next.bound, nearest)) return;
+                visit(next.chunk, nearest, minimum);
             }
+            return;
+        }
+        waiting_.clear();
+        for (int i = 0; i < chunks_->count(); ++i) {
+            waiting_.push_back({bounds_[i], i});
+            std::push_heap(waiting_.begin(), waiting_.end());
+        }
+        while (!waiting_.empty() && !isOut(waiting_.front().bound, nearest)) {
+            int const chunk = waiting_.front().chunk;
+            std::pop_heap(waiting_.begin(), waiting_.end());
+            waiting_.pop_back();
+            visit(chunk, nearest, minimum);
+        }
+    }
+
+    // The chunk's first segment is left to its first vertex, which was folded in as a point.
+    void visit(int chunk, double& nearest, RunningMinimum& minimum)
+    {
+        for (int k = chunks_->end(chunk) + 1; k < chunks_->end(chunk + 1); ++k) {
+            nearest = std::min(nearest, minimum.foldSegment(points_[k], points_[k + 1]));
         }
     }
 
     std::vector<Vector3> const& points_;
     int const vertices_;
     bool const tame_;
-    std::vector<Chunk> chunks_;
-    std::vector<Interval> heap_; // kept between queries
+    std::optional<sinew::detail::PolylineChunks> chunks_;
+    // Kept between queries.
+    std::vector<double> vertexDistSqs_;
+    std::vector<double> bounds_;
+    std::vector<Waiting> waiting_;
 };
 
 } // namespace
