@@ -68,6 +68,16 @@ TEST(Program, RefusesAMeshWithoutTexture)
                   "bare.obj: this mesh has no texture coordinates");
 }
 
+TEST(Program, RefusesWeightsThatDoNotBelong)
+{
+    ScratchFolder const folder;
+    std::string const weights = " --weights " + quoted(folder.write("w.dmat", "1 2\n1\n1\n"));
+    expectRefusal(tour(weights), "w.dmat: weights need the mesh and the bones they are for");
+    std::string const mesh = " --mesh " + quoted(folder.write("m.obj", kTriangle + "f 1/1 2/2 3/3\n"));
+    std::string const bones = " --skeleton " + quoted(folder.write("s.tgf", "1 0 0 0\n2 1 0 0\n#\n1 2\n"));
+    expectRefusal(tour(mesh + bones + weights), "w.dmat:1: 2 rows (vertices), but the model has 3");
+}
+
 TEST(Program, RefusesAFolderItCannotWrite)
 {
     ScratchFolder const folder;

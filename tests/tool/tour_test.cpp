@@ -14,102 +14,116 @@
 
 namespace {
 
-/// The whole tour on the bundled models, run once at a small scale.
-class Tour : public testing::Test
+/// A finished tour.
+struct Outcome
 {
-protected:
-    static void SetUpTestSuite()
-    {
-        folder_ = new test::ScratchFolder;
-        tool::TourOptions options;
-        options.outputFolder = *folder_ / "out";
-        options.pixels = 0.12;
-        std::ostringstream out;
-        status_ = tool::runTour(options, out, false);
-        log_ = out.str();
-    }
-    static void TearDownTestSuite()
-    {
-        delete folder_;
-        folder_ = nullptr;
-    }
-
-    static std::vector<std::string> pictures()
-    {
-        std::vector<std::string> paths;
-        for (auto const& entry : std::filesystem::directory_iterator(*folder_ / "out")) {
-            if (entry.path().extension() == ".png") paths.push_back(entry.path().string());
-        }
-        return paths;
-    }
-    static std::string page() { return tool::readFile(*folder_ / "out/index.html"); }
-
-    static test::ScratchFolder* folder_;
-    static int status_;
-    static std::string log_;
+    int status = -1;
+    std::string log;
+    std::string page;
+    std::vector<std::string> pictures; ///< paths
 };
-test::ScratchFolder* Tour::folder_ = nullptr;
-int Tour::status_ = -1;
-std::string Tour::log_;
 
-TEST_F(Tour, HoldsEverythingItClaims)
+Outcome runTour(tool::TourOptions options, std::string const& folder)
 {
-    EXPECT_EQ(status_, 0) << log_;
-    EXPECT_EQ(log_.find("DOES NOT HOLD"), std::string::npos) << log_;
-}
-
-TEST_F(Tour, SaysWhereThePageIs)
-{
-    EXPECT_NE(log_.find("out/index.html"), std::string::npos) << log_;
-    EXPECT_EQ(log_.find('\r'), std::string::npos) << "no redrawn lines off a terminal";
-    EXPECT_EQ(log_.find('\033'), std::string::npos);
-}
-
-TEST_F(Tour, EveryPictureDecodesAndShowsSomething)
-{
-    std::vector<std::string> const paths = pictures();
-    EXPECT_GE(paths.size(), 6u);
-    for (std::string const& path : paths) {
-        SCOPED_TRACE(path);
-        cairo_surface_t* const surface = cairo_image_surface_create_from_png(path.c_str());
-        ASSERT_EQ(cairo_surface_status(surface), CAIRO_STATUS_SUCCESS);
-        int const width = cairo_image_surface_get_width(surface);
-        int const height = cairo_image_surface_get_height(surface);
-        EXPECT_GE(width, 40);
-        EXPECT_GE(height, 20);
-        std::set<std::tuple<int, int, int>> colours;
-        unsigned char const* const bytes = cairo_image_surface_get_data(surface);
-        for (int y = 0; y < height; ++y) {
-            for (int x = 0; x < width; ++x) {
-                unsigned char const* const p = bytes + y * cairo_image_surface_get_stride(surface) + 4 * x;
-                colours.emplace(p[0] / 16, p[1] / 16, p[2] / 16);
-            }
-        }
-        EXPECT_GE(colours.size(), 8u) << "coarse colours in the picture";
-        cairo_surface_destroy(surface);
+    options.outputFolder = folder;
+    options.pixels = 0.12;
+    std::ostringstream out;
+    Outcome outcome;
+    outcome.status = tool::runTour(options, out, false);
+    outcome.log = out.str();
+    outcome.page = tool::readFile(folder + "/index.html");
+    for (auto const& entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().extension() == ".png") outcome.pictures.push_back(entry.path().string());
     }
+    return outcome;
 }
 
-TEST_F(Tour, ThePageHoldsEveryPictureItself)
+void expectItShowsSomething(std::string const& path)
 {
-    std::string const html = page();
+    SCOPED_TRACE(path);
+    cairo_surface_t* const surface = cairo_image_surface_create_from_png(path.c_str());
+    ASSERT_EQ(cairo_surface_status(surface), CAIRO_STATUS_SUCCESS);
+    int const width = cairo_image_surface_get_width(surface);
+    int const height = cairo_image_surface_get_height(surface);
+    EXPECT_GE(width, 40);
+    EXPECT_GE(height, 20);
+    std::set<std::tuple<int, int, int>> coarseColours;
+    unsigned char const* const bytes = cairo_image_surface_get_data(surface);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            unsigned char const* const p = bytes + y * cairo_image_surface_get_stride(surface) + 4 * x;
+            coarseColours.emplace(p[0] / 16, p[1] / 16, p[2] / 16);
+        }
+    }
+    EXPECT_GE(coarseColours.size(), 8u);
+    cairo_surface_destroy(surface);
+}
+
+void expectThePageIsWhole(Outcome const& tour)
+{
     std::size_t embedded = 0;
-    for (std::size_t at = html.find("src=\""); at != std::string::npos; at = html.find("src=\"", at + 1)) {
-        EXPECT_EQ(html.compare(at, 27, "src=\"data:image/png;base64,"), 0) << html.substr(at, 60);
+    for (std::size_t at = tour.page.find("src=\""); at != std::string::npos; at = tour.page.find("src=\"", at + 1)) {
+        EXPECT_EQ(tour.page.compare(at, 27, "src=\"data:image/png;base64,"), 0) << tour.page.substr(at, 60);
         ++embedded;
     }
-    EXPECT_EQ(embedded, pictures().size());
+    EXPECT_EQ(embedded, tour.pictures.size());
     for (std::string const outside : {"http:", "https:", "<link", "<script", "@import", "url("}) {
-        EXPECT_EQ(html.find(outside), std::string::npos) << outside;
+        EXPECT_EQ(tour.page.find(outside), std::string::npos) << outside;
+    }
+    std::string const caption = "<figcaption>";
+    for (std::size_t at = tour.page.find(caption); at != std::string::npos; at = tour.page.find(caption, at + 1)) {
+        EXPECT_GT(tour.page.find("</figcaption>", at) - at, 40u) << tour.page.substr(at, 80);
     }
 }
 
-TEST_F(Tour, EveryPictureHasACaption)
+// One test for the whole tour: it is the one slow thing here, and a test runner starts every test afresh.
+TEST(Tour, OfTheBundledModelsHoldsItsClaimsAndLeavesAWholePage)
 {
-    std::string const html = page();
-    for (std::size_t at = html.find("<figcaption>"); at != std::string::npos; at = html.find("<figcaption>", at + 1)) {
-        EXPECT_GT(html.find("</figcaption>", at) - at, 40u) << html.substr(at, 80);
+    test::ScratchFolder const folder;
+    Outcome const tour = runTour({}, folder / "out");
+    EXPECT_EQ(tour.status, 0) << tour.log;
+    EXPECT_EQ(tour.log.find("DOES NOT HOLD"), std::string::npos) << tour.log;
+    EXPECT_NE(tour.log.find("out/index.html"), std::string::npos) << tour.log;
+    EXPECT_EQ(tour.log.find('\r'), std::string::npos) << "no redrawn lines off a terminal";
+    EXPECT_EQ(tour.log.find('\033'), std::string::npos);
+    EXPECT_GE(tour.pictures.size(), 12u);
+    for (std::string const& path : tour.pictures) expectItShowsSomething(path);
+    expectThePageIsWhole(tour);
+    EXPECT_TRUE(std::filesystem::exists(folder / "out/weights.dmat"));
+}
+
+/// A bar of 2 x 2 x 8 with subdivided sides, without texture, and two bones in it.
+std::string barObj()
+{
+    std::ostringstream out;
+    for (int z = 0; z <= 8; ++z)
+        out << "v -1 -1 " << z << "\nv 1 -1 " << z << "\nv 1 1 " << z << "\nv -1 1 " << z << "\n";
+    for (int z = 0; z < 8; ++z) {
+        for (int k = 0; k < 4; ++k) {
+            int const a = 4 * z + k + 1, b = 4 * z + (k + 1) % 4 + 1;
+            out << "f " << a << " " << b << " " << b + 4 << " " << a + 4 << "\n";
+        }
     }
+    out << "f 4 3 2 1\nf 33 34 35 36\n";
+    return out.str();
+}
+
+TEST(Tour, OfAUsersMeshSkeletonAndWeights)
+{
+    test::ScratchFolder const folder;
+    tool::TourOptions options;
+    options.meshFile = folder.write("bar.obj", barObj());
+    options.skeletonFile = folder.write("bar.tgf", "1 0 0 0.5\n2 0 0 4\n3 0 0 7.5\n#\n1 2\n2 3\n");
+    std::string weights = "2 36\n";
+    for (int bone = 0; bone < 2; ++bone) {
+        for (int v = 0; v < 36; ++v) weights += (v / 4 < 4) == (bone == 0) ? "1\n" : "0\n";
+    }
+    options.weightsFile = folder.write("bar.dmat", weights);
+    Outcome const tour = runTour(options, folder / "out");
+    EXPECT_EQ(tour.status, 0) << tour.log;
+    EXPECT_TRUE(std::filesystem::exists(folder / "out/against-given.png"));
+    EXPECT_NE(tool::readFile(folder / "out/weights.dmat").find("2 36\n"), std::string::npos);
+    expectThePageIsWhole(tour);
 }
 
 } // namespace

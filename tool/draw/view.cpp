@@ -7,13 +7,14 @@ namespace tool {
 namespace {
 
 constexpr double kRadiansPerDegree = 3.14159265358979323846 / 180;
+constexpr double kLargestZoom = 100;   // a single point fills nothing
 constexpr double kDistanceInRadii = 5; // a long lens: little distortion, still some depth
 
 } // namespace
 
 View::View(Vector3 const& low, Vector3 const& high, double azimuthDegrees, double elevationDegrees, Rect const& where,
            double zoom)
-    : where_(where)
+    : where_(where), middle_{where.x + 0.5 * where.width, where.y + 0.5 * where.height}
 {
     double const azimuth = azimuthDegrees * kRadiansPerDegree;
     double const elevation = elevationDegrees * kRadiansPerDegree;
@@ -28,20 +29,43 @@ View::View(Vector3 const& low, Vector3 const& high, double azimuthDegrees, doubl
     unitsPerTangent_ = zoom * 0.5 * std::min(where.width, where.height) / tangent;
 }
 
+View View::fitted(std::vector<Vector3> const& points, double azimuthDegrees, double elevationDegrees, Rect const& where,
+                  double fill)
+{
+    Vector3 low = points.empty() ? Vector3() : points[0], high = low;
+    for (Vector3 const& p : points) {
+        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
+        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
+    }
+    View view(low, high, azimuthDegrees, elevationDegrees, where);
+    Point least = view.middle_, most = least;
+    for (Vector3 const& p : points) {
+        Point const at = view(p);
+        least = {std::min(least.x, at.x), std::min(least.y, at.y)};
+        most = {std::max(most.x, at.x), std::max(most.y, at.y)};
+    }
+    double const wide = std::max(most.x - least.x, 1e-9), tall = std::max(most.y - least.y, 1e-9);
+    double const scale = std::min({fill * where.width / wide, fill * where.height / tall, kLargestZoom});
+    Point const centre{0.5 * (least.x + most.x), 0.5 * (least.y + most.y)};
+    view.unitsPerTangent_ *= scale;
+    view.middle_.x -= scale * (centre.x - view.middle_.x);
+    view.middle_.y -= scale * (centre.y - view.middle_.y);
+    return view;
+}
+
 Point View::operator()(Vector3 const& p, double* depth) const
 {
     Vector3 const fromEye = p - eye_;
     double const along = fromEye * forward_;
     if (depth) *depth = along;
     double const scale = unitsPerTangent_ / along;
-    return {where_.x + 0.5 * where_.width + (fromEye * right_) * scale,
-            where_.y + 0.5 * where_.height - (fromEye * up_) * scale};
+    return {middle_.x + (fromEye * right_) * scale, middle_.y - (fromEye * up_) * scale};
 }
 
 Vector3 View::rayThrough(Point at) const
 {
-    double const x = (at.x - where_.x - 0.5 * where_.width) / unitsPerTangent_;
-    double const y = (where_.y + 0.5 * where_.height - at.y) / unitsPerTangent_;
+    double const x = (at.x - middle_.x) / unitsPerTangent_;
+    double const y = (middle_.y - at.y) / unitsPerTangent_;
     return UVector3(forward_ + right_ * x + up_ * y);
 }
 

@@ -3,6 +3,8 @@
 /// How space is seen on a sheet: a perspective camera that looks at a box, mapped to a rectangle of a canvas. The same
 /// view serves the renderer and everything that is drawn over its picture.
 
+#include <vector>
+
 #include <sinew/core/vector3.h>
 
 #include <tool/draw/canvas.h>
@@ -18,6 +20,10 @@ public:
     /// @param zoom              above 1 comes closer: boxes seldom fill their spheres.
     View(Vector3 const& low, Vector3 const& high, double azimuthDegrees, double elevationDegrees, Rect const& where,
          double zoom = 1);
+
+    /// Looks at the points so that they fill `fill` of `where`, in the direction that has less room for them, centred.
+    static View fitted(std::vector<Vector3> const& points, double azimuthDegrees, double elevationDegrees,
+                       Rect const& where, double fill = 0.86);
 
     /// The place on the canvas; `depth`, if given, receives the distance along the view direction.
     Point operator()(Vector3 const& p, double* depth = nullptr) const;
@@ -37,6 +43,7 @@ private:
     Vector3 right_;
     Vector3 up_;
     Vector3 forward_;
+    Point middle_; ///< where the view direction meets the canvas
     double unitsPerTangent_;
 };
 

@@ -78,7 +78,7 @@ Body makeBody(TourContext& tour)
 
 // ---- a slice through the distance
 
-/// The plane in which a skeleton spreads most: two coordinate axes, and the third at the middle of the joints.
+/// The plane in which a skeleton spreads most: two coordinate axes, and the third at the mean of the joints.
 struct Slice
 {
     int across, up, depth;
@@ -92,7 +92,8 @@ struct Slice
         depth = extent.z <= extent.x && extent.z <= extent.y ? 2 : extent.x <= extent.y ? 0 : 1;
         across = depth == 0 ? 2 : 0;
         up = depth == 1 ? 2 : 1;
-        at = 0.5 * (low[depth] + high[depth]);
+        at = 0;
+        for (Vector3 const& joint : skeleton.joints) at += joint[depth] / static_cast<double>(skeleton.joints.size());
     }
 
     Vector3 point(Point const& p) const
@@ -135,7 +136,7 @@ void addSlice(TourContext& tour, Section& section, Body const& body)
     Image image(pixels, pixels);
     double const farthest = 0.36 * body.size;
     double const step = 0.02 * body.size;
-    double const blend = 0.0012 * body.size * body.size;
+    double const blend = 0.02 * body.size * body.size;
     std::vector<Vector3> points(static_cast<std::size_t>(pixels));
     std::vector<double> inBody;
     for (int y = 0; y < pixels; ++y) {
@@ -185,9 +186,7 @@ void addPortrait(TourContext& tour, Section& section, Body const& body, std::vec
                  Portrait const& portrait)
 {
     Canvas sheet = tour.sheet(900, 1100);
-    Vector3 low, high;
-    boundsOf(body.surface.positions, low, high);
-    drawSolids(sheet, solids, View(low, high, portrait.azimuth, 8, {0, 0, 900, 1100}, 1.32));
+    drawSolids(sheet, solids, View::fitted(body.surface.positions, portrait.azimuth, 8, {0, 0, 900, 1100}));
     section.picture(portrait.file, sheet, portrait.caption, Width::half);
 }
 
@@ -235,7 +234,10 @@ void addCurvature(TourContext& tour, Section& section, Body const& body)
     addPortrait(
         tour, section, body, {solid},
         {"curvature.png",
-         "Mean curvature on the body, by the field's derivatives: rust where it bulges, blue where it is hollow.", 28});
+         "Mean curvature on the body, by the field's derivatives: rust where it bulges, blue where it is hollow. The "
+         "thin rings are where the bones of a limb meet: the surface is smooth there, but bends differently on either "
+         "side.",
+         28});
 }
 
 // ---- ellipsoids

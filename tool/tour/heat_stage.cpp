@@ -49,7 +49,7 @@ void addBoneColours(TourContext& tour, Section& section)
     bool const upright = high.y - low.y > high.x - low.x;
     double const width = upright ? 900 : 1200, height = upright ? 1100 : 800;
     Canvas sheet = tour.sheet(width, height);
-    View const view(low, high, azimuthOf(low, high), 10, {0, 0, width, height}, 1.3);
+    View const view = View::fitted(figure.positions, azimuthOf(low, high), 10, {0, 0, width, height});
     drawSolids(sheet, {solid}, view);
     section.picture(
         "bone-colours.png", sheet,
@@ -65,12 +65,12 @@ void addBones(TourContext& tour, Section& section)
     Vector3 low, high;
     boundsOf(tour.figure.positions, low, high);
     bool const upright = high.y - low.y > high.x - low.x;
-    std::size_t const columns = std::min<std::size_t>(bones, upright ? 7 : 3);
+    std::size_t const columns = std::min<std::size_t>(bones, upright ? 7 : bones <= 4 ? 2 : 3);
     std::size_t const rows = (bones + columns - 1) / columns;
     double const width = 1200.0 / static_cast<double>(columns);
     double const height = upright ? 1.55 * width : 0.7 * width;
     Canvas sheet = tour.sheet(1200, height * static_cast<double>(rows) + 60);
-    View const view(low, high, azimuthOf(low, high), 8, {0, 0, width, height}, upright ? 1.6 : 1.35);
+    View const view = View::fitted(tour.figure.positions, azimuthOf(low, high), 8, {0, 0, width, height - 20}, 0.92);
 
     std::vector<std::vector<Colour>> colours(bones);
     for (std::size_t b = 0; b < bones; ++b) {
@@ -82,7 +82,7 @@ void addBones(TourContext& tour, Section& section)
         renderColours(solidOf(tour.figure), colours, view, sheet.pixelsPerUnit(), options);
     for (std::size_t b = 0; b < bones; ++b) {
         double const x = width * static_cast<double>(b % columns), y = height * static_cast<double>(b / columns);
-        sheet.image(images[b], {x, y, width, height});
+        sheet.image(images[b], {x, y, width, height - 20});
         sheet.text({x + width / 2, y + height - 4}, tour.skeleton.boneName(b),
                    {upright ? 11.0 : 16.0, palette::faintInk, Align::centre});
     }
@@ -123,10 +123,10 @@ void addScatter(TourContext& tour, Section& section)
     drawLegend(sheet, map({0.03, 0.96}), legend, 17);
     section.picture(
         "against-given.png", sheet,
-        "Weights by heat against the given ones; on the dashed line they agree. Heat gives a bone to the "
-        "surface nearest to it and blends over a width that follows the thickness of the limb; weights made "
-        "by a smoother energy, or painted, blend wider or narrower at a joint, and there the dots leave the "
-        "line.",
+        "Weights by heat against the given ones; on the dashed line they agree. They differ most "
+        "near the ends: heat fades away without ever reaching 0 or 1, while weights that were made by "
+        "a smoother energy with bounds, or painted, are exactly 0 and 1 away from a joint. In between, heat "
+        "blends over a width that follows the thickness of the limb.",
         Width::half);
     section.numbers("Against the given weights",
                     {{"mean difference", niceNumber(sum / count, 3)},

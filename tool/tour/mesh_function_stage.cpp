@@ -297,11 +297,9 @@ void addModel(TourContext& tour, Section& section, MeshFunction2D const& functio
     if (tour.meshIsBundled) paintEyes(mesh, texture);
 
     Canvas sheet = tour.sheet(1200, 720);
-    Vector3 low, high;
-    boundsOf(mesh.positions, low, high);
     SideView const side(mesh.positions);
     double const azimuth = side.towards == 0 ? 62 : 28;
-    View const view(low, high, azimuth, 16, {0, 0, 1200, 720}, tour.meshIsBundled ? 1.55 : 1.05);
+    View const view = View::fitted(mesh.positions, azimuth, 16, {0, 0, 1200, 720}, 0.84);
     Solid solid{mesh.positions, mesh.triangles};
     solid.gloss = 0.3;
     solid.colourAt = [&](std::size_t t, double const* weights) {
