@@ -29,7 +29,7 @@ public:
 private:
     struct Kernel;
 
-    VectorWidth width_;
+    [[maybe_unused]] VectorWidth width_; // nobody asks for it where there is one width
     std::vector<int> ends_;
     // By coordinates, so that eight chunks are measured together; filled up to whole groups with the last vertex.
     std::vector<double> x_, y_, z_;

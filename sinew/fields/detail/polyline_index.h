@@ -67,7 +67,7 @@ private:
     void buildSlacks(Points points, std::vector<double> const& arcLengths, Interval const& interval);
 
     mutable std::atomic<int> owners_{1};
-    VectorWidth width_;
+    [[maybe_unused]] VectorWidth width_; // nobody asks for it where there is one width
     SegmentTree tree_;
     std::vector<double> slacks_; // of the search's intervals, by their numbers
 };

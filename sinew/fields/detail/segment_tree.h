@@ -68,7 +68,7 @@ private:
     void buildLevel(std::size_t parts);
     void fill(Group& group, int place, int level, std::size_t part) const;
 
-    VectorWidth width_;
+    [[maybe_unused]] VectorWidth width_; // nobody asks for it where there is one width
     int segments_;
     bool usable_;
     double roundingMargin_;                  // see SegmentTreeReader
