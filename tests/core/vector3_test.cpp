@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include "core/plain_vector_geometry.h"
 #include "support/bits.h"
+#include "support/random.h"
 
 namespace {
 
@@ -162,4 +164,35 @@ TEST(StreamOutput, UsesTheStreamsFormatAndNoNewline)
     std::ostringstream out;
     out << Vector3(1, 2.5, -3);
     EXPECT_EQ(out.str(), "(1, 2.5, -3)");
+}
+
+TEST(Vector3, MatchesThePlainMethodOnHostileInput)
+{
+    test::Random random(1);
+    for (int trial = 0; trial < 20000; ++trial) {
+        SCOPED_TRACE(trial);
+        Vector3 const a = random.oneIn(2) ? random.hostilePoint() : random.point() * random.spread(-50, -38);
+        Vector3 b = random.oneIn(2) ? random.hostilePoint() : random.point();
+        if (random.oneIn(4)) b = a * random.spread() + random.point() * random.spread(-60, -10);
+        double const tol = random.oneIn(4) ? random.hostile() : random.uniform(-0.2, 1.0);
+        Vector3 normalised = a;
+        Vector3 expected = a;
+        ASSERT_EQ(normalised.autoNormalize(), plain::autoNormalize(expected));
+        ASSERT_TRUE(test::sameBits(normalised, expected));
+        ASSERT_TRUE(test::sameBits(Vector3(UVector3(a)), plain::unit(a)));
+        ASSERT_EQ(a.isNull(), plain::isNull(a));
+        ASSERT_EQ(a.isParallel(b, tol), plain::isParallel(a, b, tol));
+        ASSERT_EQ(a.isNormal(b, tol), plain::isNormal(a, b, tol));
+        ASSERT_TRUE(test::sameBits(cross(a, b), plain::crossProduct(a, b)));
+        ASSERT_TRUE(test::sameBits(a * b, plain::dot(a, b)));
+        ASSERT_TRUE(test::sameBits(a / tol, plain::times(a, 1.0 / tol)));
+    }
+}
+
+TEST(IsNormal, AZeroToleranceFailsForEveryPair)
+{
+    test::Random random(2);
+    for (int trial = 0; trial < 1000; ++trial) {
+        EXPECT_FALSE(random.hostilePoint().isNormal(random.hostilePoint(), 0.0));
+    }
 }
