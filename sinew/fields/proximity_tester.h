@@ -20,19 +20,19 @@
 class ProximityTester
 {
 public:
-    Vector3 origin;                    ///< The low corner of the grid.
-    Vector3 axes[3];                   ///< The grid's directions: the unit x, y and z axes.
-    int cellCount[3] = {0, 0, 0};      ///< Number of cells along each axis, borders included.
-    double cellSize[3] = {1., 1., 1.}; ///< Edge lengths of a cell.
-    std::vector<bool> occupied;        ///< Bit i + nx j + nx ny k: whether a point in cell (i, j, k) tests true.
+    Vector3 origin;                 ///< The low corner of the grid.
+    Vector3 axes[3];                ///< The grid's directions: the unit x, y and z axes.
+    int cellCount[3] = {0, 0, 0};   ///< Number of cells along each axis, borders included.
+    double cellSize[3] = {1, 1, 1}; ///< Edge lengths of a cell.
+    std::vector<bool> occupied;     ///< Bit i + nx j + nx ny k: whether a point in cell (i, j, k) tests true.
 
     /// Builds the grid for the points within `radius`, in the points' length unit.
     ///
     /// An empty set, a set whose extent is not finite, and a radius that is not a positive finite number give a tester
     /// that answers false everywhere. If a point with a NaN coordinate follows valid ones, the points before it mark
     /// their own cells only, and no others do: sort such points out first.
-    /// Cost: linear in the points. Memory: about 12000 bits, but a set that is flat along an axis has no interior cells
-    /// to count there and is coarsened only to 2^31 - 1 cells in all (256 MB) if the radius is tiny.
+    /// Cost: linear in the points. Memory: below 12 kB, but a set that is flat along an axis has no cells to count
+    /// before the border is added and is coarsened only to 2^31 - 1 cells in all (256 MB) if the radius is tiny.
     SINEW_API ProximityTester(std::vector<Vector3> const& points, double radius);
 
     /// Whether the cell of `p` lies in the grid and is marked. Points outside the grid and NaN give false.

@@ -232,6 +232,13 @@ TEST(DenseMatrixProduct, SumsColumnsInAscendingOrder)
     EXPECT_EQ(m * std::vector<double>({1, 1, 1}), (std::vector<double>{1, 6}));
 }
 
+TEST(DenseMatrixProduct, SumsStartWithTheirFirstTerm)
+{
+    matrix<double> m(1, 1);
+    m(0, 0) = 1;
+    EXPECT_TRUE(std::signbit((m * std::vector<double>{-0.0})[0])) << "a sum from 0.0 would lose the sign";
+}
+
 TEST(DenseMatrixProduct, OddSizesGiveEmptyOrZeros)
 {
     EXPECT_TRUE((matrix<double>(2, 3) * std::vector<double>(2)).empty());

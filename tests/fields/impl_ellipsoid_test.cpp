@@ -122,6 +122,11 @@ TEST(ImplEllipsoid, MeanIsTheSumTimesOneReciprocal)
     EXPECT_EQ(ImplEllipsoid(points).centre.x, 5.0 * (1.0 / 3.0));
 }
 
+TEST(ImplEllipsoid, MeanOfOnePointIsThatPoint)
+{
+    EXPECT_TRUE(test::sameBits(ImplEllipsoid({Vector3(-0.0, 0.1, 1e300)}).centre, Vector3(-0.0, 0.1, 1e300)));
+}
+
 TEST(ImplEllipsoid, EveryPointIsInsideAndTheFarthestOnTheSurface)
 {
     test::Random random(421);
