@@ -126,29 +126,6 @@ tool::Skeleton skeletonOf(std::string const& text)
     return tool::parseTgf(text, "s.tgf");
 }
 
-TEST(LimbsOf, CutsAtBranchingsAndUsesEveryBoneOnce)
-{
-    tool::Skeleton const skeleton = tool::parseTgf(tool::bundledFigureTgf(), "figure.tgf");
-    std::vector<tool::Limb> const limbs = tool::limbsOf(skeleton);
-    EXPECT_EQ(limbs.size(), 6u); // trunk, neck with head, arms, legs
-    std::multiset<int> bones;
-    for (tool::Limb const& limb : limbs) {
-        EXPECT_EQ(limb.joints.size(), limb.bones.size() + 1);
-        bones.insert(limb.bones.begin(), limb.bones.end());
-    }
-    EXPECT_EQ(bones.size(), skeleton.bones.size());
-    for (int const b : bones) EXPECT_EQ(bones.count(b), 1u);
-}
-
-TEST(LimbsOf, TakesRingsAndSeparatePieces)
-{
-    std::string const joints = "1 0 0 0\n2 1 0 0\n3 0 1 0\n4 5 0 0\n5 6 0 0\n#\n";
-    std::vector<tool::Limb> const limbs = tool::limbsOf(skeletonOf(joints + "1 2\n2 3\n3 1\n4 5\n"));
-    ASSERT_EQ(limbs.size(), 2u);
-    EXPECT_EQ(limbs[0].bones.size() + limbs[1].bones.size(), 4u);
-    EXPECT_EQ(tool::limbsOf(skeletonOf(joints + "1 2\n1 2\n")).size(), 1u) << "two bones between the same joints";
-}
-
 TEST(LimbField, IsABallAroundEachEndAndATubeBetween)
 {
     tool::LimbField const field(skeletonOf("1 0 0 0 a 0.5\n2 4 0 0 b 0.5\n#\n1 2\n"));

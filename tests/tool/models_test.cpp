@@ -4,9 +4,9 @@
 
 #include <set>
 
+#include <tool/figure/mesh_pieces.h>
 #include <tool/io/obj_reader.h>
 #include <tool/io/skeleton.h>
-#include <tool/tour/mesh_pieces.h>
 #include <tool/tour/textured_function.h>
 
 #include "scratch_folder.h"

@@ -7,10 +7,10 @@
 
 #include <sinew/core/func_binder.h>
 
+#include <tool/figure/limbs.h>
 #include <tool/io/files.h>
 #include <tool/models/models.h>
 #include <tool/support/user_error.h>
-#include <tool/tour/limb_chains.h>
 #include <tool/tour/outcome_panel.h>
 #include <tool/tour/stage.h>
 
@@ -23,10 +23,10 @@ tool::Skeleton skeletonOf(std::string const& tgf)
     return tool::parseTgf(tgf, "test.tgf");
 }
 
-std::vector<std::string> namesOf(std::vector<tool::LimbChain> const& limbs)
+std::vector<std::string> namesOf(std::vector<tool::Limb> const& limbs)
 {
     std::vector<std::string> names;
-    for (tool::LimbChain const& limb : limbs) names.push_back(limb.name);
+    for (tool::Limb const& limb : limbs) names.push_back(limb.name);
     std::sort(names.begin(), names.end());
     return names;
 }
@@ -53,15 +53,15 @@ std::string stageOn(std::string const& tgf, std::vector<std::string>* failed = n
 
 } // namespace
 
-TEST(LimbChains, OfTheFigureAreSpineHeadArmsAndLegs)
+TEST(LimbsOf, OfTheFigureAreSpineHeadArmsAndLegs)
 {
-    std::vector<tool::LimbChain> const limbs = tool::limbChains(skeletonOf(tool::bundledFigureTgf()));
+    std::vector<tool::Limb> const limbs = tool::limbsOf(skeletonOf(tool::bundledFigureTgf()));
     EXPECT_EQ(namesOf(limbs),
               (std::vector<std::string>{"chest - crown", "chest - left-hand", "chest - right-hand", "pelvis - chest",
                                         "pelvis - left-toes", "pelvis - right-toes"}));
 }
 
-TEST(LimbChains, HoldEveryBoneOnce)
+TEST(LimbsOf, HoldEveryBoneOnce)
 {
     char const* const skeletons[] = {
         "1 0 0 0 a\n2 1 0 0 b\n#\n1 2\n",                                                      // one bone
@@ -74,11 +74,15 @@ TEST(LimbChains, HoldEveryBoneOnce)
         SCOPED_TRACE(tgf);
         tool::Skeleton const skeleton = skeletonOf(tgf);
         std::multiset<std::pair<int, int>> walked;
-        std::vector<tool::LimbChain> const limbs = tool::limbChains(skeleton);
-        for (tool::LimbChain const& limb : limbs) {
+        std::vector<tool::Limb> const limbs = tool::limbsOf(skeleton);
+        for (tool::Limb const& limb : limbs) {
             ASSERT_GE(limb.joints.size(), 2u);
+            ASSERT_EQ(limb.bones.size() + 1, limb.joints.size());
             for (std::size_t k = 0; k + 1 < limb.joints.size(); ++k) {
-                walked.insert(std::minmax(limb.joints[k], limb.joints[k + 1]));
+                auto const ends = std::minmax(limb.joints[k], limb.joints[k + 1]);
+                auto const& bone = skeleton.bones[static_cast<std::size_t>(limb.bones[k])];
+                EXPECT_EQ(ends, std::minmax(bone[0], bone[1]));
+                walked.insert(ends);
             }
         }
         std::multiset<std::pair<int, int>> bones;
@@ -87,10 +91,10 @@ TEST(LimbChains, HoldEveryBoneOnce)
     }
 }
 
-TEST(LimbChains, PointsRunFromEndToEnd)
+TEST(LimbsOf, PointsRunFromEndToEnd)
 {
     tool::Skeleton const skeleton = skeletonOf("1 0 0 0 a\n2 4 0 0 b\n3 4 2 0 c\n#\n1 2\n2 3\n");
-    std::vector<tool::LimbChain> const limbs = tool::limbChains(skeleton);
+    std::vector<tool::Limb> const limbs = tool::limbsOf(skeleton);
     ASSERT_EQ(limbs.size(), 1u);
     std::vector<Vector3> const points = tool::pointsAlong(skeleton, limbs[0], 2);
     EXPECT_EQ(points, (std::vector<Vector3>{{0, 0, 0}, {2, 0, 0}, {4, 0, 0}, {4, 1, 0}, {4, 2, 0}}));

@@ -11,7 +11,7 @@
 #include <sinew/sparse/llt_matrix.h>
 #include <sinew/sparse/spd_matrix.h>
 
-#include <tool/tour/mesh_pieces.h>
+#include <tool/figure/mesh_pieces.h>
 
 namespace tool {
 namespace {

@@ -31,43 +31,6 @@ void taperEnds(std::vector<double>& radiusSq)
 
 } // namespace
 
-std::vector<Limb> limbsOf(Skeleton const& skeleton)
-{
-    std::vector<std::vector<int>> bonesAt(skeleton.joints.size());
-    for (std::size_t b = 0; b < skeleton.bones.size(); ++b) {
-        for (int const j : skeleton.bones[b]) bonesAt[static_cast<std::size_t>(j)].push_back(static_cast<int>(b));
-    }
-    std::vector<bool> used(skeleton.bones.size(), false);
-    std::vector<Limb> limbs;
-    auto const follow = [&](int joint, int bone) {
-        Limb limb{{joint}, {}};
-        while (bone >= 0) {
-            used[static_cast<std::size_t>(bone)] = true;
-            auto const& ends = skeleton.bones[static_cast<std::size_t>(bone)];
-            joint = ends[0] == joint ? ends[1] : ends[0];
-            limb.joints.push_back(joint);
-            limb.bones.push_back(bone);
-            auto const& here = bonesAt[static_cast<std::size_t>(joint)];
-            bone = -1;
-            if (here.size() != 2) break;
-            for (int const next : here) {
-                if (!used[static_cast<std::size_t>(next)]) bone = next;
-            }
-        }
-        limbs.push_back(limb);
-    };
-    for (std::size_t j = 0; j < bonesAt.size(); ++j) { // limbs start at ends and branchings
-        if (bonesAt[j].size() == 2) continue;
-        for (int const b : bonesAt[j]) {
-            if (!used[static_cast<std::size_t>(b)]) follow(static_cast<int>(j), b);
-        }
-    }
-    for (std::size_t b = 0; b < used.size(); ++b) { // what is left are rings
-        if (!used[b]) follow(skeleton.bones[b][0], static_cast<int>(b));
-    }
-    return limbs;
-}
-
 std::vector<double> radiiOf(Skeleton const& skeleton)
 {
     double total = 0;

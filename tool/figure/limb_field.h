@@ -6,20 +6,11 @@
 
 #include <sinew/fields/polyline_projector.h>
 
+#include <tool/figure/limbs.h>
 #include <tool/figure/surface_mesher.h>
 #include <tool/io/skeleton.h>
 
 namespace tool {
-
-/// A run of bones between branchings of the skeleton.
-struct Limb
-{
-    std::vector<int> joints; ///< indices into the skeleton's joints, at least two
-    std::vector<int> bones;  ///< the bones between them, in order
-};
-
-/// The limbs of a skeleton, each bone in exactly one. Bones may form trees, cycles and several pieces.
-std::vector<Limb> limbsOf(Skeleton const& skeleton);
 
 /// The radius of the body at every joint: the skeleton's where it gives one, otherwise in proportion to its bones.
 std::vector<double> radiiOf(Skeleton const& skeleton);

@@ -7,7 +7,7 @@
 #include <map>
 #include <unordered_map>
 
-#include <tool/tour/mesh_pieces.h>
+#include <tool/figure/mesh_pieces.h>
 
 namespace tool {
 namespace {

@@ -8,7 +8,7 @@
 #include <optional>
 
 #include <tool/draw/renderer.h>
-#include <tool/tour/mesh_pieces.h>
+#include <tool/figure/mesh_pieces.h>
 #include <tool/tour/stage.h>
 #include <tool/tour/textured_function.h>
 

@@ -11,8 +11,8 @@
 
 #include <tool/draw/renderer.h>
 #include <tool/draw/view.h>
+#include <tool/figure/limbs.h>
 #include <tool/support/user_error.h>
-#include <tool/tour/limb_chains.h>
 #include <tool/tour/outcome_panel.h>
 #include <tool/tour/stage.h>
 
@@ -76,7 +76,7 @@ DebugDisplay* DebugDisplay::current_ = nullptr;
 /// A limb and what was fitted to it.
 struct FittedLimb
 {
-    LimbChain limb;
+    Limb limb;
     std::vector<Vector3> points;
     Vector3 centre;
     UVector3 along;
@@ -144,7 +144,7 @@ Stage prepare(TourContext const& tour)
         p -= box.min + size * 0.5;
         for (int k = 0; k < 3; ++k) p[k] /= stage.unit; // not the reciprocal, which a tiny unit would overflow
     }
-    for (LimbChain& limb : limbChains(stage.skeleton)) {
+    for (Limb& limb : limbsOf(stage.skeleton)) {
         FittedLimb fitted;
         fitted.limb = std::move(limb);
         fitted.points = pointsAlong(stage.skeleton, fitted.limb, kPointsPerBone);

@@ -1,4 +1,4 @@
-#include <tool/tour/mesh_pieces.h>
+#include <tool/figure/mesh_pieces.h>
 
 #include <numeric>
 

@@ -1,4 +1,4 @@
-#include <tool/tour/limb_chains.h>
+#include <tool/figure/limbs.h>
 
 namespace tool {
 namespace {
@@ -14,7 +14,7 @@ public:
         }
     }
 
-    std::vector<LimbChain> find()
+    std::vector<Limb> find()
     {
         for (std::size_t joint = 0; joint < bonesAt_.size(); ++joint) {
             if (bonesAt_[joint].size() == 2) continue; // in the middle of a limb
@@ -30,10 +30,11 @@ private:
     void follow(int joint, std::size_t bone)
     {
         if (used_[bone]) return;
-        LimbChain limb;
+        Limb limb;
         limb.joints.push_back(joint);
         for (;;) {
             used_[bone] = true;
+            limb.bones.push_back(static_cast<int>(bone));
             joint = skeleton_.bones[bone][skeleton_.bones[bone][0] == joint ? 1 : 0];
             limb.joints.push_back(joint);
             std::vector<std::size_t> const& here = bonesAt_[index(joint)];
@@ -49,17 +50,17 @@ private:
     Skeleton const& skeleton_;
     std::vector<std::vector<std::size_t>> bonesAt_;
     std::vector<bool> used_;
-    std::vector<LimbChain> limbs_;
+    std::vector<Limb> limbs_;
 };
 
 } // namespace
 
-std::vector<LimbChain> limbChains(Skeleton const& skeleton)
+std::vector<Limb> limbsOf(Skeleton const& skeleton)
 {
     return LimbFinder(skeleton).find();
 }
 
-std::vector<Vector3> pointsAlong(Skeleton const& skeleton, LimbChain const& limb, int perBone)
+std::vector<Vector3> pointsAlong(Skeleton const& skeleton, Limb const& limb, int perBone)
 {
     std::vector<Vector3> points;
     for (std::size_t k = 0; k + 1 < limb.joints.size(); ++k) {
@@ -71,7 +72,7 @@ std::vector<Vector3> pointsAlong(Skeleton const& skeleton, LimbChain const& limb
     return points;
 }
 
-double lengthOf(Skeleton const& skeleton, LimbChain const& limb)
+double lengthOf(Skeleton const& skeleton, Limb const& limb)
 {
     double length = 0;
     for (std::size_t k = 0; k + 1 < limb.joints.size(); ++k) {
