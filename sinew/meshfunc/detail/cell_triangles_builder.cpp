@@ -6,6 +6,7 @@
 // - A triangle accepts points outside its box only by the weights' tolerance of 1e-8 and by rounding. Its weights are
 //   rounded by a few units in the last place times extent^2 / |det|; below 1e8 that moves the border by less than 1e-7
 //   of its extent, and boxes are widened by 1e-6. Thinner triangles, and those that are not finite, enter every cell.
+// - A cell of the box that lies beyond one of the triangle's edges is left out by the same measure, 1e-6 of a weight.
 
 #include <algorithm>
 #include <cmath>
@@ -29,6 +30,10 @@ constexpr double kSliver = 1e8;
 
 /// By this part of its extent a triangle's box is widened.
 constexpr double kBoxMargin = 1e-6;
+
+/// A triangle whose weight stays below minus this all over a cell is not listed there. Like the widening of boxes, far
+/// more than the weights' tolerance and rounding together.
+constexpr double kWeightMargin = 1e-6;
 
 /// Extents beyond this would overflow when squared; such triangles enter every cell.
 constexpr double kLargestExtent = 1e150;
@@ -170,7 +175,8 @@ private:
         }
         FinerGrid grid;
         std::vector<CellRange> ranges;
-        std::size_t const entries = layOut(boxes, all.clippedTo(space), slots, &grid, &ranges);
+        Box const part = all.clippedTo(space);
+        std::size_t const entries = layOut(boxes, part, slots, &grid, &ranges);
         if (entries == 0) return CellTriangles::kNothing;
 
         std::size_t const cellCount = grid.cellCount();
@@ -184,8 +190,8 @@ private:
         }
 
         std::vector<std::size_t> ends;
-        std::vector<Reference> const sorted = sortIntoCells(list, ranges, grid, entries, &ends);
-        fillCells(sorted, ends, grid, slots - cellCount - entries, level);
+        std::vector<Reference> const sorted = sortIntoCells(list, boxes, ranges, grid, &ends);
+        fillCells(sorted, ends, grid, part, slots - cellCount - entries, level);
         return CellTriangles::kGrid | number;
     }
 
@@ -225,7 +231,8 @@ private:
                               std::vector<CellRange>* ranges)
     {
         Point const extent = space.high - space.low;
-        if (!(extent.x >= 0 && extent.y >= 0 && extent.x + extent.y > 0)) return 0;
+        bool const finite = extent.x < kLargestExtent && extent.y < kLargestExtent;
+        if (!(finite && extent.x >= 0 && extent.y >= 0 && extent.x + extent.y > 0)) return 0;
         grid->low = space.low;
         chooseSize(boxes, extent, grid->size);
         ranges->resize(boxes.size());
@@ -248,29 +255,71 @@ private:
     }
 
     /// The lists of all cells, one behind the other; those of cell i end at (*ends)[i].
-    static std::vector<Reference> sortIntoCells(List list, std::vector<CellRange> const& ranges, FinerGrid const& grid,
-                                                std::size_t entries, std::vector<std::size_t>* ends)
+    std::vector<Reference> sortIntoCells(List list, std::vector<Box> const& boxes, std::vector<CellRange> const& ranges,
+                                         FinerGrid const& grid, std::vector<std::size_t>* ends) const
     {
-        auto const forEachCell = [&](CellRange const& range, auto const& visit) {
-            for (int cx = range.low[0]; cx <= range.high[0]; ++cx) {
-                for (int cy = range.low[1]; cy <= range.high[1]; ++cy) visit(grid.index(cx, cy) - grid.firstCell);
+        Point slack;
+        for (int k = 0; k < 2; ++k) slack[k] = borderSlack(grid, k);
+        auto const forEachEntry = [&](auto const& visit) {
+            for (std::size_t i = 0; i < list.size(); ++i) {
+                LocatedTriangle const& triangle = out_.triangles_[list.first[i]];
+                CellRange const& range = ranges[i];
+                bool const judge = range.cells() > 1 && boxes[i].high.x < kInfinity;
+                for (int cx = range.low[0]; cx <= range.high[0]; ++cx) {
+                    for (int cy = range.low[1]; cy <= range.high[1]; ++cy) {
+                        if (judge && !reaches(triangle, partOf(grid, cx, cy, slack).clippedTo(boxes[i]))) continue;
+                        visit(grid.index(cx, cy) - grid.firstCell, list.first[i]);
+                    }
+                }
             }
         };
         std::size_t const cells = grid.cellCount();
         ends->assign(cells + 1, 0);
-        for (CellRange const& range : ranges) forEachCell(range, [&](std::size_t cell) { ++(*ends)[cell + 1]; });
+        forEachEntry([&](std::size_t cell, Reference) { ++(*ends)[cell + 1]; });
         for (std::size_t cell = 1; cell <= cells; ++cell) (*ends)[cell] += (*ends)[cell - 1];
-        std::vector<Reference> sorted(entries);
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            forEachCell(ranges[i], [&](std::size_t cell) { sorted[(*ends)[cell]++] = list.first[i]; });
-        }
+        std::vector<Reference> sorted((*ends)[cells]);
+        forEachEntry([&](std::size_t cell, Reference i) { sorted[(*ends)[cell]++] = i; });
         ends->pop_back();
         return sorted;
     }
 
+    /// Whether the triangle may accept a point of the box: none of its weights is too small all over it.
+    static bool reaches(LocatedTriangle const& triangle, Box const& box)
+    {
+        Point const low = box.low - triangle.origin;
+        Point const high = box.high - triangle.origin;
+        auto const largest = [&](double x, double y) {
+            return std::max(x * low.x, x * high.x) + std::max(y * low.y, y * high.y);
+        };
+        double const* m = triangle.inverse;
+        return largest(m[0], m[1]) >= -kWeightMargin && largest(m[2], m[3]) >= -kWeightMargin &&
+               1 + largest(-m[0] - m[2], -m[1] - m[3]) >= -kWeightMargin;
+    }
+
+    /// By how much a point of a cell may lie beyond the cell's computed border.
+    static double borderSlack(FinerGrid const& grid, int axis)
+    {
+        double const step = grid.scale[axis] > 0 ? 1 / grid.scale[axis] : 0;
+        return 1e-6 * step + 1e-14 * (std::fabs(grid.low[axis]) + grid.size[axis] * step);
+    }
+
+    /// The part of the plane whose points have this cell, and `slack` around it. The outermost cells have no end.
+    static Box partOf(FinerGrid const& grid, int cx, int cy, Point const& slack)
+    {
+        int const position[2] = {cx, cy};
+        Box box;
+        for (int k = 0; k < 2; ++k) {
+            double const step = grid.scale[k] > 0 ? 1 / grid.scale[k] : 0;
+            bool const isFirst = position[k] == 0, isLast = position[k] == grid.size[k] - 1;
+            box.low[k] = isFirst ? -kInfinity : grid.low[k] + position[k] * step - slack[k];
+            box.high[k] = isLast ? kInfinity : grid.low[k] + (position[k] + 1) * step + slack[k];
+        }
+        return box;
+    }
+
     /// Stores short lists and divides the long ones, which share what is left to spend.
     void fillCells(std::vector<Reference> const& sorted, std::vector<std::size_t> const& ends, FinerGrid const& grid,
-                   std::size_t slots, int level)
+                   Box const& space, std::size_t slots, int level)
     {
         std::size_t crowded = 0;
         for (std::size_t cell = 0, begin = 0; cell < ends.size(); begin = ends[cell++]) {
@@ -284,23 +333,13 @@ private:
             if (length > kCrowded && level + 1 < kMostLevels) {
                 double const share = static_cast<double>(length) / static_cast<double>(crowded);
                 auto const extra = static_cast<std::size_t>(static_cast<double>(slots) * share);
-                reference = divide(list, partOf(grid, cell), length + extra, level + 1);
+                auto const rows = static_cast<std::size_t>(grid.size[1]);
+                Box const part =
+                    partOf(grid, static_cast<int>(cell / rows), static_cast<int>(cell % rows), {}).clippedTo(space);
+                reference = divide(list, part, length + extra, level + 1);
             }
             out_.slots_[grid.firstCell + cell] = reference == CellTriangles::kNothing ? store(list) : reference;
         }
-    }
-
-    static Box partOf(FinerGrid const& grid, std::size_t cell)
-    {
-        auto const rows = static_cast<std::size_t>(grid.size[1]);
-        std::size_t const position[2] = {cell / rows, cell % rows};
-        Box box;
-        for (int k = 0; k < 2; ++k) {
-            double const step = grid.scale[k] > 0 ? 1 / grid.scale[k] : 0;
-            box.low[k] = grid.low[k] + static_cast<double>(position[k]) * step;
-            box.high[k] = grid.low[k] + static_cast<double>(position[k] + 1) * step;
-        }
-        return box;
     }
 
     Reference store(List list)

@@ -26,7 +26,7 @@ inline int cellOfCoordinate(double s, int size)
 {
     if (s > size - kCellTolerance) return size - 1;
     if (!(s >= kCellTolerance)) return 0; // the NaN side is meant
-    return static_cast<int>(std::floor(s));
+    return static_cast<int>(s);           // s is positive: that is its floor
 }
 
 /// Fetches the corners of triangle `t`; false if there is no such triangle or it names a vertex outside `vertexCount`.
