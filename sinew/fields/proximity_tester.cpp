@@ -56,15 +56,20 @@ void chooseCells(Range const ranges[3], double size[3], int count[3])
 int cellIndex(ProximityTester const& grid, Vector3 const& p)
 {
     Vector3 const d = p - grid.origin;
-    int index[3];
+    double along[3];
+    bool isInside = true;
     for (int a = 0; a < 3; ++a) {
         // A quotient that is not negative is truncated to its floor, and it lies below the count exactly if its
         // floor does; so everything outside, NaN included, is turned away without forming an int that does not fit.
-        double const along = (d * grid.axes[a]) / grid.cellSize[a];
-        if (!(along >= 0 && along < grid.cellCount[a])) return -1;
-        index[a] = static_cast<int>(along);
+        along[a] = (d * grid.axes[a]) / grid.cellSize[a];
+        // No short cut: which side of the grid a point lies on is more than a processor can guess.
+        isInside = isInside & (along[a] >= 0) & (along[a] < grid.cellCount[a]);
     }
-    return index[0] + grid.cellCount[0] * (index[1] + grid.cellCount[1] * index[2]);
+    if (!isInside) return -1;
+    int const i = static_cast<int>(along[0]);
+    int const j = static_cast<int>(along[1]);
+    int const k = static_cast<int>(along[2]);
+    return i + grid.cellCount[0] * (j + grid.cellCount[1] * k);
 }
 
 // Marks all cells within one cell, along each axis, of the listed ones.
