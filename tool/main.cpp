@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <unistd.h>
 
+#include <tool/solve/solve.h>
 #include <tool/support/user_error.h>
 #include <tool/tour/tour.h>
 
@@ -28,6 +29,16 @@ void addTour(CLI::App& app, tool::TourOptions& options, int& status)
     tour->callback([&] { status = tool::runTour(options, std::cout, isatty(STDOUT_FILENO) != 0); });
 }
 
+void addSolve(CLI::App& app, tool::SolveOptions& options, int& status)
+{
+    CLI::App* const solve = app.add_subcommand("solve", "Order, factor and solve a sparse symmetric system");
+    solve->add_option("matrix", options.matrixFile, "a symmetric positive-definite matrix (Matrix Market .mtx)")
+        ->required();
+    solve->add_option("--picture", options.pictureFile, "where to draw its pattern before and after ordering")
+        ->capture_default_str();
+    solve->callback([&] { status = tool::runSolve(options, std::cout); });
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -36,7 +47,9 @@ int main(int argc, char** argv)
     app.require_subcommand(1);
     tool::TourOptions tourOptions;
     int status = 0;
+    tool::SolveOptions solveOptions;
     addTour(app, tourOptions, status);
+    addSolve(app, solveOptions, status);
     try {
         app.parse(argc, argv);
         return status;

@@ -1,0 +1,120 @@
+// The factor without the ordering: analysis, numbers, and the lists `rows` and `Mt` are included for sinew and plain.
+// Eigen and CHOLMOD are timed at the numbers alone, their analysis being done before, in their own ordering.
+// "whole" is everything that SPDMatrix::factor does.
+
+#include <benchmark/benchmark.h>
+
+#include <sinew/sparse/detail/factorization.h>
+#include <sinew/sparse/symbolic_factor.h>
+
+#include "cases.h"
+#include "peers.h"
+#include "sparse/plain_sparse.h"
+
+namespace {
+
+using sinew::detail::Factorization;
+
+std::vector<int> const& permOf(std::string const& name)
+{
+    static std::map<std::string, std::vector<int>> made;
+    auto const found = made.find(name);
+    return found != made.end() ? found->second
+                               : made.emplace(name, bench::matrixNamed(name).computePerm()).first->second;
+}
+
+void factor(benchmark::State& state, std::string const& name)
+{
+    SPDMatrix const& matrix = bench::matrixNamed(name);
+    std::vector<int> const& perm = permOf(name);
+    for (auto _ : state) benchmark::DoNotOptimize(Factorization(matrix.rows, perm).factor(matrix.rows).factor.diag);
+}
+
+void factorPlainly(benchmark::State& state, std::string const& name)
+{
+    SPDMatrix const& matrix = bench::matrixNamed(name);
+    std::vector<int> const& perm = permOf(name);
+    if (test::difference(plain::factor(matrix, perm), Factorization(matrix.rows, perm).factor(matrix.rows).factor) !=
+        "") {
+        state.SkipWithError("factors differ");
+    }
+    for (auto _ : state) benchmark::DoNotOptimize(plain::factor(matrix, perm).diag);
+}
+
+void factorAgain(benchmark::State& state, std::string const& name)
+{
+    SPDMatrix const& matrix = bench::matrixNamed(name);
+    sinew::SymbolicFactor const symbolic(matrix);
+    for (auto _ : state) benchmark::DoNotOptimize(symbolic.factor(matrix).diag);
+}
+
+void factorWhole(benchmark::State& state, std::string const& name)
+{
+    SPDMatrix const& matrix = bench::matrixNamed(name);
+    for (auto _ : state) benchmark::DoNotOptimize(matrix.factor().diag);
+}
+
+void factorWholePlainly(benchmark::State& state, std::string const& name)
+{
+    SPDMatrix const& matrix = bench::matrixNamed(name);
+    if (test::difference(plain::factor(matrix), matrix.factor()) != "") state.SkipWithError("factors differ");
+    for (auto _ : state) benchmark::DoNotOptimize(plain::factor(matrix).diag);
+}
+
+#ifdef SINEW_BENCH_EIGEN
+void factorWithEigen(benchmark::State& state, std::string const& name)
+{
+    bench::EigenMatrix const matrix = bench::upperForEigen(bench::matrixNamed(name));
+    bench::EigenSolver solver;
+    solver.analyzePattern(matrix);
+    for (auto _ : state) solver.factorize(matrix);
+    if (solver.info() != Eigen::Success) state.SkipWithError("Eigen found no factor");
+}
+
+void factorWholeWithEigen(benchmark::State& state, std::string const& name)
+{
+    bench::EigenMatrix const matrix = bench::upperForEigen(bench::matrixNamed(name));
+    for (auto _ : state) {
+        bench::EigenSolver const solver(matrix);
+        benchmark::DoNotOptimize(solver.info());
+    }
+}
+#endif
+
+#ifdef SINEW_BENCH_SUITESPARSE
+template <bool supernodal>
+void factorWithCholmod(benchmark::State& state, std::string const& name)
+{
+    bench::Cholmod cholmod(bench::matrixNamed(name), supernodal);
+    for (auto _ : state) {
+        if (!cholmod.factorize()) state.SkipWithError("CHOLMOD found no factor");
+    }
+}
+#endif
+
+int const registered = [] {
+    auto const add = [](std::string const& name, auto run, std::string const& matrix) {
+        benchmark::RegisterBenchmark(name.c_str(), run, matrix)->Unit(benchmark::kMillisecond);
+    };
+    for (std::string const name : {"2D 30", "2D 100", "surface", "2D 300", "3D 20", "3D 30"}) {
+        std::string const prefix = "factor " + name + "/";
+        add(prefix + "sinew", factor, name);
+        add(prefix + "sinew-again", factorAgain, name);
+        if (name != "3D 30") add(prefix + "plain", factorPlainly, name);
+#ifdef SINEW_BENCH_EIGEN
+        add(prefix + "Eigen", factorWithEigen, name);
+#endif
+#ifdef SINEW_BENCH_SUITESPARSE
+        add(prefix + "CHOLMOD-supernodal", factorWithCholmod<true>, name);
+        add(prefix + "CHOLMOD-simplicial", factorWithCholmod<false>, name);
+#endif
+    }
+    add("whole 2D 30/sinew", factorWhole, "2D 30");
+    add("whole 2D 30/plain", factorWholePlainly, "2D 30");
+#ifdef SINEW_BENCH_EIGEN
+    add("whole 2D 30/Eigen", factorWholeWithEigen, "2D 30");
+#endif
+    return 0;
+}();
+
+} // namespace
