@@ -87,6 +87,7 @@ struct TourContext
 void meshFunctionStage(TourContext& tour);
 void skeletonStage(TourContext& tour);
 void fieldStage(TourContext& tour);
+void poseStage(TourContext& tour);
 void heatStage(TourContext& tour);
 
 } // namespace tool

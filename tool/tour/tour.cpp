@@ -22,10 +22,8 @@ struct Stage
 
 /// In the order of the page; later stages use what earlier ones leave in the context.
 constexpr Stage kStages[] = {
-    {"mesh function", meshFunctionStage},
-    {"skeleton", skeletonStage},
-    {"fields", fieldStage},
-    {"bone weights", heatStage},
+    {"mesh function", meshFunctionStage}, {"skeleton", skeletonStage}, {"fields", fieldStage},
+    {"bone weights", heatStage},          {"poses", poseStage},
 };
 
 constexpr double kLargestCoordinate = 1e100; // squares and cubes of it are still numbers

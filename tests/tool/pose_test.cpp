@@ -1,0 +1,220 @@
+#include <tool/figure/pose.h>
+
+#include <cmath>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include <tool/draw/animation.h>
+#include <tool/draw/canvas.h>
+#include <tool/io/files.h>
+#include <tool/io/glb.h>
+#include <tool/models/models.h>
+#include <tool/tour/stage.h>
+
+#include "scratch_folder.h"
+
+namespace {
+
+using tool::Skeleton;
+
+Skeleton figure()
+{
+    return tool::parseTgf(tool::bundledFigureTgf(), "figure.tgf");
+}
+
+Skeleton ring()
+{
+    return tool::parseTgf("1 0 0 0 a\n2 1 0 0 b\n3 0 1 0 c\n#\n1 2\n2 3\n3 1\n", "ring.tgf");
+}
+
+double boneLength(Skeleton const& skeleton, std::vector<Vector3> const& joints, std::size_t bone)
+{
+    auto const [a, b] = skeleton.bones[bone];
+    return dist(joints[static_cast<std::size_t>(a)], joints[static_cast<std::size_t>(b)]);
+}
+
+/// Two triangles on one bone.
+struct Strip
+{
+    Skeleton skeleton = tool::parseTgf("1 0 0 0 a\n2 1 0 0 b\n#\n1 2\n", "strip.tgf");
+    std::vector<Vector3> positions = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}};
+    std::vector<Vector3> normals = std::vector<Vector3>(4, Vector3(0, 0, 1));
+    std::vector<tool::Triangle> triangles = {{0, 1, 2}, {0, 2, 3}};
+    std::vector<std::vector<double>> weights = std::vector<std::vector<double>>(4, {1.0});
+
+    std::string glb(std::vector<tool::KeyFrame> const& frames = {}) const
+    {
+        return tool::skinnedGlb({positions, normals, triangles, weights, skeleton}, frames);
+    }
+};
+
+unsigned word(std::string const& bytes, std::size_t at)
+{
+    unsigned value = 0;
+    for (std::size_t i = 4; i-- > 0;) value = value << 8 | static_cast<unsigned char>(bytes.at(at + i));
+    return value;
+}
+
+nlohmann::json documentOf(std::string const& glb)
+{
+    return nlohmann::json::parse(glb.substr(20, word(glb, 12)));
+}
+
+std::vector<std::string> chunksOf(std::string const& png)
+{
+    std::vector<std::string> kinds;
+    for (std::size_t at = 8; at + 12 <= png.size();) {
+        std::size_t length = 0;
+        for (std::size_t i = 0; i < 4; ++i) length = length << 8 | static_cast<unsigned char>(png[at + i]);
+        kinds.push_back(png.substr(at + 4, 4));
+        at += 12 + length;
+    }
+    return kinds;
+}
+
+} // namespace
+
+TEST(Pose, WithoutTurnsNothingMoves)
+{
+    Skeleton const skeleton = figure();
+    tool::PosedSkeleton const posed = tool::takePose(skeleton, tool::poseOf(skeleton, {}));
+    for (std::size_t j = 0; j < skeleton.joints.size(); ++j) {
+        EXPECT_NEAR(dist(posed.joints[j], skeleton.joints[j]), 0, 1e-12) << skeleton.jointNames[j];
+    }
+}
+
+TEST(Pose, TurnsKeepTheLengthOfEveryBoneAndCarryRestOntoPose)
+{
+    Skeleton const skeleton = figure();
+    for (tool::NamedPose const& named : tool::eightPoses(skeleton)) {
+        SCOPED_TRACE(named.name);
+        tool::PosedSkeleton const posed = tool::takePose(skeleton, named.pose);
+        for (std::size_t b = 0; b < skeleton.bones.size(); ++b) {
+            EXPECT_NEAR(boneLength(skeleton, posed.joints, b), boneLength(skeleton, skeleton.joints, b), 1e-12);
+            for (int const j : skeleton.bones[b]) {
+                auto const joint = static_cast<std::size_t>(j);
+                EXPECT_NEAR(dist(posed.bones[b] * skeleton.joints[joint], posed.joints[joint]), 0, 1e-12);
+            }
+        }
+    }
+}
+
+TEST(Pose, TwistMakesABoneFollowAllTurnsAboveIt)
+{
+    // A turn about the bone's own direction moves no joint, but what hangs on the bone must turn with it.
+    Skeleton const skeleton = tool::parseTgf("1 0 0 0 a\n2 0 1 0 b\n#\n1 2\n", "one.tgf");
+    tool::PosedSkeleton const posed = tool::takePose(skeleton, tool::poseOf(skeleton, {{"b", 1, 90}}));
+    EXPECT_NEAR(dist(posed.bones[0] * Vector3(0, 0.5, 1), Vector3(1, 0.5, 0)), 0, 1e-12);
+}
+
+TEST(Pose, TheLowestJointStaysOnTheGround)
+{
+    Skeleton const skeleton = figure();
+    auto const lowest = [](std::vector<Vector3> const& joints) {
+        double y = joints[0].y;
+        for (Vector3 const& joint : joints) y = std::fmin(y, joint.y);
+        return y;
+    };
+    tool::PosedSkeleton const crouching = tool::takePose(skeleton, tool::eightPoses(skeleton)[4].pose);
+    EXPECT_NEAR(lowest(crouching.joints), lowest(skeleton.joints), 1e-12);
+    tool::PosedSkeleton const lifted = tool::takePose(skeleton, tool::poseOf(skeleton, {}, 0.5));
+    EXPECT_NEAR(lowest(lifted.joints), lowest(skeleton.joints) + 0.5, 1e-12);
+}
+
+TEST(Pose, AWalkEndsWhereItBegan)
+{
+    Skeleton const skeleton = figure();
+    tool::PosedSkeleton const first = tool::takePose(skeleton, tool::walking(skeleton, 0));
+    tool::PosedSkeleton const last = tool::takePose(skeleton, tool::walking(skeleton, 1));
+    for (std::size_t j = 0; j < first.joints.size(); ++j) EXPECT_NEAR(dist(first.joints[j], last.joints[j]), 0, 1e-9);
+}
+
+TEST(Pose, SkeletonsWithoutNamesAndWithRingsTakeEightPosesToo)
+{
+    for (Skeleton const& skeleton : {ring(), tool::parseTgf("1 0 0 0\n2 0 0 1\n3 0 0 2\n#\n1 2\n2 3\n", "line.tgf")}) {
+        std::vector<tool::NamedPose> const poses = tool::eightPoses(skeleton);
+        ASSERT_EQ(poses.size(), 8u);
+        for (tool::NamedPose const& named : poses) {
+            for (BoneTransform const& bone : tool::takePose(skeleton, named.pose).bones) {
+                EXPECT_TRUE(std::isfinite(bone.linear.determinant()));
+            }
+        }
+    }
+}
+
+TEST(AnimatedPng, HoldsEveryFrameInOrder)
+{
+    std::vector<std::string> frames;
+    for (int k = 0; k < 3; ++k) frames.push_back(tool::Canvas(8, 6, 1, tool::categorical(k)).png());
+    std::vector<std::string> const chunks = chunksOf(tool::animatedPng(frames, 40));
+    EXPECT_EQ(chunks,
+              (std::vector<std::string>{"IHDR", "acTL", "fcTL", "IDAT", "fcTL", "fdAT", "fcTL", "fdAT", "IEND"}));
+}
+
+TEST(AnimatedPng, RefusesWhatIsNoPng)
+{
+    EXPECT_THROW(tool::animatedPng({}, 40), std::runtime_error);
+    EXPECT_THROW(tool::animatedPng({"GIF89a"}, 40), std::runtime_error);
+}
+
+TEST(Glb, IsAContainerOfTwoPaddedChunks)
+{
+    std::string const glb = Strip().glb();
+    EXPECT_EQ(glb.substr(0, 4), "glTF");
+    EXPECT_EQ(word(glb, 4), 2u);
+    EXPECT_EQ(word(glb, 8), glb.size());
+    std::size_t const binary = 20 + word(glb, 12);
+    EXPECT_EQ(glb.substr(binary + 4, 4), std::string("BIN\0", 4));
+    EXPECT_EQ(binary + 8 + word(glb, binary), glb.size());
+    EXPECT_EQ(word(glb, binary) % 4, 0u);
+}
+
+TEST(Glb, DescribesMeshSkinAndMotion)
+{
+    Strip const strip;
+    std::vector<tool::KeyFrame> const frames = {{0.0, {BoneTransform()}}, {1.0, {BoneTransform()}}};
+    nlohmann::json const document = documentOf(strip.glb(frames));
+    EXPECT_EQ(document["meshes"].size(), 1u);
+    EXPECT_EQ(document["skins"][0]["joints"].size(), strip.skeleton.bones.size());
+    EXPECT_EQ(document["animations"][0]["channels"].size(), 2 * strip.skeleton.bones.size());
+    nlohmann::json const& positions =
+        document["accessors"][document["meshes"][0]["primitives"][0]["attributes"]["POSITION"].get<std::size_t>()];
+    EXPECT_EQ(positions["count"], 4);
+    EXPECT_EQ(positions["max"], nlohmann::json::array({1.0, 1.0, 0.0}));
+    EXPECT_FALSE(documentOf(strip.glb()).contains("animations"));
+}
+
+TEST(PoseStage, PosesAUsersMeshWithItsWeightsAndPutsItBack)
+{
+    test::ScratchFolder const folder;
+    tool::TourOptions options;
+    options.pixels = 0.1;
+    std::ostringstream log;
+    tool::Progress progress(log, false);
+    tool::Report report(folder / "", "title", "subtitle");
+    tool::TourContext tour{options, progress, report};
+    Strip const strip;
+    tour.skeleton = strip.skeleton;
+    tour.figure = {strip.positions, strip.normals, strip.triangles};
+    tour.givenWeights = strip.weights;
+    tool::poseStage(tour);
+    EXPECT_TRUE(report.failedClaims().empty());
+    EXPECT_FALSE(tool::readFile(folder / "poses.png").empty());
+    EXPECT_FALSE(tool::readFile(folder / "figure.glb").empty());
+}
+
+TEST(PoseStage, WithoutWeightsItHasNothingToShow)
+{
+    test::ScratchFolder const folder;
+    tool::TourOptions options;
+    std::ostringstream log;
+    tool::Progress progress(log, false);
+    tool::Report report(folder / "", "title", "subtitle");
+    tool::TourContext tour{options, progress, report};
+    tool::poseStage(tour);
+    EXPECT_EQ(report.write("").empty(), false);
+    EXPECT_EQ(tool::readFile(folder / "index.html").find("Poses"), std::string::npos);
+}
