@@ -37,6 +37,13 @@ TEST(BundledKoi, HasIslandsOpeningsAndTouchingLoops)
     EXPECT_EQ(touching, 2 * 2); // one vertex a side, each visited twice
 }
 
+TEST(BundledKoi, LiesInsideItsTexture)
+{
+    for (tool::Vector2 const& p : tool::parseObj(tool::bundledKoiObj(), "koi.obj").texcoords) {
+        ASSERT_TRUE(p.x > 0.01 && p.x < 0.99 && p.y > 0.01 && p.y < 0.99) << p.x << " " << p.y;
+    }
+}
+
 TEST(BundledKoi, TurnsAllTextureTrianglesTheSameWay)
 {
     tool::TexturedMesh const mesh = tool::parseObj(tool::bundledKoiObj(), "koi.obj");

@@ -375,14 +375,14 @@ void writeSide(ObjWriter& out, double side, std::string const& name, Vector2 con
 int main()
 {
     ObjWriter out;
-    writeSide(out, 1, "left", {0.03, 0.66}, {0.78, 0.50});
-    writeSide(out, -1, "right", {0.03, 0.31}, {0.87, 0.50});
-    writeFin(out, "tail-fin", {0.73, 0.60}, 14, 7, tailPoint);
-    writeFin(out, "back-fin", {0.03, 0.16}, 14, 4, dorsalPoint);
-    writeFin(out, "belly-fin", {0.36, 0.17}, 5, 4, analPoint);
-    writeFin(out, "breast-fin-left", {0.74, 0.31}, 7, 5, PairedFin{1, 0.31, 0.74 * kPi, 0.17, 0.045});
-    writeFin(out, "breast-fin-right", {0.74, 0.16}, 7, 5, PairedFin{-1, 0.31, 0.74 * kPi, 0.17, 0.045});
-    writeFin(out, "hip-fin-left", {0.49, 0.17}, 6, 4, PairedFin{1, 0.56, 0.82 * kPi, 0.11, 0.03});
-    writeFin(out, "hip-fin-right", {0.61, 0.17}, 6, 4, PairedFin{-1, 0.56, 0.82 * kPi, 0.11, 0.03});
+    writeSide(out, 1, "left", {0.03, 0.66}, {0.78, 0.46});
+    writeSide(out, -1, "right", {0.03, 0.31}, {0.88, 0.46});
+    writeFin(out, "tail-fin", {0.75, 0.54}, 14, 7, tailPoint);
+    writeFin(out, "back-fin", {0.03, 0.13}, 14, 4, dorsalPoint);
+    writeFin(out, "belly-fin", {0.36, 0.14}, 5, 4, analPoint);
+    writeFin(out, "breast-fin-left", {0.78, 0.29}, 7, 5, PairedFin{1, 0.31, 0.74 * kPi, 0.17, 0.045});
+    writeFin(out, "breast-fin-right", {0.78, 0.13}, 7, 5, PairedFin{-1, 0.31, 0.74 * kPi, 0.17, 0.045});
+    writeFin(out, "hip-fin-left", {0.50, 0.15}, 6, 4, PairedFin{1, 0.56, 0.82 * kPi, 0.11, 0.03});
+    writeFin(out, "hip-fin-right", {0.63, 0.15}, 6, 4, PairedFin{-1, 0.56, 0.82 * kPi, 0.11, 0.03});
     out.print();
 }

@@ -353,7 +353,7 @@ void addNearness(TourContext& tour, Section& section, Body const& body)
     Solid solid = solidOf(body.surface);
     for (int const m : mark) {
         solid.colours.push_back(m == 2   ? Colour::hex(0xd1495b)
-                                : m == 1 ? Colour::hex(0xf1b26a)
+                                : m == 1 ? Colour::hex(0xf2d3a6)
                                          : Colour::hex(0xe4e0d8));
     }
     addPortrait(

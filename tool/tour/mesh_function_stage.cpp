@@ -316,7 +316,9 @@ void addModel(TourContext& tour, Section& section, MeshFunction2D const& functio
                         "the side view, was looked up for every texel.");
 
     flat.image(texture, {0, 0, kSheet, kSheet});
-    drawLoops(flat, function, PlaneMap({0, 0}, {1, 1}, {0, 0, kSheet, kSheet}), 2, palette::ink);
+    PlaneMap const map({0, 0}, {1, 1}, {0, 0, kSheet, kSheet});
+    drawLoops(flat, function, map, 5, palette::paper); // a pale rim keeps the outline visible on dark patches
+    drawLoops(flat, function, map, 2, palette::ink);
     section.picture("texture.png", flat,
                     "That texture. Beyond the islands' borders the continued function goes on painting, so that no "
                     "seam of the model shows a wrong colour.",
