@@ -12,6 +12,7 @@
 
 #include <sinew/queries/polynomial_roots.h>
 
+#include "closed_form_cubic.h"
 #include "peers.h"
 #include "queries/plain_polynomial_roots.h"
 #include "support/random.h"
@@ -30,25 +31,9 @@ SINEW_BENCH_CALL int plainCubic(double a, double b, double c, double d, double* 
     return plain::solveCubic(a, b, c, d, roots);
 }
 
-// The textbook formulas: a cube root for one real root, three cosines for three.
 SINEW_BENCH_CALL int closedForm(double a, double b, double c, double d, double* roots)
 {
-    double const shift = b / (3 * a);
-    double const p = (c / a) / 3 - shift * shift;
-    double const q = shift * shift * shift - shift * (c / a) / 2 + d / a / 2;
-    double const discriminant = q * q + p * p * p;
-    if (discriminant > 0) {
-        double const u = std::cbrt(std::fabs(q) + std::sqrt(discriminant));
-        roots[0] = (q > 0 ? p / u - u : u - p / u) - shift;
-        return 1;
-    }
-    double const size = 2 * std::sqrt(-p);
-    double const angle = std::acos(std::max(-1.0, std::min(1.0, -q / std::sqrt(-p * p * p)))) / 3;
-    double const third = 2.0943951023931953;
-    roots[0] = size * std::cos(angle + third) - shift;
-    roots[1] = size * std::cos(angle - third) - shift;
-    roots[2] = size * std::cos(angle) - shift;
-    return 3;
+    return bench::closedFormCubic(a, b, c, d, roots);
 }
 
 #ifdef SINEW_BENCH_EIGEN

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include <sinew/core/tolerances.h>
-#include <sinew/queries/detail/unit.h>
 
 namespace {
 
@@ -139,9 +138,9 @@ LineLineInt::LineLineInt(Vector3 const& p1, Vector3 d1, Vector3 const& p2, Vecto
     if (d1.isParallel(d2, -1.0)) {
         Vector3 const back = p1 - p2;
         result = isShort(back + d1 * (w * d1 / s11), tol) ? kLinesCoincide : kLinesApart;
-        point = p1;
-        t1 = 0.0;
         t2 = back * d2 / s22;
+        t1 = 0.0;
+        point = p1;
         return;
     }
     double const s12 = d1 * d2;
@@ -193,7 +192,7 @@ LineTriangleInt::LineTriangleInt(Vector3 const& p, UVector3 const& d, Vector3 co
     Vector3 const n = areaVector * (1.0 / std::sqrt(areaSq));
     // Made unit once more for the plane, which can change its last bits; the sides are tested with the first one.
     double at = 0.0;
-    LinePlane const outcome = crossPlane(p, d, a, sinew::detail::unit(n), tol, &at);
+    LinePlane const outcome = crossPlane(p, d, a, UVector3(n), tol, &at);
     if (outcome != kCrosses) {
         result = outcome == kOffPlane ? kParallelToTriangle : kInTrianglePlane;
         return;

@@ -53,9 +53,13 @@ struct Bracket
 
     void narrow(double x, double atX)
     {
-        bool const sameSideAsHi = atHi * atX > 0;
-        (sameSideAsHi ? hi : lo) = x;
-        (sameSideAsHi ? atHi : atLo) = atX;
+        if (atHi * atX > 0) {
+            hi = x;
+            atHi = atX;
+        } else {
+            lo = x;
+            atLo = atX;
+        }
     }
 
     // Whether no further iteration can change this bracket, given its middle(). Large roots end here, long before the

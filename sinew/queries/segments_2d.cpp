@@ -2,8 +2,6 @@
 
 #include <cmath>
 
-#include <sinew/queries/detail/unit.h>
-
 namespace {
 
 // An axis direction without the square root that the constructor takes.
@@ -21,7 +19,8 @@ constexpr UVector3 kUp = axis(0.0, 1.0);
 constexpr UVector3 kLeft = axis(-1.0, 0.0);
 constexpr UVector3 kDown = axis(0.0, -1.0);
 
-bool clipHalfPlane(Vector3& a, Vector3& b, Vector3 const& p, Vector3 const& n)
+// Always inlined: with a constant axis most of its products are constants too.
+[[gnu::always_inline]] inline bool clipHalfPlane(Vector3& a, Vector3& b, Vector3 const& p, Vector3 const& n)
 {
     double const boundary = n * p;
     double const insideA = n * a - boundary;
@@ -78,9 +77,8 @@ bool segIntersectRect2D(Vector3 const& a, Vector3 const& b, Vector3 const& lo, V
 
 bool segsIntersect(Vector3 const& a, Vector3 const& b, Vector3 const& c, Vector3 const& d, double tol, bool inclusive)
 {
-    Vector3 const ab = b - a;
-    UVector3 const u = sinew::detail::unit(ab);
-    double const length = ab * u;
+    UVector3 const u(b - a);
+    double const length = (b - a) * u;
     double const alongC = (c - a) * u;
     double const alongD = (d - a) * u;
     double const low = inclusive ? -tol : tol;
