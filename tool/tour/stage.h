@@ -89,5 +89,6 @@ void skeletonStage(TourContext& tour);
 void fieldStage(TourContext& tour);
 void poseStage(TourContext& tour);
 void heatStage(TourContext& tour);
+void saveStage(TourContext& tour);
 
 } // namespace tool

@@ -22,7 +22,7 @@ struct Stage
 
 /// In the order of the page; later stages use what earlier ones leave in the context.
 constexpr Stage kStages[] = {
-    {"mesh function", meshFunctionStage}, {"skeleton", skeletonStage}, {"fields", fieldStage},
+    {"mesh function", meshFunctionStage}, {"saving", saveStage}, {"skeleton", skeletonStage}, {"fields", fieldStage},
     {"bone weights", heatStage},          {"poses", poseStage},
 };
 

@@ -1,9 +1,11 @@
 #include <sinew/framework/detail/xml_reader.h>
 
 #include <algorithm>
+#include <functional>
 #include <ios>
 #include <istream>
 #include <streambuf>
+#include <utility>
 
 #include <sinew/framework/detail/xml_text.h>
 #include <sinew/framework/serializable.h>
@@ -254,13 +256,14 @@ void XmlReader::refuseRepeatedAttributes()
         }
         return;
     }
-    // Sorted rather than hashed: names can be chosen to collide.
-    std::vector<std::string_view> names;
+    // Sorted by hash, so that long names are seldom compared, but not looked up by it: names can be chosen to collide.
+    std::vector<std::pair<std::size_t, std::string_view>> names;
     names.reserve(attributes.size());
-    for (auto const& attribute : attributes) names.push_back(attribute.name);
+    for (auto const& attribute : attributes)
+        names.emplace_back(std::hash<std::string_view>()(attribute.name), attribute.name);
     std::sort(names.begin(), names.end());
     auto const twice = std::adjacent_find(names.begin(), names.end());
-    if (twice != names.end()) refuse(*twice);
+    if (twice != names.end()) refuse(twice->second);
 }
 
 XmlReader::Next XmlReader::nextInContent(std::string* text, bool* blank)
