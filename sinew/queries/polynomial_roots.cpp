@@ -66,13 +66,13 @@ struct Bracket
     // iterations run out: one unit in the last place of the root already changes the value by more than the tolerance.
     //
     // The middle meets an end only if the ends are neighbouring doubles. Then the other kind of step lands on an end as
-    // well (the stand-off is less than half the gap if the bracket counts as wide), provided that it is a number: its
-    // numerator must not have overflowed. Landing on an end changes nothing if hi stays where it is for x = hi, and lo
-    // for x = lo, which are the two signs asked for below. Ends of zero are left out, for they come with two signs.
+    // well: the stand-off is less than half the gap if the bracket counts as wide, and a NaN ends up at lo. Landing on
+    // an end changes nothing if hi stays where it is for x = hi, and lo for x = lo, which are the two signs asked for
+    // below. Ends of zero are left out, for they come with two signs.
     bool isSettled(double middleOfEnds) const
     {
         if (middleOfEnds != lo && middleOfEnds != hi) return false;
-        return lo != 0 && hi != 0 && atHi * atHi > 0 && !(atHi * atLo > 0) && std::isfinite(atHi * lo - atLo * hi);
+        return lo != 0 && hi != 0 && atHi * atHi > 0 && !(atHi * atLo > 0);
     }
 };
 
