@@ -16,7 +16,7 @@
 #include <tool/draw/canvas.h>
 #include <tool/tour/outcome_panel.h>
 
-#include "../../bench/queries/closed_form_cubic.h"
+#include "bench/queries/closed_form_cubic.h"
 
 namespace {
 
