@@ -30,4 +30,6 @@ SINEW_API bool bestFitPlane(std::vector<Vector3> const& points, Vector3* center,
 ///                 largest eigenvalue, or to the smallest; may be null, as may `center`.
 /// @param largest  which of the two.
 /// @return false, with nothing written, for fewer than two points.
+// The name is what hosts are written against, leading underscore and all.
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
 SINEW_API bool _getCenterAndEigv(std::vector<Vector3> const& points, Vector3* center, UVector3* axis, bool largest);
