@@ -22,8 +22,7 @@ SINEW_API bool jacobiRotation(Matrix3 const& A, int& p, int& q, double& c, doubl
 ///
 /// @param values   receives three eigenvalues; may be null.
 /// @param vectors  receives three eigenvectors in the same order; may be null. Equal eigenvalues keep the order of
-/// their
-///                 columns; signs are not normalised.
+///                 their columns; signs are not normalised.
 /// @return whether the sum of off-diagonal magnitudes fell to 1e-08 or below within 51 rotations, or nothing was
 ///         left to rotate. The best values found are written in either case. A random matrix takes 4 to 9 rotations;
 ///         NaN stops at once, with true, and gives NaN.

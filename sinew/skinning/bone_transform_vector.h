@@ -35,10 +35,9 @@ public:
     /// The same, and the unit normal in the world after the bones.
     ///
     /// @param normal     the vertex's normal in object space.
-    /// @param newNormal  receives the cross product of the two deformed tangents of the placed normal (`getBasis`),
-    /// made
-    ///                   unit. Tangents, not the normal itself, are deformed, so that a squashed bone tilts normals the
-    ///                   right way. It points inward where the bones mirror the vertex.
+    /// @param newNormal  receives the unit cross product of the two deformed tangents (`getBasis`) of the placed
+    ///                   normal. Tangents, not the normal itself, are deformed, so that a squashed bone tilts normals
+    ///                   the right way. It points inward where the bones mirror the vertex.
     ///
     /// Differs from the position-only operation on purpose: a single influence moves the vertex fully, whatever its
     /// weight, and every bone index must name a bone; negative ones are not treated specially.

@@ -1,7 +1,7 @@
 #pragma once
 
 /// Animated PNG: frames that browsers play, still frames for programs that only know PNG.
-/// Source of the format: Animated PNG Specification, Mozilla, 2004; PNG, Third Edition, W3C.
+/// Source of the format: Animated PNG (APNG), Mozilla, 2004; PNG, Third Edition, W3C.
 
 #include <string>
 #include <vector>
