@@ -4,56 +4,38 @@
 // normals stand beside those that a rotation of the rest normals would give.
 
 #include <cmath>
-#include <cstdio>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include <sinew/sinew.h>
+
+#include "svg.h"
 
 namespace {
 
 double const kPi = 3.14159265358979323846;
 
-// SVG in units of a pixel, y up.
-class Drawing
+using figures::Point;
+using figures::Svg;
+
+Point flat(Vector3 const& v)
 {
-public:
-    Drawing(double width, double height) : width_(width), height_(height) {}
+    return {v.x, v.y};
+}
 
-    void line(Vector3 const& a, Vector3 const& b, char const* colour, double thickness)
-    {
-        body_ << "<line x1='" << a.x << "' y1='" << height_ - a.y << "' x2='" << b.x << "' y2='" << height_ - b.y
-              << "' stroke='" << colour << "' stroke-width='" << thickness << "' stroke-linecap='round'/>\n";
-    }
-    void arrow(Vector3 const& from, Vector3 const& step, char const* colour)
-    {
-        Vector3 const tip = from + step;
-        UVector3 const along(step);
-        Vector3 const across(-along.y, along.x, 0);
-        line(from, tip, colour, 1.6);
-        line(tip, tip - 5 * along + 3 * across, colour, 1.6);
-        line(tip, tip - 5 * along - 3 * across, colour, 1.6);
-    }
-    void text(double x, double y, std::string const& words, char const* style = "")
-    {
-        body_ << "<text x='" << x << "' y='" << height_ - y << "' " << style << ">" << words << "</text>\n";
-    }
-    void save(std::string const& file) const
-    {
-        std::ofstream out(file);
-        out << "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 " << width_ << " " << height_ << "' width='"
-            << width_ << "' font-family='Helvetica, Arial, sans-serif' font-size='14' fill='#2b2b2b'>\n"
-            << "<rect width='100%' height='100%' fill='#fcfbf8'/>\n"
-            << body_.str() << "</svg>\n";
-        if (!out) std::fprintf(stderr, "cannot write %s\n", file.c_str());
-    }
+void line(Svg& drawing, Vector3 const& a, Vector3 const& b, char const* colour, double thickness)
+{
+    drawing.line(flat(a), flat(b), colour, thickness);
+}
 
-private:
-    double width_;
-    double height_;
-    std::ostringstream body_;
-};
+void arrow(Svg& drawing, Vector3 const& from, Vector3 const& step, char const* colour)
+{
+    Vector3 const tip = from + step;
+    UVector3 const along(step);
+    Vector3 const across(-along.y, along.x, 0);
+    line(drawing, from, tip, colour, 1.6);
+    line(drawing, tip, tip - 5 * along + 3 * across, colour, 1.6);
+    line(drawing, tip, tip - 5 * along - 3 * across, colour, 1.6);
+}
 
 char const* const kOurs = "#0b6fa4";
 char const* const kRotated = "#d1495b";
@@ -75,7 +57,7 @@ smart_ptr<DisplayData> ring(int count)
 }
 
 // A ring under one bone, at `centre`, with the library's normals and, in red, the rest normals merely rotated.
-void drawRing(Drawing& drawing, BoneTransform const& bone, Matrix3 const& rotation, Vector3 const& centre)
+void drawRing(Svg& drawing, BoneTransform const& bone, Matrix3 const& rotation, Vector3 const& centre)
 {
     smart_ptr<DisplayData> const display = ring(28);
     smart_ptr<BoneTransformVector> const bones(new BoneTransformVector({bone}));
@@ -84,20 +66,20 @@ void drawRing(Drawing& drawing, BoneTransform const& bone, Matrix3 const& rotati
     double const radius = 80;
     auto const at = [&](std::size_t i) { return centre + radius * posed->positions[i % posed->positions.size()]; };
     for (std::size_t i = 0; i < posed->positions.size(); ++i) {
-        drawing.line(at(i), at(i + 1), kSurface, 2.5);
-        drawing.arrow(at(i), 28 * (rotation * rest.normals[i]), kRotated);
-        drawing.arrow(at(i), 34 * posed->normals[i], kOurs);
+        line(drawing, at(i), at(i + 1), kSurface, 2.5);
+        arrow(drawing, at(i), 28 * (rotation * rest.normals[i]), kRotated);
+        arrow(drawing, at(i), 34 * posed->normals[i], kOurs);
     }
 }
 
 void squashedNormals(std::string const& folder)
 {
-    Drawing drawing(900, 330);
-    drawing.text(30, 300, "A bone squashed to 0.4 of its length: normals", "font-size='17' font-weight='bold'");
-    drawing.line({500, 306, 0}, {530, 306, 0}, kOurs, 3);
-    drawing.text(538, 300, "sinew: cross of deformed tangents");
-    drawing.line({500, 284, 0}, {530, 284, 0}, kRotated, 3);
-    drawing.text(538, 278, "rest normals, rotated with the bone");
+    Svg drawing(900, 330);
+    drawing.text({30, 300}, "A bone squashed to 0.4 of its length: normals", "font-size='17' font-weight='bold'");
+    line(drawing, {500, 306, 0}, {530, 306, 0}, kOurs, 3);
+    drawing.text({538, 300}, "sinew: cross of deformed tangents");
+    line(drawing, {500, 284, 0}, {530, 284, 0}, kRotated, 3);
+    drawing.text({538, 278}, "rest normals, rotated with the bone");
     BoneTransform const still({0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {1, 0, 0}, 0);
     BoneTransform const squashed({0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {0.4, 0, 0}, 0);
     Vector3 const leaning(std::cos(kPi / 6), std::sin(kPi / 6), 0);
@@ -105,14 +87,14 @@ void squashedNormals(std::string const& folder)
     drawRing(drawing, still, Matrix3(), {160, 140, 0});
     drawRing(drawing, squashed, Matrix3(), {440, 140, 0});
     drawRing(drawing, leaningToo, Matrix3::rotationMatrix(UVector3(1, 0, 0), UVector3(leaning)), {720, 140, 0});
-    drawing.text(160, 8, "at rest", "text-anchor='middle'");
-    drawing.text(440, 8, "squashed along x", "text-anchor='middle'");
-    drawing.text(720, 8, "squashed and turned by 30 degrees", "text-anchor='middle'");
+    drawing.text({160, 8}, "at rest", "text-anchor='middle'");
+    drawing.text({440, 8}, "squashed along x", "text-anchor='middle'");
+    drawing.text({720, 8}, "squashed and turned by 30 degrees", "text-anchor='middle'");
     drawing.save(folder + "/skinning_normals.svg");
 }
 
 // A grid of lines along and around a unit tube under a bone, seen from the side and a little from above.
-void drawTube(Drawing& drawing, BoneTransform const& bone, Vector3 const& corner, char const* title)
+void drawTube(Svg& drawing, BoneTransform const& bone, Vector3 const& corner, char const* title)
 {
     auto const seen = [&](double along, double angle) {
         Vector3 const p = bone * Vector3(along, 0.35 * std::cos(angle), 0.35 * std::sin(angle));
@@ -122,25 +104,25 @@ void drawTube(Drawing& drawing, BoneTransform const& bone, Vector3 const& corner
     for (int k = 0; k < 12; ++k) {
         double const angle = 2 * kPi * k / 12;
         for (int i = 0; i < steps; ++i) {
-            drawing.line(seen(i / 24.0, angle), seen((i + 1) / 24.0, angle), k == 3 ? kRotated : kSurface,
-                         k == 3 ? 3 : 1);
+            line(drawing, seen(i / 24.0, angle), seen((i + 1) / 24.0, angle), k == 3 ? kRotated : kSurface,
+                 k == 3 ? 3 : 1);
         }
     }
     for (int i = 0; i <= steps; i += 4) {
         for (int k = 0; k < 36; ++k) {
-            drawing.line(seen(i / 24.0, 2 * kPi * k / 36), seen(i / 24.0, 2 * kPi * (k + 1) / 36), kSurface, 1);
+            line(drawing, seen(i / 24.0, 2 * kPi * k / 36), seen(i / 24.0, 2 * kPi * (k + 1) / 36), kSurface, 1);
         }
     }
     Vector3 const start = corner + Vector3(120 * bone.translation.x, 120 * bone.translation.y, 0);
     Vector3 const end = corner + 120 * (bone * Vector3(1, 0, 0));
-    drawing.arrow(start, end - start, kOurs);
-    drawing.text(corner.x, 12, title);
+    arrow(drawing, start, end - start, kOurs);
+    drawing.text({corner.x, 12}, title);
 }
 
 void boneParts(std::string const& folder)
 {
-    Drawing drawing(900, 250);
-    drawing.text(30, 222, "What a bone does to the tube around it", "font-size='17' font-weight='bold'");
+    Svg drawing(900, 250);
+    drawing.text({30, 222}, "What a bone does to the tube around it", "font-size='17' font-weight='bold'");
     Vector3 const o(0, 0, 0);
     Vector3 const x(1, 0, 0);
     Vector3 const raised(std::cos(0.5), std::sin(0.5), 0);

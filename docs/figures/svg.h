@@ -41,6 +41,12 @@ public:
         for (Point const& corner : corners) body_ << pixel(corner).x << "," << pixel(corner).y << " ";
         body_ << "' " << style << "/>\n";
     }
+    void line(Point const& a, Point const& b, char const* colour, double thickness)
+    {
+        Point const p = pixel(a), q = pixel(b);
+        body_ << "<line x1='" << p.x << "' y1='" << p.y << "' x2='" << q.x << "' y2='" << q.y << "' stroke='" << colour
+              << "' stroke-width='" << thickness << "' stroke-linecap='round'/>\n";
+    }
     void text(Point const& at, std::string const& words, std::string const& style = "")
     {
         body_ << "<text x='" << pixel(at).x << "' y='" << pixel(at).y << "' " << style << ">" << words << "</text>\n";
