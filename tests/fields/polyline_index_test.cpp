@@ -114,6 +114,22 @@ TEST(SegmentTree, WithinListsWhatAScanLists)
     }
 }
 
+TEST(SegmentTree, RunsWhoseEndsAllButMeetKeepTheirExtent)
+{
+    // The square of such a chord is a number without a finite reciprocal, or zero.
+    for (double const gap : {1e-150, 1e-154, 1e-155, 1e-158, 1e-161, 1e-170, 0.0}) {
+        SCOPED_TRACE(gap);
+        std::vector<Vector3> points(8, Vector3(0, 5, 0)); // at right angles to the chord
+        points[0] = Vector3();
+        points.emplace_back(gap, 0, 0);
+        while (points.size() < 30) points.emplace_back(2, 5, 0.1 * static_cast<double>(points.size()));
+        Vector3 const q(0.5, 5.25, 0);
+        for (VectorWidth width : widths()) {
+            EXPECT_EQ(SegmentTree(points, width).nearest(q, kInfinity).distSq, plainDistSq(points, q));
+        }
+    }
+}
+
 TEST(SegmentTree, LeavesHugeAndUnorderedCoordinatesAlone)
 {
     std::vector<Vector3> points = test::smoothCurve(30);

@@ -16,6 +16,7 @@ constexpr int kTopGroups = 2;
 // Parts that can wait: seven a level, of ten levels for 2^31 segments, and a group's room to write beyond them.
 constexpr int kWaiting = 96;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kSmallestNormal = std::numeric_limits<double>::min(); // has a finite reciprocal
 // Up to this magnitude of coordinates fourth powers of differences stay finite.
 constexpr double kLargestCoordinate = 1e70;
 
@@ -272,7 +273,8 @@ void SegmentTree::fill(Group& group, int place, int level, std::size_t part) con
     Vector3 const a = vertex(static_cast<int>(first));
     Vector3 const b = vertex(static_cast<int>(last));
     Vector3 const chord = b - a;
-    double const invChordSq = chord.lengthSq() > 0.0 ? 1.0 / chord.lengthSq() : 0.0;
+    // A shorter chord counts as its start: the reciprocal would be infinite, and a foot at the start NaN.
+    double const invChordSq = chord.lengthSq() >= kSmallestNormal ? 1.0 / chord.lengthSq() : 0.0;
     Vector3 low = a, high = a;
     double radius = 0.0;
     // By the foot, not as distSqToLineSegment has it: its difference of squares would cancel to nothing here.
