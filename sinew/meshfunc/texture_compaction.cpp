@@ -132,9 +132,10 @@ EmptyRectTester::EmptyRectTester(std::vector<bool> const& usedMask, int width_, 
 
 bool EmptyRectTester::isRectEmpty(double minX, double minY, double maxX, double maxY) const
 {
-    // The second test keeps a caller who changed width and height from reading beyond the packed rows.
+    // The other tests keep a caller who changed width and height from reading beyond the packed rows.
     if (!isTexelCount(emptyTexels.size(), width, height)) return false;
     if (rowWords_ != wordsFor(static_cast<std::size_t>(width))) return false;
+    if (usedRows_.size() != rowWords_ * static_cast<std::size_t>(height)) return false;
     return isTexelRangeEmpty(columnBelow(width * minX, width), columnAbove(width * maxX, width),
                              columnBelow(height * minY, height), columnAbove(height * maxY, height));
 }

@@ -125,6 +125,11 @@ TEST(EmptyRectTester, SizesChangedByTheHostAreNoLongerTrusted)
     std::swap(tester.width, tester.height);
     tester.emptyTexels.pop_back();
     EXPECT_FALSE(tester.isRectEmpty(0, 0, 1, 1));
+
+    EmptyRectTester taller = Texture(64, 40).tester(); // as many texels, and a row is one word still
+    taller.width = 40;
+    taller.height = 64;
+    EXPECT_FALSE(taller.isRectEmpty(0, 0, 1, 1));
 }
 
 TEST(EmptyRectTester, MarginIsOneTexel)
