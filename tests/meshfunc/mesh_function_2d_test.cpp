@@ -1,5 +1,7 @@
 #include <sinew/meshfunc/mesh_function_2d.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <type_traits>
 
 #include <gtest/gtest.h>
@@ -1035,6 +1037,22 @@ TEST(MeshFunctionStale, NewValuesCountAtOnce)
     f.normaldots.clear();
     ASSERT_TRUE(f.evaluate({0.25, 0.25}, &value, &scalar));
     EXPECT_EQ(scalar, -1);
+}
+
+TEST(MeshFunctionStale, ValuesThatCameAndWentAreNotRead)
+{
+    // So large that queries prepare the cells: here while there are values that go again afterwards.
+    test::Random random(21);
+    test::Mesh mesh = test::gridMesh(random, 200, 200);
+    std::size_t const count = mesh.params.size();
+    mesh.params.resize(2 * count);
+    std::copy_n(mesh.params.begin(), count, mesh.params.begin() + static_cast<std::ptrdiff_t>(count));
+    MeshFunction2D f = mesh.function();
+    f.values.resize(2 * count);
+    for (int& i : f.facets) i += static_cast<int>(count); // the same places, other vertices
+    EXPECT_TRUE(f.evaluate({0.3, 0.4}, nullptr, nullptr));
+    f.values = mesh.values;
+    EXPECT_FALSE(f.evaluate({0.3, 0.4}, nullptr, nullptr));
 }
 
 TEST(MeshFunctionStale, NothingIsReadOutOfBounds)

@@ -5,6 +5,7 @@
 /// Small meshes have them all from the start. In a large mesh a cell's are built by the first query that needs them,
 /// so that construction stays cheap and only the cells that are asked are paid for.
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstddef>
@@ -31,8 +32,9 @@ public:
     /// If so, corners that are found lie within `values`.
     bool matches(MeshFunction2D const& f) const
     {
-        return f.values.size() >= vertexCount_ && f.params.size() == paramCount_ && f.facets.size() == facetCount_ &&
-               f.gridCells.size() == kCellCount && f.gridSize[0] == kGridCells && f.gridSize[1] == kGridCells;
+        return std::min(f.params.size(), f.values.size()) == vertexCount_ && f.params.size() == paramCount_ &&
+               f.facets.size() == facetCount_ && f.gridCells.size() == kCellCount && f.gridSize[0] == kGridCells &&
+               f.gridSize[1] == kGridCells;
     }
 
     /// The triangles of a cell, built now if need be; null if the public list has to do. `f` must match.
