@@ -237,10 +237,9 @@ SINEW_PANEL_TARGET static void finishBelow(PanelWork& work, Panel const& panel)
     double const* const inv = work.invDiag + panel.first;
     std::int64_t const stride = panel.stride;
     int row = panel.width;
-    int const padded = panel.stride - panel.stride % 1;
     if ((panel.stride - panel.width) % 8 == 0 && panel.width > 1) {
-        for (; row + kTileRows <= padded; row += kTileRows) finishTile<2>(block, panel, inv, row);
-        for (; row + kLanes <= padded; row += kLanes) finishTile<1>(block, panel, inv, row);
+        for (; row + kTileRows <= panel.stride; row += kTileRows) finishTile<2>(block, panel, inv, row);
+        for (; row + kLanes <= panel.stride; row += kLanes) finishTile<1>(block, panel, inv, row);
         return;
     }
     for (int c = 1; c < panel.width; ++c) {
