@@ -1,5 +1,6 @@
 #include <sinew/meshfunc/mesh_function_2d.h>
 
+#include <algorithm>
 #include <utility>
 
 #include <sinew/framework/fields.h>
@@ -33,20 +34,35 @@ void pack(MeshFunction2D const& f, std::string& text)
     }
     Points const& values = padded.empty() ? f.values : padded;
 
-    text.resize(1 + 3 * kPackedInteger + kPackedVertex * vertexCount + kPackedReal * f.normaldots.size() +
-                kPackedInteger * f.facets.size());
-    char* out = text.data();
-    *out++ = kFormatMark;
-    auto const count = [&](std::size_t n) {
-        int const low = static_cast<int>(n & 0x3FFFF); // what the format keeps of it
-        out = sinew::detail::packIntegers(&low, 1, out);
+    text.clear();
+    text.reserve(1 + 3 * kPackedInteger + kPackedVertex * vertexCount + kPackedReal * f.normaldots.size() +
+                 kPackedInteger * f.facets.size());
+    // By way of a small buffer: resizing the text would fill all of it with zeros first.
+    auto const append = [&text](std::size_t count, auto packItems) {
+        constexpr std::size_t kItems = 512;
+        char buffer[kItems * kPackedVertex];
+        for (std::size_t first = 0; first < count; first += kItems) {
+            char const* const end = packItems(first, std::min(kItems, count - first), buffer);
+            text.append(buffer, static_cast<std::size_t>(end - buffer));
+        }
     };
-    count(vertexCount);
-    out = sinew::detail::packVertices(f.params.data(), values.data(), vertexCount, out);
-    count(f.normaldots.size());
-    out = sinew::detail::packReals(f.normaldots.data(), f.normaldots.size(), out);
-    count(f.facets.size());
-    sinew::detail::packIntegers(f.facets.data(), f.facets.size(), out);
+    auto const appendCount = [&](std::size_t n) {
+        int const low = static_cast<int>(n & 0x3FFFF); // what the format keeps of it
+        append(1, [&](std::size_t, std::size_t, char* out) { return sinew::detail::packIntegers(&low, 1, out); });
+    };
+    text += kFormatMark;
+    appendCount(vertexCount);
+    append(vertexCount, [&](std::size_t first, std::size_t n, char* out) {
+        return sinew::detail::packVertices(&f.params[first], &values[first], n, out);
+    });
+    appendCount(f.normaldots.size());
+    append(f.normaldots.size(), [&](std::size_t first, std::size_t n, char* out) {
+        return sinew::detail::packReals(&f.normaldots[first], n, out);
+    });
+    appendCount(f.facets.size());
+    append(f.facets.size(), [&](std::size_t first, std::size_t n, char* out) {
+        return sinew::detail::packIntegers(&f.facets[first], n, out);
+    });
 }
 
 // Walks through a packed text. Where the text ends early, although the length tests let it pass, zeros follow.
