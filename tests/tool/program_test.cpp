@@ -99,6 +99,15 @@ TEST(Program, RefusesMeshesThatCannotBeShown)
     expectRefusal(tour("--mesh " + quoted(folder.write("h.obj", huge))), "h.obj: a coordinate is beyond 1e100");
 }
 
+TEST(Program, RefusesASkeletonBeyondTheReachOfDistances)
+{
+    ScratchFolder const folder;
+    expectRefusal(tour("--skeleton " + quoted(folder.write("s.tgf", "1 2e6 0 0\n2 0 0 0\n#\n1 2\n"))),
+                  "s.tgf: a joint is more than 1e6 units away");
+    expectRefusal(tour("--skeleton " + quoted(folder.write("s.tgf", "1 2e-7 0 0\n2 0 0 0\n#\n1 2\n"))),
+                  "s.tgf: the skeleton is smaller than 1e-6 units");
+}
+
 TEST(Program, ShowsOddMeshes)
 {
     ScratchFolder const folder;

@@ -8,6 +8,21 @@
 
 #include <cairo/cairo.h>
 
+#ifndef __has_feature
+#define __has_feature(feature) 0
+#endif
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
+/// The font library keeps what it has read until the program ends, which the leak checker takes for a leak of ours.
+extern "C" char const* __lsan_default_suppressions()
+{
+    return "leak:libfontconfig\n";
+}
+extern "C" char const* __lsan_default_options()
+{
+    return "print_suppressions=0";
+}
+#endif
+
 namespace tool {
 namespace {
 

@@ -51,11 +51,31 @@ void checkThatItShows(TexturedMesh const& mesh, std::string const& file)
     }
 }
 
+/// Smooth distances start from a square of 1e13 and see nothing beyond it; vectors below 1e-13 have no direction.
+constexpr double kLargestSkeleton = 1e6;
+constexpr double kSmallestSkeleton = 1e-6;
+
+void checkThatItShows(Skeleton const& skeleton, std::string const& file)
+{
+    for (Vector3 const& joint : skeleton.joints) {
+        if (!(joint.length() <= kLargestSkeleton)) {
+            throw UserError(file, "a joint is more than 1e6 units away from the origin",
+                            "Export the skeleton in another unit");
+        }
+    }
+    Vector3 low, high;
+    boundsOf(skeleton.joints, low, high);
+    if (low != high && dist(low, high) < kSmallestSkeleton) {
+        throw UserError(file, "the skeleton is smaller than 1e-6 units", "Export the skeleton in another unit");
+    }
+}
+
 void readInput(TourContext& tour)
 {
     TourOptions const& options = tour.options;
     tour.skeletonIsBundled = options.skeletonFile.empty();
     tour.skeleton = tour.skeletonIsBundled ? parseTgf(bundledFigureTgf(), "figure.tgf") : readTgf(options.skeletonFile);
+    if (!tour.skeletonIsBundled) checkThatItShows(tour.skeleton, options.skeletonFile);
 
     if (!options.meshFile.empty()) {
         tour.mesh = readObj(options.meshFile);
