@@ -438,6 +438,9 @@ TEST(LineTriangleInt, DegenerateTriangles)
     EXPECT_EQ(LineTriangleInt({9, 9, 1}, kZ, {0, 0, 0}, {1, 0, 0}, {2, 0, 0}, 1e-9).result, 1)
         << "the sphere comes before degenerate";
     EXPECT_EQ(LineTriangleInt({2, 2, 99}, kX, kA, kB, kC, 0.5).result, 1) << "the sphere comes before parallel";
+    // 1e-13 squared is 1e-26 to the last bit: a normal of that length is not null.
+    EXPECT_EQ(LineTriangleInt({0, 0.25, 1}, kZ, {0, 0, 0}, {1e-13, 0, 0}, {0, 1, 0}, 1e-9).result, 0);
+    EXPECT_EQ(LineTriangleInt({0, 0.25, 1}, kZ, {0, 0, 0}, {0.99e-13, 0, 0}, {0, 1, 0}, 1e-9).result, 4);
 }
 
 TEST(LineTriangleInt, NaNIsAMissOrParallel)
@@ -603,6 +606,19 @@ TEST(TriangleWeightsFinder, SmallAndDegenerateTrianglesHaveZeroWeights)
     double const small = 0x1p-14;
     EXPECT_EQ(TriangleWeightsFinder({0, 0, 0}, {0, 0, 0}, {large, 0, 0}, {0, large, 0}).weights, Vector3(1, 0, 0));
     EXPECT_EQ(TriangleWeightsFinder({0, 0, 0}, {0, 0, 0}, {small, 0, 0}, {0, small, 0}).weights, Vector3());
+}
+
+TEST(TriangleWeightsFinder, BothDeterminantLimitsAreStrict)
+{
+    auto const weights = [](double determinant, double x) {
+        return TriangleWeightsFinder({x, 0, 0}, {0, 0, 0}, {determinant, 0, 0}, {0, 1, 0}).weights;
+    };
+    EXPECT_EQ(weights(1e-8, 1e-8), Vector3(0, 1, 0)) << "regular";
+    EXPECT_EQ(weights(std::nextafter(1e-8, 0.0), 1e-8), Vector3());
+    // Below, the weights are a product with the zero matrix, which an infinite point shows, or no product at all.
+    double const infinity = std::numeric_limits<double>::infinity();
+    EXPECT_TRUE(std::isnan(weights(std::nextafter(1e-20, 1.0), infinity).x));
+    EXPECT_EQ(weights(1e-20, infinity), Vector3());
 }
 
 TEST(TriangleWeightsFinder, NaNGivesZeroOrNaN)

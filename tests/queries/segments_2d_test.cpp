@@ -210,6 +210,18 @@ TEST(SegIntersectRect2D, NonFiniteZFailsTheDiagonalTest)
     EXPECT_TRUE(segIntersectRect2D({-1, -1, 1e9}, b, kLo, kHi)) << "a finite z changes nothing";
 }
 
+TEST(SegIntersectRect2D, AnEndOnASideLiesInTheRectangle)
+{
+    // The infinite z fails the test that would otherwise find these segments; only the end on the side is left.
+    Vector3 const middle(0.5, 0.5, 0);
+    for (Vector3 const& side : {Vector3(0, 0.5, 0), Vector3(1, 0.5, 0), Vector3(0.5, 0, 0), Vector3(0.5, 1, 0)}) {
+        Vector3 const beyond = side + (middle - side) * 3.0;
+        Vector3 const raised(0, 0, kInfinity);
+        EXPECT_TRUE(segIntersectRect2D(side + raised, beyond, kLo, kHi));
+        EXPECT_TRUE(segIntersectRect2D(beyond + raised, side, kLo, kHi));
+    }
+}
+
 TEST(SegIntersectRect2D, NaNMeetsOnlyThroughTheOtherEnd)
 {
     EXPECT_FALSE(meetsUnitSquare({kNaN, 0.5, 0}, {2, 0.5, 0}));
@@ -267,6 +279,19 @@ TEST(SegsIntersect, AlongTheReferenceTheLimitsAreInclusive)
         EXPECT_TRUE(strictly({0, 0, 0}, {1, 0, 0}, {x, -1, 0}, {x, 1, 0}, 0.25));
         EXPECT_FALSE(strictly({0, 0, 0}, {1, 0, 0}, {x, -1, 0}, {x, 1, 0}, 0.26));
     }
+}
+
+TEST(SegsIntersect, AnEndOnALimitAlongTheReferenceIsNotBeyondIt)
+{
+    // The other end is beyond; both lie close to the line, where the overlap alone decides.
+    for (double const y : {0.125, -0.125}) {
+        EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {-0.25, 0, 0}, {-0.5, y, 0}, 0.25));
+        EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {-0.5, y, 0}, {-0.25, 0, 0}, 0.25));
+        EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {1.25, 0, 0}, {1.5, y, 0}, 0.25));
+        EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {1.5, y, 0}, {1.25, 0, 0}, 0.25));
+    }
+    EXPECT_FALSE(inclusively({0, 0, 0}, {1, 0, 0}, {-0.26, 0, 0}, {-0.5, 0.125, 0}, 0.25));
+    EXPECT_FALSE(inclusively({0, 0, 0}, {1, 0, 0}, {1.26, 0, 0}, {1.5, 0.125, 0}, 0.25));
 }
 
 TEST(SegsIntersect, AcrossTheReferenceTheLimitsAreExcluded)
