@@ -2,13 +2,16 @@
 // Markdown table a program, a row a case, with the ratio of each contender's median time to sinew's.
 //
 // Benchmarks are named "case/contender"; the contenders of one case do the same work on the same input. Ratios above
-// one mean that sinew is faster. Absolute times are printed for orientation only: machines are noisy, and only ratios
+// one mean that sinew is faster. A benchmark that sets the counter "count" is compared by that number instead of its
+// time. Absolute times are printed for orientation only: machines are noisy, and only ratios
 // of interleaved runs can be compared.
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -50,6 +53,15 @@ public:
     bool failed() const { return failed_; }
 
 private:
+    // What a run is compared by: its count where it reports one, otherwise its time.
+    double measureOf(Run const& run, std::string const& caseName)
+    {
+        auto const count = run.counters.find("count");
+        if (count == run.counters.end()) return nanosecondsPerItem(run);
+        counted_.insert(caseName);
+        return count->second.value;
+    }
+
     static double nanosecondsPerItem(Run const& run)
     {
         double const perIteration = run.real_accumulated_time / static_cast<double>(run.iterations) * 1e9;
@@ -66,7 +78,7 @@ private:
         // Interleaved runs arrive shuffled; the index tells the order of registration, which is the order of the rows.
         noteFirst(cases_, caseName, run.family_index);
         noteFirst(contenders_, contender, run.family_index);
-        times_[caseName][contender].push_back(nanosecondsPerItem(run));
+        measures_[caseName][contender].push_back(measureOf(run, caseName));
     }
 
     static void noteFirst(std::map<std::string, std::int64_t>& places, std::string const& name, std::int64_t place)
@@ -106,10 +118,11 @@ private:
 
     void printRow(std::string const& name, std::vector<std::string> const& columns)
     {
-        auto const& contenders = times_[name];
+        auto const& contenders = measures_[name];
         auto const ours = contenders.find(kOurs);
         double const base = ours == contenders.end() ? 0.0 : median(ours->second);
-        std::printf("| %s | %s |", name.c_str(), base > 0 ? duration(base).c_str() : "-");
+        std::string const ourValue = counted_.count(name) ? std::to_string(std::llround(base)) : duration(base);
+        std::printf("| %s | %s |", name.c_str(), base > 0 ? ourValue.c_str() : "-");
         for (std::string const& column : columns) {
             auto const other = contenders.find(column);
             if (other == contenders.end() || !(base > 0)) {
@@ -121,9 +134,10 @@ private:
         std::printf("\n");
     }
 
+    std::set<std::string> counted_; // cases whose runs report a count
     std::map<std::string, std::int64_t> cases_;
     std::map<std::string, std::int64_t> contenders_;
-    std::map<std::string, std::map<std::string, std::vector<double>>> times_;
+    std::map<std::string, std::map<std::string, std::vector<double>>> measures_;
     bool failed_ = false;
 };
 
