@@ -10,10 +10,10 @@
 namespace tool {
 namespace {
 
-constexpr int kSupersampling = 2;  // samples a pixel in each direction
-constexpr int kSkyDirections = 40; // for the ambient shadows
-constexpr int kSkyMapSize = 160;   // cells a side; many coarse maps average to a smooth shadow
-constexpr int kKeyMapSize = 1400;
+constexpr int kSupersampling = 2;      // samples a pixel in each direction
+constexpr int kMostSkyDirections = 40; // for the ambient shadows
+constexpr int kSkyMapSize = 160;       // cells a side; many coarse maps average to a smooth shadow
+constexpr int kLargestKeyMap = 1400;
 constexpr double kGoldenAngle = 2.39996322972865332; // spreads directions evenly over the sky
 
 // Light adds up in linear terms; squares and roots are close enough to the display's encoding for pictures.
@@ -106,9 +106,12 @@ private:
         towardsKey_ = UVector3(view_.up() * 0.75 - view_.right() * 0.55 - view_.forward() * 0.75);
         towardsKey_.y = std::max(towardsKey_.y, 0.3); // never from below the ground
         towardsKey_ = UVector3(towardsKey_);
-        keyMap_.push_back(mapTowards(towardsKey_, kKeyMapSize));
-        for (int i = 0; i < kSkyDirections; ++i) {
-            double const up = 0.04 + 0.96 * (i + 0.5) / kSkyDirections;
+        // Small pictures do with less: the eye sees neither fine shadow edges nor steps in soft ones there.
+        int const pictureSize = width_ + height_;
+        int const directions = std::clamp(pictureSize / 12, 12, kMostSkyDirections);
+        keyMap_.push_back(mapTowards(towardsKey_, std::clamp(2 * pictureSize, 200, kLargestKeyMap)));
+        for (int i = 0; i < directions; ++i) {
+            double const up = 0.04 + 0.96 * (i + 0.5) / directions;
             double const across = std::sqrt(1 - up * up);
             Vector3 const direction(across * std::cos(i * kGoldenAngle), up, across * std::sin(i * kGoldenAngle));
             skyDirections_.push_back(direction);
