@@ -164,6 +164,8 @@ TEST(SmoothMax, WithoutWidthItSteps)
     EXPECT_EQ(smoothMax(2, 2, 1e-13, grad, nullptr), (1e-13 * 0.375 + 2 + 2) * 0.5);
     EXPECT_EQ(grad[0], 0.5) << "1e-13 itself blends";
     EXPECT_EQ(smoothMax(1, 2, -3, nullptr, nullptr), 2.0);
+    EXPECT_FALSE(std::signbit(smoothMax(0.0, -0.0, 0.0, nullptr, nullptr))) << "of equal numbers the first";
+    EXPECT_TRUE(std::signbit(smoothMax(-0.0, 0.0, 0.0, nullptr, nullptr)));
 }
 
 TEST(SmoothMax, NaNWidthCountsAsBlend)
@@ -212,6 +214,19 @@ TEST(UpdateSmoothDist, NarrowsTheBlendToTheSmallerNumber)
     acc = 0.5;
     updateSmoothDist(0.5, {1, 0, 0}, {0, 0, 0}, acc, 10.0, nullptr, nullptr);
     EXPECT_EQ(acc, 0.5 - 3 * 0.5 / 16);
+}
+
+TEST(UpdateSmoothDist, AWidthEqualToANumberIsNotNarrowed)
+{
+    // x = -1/2 and 1/2 in the blend. A narrowed width would be the same, but its derivative would join the gradient.
+    double acc = 1.0;
+    Vector3 grad(4, 0, 0);
+    updateSmoothDist(1.5, {1, 0, 0}, {0, 0, 0}, acc, 1.0, &grad, nullptr);
+    EXPECT_EQ(grad, Vector3(0.15625 * 2 + 0.84375 * 4, 0, 0));
+    acc = 1.5;
+    grad = Vector3(4, 0, 0);
+    updateSmoothDist(1.0, {1, 0, 0}, {0, 0, 0}, acc, 1.0, &grad, nullptr);
+    EXPECT_EQ(grad, Vector3(0.84375 * 2 + 0.15625 * 4, 0, 0));
 }
 
 TEST(UpdateSmoothDist, FollowsItsRuleWithAndWithoutNarrowing)

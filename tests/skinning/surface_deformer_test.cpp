@@ -68,3 +68,15 @@ TEST(SurfaceDeformer, EveryKernelTakesEveryBasisBranch)
     }
     expectPlainBits(*figure, *display);
 }
+
+TEST(SurfaceDeformer, ANormalWhoseSquaredLengthIsTheLimitIsNotNull)
+{
+    Random random(73);
+    smart_ptr<BoneTransformVector> const figure = test::randomBones(random, 1);
+    smart_ptr<DisplayData> const display = test::randomDisplay(random, 2, 1, 1);
+    display->placement = Transform();
+    display->boneWeights.reset();
+    static_cast<Vector3&>(display->surface->normals[0]) = Vector3(1e-13, 0, 0); // squared, 1e-26 to the last bit
+    static_cast<Vector3&>(display->surface->normals[1]) = Vector3(0.99e-13, 0, 0);
+    expectPlainBits(*figure, *display);
+}
