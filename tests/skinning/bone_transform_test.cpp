@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "skinning/plain_bone_transform.h"
 #include "skinning/skinning_scene.h"
 #include "support/bits.h"
 #include "support/random.h"
@@ -231,4 +232,65 @@ TEST(BoneInterpolate, BetweenTwoIsFromTimesTheBlendOfTheirDifference)
             EXPECT_TRUE(same(BoneTransform::interpolate(a, b, t), a * BoneTransform::interpolate(a.inverse() * b, t)));
         }
     }
+}
+
+// Holds the grouping of every product: rounding tells them apart.
+TEST(BoneTransform, SameBitsAsThePlainWay)
+{
+    Random random(47);
+    for (int trial = 0; trial < 3000; ++trial) {
+        SCOPED_TRACE(trial);
+        bool const hostile = random.oneIn(6);
+        auto const point = [&] { return hostile ? random.hostilePoint() : random.point(); };
+        Vector3 p[4] = {point(), point(), point(), point()};
+        if (random.oneIn(8)) p[3] = p[2] + (p[1] - p[0]); // moved
+        if (random.oneIn(8)) p[3] = p[2] - (p[1] - p[0]); // opposite
+        if (random.oneIn(20)) p[1] = p[0];
+        if (random.oneIn(20)) p[3] = p[2];
+        double const twist = random.oneIn(4) ? 0.0 : random.uniform(-4, 4);
+        EXPECT_TRUE(
+            same(BoneTransform(p[0], p[1], p[2], p[3], twist), plain::boneTransform(p[0], p[1], p[2], p[3], twist)));
+    }
+}
+
+TEST(BoneInterpolate, SameBitsAsThePlainWay)
+{
+    Random random(48);
+    for (int trial = 0; trial < 3000; ++trial) {
+        SCOPED_TRACE(trial);
+        BoneTransform a = randomBone(random);
+        BoneTransform b = randomBone(random);
+        if (random.oneIn(4)) b.linear = Matrix3(random.point(), random.point(), random.point()); // sheared or mirrored
+        if (random.oneIn(8)) b.linear = random.uniform(-2, 2) * Matrix3();
+        if (random.oneIn(8)) b.linear.tensor(random.point(), random.point());
+        if (random.oneIn(10)) b.linear = Matrix3(random.hostilePoint(), random.point(), random.point());
+        if (random.oneIn(10)) a = BoneTransform(); // its inverse translates by -0.0
+        if (random.oneIn(10)) b.translation = Vector3();
+        double const t = random.uniform(-0.2, 1.2);
+        EXPECT_TRUE(same(BoneTransform::interpolate(b, t), plain::interpolate(b, t)));
+        EXPECT_TRUE(same(BoneTransform::interpolate(a, b, t), plain::interpolate(a, b, t)));
+        EXPECT_TRUE(same(a.inverse(), plain::inverse(a)));
+        EXPECT_TRUE(same(a * b, plain::compose(a, b)));
+    }
+}
+
+TEST(BoneInterpolate, AnEigenvalueBelowZeroByRoundingIsTakenByItsMagnitude)
+{
+    // Flat but for rounding, and large enough for the inverse to exist: without the magnitude some would be NaN.
+    Random random(49);
+    int negative = 0;
+    for (int trial = 0; trial < 500; ++trial) {
+        SCOPED_TRACE(trial);
+        Vector3 const u = random.point() * 100.0;
+        Vector3 const v = random.point() * 100.0;
+        BoneTransform flat;
+        flat.linear = Matrix3(u, v, u + v);
+        double lambda[3];
+        Matrix3(flat.linear * flat.linear.transpose()).getEigensystem(lambda, nullptr);
+        negative += lambda[0] < 0 ? 1 : 0;
+        BoneTransform const half = BoneTransform::interpolate(flat, 0.5);
+        EXPECT_TRUE(same(half, plain::interpolate(flat, 0.5)));
+        EXPECT_FALSE(std::isnan(half.linear(0, 0)));
+    }
+    EXPECT_GT(negative, 50);
 }
