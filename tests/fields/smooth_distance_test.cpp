@@ -89,6 +89,8 @@ TEST(SmoothWeight, TinyRadiusMakesABox)
     box.evaluate(1.1e-8, &w, nullptr, nullptr);
     EXPECT_EQ(w, 0.0);
     EXPECT_EQ(SmoothWeight(0, 1.1e-8).invRadius, 1 / 1.1e-8);
+    EXPECT_EQ(SmoothWeight(0, 1e-8).invRadius, 0.0) << "1e-8 itself still is tiny";
+    EXPECT_GT(SmoothWeight(0, std::nextafter(1e-8, 1.0)).invRadius, 0.0);
 }
 
 TEST(SmoothWeight, NullOutputsAndNaN)
@@ -322,6 +324,23 @@ TEST(SmoothDistToPolyline, ARestOfFewVerticesJoinsTheLastChunk)
         std::vector<Vector3> points;
         for (int i = 0; i < n; ++i) points.emplace_back(i, 0, 0);
         EXPECT_EQ(fieldAt(points, {20.5, 1, 0}, 0).dist, n == 24 ? 1.0 : 1.25) << n;
+    }
+}
+
+TEST(SmoothDistToPolyline, HowFarChunksAreVisitedGrowsWithWidthAndVertices)
+{
+    // A chunk beyond the nearest of the vertices folded in first, plus the width times (0.375 n + 1), is left out. With
+    // a positive width it could not have mattered; a negative one shows where the line is drawn. Here the vertices
+    // lie at a squared distance of 26 and the chunk between them at 1.
+    for (int const n : {20, 21}) {
+        std::vector<Vector3> polyline;
+        for (int i = 0; i < n; ++i) polyline.push_back(Vector3(i - 5, 0, 0));
+        double const limit = -25 / (0.375 * n + 1);
+        double dist = 0.0;
+        smoothDistToPolyline(polyline, {0, 1, 0}, limit * 0.999, &dist, nullptr, nullptr);
+        EXPECT_EQ(dist, 1.0) << n;
+        smoothDistToPolyline(polyline, {0, 1, 0}, limit * 1.001, &dist, nullptr, nullptr);
+        EXPECT_EQ(dist, 26.0) << n;
     }
 }
 
