@@ -178,6 +178,21 @@ Mesh gradedMesh(int side)
     return withAffineValues(std::move(mesh));
 }
 
+/// Nearly all columns and rows within a thirtieth of the domain: one cell of the public grid lists nine triangles of
+/// ten.
+Mesh crowdedMesh(int side)
+{
+    Mesh const even = evenMesh(side);
+    Mesh mesh;
+    mesh.facets = even.facets;
+    auto const crowded = [](double x) {
+        double const share = 0.97, part = 0.03;
+        return x < share ? x / share * part : part + (x - share) / (1 - share) * (1 - part);
+    };
+    for (Point const& p : even.params) mesh.addVertex(crowded(p.x), crowded(p.y));
+    return withAffineValues(std::move(mesh));
+}
+
 /// Points spread over the domain.
 std::vector<Point> pointsAnywhere(Mesh const&)
 {
@@ -216,6 +231,7 @@ CaseRecipe const kRecipes[] = {
     {"evaluate, 1e4 triangles", 71, evenMesh, pointsAnywhere, 1024},
     {"evaluate, 1e6 triangles, even", 707, evenMesh, pointsAnywhere, 1024},
     {"evaluate, 1e6 triangles, uneven", 707, gradedMesh, pointsInTriangles, 4},
+    {"evaluate, 1e6 triangles, crowded", 707, crowdedMesh, pointsInTriangles, 4},
 };
 
 Case& input(CaseRecipe const& recipe)

@@ -202,6 +202,29 @@ TEST(MeshFunctionAgainstPlain, ManyTrianglesOnTheSameSpot)
     expectSame(random, mesh, 2000);
 }
 
+TEST(MeshFunctionAgainstPlain, ListsOfEveryLengthFindTheirFirstAndTheirLast)
+{
+    // Each triangle reaches a little beyond the one before, by less than any grid tells apart.
+    double const step = 2e-7;
+    for (int count = 1; count <= 40; ++count) {
+        SCOPED_TRACE(count);
+        Mesh mesh;
+        for (int i = 0; i < count; ++i) {
+            int const a = mesh.addVertex(0, 0);
+            mesh.addVertex(1 + i * step, 0);
+            mesh.addVertex(0, 1 + i * step);
+            mesh.addTriangle(a, a + 1, a + 2);
+        }
+        plain::MeshFunction2D const oracle(mesh.params, mesh.values, mesh.facets, mesh.normaldots);
+        MeshFunction2D const f = mesh.function();
+        for (int i = 0; i <= count; ++i) { // held by triangle i and those after it
+            double const x = 0.3 + 0.01 * i;
+            Point const p(x, 1 + (i - 0.5) * step - x);
+            EXPECT_EQ(sameAnswer(evaluate, f, evaluate, oracle, p), i < count) << i;
+        }
+    }
+}
+
 TEST(MeshFunctionAgainstPlain, FarFromTheOriginAndAtEveryScale)
 {
     Random random(109);

@@ -4,9 +4,9 @@
 ///
 /// The public grid has 20 x 20 cells whatever the size of the mesh, so a large mesh crowds them. A crowded cell gets a
 /// private finer grid, whose crowded cells are divided again. The lists in it are the cell's list thinned out to the
-/// triangles that can hold a point of the finer cell, in the same order: the first to accept is the same one. The
-/// triangles themselves stand side by side, a cache line each, with the inverse of the edge matrix formed as
-/// `MeshFunction2D::iEvalInFacet` forms it.
+/// triangles that can hold a point of the finer cell, in the same order: the first to accept is the same one. Short
+/// lists stand in the finer cell itself, so that a query reads a cell and then triangles, each a cache line with the
+/// inverse of the edge matrix formed as `MeshFunction2D::iEvalInFacet` forms it.
 
 #include <cstddef>
 #include <cstdint>
@@ -61,33 +61,47 @@ struct FinerGrid
     std::size_t cellCount() const { return static_cast<std::size_t>(size[0]) * static_cast<std::size_t>(size[1]); }
 };
 
-class CellTriangles
+/// The record of a triangle of the mesh; false, with nothing written, if it does not exist or is degenerate.
+bool locatedTriangle(MeshFunction2D const& f, std::size_t triangle, LocatedTriangle* out);
+
+class alignas(64) CellTriangles
 {
 public:
-    /// For the list `f.gridCells[cell]`, in at most about `bytes` bytes. Null if not even the triangles fit.
-    static std::unique_ptr<CellTriangles const> build(MeshFunction2D const& f, std::size_t cell, std::size_t bytes);
+    /// For the list `f.gridCells[cell]`, in at most about `bytes` bytes. Null if not even the shortest form fits.
+    ///
+    /// @param shared  the records of all triangles of the mesh, which then must outlive the result; or null for records
+    ///                of its own. Small meshes, whose triangles lie in several cells each, stay in the cache if shared.
+    static std::unique_ptr<CellTriangles const> build(MeshFunction2D const& f, std::size_t cell, std::size_t bytes,
+                                                      LocatedTriangle const* shared);
 
     /// Finds the first triangle of the list that holds `p`, which lies in the cell; false if none does.
     bool find(tzNM::vect2<double> const& p, Located* located) const;
 
-    /// Bytes held, this object included.
+    /// Bytes held, this object included and shared records not.
     std::size_t memory() const;
 
 private:
     friend class CellTrianglesBuilder;
 
-    /// What a finer cell holds: nothing, the number of its own grid, or where its list starts.
+    /// A triangle's number, or one of: nothing, a flagged number of a grid, a flagged number of a bucket.
     using Reference = std::uint32_t;
     static constexpr Reference kNothing = ~Reference{0};
-    static constexpr Reference kGrid = Reference{1} << 31; // flag of a grid's number
+    static constexpr Reference kGrid = Reference{1} << 31;
+    static constexpr Reference kBucket = Reference{1} << 30;
 
-    bool accepts(std::size_t i, tzNM::vect2<double> const& p, Located* located) const;
+    /// What a finer cell holds: the number of its own grid, or its list, ascending and filled up with nothing. A list
+    /// of more than fits goes on in another bucket, which the last reference then names.
+    struct alignas(16) Bucket
+    {
+        Reference references[4] = {kNothing, kNothing, kNothing, kNothing};
+    };
 
-    FinerGrid root_;                         // of size 0 x 0 if the list is short enough to be tried in turn
-    std::vector<LocatedTriangle> triangles_; // in the order of the list, without degenerate ones
-    std::vector<Reference> slots_; // the cells of all grids, and their lists: indices into triangles_, ascending, the
-                                   // last of each list stored as its complement
-    std::vector<FinerGrid> grids_; // those inside the root
+    // What every query reads comes first and shares a cache line.
+    FinerGrid root_;                             // of size 1 x 1 if the list is short
+    LocatedTriangle const* triangles_ = nullptr; // shared, or own_
+    std::vector<Bucket> buckets_;                // the cells of all grids, and where their lists go on
+    std::vector<FinerGrid> grids_;               // those inside the root
+    std::vector<LocatedTriangle> own_;           // in the order of the list
 };
 
 } // namespace sinew::detail

@@ -13,7 +13,7 @@ namespace {
 constexpr double kBytesPerTriangle = 108;
 constexpr double kBytesInAnyCase = 1 << 20;
 
-/// Meshes with up to this many list entries are prepared at once; it takes a few milliseconds.
+/// Meshes with up to this many triangles and list entries are prepared at once; it takes some ten milliseconds.
 constexpr std::size_t kPreparedEntries = 1 << 16;
 
 /// Domains larger than this would overflow when their extents are squared.
@@ -37,9 +37,14 @@ TriangleLocator::TriangleLocator(MeshFunction2D const& f)
 {
     std::size_t entries = 0;
     for (auto const& list : f.gridCells) entries += list.size();
-    double const bytes = kBytesInAnyCase + kBytesPerTriangle * static_cast<double>(f.facets.size() / 3);
+    std::size_t const triangles = f.facets.size() / 3;
+    double bytes = kBytesInAnyCase + kBytesPerTriangle * static_cast<double>(triangles);
+    bool const prepared = std::max(entries, triangles) <= kPreparedEntries;
+    if (prepared) bytes -= static_cast<double>(triangles * sizeof(LocatedTriangle));
     bytesPerEntry_ = bytes / std::max(1.0, static_cast<double>(entries));
-    if (entries > kPreparedEntries) return;
+    if (!prepared) return;
+    shared_.resize(triangles); // those without a record are in no list
+    for (std::size_t t = 0; t < triangles; ++t) locatedTriangle(f, t, &shared_[t]);
     for (std::size_t cell = 0; cell < kCellCount; ++cell) supply(f, cell);
 }
 
@@ -57,7 +62,8 @@ CellTriangles const* TriangleLocator::supply(MeshFunction2D const& f, std::size_
     try {
         // Each cell spends its share alone, so that a tangle in one corner costs the rest of the mesh nothing.
         double const share = bytesPerEntry_ * static_cast<double>(f.gridCells[cell].size());
-        built = CellTriangles::build(f, cell, static_cast<std::size_t>(share));
+        built =
+            CellTriangles::build(f, cell, static_cast<std::size_t>(share), shared_.empty() ? nullptr : shared_.data());
     } catch (std::bad_alloc const&) {
         return &kNoHelp; // for this query; the next one may find memory
     }
@@ -70,7 +76,7 @@ CellTriangles const* TriangleLocator::supply(MeshFunction2D const& f, std::size_
 
 std::size_t TriangleLocator::memory() const
 {
-    std::size_t bytes = sizeof *this;
+    std::size_t bytes = sizeof *this + shared_.capacity() * sizeof(LocatedTriangle);
     for (auto const& cell : cells_) {
         CellTriangles const* known = cell.load(std::memory_order_acquire);
         if (known && known != &kNoHelp) bytes += known->memory();

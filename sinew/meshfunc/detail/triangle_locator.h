@@ -2,14 +2,16 @@
 
 /// What a mesh function keeps beside its public grid to evaluate fast: the `CellTriangles` of each cell.
 ///
-/// Small meshes have them all from the start. In a large mesh a cell's are built by the first query that needs them,
-/// so that construction stays cheap and only the cells that are asked are paid for.
+/// Small meshes have them all from the start, with one record a triangle for all cells. In a large mesh a cell's are
+/// built by the first query that needs them, so that construction stays cheap and only the cells that are asked are
+/// paid for.
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <vector>
 
 #include <sinew/meshfunc/detail/cell_triangles.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
@@ -60,7 +62,8 @@ private:
     std::size_t vertexCount_;
     std::size_t paramCount_;
     std::size_t facetCount_;
-    double bytesPerEntry_; // that may be spent for each entry of a public list
+    double bytesPerEntry_;                // that may be spent for each entry of a public list
+    std::vector<LocatedTriangle> shared_; // of all triangles, if all cells are built from the start
     mutable std::array<std::atomic<CellTriangles const*>, kCellCount> cells_{};
 };
 
