@@ -1,5 +1,6 @@
 #include <sinew/skinning/bone_transform_vector.h>
 
+#include <algorithm>
 #include <utility>
 
 #include <sinew/core/vector_geometry.h>
@@ -33,6 +34,14 @@ Vector3 blend(std::vector<BoneTransform> const& bones, Influences const& influen
     tangent1 = linear * tangent1;
     tangent2 = linear * tangent2;
     return position;
+}
+
+// How many vertices have all that it takes to deform them; lists that do not match end at the shortest.
+std::size_t deformableCount(SurfaceGeometryData const& surface, GeometryData const& geometry,
+                            BoneWeightTable const* weights)
+{
+    std::size_t const count = std::min({surface.positions.size(), surface.normals.size(), geometry.positions.size()});
+    return weights ? std::min(count, weights->influences.size()) : count;
 }
 
 } // namespace
@@ -81,14 +90,17 @@ BoneTransformModifyer::BoneTransformModifyer(smart_ptr<BoneTransformVector> bone
 
 smart_ptr<SurfaceGeometryData> BoneTransformModifyer::operator()(smart_ptr<DisplayData const> data) const
 {
-    SurfaceGeometryData const& source = *data->surface;
     smart_ptr<SurfaceGeometryData> result(new SurfaceGeometryData);
-    *result = source;
     // A handle of its own: the host's getter may make the geometry anew.
     smart_ptr<GeometryData const> const geometry = data->getGeometry();
+    if (!data->surface || !geometry) return result;
+    SurfaceGeometryData const& source = *data->surface;
+    *result = source;
+    BoneWeightTable const* const weights = bones ? data->boneWeights.get() : nullptr;
+    static std::vector<BoneTransform> const noBones;
     sinew::detail::DeformationInput const input = {
-        bones->bones,          data->placement,        data->boneWeights.get(), geometry->positions.data(),
-        source.normals.data(), source.positions.size()};
+        bones ? bones->bones : noBones, data->placement,       weights,
+        geometry->positions.data(),     source.normals.data(), deformableCount(source, *geometry, weights)};
     sinew::detail::deformVertices(input, result->positions.data(), result->normals.data(),
                                   sinew::detail::widestVectors());
     return result;

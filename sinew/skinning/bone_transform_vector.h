@@ -56,5 +56,7 @@ public:
     /// A new surface: that of `data` with every vertex and normal in the world after the bones, and the same indices.
     ///
     /// Bit for bit what `getTransformed` gives for every vertex with its normal. Linear in vertices and influences.
+    /// Without bones the surface is only placed. Vertices beyond the end of the normals, of the geometry's positions or
+    /// of the weight table stay as they are in `data`; without a surface or a geometry the result is empty.
     SINEW_API smart_ptr<SurfaceGeometryData> operator()(smart_ptr<DisplayData const> data) const;
 };

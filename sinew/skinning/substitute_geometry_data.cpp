@@ -31,7 +31,8 @@ SubstituteGeometryData::SubstituteGeometryData(smart_ptr<DisplayData> data, smar
 SubstituteGeometryData::SubstituteGeometryData(smart_ptr<DisplayData> data) : savedPlacement(data->placement)
 {
     if (savedPlacement.scale > 0) return;
-    smart_ptr<SurfaceGeometryData> mirrored(new SurfaceGeometryData(*data->surface));
+    smart_ptr<SurfaceGeometryData> mirrored(new SurfaceGeometryData);
+    if (data->surface) *mirrored = *data->surface;
     reverseWinding(*mirrored);
     savedSurface = data->surface;
     display = std::move(data);

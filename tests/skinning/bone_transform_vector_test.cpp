@@ -249,6 +249,44 @@ TEST(BoneTransformModifyer, TakesPositionsFromTheHostsOwnGetter)
     EXPECT_EQ(BoneTransformModifyer(figure)(smart_ptr<DisplayData const>(display))->positions[0], Vector3(5, 6, 7));
 }
 
+TEST(BoneTransformModifyer, ListsThatDoNotMatchEndAtTheShortest)
+{
+    Random random(55);
+    for (int shortened = 0; shortened < 3; ++shortened) {
+        SCOPED_TRACE(shortened);
+        smart_ptr<BoneTransformVector> const figure = test::randomBones(random, 3);
+        smart_ptr<DisplayData> const display = test::randomDisplay(random, 50, 3);
+        SurfaceGeometryData expected;
+        plain::deform(*figure, *display, expected);
+        if (shortened == 0) display->surface->normals.resize(20);
+        if (shortened == 1) display->boneWeights->influences.resize(20);
+        if (shortened == 2) display->surface->positions.resize(20);
+        smart_ptr<SurfaceGeometryData> const result = BoneTransformModifyer(figure)(display);
+        ASSERT_EQ(result->positions.size(), display->surface->positions.size());
+        for (std::size_t i = 0; i < result->positions.size(); ++i) {
+            Vector3 const& want = i < 20 ? expected.positions[i] : display->surface->positions[i];
+            EXPECT_TRUE(sameBits(result->positions[i], want)) << i;
+        }
+    }
+}
+
+TEST(BoneTransformModifyer, WithoutBonesTheSurfaceIsOnlyPlaced)
+{
+    Random random(56);
+    smart_ptr<DisplayData> const display = test::randomDisplay(random, 10, 3);
+    smart_ptr<SurfaceGeometryData> const result = BoneTransformModifyer(smart_ptr<BoneTransformVector>())(display);
+    for (std::size_t i = 0; i < 10; ++i) {
+        EXPECT_TRUE(sameBits(result->positions[i], display->placement * display->surface->positions[i])) << i;
+    }
+}
+
+TEST(BoneTransformModifyer, WithoutASurfaceTheResultIsEmpty)
+{
+    smart_ptr<DisplayData> const display(new DisplayData);
+    smart_ptr<BoneTransformVector> const figure(new BoneTransformVector);
+    EXPECT_TRUE(BoneTransformModifyer(figure)(smart_ptr<DisplayData const>(display))->positions.empty());
+}
+
 TEST(BoneTransformModifyer, CopiesShareTheBones)
 {
     smart_ptr<BoneTransformVector> const figure(new BoneTransformVector);

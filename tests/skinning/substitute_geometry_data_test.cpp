@@ -79,6 +79,19 @@ TEST(MirrorGuard, NegativeZeroAndNaNScalesReverseTheWinding)
     }
 }
 
+TEST(Guards, DisplayDataWithoutASurfaceHasNoneAgainAfterwards)
+{
+    smart_ptr<DisplayData> const display(new DisplayData);
+    display->placement = Transform(-1.0);
+    {
+        SubstituteGeometryData const outer(display);
+        SubstituteGeometryData const inner(display, oneBone(1));
+        EXPECT_TRUE(display->surface->positions.empty());
+    }
+    EXPECT_FALSE(display->surface);
+    EXPECT_EQ(display->placement, Transform(-1.0));
+}
+
 TEST(BonesGuard, ShowsTheDeformedSurfaceInTheWorld)
 {
     Random random(61);
