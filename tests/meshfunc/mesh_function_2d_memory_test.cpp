@@ -1,49 +1,10 @@
 // What mesh functions keep to be fast, seen from inside: how much memory it takes, and when it is taken.
 
-#include <cstdlib>
-#include <new>
-
 #include <gtest/gtest.h>
 
 #include "meshfunc/mesh_samples.h"
 #include "sinew/meshfunc/detail/triangle_locator.h"
-
-namespace {
-
-std::size_t allocations = 0;
-
-} // namespace
-
-// Counted here for the whole program, which holds nothing else. All other forms of new end in these two.
-void* operator new(std::size_t size)
-{
-    ++allocations;
-    if (void* memory = std::malloc(size ? size : 1)) return memory;
-    throw std::bad_alloc();
-}
-void* operator new(std::size_t size, std::align_val_t alignment)
-{
-    ++allocations;
-    auto const step = static_cast<std::size_t>(alignment);
-    if (void* memory = std::aligned_alloc(step, (size + step - 1) / step * step)) return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::align_val_t) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept
-{
-    std::free(memory);
-}
+#include "support/failing_new.h"
 
 namespace {
 
@@ -100,7 +61,7 @@ TEST(MeshFunctionMemory, SmallMeshesAllocateNothingInQueries)
     Point value;
     float scalar;
     bool onSegment;
-    std::size_t const before = allocations;
+    long long const before = test::allocationCount();
     for (Point const& p : points) {
         f.evaluate(p, &value, &scalar);
         f.extrapolateOld(p, &value, &scalar);
@@ -108,7 +69,7 @@ TEST(MeshFunctionMemory, SmallMeshesAllocateNothingInQueries)
         f.iDistToEdge(0, 1, p, &onSegment, false);
         f.getAnyPointInDomain(value);
     }
-    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(test::allocationCount(), before);
 }
 
 TEST(MeshFunctionMemory, LargeMeshesAllocateOnceACell)
@@ -117,10 +78,10 @@ TEST(MeshFunctionMemory, LargeMeshesAllocateOnceACell)
     MeshFunction2D const f = test::gridMesh(random, 300, 300).function();
     std::vector<Point> points;
     for (int i = 0; i < 2000; ++i) points.push_back(random.point2(0, 1));
-    std::size_t const unasked = allocations;
+    long long const unasked = test::allocationCount();
     for (Point const& p : points) f.evaluate(p, nullptr, nullptr);
-    std::size_t const asked = allocations;
+    long long const asked = test::allocationCount();
     EXPECT_GT(asked, unasked) << "not prepared before it is asked";
     for (Point const& p : points) f.evaluate(p, nullptr, nullptr);
-    EXPECT_EQ(allocations, asked);
+    EXPECT_EQ(test::allocationCount(), asked);
 }

@@ -1,4 +1,4 @@
-// In a source of its own: the compiler must not see through the pair while it compiles a test.
+// In a source of its own: the compiler must not see through the pairs while it compiles a test.
 #include "support/failing_new.h"
 
 #include <atomic>
@@ -11,6 +11,21 @@ namespace {
 long allocationsLeft = -1;
 
 std::atomic<long long> bytesSoFar{0};
+std::atomic<long long> countSoFar{0};
+
+void note(std::size_t size)
+{
+    bytesSoFar += static_cast<long long>(size);
+    ++countSoFar;
+    if (allocationsLeft == 0) throw std::bad_alloc();
+    if (allocationsLeft > 0) --allocationsLeft;
+}
+
+void* orThrow(void* memory)
+{
+    if (!memory) throw std::bad_alloc();
+    return memory;
+}
 
 } // namespace
 
@@ -27,20 +42,36 @@ long long test::allocatedBytes()
 {
     return bytesSoFar;
 }
+long long test::allocationCount()
+{
+    return countSoFar;
+}
 
+// All other forms of new and delete end in these.
 void* operator new(std::size_t size)
 {
-    bytesSoFar += static_cast<long long>(size);
-    if (allocationsLeft == 0) throw std::bad_alloc();
-    if (allocationsLeft > 0) --allocationsLeft;
-    if (void* memory = std::malloc(size ? size : 1)) return memory;
-    throw std::bad_alloc();
+    note(size);
+    return orThrow(std::malloc(size ? size : 1));
+}
+void* operator new(std::size_t size, std::align_val_t alignment)
+{
+    note(size);
+    auto const step = static_cast<std::size_t>(alignment);
+    return orThrow(std::aligned_alloc(step, (size + step - 1) / step * step));
 }
 void operator delete(void* memory) noexcept
 {
     std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::align_val_t) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept
 {
     std::free(memory);
 }

@@ -17,4 +17,7 @@ public:
 /// The sizes of all allocations so far, summed, whether they were released or not.
 long long allocatedBytes();
 
+/// How many allocations there were so far.
+long long allocationCount();
+
 } // namespace test
