@@ -1,5 +1,5 @@
-// A host in miniature: it owns a surface (a tube with a ring of vertices every quarter unit) and a curve, poses them with
-// two bones, draws them deformed through the guard, and shows that the originals came back.
+// A host in miniature: it owns a surface (a tube with a ring of vertices every quarter unit) and a curve, poses them
+// with two bones, draws them deformed through the guard, and shows that the originals came back.
 //
 // The host's own classes derive from the library's display-data contracts and are held through smart_ptr, which counts
 // references inside the objects; nothing is ever deleted by hand.
