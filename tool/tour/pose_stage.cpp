@@ -91,6 +91,24 @@ void boundsOf(std::vector<Solid> const& solids, Vector3& low, Vector3& high)
     tool::boundsOf(corners, low, high);
 }
 
+/// A view of all solids, as near as it can be with each of them inside `where`.
+View viewOf(std::vector<Solid> const& solids, double azimuth, double elevation, Rect const& where)
+{
+    constexpr double kFilled = 0.88; // of the rectangle: the rest is air, and what a nearer eye sees larger
+    Vector3 low, high;
+    boundsOf(solids, low, high);
+    View const probe(low, high, azimuth, elevation, where);
+    double widest = 0.05;
+    for (Solid const& solid : solids) {
+        for (Vector3 const& p : solid.positions) {
+            Point const at = probe(p);
+            widest = std::max({widest, std::fabs(at.x - where.x - where.width / 2) / (where.width / 2),
+                               std::fabs(at.y - where.y - where.height / 2) / (where.height / 2)});
+        }
+    }
+    return View(low, high, azimuth, elevation, where, kFilled / widest);
+}
+
 /// Too small to be seen: it keeps the ground where the lowest pose stands while another one leaps.
 Solid speckAt(Vector3 const& p)
 {
@@ -119,7 +137,7 @@ void addPoses(TourContext& tour, Section& section, Actor const& actor)
         Rect const cell{kWidth * static_cast<double>(k % 4), kHeight * static_cast<double>(k / 4), kWidth, kHeight};
         Rect const above{cell.x, cell.y, cell.width, cell.height - 30};
         drawSolids(sheet, {solids[k], speckAt(Vector3(0.5 * (low.x + high.x), low.y, 0.5 * (low.z + high.z)))},
-                   View(low, high, 28, 10, above, 1.7));
+                   viewOf(solids, 28, 10, above));
         sheet.text({cell.x + kWidth / 2, cell.y + kHeight - 12}, poses[k].name,
                    {18, palette::faintInk, Align::centre, false});
     }
@@ -146,14 +164,12 @@ void addMotion(TourContext& tour, Section& section, Actor const& actor, std::vec
     for (std::size_t f = 0; f + 1 < motion.size(); ++f) {
         solids.push_back(posedSolid(actor, PosedSkeleton{{}, motion[f].bones}));
     }
-    Vector3 low, high;
-    boundsOf(solids, low, high);
     std::vector<std::string> frames;
     int width = 0, height = 0;
     for (std::size_t f = 0; f < solids.size(); ++f) {
         tour.progress.update(0.4 + 0.5 * static_cast<double>(f) / static_cast<double>(solids.size()));
         Canvas sheet = tour.sheet(420, 520);
-        drawSolids(sheet, {solids[f]}, View(low, high, 50, 8, {0, 0, 420, 520}, 1.5));
+        drawSolids(sheet, {solids[f]}, viewOf(solids, 50, 8, {0, 0, 420, 520}));
         frames.push_back(sheet.png());
         width = sheet.pixels(420);
         height = sheet.pixels(520);
@@ -202,8 +218,7 @@ void addMirror(TourContext& tour, Section& section, Actor const& actor)
         return solid.triangles.empty() ? 1.0 : static_cast<double>(agree) / static_cast<double>(solid.triangles.size());
     };
     Canvas sheet = tour.sheet(420, 520);
-    boundsOf({posed, mirrored}, low, high);
-    drawSolids(sheet, {posed, mirrored}, View(low, high, 12, 8, {0, 0, 420, 520}, 1.1));
+    drawSolids(sheet, {posed, mirrored}, viewOf({posed, mirrored}, 12, 8, {0, 0, 420, 520}));
     section.picture("mirror.png", sheet,
                     "The figure and its mirror image, shown through the guard: its triangles are wound the other way, "
                     "so that they still face outwards.",
