@@ -1,5 +1,5 @@
 # The compile settings that sinew's own targets share, as interface targets:
-#   sinew_numerics  flags that fix the bits: the library and all that is compared with it bit for bit
+#   sinew_numerics  flags that fix the bits and the widest vectors: the library and all that is compared with it bit for bit
 #   sinew_warnings  warnings, errors only if SINEW_WERROR
 #   sinew_checks    sanitizers and coverage, when asked for
 include(CheckCXXCompilerFlag)
@@ -15,6 +15,17 @@ foreach(flag -ffp-contract=off -fno-math-errno -fno-trapping-math)
     target_compile_options(sinew_numerics INTERFACE ${flag})
   endif()
 endforeach()
+
+# The sources know the width as a number, since the preprocessor compares numbers only.
+if(SINEW_VECTOR_WIDTH STREQUAL "avx512")
+  target_compile_definitions(sinew_numerics INTERFACE SINEW_WIDEST=2)
+elseif(SINEW_VECTOR_WIDTH STREQUAL "avx2")
+  target_compile_definitions(sinew_numerics INTERFACE SINEW_WIDEST=1)
+elseif(SINEW_VECTOR_WIDTH STREQUAL "baseline")
+  target_compile_definitions(sinew_numerics INTERFACE SINEW_WIDEST=0)
+else()
+  message(FATAL_ERROR "SINEW_VECTOR_WIDTH is '${SINEW_VECTOR_WIDTH}'; it must be avx512, avx2 or baseline")
+endif()
 
 add_library(sinew_warnings INTERFACE)
 if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")

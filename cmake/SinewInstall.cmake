@@ -6,7 +6,7 @@ function(sinew_install)
           LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
           ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
           RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  # Headers under a room's detail/ are for sinew's own sources.
+  # Headers under a module's detail/ are for sinew's own sources.
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/sinew/" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sinew
           FILES_MATCHING PATTERN "*.h" PATTERN "detail" EXCLUDE)
 

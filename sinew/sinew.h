@@ -1,10 +1,9 @@
 #pragma once
 
-/// Everything that sinew offers, in the order of its rooms. A host that compiles often includes single headers instead.
-
-#include <sinew/interop.h>
+/// Everything that sinew offers, in the order of its modules. A host that compiles often includes single headers instead.
 
 #include <sinew/framework/fields.h>
+#include <sinew/framework/findings.h>
 #include <sinew/framework/registry.h>
 #include <sinew/framework/serializable.h>
 #include <sinew/framework/smart_ptr.h>
@@ -15,6 +14,7 @@
 #include <sinew/core/eigen_solver.h>
 #include <sinew/core/func_binder.h>
 #include <sinew/core/hash.h>
+#include <sinew/core/interop.h>
 #include <sinew/core/matrix.h>
 #include <sinew/core/matrix3.h>
 #include <sinew/core/stream.h>

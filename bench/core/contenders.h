@@ -10,7 +10,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include <sinew/interop.h>
+#include <sinew/core/interop.h>
 
 #include "support/bits.h"
 #include "support/random.h"

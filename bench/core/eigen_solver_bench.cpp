@@ -8,7 +8,7 @@
 #include <sinew/core/eigen_solver.h>
 
 #include "contenders.h"
-#include "core/plain_matrix3.h"
+#include "core/reference_matrix3.h"
 
 #ifdef SINEW_BENCH_EIGEN
 #include <Eigen/Eigenvalues>
@@ -54,7 +54,7 @@ Eigensystem solve(Matrix3 const& m)
     return e;
 }
 
-auto* volatile plainJacobi = plain::jacobiMethod; // behind a call, as ours is
+auto* volatile plainJacobi = reference::jacobiMethod; // behind a call, as ours is
 
 Eigensystem solvePlainly(Matrix3 const& m)
 {

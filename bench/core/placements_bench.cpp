@@ -7,7 +7,7 @@
 #include <sinew/core/transform.h>
 
 #include "contenders.h"
-#include "core/plain_placements.h"
+#include "core/reference_placements.h"
 
 #ifdef SINEW_BENCH_EIGEN
 #include <Eigen/Dense>
@@ -27,10 +27,10 @@ using bench::nearly;
 using test::Random;
 
 // The library's functions of these lie behind a call; so do their plain forms.
-Matrix3 (*volatile plainRotation)(Vector3 const&, double) = plain::rotationMatrix;
-bool (*volatile plainIsRigid)(Matrix const&) = plain::isRigid;
-Matrix (*volatile plainBetween)(Matrix const&, Matrix const&, double) = plain::interpolate;
-Transform (*volatile plainBetweenTransforms)(Transform const&, Transform const&, double) = plain::interpolate;
+Matrix3 (*volatile plainRotation)(Vector3 const&, double) = reference::rotationMatrix;
+bool (*volatile plainIsRigid)(Matrix const&) = reference::isRigid;
+Matrix (*volatile plainBetween)(Matrix const&, Matrix const&, double) = reference::interpolate;
+Transform (*volatile plainBetweenTransforms)(Transform const&, Transform const&, double) = reference::interpolate;
 
 Matrix3 randomLinear(Random& random)
 {
@@ -39,7 +39,7 @@ Matrix3 randomLinear(Random& random)
 
 Matrix randomAffine(Random& random)
 {
-    return plain::affine(randomLinear(random), random.point());
+    return reference::affine(randomLinear(random), random.point());
 }
 
 Transform randomTransform(Random& random)
@@ -63,23 +63,23 @@ void ours()
 {
     againstPlain(
         "3x3 product", linearPairs, [](auto const& p) { return p.first * p.second; },
-        [](auto const& p) { return plain::product(p.first, p.second); });
+        [](auto const& p) { return reference::product(p.first, p.second); });
     againstPlain(
         "3x3 inverse", linears, [](auto const& m) { return m.inverse(); },
-        [](auto const& m) { return plain::inverse(m); });
+        [](auto const& m) { return reference::inverse(m); });
     againstPlain(
         "3x3 rotation", turns, [](auto const& p) { return Matrix3::rotationMatrix(p.first, p.second); },
         [](auto const& p) { return plainRotation(p.first, p.second); });
     againstPlain(
         "4x4 product", affinePairs, [](auto const& p) { return p.first * p.second; },
-        [](auto const& p) { return plain::product(p.first, p.second); });
+        [](auto const& p) { return reference::product(p.first, p.second); });
     againstPlain(
         "4x4 inverse", affines, [](auto const& m) { return m.inverse(); },
-        [](auto const& m) { return plain::inverse(m); });
+        [](auto const& m) { return reference::inverse(m); });
     againstPlain(
         "4x4 times point", mapped, [](auto const& p) { return p.first * p.second; },
         [](auto const& p) {
-            return plain::sum(plain::map(plain::block(p.first), p.second),
+            return reference::sum(reference::map(reference::block(p.first), p.second),
                               Vector3(p.first(0, 3), p.first(1, 3), p.first(2, 3)));
         });
     againstPlain(
@@ -90,13 +90,13 @@ void ours()
         [](auto const& p) { return plainBetween(p.first, p.second, 0.3); });
     againstPlain(
         "transform product", transformPairs, [](auto const& p) { return p.first * p.second; },
-        [](auto const& p) { return plain::product(p.first, p.second); });
+        [](auto const& p) { return reference::product(p.first, p.second); });
     againstPlain(
         "transform inverse", transformPairs, [](auto const& p) { return p.first.inverse(); },
-        [](auto const& p) { return plain::inverse(p.first); });
+        [](auto const& p) { return reference::inverse(p.first); });
     againstPlain(
         "transform times point", transformed, [](auto const& p) { return p.first * p.second; },
-        [](auto const& p) { return plain::map(p.first, p.second); });
+        [](auto const& p) { return reference::map(p.first, p.second); });
     againstPlain(
         "transform interpolate", transformPairs,
         [](auto const& p) { return Transform::interpolate(p.first, p.second, 0.3); },

@@ -6,18 +6,18 @@
 #include <sinew/core/vector_geometry.h>
 
 #include "contenders.h"
-#include "core/plain_vector_geometry.h"
+#include "core/reference_vector_geometry.h"
 
 namespace {
 
 using bench::againstPlain;
 using Points = std::array<Vector3, 4>;
 
-auto* volatile plainDistSq = plain::distSqToLineSegment;
-auto* volatile plainIsInTriangle = plain::isInTriangle;
-auto* volatile plainBasis = plain::getBasis;
-auto* volatile plainAngle = plain::getAngleBetween;
-auto* volatile plainCurvatures = plain::principalCurvatures;
+auto* volatile plainDistSq = reference::distSqToLineSegment;
+auto* volatile plainIsInTriangle = reference::isInTriangle;
+auto* volatile plainBasis = reference::getBasis;
+auto* volatile plainAngle = reference::getAngleBetween;
+auto* volatile plainCurvatures = reference::principalCurvatures;
 
 bool const registered = [] {
     auto const points = bench::inputs(1, [](test::Random& r) {
@@ -25,10 +25,10 @@ bool const registered = [] {
     });
     againstPlain(
         "normalize", points, [](Points const& p) { return Vector3(p[0].normalize()); },
-        [](Points const& p) { return plain::unit(p[0]); });
+        [](Points const& p) { return reference::unit(p[0]); });
     againstPlain(
         "isParallel", points, [](Points const& p) { return int(p[0].isParallel(p[1], -1.0)); },
-        [](Points const& p) { return int(plain::isParallel(p[0], p[1], -1.0)); });
+        [](Points const& p) { return int(reference::isParallel(p[0], p[1], -1.0)); });
     againstPlain(
         "segment distance", points,
         [](Points const& p) {

@@ -12,7 +12,7 @@
 
 #include <sinew/fields/implicit.h>
 
-#include "fields/plain_implicit.h"
+#include "fields/reference_implicit.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -43,7 +43,7 @@ Implicit const& field(int count)
 void fitSinew(benchmark::State& state, int count)
 {
     Implicit const ours(input(count));
-    plain::Implicit const expected(input(count));
+    reference::Implicit const expected(input(count));
     if (!test::sameBits(ours.coefficients, expected.coefficients) ||
         !test::sameBits(ours.constantTerm, expected.constantTerm) ||
         !test::sameBits(ours.linearTerm, expected.linearTerm)) {
@@ -54,7 +54,7 @@ void fitSinew(benchmark::State& state, int count)
 
 void fitPlain(benchmark::State& state, int count)
 {
-    for (auto _ : state) benchmark::DoNotOptimize(plain::Implicit(input(count)));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::Implicit(input(count)));
 }
 
 #ifdef SINEW_BENCH_EIGEN
@@ -112,7 +112,7 @@ void evaluation(benchmark::State& state, int count, Evaluate evaluate)
     std::vector<double> values(queries().size());
     evaluate(f, values);
     for (std::size_t i = 0; i < values.size(); ++i) {
-        if (!test::sameBits(values[i], plain::Implicit::evaluate(f, queries()[i])))
+        if (!test::sameBits(values[i], reference::Implicit::evaluate(f, queries()[i])))
             state.SkipWithError("value differs");
     }
     for (auto _ : state) {
@@ -129,7 +129,7 @@ void gradients(benchmark::State& state, int count, Gradient gradient)
     std::vector<Vector3> values(queries().size());
     gradient(f, values);
     for (std::size_t i = 0; i < values.size(); ++i) {
-        if (!test::sameBits(values[i], plain::Implicit::getGradient(f, queries()[i]))) {
+        if (!test::sameBits(values[i], reference::Implicit::getGradient(f, queries()[i]))) {
             state.SkipWithError("gradient differs");
         }
     }
@@ -160,7 +160,7 @@ void registerEvaluation(int count)
         sinew::evaluateMany(f, queries().data(), values.size(), values.data());
     };
     auto const plainly = [](Implicit const& f, std::vector<double>& values) {
-        for (std::size_t i = 0; i < values.size(); ++i) values[i] = plain::Implicit::evaluate(f, queries()[i]);
+        for (std::size_t i = 0; i < values.size(); ++i) values[i] = reference::Implicit::evaluate(f, queries()[i]);
     };
     auto const oneGradient = [](Implicit const& f, std::vector<Vector3>& values) {
         for (std::size_t i = 0; i < values.size(); ++i) values[i] = f.getGradient(queries()[i]);
@@ -169,7 +169,7 @@ void registerEvaluation(int count)
         sinew::gradientMany(f, queries().data(), values.size(), values.data());
     };
     auto const plainGradient = [](Implicit const& f, std::vector<Vector3>& values) {
-        for (std::size_t i = 0; i < values.size(); ++i) values[i] = plain::Implicit::getGradient(f, queries()[i]);
+        for (std::size_t i = 0; i < values.size(); ++i) values[i] = reference::Implicit::getGradient(f, queries()[i]);
     };
     std::string const centres = std::to_string(count) + " centres";
     auto const add = [&](std::string const& name, auto run, auto function) {

@@ -14,7 +14,7 @@
 
 #include <sinew/fields/polyline_projector.h>
 
-#include "fields/plain_polyline.h"
+#include "fields/reference_polyline.h"
 #include "fields/polylines.h"
 #include "support/bits.h"
 
@@ -70,7 +70,7 @@ struct Sinew
 
 struct Plain
 {
-    plain::Projector polyline;
+    reference::Projector polyline;
     explicit Plain(std::vector<Vector3> const& points) : polyline(points) {}
     Vector3 operator()(Vector3 const& q) const { return polyline.project(q).point; }
 };

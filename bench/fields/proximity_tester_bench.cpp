@@ -18,7 +18,7 @@
 
 #include <sinew/fields/proximity_tester.h>
 
-#include "fields/plain_proximity_tester.h"
+#include "fields/reference_proximity_tester.h"
 #include "support/random.h"
 
 namespace {
@@ -145,7 +145,7 @@ void tests(benchmark::State& state, int count)
         bool const isInGrid = p.x < 1 && p.y < 1 && p.z < 1;
         bool const isExact = !std::is_same_v<Tester, MarkHash>;
         if (isExact && tester.test(p) && !grid.test(p) && isInGrid) state.SkipWithError("a near point tests false");
-        if (std::is_same_v<Tester, plain::ProximityTester> && tester.test(p) != grid.test(p)) {
+        if (std::is_same_v<Tester, reference::ProximityTester> && tester.test(p) != grid.test(p)) {
             state.SkipWithError("the plain grid differs");
         }
     }
@@ -200,7 +200,7 @@ bool const kRegistered = [] {
                                      count);
     }
     add<ProximityTester>("sinew", false);
-    add<plain::ProximityTester>("plain", true);
+    add<reference::ProximityTester>("plain", true);
     add<MarkHash>("hash of cells", true);
     add<CellHash>("hash of points", false);
 #ifdef SINEW_BENCH_NANOFLANN

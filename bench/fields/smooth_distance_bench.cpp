@@ -8,7 +8,7 @@
 #include <sinew/fields/polyline_projector.h>
 #include <sinew/fields/smooth_distance.h>
 
-#include "fields/plain_smooth_distance.h"
+#include "fields/reference_smooth_distance.h"
 #include "fields/polylines.h"
 #include "support/bits.h"
 
@@ -42,7 +42,7 @@ void smoothByMany(Case const& input, Answers& answers)
 void smoothPlainly(Case const& input, Answers& answers)
 {
     for (std::size_t i = 0; i < input.queries.size(); ++i) {
-        plain::smoothDistToPolyline(input.polyline, input.queries[i], input.h, &answers.dists[i],
+        reference::smoothDistToPolyline(input.polyline, input.queries[i], input.h, &answers.dists[i],
                                     input.derivatives ? &answers.grads[i] : nullptr,
                                     input.derivatives ? &answers.hessians[i] : nullptr);
     }

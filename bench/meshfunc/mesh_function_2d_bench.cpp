@@ -23,7 +23,7 @@
 #endif
 
 #include "meshfunc/mesh_samples.h"
-#include "meshfunc/plain_mesh_function.h"
+#include "meshfunc/reference_mesh_function.h"
 #include "support/bits.h"
 
 namespace {
@@ -49,7 +49,7 @@ struct Evaluates final : Contender
     bool evaluate(Point const& p, Point* value) const override { return function.evaluate(p, value, nullptr); }
 };
 using Sinew = Evaluates<MeshFunction2D>;
-using Plain = Evaluates<plain::MeshFunction2D>;
+using Plain = Evaluates<reference::MeshFunction2D>;
 
 #ifdef SINEW_BENCH_CGAL
 struct CgalHierarchy final : Contender
@@ -331,7 +331,7 @@ struct Islands
 {
     Mesh mesh = test::islands(100);
     MeshFunction2D sinew = mesh.function();
-    plain::MeshFunction2D plain{mesh.params, mesh.values, mesh.facets, mesh.normaldots};
+    reference::MeshFunction2D plain{mesh.params, mesh.values, mesh.facets, mesh.normaldots};
     std::vector<Point> points;
 
     explicit Islands(double reach)
@@ -385,7 +385,7 @@ void registerExtrapolate(std::string const& name, double reach)
 bool const registered = [] {
     registerEvaluate();
     benchmark::RegisterBenchmark("construction, 1e6 triangles/sinew", construct<MeshFunction2D>)->Iterations(1);
-    benchmark::RegisterBenchmark("construction, 1e6 triangles/plain", construct<plain::MeshFunction2D>)->Iterations(1);
+    benchmark::RegisterBenchmark("construction, 1e6 triangles/plain", construct<reference::MeshFunction2D>)->Iterations(1);
     registerExtrapolate("extrapolate between, 1e4 loops", 0.01);
     registerExtrapolate("extrapolate far outside, 1e4 loops", 100);
     return true;

@@ -19,7 +19,7 @@
 #include <sinew/meshfunc/mesh_function_2d.h>
 #include <sinew/meshfunc/type_handlers.h>
 
-#include "meshfunc/plain_persistence.h"
+#include "meshfunc/reference_persistence.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -133,14 +133,14 @@ struct Plain
     static void save(MeshFunction2D& f, std::string& text)
     {
         Document document;
-        document.saveString = plain::pack(f);
+        document.saveString = reference::pack(f);
         write(document, text);
     }
     static void load(std::string const& text, MeshFunction2D& f)
     {
         Document document;
         read(text, document);
-        plain::Unpacker(document.saveString).unpack(f);
+        reference::Unpacker(document.saveString).unpack(f);
         f.initEvaluatorHelper();
     }
 };

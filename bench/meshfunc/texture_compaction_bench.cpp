@@ -8,7 +8,7 @@
 
 #include <sinew/meshfunc/texture_compaction.h>
 
-#include "meshfunc/plain_texture_compaction.h"
+#include "meshfunc/reference_texture_compaction.h"
 #include "support/random.h"
 
 namespace {
@@ -57,7 +57,7 @@ void rectEmpty(benchmark::State& state, int size, bool onlyEmpty, bool plainly)
     static EmptyRectTester const tester(atlas(0, kSize), kSize, kSize);
     std::vector<Rect> const rects = rectangles(tester, size, onlyEmpty);
     auto const plain = [](Rect const& r) {
-        return plain::isRectEmpty(tester.emptyTexels, kSize, kSize, r.minX, r.minY, r.maxX, r.maxY);
+        return reference::isRectEmpty(tester.emptyTexels, kSize, kSize, r.minX, r.minY, r.maxX, r.maxY);
     };
     auto const ours = [](Rect const& r) { return tester.isRectEmpty(r.minX, r.minY, r.maxX, r.maxY); };
     for (Rect const& r : rects) {
@@ -79,14 +79,14 @@ void optimize(benchmark::State& state, int low, int high, bool plainly)
 {
     std::vector<bool> const& mask = atlas(low, high);
     TextureOptimizer const ours(mask, kSize, kSize);
-    plain::Optimized const expected = plain::optimize(mask, kSize, kSize);
+    reference::Optimized const expected = reference::optimize(mask, kSize, kSize);
     if (ours.newWidth != expected.newWidth || ours.newHeight != expected.newHeight ||
         ours.motions.size() != expected.motions.size()) {
         state.SkipWithError("the new texture differs");
     }
     for (auto _ : state) {
         if (plainly) {
-            benchmark::DoNotOptimize(plain::optimize(mask, kSize, kSize));
+            benchmark::DoNotOptimize(reference::optimize(mask, kSize, kSize));
         } else {
             benchmark::DoNotOptimize(TextureOptimizer(mask, kSize, kSize));
         }

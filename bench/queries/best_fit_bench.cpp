@@ -4,7 +4,7 @@
 #include <sinew/queries/best_fit.h>
 
 #include "peers.h"
-#include "queries/plain_best_fit.h"
+#include "queries/reference_best_fit.h"
 #include "support/random.h"
 
 #ifdef SINEW_BENCH_EIGEN
@@ -15,7 +15,7 @@ namespace {
 
 SINEW_BENCH_CALL bool plainFit(std::vector<Vector3> const& points, Vector3* center, UVector3* normal)
 {
-    return plain::getCenterAndEigv(points, center, normal, false);
+    return reference::getCenterAndEigv(points, center, normal, false);
 }
 
 // A slab: twelve wide, three high, one thick, so that the normal is well determined. |normal.z| tells it.

@@ -7,7 +7,7 @@
 #include <sinew/queries/intersections.h>
 
 #include "peers.h"
-#include "queries/plain_intersections.h"
+#include "queries/reference_intersections.h"
 #include "support/random.h"
 
 #ifdef SINEW_BENCH_EIGEN
@@ -64,39 +64,39 @@ std::vector<Query> const& queries()
 }
 
 // With the signatures of the constructors, so that both sides pay for the same arguments.
-SINEW_BENCH_CALL plain::LineLine plainLineLineUnit(Vector3 const& p1, UVector3 const& d1, Vector3 const& p2,
+SINEW_BENCH_CALL reference::LineLine plainLineLineUnit(Vector3 const& p1, UVector3 const& d1, Vector3 const& p2,
                                                    UVector3 const& d2, double tol)
 {
-    return plain::lineLineUnit(p1, d1, p2, d2, tol);
+    return reference::lineLineUnit(p1, d1, p2, d2, tol);
 }
-SINEW_BENCH_CALL plain::LineLine plainLineLine(Vector3 const& p1, Vector3 d1, Vector3 const& p2, Vector3 const& d2,
+SINEW_BENCH_CALL reference::LineLine plainLineLine(Vector3 const& p1, Vector3 d1, Vector3 const& p2, Vector3 const& d2,
                                                double tol)
 {
-    return plain::lineLine(p1, d1, p2, d2, tol);
+    return reference::lineLine(p1, d1, p2, d2, tol);
 }
-SINEW_BENCH_CALL plain::PlanePlane plainPlanePlane(Vector3 const& p1, UVector3 const& N1, Vector3 const& p2,
+SINEW_BENCH_CALL reference::PlanePlane plainPlanePlane(Vector3 const& p1, UVector3 const& N1, Vector3 const& p2,
                                                    UVector3 const& N2, double tol)
 {
-    return plain::planePlane(p1, N1, p2, N2, tol);
+    return reference::planePlane(p1, N1, p2, N2, tol);
 }
-SINEW_BENCH_CALL plain::LinePlane plainLinePlane(Vector3 const& p, UVector3 const& d, Vector3 const& q,
+SINEW_BENCH_CALL reference::LinePlane plainLinePlane(Vector3 const& p, UVector3 const& d, Vector3 const& q,
                                                  UVector3 const& n, double tol)
 {
-    return plain::linePlane(p, d, q, n, tol);
+    return reference::linePlane(p, d, q, n, tol);
 }
-SINEW_BENCH_CALL plain::LinePlane plainLineTriangle(Vector3 const& p, UVector3 const& d, Vector3 const& a,
+SINEW_BENCH_CALL reference::LinePlane plainLineTriangle(Vector3 const& p, UVector3 const& d, Vector3 const& a,
                                                     Vector3 const& b, Vector3 const& c, double tol)
 {
-    return plain::lineTriangle(p, d, a, b, c, tol);
+    return reference::lineTriangle(p, d, a, b, c, tol);
 }
-SINEW_BENCH_CALL plain::LineSphere plainLineSphere(Vector3 const& p, UVector3 const& d, Vector3 const& center,
+SINEW_BENCH_CALL reference::LineSphere plainLineSphere(Vector3 const& p, UVector3 const& d, Vector3 const& center,
                                                    double radius, double tol)
 {
-    return plain::lineSphere(p, d, center, radius, tol);
+    return reference::lineSphere(p, d, center, radius, tol);
 }
 SINEW_BENCH_CALL Vector3 plainWeights(Vector3 const& p, Vector3 const& a, Vector3 const& b, Vector3 const& c)
 {
-    return plain::triangleWeights(p, a, b, c);
+    return reference::triangleWeights(p, a, b, c);
 }
 
 #ifdef SINEW_BENCH_EIGEN
@@ -220,7 +220,7 @@ void addTriangle()
     bench::contend("line-triangle/sinew", expected, 0.0, ours);
     bench::contend("line-triangle/plain", expected, 0.0, [](std::size_t i) {
         Query const& k = queries()[i];
-        plain::LinePlane const r = plainLineTriangle(k.p, k.d, k.a, k.b, k.c, kTol);
+        reference::LinePlane const r = plainLineTriangle(k.p, k.d, k.a, k.b, k.c, kTol);
         return r.result == 0 ? r.point.x : kNone;
     });
 #ifdef SINEW_BENCH_IMATH
@@ -259,7 +259,7 @@ void addSphere()
     bench::contend("line-sphere/sinew", expected, 0.0, ours);
     bench::contend("line-sphere/plain", expected, 0.0, [](std::size_t i) {
         Query const& k = queries()[i];
-        plain::LineSphere const r = plainLineSphere(k.p, k.d, k.q, 0.8, kTol);
+        reference::LineSphere const r = plainLineSphere(k.p, k.d, k.q, 0.8, kTol);
         return r.result == 0 ? kNone : r.t1;
     });
 }

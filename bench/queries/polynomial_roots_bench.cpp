@@ -14,7 +14,7 @@
 
 #include "closed_form_cubic.h"
 #include "peers.h"
-#include "queries/plain_polynomial_roots.h"
+#include "queries/reference_polynomial_roots.h"
 #include "support/random.h"
 
 #ifdef SINEW_BENCH_EIGEN
@@ -28,7 +28,7 @@ using Solver = int (*)(double, double, double, double, double*);
 
 SINEW_BENCH_CALL int plainCubic(double a, double b, double c, double d, double* roots)
 {
-    return plain::solveCubic(a, b, c, d, roots);
+    return reference::solveCubic(a, b, c, d, roots);
 }
 
 SINEW_BENCH_CALL int closedForm(double a, double b, double c, double d, double* roots)

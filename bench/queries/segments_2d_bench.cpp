@@ -5,7 +5,7 @@
 #include <sinew/queries/segments_2d.h>
 
 #include "peers.h"
-#include "queries/plain_segments_2d.h"
+#include "queries/reference_segments_2d.h"
 #include "support/random.h"
 
 namespace {
@@ -32,16 +32,16 @@ std::vector<std::array<Vector3, 4>> const& input()
 SINEW_BENCH_CALL bool plainClip(Vector3 const& a, Vector3 const& b, Vector3 const& lo, Vector3 const& hi, Vector3& outA,
                                 Vector3& outB)
 {
-    return plain::segClipRect2D(a, b, lo, hi, outA, outB);
+    return reference::segClipRect2D(a, b, lo, hi, outA, outB);
 }
 SINEW_BENCH_CALL bool plainMeets(Vector3 const& a, Vector3 const& b, Vector3 const& lo, Vector3 const& hi)
 {
-    return plain::segIntersectRect2D(a, b, lo, hi);
+    return reference::segIntersectRect2D(a, b, lo, hi);
 }
 SINEW_BENCH_CALL bool plainCross(Vector3 const& a, Vector3 const& b, Vector3 const& c, Vector3 const& d, double tol,
                                  bool inclusive)
 {
-    return plain::segsIntersect(a, b, c, d, tol, inclusive);
+    return reference::segsIntersect(a, b, c, d, tol, inclusive);
 }
 
 template <typename Make, typename Ours, typename Plain>

@@ -8,7 +8,7 @@
 #include <Eigen/Dense>
 #include <benchmark/benchmark.h>
 
-#include "skinning/plain_skinning.h"
+#include "skinning/reference_skinning.h"
 #include "skinning/skinning_scene.h"
 #include "support/bits.h"
 
@@ -116,7 +116,7 @@ void ours(benchmark::State& state)
     Scene const& scene = sceneOf(static_cast<int>(state.range(0)));
     BoneTransformModifyer const deform(scene.figure);
     SurfaceGeometryData expected;
-    plain::deform(*scene.figure, *scene.display, expected);
+    reference::deform(*scene.figure, *scene.display, expected);
     smart_ptr<SurfaceGeometryData> const once = deform(scene.display);
     if (!test::sameBits(once->positions, expected.positions)) return state.SkipWithError("bits differ from plain");
     for (int i = 0; i < kVertices; ++i) {
@@ -131,7 +131,7 @@ void plainWay(benchmark::State& state)
     Scene const& scene = sceneOf(static_cast<int>(state.range(0)));
     for (auto _ : state) {
         SurfaceGeometryData result;
-        plain::deform(*scene.figure, *scene.display, result);
+        reference::deform(*scene.figure, *scene.display, result);
         benchmark::DoNotOptimize(result.positions.data());
     }
     state.SetItemsProcessed(state.iterations() * kVertices);

@@ -9,7 +9,7 @@
 
 #include "cases.h"
 #include "peers.h"
-#include "sparse/plain_sparse.h"
+#include "sparse/reference_sparse.h"
 
 namespace {
 
@@ -34,11 +34,11 @@ void factorPlainly(benchmark::State& state, std::string const& name)
 {
     SPDMatrix const& matrix = bench::matrixNamed(name);
     std::vector<int> const& perm = permOf(name);
-    if (test::difference(plain::factor(matrix, perm), Factorization(matrix.rows, perm).factor(matrix.rows).factor) !=
+    if (test::difference(reference::factor(matrix, perm), Factorization(matrix.rows, perm).factor(matrix.rows).factor) !=
         "") {
         state.SkipWithError("factors differ");
     }
-    for (auto _ : state) benchmark::DoNotOptimize(plain::factor(matrix, perm).diag);
+    for (auto _ : state) benchmark::DoNotOptimize(reference::factor(matrix, perm).diag);
 }
 
 void factorAgain(benchmark::State& state, std::string const& name)
@@ -57,8 +57,8 @@ void factorWhole(benchmark::State& state, std::string const& name)
 void factorWholePlainly(benchmark::State& state, std::string const& name)
 {
     SPDMatrix const& matrix = bench::matrixNamed(name);
-    if (test::difference(plain::factor(matrix), matrix.factor()) != "") state.SkipWithError("factors differ");
-    for (auto _ : state) benchmark::DoNotOptimize(plain::factor(matrix).diag);
+    if (test::difference(reference::factor(matrix), matrix.factor()) != "") state.SkipWithError("factors differ");
+    for (auto _ : state) benchmark::DoNotOptimize(reference::factor(matrix).diag);
 }
 
 #ifdef SINEW_BENCH_EIGEN

@@ -5,7 +5,7 @@
 
 #include "cases.h"
 #include "peers.h"
-#include "sparse/plain_sparse.h"
+#include "sparse/reference_sparse.h"
 
 namespace {
 
@@ -19,9 +19,9 @@ void orderPlainly(benchmark::State& state, std::string const& name)
 {
     SPDMatrix const& matrix = bench::matrixNamed(name);
     static std::map<std::string, bool> same;
-    if (!same.count(name)) same[name] = plain::computePerm(matrix) == matrix.computePerm();
+    if (!same.count(name)) same[name] = reference::computePerm(matrix) == matrix.computePerm();
     if (!same[name]) state.SkipWithError("permutations differ");
-    for (auto _ : state) benchmark::DoNotOptimize(plain::computePerm(matrix));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::computePerm(matrix));
 }
 
 #ifdef SINEW_BENCH_SUITESPARSE

@@ -9,7 +9,7 @@
 
 #include "cases.h"
 #include "peers.h"
-#include "sparse/plain_sparse.h"
+#include "sparse/reference_sparse.h"
 
 namespace {
 
@@ -47,11 +47,11 @@ void solvePlainly(benchmark::State& state, std::string const& name)
     std::vector<double> x = b;
     std::vector<double> expected = b;
     factor.solve(expected);
-    plain::solve(factor, x);
+    reference::solve(factor, x);
     if (!test::sameBits(x, expected)) state.SkipWithError("solutions differ");
     for (auto _ : state) {
         x = b;
-        plain::solve(factor, x);
+        reference::solve(factor, x);
         benchmark::DoNotOptimize(x.data());
     }
 }
@@ -76,7 +76,7 @@ void solveEightPlainly(benchmark::State& state, std::string const& name)
     for (auto _ : state) {
         for (int k = 0; k < 8; ++k) {
             x = b;
-            plain::solve(factor, x);
+            reference::solve(factor, x);
             benchmark::DoNotOptimize(x.data());
         }
     }

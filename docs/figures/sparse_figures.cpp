@@ -13,7 +13,7 @@
 #include <sinew/sinew.h>
 
 #include "sparse/matrices.h"
-#include "sparse/plain_sparse.h"
+#include "sparse/reference_sparse.h"
 
 namespace {
 
@@ -137,7 +137,7 @@ int main(int argc, char** argv)
         solve.samples.push_back({n, seconds(runs, [&] { factor.solve(b); })});
         entries.samples.push_back({n, static_cast<double>(symbolic.entryCount()) / n});
         if (side <= kLargestPlain) {
-            plainAll.samples.push_back({n, seconds(1, [&] { (void)plain::computePerm(matrix); })});
+            plainAll.samples.push_back({n, seconds(1, [&] { (void)reference::computePerm(matrix); })});
         }
         std::printf("%d: order %.4g s, factor %.4g s, solve %.4g s, %.3g entries a row\n", side,
                     order.samples.back().amount, numbers.samples.back().amount, solve.samples.back().amount,

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/plain_matrix3.h"
+#include "core/reference_matrix3.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -238,7 +238,7 @@ TEST(JacobiMethod, MatchesThePlainMethod)
         Eigensystem const e = solve(m);
         double values[3];
         Vector3 vectors[3];
-        ASSERT_EQ(e.converged, plain::jacobiMethod(m, values, vectors));
+        ASSERT_EQ(e.converged, reference::jacobiMethod(m, values, vectors));
         for (int k = 0; k < 3; ++k) {
             ASSERT_TRUE(sameBits(e.values[k], values[k]));
             ASSERT_TRUE(sameBits(Vector3(e.vectors[k]), vectors[k]));

@@ -1,6 +1,6 @@
 // Conversions by shape: types of our own first, then those of libraries that were found when this was built.
 
-#include <sinew/interop.h>
+#include <sinew/core/interop.h>
 
 #include <array>
 #include <vector>

@@ -8,7 +8,7 @@
 #include <sinew/core/matrix.h>
 #include <sinew/core/vector_geometry.h>
 
-#include "core/plain_matrix3.h"
+#include "core/reference_matrix3.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -138,10 +138,10 @@ TEST(Matrix3, ProductsMatchThePlainMethod)
     forMatrices(201, [](Random& random, Matrix3 const& a) {
         Matrix3 const b = randomMatrix(random);
         Vector3 const v = random.hostilePoint();
-        EXPECT_TRUE(sameBits(a * b, plain::product(a, b)));
-        EXPECT_TRUE(sameBits(a * v, plain::map(a, v)));
-        EXPECT_TRUE(sameBits(a.transpose(), plain::transposed(a)));
-        EXPECT_TRUE(sameBits(a.determinant(), plain::determinant(a)));
+        EXPECT_TRUE(sameBits(a * b, reference::product(a, b)));
+        EXPECT_TRUE(sameBits(a * v, reference::map(a, v)));
+        EXPECT_TRUE(sameBits(a.transpose(), reference::transposed(a)));
+        EXPECT_TRUE(sameBits(a.determinant(), reference::determinant(a)));
         Matrix3 outer;
         outer.tensor(v, a.column(0));
         for (int i = 0; i < 3; ++i) {
@@ -219,7 +219,7 @@ TEST(Matrix3Inverse, UndoesTheMap)
 
 TEST(Matrix3Inverse, MatchesThePlainMethod)
 {
-    forMatrices(203, [](Random&, Matrix3 const& m) { EXPECT_TRUE(sameBits(m.inverse(), plain::inverse(m))); });
+    forMatrices(203, [](Random&, Matrix3 const& m) { EXPECT_TRUE(sameBits(m.inverse(), reference::inverse(m))); });
 }
 
 TEST(Matrix3RotationMatrix, IsRightHanded)
@@ -259,8 +259,8 @@ TEST(Matrix3RotationMatrix, MatchesThePlainMethod)
         UVector3 const a(m.column(0));
         UVector3 const b(random.oneIn(4) ? -m.column(0) : m.column(1));
         double const angle = random.hostile();
-        EXPECT_TRUE(sameBits(Matrix3::rotationMatrix(a, angle), plain::rotationMatrix(a, angle)));
-        EXPECT_TRUE(sameBits(Matrix3::rotationMatrix(a, b), plain::rotationBetween(a, b)));
+        EXPECT_TRUE(sameBits(Matrix3::rotationMatrix(a, angle), reference::rotationMatrix(a, angle)));
+        EXPECT_TRUE(sameBits(Matrix3::rotationMatrix(a, b), reference::rotationBetween(a, b)));
     });
 }
 
@@ -366,10 +366,10 @@ TEST(GetRotationAxisAndAngle, MatchThePlainMethod)
         Matrix3 m = any;
         if (random.oneIn(2)) m = Matrix3::rotationMatrix(UVector3(any.column(0)), random.spread(-40, 2));
         UVector3 const axis(any.column(1));
-        Vector3 const expectedAxis = plain::getRotationAxis(m);
+        Vector3 const expectedAxis = reference::getRotationAxis(m);
         EXPECT_TRUE(sameBits(Vector3(m.getRotationAxis()), expectedAxis));
-        EXPECT_TRUE(sameBits(m.getRotationAngle(&axis), plain::getRotationAngle(m, &axis)));
-        EXPECT_TRUE(sameBits(m.getRotationAngle(), plain::getRotationAngle(m, nullptr)));
+        EXPECT_TRUE(sameBits(m.getRotationAngle(&axis), reference::getRotationAngle(m, &axis)));
+        EXPECT_TRUE(sameBits(m.getRotationAngle(), reference::getRotationAngle(m, nullptr)));
     });
 }
 
@@ -407,7 +407,7 @@ TEST(GetMatrixFromEigs, MatchesThePlainMethod)
     forMatrices(209, [](Random& random, Matrix3 const& m) {
         double const values[3] = {random.hostile(), random.uniform(), random.spread()};
         Vector3 const vectors[3] = {m.column(0), m.column(1), m.column(2)};
-        EXPECT_TRUE(sameBits(Matrix3::getMatrixFromEigs(values, vectors), plain::getMatrixFromEigs(values, vectors)));
+        EXPECT_TRUE(sameBits(Matrix3::getMatrixFromEigs(values, vectors), reference::getMatrixFromEigs(values, vectors)));
     });
 }
 
@@ -498,7 +498,7 @@ TEST(GetNullspace, MatchesThePlainMethod)
         Vector3 expected[3] = {kUntouched, kUntouched, kUntouched};
         int const count = m.getNullspace(out, force);
         ++counts[count];
-        ASSERT_EQ(count, plain::getNullspace(m, expected, force));
+        ASSERT_EQ(count, reference::getNullspace(m, expected, force));
         for (int k = 0; k < 3; ++k) EXPECT_TRUE(sameBits(Vector3(out[k]), expected[k])) << k;
     });
     for (int const count : counts) EXPECT_GT(count, 20) << "an outcome was hardly reached";

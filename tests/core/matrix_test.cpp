@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/plain_placements.h"
+#include "core/reference_placements.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -24,7 +24,7 @@ double const kPi = 3.14159265358979323846;
 
 Matrix translation(double x, double y, double z)
 {
-    return plain::affine(Matrix3(), Vector3(x, y, z));
+    return reference::affine(Matrix3(), Vector3(x, y, z));
 }
 
 Matrix scaling(double x, double y, double z)
@@ -46,7 +46,7 @@ Matrix counting()
 Matrix randomPlacement(Random& random)
 {
     Matrix const turn = Matrix::rotationMatrix(random.point(), random.uniform(-4, 4));
-    Matrix const moved = plain::product(turn, translation(random.uniform(), random.uniform(), random.uniform()));
+    Matrix const moved = reference::product(turn, translation(random.uniform(), random.uniform(), random.uniform()));
     return moved.scale(random.uniform(0.2, 3));
 }
 
@@ -188,10 +188,10 @@ TEST(Matrix, ArithmeticMatchesThePlainMethod)
     forMatrices(401, [](Random& random, Matrix const& a) {
         Matrix const b = randomMatrix(random);
         double const s = random.hostile();
-        EXPECT_TRUE(sameBits(a * b, plain::product(a, b)));
-        EXPECT_TRUE(sameBits(a.transpose(), plain::transposed(a)));
-        EXPECT_TRUE(sameBits(a.distTo(b), plain::distTo(a, b)));
-        EXPECT_TRUE(sameBits(a.scale(s), plain::scaled(a, s)));
+        EXPECT_TRUE(sameBits(a * b, reference::product(a, b)));
+        EXPECT_TRUE(sameBits(a.transpose(), reference::transposed(a)));
+        EXPECT_TRUE(sameBits(a.distTo(b), reference::distTo(a, b)));
+        EXPECT_TRUE(sameBits(a.scale(s), reference::scaled(a, s)));
     });
 }
 
@@ -260,7 +260,7 @@ TEST(MatrixInverse, UndoesTheMap)
 
 TEST(MatrixInverse, MatchesThePlainMethod)
 {
-    forMatrices(403, [](Random&, Matrix const& m) { EXPECT_TRUE(sameBits(m.inverse(), plain::inverse(m))); });
+    forMatrices(403, [](Random&, Matrix const& m) { EXPECT_TRUE(sameBits(m.inverse(), reference::inverse(m))); });
 }
 
 TEST(IsRigid, HoldsForRotationAndTranslation)
@@ -316,8 +316,8 @@ TEST(IsRigid, MatchesThePlainMethod)
 {
     forMatrices(405, [](Random& random, Matrix const& any) {
         Matrix m = any;
-        if (random.oneIn(2)) m = m.scale(1 / plain::firstRowLength(m) * (1 + random.spread(-30, -8)));
-        EXPECT_EQ(m.isRigid(), plain::isRigid(m));
+        if (random.oneIn(2)) m = m.scale(1 / reference::firstRowLength(m) * (1 + random.spread(-30, -8)));
+        EXPECT_EQ(m.isRigid(), reference::isRigid(m));
     });
 }
 
@@ -363,8 +363,8 @@ TEST(MatrixRotationAxisAndAngle, MatchThePlainMethod)
 {
     forMatrices(406, [](Random& random, Matrix const& m) {
         Vector3 const axis = random.oneIn(4) ? random.hostilePoint() : random.point();
-        EXPECT_TRUE(sameBits(m.getRotationAxis(), plain::getRotationAxis(m)));
-        EXPECT_TRUE(sameBits(m.getRotationAngle(axis), plain::getRotationAngle(m, axis)));
+        EXPECT_TRUE(sameBits(m.getRotationAxis(), reference::getRotationAxis(m)));
+        EXPECT_TRUE(sameBits(m.getRotationAngle(axis), reference::getRotationAngle(m, axis)));
     });
 }
 
@@ -408,7 +408,7 @@ TEST(MatrixRotationMatrix, MatchesThePlainMethod)
     forMatrices(407, [](Random& random, Matrix const&) {
         Vector3 const axis = random.oneIn(2) ? random.hostilePoint() : random.point() * random.spread(-30, 4);
         double const angle = random.oneIn(2) ? random.hostile() : random.spread(-30, 2);
-        EXPECT_TRUE(sameBits(Matrix::rotationMatrix(axis, angle), plain::rotation(axis, angle)));
+        EXPECT_TRUE(sameBits(Matrix::rotationMatrix(axis, angle), reference::rotation(axis, angle)));
     });
 }
 
@@ -445,7 +445,7 @@ TEST(RigidTransform, MatchesThePlainMethod)
         for (Vector3& v : p) v = random.oneIn(8) ? random.hostilePoint() : random.point();
         if (random.oneIn(8)) p[3] = p[1] * random.uniform();
         EXPECT_TRUE(
-            sameBits(Matrix::rigidTransform(p[0], p[1], p[2], p[3]), plain::rigidTransform(p[0], p[1], p[2], p[3])));
+            sameBits(Matrix::rigidTransform(p[0], p[1], p[2], p[3]), reference::rigidTransform(p[0], p[1], p[2], p[3])));
     });
 }
 
@@ -493,6 +493,6 @@ TEST(MatrixInterpolate, MatchesThePlainMethod)
     forMatrices(411, [](Random& random, Matrix const& A) {
         Matrix const B = randomMatrix(random);
         double const w = random.oneIn(4) ? random.hostile() : random.uniform(0, 1);
-        EXPECT_TRUE(sameBits(Matrix::interpolate(A, B, w), plain::interpolate(A, B, w)));
+        EXPECT_TRUE(sameBits(Matrix::interpolate(A, B, w), reference::interpolate(A, B, w)));
     });
 }

@@ -7,7 +7,7 @@
 
 #include <sinew/core/vector_geometry.h>
 
-#include "core/plain_placements.h"
+#include "core/reference_placements.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -163,9 +163,9 @@ TEST(TransformArithmetic, MatchesThePlainMethod)
     forTransforms(505, [](Random& random, Transform const& A) {
         Transform const B = hostileTransform(random);
         Vector3 const p = random.hostilePoint();
-        EXPECT_TRUE(sameBits(A * p, plain::map(A, p)));
-        EXPECT_TRUE(sameBits(A * B, plain::product(A, B)));
-        EXPECT_TRUE(sameBits(A.inverse(), plain::inverse(A)));
+        EXPECT_TRUE(sameBits(A * p, reference::map(A, p)));
+        EXPECT_TRUE(sameBits(A * B, reference::product(A, B)));
+        EXPECT_TRUE(sameBits(A.inverse(), reference::inverse(A)));
         Matrix const m = A.getMatrix();
         for (int k = 0; k < 9; ++k) {
             EXPECT_TRUE(sameBits(m(k / 3, k % 3), A.linear(k / 3, k % 3) * A.scale));
@@ -201,7 +201,7 @@ TEST(TransformRotate, MatchesThePlainMethod)
         UVector3 const a(random.oneIn(8) ? random.hostilePoint() : random.point());
         UVector3 b(random.oneIn(8) ? random.hostilePoint() : random.point());
         if (random.oneIn(4)) b = UVector3(random.oneIn(2) ? Vector3(a) : -a);
-        EXPECT_TRUE(sameBits(Transform::rotate(a, b), plain::rotate(a, b)));
+        EXPECT_TRUE(sameBits(Transform::rotate(a, b), reference::rotate(a, b)));
     });
 }
 
@@ -223,7 +223,7 @@ TEST(TransformReflection, MirrorsInThePlane)
         ASSERT_NEAR(dist(mirror * q, q - 2 * (n * (q - p)) * n), 0, 1e-14);
         ASSERT_NEAR(dist(mirror * (mirror * q), q), 0, 1e-14);
         ASSERT_NEAR(mirror.linear.determinant(), 1, 1e-14) << "a proper rotation";
-        ASSERT_TRUE(sameBits(mirror, plain::reflection(p, n)));
+        ASSERT_TRUE(sameBits(mirror, reference::reflection(p, n)));
     }
 }
 
@@ -271,6 +271,6 @@ TEST(TransformInterpolate, MatchesThePlainMethod)
     forTransforms(511, [](Random& random, Transform const& A) {
         Transform const B = hostileTransform(random);
         double const w = random.oneIn(4) ? random.hostile() : random.uniform(0, 1);
-        EXPECT_TRUE(sameBits(Transform::interpolate(A, B, w), plain::interpolate(A, B, w)));
+        EXPECT_TRUE(sameBits(Transform::interpolate(A, B, w), reference::interpolate(A, B, w)));
     });
 }

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/plain_vector_geometry.h"
+#include "core/reference_vector_geometry.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -177,15 +177,15 @@ TEST(Vector3, MatchesThePlainMethodOnHostileInput)
         double const tol = random.oneIn(4) ? random.hostile() : random.uniform(-0.2, 1.0);
         Vector3 normalised = a;
         Vector3 expected = a;
-        ASSERT_EQ(normalised.autoNormalize(), plain::autoNormalize(expected));
+        ASSERT_EQ(normalised.autoNormalize(), reference::autoNormalize(expected));
         ASSERT_TRUE(test::sameBits(normalised, expected));
-        ASSERT_TRUE(test::sameBits(Vector3(UVector3(a)), plain::unit(a)));
-        ASSERT_EQ(a.isNull(), plain::isNull(a));
-        ASSERT_EQ(a.isParallel(b, tol), plain::isParallel(a, b, tol));
-        ASSERT_EQ(a.isNormal(b, tol), plain::isNormal(a, b, tol));
-        ASSERT_TRUE(test::sameBits(cross(a, b), plain::crossProduct(a, b)));
-        ASSERT_TRUE(test::sameBits(a * b, plain::dot(a, b)));
-        ASSERT_TRUE(test::sameBits(a / tol, plain::times(a, 1.0 / tol)));
+        ASSERT_TRUE(test::sameBits(Vector3(UVector3(a)), reference::unit(a)));
+        ASSERT_EQ(a.isNull(), reference::isNull(a));
+        ASSERT_EQ(a.isParallel(b, tol), reference::isParallel(a, b, tol));
+        ASSERT_EQ(a.isNormal(b, tol), reference::isNormal(a, b, tol));
+        ASSERT_TRUE(test::sameBits(cross(a, b), reference::crossProduct(a, b)));
+        ASSERT_TRUE(test::sameBits(a * b, reference::dot(a, b)));
+        ASSERT_TRUE(test::sameBits(a / tol, reference::times(a, 1.0 / tol)));
     }
 }
 

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/plain_vector_geometry.h"
+#include "core/reference_vector_geometry.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -72,7 +72,7 @@ TEST(GetAngleBetween, ATinyClockwiseAngleRoundsToTheFullTurn)
 TEST(GetAngleBetween, MatchesThePlainMethod)
 {
     forPoints(101, [](Vector3 const* p) {
-        EXPECT_TRUE(sameBits(getAngleBetween(p[0], p[1], p[2]), plain::getAngleBetween(p[0], p[1], p[2])));
+        EXPECT_TRUE(sameBits(getAngleBetween(p[0], p[1], p[2]), reference::getAngleBetween(p[0], p[1], p[2])));
     });
 }
 
@@ -108,7 +108,7 @@ TEST(SamePlane, MatchesThePlainMethod)
     forPoints(102, [](Vector3 const* p) {
         UVector3 const m(p[1]);
         UVector3 const n(p[3]);
-        EXPECT_EQ(samePlane(p[0], m, p[2], n), plain::samePlane(p[0], m, p[2], n));
+        EXPECT_EQ(samePlane(p[0], m, p[2], n), reference::samePlane(p[0], m, p[2], n));
     });
 }
 
@@ -126,8 +126,8 @@ TEST(ProjectOnLineAndPlane, MatchThePlainMethod)
 {
     forPoints(103, [](Vector3 const* p) {
         UVector3 const d(p[2]);
-        EXPECT_TRUE(sameBits(projectOnLine(p[0], p[1], d), plain::projectOnLine(p[0], p[1], d)));
-        EXPECT_TRUE(sameBits(projectOnPlane(p[0], p[1], d), plain::projectOnPlane(p[0], p[1], d)));
+        EXPECT_TRUE(sameBits(projectOnLine(p[0], p[1], d), reference::projectOnLine(p[0], p[1], d)));
+        EXPECT_TRUE(sameBits(projectOnPlane(p[0], p[1], d), reference::projectOnPlane(p[0], p[1], d)));
     });
 }
 
@@ -224,7 +224,7 @@ TEST(DistSqToLineSegment, MatchesThePlainMethod)
         double t = -1;
         double plainT = -1;
         EXPECT_TRUE(
-            sameBits(distSqToLineSegment(p[0], p[1], p[2], &t), plain::distSqToLineSegment(p[0], p[1], p[2], &plainT)));
+            sameBits(distSqToLineSegment(p[0], p[1], p[2], &t), reference::distSqToLineSegment(p[0], p[1], p[2], &plainT)));
         EXPECT_TRUE(sameBits(t, plainT));
     });
 }
@@ -312,7 +312,7 @@ TEST(PullBack, MatchesThePlainMethodAlsoForNearlyParallelVectors)
         Vector3 const w = random.oneIn(8) ? random.hostilePoint() : random.point();
         Vector3 coefficients(9, 9, 9);
         Vector3 expected(9, 9, 9);
-        ASSERT_EQ(w.pullBack(basis, &coefficients), plain::pullBack(w, basis, &expected));
+        ASSERT_EQ(w.pullBack(basis, &coefficients), reference::pullBack(w, basis, &expected));
         ASSERT_TRUE(sameBits(coefficients, expected));
         fallbacks += coefficients.x == 0.0 || coefficients.y == 0.0;
     }
@@ -361,7 +361,7 @@ TEST(IsInTriangle, DegenerateTrianglesHoldNothing)
 TEST(IsInTriangle, MatchesThePlainMethod)
 {
     forPoints(107, [](Vector3 const* p) {
-        EXPECT_EQ(p[0].isInTriangle(p[1], p[2], p[3]), plain::isInTriangle(p[0], p[1], p[2], p[3]));
+        EXPECT_EQ(p[0].isInTriangle(p[1], p[2], p[3]), reference::isInTriangle(p[0], p[1], p[2], p[3]));
     });
 }
 
@@ -381,7 +381,7 @@ TEST(Reflect, EqualPointsReflectInThePoint)
 TEST(Reflect, MatchesThePlainMethod)
 {
     forPoints(108, [](Vector3 const* p) {
-        EXPECT_TRUE(sameBits(p[0].reflect(p[1], p[2]), plain::reflect(p[0], p[1], p[2])));
+        EXPECT_TRUE(sameBits(p[0].reflect(p[1], p[2]), reference::reflect(p[0], p[1], p[2])));
     });
 }
 
@@ -448,7 +448,7 @@ TEST(GetBasis, MatchesThePlainMethod)
     forPoints(110, [](Vector3 const* p) {
         Vector3 e1, e2, f1, f2;
         getBasis(p[0], e1, e2);
-        plain::getBasis(p[0], f1, f2);
+        reference::getBasis(p[0], f1, f2);
         EXPECT_TRUE(sameBits(e1, f1));
         EXPECT_TRUE(sameBits(e2, f2));
     });
@@ -474,7 +474,7 @@ TEST(CalcCurvature, IsZeroWhereTheCurveStandsStill)
 TEST(CalcCurvature, MatchesThePlainMethod)
 {
     forPoints(111, [](Vector3 const* p) {
-        EXPECT_TRUE(sameBits(calcCurvature(p[0], p[1]), plain::calcCurvature(p[0], p[1])));
+        EXPECT_TRUE(sameBits(calcCurvature(p[0], p[1]), reference::calcCurvature(p[0], p[1])));
     });
 }
 
@@ -572,7 +572,7 @@ TEST(PrincipalCurvatures, MatchesThePlainMethod)
         double k[2] = {99, 99};
         double expected[2] = {99, 99};
         EXPECT_EQ(principalCurvatures(p, p + 2, &k[0], &k[1]),
-                  plain::principalCurvatures(p, p + 2, &expected[0], &expected[1]));
+                  reference::principalCurvatures(p, p + 2, &expected[0], &expected[1]));
         EXPECT_TRUE(sameBits(k[0], expected[0]));
         EXPECT_TRUE(sameBits(k[1], expected[1]));
     });

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fields/plain_implicit.h"
+#include "fields/reference_implicit.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -23,12 +23,12 @@ matrix<T> square(int n, std::vector<T> const& entries)
 
 std::vector<double> plainInverse(matrix<double> const& m)
 {
-    plain::Rows rows(static_cast<std::size_t>(m.rows));
+    reference::Rows rows(static_cast<std::size_t>(m.rows));
     for (int i = 0; i < m.rows; ++i) {
         for (int j = 0; j < m.rows; ++j) rows[static_cast<std::size_t>(i)].push_back(m(i, j));
     }
     std::vector<double> result;
-    for (auto const& row : plain::inverse(rows)) result.insert(result.end(), row.begin(), row.end());
+    for (auto const& row : reference::inverse(rows)) result.insert(result.end(), row.begin(), row.end());
     return result;
 }
 

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fields/plain_implicit.h"
+#include "fields/reference_implicit.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -24,16 +24,16 @@ std::vector<VectorWidth> runnableWidths()
 }
 
 template <typename Entry>
-plain::Rows filled(int n, Entry entry)
+reference::Rows filled(int n, Entry entry)
 {
-    plain::Rows rows(static_cast<std::size_t>(n), std::vector<double>(static_cast<std::size_t>(n)));
+    reference::Rows rows(static_cast<std::size_t>(n), std::vector<double>(static_cast<std::size_t>(n)));
     for (auto& row : rows) {
         for (double& value : row) value = entry();
     }
     return rows;
 }
 
-GaussJordan load(plain::Rows const& rows)
+GaussJordan load(reference::Rows const& rows)
 {
     int const n = static_cast<int>(rows.size());
     GaussJordan work(n);
@@ -43,9 +43,9 @@ GaussJordan load(plain::Rows const& rows)
     return work;
 }
 
-plain::Rows rowsOf(GaussJordan const& work, std::size_t n)
+reference::Rows rowsOf(GaussJordan const& work, std::size_t n)
 {
-    plain::Rows rows(n, std::vector<double>(n));
+    reference::Rows rows(n, std::vector<double>(n));
     for (std::size_t i = 0; i < n; ++i) work.copyRow(static_cast<int>(i), rows[i].data());
     return rows;
 }
@@ -58,7 +58,7 @@ TEST(GaussJordan, EveryWidthInvertsToTheSameBits)
     for (int n : {0, 1, 2, 7, 15, 16, 17, 31, 32, 33, 48, 63, 64, 65, 100}) {
         for (int trial = 0; trial < 6; ++trial) {
             // Dense; sparse with skipped factors; with magnitudes far apart; of small integers with ties.
-            plain::Rows const rows = filled(n, [&] {
+            reference::Rows const rows = filled(n, [&] {
                 if (trial < 2) return random.uniform();
                 if (trial == 2) return random.oneIn(4) ? random.uniform() : -0.0;
                 if (trial == 3) return random.spread();
@@ -68,7 +68,7 @@ TEST(GaussJordan, EveryWidthInvertsToTheSameBits)
                 SCOPED_TRACE(testing::Message() << n << " " << trial << " " << static_cast<int>(width));
                 GaussJordan work = load(rows);
                 if (work.invert(width) == GaussJordan::Outcome::inverted) {
-                    EXPECT_TRUE(test::sameBits(rowsOf(work, rows.size()), plain::inverse(rows)));
+                    EXPECT_TRUE(test::sameBits(rowsOf(work, rows.size()), reference::inverse(rows)));
                 } else {
                     EXPECT_GT(trial, 1) << "a dense random matrix needs no plain elimination";
                 }
@@ -81,7 +81,7 @@ TEST(GaussJordan, TellsWhereThePivotVanished)
 {
     test::Random random(452);
     for (int zero : {0, 5, 15, 16, 17, 39}) {
-        plain::Rows rows = filled(40, [&] { return random.uniform(); });
+        reference::Rows rows = filled(40, [&] { return random.uniform(); });
         for (auto& row : rows) row[static_cast<std::size_t>(zero)] = 0.0;
         for (VectorWidth width : runnableWidths()) {
             GaussJordan work = load(rows);
@@ -97,7 +97,7 @@ TEST(GaussJordan, FactorsThatAreNotFiniteAskForThePlainRoad)
     for (double odd : {infinity, -infinity, infinity - infinity}) {
         for (std::size_t row : {0U, 3U, 19U}) {
             test::Random random(453);
-            plain::Rows rows = filled(20, [&] { return random.uniform(); });
+            reference::Rows rows = filled(20, [&] { return random.uniform(); });
             rows[row][3] = odd;
             for (VectorWidth width : runnableWidths()) {
                 GaussJordan work = load(rows);
@@ -105,7 +105,7 @@ TEST(GaussJordan, FactorsThatAreNotFiniteAskForThePlainRoad)
                 bool const inverted = work.invert(width) == GaussJordan::Outcome::inverted;
                 EXPECT_FALSE(inverted && odd != odd);
                 if (inverted) {
-                    EXPECT_TRUE(test::sameBits(rowsOf(work, rows.size()), plain::inverse(rows)));
+                    EXPECT_TRUE(test::sameBits(rowsOf(work, rows.size()), reference::inverse(rows)));
                 }
             }
         }
@@ -118,7 +118,7 @@ TEST(ImplicitKernels, EveryWidthSumsToTheSameBits)
     test::Random random(454);
     for (int n : {0, 1, 2, 3, 7, 8, 9, 31, 32, 33, 64, 100}) {
         for (int trial = 0; trial < 8; ++trial) {
-            plain::Implicit field({});
+            reference::Implicit field({});
             for (int i = 0; i < n; ++i) {
                 field.centres.push_back(trial == 7 ? random.hostilePoint() : random.point());
                 field.coefficients.push_back(trial == 7 ? random.hostile() : random.spread());

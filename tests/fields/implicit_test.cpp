@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fields/plain_implicit.h"
+#include "fields/reference_implicit.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -27,7 +27,7 @@ Input randomInput(test::Random& random, int count, double scale = 1.0)
 
 Input const kTetrahedron = {{{0, 0, 0}, 1}, {{1, 0, 0}, 3}, {{0, 1, 0}, 0}, {{0, 0, 1}, 5}};
 
-bool sameField(Implicit const& a, plain::Implicit const& b)
+bool sameField(Implicit const& a, reference::Implicit const& b)
 {
     return test::sameBits(a.centres, b.centres) && test::sameBits(a.coefficients, b.coefficients) &&
            test::sameBits(a.constantTerm, b.constantTerm) && test::sameBits(a.linearTerm, b.linearTerm);
@@ -98,12 +98,12 @@ TEST(Implicit, FollowsItsDefinitionBitForBit)
     for (int count = 0; count <= 40; ++count) {
         SCOPED_TRACE(count);
         Input const input = randomInput(random, count);
-        EXPECT_TRUE(sameField(Implicit(input), plain::Implicit(input)));
+        EXPECT_TRUE(sameField(Implicit(input), reference::Implicit(input)));
     }
     for (int count : {59, 60, 61, 76, 200}) {
         SCOPED_TRACE(count);
         Input const input = randomInput(random, count);
-        EXPECT_TRUE(sameField(Implicit(input), plain::Implicit(input)));
+        EXPECT_TRUE(sameField(Implicit(input), reference::Implicit(input)));
     }
 }
 
@@ -125,11 +125,11 @@ TEST(Implicit, FollowsItsDefinitionAtEveryScaleAndOnHostileInput)
             }
         }
         Implicit const field(input);
-        EXPECT_TRUE(sameField(field, plain::Implicit(input)));
+        EXPECT_TRUE(sameField(field, reference::Implicit(input)));
         for (int i = 0; i < 10; ++i) {
             Vector3 const p = random.oneIn(3) ? random.hostilePoint() : random.point(-scale, scale);
-            EXPECT_TRUE(test::sameBits(field.evaluate(p), plain::Implicit::evaluate(field, p))) << p;
-            EXPECT_TRUE(test::sameBits(field.getGradient(p), plain::Implicit::getGradient(field, p))) << p;
+            EXPECT_TRUE(test::sameBits(field.evaluate(p), reference::Implicit::evaluate(field, p))) << p;
+            EXPECT_TRUE(test::sameBits(field.getGradient(p), reference::Implicit::getGradient(field, p))) << p;
         }
     }
 }
@@ -147,8 +147,8 @@ TEST(Implicit, EveryNumberOfCentresSumsInOrder)
         field.constantTerm = random.uniform();
         field.linearTerm = random.point();
         Vector3 const p = count > 0 && random.oneIn(4) ? field.centres[0] : random.point();
-        EXPECT_TRUE(test::sameBits(field.evaluate(p), plain::Implicit::evaluate(field, p)));
-        EXPECT_TRUE(test::sameBits(field.getGradient(p), plain::Implicit::getGradient(field, p)));
+        EXPECT_TRUE(test::sameBits(field.evaluate(p), reference::Implicit::evaluate(field, p)));
+        EXPECT_TRUE(test::sameBits(field.getGradient(p), reference::Implicit::getGradient(field, p)));
     }
 }
 

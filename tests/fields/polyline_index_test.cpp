@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fields/plain_polyline.h"
+#include "fields/reference_polyline.h"
 #include "fields/polylines.h"
 #include "support/bits.h"
 
@@ -26,7 +26,7 @@ std::vector<VectorWidth> widths()
 // How many of the queries the index answers itself; all its answers are held against the definition.
 int answered(std::vector<Vector3> const& points, std::vector<Vector3> const& queries)
 {
-    plain::Projector const oracle(points);
+    reference::Projector const oracle(points);
     int count = 0;
     for (VectorWidth width : widths()) {
         PolylineIndex const index(points, oracle.arcLengths, width);
@@ -171,7 +171,7 @@ TEST(PolylineIndex, ReplaysTheSearchWhereItsBoundsAreTooLarge)
     test::Random random(20250334);
     std::vector<Vector3> const points = test::smoothCurve(200000, 0.2);
     std::vector<Vector3> const queries = near(points, 300, 0.5, random);
-    plain::Projector const oracle(points);
+    reference::Projector const oracle(points);
     SegmentTree const tree(points, VectorWidth::baseline);
     int neighbours = 0;
     for (Vector3 const& q : queries) neighbours += tree.nearest(q, kInfinity).first != oracle.branchAndBound(q);
@@ -232,7 +232,7 @@ TEST(PolylineIndex, AKnownDistanceChangesNothing)
 {
     test::Random random(20250339);
     std::vector<Vector3> const points = test::noisyCurve(700, random);
-    plain::Projector const oracle(points);
+    reference::Projector const oracle(points);
     PolylineIndex const index(points, oracle.arcLengths);
     for (Vector3 const& q : near(points, 500, 0.3, random)) {
         int const k = random.below(699);

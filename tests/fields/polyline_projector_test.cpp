@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fields/plain_polyline.h"
+#include "fields/reference_polyline.h"
 #include "fields/polylines.h"
 #include "support/bits.h"
 
@@ -28,7 +28,7 @@ bool sameHit(PolylineHit const& a, PolylineHit const& b)
     return a.segment == b.segment && test::sameBits(a.t, b.t) && test::sameBits(a.point, b.point);
 }
 
-void expectDefinedAnswer(PolylineProjector const& polyline, plain::Projector const& oracle, Vector3 const& q)
+void expectDefinedAnswer(PolylineProjector const& polyline, reference::Projector const& oracle, Vector3 const& q)
 {
     PolylineHit const hit = closestPoint(polyline, q);
     PolylineHit const expected = oracle.project(q);
@@ -267,7 +267,7 @@ protected:
     void hold(std::vector<Vector3> const& points, int queries)
     {
         PolylineProjector const polyline(points);
-        plain::Projector const oracle(points);
+        reference::Projector const oracle(points);
         EXPECT_EQ(polyline.arcLengths.size(), points.size());
         for (int i = 0; i < queries; ++i) expectDefinedAnswer(polyline, oracle, query(points));
     }
@@ -316,7 +316,7 @@ TEST_F(PolylineProjectorOracle, EveryScale)
         std::vector<Vector3> points = test::noisyCurve(90, random);
         for (Vector3& p : points) p *= scale;
         PolylineProjector const polyline(points);
-        plain::Projector const oracle(points);
+        reference::Projector const oracle(points);
         for (int i = 0; i < 200; ++i) {
             expectDefinedAnswer(polyline, oracle, random.point() * scale);
             expectDefinedAnswer(polyline, oracle, points[random.below(90)] + random.point() * (scale * 1e-4));
@@ -345,7 +345,7 @@ TEST_F(PolylineProjectorOracle, InfiniteQueries)
         std::vector<Vector3> const points = test::smoothCurve(n);
         for (Vector3 const& q :
              {Vector3(kInfinity, 0, 0), Vector3(0, -kInfinity, kNaN), Vector3(kInfinity, kInfinity, 1)}) {
-            expectDefinedAnswer(PolylineProjector(points), plain::Projector(points), q);
+            expectDefinedAnswer(PolylineProjector(points), reference::Projector(points), q);
         }
     }
 }

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fields/plain_polyline.h"
+#include "fields/reference_polyline.h"
 #include "fields/polylines.h"
 #include "support/bits.h"
 
@@ -38,7 +38,7 @@ TEST(PolylineProjectorThreads, FirstProjectionsMayRace)
         for (int trial = 0; trial < 20; ++trial) {
             std::vector<Vector3> const points = test::noisyCurve(n, random);
             std::vector<Vector3> const queries = random.points(40);
-            plain::Projector const oracle(points);
+            reference::Projector const oracle(points);
             PolylineProjector const polyline(points);
             std::atomic<int> wrong{0};
             together([&](int) {
@@ -60,7 +60,7 @@ TEST(PolylineProjectorThreads, CopiesAreMadeAndDroppedWhileOthersQuery)
         std::vector<Vector3> const points = test::smoothCurve(300);
         PolylineProjector const polyline(points);
         Vector3 const q = random.point();
-        int const expected = plain::Projector(points).project(q).segment;
+        int const expected = reference::Projector(points).project(q).segment;
         std::atomic<int> wrong{0};
         together([&](int thread) {
             for (int i = 0; i < 20; ++i) {

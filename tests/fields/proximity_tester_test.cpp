@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fields/plain_proximity_tester.h"
+#include "fields/reference_proximity_tester.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -24,7 +24,7 @@ bool answersFalseEverywhere(ProximityTester const& tester)
            tester.origin == Vector3() && tester.axes[1] == Vector3(0, 1, 0);
 }
 
-bool sameGrid(ProximityTester const& a, plain::ProximityTester const& b)
+bool sameGrid(ProximityTester const& a, reference::ProximityTester const& b)
 {
     for (int i = 0; i < 3; ++i) {
         if (a.cellCount[i] != b.cellCount[i] || !test::sameBits(a.cellSize[i], b.cellSize[i])) return false;
@@ -227,7 +227,7 @@ TEST(ProximityTester, AgreesWithTheSweeps)
         if (random.oneIn(10)) points.push_back({kNaN, 0, 0});
         double const radius = scale * random.uniform(0.001, 0.7);
         ProximityTester const tester(points, radius);
-        plain::ProximityTester const oracle(points, radius);
+        reference::ProximityTester const oracle(points, radius);
         ASSERT_TRUE(sameGrid(tester, oracle));
         for (int i = 0; i < 200; ++i) {
             Vector3 const p = random.oneIn(10) ? random.hostilePoint() : centre + random.point(-1.5, 1.5) * scale;

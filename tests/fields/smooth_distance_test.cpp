@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fields/plain_smooth_distance.h"
+#include "fields/reference_smooth_distance.h"
 #include "fields/polylines.h"
 #include "support/bits.h"
 
@@ -34,7 +34,7 @@ Field fieldAt(std::vector<Vector3> const& polyline, Vector3 const& q, double h)
 Field definedFieldAt(std::vector<Vector3> const& polyline, Vector3 const& q, double h)
 {
     Field f;
-    plain::smoothDistToPolyline(polyline, q, h, &f.dist, &f.grad, &f.hess);
+    reference::smoothDistToPolyline(polyline, q, h, &f.dist, &f.grad, &f.hess);
     return f;
 }
 
@@ -245,7 +245,7 @@ TEST(UpdateSmoothDist, FollowsItsRuleWithAndWithoutNarrowing)
         ours.grad = defined.grad = random.point();
         ours.hess = defined.hess = Matrix3(random.point(), random.point(), random.point());
         updateSmoothDist(d, x, y, ours.dist, h, &ours.grad, &ours.hess);
-        plain::updateSmoothDist(d, x, y, defined.dist, h, &defined.grad, &defined.hess);
+        reference::updateSmoothDist(d, x, y, defined.dist, h, &defined.grad, &defined.hess);
         EXPECT_TRUE(sameField(ours, defined)) << "trial " << trial;
     }
 }

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "meshfunc/mesh_samples.h"
-#include "meshfunc/plain_mesh_function.h"
+#include "meshfunc/reference_mesh_function.h"
 #include "support/bits.h"
 
 using test::Mesh;
@@ -15,7 +15,7 @@ using test::sameBits;
 
 namespace {
 
-void expectSameStructure(MeshFunction2D const& f, plain::MeshFunction2D const& oracle)
+void expectSameStructure(MeshFunction2D const& f, reference::MeshFunction2D const& oracle)
 {
     EXPECT_TRUE(sameBits(f.domainMin, oracle.domainMin));
     EXPECT_TRUE(sameBits(f.domainMax, oracle.domainMax));
@@ -32,7 +32,7 @@ void expectSameStructure(MeshFunction2D const& f, plain::MeshFunction2D const& o
 }
 
 using Query = bool (*)(MeshFunction2D const&, Point const&, Point*, float*);
-using PlainQuery = bool (*)(plain::MeshFunction2D const&, Point const&, Point*, float*);
+using PlainQuery = bool (*)(reference::MeshFunction2D const&, Point const&, Point*, float*);
 
 template <typename F>
 bool evaluate(F const& f, Point const& p, Point* value, float* scalar)
@@ -51,7 +51,7 @@ bool extrapolateOld(F const& f, Point const& p, Point* value, float* scalar)
 }
 
 /// Asks both and compares everything, unwritten outputs included. Returns whether there was an answer.
-bool sameAnswer(Query query, MeshFunction2D const& f, PlainQuery plainQuery, plain::MeshFunction2D const& oracle,
+bool sameAnswer(Query query, MeshFunction2D const& f, PlainQuery plainQuery, reference::MeshFunction2D const& oracle,
                 Point const& p)
 {
     Point value(7, 7), expected(7, 7);
@@ -99,7 +99,7 @@ Point probe(Random& random, Mesh const& mesh)
 /// Builds both from the mesh and compares what they hold and what they answer.
 void expectSame(Random& random, Mesh const& mesh, int queries)
 {
-    plain::MeshFunction2D oracle(mesh.params, mesh.values, mesh.facets, mesh.normaldots);
+    reference::MeshFunction2D oracle(mesh.params, mesh.values, mesh.facets, mesh.normaldots);
     MeshFunction2D const f = mesh.function();
     expectSameStructure(f, oracle);
     for (int i = 0; i < queries; ++i) {
@@ -215,7 +215,7 @@ TEST(MeshFunctionAgainstPlain, ListsOfEveryLengthFindTheirFirstAndTheirLast)
             mesh.addVertex(0, 1 + i * step);
             mesh.addTriangle(a, a + 1, a + 2);
         }
-        plain::MeshFunction2D const oracle(mesh.params, mesh.values, mesh.facets, mesh.normaldots);
+        reference::MeshFunction2D const oracle(mesh.params, mesh.values, mesh.facets, mesh.normaldots);
         MeshFunction2D const f = mesh.function();
         for (int i = 0; i <= count; ++i) { // held by triangle i and those after it
             double const x = 0.3 + 0.01 * i;
@@ -298,7 +298,7 @@ TEST(MeshFunctionAgainstPlain, ManyLoops)
 {
     Random random(114);
     Mesh const mesh = test::islands(30);
-    plain::MeshFunction2D const oracle(mesh.params, mesh.values, mesh.facets, mesh.normaldots);
+    reference::MeshFunction2D const oracle(mesh.params, mesh.values, mesh.facets, mesh.normaldots);
     MeshFunction2D const f = mesh.function();
     for (int i = 0; i < 400; ++i) {
         double const reach = random.oneIn(3) ? 1e6 : (random.oneIn(2) ? 10 : 1);

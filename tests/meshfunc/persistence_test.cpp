@@ -14,7 +14,7 @@
 #include <sinew/meshfunc/type_handlers.h>
 
 #include "meshfunc/mesh_samples.h"
-#include "meshfunc/plain_persistence.h"
+#include "meshfunc/reference_persistence.h"
 #include "support/bits.h"
 #include "support/comma_locale.h"
 #include "support/random.h"
@@ -189,13 +189,13 @@ TEST(PackedText, SameAsThePlainMethodOnRandomAndHostileMeshes)
         f.normaldots = mesh.normaldots;
         f.facets = mesh.facets;
         std::string const text = packed(f);
-        ASSERT_EQ(text, plain::pack(f));
+        ASSERT_EQ(text, reference::pack(f));
         ASSERT_EQ(text.size(), 10 + 16 * f.params.size() + 4 * f.normaldots.size() + 3 * f.facets.size());
 
         MeshFunction2D loaded(false);
         MeshFunction2D expected(false);
         ASSERT_EQ(refusal(documentAround(text), &loaded), "");
-        ASSERT_EQ(plain::Unpacker(text).unpack(expected), "");
+        ASSERT_EQ(reference::Unpacker(text).unpack(expected), "");
         expectSameVectors(loaded, expected);
     }
 }
@@ -239,7 +239,7 @@ TEST(Save, RestoresTheVectorsWhenWritingThrows)
     OutTag tag(nowhere, "f");
     EXPECT_ANY_THROW(f.save(tag));
     expectSameVectors(f, before);
-    EXPECT_EQ(f.saveString, plain::pack(f)) << "the packed text stays";
+    EXPECT_EQ(f.saveString, reference::pack(f)) << "the packed text stays";
 }
 
 TEST(Load, GivesTheSameFunctionWithGridAndBoundaries)
@@ -285,7 +285,7 @@ TEST(Load, FiveMessagesInTheirOrder)
     f.values = {{0, 0}};
     f.normaldots = {0, 0};
     f.facets = {0, 0, 0};
-    std::string const text = plain::pack(f);
+    std::string const text = reference::pack(f);
     auto const cut = [&](std::size_t length) { return message(text.substr(0, length)); };
     EXPECT_EQ(cut(21), begin + "first part of saveString too short");
     EXPECT_EQ(cut(22), begin + "second part of saveString too short");
@@ -298,8 +298,8 @@ TEST(Load, FiveMessagesInTheirOrder)
     EXPECT_EQ(cut(39), "") << "16 + 8 + 9 + 6 characters, four short";
     f.normaldots.clear();
     f.facets.clear();
-    EXPECT_EQ(message(plain::pack(f).substr(0, 21)), begin + "first part of saveString too short");
-    EXPECT_EQ(message(plain::pack(f).substr(0, 22)), "") << "(8 * 1 + 3) * 2 characters";
+    EXPECT_EQ(message(reference::pack(f).substr(0, 21)), begin + "first part of saveString too short");
+    EXPECT_EQ(message(reference::pack(f).substr(0, 22)), "") << "(8 * 1 + 3) * 2 characters";
 }
 
 TEST(Load, CountsBelowZeroBelongToTheirPart)
@@ -327,11 +327,11 @@ TEST(Load, FailsAsThePlainMethodForEveryTruncatedPrefix)
 {
     test::Random random(504);
     MeshFunction2D f = test::gridMesh(random, 3, 3).function();
-    std::string const text = plain::pack(f);
+    std::string const text = reference::pack(f);
     for (std::size_t length = 1; length <= text.size(); ++length) {
         SCOPED_TRACE(length);
         MeshFunction2D loaded(true), expected(true);
-        std::string const wrong = plain::Unpacker(text.substr(0, length)).unpack(expected);
+        std::string const wrong = reference::Unpacker(text.substr(0, length)).unpack(expected);
         EXPECT_EQ(refusal(documentAround(text.substr(0, length)), &loaded),
                   wrong.empty() ? "" : "Error loading MeshFunction2D: " + wrong);
         if (wrong.empty()) expectSameVectors(loaded, expected);
@@ -342,13 +342,13 @@ TEST(Load, FailsAsThePlainMethodForEveryDamagedCharacter)
 {
     test::Random random(505);
     MeshFunction2D f = test::gridMesh(random, 2, 2).function();
-    std::string const text = plain::pack(f);
+    std::string const text = reference::pack(f);
     for (std::size_t at = 0; at < text.size(); ++at) {
         for (char const damage : {' ', '!', '0', '?', '~', '\x7F'}) {
             std::string damaged = text;
             damaged[at] = damage;
             MeshFunction2D loaded(true), expected(true);
-            std::string const wrong = plain::Unpacker(damaged).unpack(expected);
+            std::string const wrong = reference::Unpacker(damaged).unpack(expected);
             ASSERT_EQ(refusal(documentAround(damaged), &loaded),
                       wrong.empty() ? "" : "Error loading MeshFunction2D: " + wrong)
                 << at << damage;

@@ -7,7 +7,7 @@
 #include <sinew/meshfunc/mesh_function_2d.h>
 
 #include "meshfunc/mesh_samples.h"
-#include "meshfunc/plain_texture_compaction.h"
+#include "meshfunc/reference_texture_compaction.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -195,7 +195,7 @@ TEST(EmptyRectTester, AgreesTexelByTexel)
                     rect[3] = rect[1] + random.uniform(0, 9.0 / height);
                 }
                 EXPECT_EQ(tester.isRectEmpty(rect[0], rect[1], rect[2], rect[3]),
-                          plain::isRectEmpty(tester.emptyTexels, width, height, rect[0], rect[1], rect[2], rect[3]))
+                          reference::isRectEmpty(tester.emptyTexels, width, height, rect[0], rect[1], rect[2], rect[3]))
                     << rect[0] << " " << rect[1] << " " << rect[2] << " " << rect[3];
             }
         }
@@ -297,7 +297,7 @@ TEST(TextureOptimizer, AgreesTexelByTexel)
                 SCOPED_TRACE(testing::Message() << width << " x " << height << " " << trial);
                 Texture const texture = randomTexture(random, width, height);
                 TextureOptimizer const optimizer = texture.optimizer();
-                plain::Optimized const expected = plain::optimize(texture.mask, width, height);
+                reference::Optimized const expected = reference::optimize(texture.mask, width, height);
                 EXPECT_EQ(optimizer.newWidth, expected.newWidth);
                 EXPECT_EQ(optimizer.newHeight, expected.newHeight);
                 ASSERT_EQ(optimizer.motions.size(), expected.motions.size());
@@ -395,7 +395,7 @@ TEST(EraseExtraTriangles, LeavesWhatShowsUsedTexels)
         MeshFunction2D f = texturedMesh(random, 1 + random.below(8), 1 + random.below(8));
         if (trial % 4 == 0) f.normaldots.pop_back(); // not one a vertex: left alone
         Texture const texture = randomTexture(random, 40, 30);
-        plain::Erased const expected = plain::eraseExtraTriangles(f, texture.tester());
+        reference::Erased const expected = reference::eraseExtraTriangles(f, texture.tester());
         f.eraseExtraTriangles(texture.tester());
         EXPECT_EQ(f.facets, expected.facets);
         EXPECT_TRUE(test::sameBits(f.params, expected.params));

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "queries/plain_best_fit.h"
+#include "queries/reference_best_fit.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -159,7 +159,7 @@ TEST(BestFit, SameBitsAsThePlainMethod)
         UVector3 axis;
         UVector3 plainAxis;
         ASSERT_EQ(_getCenterAndEigv(points, &center, &axis, largest),
-                  plain::getCenterAndEigv(points, &plainCenter, &plainAxis, largest));
+                  reference::getCenterAndEigv(points, &plainCenter, &plainAxis, largest));
         ASSERT_TRUE(sameBits(center, plainCenter)) << "trial " << trial;
         ASSERT_TRUE(sameBits(axis, plainAxis)) << "trial " << trial;
     }

@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "queries/plain_intersections.h"
+#include "queries/reference_intersections.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -640,7 +640,7 @@ TEST(IntersectionRecords, SameBitsAsThePlainMethods)
         Vector3 const& q = s.points[1];
 
         LineLineInt const unit(p, s.d1, q, s.d2, s.tol);
-        plain::LineLine const plainUnit = plain::lineLineUnit(p, s.d1, q, s.d2, s.tol);
+        reference::LineLine const plainUnit = reference::lineLineUnit(p, s.d1, q, s.d2, s.tol);
         ASSERT_EQ(unit.result, plainUnit.result);
         ASSERT_TRUE(sameBits(unit.point, plainUnit.point) && sameBits(unit.t1, plainUnit.t1) &&
                     sameBits(unit.t2, plainUnit.t2));
@@ -648,35 +648,35 @@ TEST(IntersectionRecords, SameBitsAsThePlainMethods)
         Vector3 const& e1 = s.points[2];
         Vector3 const e2 = random.oneIn(4) ? e1 * -3 : s.points[3];
         LineLineInt const general(p, e1, q, e2, s.tol);
-        plain::LineLine const plainGeneral = plain::lineLine(p, e1, q, e2, s.tol);
+        reference::LineLine const plainGeneral = reference::lineLine(p, e1, q, e2, s.tol);
         ASSERT_EQ(general.result, plainGeneral.result);
         ASSERT_TRUE(sameBits(general.point, plainGeneral.point) && sameBits(general.t1, plainGeneral.t1) &&
                     sameBits(general.t2, plainGeneral.t2));
 
         PlanePlaneInt const planes(p, s.d1, q, s.d2, s.tol);
-        plain::PlanePlane const plainPlanes = plain::planePlane(p, s.d1, q, s.d2, s.tol);
+        reference::PlanePlane const plainPlanes = reference::planePlane(p, s.d1, q, s.d2, s.tol);
         ASSERT_EQ(planes.result, plainPlanes.result);
         ASSERT_TRUE(sameBits(planes.point, plainPlanes.point) && sameBits(planes.dir, plainPlanes.dir));
 
         LinePlaneInt const plane(p, s.d1, q, s.d2, s.tol);
-        plain::LinePlane const plainPlane = plain::linePlane(p, s.d1, q, s.d2, s.tol);
+        reference::LinePlane const plainPlane = reference::linePlane(p, s.d1, q, s.d2, s.tol);
         ASSERT_EQ(plane.result, plainPlane.result);
         ASSERT_TRUE(sameBits(plane.point, plainPlane.point) && sameBits(plane.t, plainPlane.t));
 
         LineTriangleInt const triangle(p, s.d1, q, s.points[2], s.points[3], s.tol);
-        plain::LinePlane const plainTriangle = plain::lineTriangle(p, s.d1, q, s.points[2], s.points[3], s.tol);
+        reference::LinePlane const plainTriangle = reference::lineTriangle(p, s.d1, q, s.points[2], s.points[3], s.tol);
         ASSERT_EQ(triangle.result, plainTriangle.result);
         ASSERT_TRUE(sameBits(triangle.point, plainTriangle.point) && sameBits(triangle.t, plainTriangle.t));
 
         double const radius = s.points[2].x;
         LineSphereInt const sphere(p, s.d1, q, radius, s.tol);
-        plain::LineSphere const plainSphere = plain::lineSphere(p, s.d1, q, radius, s.tol);
+        reference::LineSphere const plainSphere = reference::lineSphere(p, s.d1, q, radius, s.tol);
         ASSERT_EQ(sphere.result, plainSphere.result);
         ASSERT_TRUE(sameBits(sphere.point1, plainSphere.point1) && sameBits(sphere.point2, plainSphere.point2) &&
                     sameBits(sphere.t1, plainSphere.t1) && sameBits(sphere.t2, plainSphere.t2));
 
         ASSERT_TRUE(sameBits(TriangleWeightsFinder(p, q, s.points[2], s.points[3]).weights,
-                             plain::triangleWeights(p, q, s.points[2], s.points[3])));
+                             reference::triangleWeights(p, q, s.points[2], s.points[3])));
 
         std::int32_t const found[5] = {unit.result, planes.result, plane.result, triangle.result, sphere.result};
         for (int k = 0; k < 5; ++k) ++codes[k][found[k]];

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "queries/plain_polynomial_roots.h"
+#include "queries/reference_polynomial_roots.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -70,7 +70,7 @@ int differences(std::uint64_t seed, int trials, Family family)
         std::array<double, 4> const k = family(random);
         Roots const fast = cubic(k[0], k[1], k[2], k[3]);
         Roots slow;
-        slow.count = plain::solveCubic(k[0], k[1], k[2], k[3], slow.values.data());
+        slow.count = reference::solveCubic(k[0], k[1], k[2], k[3], slow.values.data());
         bool same = fast.count == slow.count;
         for (std::size_t i = 0; i < 3; ++i) same = same && sameBits(fast.values[i], slow.values[i]);
         if (same) continue;
@@ -185,7 +185,7 @@ TEST(SolveQuadratic, SameBitsAsThePlainMethod)
         double const c = random.hostile();
         Roots const fast = quadratic(a, b, c);
         Roots slow;
-        slow.count = plain::solveQuadratic(a, b, c, slow.values.data());
+        slow.count = reference::solveQuadratic(a, b, c, slow.values.data());
         ASSERT_EQ(fast.count, slow.count) << a << " " << b << " " << c;
         ASSERT_TRUE(sameBits(fast.values[0], slow.values[0]) && sameBits(fast.values[1], slow.values[1]))
             << a << " " << b << " " << c;

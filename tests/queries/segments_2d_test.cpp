@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "queries/plain_segments_2d.h"
+#include "queries/reference_segments_2d.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -357,17 +357,17 @@ TEST(Segments2D, SameBitsAsThePlainMethods)
         Vector3 a2 = a;
         Vector3 b2 = b;
         bool const half = segClipHalfPlane2D(a1, b1, c, n);
-        ASSERT_EQ(half, plain::segClipHalfPlane2D(a2, b2, c, n));
+        ASSERT_EQ(half, reference::segClipHalfPlane2D(a2, b2, c, n));
         ASSERT_TRUE(sameBits(a1, a2) && sameBits(b1, b2));
 
         bool const rect = segClipRect2D(a, b, c, d, a1, b1);
-        ASSERT_EQ(rect, plain::segClipRect2D(a, b, c, d, a2, b2));
+        ASSERT_EQ(rect, reference::segClipRect2D(a, b, c, d, a2, b2));
         ASSERT_TRUE(sameBits(a1, a2) && sameBits(b1, b2));
 
         bool const meets = segIntersectRect2D(a, b, c, d);
-        ASSERT_EQ(meets, plain::segIntersectRect2D(a, b, c, d));
+        ASSERT_EQ(meets, reference::segIntersectRect2D(a, b, c, d));
         bool const crosses = segsIntersect(a, b, c, d, tol, inclusive);
-        ASSERT_EQ(crosses, plain::segsIntersect(a, b, c, d, tol, inclusive));
+        ASSERT_EQ(crosses, reference::segsIntersect(a, b, c, d, tol, inclusive));
 
         yes[0] += half;
         yes[1] += rect;

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "skinning/plain_bone_transform.h"
+#include "skinning/reference_bone_transform.h"
 #include "skinning/skinning_scene.h"
 #include "support/bits.h"
 #include "support/random.h"
@@ -249,7 +249,7 @@ TEST(BoneTransform, SameBitsAsThePlainWay)
         if (random.oneIn(20)) p[3] = p[2];
         double const twist = random.oneIn(4) ? 0.0 : random.uniform(-4, 4);
         EXPECT_TRUE(
-            same(BoneTransform(p[0], p[1], p[2], p[3], twist), plain::boneTransform(p[0], p[1], p[2], p[3], twist)));
+            same(BoneTransform(p[0], p[1], p[2], p[3], twist), reference::boneTransform(p[0], p[1], p[2], p[3], twist)));
     }
 }
 
@@ -267,10 +267,10 @@ TEST(BoneInterpolate, SameBitsAsThePlainWay)
         if (random.oneIn(10)) a = BoneTransform(); // its inverse translates by -0.0
         if (random.oneIn(10)) b.translation = Vector3();
         double const t = random.uniform(-0.2, 1.2);
-        EXPECT_TRUE(same(BoneTransform::interpolate(b, t), plain::interpolate(b, t)));
-        EXPECT_TRUE(same(BoneTransform::interpolate(a, b, t), plain::interpolate(a, b, t)));
-        EXPECT_TRUE(same(a.inverse(), plain::inverse(a)));
-        EXPECT_TRUE(same(a * b, plain::compose(a, b)));
+        EXPECT_TRUE(same(BoneTransform::interpolate(b, t), reference::interpolate(b, t)));
+        EXPECT_TRUE(same(BoneTransform::interpolate(a, b, t), reference::interpolate(a, b, t)));
+        EXPECT_TRUE(same(a.inverse(), reference::inverse(a)));
+        EXPECT_TRUE(same(a * b, reference::compose(a, b)));
     }
 }
 
@@ -289,7 +289,7 @@ TEST(BoneInterpolate, AnEigenvalueBelowZeroByRoundingIsTakenByItsMagnitude)
         Matrix3(flat.linear * flat.linear.transpose()).getEigensystem(lambda, nullptr);
         negative += lambda[0] < 0 ? 1 : 0;
         BoneTransform const half = BoneTransform::interpolate(flat, 0.5);
-        EXPECT_TRUE(same(half, plain::interpolate(flat, 0.5)));
+        EXPECT_TRUE(same(half, reference::interpolate(flat, 0.5)));
         EXPECT_FALSE(std::isnan(half.linear(0, 0)));
     }
     EXPECT_GT(negative, 50);

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "skinning/plain_skinning.h"
+#include "skinning/reference_skinning.h"
 #include "skinning/skinning_scene.h"
 #include "support/bits.h"
 #include "support/random.h"
@@ -152,13 +152,13 @@ TEST(GetTransformed, EqualsThePlainWayOnRandomScenes)
         smart_ptr<DisplayData> const display = test::randomDisplay(random, 20, 5, 6);
         if (trial % 3 == 0) display->boneWeights->influences[3] = {{-1, 0.5}, {2, 0.5}};
         for (int v = 0; v < 20; ++v) {
-            EXPECT_TRUE(sameBits(figure->getTransformed(v, display), plain::getTransformed(*figure, v, *display)));
+            EXPECT_TRUE(sameBits(figure->getTransformed(v, display), reference::getTransformed(*figure, v, *display)));
             if (trial % 3 == 0 && v == 3) continue; // a negative bone has no meaning where a normal is asked for
             UVector3 ours;
             UVector3 theirs;
             UVector3 const& normal = display->surface->normals[v];
             EXPECT_TRUE(sameBits(figure->getTransformed(v, display, normal, ours),
-                                 plain::getTransformed(*figure, v, *display, normal, theirs)));
+                                 reference::getTransformed(*figure, v, *display, normal, theirs)));
             EXPECT_TRUE(sameBits(ours, theirs));
         }
     }
@@ -182,7 +182,7 @@ TEST(BoneTransformModifyer, EqualsThePlainWay)
             smart_ptr<DisplayData> const display = test::randomDisplay(random, vertices, 6, most);
             if (random.oneIn(4)) display->boneWeights.reset();
             SurfaceGeometryData expected;
-            plain::deform(*figure, *display, expected);
+            reference::deform(*figure, *display, expected);
             smart_ptr<SurfaceGeometryData> const result = BoneTransformModifyer(figure)(display);
             EXPECT_TRUE(sameBits(result->positions, expected.positions));
             ASSERT_EQ(result->normals.size(), expected.normals.size());
@@ -214,7 +214,7 @@ TEST(BoneTransformModifyer, EqualsThePlainWayOnHostileNumbers)
         }
         figure->bones[0].linear(random.below(3), random.below(3)) = random.hostile();
         SurfaceGeometryData expected;
-        plain::deform(*figure, *display, expected);
+        reference::deform(*figure, *display, expected);
         smart_ptr<SurfaceGeometryData> const result = BoneTransformModifyer(figure)(display);
         EXPECT_TRUE(sameBits(result->positions, expected.positions));
         for (std::size_t i = 0; i < expected.normals.size(); ++i) {
@@ -257,7 +257,7 @@ TEST(BoneTransformModifyer, ListsThatDoNotMatchEndAtTheShortest)
         smart_ptr<BoneTransformVector> const figure = test::randomBones(random, 3);
         smart_ptr<DisplayData> const display = test::randomDisplay(random, 50, 3);
         SurfaceGeometryData expected;
-        plain::deform(*figure, *display, expected);
+        reference::deform(*figure, *display, expected);
         if (shortened == 0) display->surface->normals.resize(20);
         if (shortened == 1) display->boneWeights->influences.resize(20);
         if (shortened == 2) display->surface->positions.resize(20);

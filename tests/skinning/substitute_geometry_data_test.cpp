@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "skinning/plain_skinning.h"
+#include "skinning/reference_skinning.h"
 #include "skinning/skinning_scene.h"
 #include "support/bits.h"
 #include "support/failing_new.h"
@@ -100,7 +100,7 @@ TEST(BonesGuard, ShowsTheDeformedSurfaceInTheWorld)
     smart_ptr<SurfaceGeometryData> const surface = display->surface;
     Transform const placement = display->placement;
     SurfaceGeometryData expected;
-    plain::deform(*bones, *display, expected);
+    reference::deform(*bones, *display, expected);
     {
         SubstituteGeometryData const guard(display, bones);
         EXPECT_TRUE(sameBits(display->surface->positions, expected.positions));

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "skinning/plain_skinning.h"
+#include "skinning/reference_skinning.h"
 #include "skinning/skinning_scene.h"
 #include "support/bits.h"
 
@@ -25,7 +25,7 @@ std::vector<VectorWidth> widthsHere()
 void expectPlainBits(BoneTransformVector const& figure, DisplayData const& display)
 {
     SurfaceGeometryData expected;
-    plain::deform(figure, display, expected);
+    reference::deform(figure, display, expected);
     std::size_t const count = display.surface->positions.size();
     for (VectorWidth const width : widthsHere()) {
         SCOPED_TRACE(testing::Message() << "width " << static_cast<int>(width));

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "sparse/matrices.h"
-#include "sparse/plain_sparse.h"
+#include "sparse/reference_sparse.h"
 #include "support/random.h"
 
 using sinew::detail::Factorization;
@@ -37,7 +37,7 @@ std::vector<Variant> variants()
 void expectAsPlain(SPDMatrix const& matrix)
 {
     std::vector<int> const perm = matrix.computePerm();
-    LLTMatrix const expected = plain::factor(matrix, perm);
+    LLTMatrix const expected = reference::factor(matrix, perm);
     for (Variant const& variant : variants()) {
         SCOPED_TRACE(variant.name);
         NumericResult const result =

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "sparse/matrices.h"
-#include "sparse/plain_sparse.h"
+#include "sparse/reference_sparse.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -139,7 +139,7 @@ TEST(LLTMatrix, SameBitsAsPlain)
         std::vector<double> b = randomVector(factor.rows.size(), random);
         if (random.oneIn(4)) b[random.below(static_cast<int>(b.size()))] = random.hostile();
         std::vector<double> expected = b;
-        ASSERT_TRUE(plain::solve(factor, expected));
+        ASSERT_TRUE(reference::solve(factor, expected));
         ASSERT_TRUE(factor.solve(b));
         EXPECT_TRUE(sameBits(b, expected));
     }
@@ -164,7 +164,7 @@ TEST(LLTMatrix, SolvesWithWhateverItsFieldsHold)
         }
         std::vector<double> b = randomVector(factor.rows.size(), random);
         std::vector<double> expected = b;
-        ASSERT_TRUE(plain::solve(factor, expected));
+        ASSERT_TRUE(reference::solve(factor, expected));
         ASSERT_TRUE(factor.solve(b));
         EXPECT_TRUE(sameBits(b, expected));
     }

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "sparse/matrices.h"
-#include "sparse/plain_sparse.h"
+#include "sparse/reference_sparse.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -42,8 +42,8 @@ std::vector<int> identity(int n)
 
 void expectAsPlain(SPDMatrix const& matrix)
 {
-    EXPECT_EQ(matrix.computePerm(), plain::computePerm(matrix));
-    EXPECT_EQ(test::difference(matrix.factor(), plain::factor(matrix)), "");
+    EXPECT_EQ(matrix.computePerm(), reference::computePerm(matrix));
+    EXPECT_EQ(test::difference(matrix.factor(), reference::factor(matrix)), "");
 }
 
 // Largest entry of |A - L L^T| in the caller's numbering, by dense products.
@@ -304,7 +304,7 @@ TEST(SPDMatrix, SameBitsAsPlainOnHostileValues)
         }
         LLTMatrix const factor = matrix.factor();
         failed += factor.rows.empty();
-        EXPECT_EQ(test::difference(factor, plain::factor(matrix)), "");
+        EXPECT_EQ(test::difference(factor, reference::factor(matrix)), "");
     }
     EXPECT_GT(failed, 100) << "the input should meet both outcomes";
     EXPECT_LT(failed, 900);

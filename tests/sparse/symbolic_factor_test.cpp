@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "sparse/matrices.h"
-#include "sparse/plain_sparse.h"
+#include "sparse/reference_sparse.h"
 #include "support/random.h"
 
 using sinew::SymbolicFactor;
@@ -85,7 +85,7 @@ TEST(SymbolicFactor, CountsARepeatedPairOnce)
     SymbolicFactor const symbolic(matrix);
     EXPECT_EQ(symbolic.entryCount(), 3);
     EXPECT_EQ(symbolic.fillCount(), 0);
-    EXPECT_EQ(test::difference(symbolic.factor(matrix), plain::factor(matrix)), "");
+    EXPECT_EQ(test::difference(symbolic.factor(matrix), reference::factor(matrix)), "");
 }
 
 TEST(SymbolicFactor, RefusesAnotherPattern)

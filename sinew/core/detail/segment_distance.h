@@ -1,6 +1,6 @@
 #pragma once
 
-#include <sinew/core/detail/cpu.h>
+#include <sinew/detail/dispatch.h>
 #include <sinew/core/tolerances.h>
 #include <sinew/core/vector3.h>
 

@@ -15,7 +15,7 @@
 #include <cstddef>
 #include <vector>
 
-#include <sinew/core/detail/cpu.h>
+#include <sinew/detail/dispatch.h>
 
 namespace sinew::detail {
 

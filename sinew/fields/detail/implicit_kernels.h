@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-#include <sinew/core/detail/cpu.h>
+#include <sinew/detail/dispatch.h>
 #include <sinew/core/vector3.h>
 
 namespace sinew::detail {

@@ -5,7 +5,7 @@
 #include <array>
 #include <vector>
 
-#include <sinew/core/detail/cpu.h>
+#include <sinew/detail/dispatch.h>
 #include <sinew/core/vector3.h>
 
 namespace sinew::detail {

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <vector>
 
-#include <sinew/core/detail/cpu.h>
+#include <sinew/detail/dispatch.h>
 #include <sinew/core/transform.h>
 #include <sinew/core/vector3.h>
 #include <sinew/skinning/bone_transform.h>

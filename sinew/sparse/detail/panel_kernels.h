@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include <sinew/core/detail/cpu.h>
+#include <sinew/detail/dispatch.h>
 #include <sinew/sparse/detail/panels.h>
 
 namespace sinew::detail {

@@ -12,7 +12,7 @@
 #include <sinew/fields/polyline_projector.h>
 #include <sinew/framework/vect2.h>
 
-namespace plain {
+namespace reference {
 
 using Point = tzNM::vect2<double>;
 
@@ -254,4 +254,4 @@ struct MeshFunction2D
     }
 };
 
-} // namespace plain
+} // namespace reference

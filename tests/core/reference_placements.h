@@ -7,9 +7,9 @@
 #include <sinew/core/matrix.h>
 #include <sinew/core/transform.h>
 
-#include "core/plain_matrix3.h"
+#include "core/reference_matrix3.h"
 
-namespace plain {
+namespace reference {
 
 inline Matrix product(Matrix const& a, Matrix const& b)
 {
@@ -202,10 +202,10 @@ inline Transform rotate(Vector3 const& a, Vector3 const& b)
     Vector3 n = crossProduct(a, b);
     double angle = 0.0;
     if (autoNormalize(n)) {
-        angle = plain::getAngleBetween(a, b, n);
+        angle = reference::getAngleBetween(a, b, n);
     } else {
         Vector3 e1;
-        plain::getBasis(a, e1, n);
+        reference::getBasis(a, e1, n);
         if (!(dot(a, b) > 0)) angle = 3.141592653589793;
     }
     Transform result;
@@ -239,4 +239,4 @@ inline Transform interpolate(Transform const& A, Transform const& B, double w)
     return result;
 }
 
-} // namespace plain
+} // namespace reference

@@ -6,7 +6,7 @@
 
 #include <sinew/core/matrix3.h>
 
-namespace plain {
+namespace reference {
 
 inline bool getCenterAndEigv(std::vector<Vector3> const& points, Vector3* center, UVector3* axis, bool largest)
 {
@@ -33,4 +33,4 @@ inline bool getCenterAndEigv(std::vector<Vector3> const& points, Vector3* center
     return true;
 }
 
-} // namespace plain
+} // namespace reference

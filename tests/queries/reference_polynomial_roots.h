@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace plain {
+namespace reference {
 
 inline int solveQuadratic(double a, double b, double c, double* roots)
 {
@@ -31,12 +31,12 @@ inline int solveQuadratic(double a, double b, double c, double* roots)
 
 inline int solveCubic(double a, double b, double c, double d, double* roots)
 {
-    if (std::fabs(a) < 1e-13) return plain::solveQuadratic(b, c, d, roots);
+    if (std::fabs(a) < 1e-13) return reference::solveQuadratic(b, c, d, roots);
     auto const f = [=](double x) { return ((a * x + b) * x + c) * x + d; };
 
     double r = 0.0;
     double crit[2] = {0.0, 0.0};
-    bool const two = plain::solveQuadratic(3 * a, 2 * b, c, crit) == 2;
+    bool const two = reference::solveQuadratic(3 * a, 2 * b, c, crit) == 2;
     if (two && std::fabs(f(crit[0])) <= 1e-13) {
         r = crit[0];
     } else if (two && std::fabs(f(crit[1])) <= 1e-13) {
@@ -79,7 +79,7 @@ inline int solveCubic(double a, double b, double c, double d, double* roots)
     roots[0] = r;
     double const b1 = a * r + b;
     double const c1 = r * b1 + c;
-    int const m = plain::solveQuadratic(a, b1, c1, roots + 1);
+    int const m = reference::solveQuadratic(a, b1, c1, roots + 1);
     if (m >= 1) {
         for (int pass = 0; pass < 2; ++pass) {
             for (int k = 0; k < 2; ++k) {
@@ -90,4 +90,4 @@ inline int solveCubic(double a, double b, double c, double d, double* roots)
     return m + 1;
 }
 
-} // namespace plain
+} // namespace reference

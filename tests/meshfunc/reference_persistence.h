@@ -9,7 +9,7 @@
 
 #include <sinew/meshfunc/mesh_function_2d.h>
 
-namespace plain {
+namespace reference {
 
 inline void packInteger(std::string& text, int v)
 {
@@ -98,4 +98,4 @@ private:
     std::size_t at_ = 1;
 };
 
-} // namespace plain
+} // namespace reference

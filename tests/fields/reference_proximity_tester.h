@@ -9,7 +9,7 @@
 
 #include <sinew/core/vector3.h>
 
-namespace plain {
+namespace reference {
 
 struct ProximityTester
 {
@@ -104,4 +104,4 @@ private:
     }
 };
 
-} // namespace plain
+} // namespace reference

@@ -6,7 +6,7 @@
 
 #include <sinew/core/vector3.h>
 
-namespace plain {
+namespace reference {
 
 inline bool segClipHalfPlane2D(Vector3& a, Vector3& b, Vector3 const& p, UVector3 const& n)
 {
@@ -30,10 +30,10 @@ inline bool segClipRect2D(Vector3 const& a, Vector3 const& b, Vector3 const& lo,
 {
     outA = a;
     outB = b;
-    if (!plain::segClipHalfPlane2D(outA, outB, lo, UVector3(1, 0, 0))) return false;
-    if (!plain::segClipHalfPlane2D(outA, outB, lo, UVector3(0, 1, 0))) return false;
-    if (!plain::segClipHalfPlane2D(outA, outB, hi, UVector3(-1, 0, 0))) return false;
-    return plain::segClipHalfPlane2D(outA, outB, hi, UVector3(0, -1, 0));
+    if (!reference::segClipHalfPlane2D(outA, outB, lo, UVector3(1, 0, 0))) return false;
+    if (!reference::segClipHalfPlane2D(outA, outB, lo, UVector3(0, 1, 0))) return false;
+    if (!reference::segClipHalfPlane2D(outA, outB, hi, UVector3(-1, 0, 0))) return false;
+    return reference::segClipHalfPlane2D(outA, outB, hi, UVector3(0, -1, 0));
 }
 
 inline bool segIntersectRect2D(Vector3 const& a, Vector3 const& b, Vector3 const& lo, Vector3 const& hi)
@@ -79,4 +79,4 @@ inline bool segsIntersect(Vector3 const& a, Vector3 const& b, Vector3 const& c, 
     return low <= x && x <= high;
 }
 
-} // namespace plain
+} // namespace reference

@@ -10,7 +10,7 @@
 #include <sinew/core/matrix3.h>
 #include <sinew/core/vector3.h>
 
-namespace plain {
+namespace reference {
 
 using Rows = std::vector<std::vector<double>>;
 
@@ -88,8 +88,8 @@ struct Implicit
         linearTerm = Vector3(s[n + 1], s[n + 2], s[n + 3]);
     }
 
-    double evaluate(Vector3 const& p) const { return plain::Implicit::evaluate(*this, p); }
-    Vector3 getGradient(Vector3 const& p) const { return plain::Implicit::getGradient(*this, p); }
+    double evaluate(Vector3 const& p) const { return reference::Implicit::evaluate(*this, p); }
+    Vector3 getGradient(Vector3 const& p) const { return reference::Implicit::getGradient(*this, p); }
 
     /// For anything with the fields of an implicit function.
     template <typename Field>
@@ -115,4 +115,4 @@ struct Implicit
     }
 };
 
-} // namespace plain
+} // namespace reference

@@ -10,7 +10,7 @@
 #include <sinew/core/matrix3.h>
 #include <sinew/core/vector_geometry.h>
 
-namespace plain {
+namespace reference {
 
 inline double smoothMax(double a, double b, double h, double* grad, double* hess)
 {
@@ -53,7 +53,7 @@ inline void updateSmoothDist(double d, Vector3 const& x, Vector3 const& y, doubl
     }
     double g[3];
     double H[6];
-    double const m = plain::smoothMax(-acc, -d, width, g, H);
+    double const m = reference::smoothMax(-acc, -d, width, g, H);
     if (narrowed) {
         if (d <= acc) {
             g[1] -= g[2];
@@ -108,7 +108,7 @@ inline void smoothDistToPolyline(std::vector<Vector3> p, Vector3 const& q, doubl
     auto const foldSegment = [&](int k) {
         double t = 0.0;
         double const d = distSqToLineSegment(q, p[k], p[k + 1], &t);
-        plain::updateSmoothDist(d, q, t * p[k + 1] + (1.0 - t) * p[k], acc, h, g, H);
+        reference::updateSmoothDist(d, q, t * p[k + 1] + (1.0 - t) * p[k], acc, h, g, H);
         return d;
     };
     if (n < 20) {
@@ -117,14 +117,14 @@ inline void smoothDistToPolyline(std::vector<Vector3> p, Vector3 const& q, doubl
         std::vector<double> arc(n, 0.0);
         for (int i = 1; i < n; ++i) arc[i] = arc[i - 1] + (p[i - 1] - p[i]).length();
         double dmin = (p[0] - q).lengthSq();
-        plain::updateSmoothDist(dmin, q, p[0], acc, h, g, H);
+        reference::updateSmoothDist(dmin, q, p[0], acc, h, g, H);
         std::priority_queue<ChunkInterval> heap;
         for (int i = 0; i < n - 1;) {
             int j = i + 10;
             if (2 * j > 2 * n - 10) j = n - 1;
             double const dv = (p[j] - q).lengthSq();
             dmin = std::min(dmin, dv);
-            plain::updateSmoothDist(dv, q, p[j], acc, h, g, H);
+            reference::updateSmoothDist(dv, q, p[j], acc, h, g, H);
             double const L = arc[j] - arc[i];
             double const c = (p[i] - p[j]).length();
             double const toChord = std::sqrt(distSqToLineSegment(q, p[i], p[j], nullptr));
@@ -143,4 +143,4 @@ inline void smoothDistToPolyline(std::vector<Vector3> p, Vector3 const& q, doubl
     if (hess) *hess = runningHess;
 }
 
-} // namespace plain
+} // namespace reference

@@ -6,7 +6,7 @@
 
 #include <sinew/core/matrix3.h>
 
-namespace plain {
+namespace reference {
 
 struct LineLine
 {
@@ -214,4 +214,4 @@ inline Vector3 triangleWeights(Vector3 const& p, Vector3 const& a, Vector3 const
     return {};
 }
 
-} // namespace plain
+} // namespace reference

@@ -7,7 +7,7 @@
 
 #include <sinew/skinning/bone_transform.h>
 
-namespace plain {
+namespace reference {
 
 inline BoneTransform boneTransform(Vector3 const& restStart, Vector3 const& restEnd, Vector3 const& posedStart,
                                    Vector3 const& posedEnd, double twist)
@@ -75,7 +75,7 @@ inline BoneTransform compose(BoneTransform const& a, BoneTransform const& b)
 
 inline BoneTransform interpolate(BoneTransform const& from, BoneTransform const& to, double t)
 {
-    return plain::compose(from, plain::interpolate(plain::compose(plain::inverse(from), to), t));
+    return reference::compose(from, reference::interpolate(reference::compose(reference::inverse(from), to), t));
 }
 
-} // namespace plain
+} // namespace reference

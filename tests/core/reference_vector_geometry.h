@@ -7,7 +7,7 @@
 
 #include <sinew/core/vector3.h>
 
-namespace plain {
+namespace reference {
 
 inline double dot(Vector3 const& a, Vector3 const& b)
 {
@@ -212,4 +212,4 @@ inline bool principalCurvatures(Vector3 const* first, Vector3 const* second, dou
     return true;
 }
 
-} // namespace plain
+} // namespace reference

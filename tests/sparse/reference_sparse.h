@@ -12,7 +12,7 @@
 
 #include <sinew/sparse/spd_matrix.h>
 
-namespace plain {
+namespace reference {
 
 using Row = std::vector<std::pair<int, double>>;
 
@@ -159,4 +159,4 @@ inline bool solve(LLTMatrix const& factor, std::vector<double>& b)
     return true;
 }
 
-} // namespace plain
+} // namespace reference

@@ -10,7 +10,7 @@
 #include <sinew/core/vector_geometry.h>
 #include <sinew/fields/polyline_projector.h>
 
-namespace plain {
+namespace reference {
 
 struct EllipseInt
 {
@@ -122,4 +122,4 @@ private:
     }
 };
 
-} // namespace plain
+} // namespace reference

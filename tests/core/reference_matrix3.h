@@ -6,9 +6,9 @@
 
 #include <sinew/core/matrix3.h>
 
-#include "core/plain_vector_geometry.h"
+#include "core/reference_vector_geometry.h"
 
-namespace plain {
+namespace reference {
 
 inline Matrix3 fromRows(double const (&m)[3][3])
 {
@@ -94,7 +94,7 @@ inline Matrix3 rotationBetween(Vector3 const& from, Vector3 const& to)
     double const angle = std::atan2(length(n), dot(from, to));
     if (!autoNormalize(n)) {
         Vector3 e2;
-        plain::getBasis(from, n, e2);
+        reference::getBasis(from, n, e2);
     }
     return rotationMatrix(unit(n), angle);
 }
@@ -272,7 +272,7 @@ inline int getNullspace(Matrix3 const& m, Vector3* out, bool force)
         if (dot(c1, c1) > dot(u, u)) u = c1;
         if (dot(c2, c2) > dot(u, u)) u = c2;
         u = unit(u);
-        plain::getBasis(unit(Vector3(dot(u, c0), dot(u, c1), dot(u, c2))), out[0], out[1]);
+        reference::getBasis(unit(Vector3(dot(u, c0), dot(u, c1), dot(u, c2))), out[0], out[1]);
         return 2;
     }
     Vector3 B[2];
@@ -297,8 +297,8 @@ inline int getNullspace(Matrix3 const& m, Vector3* out, bool force)
         out[0] = unit(n);
         return 1;
     }
-    plain::getBasis(dot(P, P) > dot(Q, Q) ? P : Q, out[0], out[1]);
+    reference::getBasis(dot(P, P) > dot(Q, Q) ? P : Q, out[0], out[1]);
     return 2;
 }
 
-} // namespace plain
+} // namespace reference

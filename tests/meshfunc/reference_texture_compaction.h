@@ -11,7 +11,7 @@
 #include <sinew/meshfunc/mesh_function_2d.h>
 #include <sinew/meshfunc/texture_compaction.h>
 
-namespace plain {
+namespace reference {
 
 /// A coordinate in texels, floored and shifted, as a column of the texture. NaN takes column 0.
 inline int texel(double coordinate, double shift, int size)
@@ -112,4 +112,4 @@ inline Erased eraseExtraTriangles(MeshFunction2D const& f, EmptyRectTester const
     return result;
 }
 
-} // namespace plain
+} // namespace reference

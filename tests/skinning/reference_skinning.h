@@ -6,7 +6,7 @@
 #include <sinew/core/vector_geometry.h>
 #include <sinew/skinning/bone_transform_vector.h>
 
-namespace plain {
+namespace reference {
 
 inline Vector3 getTransformed(BoneTransformVector const& figure, int vertex, BaseDisplayData const& data)
 {
@@ -69,4 +69,4 @@ inline void deform(BoneTransformVector const& figure, DisplayData const& data, S
     }
 }
 
-} // namespace plain
+} // namespace reference
