@@ -75,7 +75,7 @@ CellTriangles const* TriangleLocator::supply(MeshView const& mesh, std::size_t c
     CellTriangles const* known = nullptr;
     CellTriangles const* const mine = built ? built.get() : &kNoStructure;
     if (!cells_[cell].compare_exchange_strong(known, mine, std::memory_order_acq_rel)) return known;
-    built.release();
+    static_cast<void>(built.release()); // cells_ owns it now
     return mine;
 }
 
