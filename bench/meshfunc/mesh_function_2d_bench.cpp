@@ -35,7 +35,7 @@ using test::Random;
 
 // ---- the contenders ----
 
-/// Finds whether a point lies in the mesh, and the value there.
+// Finds whether a point lies in the mesh, and the value there.
 struct Contender
 {
     virtual ~Contender() = default;
@@ -135,7 +135,7 @@ struct EmbreeRay final : Contender
 
 // ---- the inputs ----
 
-/// A mesh, points in it, and the structure of each contender, which is built when it is first needed.
+// A mesh, points in it, and the structure of each contender, which is built when it is first needed.
 struct Case
 {
     Mesh mesh;
@@ -168,7 +168,7 @@ Mesh evenMesh(int side)
     return withAffineValues(test::gridMesh(random, side, side, 0.25));
 }
 
-/// Columns and rows are a thousand times denser at one corner than at the other.
+// Columns and rows are a thousand times denser at one corner than at the other.
 Mesh gradedMesh(int side)
 {
     Mesh const even = evenMesh(side);
@@ -179,8 +179,8 @@ Mesh gradedMesh(int side)
     return withAffineValues(std::move(mesh));
 }
 
-/// Nearly all columns and rows lie within a thirtieth of the domain. One cell of the public grid lists nine tenths of
-/// the triangles.
+// Nearly all columns and rows lie within a thirtieth of the domain. One cell of the public grid lists nine tenths of
+// the triangles.
 Mesh crowdedMesh(int side)
 {
     Mesh const even = evenMesh(side);
@@ -194,7 +194,7 @@ Mesh crowdedMesh(int side)
     return withAffineValues(std::move(mesh));
 }
 
-/// Points distributed evenly over the domain.
+// Points distributed evenly over the domain.
 std::vector<Point> pointsAnywhere(Mesh const&)
 {
     Random random(2);
@@ -203,7 +203,7 @@ std::vector<Point> pointsAnywhere(Mesh const&)
     return points;
 }
 
-/// Points distributed like the triangles.
+// Points distributed like the triangles.
 std::vector<Point> pointsInTriangles(Mesh const& mesh)
 {
     Random random(3);
@@ -249,7 +249,7 @@ Case& input(CaseRecipe const& recipe)
 
 // ---- evaluate ----
 
-/// Whether a contender gives the same results as sinew: the same bits if `tolerance` is 0, within it otherwise.
+// Whether a contender gives the same results as sinew: the same bits if `tolerance` is 0, within it otherwise.
 template <typename C>
 bool resultsAgree(Case& c, double tolerance, std::size_t checked)
 {
@@ -327,7 +327,7 @@ void construct(benchmark::State& state)
 
 // ---- extrapolate ----
 
-/// Ten thousand islands in the unit square, and points up to `reach` beyond it.
+// Ten thousand islands in the unit square, and points up to `reach` beyond it.
 struct Islands
 {
     Mesh mesh = test::islands(100);

@@ -30,8 +30,8 @@ namespace {
 
 // ---- the input ----
 
-/// A function whose numbers are multiples of 2^-20, so that every contender restores them exactly. The vertices lie in
-/// rows of 512, or all in one place.
+// A function whose numbers are multiples of 2^-20, so that every contender restores them exactly. The vertices lie in
+// rows of 512, or all in one place.
 MeshFunction2D sample(int vertices, bool spreadOut)
 {
     constexpr int kRow = 512;
@@ -58,7 +58,7 @@ bool sameVectors(MeshFunction2D const& a, MeshFunction2D const& b)
 
 // ---- documents in memory ----
 
-/// Appends to a string, at the cost of one copy.
+// Appends to a string, at the cost of one copy.
 class Sink : public std::streambuf
 {
 public:
@@ -80,7 +80,7 @@ private:
     std::string& text_;
 };
 
-/// Reads from a string without copying it.
+// Reads from a string without copying it.
 class Source : public std::streambuf
 {
 public:
@@ -107,17 +107,17 @@ void read(std::string const& text, Serializable& object)
 
 // ---- the contenders ----
 
-/// A contender saves a function as a text, and loads that text into a function including the rebuild.
+// A contender saves a function as a text, and loads that text into a function including the rebuild.
 struct Sinew
 {
     static void save(MeshFunction2D& f, std::string& text) { write(f, text); }
     static void load(std::string const& text, MeshFunction2D& f) { read(text, f); }
 };
 
-/// The same document, with the text packed and unpacked by the reference implementation.
+// The same document, with the text packed and unpacked by the reference implementation.
 struct Reference
 {
-    /// Writes and reads its fields as they are: saveString is packed elsewhere.
+    // Writes and reads its fields as they are: saveString is packed elsewhere.
     struct Document : MeshFunction2D
     {
         Document() : MeshFunction2D(true) {}
@@ -140,7 +140,7 @@ struct Reference
     }
 };
 
-/// A document with one text for each array.
+// A document with one text for each array.
 struct Base64
 {
     struct Document : Serializable
@@ -180,7 +180,7 @@ struct Base64
 };
 
 #if defined(SINEW_BENCH_PUGIXML)
-/// A document with one element for each vertex and index.
+// A document with one element for each vertex and index.
 struct Attributes
 {
     static void save(MeshFunction2D& f, std::string& text)
@@ -218,7 +218,7 @@ struct Attributes
 
 // ---- the benches ----
 
-/// Saves and loads once. A contender that does not restore the function fails.
+// Saves and loads once. A contender that does not restore the function fails.
 template <typename Contender>
 void checkRoundTrip(benchmark::State& state, MeshFunction2D& f, std::string& text)
 {

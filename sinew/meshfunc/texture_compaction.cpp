@@ -1,5 +1,5 @@
-// Masks are stored as bits, with a coarser level of one bit for a block of texels. A block without a used texel answers
-// for all of its texels.
+// Masks are stored as bits, with a coarser level of one bit for a block of texels. A block without a used texel makes
+// reading its texels unnecessary.
 //
 // Sources: N. Greene, M. Kass, G. Miller, Hierarchical Z-buffer visibility, SIGGRAPH 1993, section 3.2 (coarser levels
 // that summarise blocks; one level suffices here, because an empty word already covers 64 blocks); H. S. Warren,

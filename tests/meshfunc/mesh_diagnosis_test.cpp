@@ -27,7 +27,7 @@ std::vector<Found> findings(Mesh const& mesh)
     return findings(mesh.function());
 }
 
-/// The kinds and indices of all findings.
+// The kinds and indices of all findings.
 template <typename Function>
 Kinds kinds(Function const& f)
 {
@@ -36,7 +36,7 @@ Kinds kinds(Function const& f)
     return found;
 }
 
-/// The value of the only finding of this kind.
+// The value of the only finding of this kind.
 template <typename Function>
 double valueOf(MeshFault kind, Function const& f)
 {

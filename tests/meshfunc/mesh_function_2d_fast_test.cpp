@@ -50,7 +50,7 @@ bool extrapolateOld(F const& f, Point const& p, Point* value, float* scalar)
     return f.extrapolateOld(p, value, scalar);
 }
 
-/// Runs both queries and compares all outputs, including unwritten ones. Returns whether there was a result.
+// Runs both queries and compares all outputs, including unwritten ones. Returns whether there was a result.
 bool expectSameResult(Query query, MeshFunction2D const& f, ReferenceQuery referenceQuery,
                       reference::MeshFunction2D const& oracle, Point const& p)
 {
@@ -63,8 +63,8 @@ bool expectSameResult(Query query, MeshFunction2D const& f, ReferenceQuery refer
     return found;
 }
 
-/// A point that is likely to be a difficult case: on or near vertices and edges, in triangles, in and around the
-/// domain.
+// A point that is likely to be a difficult case: on or near vertices and edges, in triangles, in and around the
+// domain.
 Point probe(Random& random, Mesh const& mesh)
 {
     auto const vertex = [&] { return mesh.params[random.below(static_cast<int>(mesh.params.size()))]; };
@@ -97,7 +97,7 @@ Point probe(Random& random, Mesh const& mesh)
     }
 }
 
-/// Builds both functions from the mesh, and compares their members and the results of queries.
+// Builds both functions from the mesh, and compares their members and the results of queries.
 void expectSame(Random& random, Mesh const& mesh, int queries)
 {
     reference::MeshFunction2D oracle(mesh.params, mesh.values, mesh.facets, mesh.normaldots);

@@ -12,7 +12,7 @@ using sinew::detail::TriangleLocator;
 using test::Mesh;
 using test::Point;
 
-/// Bytes for each triangle after a query in every cell.
+// Bytes for each triangle after a query in every cell.
 double bytesPerTriangle(MeshFunction2D const& f)
 {
     auto const view = [&f] { return sinew::detail::viewOf(f); };

@@ -15,8 +15,8 @@ using test::sameBits;
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInf = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
 
 std::vector<Vector3> loopPoints(MeshFunction2D const& f, std::size_t k)
 {
@@ -34,8 +34,6 @@ std::vector<Vector3> at(Mesh const& mesh, std::vector<int> const& vertices)
     for (int v : vertices) points.push_back(at(mesh, v));
     return points;
 }
-
-std::vector<std::vector<int>> const kNoLists;
 
 } // namespace
 
@@ -336,8 +334,8 @@ TEST(MeshFunctionBoundary, ThirdTriangleAtAnInteriorEdgeAddsABoundaryEdge)
 {
     Mesh mesh = test::square();
     mesh.addVertex(2, 2);
-    mesh.addTriangle(1, 4,
-                     2); // has the edge 2 -> 1 like the second triangle, after the pair 1 -> 2, 2 -> 1 was removed
+    // The third triangle has the edge 2 -> 1, like the second one. The pair 1 -> 2, 2 -> 1 was removed before.
+    mesh.addTriangle(1, 4, 2);
     MeshFunction2D const f = mesh.function();
     std::size_t segments = 0;
     for (auto const& loop : f.boundaryFacets) segments += loop.size();

@@ -31,7 +31,7 @@ struct Results
     }
 };
 
-/// Lets four threads query a function that has not been queried before.
+// Lets four threads query a function that has not been queried before.
 void expectSameResultsInThreads(test::Mesh const& mesh, std::vector<Point> const& points)
 {
     Results const expected(mesh.function(), points);

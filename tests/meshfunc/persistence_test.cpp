@@ -21,8 +21,8 @@
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 std::string documentOf(MeshFunction2D& f)
 {
@@ -31,7 +31,7 @@ std::string documentOf(MeshFunction2D& f)
     return out.str();
 }
 
-/// A document around a packed text, as `save` writes it.
+// A document around a packed text, as `save` writes it.
 std::string documentAround(std::string const& packed)
 {
     return "<MeshFunction2D><saveString>" + packed + "</saveString></MeshFunction2D>";
@@ -55,7 +55,7 @@ void read(std::string const& document, MeshFunction2D& f)
     sinew::readDocument(in, f);
 }
 
-/// The message of the exception that loading `document` throws; empty if it throws none.
+// The message of the exception that loading `document` throws; empty if it throws none.
 std::string failureOf(std::string const& document, MeshFunction2D* f = nullptr)
 {
     MeshFunction2D scratch(true);

@@ -13,8 +13,8 @@
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 struct Texture
 {
@@ -76,7 +76,7 @@ Texture randomTexture(test::Random& random, int width, int height)
 }
 
 // Sizes around the borders of words and blocks, and a few between them.
-int const kSizes[] = {1, 2, 7, 8, 9, 63, 64, 65, 127, 128, 129, 200, 513};
+constexpr int kSizes[] = {1, 2, 7, 8, 9, 63, 64, 65, 127, 128, 129, 200, 513};
 
 } // namespace
 

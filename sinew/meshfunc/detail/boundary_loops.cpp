@@ -1,11 +1,11 @@
 // The definition uses a hash of ordered maps, from vertex to vertex to triangle, and takes the edges one by one. Edges
 // of different pairs of vertices never influence each other. So the edges are sorted by their pair here, and the edges
-// of each pair are taken by themselves in the order of `facets`. The result is the same and takes a third of the time.
+// of each pair are taken separately in the order of `facets`. The result is the same and takes a third of the time.
 //
 // Sources: H. Edelsbrunner, J. Harer, Computational Topology, 2010, section IV.1 (the boundary of an oriented
 // triangulation is what remains when opposite edges cancel); T. H. Cormen, C. E. Leiserson, R. L. Rivest, C. Stein,
 // Introduction to Algorithms, 3rd edition 2009, section 8.2 (counting sort); C. Hierholzer, Mathematische Annalen 6,
-// 1873 (walking unused edges until none leaves the vertex; his walks are joined to one, ours stay separate).
+// 1873 (walking unused edges until none leaves the vertex; his walks are joined to one, ours remain separate).
 
 #include <sinew/meshfunc/detail/boundary_loops.h>
 
@@ -22,7 +22,7 @@ namespace {
 
 using Index = std::size_t;
 
-/// Lists of T for each of n keys, one after the other. The list of key k is items[first[k]] up to items[first[k + 1]].
+// Lists of T for each of n keys, one after the other. The list of key k is items[first[k]] up to items[first[k + 1]].
 template <typename T>
 struct Buckets
 {
@@ -33,8 +33,8 @@ struct Buckets
     T* end(Index key) { return items.data() + first[key + 1]; }
 };
 
-/// Sorts items into buckets by counting. `forEach(visit)` calls visit(key, item) for every item and is called twice.
-/// The items of a bucket keep the order of the calls.
+// Sorts items into buckets by counting. `forEach(visit)` calls visit(key, item) for every item and is called twice.
+// The items of a bucket keep the order of the calls.
 template <typename T, typename ForEach>
 Buckets<T> sortIntoBuckets(Index keyCount, ForEach const& forEach)
 {
@@ -49,15 +49,15 @@ Buckets<T> sortIntoBuckets(Index keyCount, ForEach const& forEach)
     return buckets;
 }
 
-/// The entry of `facets` that follows `entry` around its triangle.
+// The entry of `facets` that follows `entry` around its triangle.
 Index nextEntry(Index entry)
 {
     return entry % kCorners == kCorners - 1 ? entry - (kCorners - 1) : entry + 1;
 }
 
-/// An edge: its larger vertex in the upper 31 bits, and in the lower 33 bits the entry of `facets` at which it starts.
-/// Sorting these numbers puts edges of the same pair of vertices next to each other, in the order of `facets`. One word
-/// an edge halves the memory to read.
+// An edge: its larger vertex in the upper 31 bits, and in the lower 33 bits the entry of `facets` at which it starts.
+// Sorting these numbers puts edges of the same pair of vertices next to each other, in the order of `facets`. One word
+// an edge halves the memory to read.
 using PairedEdge = std::uint64_t;
 constexpr int kEntryBits = 33;
 constexpr PairedEdge kEntryLimit = PairedEdge{1} << kEntryBits;
@@ -93,7 +93,7 @@ Buckets<PairedEdge> edgesBySmallerVertex(std::vector<int> const& facets, Index v
 
 constexpr Index kNone = ~Index{0};
 
-/// Takes the edges of one pair of vertices in order. Returns the edge that is stored at the end; kNone if none is.
+// Takes the edges of one pair of vertices in order. Returns the edge that is stored at the end; kNone if none is.
 Index remainingEdge(std::vector<int> const& facets, PairedEdge const* first, PairedEdge const* last)
 {
     Index stored = kNone;
@@ -106,7 +106,7 @@ Index remainingEdge(std::vector<int> const& facets, PairedEdge const* first, Pai
     return stored;
 }
 
-/// The entries of `facets` at which the boundary edges start.
+// The entries of `facets` at which the boundary edges start.
 std::vector<Index> boundaryEdges(std::vector<int> const& facets, Index vertexCount)
 {
     std::vector<Index> edges;
@@ -125,7 +125,7 @@ std::vector<Index> boundaryEdges(std::vector<int> const& facets, Index vertexCou
     return edges;
 }
 
-/// Boundary edges by the vertex that they leave, and which of them no loop has used yet.
+// Boundary edges by the vertex that they leave, and which of them no loop has used yet.
 class UnusedEdges
 {
 public:
@@ -142,12 +142,12 @@ public:
         next_ = leaving_.first;
     }
 
-    /// The vertex that the edge leads to.
+    // The vertex that the edge leads to.
     int target(Index edge) const { return facets_[nextEntry(edge)]; }
 
     bool hasEdgeAt(Index vertex) const { return next_[vertex] != leaving_.first[vertex + 1]; }
 
-    /// Uses up the edge from `vertex` to the smallest target.
+    // Uses up the edge from `vertex` to the smallest target.
     Index takeEdgeAt(Index vertex)
     {
         assert(hasEdgeAt(vertex));

@@ -2,8 +2,8 @@
 
 /// The storage of the finer grids' cells: buckets of four links, 16 bytes each.
 ///
-/// A link is a triangle of the cell's list, or says how the search goes on after the triangles before it: in another
-/// grid, in another bucket, or not at all.
+/// A link is a triangle of the cell's list, or states where the search continues after the triangles before it: in
+/// another grid, in another bucket, or nowhere.
 
 #include <cassert>
 #include <cstddef>
@@ -14,10 +14,10 @@ namespace sinew::detail {
 /// One link of a bucket.
 ///
 /// Encoding, in 32 bits: the two highest bits are the kind, the other 30 bits are the number. Triangles have kind 0, so
-/// that one comparison tells them from everything else and their number needs no masking.
+/// that one comparison distinguishes them from all other kinds, and their number needs no masking.
 ///
 ///     kind 0  triangle   number of the triangle's record
-///     kind 1  bucket     number of the bucket in which the list is continued
+///     kind 1  bucket     number of the bucket that holds the rest of the list
 ///     kind 2  grid       number of the grid that divides the cell
 ///     kind 3  end        nothing follows; all 30 bits of the number are set
 class CellLink

@@ -18,7 +18,7 @@ CellTriangles::CellTriangles(FinerGrids finer, std::vector<PreparedTriangle> own
 }
 
 // Tests the triangles of one bucket. Returns whether one of them accepts `p`; if not, `last` is the link that says
-// where the search goes on.
+// where the search continues.
 //
 // The processor cannot predict which of a few candidates accepts the point, and a wrongly predicted branch costs more
 // than testing another triangle. So the candidates are tested in pairs, and the first one to accept is selected without

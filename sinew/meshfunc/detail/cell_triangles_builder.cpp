@@ -17,13 +17,13 @@ namespace {
 
 using Point = tzNM::vect2<double>;
 
-/// Longer lists are divided by a grid. The public cell has a root grid in any case, so that dividing a few triangles is
-/// worth it there.
+// Longer lists are divided by a grid. The public cell has a root grid in any case, so that dividing a few triangles is
+// worth it there.
 constexpr std::size_t kCrowdedPublic = 4;
 constexpr std::size_t kCrowded = 16;
 
-/// Largest depth of grids inside a public cell. Few meshes need more than two. The limit bounds the work for triangles
-/// that no grid separates.
+// Largest depth of grids inside a public cell. Few meshes need more than two. The limit bounds the work for triangles
+// that no grid separates.
 constexpr int kMostLevels = 6;
 
 class Builder
@@ -34,8 +34,8 @@ public:
         collect(cell);
     }
 
-    /// Divides the list of the public cell, if it is long, within `budget` buckets. Returns null if not even the list
-    /// fits.
+    // Divides the list of the public cell, if it is long, within `budget` buckets. Returns null if not even the list
+    // fits.
     std::unique_ptr<CellTriangles const> build(std::size_t budget)
     {
         if (bucketsForList(all_.size()) > budget) return nullptr;
@@ -55,8 +55,8 @@ private:
 
     PreparedTriangle const* records() const { return shared_ ? shared_ : own_.data(); }
 
-    /// Lists the triangles that may accept a point of the public cell, and prepares them unless there are shared
-    /// records.
+    // Lists the triangles that may accept a point of the public cell, and prepares them unless there are shared
+    // records.
     void collect(std::size_t cell)
     {
         std::vector<int> const& list = mesh_.gridCells[cell];
@@ -76,7 +76,7 @@ private:
         }
     }
 
-    /// The rectangle of a public cell and a little more.
+    // The rectangle of a public cell and a little more.
     Box publicCell(std::size_t cell) const
     {
         FinerGrid grid;
@@ -89,8 +89,8 @@ private:
 
     // ---- phase 2: grids inside grids ----
 
-    /// Lays a grid over the part of `space` that the listed triangles cover, and grids in its crowded cells, within
-    /// `budget` buckets. Returns the link to the grid, or an end if no grid would halve the list.
+    // Lays a grid over the part of `space` that the listed triangles cover, and grids in its crowded cells, within
+    // `budget` buckets. Returns the link to the grid, or an end if no grid would halve the list.
     CellLink divide(TriangleList list, Box const& space, std::size_t budget, int level)
     {
         CoveredTriangles triangles = {records(), list, {}};
@@ -118,7 +118,7 @@ private:
         return link;
     }
 
-    /// Stores the short lists of a grid and divides its long ones. The long lists share `budget` by their lengths.
+    // Stores the short lists of a grid and divides its long ones. The long lists share `budget` by their lengths.
     void fillCells(GridLayout const& layout, FinerGrid const& grid, Box const& space, std::size_t budget, int level)
     {
         std::vector<std::size_t> ends;
@@ -145,7 +145,7 @@ private:
         }
     }
 
-    /// Writes a list into a bucket, and what does not fit into new overflow buckets.
+    // Writes a list into a bucket, and what does not fit into new overflow buckets.
     void store(TriangleList list, std::size_t bucket)
     {
         while (list.size() > CellBucket::kLinks) {

@@ -16,26 +16,26 @@ namespace {
 
 using Point = tzNM::vect2<double>;
 
-/// If the boxes touch more cells than this times the budget, the lists will not fit even after triangles are left out.
-/// The exact count is then not worth its time.
+// If the boxes touch more cells than this times the budget, the lists will not fit even after triangles are left out.
+// The exact count is then not worth its time.
 constexpr std::size_t kHopeless = 8;
 
-/// Cells that a grid has for each triangle if the budget allows it. With four, most points are in the first two
-/// triangles of their list.
+// Cells that a grid has for each triangle if the budget allows it. With four, most points are in the first two
+// triangles of their list.
 constexpr double kCellsPerTriangle = 4;
 
-/// Part of the budget that cells may take. The rest is for overflow buckets.
+// Part of the budget that cells may take. The rest is for overflow buckets.
 constexpr double kShareOfCells = 0.75;
 
-/// Largest number of cells along an axis. A mesh that is crowded in one spot is then found through a few levels of
-/// grids instead of many cells.
+// Largest number of cells along an axis. A mesh that is crowded in one spot is then found through a few levels of
+// grids instead of many cells.
 constexpr int kMostCells = 512;
 static_assert(kMostCells - 1 <= std::numeric_limits<std::uint16_t>::max());
 
-/// Number of boxes, at most, from which the common extent is estimated.
+// Number of boxes, at most, from which the common extent is estimated.
 constexpr std::size_t kSample = 63;
 
-/// The number of cells along an axis after one coarsening: 3/20 less, rounded down, and at least one cell less.
+// The number of cells along an axis after one coarsening: 3/20 less, rounded down, and at least one cell less.
 int coarser(int size)
 {
     constexpr int kLost = 3;
@@ -43,7 +43,7 @@ int coarser(int size)
     return std::max(1, size - (kLost * size + kOf - 1) / kOf);
 }
 
-/// The median extent of a sample of the boxes along an axis. Each extent counts at most as the whole one.
+// The median extent of a sample of the boxes along an axis. Each extent counts at most as the whole one.
 double commonExtent(std::vector<Box> const& boxes, Point const& extent, int axis)
 {
     std::vector<double> sample;

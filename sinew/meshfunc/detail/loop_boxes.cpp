@@ -11,16 +11,16 @@ namespace sinew::detail {
 
 namespace {
 
-/// Up to this many loops are searched without a tree.
+// Up to this many loops are searched without a tree.
 constexpr std::size_t kFewLoops = 4;
 constexpr std::size_t kLoopsPerLeaf = 2;
 
-/// Part of the largest coordinate by which the box of a loop is widened. A projection is rounded, so it may lie outside
-/// the box by some units in the last place of the coordinates.
+// Part of the largest coordinate by which the box of a loop is widened. A projection is rounded, so it may lie outside
+// the box by some units in the last place of the coordinates.
 constexpr double kBoxMargin = 1e-13;
 
-/// A box that holds all projections on a loop. For a loop with a coordinate that is not finite this is the whole plane,
-/// because nothing is known about its projections.
+// A box that holds all projections on a loop. For a loop with a coordinate that is not finite this is the whole plane,
+// because nothing is known about its projections.
 Box boxOf(PolylineProjector const& loop)
 {
     Box box;

@@ -53,7 +53,7 @@ public:
 
 private:
     /// The tree has fewer levels than a number of loops has bits, because each level halves the loops. At most one node
-    /// of each level waits, and one more.
+    /// of each level is waiting, and one more.
     static constexpr std::size_t kMostWaiting = 8 * sizeof(std::size_t) + 2;
 
     /// Distances that are compared with a lower bound are rounded in a few places, each time by less than 1e-15 of

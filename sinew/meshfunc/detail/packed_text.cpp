@@ -20,19 +20,19 @@ namespace {
 using Point = tzNM::vect2<double>;
 using Word = std::uint32_t; // four characters, the first one in the lowest byte
 
-/// Numbers that are converted together.
+// Numbers that are converted together.
 constexpr std::size_t kBlock = 128;
 
 constexpr int kByteBits = 8;
 constexpr Word kCharacterMask = (Word{1} << kBitsPerCharacter) - 1;
 
-/// The first character in each byte of a word.
+// The first character in each byte of a word.
 constexpr Word kFirstCharacters = 0x01010101u * static_cast<Word>(kFirstCharacter);
 
-/// The value of character i of a number is this to the power i.
+// The value of character i of a number is this to the power i.
 constexpr std::int32_t kBase = 1 << kBitsPerCharacter;
 
-/// Spreads the lowest 24 bits into four groups of six bits, each in a byte of its own, and makes them characters.
+// Spreads the lowest 24 bits into four bytes with six bits each, and makes them characters.
 Word spread(Word q)
 {
     constexpr int kShift = kByteBits - kBitsPerCharacter; // what each group moves further than the one before
@@ -61,7 +61,7 @@ double realOf(Word w)
     return steps * kStep - kPackedOrigin;
 }
 
-/// The number of steps above the lowest real, with the half that makes truncation round.
+// The number of steps above the lowest real, with the half that makes truncation round.
 double inSteps(double x)
 {
     return (kPackedOrigin + x) * kStepsPerUnit + 0.5;
@@ -74,16 +74,16 @@ Word wordOfAnyReal(double x)
     return spread(static_cast<Word>(fits ? static_cast<std::int64_t>(steps) : 0));
 }
 
-/// 2^52 and its bits. A double in [2^52, 2^52 + 2^24) has an integer below 2^24 in its lowest 24 bits, and the same
-/// bits as 2^52 above them.
+// 2^52 and its bits. A double in [2^52, 2^52 + 2^24) has an integer below 2^24 in its lowest 24 bits, and the same
+// bits as 2^52 above them.
 constexpr double kBias = 0x1p52;
 constexpr std::uint64_t kBiasBits = 0x4330000000000000;
 
-/// The bits of 2^52 + (steps, truncated), if the truncated steps lie in [0, 2^24). If they do not, the bits above the
-/// lowest 24 differ from those of 2^52.
-///
-/// Additions, comparisons and subtractions of doubles are vectorised. The conversion of doubles to integers would need
-/// a further comparison for the numbers that do not fit.
+// The bits of 2^52 + (steps, truncated), if the truncated steps lie in [0, 2^24). If they do not, the bits above the
+// lowest 24 differ from those of 2^52.
+//
+// Additions, comparisons and subtractions of doubles are vectorised. The conversion of doubles to integers would need
+// a further comparison for the numbers that do not fit.
 std::uint64_t biasedBits(double x)
 {
     double const steps = inSteps(x);
@@ -94,7 +94,7 @@ std::uint64_t biasedBits(double x)
     return bits;
 }
 
-/// Converts up to kBlock numbers.
+// Converts up to kBlock numbers.
 template <typename Real>
 void realsToWords(Real const* numbers, std::size_t count, Word* words)
 {
@@ -109,7 +109,7 @@ void realsToWords(Real const* numbers, std::size_t count, Word* words)
     for (std::size_t i = 0; i < count; ++i) words[i] = wordOfAnyReal(numbers[i]);
 }
 
-/// Converts up to kBlock / 2 points to two words each.
+// Converts up to kBlock / 2 points to two words each.
 void pointsToWords(Point const* points, std::size_t count, Word* words)
 {
     static_assert(std::is_standard_layout_v<Point> && sizeof(Point) == 2 * sizeof(double));
@@ -122,7 +122,7 @@ constexpr bool kLowByteFirst = true;
 constexpr bool kLowByteFirst = false; // or unknown; writing single bytes is right for any order
 #endif
 
-/// Writes the lowest bytes of a number, the lowest one first.
+// Writes the lowest bytes of a number, the lowest one first.
 template <typename Unsigned, std::size_t bytes = sizeof(Unsigned)>
 char* storeBytes(Unsigned value, char* out)
 {
@@ -135,7 +135,7 @@ char* storeBytes(Unsigned value, char* out)
     return out + bytes;
 }
 
-/// Reads what storeBytes() writes.
+// Reads what storeBytes() writes.
 template <typename Unsigned, std::size_t bytes = sizeof(Unsigned)>
 Unsigned loadBytes(char const* in)
 {
@@ -149,7 +149,7 @@ Unsigned loadBytes(char const* in)
     return value;
 }
 
-/// Calls handle(first, count) for consecutive blocks of at most `block` items.
+// Calls handle(first, count) for consecutive blocks of at most `block` items.
 template <typename Handle>
 void inBlocks(std::size_t count, std::size_t block, Handle handle)
 {

@@ -23,7 +23,7 @@ inline constexpr int kCharactersPerReal = 4;
 inline constexpr int kIntegerBits = kCharactersPerInteger * kBitsPerCharacter;
 inline constexpr int kRealBits = kCharactersPerReal * kBitsPerCharacter;
 
-/// Largest integer that is kept as it is.
+/// Largest integer that does not wrap.
 inline constexpr int kLargestPackedInteger = (1 << kIntegerBits) - 1;
 
 /// A real is packed as its number of steps above minus this.
@@ -37,8 +37,8 @@ inline constexpr std::size_t kPackedReal = kCharactersPerReal;
 inline constexpr std::size_t kRealsPerVertex = 4; ///< position x and y, value x and y
 inline constexpr std::size_t kPackedVertex = kRealsPerVertex * kPackedReal;
 
-/// These functions pack `count` items. `out` must have room for their characters. They return the end of what they have
-/// written.
+/// These functions pack `count` items. `out` must have space for their characters. They return the end of what they
+/// have written.
 char* packIntegers(int const* numbers, std::size_t count, char* out);
 char* packReals(float const* numbers, std::size_t count, char* out);
 /// Packs for each vertex the x and y of its position, then the x and y of its value.

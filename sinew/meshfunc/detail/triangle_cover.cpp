@@ -14,22 +14,22 @@ namespace {
 
 using Point = tzNM::vect2<double>;
 
-/// With extent^2 / |determinant| above this, rounding may let the triangle accept points far outside its box.
+// With extent^2 / |determinant| above this, rounding may let the triangle accept points far outside its box.
 constexpr double kSliver = 1e8;
 
-/// Part of its extent by which the box of a triangle is widened on each side.
+// Part of its extent by which the box of a triangle is widened on each side.
 constexpr double kBoxMargin = 1e-6;
 
-/// A triangle whose weight stays below minus this all over a cell is not listed there. As with the margin of boxes,
-/// this is far more than the tolerance of the weights and rounding together.
+// A triangle whose weight stays below minus this all over a cell is not listed there. As with the margin of boxes,
+// this is far more than the tolerance of the weights and rounding together.
 constexpr double kWeightMargin = 1e-6;
 
-/// How far beyond the border of its cell a point may lie: this part of a cell's width, and this part of the largest
-/// coordinate, which exceeds the rounding of FinerGrid::cell() and of the border many times.
+// How far beyond the border of its cell a point may lie: this part of a cell's width, and this part of the largest
+// coordinate, which exceeds the rounding of FinerGrid::cell() and of the border many times.
 constexpr double kSlackOfCell = 1e-6;
 constexpr double kSlackOfCoordinate = 1e-14;
 
-/// Width of a cell along an axis; 0 along an axis without extent.
+// Width of a cell along an axis; 0 along an axis without extent.
 double cellWidth(FinerGrid const& grid, int axis)
 {
     return grid.scale[axis] > 0 ? 1 / grid.scale[axis] : 0;

@@ -10,14 +10,14 @@ namespace sinew::detail {
 
 namespace {
 
-/// The budget of all structures together: this for each triangle, and this for each mesh. The second number is for
-/// small meshes, where each triangle lies in many cells. Without a limit, many overlapping triangles would fill the
-/// memory.
+// The budget of all structures together: this for each triangle, and this for each mesh. The second number is for
+// small meshes, where each triangle lies in many cells. Without a limit, many overlapping triangles would fill the
+// memory.
 constexpr double kBytesPerTriangle = 108;
 constexpr double kBytesPerMesh = 1 << 20;
 
-/// The structures of meshes with up to this many triangles and list entries are built at once, which takes about ten
-/// milliseconds.
+// The structures of meshes with up to this many triangles and list entries are built at once, which takes about ten
+// milliseconds.
 constexpr std::size_t kPreparedEntries = 1 << 16;
 
 } // namespace
@@ -44,7 +44,7 @@ TriangleLocator::TriangleLocator(MeshView const& mesh)
     if (prepared) bytes -= static_cast<double>(triangleCount * sizeof(PreparedTriangle));
     bytesPerEntry_ = bytes / std::max(1.0, static_cast<double>(entries));
     if (!prepared) return;
-    shared_.resize(triangleCount); // records of triangles that are missing or degenerate stay empty; no list names them
+    shared_.resize(triangleCount); // missing and degenerate triangles have no valid record; no list names them
     for (std::size_t t = 0; t < triangleCount; ++t) {
         int corners[kCorners];
         if (triangleCorners(mesh.facets, t, vertexCount_, corners)) prepareTriangle(mesh.params, corners, &shared_[t]);
@@ -65,7 +65,7 @@ CellTriangles const* TriangleLocator::supply(MeshView const& mesh, std::size_t c
     assert(matches(mesh));
     std::unique_ptr<CellTriangles const> built;
     try {
-        // Each cell has a budget of its own, so that crowding in one cell leaves the others their memory.
+        // Each cell has its own budget, so that crowding in one cell takes no memory from the others.
         double const budget = bytesPerEntry_ * static_cast<double>(mesh.gridCells[cell].size());
         built = buildCellTriangles(mesh, cell, static_cast<std::size_t>(budget),
                                    shared_.empty() ? nullptr : shared_.data());
