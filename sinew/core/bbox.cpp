@@ -6,8 +6,8 @@ using sinew::kGeometricZero;
 
 namespace {
 
-// Component by component. The order of the arguments matters: std::min(a, b) and std::max(a, b) return a if the values
-// are equal (0.0 and -0.0 too) or if one of them is NaN.
+// Component by component. The order of the arguments matters: std::min(a, b) and std::max(a, b) return a if the
+// values are equal (0.0 and -0.0 too) or if one of them is NaN.
 Vector3 smaller(Vector3 const& a, Vector3 const& b)
 {
     return {std::min(a.x, b.x), std::min(a.y, b.y), std::min(a.z, b.z)};

@@ -1,7 +1,7 @@
 // C. G. J. Jacobi, Über ein leichtes Verfahren, die in der Theorie der Säcularstörungen vorkommenden Gleichungen
-// numerisch aufzulösen, Journal für die reine und angewandte Mathematik 30, 1846.
-// W. H. Press et al., Numerical Recipes, section 11.1, for the formulas of one rotation. They use tau = s / (1 + c)
-// after H. Rutishauser, The Jacobi Method for Real Symmetric Matrices, Numerische Mathematik 9, 1966.
+// numerisch aufzulösen, Journal für die reine und angewandte Mathematik 30, 1846. W. H. Press et al., Numerical
+// Recipes, section 11.1, for the formulas of one rotation. They use tau = s / (1 + c) after H. Rutishauser, The
+// Jacobi Method for Real Symmetric Matrices, Numerische Mathematik 9, 1966.
 
 #include <sinew/core/eigen_solver.h>
 
@@ -17,12 +17,12 @@ constexpr int kMaxRotations = 51;
 // Sum of the off-diagonal magnitudes up to which a matrix counts as diagonal; absolute, in the unit of the elements.
 constexpr double kConverged = 1e-08;
 
-// Magnitude of theta, the cotangent of twice the rotation angle, beyond which the tangent is computed as 1 / (2 theta),
-// that is apq / d. It has no unit. Both formulas agree there up to rounding, and theta^2 could overflow.
+// Magnitude of theta, the cotangent of twice the rotation angle, beyond which the tangent is computed as 1 / (2
+// theta), that is apq / d. It has no unit. Both formulas agree there up to rounding, and theta^2 could overflow.
 constexpr double kSteepAngle = 1e13;
 
-// The rotation that annihilates the element `apq`, where d is a_qq - a_pp. False, with nothing written, if both are too
-// small to rotate.
+// The rotation that annihilates the element `apq`, where d is a_qq - a_pp. False, with nothing written, if both are
+// too small to rotate.
 bool planeRotation(double d, double apq, double& c, double& s, double& t, double& tau)
 {
     double const doubled = 2 * apq;
@@ -40,8 +40,9 @@ bool planeRotation(double d, double apq, double& c, double& s, double& t, double
     return true;
 }
 
-// Rotates w and the accumulated vectors v in the plane (p, q); r is the remaining index. The plane is a template
-// argument so that w and v stay in registers: indices known only at run time would force every element through memory.
+// Rotates w and the accumulated vectors v in the plane (p, q); r is the remaining index. The plane is a
+// template argument so that w and v stay in registers: indices known only at run time would force every
+// element through memory.
 template <int p, int q>
 bool rotate(Matrix3& w, Matrix3& v)
 {

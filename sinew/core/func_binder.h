@@ -1,7 +1,7 @@
 #pragma once
 
-/// Debug drawing. The library contains no graphics: a host registers callbacks here, and geometric code of the library
-/// or of the host draws through them. A call without a registered callback does nothing.
+/// Debug drawing. The library contains no graphics: a host registers callbacks here, and geometric code of the
+/// library or of the host draws through them. A call without a registered callback does nothing.
 
 #include <vector>
 
@@ -9,10 +9,10 @@
 
 /// The four drawing callbacks of the host.
 ///
-/// One instance exists in a program; all libraries of the program share it, even if several of them contain the static
-/// library. Its four slots are null when the library is loaded, before any constructor runs. The host owns the
-/// functions and defines the meaning of their int and double arguments. The slots are pointers without a lock: register
-/// the callbacks before drawing begins.
+/// One instance exists in a program; all libraries of the program share it, even if several of them contain the
+/// static library. Its four slots are null when the library is loaded, before any constructor runs. The host owns the
+/// functions and defines the meaning of their int and double arguments. The slots are pointers without a lock:
+/// register the callbacks before drawing begins.
 class SINEW_API vxFuncBinder
 {
 public:
@@ -53,8 +53,8 @@ public:
     static void drawPoint(Vector3 const& p, int i);
 
     /// Calls the draw-points callback with the same arguments, if a draw-point callback is registered. Register both
-    /// callbacks together: with the draw-points callback alone nothing is drawn, and with the draw-point callback alone
-    /// the behaviour is undefined.
+    /// callbacks together: with the draw-points callback alone nothing is drawn, and with the draw-point callback
+    /// alone the behaviour is undefined.
     static void drawPoints(std::vector<Vector3> const& points, int i, int j);
 
     /// Calls the clear callback, if one is registered.

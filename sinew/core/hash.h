@@ -4,8 +4,8 @@
 ///
 /// Equal values have equal hash values; 0.0 and -0.0 are equal. Containers compare keys exactly, without tolerance. A
 /// NaN equals nothing, so a key that contains a NaN is never found. The hash value of a key is the same in every run
-/// and on every machine with the same size of `std::size_t`. Source: D. E. Knuth, The Art of Computer Programming,
-/// volume 3, section 6.4 (multiplicative hashing).
+/// and on every machine with the same size of `std::size_t`.
+/// Source: D. E. Knuth, The Art of Computer Programming, volume 3, section 6.4 (multiplicative hashing).
 
 #include <cstddef>
 #include <cstdint>

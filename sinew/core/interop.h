@@ -1,7 +1,7 @@
 #pragma once
 
-/// Conversions to and from the vector and matrix types of other libraries. Types are recognised by their shape, so that
-/// this header includes no header of another library:
+/// Conversions to and from the vector and matrix types of other libraries. Types are recognised by their shape, so
+/// that this header includes no header of another library:
 ///
 ///     Vector3 v = sinew::toVector3(theirs);           // members x, y, z, or [0], [1], [2]
 ///     auto theirs = sinew::to<TheirVector>(v);
@@ -10,13 +10,13 @@
 ///     Matrix m = sinew::toMatrixFromAxes(theirs);     // m[j][i]: component i of the image of axis j
 ///     auto theirs = sinew::toAxes<TheirMatrix>(m);
 ///
-/// Access by (row, column) and access by two brackets have separate functions, because the order of two brackets is not
-/// the same in every library. In most libraries m[j][i] is component i of the image of axis j and m[3] is the
+/// Access by (row, column) and access by two brackets have separate functions, because the order of two brackets is
+/// not the same in every library. In most libraries m[j][i] is component i of the image of axis j and m[3] is the
 /// translation. This holds for libraries of column vectors that store matrices column by column and for libraries of
 /// row vectors that store them row by row. For both, the functions for axes give the matrix of the same map.
 ///
-/// Numbers are converted with static_cast: float to double exactly, double to float with rounding to nearest, double to
-/// an integer with truncation.
+/// Numbers are converted with static_cast: float to double exactly, double to float with rounding to nearest, double
+/// to an integer with truncation.
 
 #include <cassert>
 #include <type_traits>
@@ -169,8 +169,9 @@ Theirs to(Vector3 const& v)
     return theirs;
 }
 
-/// A matrix of another library with (row, column) access, whose vectors are columns. A matrix that has `rows()` and
-/// `cols()` must be 3x3 for `toMatrix3` and 4x4 for `toMatrix`. Of a matrix without them, the upper-left block is read.
+/// A matrix of another library with (row, column) access, whose vectors are columns. A matrix that has `rows()`
+/// and `cols()` must be 3x3 for `toMatrix3` and 4x4 for `toMatrix`. Of a matrix without them, the upper-left
+/// block is read.
 template <typename Theirs>
 Matrix3 toMatrix3(Theirs const& theirs)
 {
@@ -195,8 +196,8 @@ Theirs to(Matrix const& m)
     return detail::toTheirs<Theirs, detail::ByRowColumn>(m);
 }
 
-/// The matrix of the map that a matrix of another library describes, where [j] is the image of axis j and [3] is the
-/// translation.
+/// The matrix of the map that a matrix of another library describes, where [j] is the image of axis j and [3]
+/// is the translation.
 template <typename Theirs>
 Matrix3 toMatrix3FromAxes(Theirs const& theirs)
 {

@@ -4,8 +4,8 @@
 
 namespace {
 
-// Distance from a rotation up to which a matrix is rigid; absolute, in the sense of `distTo` after division by the
-// scale.
+// Distance from a rotation up to which a matrix is rigid; absolute, in the sense of `distTo` after division
+// by the scale.
 constexpr double kRigidDistance = 0.0001;
 
 // Length below which a rotation axis may give the identity; absolute, compared with the length as the caller gives it.
@@ -24,8 +24,8 @@ double scaleOf(Matrix const& m)
     return Vector3(m(0, 0), m(0, 1), m(0, 2)).length();
 }
 
-// The matrix without its translation, all sixteen elements divided by the scale. Element (3, 3) is divided too: part of
-// the contract of `isRigid`.
+// The matrix without its translation, all sixteen elements divided by the scale. Element (3, 3) is divided too: part
+// of the contract of `isRigid`.
 Matrix withoutTranslationAndScale(Matrix const& m)
 {
     double const scale = scaleOf(m);
@@ -43,8 +43,8 @@ void setLinearBlock(Matrix& m, Matrix3 const& block)
     }
 }
 
-// Changes the type of a vector of length 1. The constructor of `UVector3` would normalise it again, with another
-// rounding.
+// Changes the type of a vector of length 1. The constructor of `UVector3` would normalise it again,
+// with another rounding.
 UVector3 asUnit(Vector3 const& v)
 {
     UVector3 unit;
@@ -109,8 +109,8 @@ bool Matrix::isRigid() const
 
 Vector3 Matrix::getRotationAxis() const
 {
-    // The difference between a column, which is the image of a coordinate axis, and that axis is perpendicular to the
-    // rotation axis.
+    // The difference between a column, which is the image of a coordinate axis, and that axis is perpendicular to
+    // the rotation axis.
     Vector3 moved[3];
     bool usable[3];
     for (int i = 0; i < 3; ++i) {

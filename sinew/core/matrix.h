@@ -3,8 +3,8 @@
 /// The 4x4 matrix of doubles in which a host and the library exchange placements, and the float matrix of the host,
 /// from which it is constructed.
 ///
-/// Nothing throws or allocates; all functions have constant cost. Only `print` writes to standard output. Thresholds
-/// are absolute.
+/// Nothing throws or allocates; all functions have constant cost. Only `print` writes to standard output.
+/// Thresholds are absolute.
 
 #include <sinew/core/matrix3.h>
 #include <sinew/core/vector3.h>
@@ -24,9 +24,9 @@ public:
 
 /// A 4x4 homogeneous matrix, stored row by row: sixteen consecutive doubles from element (0, 0) on.
 ///
-/// Points are columns: M * p maps p, and A * B applies B first. The linear block lies in rows and columns 0 to 2, the
-/// translation in column 3; the last row of an affine matrix is (0, 0, 0, 1). Angles are in radians, rotations are
-/// right-handed.
+/// Points are columns: M * p maps p, and A * B applies B first. The linear block lies in rows and columns 0 to 2,
+/// the translation in column 3; the last row of an affine matrix is (0, 0, 0, 1). Angles are in radians,
+/// rotations are right-handed.
 class Matrix
 {
 public:
@@ -85,25 +85,27 @@ public:
 
     /// Whether this is a rotation or a reflection, followed by a translation.
     ///
-    /// The last row must be exactly (0, 0, 0, 1). Let N be the matrix without its translation, all sixteen elements
-    /// divided by the length of the linear part of the first row. The result is true if the `distTo` between N N^T and
-    /// the identity is 0.0001 or less. Since element (3, 3) is divided too, a uniform scale must be 1 to within about
-    /// 0.00005. A NaN distance, which a zero first row gives, does not exceed the threshold; the result is then true.
+    /// The last row must be exactly (0, 0, 0, 1). Let N be the matrix without its translation, all sixteen
+    /// elements divided by the length of the linear part of the first row. The result is true if the `distTo`
+    /// between N N^T and the identity is 0.0001 or less. Since element (3, 3) is divided too, a uniform scale
+    /// must be 1 to within about 0.00005. A NaN distance, which a zero first row gives, does not exceed the
+    /// threshold; the result is then true.
     SINEW_API bool isRigid() const;
 
-    /// The axis of the rotation in the linear block, up to sign. `getRotationAngle` gives the angle about the axis with
-    /// that sign. The columns of the block are normalised first, so they may be scaled.
+    /// The axis of the rotation in the linear block, up to sign. `getRotationAngle` gives the angle about the axis
+    /// with that sign. The columns of the block are normalised first, so they may be scaled.
     ///
-    /// The result has length 1. It is the normalised cross product of the differences between two columns and their
-    /// coordinate axes, for the first of the pairs (0, 1), (1, 2), (2, 0) where it is not null (`Vector3::isNull`). If
-    /// there is none, as for the identity or with fewer than two columns that are not null, the result is (1, 0, 0).
+    /// The result has length 1. It is the normalised cross product of the differences between two columns and
+    /// their coordinate axes, for the first of the pairs (0, 1), (1, 2), (2, 0) where it is not null
+    /// (`Vector3::isNull`). If there is none, as for the identity or with fewer than two columns that are not
+    /// null, the result is (1, 0, 0).
     SINEW_API Vector3 getRotationAxis() const;
 
     /// The angle of the rotation in the linear block about `axis`, in (-pi, pi].
     ///
     /// @param axis  need not have length 1. A null vector stands for the null fallback of `UVector3`.
     ///
-    /// The block is divided by its scale, the length of its first row, before. A zero first row gives NaN.
+    /// The block is first divided by its scale, the length of its first row. A zero first row gives NaN.
     SINEW_API double getRotationAngle(Vector3 axis) const;
 
     /// The matrix with the outer product v v^T in the linear block, 1 in element (3, 3) and 0 elsewhere.
@@ -119,9 +121,9 @@ public:
     /// The rigid motion that moves the point `a0` to `a1` and turns the direction `d0` into `d1` about their common
     /// normal. The directions need not have length 1.
     ///
-    /// If the cross product of the directions is null, the null fallback of `UVector3` stands for the normal. Opposite
-    /// directions are then turned by pi about (0, 0, 1), which takes one into the other only if they are perpendicular
-    /// to that axis.
+    /// If the cross product of the directions is null, the null fallback of `UVector3` stands for the normal.
+    /// Opposite directions are then turned by pi about (0, 0, 1), which takes one into the other only if they are
+    /// perpendicular to that axis.
     SINEW_API static Matrix rigidTransform(Vector3 const& a0, Vector3 const& d0, Vector3 const& a1, Vector3 const& d1);
 
     /// The placement at parameter `w` between `A` and `B`, each a rotation with a uniform scale and a translation.

@@ -17,8 +17,8 @@ constexpr double kNearOneLow = 0.999999863;
 constexpr double kNearOneHigh = 1.000000137;
 constexpr double kNearZeroRotation = 0.000523599;
 
-// Squared cross product below which `getRotationAxis` takes the matrix for the identity; absolute. A rotation by about
-// 1e-4 radians reaches it. The value is the literal 1e-16 and not kGramZero, which is the next double above.
+// Squared cross product below which `getRotationAxis` takes the matrix for the identity; absolute. A rotation by
+// about 1e-4 radians reaches it. The value is the literal 1e-16 and not kGramZero, which is the next double above.
 constexpr double kNoAxis = 1e-16;
 
 } // namespace
@@ -88,8 +88,8 @@ Matrix3 Matrix3::rotationMatrix(UVector3 const& from, UVector3 const& to)
 
 UVector3 Matrix3::getRotationAxis() const
 {
-    // The rows of (transpose - identity) are perpendicular to the axis, so the cross product of two of them is along
-    // it.
+    // The rows of (transpose - identity) are perpendicular to the axis, so the cross product of two of them
+    // is along it.
     Vector3 rows[3];
     for (int i = 0; i < 3; ++i) rows[i] = column(i) - axisVector(i);
 

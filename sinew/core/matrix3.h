@@ -45,8 +45,8 @@ public:
     /// Sets this to the outer product a b^T: element (i, j) becomes a[i] * b[j].
     SINEW_API void tensor(Vector3 const& a, Vector3 const& b);
 
-    /// Whether each diagonal element lies in [0.999999863, 1.000000137] and each other element in
-    /// [-0.000523599, 0.000523599], which is 0.03 degrees in radians. NaN gives false.
+    /// Whether each diagonal element lies in [0.999999863, 1.000000137] and each other element in [-0.000523599,
+    /// 0.000523599], which is 0.03 degrees in radians. NaN gives false.
     SINEW_API bool isNearIdentity() const;
 
     /// Whether every element is below 1e-08 in magnitude (strict). NaN gives false.
@@ -73,8 +73,8 @@ public:
     /// The inverse, or the zero matrix if the magnitude of the determinant is below 1e-08 (strict). Nothing else
     /// reports a singular matrix.
     ///
-    /// A NaN element gives NaN elements. The threshold is absolute, so a regular matrix of small elements,
-    /// such as a uniform scale below about 0.002, counts as singular; scale such input first.
+    /// A NaN element gives NaN elements. The threshold is absolute, so a regular matrix of small elements, such as a
+    /// uniform scale below about 0.002, counts as singular; scale such input first.
     Matrix3 inverse() const;
 
     /// The rotation by `angle` radians about `axis`. The length of the axis must be 1; it is not checked.
@@ -82,9 +82,9 @@ public:
     /// Source: O. Rodrigues, Des lois géométriques qui régissent les déplacements d'un système solide, 1840.
     SINEW_API static Matrix3 rotationMatrix(UVector3 const& axis, double angle);
 
-    /// The rotation about the common normal of `from` and `to` that turns `from` into `to`. If the cross product of the
-    /// two is null (`Vector3::isNull`), equal directions give the identity and opposite directions a half turn about
-    /// the first vector of `getBasis(from)`.
+    /// The rotation about the common normal of `from` and `to` that turns `from` into `to`. If the cross product of
+    /// the two is null (`Vector3::isNull`), equal directions give the identity and opposite directions a half turn
+    /// about the first vector of `getBasis(from)`.
     SINEW_API static Matrix3 rotationMatrix(UVector3 const& from, UVector3 const& to);
 
     /// The axis of a rotation matrix, up to sign. `getRotationAngle` gives the angle about the axis with that sign.
@@ -101,16 +101,16 @@ public:
     /// The matrix must be a rotation; this is not checked.
     SINEW_API double getRotationAngle(UVector3 const* axis = nullptr) const;
 
-    /// Eigenvalues in ascending order and unit eigenvectors of the symmetric part of this matrix: the results of
-    /// `jacobiMethod` (eigen_solver.h).
+    /// Eigenvalues in ascending order and unit eigenvectors of the symmetric part of this matrix: the results
+    /// of `jacobiMethod` (eigen_solver.h).
     ///
     /// @param values   receives three eigenvalues; may be null.
     /// @param vectors  receives the three eigenvectors in the same order; may be null.
     /// @return always 3. To learn whether the iteration converged, call `jacobiMethod`.
     SINEW_API int getEigensystem(double* values, UVector3* vectors) const;
 
-    /// The matrix with the given eigenvalues and eigenvectors: P D P^-1, where the vectors are the columns of P and the
-    /// values the diagonal of D.
+    /// The matrix with the given eigenvalues and eigenvectors: P D P^-1, where the vectors are the columns of P and
+    /// the values the diagonal of D.
     ///
     /// @param values   three eigenvalues. Must not be null.
     /// @param vectors  three eigenvectors. Must not be null. They need not have length 1 or be perpendicular. If the
@@ -121,14 +121,13 @@ public:
     ///
     /// @param out    array for three vectors. Must not be null. Only as many are written as the function returns.
     /// @param force  if false, a matrix whose determinant exceeds 1e-08 in magnitude (strict) has no null space. If
-    /// true,
-    ///               such a matrix is treated like a singular one: its columns are projected on the plane of two of
-    ///               them, and the result is the null space of that matrix.
+    ///               true, such a matrix is treated like a singular one: its columns are projected on the plane of
+    ///               two of them, and the result is the null space of that matrix.
     /// @return the number of vectors, 0 to 3.
     ///
-    /// If all elements are below 1e-08 in magnitude (strict), the vectors are the three coordinate axes. If the squared
-    /// cross products of all pairs of columns are below 1.0000000000000001e-16 (strict), there are two vectors. The
-    /// signs of the vectors are not normalised. A NaN element gives one or two vectors of NaN.
+    /// If all elements are below 1e-08 in magnitude (strict), the vectors are the three coordinate axes. If the
+    /// squared cross products of all pairs of columns are below 1.0000000000000001e-16 (strict), there are two
+    /// vectors. The signs of the vectors are not normalised. A NaN element gives one or two vectors of NaN.
     SINEW_API int getNullspace(UVector3* out, bool force) const;
 
 private:

@@ -29,8 +29,8 @@ int nullspaceOfRankOne(Vector3 const (&columns)[3], UVector3* out)
 // The null space of a matrix that has two columns which are not parallel. Both are unit vectors in `basis`.
 int nullspaceOfRankTwo(Vector3 const (&columns)[3], Vector3 const (&basis)[2], UVector3* out)
 {
-    // The coordinates of all columns in the basis form a 2x3 matrix with the rows alpha and beta. These span the row
-    // space.
+    // The coordinates of all columns in the basis form a 2x3 matrix with the rows alpha and beta. These span
+    // the row space.
     Vector3 alpha;
     Vector3 beta;
     for (int j = 0; j < 3; ++j) {

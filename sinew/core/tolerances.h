@@ -8,8 +8,8 @@
 
 #include <sinew/export.h>
 
-/// A class without state. The tolerances are the constants in `namespace sinew` below, not members. Callers may derive
-/// from it.
+/// A class without state. The tolerances are the constants in `namespace sinew` below, not members. Callers may
+/// derive from it.
 class SINEW_API gConst_c
 {
 public:
@@ -24,8 +24,8 @@ inline constexpr double kNullLengthSq = 1e-26;
 /// Squared cosine above which directions count as parallel by default: that of 0.03 degrees.
 inline constexpr double kParallelCosineSq = 0.9999997258;
 
-/// Squared cosine below which directions count as perpendicular by default: 0.000523599 (0.03 degrees in radians)
-/// squared.
+/// Squared cosine below which directions count as perpendicular by default: 0.000523599 (0.03 degrees
+/// in radians) squared.
 inline constexpr double kNormalCosineSq = 2.7415591280100005e-07;
 
 /// Cosine of 5 degrees. Directions within this angle count as almost parallel.
@@ -34,8 +34,8 @@ inline constexpr double kAlmostParallelCosine = 0.996194698;
 /// Cosine of 85 degrees. Directions within 5 degrees of a right angle count as almost perpendicular.
 inline constexpr double kAlmostNormalCosine = 0.08715574275;
 
-/// Zero for squared lengths, dot products, 4x4 determinants, polynomial coefficients, box corners and barycentric
-/// margins.
+/// Zero for squared lengths, dot products, 4x4 determinants, polynomial coefficients, box corners
+/// and barycentric margins.
 inline constexpr double kGeometricZero = 1e-13;
 
 /// Upper limit of a barycentric coordinate: 1 - kGeometricZero.

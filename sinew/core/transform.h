@@ -11,8 +11,8 @@
 /// A rotation, a uniform scale that may be negative, and a translation.
 ///
 /// A point p is mapped to linear * (scale * p) + translation. Every operation keeps `linear` orthonormal, and a
-/// reflection is a half turn with a scale of -1. The inverse of `linear` is therefore its transpose, and interpolation
-/// treats rotation and scale separately. Angles are in radians, rotations are right-handed.
+/// reflection is a half turn with a scale of -1. The inverse of `linear` is therefore its transpose, and
+/// interpolation treats rotation and scale separately. Angles are in radians, rotations are right-handed.
 class Transform
 {
 public:
@@ -45,8 +45,9 @@ public:
 
     /// The rotation about the common normal of `a` and `b` that turns the direction a into b.
     ///
-    /// If the cross product of the two is null (`Vector3::isNull`), the result is the identity for a * b > 0, otherwise
-    /// a half turn about the second vector of `getBasis(a)`. `Matrix3::rotationMatrix` takes the first vector instead.
+    /// If the cross product of the two is null (`Vector3::isNull`), the result is the identity for a * b > 0,
+    /// otherwise a half turn about the second vector of `getBasis(a)`. `Matrix3::rotationMatrix` takes the
+    /// first vector instead.
     SINEW_API static Transform rotate(UVector3 const& a, UVector3 const& b);
 
     /// The reflection in the plane through `p` with normal `n`: the half turn about n with a scale of -1.
@@ -88,9 +89,9 @@ public:
     /// The transform at parameter `w` between `A` and `B`.
     ///
     /// For w <= 0 the result is A, for w >= 1 it is B, unchanged. The translation is interpolated linearly, the
-    /// magnitude of the scale geometrically, and the rotation by an angle proportional to w about the axis of B.linear
-    /// * A.linear^T. The sign of the scale is that of A for w up to 0.5 and that of B above. A NaN w gives a NaN
-    /// translation and rotation.
+    /// magnitude of the scale geometrically, and the rotation by an angle proportional to w about the axis of
+    /// B.linear * A.linear^T. The sign of the scale is that of A for w up to 0.5 and that of B above. A NaN w gives a
+    /// NaN translation and rotation.
     SINEW_API static Transform interpolate(Transform const& A, Transform const& B, double w);
 };
 

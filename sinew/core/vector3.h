@@ -15,12 +15,13 @@ class UVector3;
 
 /// A vector or a point: three doubles, in the length unit of the caller.
 ///
-/// The class has no virtual functions and owns no memory. A `std::vector<Vector3>` is a sequence of consecutive triples
-/// of doubles. The member functions `pullBack`, `isInTriangle` and `reflect` are implemented with the functions of
-/// vector_geometry.h.
+/// The class has no virtual functions and owns no memory. A `std::vector<Vector3>` is a sequence of consecutive
+/// triples of doubles. The member functions `pullBack`, `isInTriangle` and `reflect` are implemented with the
+/// functions of vector_geometry.h.
 class Vector3
 {
 public:
+    /// The components.
     double x = 0.0;
     double y = 0.0;
     double z = 0.0;
@@ -47,8 +48,8 @@ public:
     /// Scales this vector to length 1 and returns true. A null vector (`isNull`) is left unchanged and gives false.
     ///
     /// Each component is multiplied by the reciprocal of the length, which is computed once. A NaN or infinite
-    /// component gives true and at least one NaN component; finite components beyond about 1e154 give true and the zero
-    /// vector.
+    /// component gives true and at least one NaN component; finite components beyond about 1e154 give true and
+    /// the zero vector.
     bool autoNormalize()
     {
         if (isNull()) return false;
@@ -59,16 +60,15 @@ public:
     /// The unit vector in this direction. A null vector gives the null fallback of `UVector3`.
     UVector3 normalize() const;
 
-    /// Whether this vector is parallel to `other` or to its opposite: whether the cosine of the angle between them has
-    /// a magnitude above `tol` (strict).
+    /// Whether this vector is parallel to `other` or to its opposite: whether the cosine of the angle between them
+    /// has a magnitude above `tol` (strict).
     ///
     /// @param tol  cosine of the largest angle that counts as parallel. It is squared before use; a NaN gives the
-    /// result
-    ///             false. A negative value selects the default of 0.03 degrees: 0.9999997258, which is already a
-    ///             squared cosine and is not squared again.
+    ///             result false. A negative value selects the default of 0.03 degrees: 0.9999997258, which is already
+    ///             a squared cosine and is not squared again.
     ///
-    /// The result is false if either vector is null, even if both are the same vector, and false if a component is NaN.
-    /// With tol = 1 equal directions give false as well, because the comparison is strict.
+    /// The result is false if either vector is null, even if both are the same vector, and false if a component is
+    /// NaN. With tol = 1 equal directions give false as well, because the comparison is strict.
     constexpr bool isParallel(Vector3 const& other, double tol) const
     {
         if (isNull() || other.isNull()) return false;
@@ -85,9 +85,9 @@ public:
     /// Whether this vector is perpendicular to `other`: whether the cosine of the angle between them has a magnitude
     /// below `tol` (strict).
     ///
-    /// @param tol  cosine of the smallest angle that counts as perpendicular. It is squared before use; a NaN gives the
-    ///             result false. A negative value selects the default of 0.03 degrees from the right angle, a squared
-    ///             cosine of 2.7415591280100005e-07.
+    /// @param tol  cosine of the smallest angle that counts as perpendicular. It is squared before use; a NaN gives
+    ///             the result false. A negative value selects the default of 0.03 degrees from the right angle, a
+    ///             squared cosine of 2.7415591280100005e-07.
     ///
     /// The result is false if either vector is null and false if a component is NaN. With tol = 0 it is always false,
     /// because the comparison is strict.
@@ -106,26 +106,27 @@ public:
     ///
     /// @param basis   two consecutive vectors. The pointer must not be null. The vectors need not have length 1 or be
     ///                perpendicular.
-    /// @param coeffs  receives (alpha, beta, 0.0); may be null. It is left unwritten if the result is false.
+    /// @param coeffs  receives (alpha, beta, 0.0); may be null. It is left unwritten if the result is false. It may
+    ///                be one of the basis vectors.
     ///
     /// The equations are divided by the sum of the squared basis lengths. If their determinant is then below
-    /// 1.0000000000000001e-16 in magnitude, because the basis vectors are parallel or one of them is tiny, this vector
-    /// is projected on the longer basis vector alone (on the first if both are equally long) and the other coefficient
-    /// is 0. The result is false only if the sum of the squared basis lengths is below 1.0000000000000001e-16, or if
-    /// the share of the longer vector in that sum is. All these comparisons are strict. NaN input gives NaN
-    /// coefficients and true.
+    /// 1.0000000000000001e-16 in magnitude, because the basis vectors are parallel or one of them is tiny, this
+    /// vector is projected on the longer basis vector alone (on the first if both are equally long) and the other
+    /// coefficient is 0. The result is false only if the sum of the squared basis lengths is below
+    /// 1.0000000000000001e-16, or if the share of the longer vector in that sum is. All these comparisons are strict.
+    /// NaN input gives NaN coefficients and true. Basis vectors longer than about 1e154 overflow and give false.
     SINEW_API bool pullBack(Vector3 const* basis, Vector3* coeffs) const;
 
     /// Whether the projection of this point on the plane of the triangle a, b, c lies strictly inside the triangle.
     ///
-    /// The coordinates of `pullBack` in the edges from `a` are the barycentric coordinates of b and c. Each of the two
-    /// must lie between 1e-13 and 1 - 1e-13, and that of a must exceed 1e-13 (all strict), so a point on an edge or at
-    /// a vertex is outside. If the edges from `a` are parallel, `pullBack` gives one coordinate of 0, and the result is
-    /// false. NaN input gives false.
+    /// The coordinates of `pullBack` in the edges from `a` are the barycentric coordinates of b and c. Each of the
+    /// two must lie between 1e-13 and 1 - 1e-13, and that of a must exceed 1e-13 (all strict), so a point on an edge
+    /// or at a vertex is outside. If the edges from `a` are parallel, `pullBack` gives one coordinate of 0, and the
+    /// result is false. NaN input gives false.
     SINEW_API bool isInTriangle(Vector3 const& a, Vector3 const& b, Vector3 const& c) const;
 
-    /// The image of this point p under the rule (b - a) * s + a - (p - a), where s is the dot product of p - a with the
-    /// unit direction of b - a.
+    /// The image of this point p under the rule (b - a) * s + a - (p - a), where s is the dot product of p - a with
+    /// the unit direction of b - a.
     ///
     /// The result is the mirror image of p in the line through `a` and `b` only if |b - a| = 2, because s is measured
     /// along the unit direction and multiplied with b - a. Callers may rely on this rule. If a and b are equal, the
@@ -158,8 +159,8 @@ public:
 private:
     constexpr double dot(Vector3 const& b) const { return x * b.x + y * b.y + z * b.z; }
 
-    // A tolerance of the caller is a cosine and is squared; the default is already a squared cosine. `tol < 0` is false
-    // for NaN, whose square is NaN, and every comparison with it is false.
+    // A tolerance of the caller is a cosine and is squared; the default is already a squared cosine. `tol < 0` is
+    // false for NaN, whose square is NaN, and every comparison with it is false.
     static constexpr double cosineSqFactor(double tol, double defaultCosineSq)
     {
         return tol < 0 ? defaultCosineSq : tol * tol;
@@ -169,8 +170,8 @@ private:
 /// A direction: a `Vector3` that the constructor scales to length 1.
 ///
 /// Null fallback: if the given vector is null (`isNull`), x and y are kept and z becomes 1.0. The zero vector gives
-/// (0, 0, 1) and (1e-14, 0, 0) gives (1e-14, 0, 1). No error is reported. NaN, infinite and huge components act as
-/// in `Vector3::autoNormalize`. A later change through the `Vector3` interface is not normalised.
+/// (0, 0, 1) and (1e-14, 0, 0) gives (1e-14, 0, 1). No error is reported. NaN, infinite and huge components act as in
+/// `Vector3::autoNormalize`. A later change through the `Vector3` interface is not normalised.
 class UVector3 : public Vector3
 {
 public:

@@ -1,5 +1,5 @@
-// Segment distance: C. Ericson, Real-Time Collision Detection, 2005, section 5.1.2.
-// Curvatures: M. P. do Carmo, Differential Geometry of Curves and Surfaces, 1976, sections 1-5 and 3-3.
+// Segment distance: C. Ericson, Real-Time Collision Detection, 2005, section 5.1.2. Curvatures: M. P. do Carmo,
+// Differential Geometry of Curves and Surfaces, 1976, sections 1-5 and 3-3.
 
 #include <sinew/core/vector_geometry.h>
 

@@ -8,8 +8,8 @@
 
 namespace sinew::detail {
 
-/// The same bits as distSqToLineSegment(p, a, b, nullptr). It computes all three cases and selects one, without branches,
-/// so that a compiler can process several segments in one instruction.
+/// The same bits as distSqToLineSegment(p, a, b, nullptr). It computes all three cases and selects one, without
+/// branches, so that a compiler can process several segments in one instruction.
 SINEW_KERNEL double segmentDistSq(Vector3 const& p, Vector3 const& a, Vector3 const& b)
 {
     Vector3 const e = b - a;
