@@ -7,7 +7,7 @@
 #include <sinew/core/vector_geometry.h>
 
 using sinew::detail::axisVector;
-using sinew::detail::diagonal;
+using sinew::diagonalMatrix;
 
 namespace {
 
@@ -25,7 +25,7 @@ constexpr double kNoAxis = 1e-16;
 
 void Matrix3::zero()
 {
-    *this = diagonal(0.0, 0.0, 0.0);
+    *this = diagonalMatrix(0.0, 0.0, 0.0);
 }
 
 void Matrix3::identity()
@@ -124,5 +124,5 @@ double Matrix3::getRotationAngle(UVector3 const* axis) const
 Matrix3 Matrix3::getMatrixFromEigs(double const* values, Vector3 const* vectors)
 {
     Matrix3 const basis(vectors[0], vectors[1], vectors[2]);
-    return basis * diagonal(values[0], values[1], values[2]) * basis.inverse();
+    return basis * diagonalMatrix(values[0], values[1], values[2]) * basis.inverse();
 }

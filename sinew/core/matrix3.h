@@ -183,6 +183,16 @@ constexpr bool operator!=(Matrix3 const& a, Matrix3 const& b)
     return !(a == b);
 }
 
+namespace sinew {
+
+/// The matrix with a, b and c on its diagonal and 0.0 elsewhere: the scaling by these factors along the axes.
+constexpr Matrix3 diagonalMatrix(double a, double b, double c)
+{
+    return Matrix3(Vector3(a, 0.0, 0.0), Vector3(0.0, b, 0.0), Vector3(0.0, 0.0, c));
+}
+
+} // namespace sinew
+
 inline Matrix3 Matrix3::inverse() const
 {
     auto const& a = entries_;

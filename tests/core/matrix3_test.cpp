@@ -20,10 +20,7 @@ using test::sameBits;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kPi = 3.14159265358979323846;
 
-Matrix3 diagonal(double a, double b, double c)
-{
-    return Matrix3({a, 0, 0}, {0, b, 0}, {0, 0, c});
-}
+constexpr auto diagonal = sinew::diagonalMatrix;
 
 Matrix3 const kZero = diagonal(0, 0, 0);
 
@@ -72,6 +69,14 @@ void forMatrices(std::uint64_t seed, Check check)
 }
 
 } // namespace
+
+TEST(DiagonalMatrix, HasItsArgumentsOnTheDiagonalAndPositiveZerosElsewhere)
+{
+    Matrix3 const m = sinew::diagonalMatrix(2, -3, 5);
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) EXPECT_TRUE(sameBits(m(i, j), i != j ? 0.0 : i == 0 ? 2.0 : i == 1 ? -3.0 : 5.0));
+    }
+}
 
 TEST(Matrix3, DefaultIsTheIdentityOfNineDoubles)
 {
