@@ -162,7 +162,7 @@ std::string_view escapeOf(char c)
     }
 }
 
-// Copies `raw` to `out`, except where a character of `special` stands. There it calls `change` with the rest of `raw`;
+// Copies `raw` to `out`, except at a character of `special`. There it calls `change` with the rest of `raw`;
 // `change` appends the replacement and returns the number of bytes it replaces, which is at least 1.
 template <typename Change>
 void copyChanging(std::string& out, std::string_view raw, std::string_view special, Change change)
