@@ -136,8 +136,9 @@ std::uint32_t parseCodePoint(std::string_view digits, std::uint32_t base)
     return value;
 }
 
-// What a reader would change if it stood literally. In character data a carriage return becomes a line feed; in an
-// attribute every white space becomes a blank. ">" would be allowed in most places, but not after "]]".
+// The characters that a reader would not return unchanged if they were written literally, and ">". In character data a
+// carriage return becomes a line feed; in an attribute every white space becomes a blank. ">" is not allowed after
+// "]]".
 constexpr std::string_view kEscapedInText = "&<>\r";
 constexpr std::string_view kEscapedInAttribute = "&<>\"\t\n\r";
 
