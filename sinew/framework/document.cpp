@@ -3,6 +3,8 @@
 
 #include <sinew/framework/serializable.h>
 
+#include <cassert>
+#include <memory>
 #include <ostream>
 #include <string_view>
 
@@ -45,6 +47,7 @@ std::unique_ptr<Serializable> createFromDocument(std::istream& in)
     FactoryByName const* const factory = FactoryByName::find(root.name());
     if (!factory) root.fail("no class is registered under this name");
     std::unique_ptr<Serializable> object(factory->createObject());
+    assert(object);
     readRoot(reader, root, *object);
     return object;
 }

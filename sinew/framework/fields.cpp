@@ -109,7 +109,7 @@ void SimpleTypeHandler<std::string>::load(std::string& value, InTag& tag)
     value = tag.readText();
 }
 
-// The default operations of a persistent object. They stand here, because they call fields: see serializable.cpp.
+// The default operations of a persistent object. They are defined here because they call fields; see serializable.cpp.
 
 void Serializable::save(OutTag& tag)
 {
@@ -118,6 +118,8 @@ void Serializable::save(OutTag& tag)
     fields->save(*this, tag);
 }
 
+// By value, because persistent classes of hosts override this signature.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void Serializable::load(InTag& tag, smart_ptr<Field> field)
 {
     if (field) field->load(*this, tag);

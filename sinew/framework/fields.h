@@ -78,7 +78,7 @@ template <typename T>
 class ObjectTypeHandler
 {
 public:
-    /// `Serializable::save` is not const, but it leaves the object as it was, so that `value` may be const.
+    /// `Serializable::save` is not const, but it restores what it modifies, so `value` may be const.
     static void save(T const& value, OutTag& tag) { const_cast<T&>(value).save(tag); }
     static void load(T& value, InTag& tag) { value.load(tag, value.describeFields(tag.name())); }
 };
@@ -146,8 +146,7 @@ public:
 class SINEW_API Field : public smart_base
 {
 public:
-    /// @param name  the name of the field's tag, an XML name. A name that is not one is found when the field is
-    /// written.
+    /// @param name  the name of the field's tag. It must be an XML name; writing the field checks this.
     explicit Field(std::string const& name);
     ~Field() override;
 

@@ -12,9 +12,8 @@ namespace sinew {
 
 /// One problem that a `diagnose` has found in the data.
 ///
-/// @tparam Kind  the enumeration of the problems that one `diagnose` can find, e.g. `MatrixFault`. It documents for
-/// each
-///               enumerator what `indices` and `value` contain.
+/// @tparam Kind  the enumeration of the problems that one `diagnose` can find, e.g. `MatrixFault`. It documents what
+///               `indices` and `value` contain for each enumerator.
 template <typename Kind>
 struct Finding
 {

@@ -69,7 +69,7 @@ namespace sinew {
 ///
 /// Throws:
 /// - std::invalid_argument if `name`, the name of a field or the name of an attribute is not an XML name, or if a
-///   string or an attribute is not valid UTF-8 or contains a control character that XML does not allow;
+///   string or an attribute is not valid UTF-8 or contains a character that XML does not allow (`OutTag`);
 /// - std::bad_cast if an object describes its fields with the members of another class.
 ///
 /// After an exception `out` holds the beginning of the document; discard it. If `name` is the cause, nothing has been
@@ -82,8 +82,8 @@ SINEW_API void writeDocument(std::ostream& out, Serializable& object, std::strin
 /// Reads one document into `object`, up to the end of `in`. The root element may have any name.
 ///
 /// Line ends, a byte-order mark, comments, CDATA sections and references are read as XML 1.0 defines them. Document
-/// type declarations are refused, so that nothing is expanded and nothing is fetched. The state, the format flags and
-/// the locale of `in` are neither used nor changed, except that a stream in a failed state is refused.
+/// type declarations are refused, so that nothing is expanded and nothing is fetched. A stream in a failed state is
+/// refused; otherwise the state, the format flags and the locale of `in` are neither used nor changed.
 ///
 /// Throws `Serializable::LoadFail` if the text is not well-formed, if it does not fit the fields of `object`, if its
 /// elements are nested more than `kMaxNesting` deep (`sinew/framework/tags.h`), or if the stream cannot be read;

@@ -41,7 +41,7 @@ public:
     /// last of them would destroy the object again. An override must not throw.
     virtual void destroy() const;
 
-    /// The number of handles that hold the object; 0 until the first handle. Read it only.
+    /// The number of handles that hold the object; 0 until the first handle. Only the operations above change it.
     mutable std::int32_t referenceCount = 0;
 };
 

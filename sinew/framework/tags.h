@@ -129,8 +129,8 @@ public:
     /// Reads a child element. What it does not read of the child's content is skipped. Its exceptions pass through.
     using ChildHandler = std::function<void(InTag& child)>;
 
-    /// Reads the tag at which `reader` stands. The library constructs tags; callers get them from `Serializable::load`
-    /// and from a `ChildHandler`.
+    /// Reads the opening tag at the position of `reader`. The library constructs tags; callers get them from
+    /// `Serializable::load` and from a `ChildHandler`.
     explicit InTag(sinew::detail::XmlReader& reader);
 
     /// Reads the content that has not been read yet, and calls `onChild` with every child element in document order.

@@ -100,7 +100,7 @@ struct HostError
 {
 };
 
-// Throws an exception of its own when it is saved and when it is loaded.
+// Throws an exception of the host when it is saved and when it is loaded.
 struct Throwing : Serializable
 {
     void save(OutTag&) override { throw HostError(); }

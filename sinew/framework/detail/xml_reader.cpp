@@ -89,8 +89,7 @@ bool isYesOrNo(std::string_view standalone)
     return standalone == "yes" || standalone == "no";
 }
 
-// The parts of an XML declaration, in the order in which they must stand. The first is required, the others are
-// optional.
+// The parts of an XML declaration, in their required order. The version is required, the others are optional.
 struct DeclarationPart
 {
     std::string_view name;
@@ -190,7 +189,7 @@ void XmlReader::fail(std::string const& message, std::size_t at) const
     throw Serializable::LoadFail(place(at) + ": " + message);
 }
 
-// Passes the markup at which the reader stands.
+// Advances past `markup`, which must be at the position of the reader.
 void XmlReader::skip(std::string_view markup)
 {
     assert(atText(markup));
@@ -204,7 +203,6 @@ void XmlReader::expect(std::string_view expected, char const* message)
 }
 
 // Returns whether there was any white space.
-
 bool XmlReader::skipSpace()
 {
     std::size_t const before = at_;
@@ -231,7 +229,7 @@ std::string_view XmlReader::readUntil(std::string_view end, char const* message,
     return text;
 }
 
-// Length of the reference at the beginning of `text`, which stands at the offset `at`.
+// Length of the reference at the beginning of `text`. `at` is the offset of `text` in the document.
 std::size_t XmlReader::checkReference(std::string_view text, std::size_t at) const
 {
     std::size_t const length = resolveReference(text, nullptr);
@@ -364,7 +362,8 @@ XmlReader::Next XmlReader::nextInContent(std::string* text, bool* blank)
 void XmlReader::readCharacterData(std::string* text, bool* blank)
 {
     std::string_view const raw = rest().substr(0, rest().find('<'));
-    // The search is for ">", which documents of ours do not contain literally, while packed vectors are full of "]".
+    // The search is for ">", because the library escapes it in its own documents, while packed vectors contain many
+    // "]".
     for (std::size_t i = raw.find('>'); i < raw.size(); i = raw.find('>', i + 1)) {
         if (i >= 2 && raw[i - 1] == ']' && raw[i - 2] == ']') fail("\"]]>\" is not allowed in text", at_ + i - 2);
     }

@@ -17,8 +17,8 @@ namespace sinew::detail {
 /// Only the five predefined entities and character references are resolved; a document type declaration is refused.
 /// Every error is a `Serializable::LoadFail` with line and column, which are counted only when an error occurs.
 ///
-/// After the constructor the reader stands at the opening tag of the root element. `readStartTag`, `nextInContent`,
-/// `readEndTag` and `skipContent` advance it from there; each states where the reader must stand.
+/// After the constructor the position of the reader is the opening tag of the root element. `readStartTag`,
+/// `nextInContent`, `readEndTag` and `skipContent` advance it from there.
 /// Source: W3C, Extensible Markup Language (XML) 1.0, fifth edition, 2008.
 class XmlReader
 {
@@ -35,7 +35,7 @@ public:
     struct Attribute
     {
         std::string_view name;
-        std::string_view raw; ///< The text as it is written, with references.
+        std::string_view raw; ///< The text in the document, with unresolved references.
     };
 
     /// An opening tag. Its texts are views of the document.
@@ -46,7 +46,7 @@ public:
         bool empty = false;    ///< Whether the tag ends with "/>": no content and no closing tag follow.
         std::vector<Attribute> attributes;
     };
-    /// Reads the opening tag at which the reader stands. The result is valid until the next call.
+    /// Reads the opening tag at the position of the reader. The result is valid until the next call.
     StartTag const& readStartTag();
 
     enum class Next
@@ -59,7 +59,7 @@ public:
     /// @param blank  becomes false if the character data is more than white space; may be null.
     Next nextInContent(std::string* text, bool* blank);
 
-    /// Reads the closing tag at which the reader stands. It must have the given name.
+    /// Reads the closing tag at the position of the reader. It must have the given name.
     void readEndTag(std::string_view name);
 
     /// Skips the rest of the content and the closing tag of the element with the given name. It does not recurse, so

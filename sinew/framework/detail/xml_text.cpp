@@ -136,8 +136,9 @@ std::uint32_t parseCodePoint(std::string_view digits, std::uint32_t base)
     return value;
 }
 
-// What a reader would change if it stood literally. In character data a carriage return becomes a line feed; in an
-// attribute every white space becomes a blank. ">" would be allowed in most places, but not after "]]".
+// The characters that a reader would not return unchanged if they were written literally, and ">". In character data a
+// carriage return becomes a line feed; in an attribute every white space becomes a blank. ">" is not allowed after
+// "]]".
 constexpr std::string_view kEscapedInText = "&<>\r";
 constexpr std::string_view kEscapedInAttribute = "&<>\"\t\n\r";
 
@@ -162,7 +163,7 @@ std::string_view escapeOf(char c)
     }
 }
 
-// Copies `raw` to `out`, except where a character of `special` stands. There it calls `change` with the rest of `raw`;
+// Copies `raw` to `out`, except at a character of `special`. There it calls `change` with the rest of `raw`;
 // `change` appends the replacement and returns the number of bytes it replaces, which is at least 1.
 template <typename Change>
 void copyChanging(std::string& out, std::string_view raw, std::string_view special, Change change)

@@ -54,8 +54,7 @@ std::size_t resolveReference(std::string_view text, std::string* out);
 /// reference.
 void appendResolvedText(std::string& out, std::string_view raw);
 /// Appends the text of an attribute with references resolved and every literal tab and line end changed to a blank.
-/// Every
-/// "&" in `raw` must begin a valid reference.
+/// Every "&" in `raw` must begin a valid reference.
 void appendResolvedAttribute(std::string& out, std::string_view raw);
 /// Appends the text of a CDATA section: line ends are changed to "\n", everything else is kept.
 void appendLines(std::string& out, std::string_view raw);
