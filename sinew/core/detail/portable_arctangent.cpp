@@ -6,9 +6,9 @@
 #include <sinew/core/detail/portable_rounding.h>
 #include <sinew/core/detail/portable_sine.h>
 
-// The angle of the first octant is the nearest of 129 angles of a table, plus the arctangent of a quotient below 2^-8, by
-// the addition theorem atan q = atan c + atan((q - c) / (1 + q c)). P. T. P. Tang, Table-lookup algorithms for elementary
-// functions and their error analysis, 1991. "Q71" beside a variable says that it counts units of 2^-71.
+// The angle of the first octant is the nearest of 129 angles of a table, plus the arctangent of a quotient below 2^-8,
+// by the addition theorem atan q = atan c + atan((q - c) / (1 + q c)). P. T. P. Tang, Table-lookup algorithms for
+// elementary functions and their error analysis, 1991. "Q71" beside a variable says that it counts units of 2^-71.
 
 namespace sinew::detail::portable {
 
@@ -22,8 +22,8 @@ constexpr std::uint64_t kNinth = 0x1c71c71c71c71c71u;   // Q64
 constexpr double kPi = 0x1.921fb54442d18p+1;
 constexpr double kThreeQuartersPi = 0x1.2d97c7f3321d2p+1;
 
-// The sides of the right triangle whose angle lies in the first octant: shorter / longer = y / x * 2^-gap, where x and y are
-// the mantissas.
+// The sides of the right triangle whose angle lies in the first octant: shorter / longer = y / x * 2^-gap, where x and
+// y are the mantissas.
 struct Octant
 {
     std::uint64_t x; // Q63
@@ -41,20 +41,23 @@ struct Angle
     int exponent;
 };
 
-// numerator / denominator * 2^(places + 64), to a relative error of 2^-95; numerator * 2^places / denominator < 2^64 and
-// denominator < 2^70.
+// numerator / denominator * 2^(places + 64), to a relative error of 2^-95; numerator * 2^places / denominator < 2^64
+// and denominator < 2^70.
 UInt128 quotient(std::uint64_t numerator, UInt128 denominator, int places)
 {
-    double const inverse = 1.0 / (static_cast<double>(denominator.high) * 0x1p64 + static_cast<double>(denominator.low));
+    double const inverse =
+        1.0 / (static_cast<double>(denominator.high) * 0x1p64 + static_cast<double>(denominator.low));
     double const scale = fromBits(static_cast<std::uint64_t>(places + 1023) << 52);
     std::uint64_t const first = static_cast<std::uint64_t>(static_cast<double>(numerator) * inverse * scale);
-    UInt128 const shifted = places < 64 ? shiftLeft(UInt128{0, numerator}, places) : UInt128{numerator << (places - 64), 0};
+    UInt128 const shifted =
+        places < 64 ? shiftLeft(UInt128{0, numerator}, places) : UInt128{numerator << (places - 64), 0};
     // What remains is below 2^81; so is every step modulo 2^128.
     UInt128 const product = multiply(denominator.low, first) + UInt128{denominator.high * first, 0};
     UInt128 const rest = shifted - product;
     bool const below = rest.high >> 63 != 0;
     UInt128 const magnitude = below ? -rest : rest;
-    double const correction = (static_cast<double>(magnitude.high) * 0x1p64 + static_cast<double>(magnitude.low)) * inverse;
+    double const correction =
+        (static_cast<double>(magnitude.high) * 0x1p64 + static_cast<double>(magnitude.low)) * inverse;
     UInt128 const second = shiftLeft(UInt128{0, static_cast<std::uint64_t>(correction * 0x1p48)}, 16);
     UInt128 const result = {first, 0};
     return below ? result - second : result + second;
@@ -71,11 +74,62 @@ std::uint64_t arctangentSeries(std::uint64_t t)
     return added - (multiplyHigh(t4, kFifth) >> 14) - (multiplyHigh(t8, kNinth) >> 42);
 }
 
+// The sum of two doubles, of which `low` is much the smaller one.
+struct Sum
+{
+    double high;
+    double low;
+};
+
+// a + b; |a| >= |b| or a is zero.
+Sum sumOf(double a, double b)
+{
+    double const high = a + b;
+    return {high, (a - high) + b};
+}
+
+// The quick step in doubles, for gaps below 60: the magnitude of the whole angle.
+bool quickAngle(Octant const& o, double* result)
+{
+    double const x = static_cast<double>(o.x >> 11);
+    double const y = static_cast<double>(o.y >> 11) * fromBits(static_cast<std::uint64_t>(1023 - o.gap) << 52);
+    double const inverse = 1.0 / x;
+    double const slope = y * inverse;
+    auto const i = static_cast<std::size_t>(slope * 128.0 + 0.5);
+    Sum t{};
+    if (i == 0) {
+        // The remainder of the division, by exact products of halves.
+        double const xHigh = fromBits(bitsOf(x) & ~std::uint64_t{0x7ffffff});
+        double const slopeHigh = fromBits(bitsOf(slope) & ~std::uint64_t{0x7ffffff});
+        double const xLow = x - xHigh, slopeLow = slope - slopeHigh;
+        double const rest = (((y - xHigh * slopeHigh) - xHigh * slopeLow) - xLow * slopeHigh) - xLow * slopeLow;
+        t = {slope, rest * inverse};
+    } else {
+        double const c = static_cast<double>(i) * 0x1p-7;
+        double const xHigh = fromBits(bitsOf(x) & ~std::uint64_t{0xff}); // c has eight bits
+        t = {((y - c * xHigh) - c * (x - xHigh)) / (x + c * y), 0.0};
+    }
+    double const t2 = t.high * t.high;
+    double const series =
+        t.high * t2 * (-0x1.5555555555555p-2 + t2 * (0x1.999999999999ap-3 + t2 * -0x1.2492492492492p-3));
+    TwoDoubles const table = kArctangentTable[i];
+    Sum angle = sumOf(table.high, t.high);
+    angle.low += table.low + (t.low + series);
+    if (o.swapped || o.mirrored) {
+        double const factor = o.swapped ? 1.0 : 2.0;
+        double const sign = o.swapped && o.mirrored ? 1.0 : -1.0;
+        Sum const whole = sumOf(factor * kHalfPiTable.high, sign * angle.high);
+        angle = {whole.high, whole.low + (factor * kHalfPiTable.low + sign * angle.low)};
+    }
+    double const error = i == 0 && !o.swapped && !o.mirrored ? angle.high * 0x1p-61 : 0x1p-60;
+    return roundIfCertain(angle.high, angle.low, error, result);
+}
+
 // The angle within the octant, to a relative error of 2^-67.
 Angle octantAngle(Octant const& o)
 {
     std::uint64_t const x = o.x >> 11, y = o.y >> 11; // Q52
-    std::uint64_t nearest = 0; // in 128ths
+    std::uint64_t nearest = 0;                        // in 128ths
     if (o.gap < 8) {
         double const slope = static_cast<double>(y) / static_cast<double>(x << o.gap);
         nearest = static_cast<std::uint64_t>(slope * 128.0 + 0.5);
@@ -208,6 +262,8 @@ double atan2(double y, double x)
     o.x = longer.mantissa;
     o.y = shorter.mantissa;
     o.gap = longer.exponent - shorter.exponent;
+    double quick = 0.0;
+    if (o.gap < 60 && quickAngle(o, &quick)) return o.negative ? -quick : quick;
     Angle const inOctant = octantAngle(o);
     Angle const angle = wholeAngle(o, inOctant);
     double result = 0.0;

@@ -50,13 +50,13 @@ Logarithm logNearOne(std::uint64_t u /* |u| in Q75 */, bool negative)
 // ln(1 + u) for |u| < 2^-14 as a signed Q96.
 UInt128 logOfRest(std::uint64_t u /* |u| in Q75 */, bool negative)
 {
-    UInt128 const square = multiply(u, u);                // Q150
-    std::uint64_t const u2 = square.high;                 // Q86
-    std::uint64_t const u3 = multiplyHigh(u2, u);         // Q97
-    std::uint64_t const u4 = multiplyHigh(u2, u2);        // Q108
-    std::uint64_t const u5 = multiplyHigh(u4, u);         // Q119
-    UInt128 const first = shiftLeft(UInt128{0, u}, 21);   // Q96
-    UInt128 const second = shiftRight(square, 55);        // u^2 / 2
+    UInt128 const square = multiply(u, u);              // Q150
+    std::uint64_t const u2 = square.high;               // Q86
+    std::uint64_t const u3 = multiplyHigh(u2, u);       // Q97
+    std::uint64_t const u4 = multiplyHigh(u2, u2);      // Q108
+    std::uint64_t const u5 = multiplyHigh(u4, u);       // Q119
+    UInt128 const first = shiftLeft(UInt128{0, u}, 21); // Q96
+    UInt128 const second = shiftRight(square, 55);      // u^2 / 2
     UInt128 const third = {0, multiplyHigh(u3, kThird) >> 1};
     UInt128 const fourth = {0, u4 >> 14};
     UInt128 const fifth = {0, multiplyHigh(u5, kFifth) >> 23};
@@ -76,6 +76,28 @@ Wide<kWords> widened(Logarithm const& quick)
     result.words[0] = quick.mantissa.high;
     result.words[1] = quick.mantissa.low;
     return result;
+}
+
+// x = 2^exponent (1 + rest / 2^75) / (the factors of two table entries), |rest| < 2^61.
+struct LogReduction
+{
+    int exponent;
+    int coarse;
+    int fine;
+    std::int64_t rest;
+};
+
+inline LogReduction reduceLog(std::uint64_t bits)
+{
+    Parts const x = partsOf(bits);
+    std::uint64_t const m = x.mantissa >> 11; // Q52
+    int const i = static_cast<int>(m >> 45 & 127);
+    std::uint64_t const once = m * kLogCoarse[i].reciprocal;          // Q60
+    std::int64_t const z = static_cast<std::int64_t>(once << 4) >> 4; // what exceeds 1, in Q60
+    int const j = static_cast<int>(z >> 46) + kLogFineZero;
+    // Exact: the product has the form 1 + u in Q75, of which the lowest 64 bits remain, and |u| < 2^-14.
+    std::int64_t const u = static_cast<std::int64_t>(once * kLogFine[j].reciprocal);
+    return {i < kLogUpper ? x.exponent : x.exponent + 1, i, j, u};
 }
 
 // Beyond these, e^x rounds to infinity or to 0.
@@ -113,9 +135,10 @@ double exp(double x)
     if (x < kSmallestExponent) return 0.0;
     std::uint64_t const bits = bitsOf(x);
     if ((bits & ~kSignBit) < bitsOf(0x1p-54)) return 1.0 + x;
+    double result = 0.0;
+    if (quickExp({x, 0.0, 0.0}, &result)) return result;
     Parts const parts = partsOf(bits);
     BinaryExponent const t = timesLog2E({parts.mantissa, 0}, parts.exponent, x < 0);
-    double result = 0.0;
     if (roundIfCertain(exp2OfFraction(t.fraction), t.whole, 69, false, &result)) return result;
     return slowExp(x);
 }
@@ -128,10 +151,52 @@ double log(double x)
         return x < 0 ? fromBits(kNaNBits) : x + x;
     }
     if (x == 1) return 0.0;
-    Logarithm const y = logOf(bits);
     double result = 0.0;
+    QuickNumber const quick = quickLog(bits);
+    if (roundIfCertain(quick.high, quick.low, quick.error, &result)) return result;
+    Logarithm const y = logOf(bits);
     if (roundIfCertain(y.mantissa, y.exponent, 75, y.negative, &result)) return result;
     return slowLog(bits);
+}
+
+bool quickExp(QuickNumber const& x, double* result)
+{
+    // e^x = 2^(k / 128) e^r with |r| < 2^-8.5.
+    double const kIntegers = 0x1.8p52; // sums with it are integers
+    double const shifted = x.high * kStepsPerLn2 + kIntegers;
+    double const k = shifted - kIntegers;
+    std::int32_t const steps = static_cast<std::int32_t>(bitsOf(shifted) & 0xffffffffu);
+    double const r = ((x.high - k * kLn2Step.high) - k * kLn2Step.low) + x.low;
+    TwoDoubles const t = kExp2Table[steps & 127];
+    double const r2 = r * r;
+    double const p = r + r2 * ((0.5 + r * 0x1.5555555555555p-3) +
+                               r2 * (0x1.5555555555555p-5 + r * 0x1.1111111111111p-7 + r2 * 0x1.6c16c16c16c17p-10));
+    double const low = t.low + t.high * p;
+    double const error = 0x1p-59 + 2 * x.error;
+    double scaled = 0.0;
+    int const exponent = steps >> 7;
+    if (!roundIfCertain(t.high, low, error, &scaled) || exponent < -1021 || exponent > 1022) return false;
+    *result = fromBits(bitsOf(scaled) + (static_cast<std::uint64_t>(exponent) << 52));
+    return true;
+}
+
+QuickNumber quickLog(std::uint64_t bits)
+{
+    LogReduction const reduced = reduceLog(bits);
+    TwoDoubles const coarse = kLogCoarseTable[reduced.coarse];
+    TwoDoubles const fine = kLogFineTable[reduced.fine];
+    double const k = reduced.exponent;
+    double const r = static_cast<double>(reduced.rest) * 0x1p-75;
+    double const lost =
+        static_cast<double>(reduced.rest - static_cast<std::int64_t>(static_cast<double>(reduced.rest))) * 0x1p-75;
+    double const high = k * kLn2Table.high + (coarse.high + fine.high); // exact
+    double const r2 = r * r;
+    double const series = r2 * (-0.5 + r * 0x1.5555555555555p-2) + r2 * r2 * (-0.25 + r * 0x1.999999999999ap-3);
+    double const low = (k * kLn2Table.low + (coarse.low + fine.low)) + (series + lost);
+    double const sum = high + r;
+    double const rest = (high - sum) + r; // exact, since |high| is zero or larger than |r|
+    if (high == 0.0) return {r, low, 0x1p-64 * (r < 0 ? -r : r)};
+    return {sum, rest + low, 0x1p-77};
 }
 
 BinaryExponent timesLog2E(UInt128 mantissa, int exponent, bool negative)
@@ -166,11 +231,11 @@ UInt128 exp2OfFraction(UInt128 fraction)
     UInt128 const factor = coarse + shiftRight(multiply(coarse.high, fine), 6); // Q127
 
     // e^u - 1 for the rest of the fraction, u = g ln 2 < 2^-14.5.
-    std::uint64_t const g = shiftLeft(fraction, 14).high;  // Q78
-    std::uint64_t const u = multiplyHigh(g, kLn2[0]);      // Q78
-    std::uint64_t const u2 = multiplyHigh(u, u);           // Q92
-    std::uint64_t const u3 = multiplyHigh(u2, u);          // Q106
-    std::uint64_t const u4 = multiplyHigh(u2, u2);         // Q120
+    std::uint64_t const g = shiftLeft(fraction, 14).high; // Q78
+    std::uint64_t const u = multiplyHigh(g, kLn2[0]);     // Q78
+    std::uint64_t const u2 = multiplyHigh(u, u);          // Q92
+    std::uint64_t const u3 = multiplyHigh(u2, u);         // Q106
+    std::uint64_t const u4 = multiplyHigh(u2, u2);        // Q120
     std::uint64_t const series =
         u + (u2 >> 15) + (multiplyHigh(u3, kSixth) >> 28) + (multiplyHigh(u4, kSixth) >> 44); // Q78
     return factor + shiftRight(multiply(factor.high, series), 14);
@@ -178,17 +243,11 @@ UInt128 exp2OfFraction(UInt128 fraction)
 
 Logarithm logOf(std::uint64_t bits)
 {
-    Parts const x = partsOf(bits);
-    std::uint64_t const m = x.mantissa >> 11; // Q52
-    int const i = static_cast<int>(m >> 45 & 127);
-    int const k = i < kLogUpper ? x.exponent : x.exponent + 1;
-    LogStep const coarse = kLogCoarse[i];
-    std::uint64_t const once = m * coarse.reciprocal; // Q60
-    std::int64_t const z = static_cast<std::int64_t>(once << 4) >> 4; // what exceeds 1, in Q60
-    int const j = static_cast<int>(z >> 46) + kLogFineZero;
-    LogStep const fine = kLogFine[j];
-    // Exact: the product has the form 1 + u in Q75, of which the lowest 64 bits remain, and |u| < 2^-14.
-    std::int64_t const u = static_cast<std::int64_t>(once * fine.reciprocal);
+    LogReduction const r = reduceLog(bits);
+    int const k = r.exponent;
+    LogStep const coarse = kLogCoarse[r.coarse];
+    LogStep const fine = kLogFine[r.fine];
+    std::int64_t const u = r.rest;
     bool const negative = u < 0;
     std::uint64_t const magnitude = negative ? 0 - static_cast<std::uint64_t>(u) : static_cast<std::uint64_t>(u);
 

@@ -15,6 +15,20 @@ namespace sinew::detail::portable {
 /// has wrapped around to a small number; it is not normalised then, and no rounding of it is certain.
 UInt128 exp2OfFraction(UInt128 fraction);
 
+/// A number as the sum of two doubles, of which `low` is much the smaller one, and a bound of its absolute error.
+struct QuickNumber
+{
+    double high;
+    double low;
+    double error;
+};
+
+/// e^(x.high + x.low), rounded to a double if the error bound allows it. Only |x| below 708 is ever certain.
+bool quickExp(QuickNumber const& x, double* result);
+
+/// ln x for a finite x > 0 other than 1, from its bits.
+QuickNumber quickLog(std::uint64_t bits);
+
 /// whole + fraction / 2^128.
 struct BinaryExponent
 {
@@ -22,8 +36,8 @@ struct BinaryExponent
     UInt128 fraction;
 };
 
-/// (negative ? -1 : 1) * m * 2^(exponent - 127) for exponent < 30; the absolute error is below 2^-127, and m is normalised
-/// or the error is as much larger as m is short.
+/// (negative ? -1 : 1) * m * 2^(exponent - 127) for exponent < 30; the absolute error is below 2^-127, and m is
+/// normalised or the error is as much larger as m is short.
 BinaryExponent splitExponent(UInt128 m, int exponent, bool negative);
 
 /// The same for a product with log2(e); the absolute error is below 2^(exponent - 124).

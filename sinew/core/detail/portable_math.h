@@ -6,8 +6,8 @@
 /// Each function first computes about 70 bits of its result in 64-bit integers. If the error bound leaves the rounding
 /// open, it repeats the computation with 256 and then 512 bits.
 /// Source of the method: A. Ziv, Fast evaluation of elementary mathematical functions with correctly rounded last bit,
-/// ACM Transactions on Mathematical Software 17, 1991. The hardest arguments of the functions of one variable, as far as
-/// they are known, need fewer than 130 bits: V. Lefevre and J.-M. Muller, Worst cases for correct rounding of the
+/// ACM Transactions on Mathematical Software 17, 1991. The hardest arguments of the functions of one variable, as far
+/// as they are known, need fewer than 130 bits: V. Lefevre and J.-M. Muller, Worst cases for correct rounding of the
 /// elementary functions in double precision, 2001.
 ///
 /// Special arguments follow ISO C, annex F. The floating-point environment must round to nearest; its exception flags

@@ -117,16 +117,47 @@ double slowPow(std::uint64_t x, double y, bool negative)
     return negative ? -result : result;
 }
 
+// The exact product of two doubles as high + low. Source: T. J. Dekker, A floating-point technique for extending the
+// available precision, 1971.
+void multiplyExactly(double a, double b, double* high, double* low)
+{
+    double const kSplitter = 0x1p27 + 1;
+    double const ta = a * kSplitter, tb = b * kSplitter;
+    double const aHigh = ta - (ta - a), bHigh = tb - (tb - b);
+    double const aLow = a - aHigh, bLow = b - bHigh;
+    *high = a * b;
+    *low = ((aHigh * bHigh - *high) + aHigh * bLow + aLow * bHigh) + aLow * bLow;
+}
+
+// The quick step: x^y = e^(y ln x) in sums of two doubles.
+bool quickPow(std::uint64_t x, double y, double* result)
+{
+    double const magnitude = y < 0 ? -y : y;
+    if (!(magnitude < 0x1p64)) return false;
+    QuickNumber const l = quickLog(x);
+    double const high = l.high + l.low;
+    double const low = (l.high - high) + l.low;
+    QuickNumber t{};
+    multiplyExactly(y, high, &t.high, &t.low);
+    double const size = t.high < 0 ? -t.high : t.high;
+    if (!(size < 708.0)) return false;
+    t.low += y * low;
+    t.error = magnitude * l.error + size * 0x1p-100;
+    return quickExp(t, result);
+}
+
 // x^y for finite x > 0 other than 1 and finite y other than 0, with the sign given.
 double powOfPositive(std::uint64_t x, double y, bool negative)
 {
+    double quick = 0.0;
+    if (quickPow(x, y, &quick)) return negative ? -quick : quick;
     double const huge = fromBits(kInfinityBits | (negative ? kSignBit : 0));
     double const tiny = negative ? -0.0 : 0.0;
     Logarithm const l = logOf(x);
     Parts const parts = partsOf(bitsOf(y));
     bool const below = l.negative != (y < 0); // whether the power is below 1
     int exponent = l.exponent + parts.exponent;
-    if (exponent >= 11) return below ? tiny : huge;                  // |y ln x| >= 2^11
+    if (exponent >= 11) return below ? tiny : huge;                                 // |y ln x| >= 2^11
     if (exponent < -60) return fromBits(negative ? kOneBits | kSignBit : kOneBits); // |y ln x| < 2^-58
     UInt128 product = multiplyHigh(l.mantissa, parts.mantissa);
     ++exponent;

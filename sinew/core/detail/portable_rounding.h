@@ -74,6 +74,14 @@ inline bool roundIfCertain(UInt128 m, int exponent, int bits, bool negative, dou
     return true;
 }
 
+/// high + low with |low| much smaller than |high|, rounded if every number within `error` of it rounds to the same
+/// double. The sum must be neither subnormal nor overflow.
+inline bool roundIfCertain(double high, double low, double error, double* result)
+{
+    *result = high + (low + error);
+    return *result == high + (low - error);
+}
+
 /// The double nearest to |a|, ties to even; infinity beyond the largest one.
 template <std::size_t kWords>
 double roundMagnitude(Wide<kWords> const& a)

@@ -6,22 +6,22 @@
 #include <sinew/core/detail/portable_math.h>
 #include <sinew/core/detail/portable_rounding.h>
 
-// Sine and cosine: the argument is reduced with as many bits of 2 / pi as its exponent needs (M. H. Payne and R. N. Hanek,
-// Radian reduction for trigonometric functions, 1983), and the rest of a quarter turn is split into a multiple of 1 / 128,
-// whose sine and cosine stand in a table, and a short series (P. T. P. Tang, Table-lookup algorithms for elementary
-// functions and their error analysis, 1991). "Q71" beside a variable says that it counts units of 2^-71.
+// Sine and cosine: the argument is reduced with as many bits of 2 / pi as its exponent needs (M. H. Payne and R. N.
+// Hanek, Radian reduction for trigonometric functions, 1983), and the rest of a quarter turn is split into a multiple
+// of 1 / 128, whose sine and cosine stand in a table, and a short series (P. T. P. Tang, Table-lookup algorithms for
+// elementary functions and their error analysis, 1991). "Q71" beside a variable says that it counts units of 2^-71.
 
 namespace sinew::detail::portable {
 
 namespace {
 
-constexpr std::uint64_t kSixth = 0x2aaaaaaaaaaaaaaau;      // Q64
-constexpr std::uint64_t kTwentieth = 0x0cccccccccccccccu;  // Q64
+constexpr std::uint64_t kSixth = 0x2aaaaaaaaaaaaaaau;       // Q64
+constexpr std::uint64_t kTwentieth = 0x0cccccccccccccccu;   // Q64
 constexpr std::uint64_t kFortySecond = 0x0618618618618618u; // Q64
-constexpr std::uint64_t kThirtieth = 0x0888888888888888u;  // Q64
+constexpr std::uint64_t kThirtieth = 0x0888888888888888u;   // Q64
 
-// An angle as a number of quarter turns: (negative ? -1 : 1) * (fraction / 2^128), at most 1/2, after `quarters` of them,
-// counted modulo 4. The fraction may be off by 4.
+// An angle as a number of quarter turns: (negative ? -1 : 1) * (fraction / 2^128), at most 1/2, after `quarters` of
+// them, counted modulo 4. The fraction may be off by 4.
 struct QuarterTurns
 {
     unsigned quarters;
@@ -45,7 +45,8 @@ QuarterTurns reduced(Parts x)
     UInt128 const low = multiply(x.mantissa, twoOverPi(first + 128));
     UInt128 const middle = multiply(x.mantissa, twoOverPi(first + 64)) + UInt128{0, low.high};
     UInt128 const high = multiply(x.mantissa, twoOverPi(first)) + UInt128{0, middle.high};
-    // The product times 2^256 in four words: high.high, high.low, middle.low, low.low; `integerBits` stand before the point.
+    // The product times 2^256 in four words: high.high, high.low, middle.low, low.low; `integerBits` stand before the
+    // point.
     int const integerBits = x.exponent - first + 1;
     unsigned quarters = 0;
     UInt128 fraction = {0, 0};
@@ -91,8 +92,8 @@ std::uint64_t cosineSeries(std::uint64_t t)
     return t2 / 2 - b + c;
 }
 
-// A positive result m * 2^(exponent - 127) of a quick step, correct to the relative error 2^-bits; no bits if nothing is
-// certain.
+// A positive result m * 2^(exponent - 127) of a quick step, correct to the relative error 2^-bits; no bits if nothing
+// is certain.
 struct Quick
 {
     UInt128 m;
@@ -211,6 +212,45 @@ bool roundSine(Parts x, unsigned quarters, bool negative, double* result)
     return roundIfCertain(y, y.exponent + kWideSineErrorBits - wordBits(y), result);
 }
 
+// The quick step in doubles: sin(x + quarters * pi / 2) for |x| < 2^19.
+bool quickSine(double x, unsigned quarters, double* result)
+{
+    double const kIntegers = 0x1.8p52; // sums with it are integers
+    double const shifted = x * kStepsPerTurnPart + kIntegers;
+    double const k = shifted - kIntegers;
+    std::uint32_t const steps = static_cast<std::uint32_t>(bitsOf(shifted) & 0xffffffffu);
+
+    // x - k pi / 256 as r + rest. Only the last of the three products and the last difference are rounded.
+    double const first = (x - k * kPiStep[0]) - k * kPiStep[1];
+    double const last = k * kPiStep[2];
+    double r = first - last;
+    double rest = (first - r) - last; // exact unless |first| < |last|, where |r| is too small to go on with
+
+    std::uint32_t const place = (steps >> 7) + quarters;
+    std::uint32_t const i = steps & 127;
+    bool const isSine = place % 2 == 0;
+    TwoDoubles const main = kSineTable[isSine ? i : 128 - i];
+    TwoDoubles const other = kSineTable[isSine ? 128 - i : i];
+    if (!isSine) {
+        r = -r;
+        rest = -rest;
+    }
+    // main cos r + other sin r, of which main.high and the leading bits of other.high r are exact.
+    double const leading = fromBits(bitsOf(r) & ~std::uint64_t{0x7ffffff});
+    double const r2 = r * r;
+    double const sine = r * r2 * (-0x1.5555555555555p-3 + r2 * (0x1.1111111111111p-7 + r2 * -0x1.a01a01a01a01ap-13));
+    double const cosine = r2 * (-0.5 + r2 * (0x1.5555555555555p-5 + r2 * -0x1.6c16c16c16c17p-10));
+    double const product = other.high * leading;
+    double const high = main.high + product;
+    double const corrections = other.high * ((r - leading) + rest) + other.low * r + main.low;
+    double const series = (other.high + other.low) * sine + (main.high + main.low) * cosine;
+    double const low = ((main.high - high) + product) + (corrections + series);
+    double const size = main.high == 0.0 ? (r < 0 ? -r : r) : 1.0;
+    if (size < 0x1p-20 || !roundIfCertain(high, low, size * 0x1p-65, result)) return false;
+    if ((place & 2) != 0) *result = -*result;
+    return true;
+}
+
 // sin(x + quarters * pi / 2) for |x|, times the sign.
 double sineOfShifted(Parts x, unsigned quarters, bool negative)
 {
@@ -266,6 +306,8 @@ double sin(double x)
     std::uint64_t const magnitude = bits & ~kSignBit;
     if (magnitude >= kInfinityBits) return magnitude == kInfinityBits ? fromBits(kNaNBits) : x + x;
     if (magnitude < bitsOf(0x1p-27)) return x; // x^3 / 6 is less than a quarter of the last place
+    double result = 0.0;
+    if (magnitude < bitsOf(0x1p19) && quickSine(x, 0, &result)) return result;
     return sineOfShifted(partsOf(magnitude), 0, bits != magnitude);
 }
 
@@ -274,6 +316,8 @@ double cos(double x)
     std::uint64_t const magnitude = bitsOf(x) & ~kSignBit;
     if (magnitude >= kInfinityBits) return magnitude == kInfinityBits ? fromBits(kNaNBits) : x + x;
     if (magnitude < bitsOf(0x1p-27)) return 1.0; // x^2 / 2 is less than a half of the last place below 1
+    double result = 0.0;
+    if (magnitude < bitsOf(0x1p19) && quickSine(x, 1, &result)) return result;
     return sineOfShifted(partsOf(magnitude), 1, false);
 }
 
