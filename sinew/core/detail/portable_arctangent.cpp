@@ -226,10 +226,14 @@ bool roundAngle(Octant const& o, Angle const& quick, double* result)
     return roundIfCertain(angle, angle.exponent + kErrorBits - wordBits(angle), result);
 }
 
-double slowAtan2(Octant const& o, Angle const& quick)
+// The magnitude of the angle, when the quick step leaves its rounding open.
+SINEW_RARE double accurateAngle(Octant const& o)
 {
-    if (o.gap > 130 && !o.swapped && !o.mirrored) return roundTiny(o);
+    Angle const quick = octantAngle(o);
+    Angle const angle = wholeAngle(o, quick);
     double result = 0.0;
+    if (roundIfCertain(angle.m, angle.exponent, 67, false, &result)) return result;
+    if (o.gap > 130 && !o.swapped && !o.mirrored) return roundTiny(o);
     if (!roundAngle<4>(o, quick, &result)) roundAngle<8>(o, quick, &result);
     return result;
 }
@@ -262,14 +266,9 @@ double atan2(double y, double x)
     o.x = longer.mantissa;
     o.y = shorter.mantissa;
     o.gap = longer.exponent - shorter.exponent;
-    double quick = 0.0;
-    if (o.gap < 60 && quickAngle(o, &quick)) return o.negative ? -quick : quick;
-    Angle const inOctant = octantAngle(o);
-    Angle const angle = wholeAngle(o, inOctant);
-    double result = 0.0;
-    if (roundIfCertain(angle.m, angle.exponent, 67, o.negative, &result)) return result;
-    result = slowAtan2(o, inOctant);
-    return o.negative ? -result : result;
+    double angle = 0.0;
+    if (o.gap >= 60 || !quickAngle(o, &angle)) angle = accurateAngle(o);
+    return o.negative ? -angle : angle;
 }
 
 } // namespace sinew::detail::portable

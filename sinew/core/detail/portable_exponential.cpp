@@ -100,14 +100,40 @@ inline LogReduction reduceLog(std::uint64_t bits)
     return {i < kLogUpper ? x.exponent : x.exponent + 1, i, j, u};
 }
 
+// The quick step of log: one table instead of the two of quickLog, and a longer series.
+bool roundQuickLog(std::uint64_t bits, double* result)
+{
+    Parts const x = partsOf(bits);
+    std::uint64_t const m = x.mantissa >> 11; // Q52
+    int const i = static_cast<int>(m >> 45 & 127);
+    std::uint64_t const once = m * kLogCoarse[i].reciprocal;                                   // Q60
+    double const r = static_cast<double>(static_cast<std::int64_t>(once << 4) >> 4) * 0x1p-60; // exact, below 2^-7
+    double const k = i < kLogUpper ? x.exponent : x.exponent + 1;
+    TwoDoubles const coarse = kLogCoarseTable[i];
+    double const high = k * kLn2Table.high + coarse.high; // exact
+    double const r2 = r * r;
+    double const r4 = r2 * r2;
+    double const early = (0x1.5555555555555p-2 + r * -0.25) + r2 * (0x1.999999999999ap-3 + r * -0x1.5555555555555p-3);
+    double const late = (0x1.2492492492492p-3 + r * -0.125) + r2 * (0x1.c71c71c71c71cp-4 + r * -0x1.999999999999ap-4);
+    double const series = r2 * -0.5 + r * r2 * (early + r4 * late);
+    double const sum = high + r;
+    double const rest = (high - sum) + r; // exact, since |high| is zero or larger than |r|
+    double const low = rest + ((k * kLn2Table.low + coarse.low) + series);
+    double const error = high == 0.0 ? 0x1p-60 * (r < 0 ? -r : r) : 0x1p-65;
+    return roundIfCertain(sum, low, error, result);
+}
+
 // Beyond these, e^x rounds to infinity or to 0.
 constexpr double kLargestExponent = 0x1.62e42fefa39efp+9;
 constexpr double kSmallestExponent = -0x1.74910d52d3052p+9;
 
-double slowExp(double x)
+// What follows when the quick step leaves the rounding open.
+SINEW_RARE double accurateExp(double x)
 {
-    Parts const parts = partsOf(bitsOf(x));
     double result = 0.0;
+    Parts const parts = partsOf(bitsOf(x));
+    BinaryExponent const t = timesLog2E({parts.mantissa, 0}, parts.exponent, x < 0);
+    if (roundIfCertain(exp2OfFraction(t.fraction), t.whole, 69, false, &result)) return result;
     auto const attempt = [&](auto wideX) {
         wideX.negative = x < 0;
         auto const y = wideExp(wideX);
@@ -118,45 +144,50 @@ double slowExp(double x)
     return result;
 }
 
-double slowLog(std::uint64_t bits)
+SINEW_RARE double accurateLog(std::uint64_t bits)
 {
     double result = 0.0;
+    Logarithm const y = logOf(bits);
+    if (roundIfCertain(y.mantissa, y.exponent, 75, y.negative, &result)) return result;
     if (roundIfCertain(wideLog<4>(bits), kWideLogErrorBits - 256, &result)) return result;
     roundIfCertain(wideLog<8>(bits), kWideLogErrorBits - 512, &result);
     return result;
+}
+
+// Arguments of exp beyond 2^9 or below 2^-54, and those that are not finite.
+SINEW_RARE double extremeExp(double x)
+{
+    if (x != x) return x + x;
+    if (x > kLargestExponent) return fromBits(kInfinityBits);
+    if (x < kSmallestExponent) return 0.0;
+    if (x > -0x1p-54 && x < 0x1p-54) return 1.0 + x;
+    return accurateExp(x);
+}
+
+// Zeros, negative numbers, infinity and NaN.
+SINEW_RARE double extremeLog(double x)
+{
+    if (x == 0) return -fromBits(kInfinityBits);
+    return x < 0 ? fromBits(kNaNBits) : x + x;
 }
 
 } // namespace
 
 double exp(double x)
 {
-    if (x != x) return x + x;
-    if (x > kLargestExponent) return fromBits(kInfinityBits);
-    if (x < kSmallestExponent) return 0.0;
-    std::uint64_t const bits = bitsOf(x);
-    if ((bits & ~kSignBit) < bitsOf(0x1p-54)) return 1.0 + x;
+    std::uint64_t const magnitude = bitsOf(x) & ~kSignBit;
+    if (magnitude - bitsOf(0x1p-54) >= bitsOf(0x1p9) - bitsOf(0x1p-54)) return extremeExp(x);
     double result = 0.0;
-    if (quickExp({x, 0.0, 0.0}, &result)) return result;
-    Parts const parts = partsOf(bits);
-    BinaryExponent const t = timesLog2E({parts.mantissa, 0}, parts.exponent, x < 0);
-    if (roundIfCertain(exp2OfFraction(t.fraction), t.whole, 69, false, &result)) return result;
-    return slowExp(x);
+    return quickExp({x, 0.0, 0.0}, &result) ? result : accurateExp(x);
 }
 
 double log(double x)
 {
     std::uint64_t const bits = bitsOf(x);
-    if (!(x > 0) || bits == kInfinityBits) {
-        if (x == 0) return -fromBits(kInfinityBits);
-        return x < 0 ? fromBits(kNaNBits) : x + x;
-    }
+    if (bits - 1 >= kInfinityBits - 1) return extremeLog(x);
     if (x == 1) return 0.0;
     double result = 0.0;
-    QuickNumber const quick = quickLog(bits);
-    if (roundIfCertain(quick.high, quick.low, quick.error, &result)) return result;
-    Logarithm const y = logOf(bits);
-    if (roundIfCertain(y.mantissa, y.exponent, 75, y.negative, &result)) return result;
-    return slowLog(bits);
+    return roundQuickLog(bits, &result) ? result : accurateLog(bits);
 }
 
 bool quickExp(QuickNumber const& x, double* result)

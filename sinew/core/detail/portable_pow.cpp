@@ -147,10 +147,8 @@ bool quickPow(std::uint64_t x, double y, double* result)
 }
 
 // x^y for finite x > 0 other than 1 and finite y other than 0, with the sign given.
-double powOfPositive(std::uint64_t x, double y, bool negative)
+SINEW_RARE double accuratePow(std::uint64_t x, double y, bool negative)
 {
-    double quick = 0.0;
-    if (quickPow(x, y, &quick)) return negative ? -quick : quick;
     double const huge = fromBits(kInfinityBits | (negative ? kSignBit : 0));
     double const tiny = negative ? -0.0 : 0.0;
     Logarithm const l = logOf(x);
@@ -191,7 +189,9 @@ double pow(double x, double y)
     }
     if (parity == Parity::notInteger) return fromBits(kNaNBits);
     if (xMagnitude == kOneBits) return negative ? -1.0 : 1.0;
-    return powOfPositive(xMagnitude, y, negative);
+    double power = 0.0;
+    if (quickPow(xMagnitude, y, &power)) return negative ? -power : power;
+    return accuratePow(xMagnitude, y, negative);
 }
 
 } // namespace sinew::detail::portable

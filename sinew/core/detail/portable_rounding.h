@@ -9,6 +9,13 @@
 #include <sinew/core/detail/uint128.h>
 #include <sinew/core/detail/wide_number.h>
 
+// Keeps the rare steps of a function out of its common one, which then needs few registers and no stack.
+#if defined(__GNUC__)
+#define SINEW_RARE __attribute__((noinline, cold))
+#else
+#define SINEW_RARE
+#endif
+
 namespace sinew::detail::portable {
 
 constexpr std::uint64_t kSignBit = std::uint64_t{1} << 63;

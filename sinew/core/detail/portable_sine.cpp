@@ -252,7 +252,7 @@ bool quickSine(double x, unsigned quarters, double* result)
 }
 
 // sin(x + quarters * pi / 2) for |x|, times the sign.
-double sineOfShifted(Parts x, unsigned quarters, bool negative)
+SINEW_RARE double sineOfShifted(Parts x, unsigned quarters, bool negative)
 {
     QuarterTurns const turns = reduced(x);
     unsigned const place = (turns.quarters + quarters) & 3;
