@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr double kHalfTurn = 3.141592653589793;
+constexpr double kHalfTurn = 3.141592653589793; // radians
 
 } // namespace
 
@@ -49,7 +49,8 @@ Transform Transform::interpolate(Transform const& A, Transform const& B, double 
     Transform result;
     result.translation = w * B.translation + (1 - w) * A.translation;
 
-    // Halves of opposite sign cannot be blended: the scale would pass through zero. The nearer end decides.
+    // The geometric mean needs positive scales, and a mean of opposite signs would pass through zero. The magnitudes
+    // are interpolated, and the nearer end gives the sign.
     double const magnitude = std::pow(std::fabs(A.scale), 1 - w) * std::pow(std::fabs(B.scale), w);
     double const nearer = w > 0.5 ? B.scale : A.scale;
     result.scale = nearer < 0.0 ? -magnitude : magnitude;
