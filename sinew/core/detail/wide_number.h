@@ -12,8 +12,8 @@
 
 namespace sinew::detail::portable {
 
-/// (negative ? -1 : 1) * 0.m * 2^exponent, where the mantissa m has kWords words, the most significant first, whose first
-/// bit is set. Zero has a mantissa of zeros.
+/// (negative ? -1 : 1) * 0.m * 2^exponent, where the mantissa m has kWords words, the most significant first, whose
+/// first bit is set. Zero has a mantissa of zeros.
 ///
 /// Every operation has a relative error below 2^(4 - 64 kWords), except a difference of nearly equal numbers.
 template <std::size_t kWords>
@@ -159,8 +159,7 @@ Wide<kWords> operator*(Wide<kWords> const& a, Wide<kWords> const& b)
     for (std::size_t i = kWords; i-- > 0;) {
         std::uint64_t carry = 0;
         for (std::size_t j = kWords; j-- > 0;) {
-            UInt128 const sum =
-                multiply(a.words[i], b.words[j]) + UInt128{0, product[i + j + 1]} + UInt128{0, carry};
+            UInt128 const sum = multiply(a.words[i], b.words[j]) + UInt128{0, product[i + j + 1]} + UInt128{0, carry};
             product[i + j + 1] = sum.low;
             carry = sum.high;
         }
