@@ -11,6 +11,7 @@
 #include <initializer_list>
 #include <iterator>
 #include <limits>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -214,6 +215,15 @@ struct Binary
     double (*ours)(double, double);
 };
 constexpr std::array<Binary, 2> kBinary = {{{"atan2", mpfr_atan2, portable::atan2}, {"pow", mpfr_pow, portable::pow}}};
+
+void PrintTo(Unary const& function, std::ostream* out)
+{
+    *out << function.name;
+}
+void PrintTo(Binary const& function, std::ostream* out)
+{
+    *out << function.name;
+}
 
 class PortableMathOfOne : public PortableMath, public testing::WithParamInterface<Unary>
 {
