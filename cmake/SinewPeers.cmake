@@ -6,7 +6,8 @@
 #   benches and tests  eigen imath pugixml
 #   tests              glm
 #   benches            cgal embree nanoflann suitesparse
-#   figures            cairo mpfr
+#   tests and figures  mpfr
+#   figures            cairo
 
 # sinew_link_peers(<target> <prefix> <name>...)
 #
@@ -87,9 +88,12 @@ if(SINEW_FIGURES)
   if(TARGET PkgConfig::SINEW_CAIRO)
     sinew_add_peer(cairo LIBRARIES PkgConfig::SINEW_CAIRO)
   endif()
+endif()
 
+if(SINEW_TESTS OR SINEW_FIGURES)
+  find_path(SINEW_MPFR_INCLUDE mpfr.h)
   find_library(SINEW_MPFR_LIBRARY mpfr)
-  if(SINEW_MPFR_LIBRARY)
-    sinew_add_peer(mpfr LIBRARIES "${SINEW_MPFR_LIBRARY}")
+  if(SINEW_MPFR_INCLUDE AND SINEW_MPFR_LIBRARY)
+    sinew_add_peer(mpfr INCLUDES "${SINEW_MPFR_INCLUDE}" LIBRARIES "${SINEW_MPFR_LIBRARY}")
   endif()
 endif()

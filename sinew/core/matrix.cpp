@@ -2,6 +2,10 @@
 
 #include <cstdio>
 
+#include <sinew/core/detail/math.h>
+
+namespace math = sinew::detail::math;
+
 namespace {
 
 // Distance from a rotation up to which a matrix is rigid; absolute, in the sense of `distTo` after division
@@ -156,7 +160,7 @@ Matrix Matrix::rigidTransform(Vector3 const& a0, Vector3 const& d0, Vector3 cons
     UVector3 const u0 = d0.normalize();
     UVector3 const u1 = d1.normalize();
     UVector3 const axis = cross(d0, d1).normalize();
-    double const angle = std::atan2(cross(u0, u1).length(), u0 * u1);
+    double const angle = math::atan2(cross(u0, u1).length(), u0 * u1);
     return translationMatrix(a1) * rotationMatrix(axis, angle) * translationMatrix(-a0);
 }
 
@@ -164,7 +168,7 @@ Matrix Matrix::interpolate(Matrix const& A, Matrix const& B, double w)
 {
     if (w <= 0) return A;
     if (w >= 1) return B;
-    double const scale = std::exp(w * std::log(scaleOf(B)) + (1 - w) * std::log(scaleOf(A)));
+    double const scale = math::exp(w * math::log(scaleOf(B)) + (1 - w) * math::log(scaleOf(A)));
     Matrix const relative = A.inverse() * B;
     Vector3 const axis = relative.getRotationAxis();
     Matrix const turned = withoutTranslationAndScale(A) * rotationMatrix(axis, w * relative.getRotationAngle(axis));

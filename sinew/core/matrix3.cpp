@@ -4,10 +4,12 @@
 #include <sinew/core/matrix3.h>
 
 #include <sinew/core/detail/axes.h>
+#include <sinew/core/detail/math.h>
 #include <sinew/core/vector_geometry.h>
 
 using sinew::detail::axisVector;
 using sinew::diagonalMatrix;
+namespace math = sinew::detail::math;
 
 namespace {
 
@@ -67,8 +69,8 @@ Matrix3 Matrix3::rotationMatrix(UVector3 const& axis, double angle)
     double const x = axis.x;
     double const y = axis.y;
     double const z = axis.z;
-    double const c = std::cos(angle);
-    double const s = std::sin(angle);
+    double const c = math::cos(angle);
+    double const s = math::sin(angle);
     double const w = 1 - c;
     return Matrix3(Vector3(x * (w * x) + c, w * x * y + s * z, w * x * z - s * y),
                    Vector3(w * x * y - s * z, y * (w * y) + c, w * y * z + s * x),
@@ -78,7 +80,7 @@ Matrix3 Matrix3::rotationMatrix(UVector3 const& axis, double angle)
 Matrix3 Matrix3::rotationMatrix(UVector3 const& from, UVector3 const& to)
 {
     Vector3 normal = cross(from, to);
-    double const angle = std::atan2(normal.length(), from * to);
+    double const angle = math::atan2(normal.length(), from * to);
     if (!normal.autoNormalize()) {
         Vector3 unused;
         getBasis(from, normal, unused);
@@ -118,7 +120,7 @@ double Matrix3::getRotationAngle(UVector3 const* axis) const
     if (a.x > a.z && a.y > a.z) k = 2;
     Vector3 const p = cross(a, axisVector(k));
     Vector3 const q = cross(a, column(k));
-    return std::atan2(cross(p, q) * a, p * q);
+    return math::atan2(cross(p, q) * a, p * q);
 }
 
 Matrix3 Matrix3::getMatrixFromEigs(double const* values, Vector3 const* vectors)

@@ -1,6 +1,9 @@
 #include <sinew/core/transform.h>
 
+#include <sinew/core/detail/math.h>
 #include <sinew/core/vector_geometry.h>
+
+namespace math = sinew::detail::math;
 
 namespace {
 
@@ -51,7 +54,7 @@ Transform Transform::interpolate(Transform const& A, Transform const& B, double 
 
     // The geometric mean needs positive scales, and a mean of opposite signs would pass through zero. The magnitudes
     // are interpolated, and the nearer end gives the sign.
-    double const magnitude = std::pow(std::fabs(A.scale), 1 - w) * std::pow(std::fabs(B.scale), w);
+    double const magnitude = math::pow(std::fabs(A.scale), 1 - w) * math::pow(std::fabs(B.scale), w);
     double const nearer = w > 0.5 ? B.scale : A.scale;
     result.scale = nearer < 0.0 ? -magnitude : magnitude;
 

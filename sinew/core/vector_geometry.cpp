@@ -3,11 +3,13 @@
 
 #include <sinew/core/vector_geometry.h>
 
+#include <sinew/core/detail/math.h>
 #include <sinew/core/tolerances.h>
 
 using sinew::kBarycentricUpper;
 using sinew::kGeometricZero;
 using sinew::kGramZero;
+namespace math = sinew::detail::math;
 
 namespace {
 
@@ -32,7 +34,7 @@ bool insideMargins(double coordinate)
 double getAngleBetween(Vector3 const& a, Vector3 const& b, Vector3 const& n)
 {
     Vector3 const c = cross(a, b);
-    double const angle = std::atan2(c.length(), a * b);
+    double const angle = math::atan2(c.length(), a * b);
     return c * n < 0 ? sinew::kFullTurn - angle : angle;
 }
 
