@@ -42,8 +42,8 @@ public:
     /// Whether no axis has min > max + 1e-13. A NaN coordinate does not make the box invalid.
     constexpr bool isValid() const
     {
-        constexpr double slack = sinew::kGeometricZero;
-        return !(min.x > max.x + slack || min.y > max.y + slack || min.z > max.z + slack);
+        constexpr double kSlack = sinew::kGeometricZero;
+        return !(min.x > max.x + kSlack || min.y > max.y + kSlack || min.z > max.z + kSlack);
     }
 
     /// Grows the box to contain `p`. An invalid box becomes the box that contains only p. A valid box ignores a NaN

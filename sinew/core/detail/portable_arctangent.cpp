@@ -95,7 +95,7 @@ bool quickAngle(Octant const& o, double* result)
     double const y = static_cast<double>(o.y >> 11) * fromBits(static_cast<std::uint64_t>(1023 - o.gap) << 52);
     double const inverse = 1.0 / x;
     double const slope = y * inverse;
-    auto const i = static_cast<std::size_t>(slope * 128.0 + 0.5);
+    auto const i = static_cast<std::size_t>(slope * 256.0 + 1.0) / 2;
     Sum t{};
     if (i == 0) {
         // The remainder of the division, by exact products of halves.
@@ -132,7 +132,7 @@ Angle octantAngle(Octant const& o)
     std::uint64_t nearest = 0;                        // in 128ths
     if (o.gap < 8) {
         double const slope = static_cast<double>(y) / static_cast<double>(x << o.gap);
-        nearest = static_cast<std::uint64_t>(slope * 128.0 + 0.5);
+        nearest = static_cast<std::uint64_t>(slope * 256.0 + 1.0) / 2;
     }
     if (nearest == 0) {
         int exponent = 1 - o.gap;
