@@ -3,11 +3,10 @@
 
 #include <sinew/core/matrix3.h>
 
-#include <sinew/core/detail/axes.h>
+#include <sinew/core/detail/axis_vector.h>
 #include <sinew/core/vector_geometry.h>
 
 using sinew::detail::axisVector;
-using sinew::detail::diagonal;
 
 namespace {
 
@@ -25,7 +24,7 @@ constexpr double kNoAxis = 1e-16;
 
 void Matrix3::zero()
 {
-    *this = diagonal(0.0, 0.0, 0.0);
+    *this = Matrix3(Vector3(), Vector3(), Vector3());
 }
 
 void Matrix3::identity()
@@ -119,10 +118,4 @@ double Matrix3::getRotationAngle(UVector3 const* axis) const
     Vector3 const p = cross(a, axisVector(k));
     Vector3 const q = cross(a, column(k));
     return std::atan2(cross(p, q) * a, p * q);
-}
-
-Matrix3 Matrix3::getMatrixFromEigs(double const* values, Vector3 const* vectors)
-{
-    Matrix3 const basis(vectors[0], vectors[1], vectors[2]);
-    return basis * diagonal(values[0], values[1], values[2]) * basis.inverse();
 }

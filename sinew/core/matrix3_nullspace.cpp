@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cassert>
 
-#include <sinew/core/detail/axes.h>
+#include <sinew/core/detail/axis_vector.h>
 #include <sinew/core/vector_geometry.h>
 
 using sinew::kDeterminantZero;
