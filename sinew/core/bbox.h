@@ -42,8 +42,8 @@ public:
     /// Whether no axis has min > max + 1e-13. A NaN coordinate does not make the box invalid.
     constexpr bool isValid() const
     {
-        constexpr double kSlack = sinew::kGeometricZero;
-        return !(min.x > max.x + kSlack || min.y > max.y + kSlack || min.z > max.z + kSlack);
+        using sinew::kGeometricZero;
+        return !(min.x > max.x + kGeometricZero || min.y > max.y + kGeometricZero || min.z > max.z + kGeometricZero);
     }
 
     /// Grows the box to contain `p`. An invalid box becomes the box that contains only p. A valid box ignores a NaN

@@ -40,14 +40,13 @@ bool planeRotation(double d, double apq, double& c, double& s, double& t, double
     return true;
 }
 
-// Rotates w and the accumulated vectors v in the plane (p, q); r is the remaining index. The plane is a
-// template argument so that w and v stay in registers: indices known only at run time would force every
+// Rotates w and the accumulated vectors v in the plane (p, q); r is the remaining index. The indices are
+// template arguments so that w and v stay in registers: indices known only at run time would force every
 // element through memory.
-template <int p, int q>
+template <int p, int q, int r>
 bool rotate(Matrix3& w, Matrix3& v)
 {
-    static_assert(0 <= q && q < p && p <= 2);
-    constexpr int r = 3 - p - q;
+    static_assert(q < p && p + q + r == 3);
     double c = 0.0;
     double s = 0.0;
     double t = 0.0;
@@ -88,8 +87,8 @@ std::pair<int, int> largestOffDiagonal(Matrix3 const& m)
 bool rotateLargest(Matrix3& w, Matrix3& v)
 {
     auto const [p, q] = largestOffDiagonal(w);
-    if (p == 1) return rotate<1, 0>(w, v);
-    return q == 0 ? rotate<2, 0>(w, v) : rotate<2, 1>(w, v);
+    if (p == 1) return rotate<1, 0, 2>(w, v);
+    return q == 0 ? rotate<2, 0, 1>(w, v) : rotate<2, 1, 0>(w, v);
 }
 
 // Rotates until w counts as diagonal. False if kMaxRotations did not suffice.
@@ -137,9 +136,17 @@ bool jacobiMethod(Matrix3 const& A, double* values, UVector3* vectors)
     return converged;
 }
 
-// Here and not in matrix3.cpp, so that `Matrix3` does not depend on the solver.
+// The members of `Matrix3` that decompose and reassemble. They are defined here and not in matrix3.cpp, so that
+// `Matrix3` does not depend on the solver.
+
 int Matrix3::getEigensystem(double* values, UVector3* vectors) const
 {
     jacobiMethod(*this, values, vectors);
     return 3;
+}
+
+Matrix3 Matrix3::getMatrixFromEigs(double const* values, Vector3 const* vectors)
+{
+    Matrix3 const basis(vectors[0], vectors[1], vectors[2]);
+    return basis * sinew::diagonalMatrix(values[0], values[1], values[2]) * basis.inverse();
 }

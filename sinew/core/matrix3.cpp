@@ -3,12 +3,11 @@
 
 #include <sinew/core/matrix3.h>
 
-#include <sinew/core/detail/axes.h>
+#include <sinew/core/detail/axis_vector.h>
 #include <sinew/core/detail/math.h>
 #include <sinew/core/vector_geometry.h>
 
 using sinew::detail::axisVector;
-using sinew::diagonalMatrix;
 namespace math = sinew::detail::math;
 
 namespace {
@@ -27,7 +26,7 @@ constexpr double kNoAxis = 1e-16;
 
 void Matrix3::zero()
 {
-    *this = diagonalMatrix(0.0, 0.0, 0.0);
+    *this = Matrix3(Vector3(), Vector3(), Vector3());
 }
 
 void Matrix3::identity()
@@ -121,10 +120,4 @@ double Matrix3::getRotationAngle(UVector3 const* axis) const
     Vector3 const p = cross(a, axisVector(k));
     Vector3 const q = cross(a, column(k));
     return math::atan2(cross(p, q) * a, p * q);
-}
-
-Matrix3 Matrix3::getMatrixFromEigs(double const* values, Vector3 const* vectors)
-{
-    Matrix3 const basis(vectors[0], vectors[1], vectors[2]);
-    return basis * diagonalMatrix(values[0], values[1], values[2]) * basis.inverse();
 }

@@ -1,11 +1,11 @@
-// `Matrix3::getNullspace`, a source of its own for an algorithm of its own.
+// `Matrix3::getNullspace`, in a separate source because the algorithm is longer than the other functions of `Matrix3`.
 
 #include <sinew/core/matrix3.h>
 
 #include <algorithm>
 #include <cassert>
 
-#include <sinew/core/detail/axes.h>
+#include <sinew/core/detail/axis_vector.h>
 #include <sinew/core/vector_geometry.h>
 
 using sinew::kDeterminantZero;

@@ -1,8 +1,6 @@
 #pragma once
 
-/// The coordinate axes as vectors. Not installed.
-
-#include <cassert>
+/// The unit vectors of the coordinate axes by index. Not installed.
 
 #include <sinew/core/vector3.h>
 
@@ -11,7 +9,6 @@ namespace sinew::detail {
 /// The unit vector of coordinate axis i, which is 0, 1 or 2.
 constexpr Vector3 axisVector(int i)
 {
-    assert(i >= 0 && i < 3);
     return {i == 0 ? 1.0 : 0.0, i == 1 ? 1.0 : 0.0, i == 2 ? 1.0 : 0.0};
 }
 
