@@ -45,8 +45,7 @@ PolylineHit hitByScan(std::vector<Vector3> const& points, Vector3 const& q)
     return segment < 0 ? PolylineHit() : closestPointOnSegment(points, segment, q);
 }
 
-// For at least kBoundedSearchVertices vertices. `knownDistSq` is a squared distance that some segment is known to
-// reach.
+// For at least kBoundedSearchVertices vertices. Some segment must be as near as `knownDistSq`, a squared distance.
 PolylineHit hitByIndex(PolylineProjector const& polyline, PolylineIndex const& index, Vector3 const& q,
                        double knownDistSq)
 {

@@ -93,8 +93,8 @@ private:
     friend void sinew::projectMany(PolylineProjector const& polyline, Vector3 const* queries, std::size_t count,
                                    sinew::PolylineHit* hits);
 
-    // A reference to the index of a long polyline. The first projection builds it, on whichever thread; copies share
-    // it.
+    // A reference to the index of a long polyline. The first projection on any thread builds the index; copies of the
+    // projector share it.
     class IndexHandle
     {
     public:

@@ -23,9 +23,9 @@ constexpr int kChunkedVertices = 20;
 // How far the squared bound of a chunk may exceed the smallest squared distance before the chunk is skipped, in units
 // of the width: this much for each vertex, plus one. One blend lowers the minimum by up to 3/16 of the width.
 constexpr double kReachPerVertex = 0.375;
-// Differences, products and quotients of coordinates below this magnitude stay finite.
+// Differences, products and quotients of coordinates below this magnitude are finite.
 constexpr double kTameCoordinate = 1e100;
-// The product of two derivatives below this magnitude stays finite.
+// The product of two derivatives below this magnitude is finite.
 constexpr double kTameDerivative = 1e150;
 
 bool isTame(Vector3 const& v)
@@ -33,7 +33,8 @@ bool isTame(Vector3 const& v)
     return std::fabs(v.x) < kTameCoordinate && std::fabs(v.y) < kTameCoordinate && std::fabs(v.z) < kTameCoordinate;
 }
 
-// A number that stays the same bits if it is multiplied by one and products of zero with finite numbers are added.
+// Whether `v` keeps its bits if it is multiplied by one and if products of zero and finite numbers are added to it. A
+// negative zero does not; the limit makes sure that the products are finite.
 bool isSettled(double v)
 {
     return std::fabs(v) < kTameDerivative && !(v == 0.0 && std::signbit(v));

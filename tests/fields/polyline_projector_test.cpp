@@ -118,9 +118,8 @@ TEST(PolylineProjector, BothSearchesFindTheSamePoint)
     }
 }
 
-// All four segments at the vertices (0, 5, 0) and (0, 6, 0) are equally near. The search reaches the intervals with
-// these vertices at equal bounds, so the order of equal bounds decides. It must be the same with every standard
-// library.
+// All four segments at the vertices (0, 5, 0) and (0, 6, 0) are equally near. The intervals that hold them have equal
+// bounds, so the order of equal bounds decides. This order must be the same with every standard library.
 TEST(PolylineProjector, EqualBoundsAreTakenInAFixedOrder)
 {
     std::vector<Vector3> ladder;

@@ -1,5 +1,4 @@
-// The search whose results the index reproduces (nearestSegmentByBounds; its literature is named in
-// polyline_search.cpp):
+// The search whose results the index reproduces, nearestSegmentByBounds (literature: see polyline_search.cpp):
 //
 //     best = the first segment, at the distance of the first vertex
 //     offer the last segment, at the distance of the last vertex
@@ -14,36 +13,35 @@
 //
 // "offer" replaces best if the distance is smaller. The order among equal bounds is that of BoundHeap.
 //
-// What the index does instead:
+// What the index does instead; -1 means that the search itself must run:
 //
 //     find all segments at the smallest distance d by the tree
 //     if an end of the polyline is at d: return its segment, the first end before the last one
-//     if a stray vertex is as near as d: give up
+//     if a stray vertex is at d or nearer: return -1
 //     reach = the largest bound of the intervals on the way from the root to a segment at d, at least d
 //     if there is one segment at d:
 //         if reach = d: return it
 //     else if there are two, joined by a vertex at d:
 //         if reach = d: return the second one if the search splits at the vertex, else the first one
-//     else: give up
-//     replay the search on the intervals that hold a segment within reach; return its best segment, or give up
+//     else: return -1
+//     replay the search on the intervals that hold a segment within reach; return its best segment, or -1
 //
-// To give up means that the search itself must run. Why the results agree:
+// Why the results agree:
 //
-// - If reach = d, no interval on the way to the nearest segment is ever dropped: best is never below d. So the search
-//   tries the segment, whatever else it tries before, and nothing that comes later replaces it.
-// - Two joined segments at the distance of their common vertex: if the search splits there, it offers the vertex before
-//   the segments on either side, and the vertex stands for the second segment. Otherwise both are in one scanned
-//   interval, and the first one comes first.
-// - The replay leaves out the intervals without a segment within reach. What the search finds there is farther away
-// than
-//   reach and is never the result: no bound on the way to the nearest segment exceeds reach, so the search drops this
+// - If reach = d, no interval on the way to the nearest segment is ever dropped, because best is never below d. So
+//   the search tries the segment, whatever else it tries before, and nothing that comes later replaces it.
+// - Two joined segments at the distance of their common vertex: if the search splits there, it offers the vertex
+//   before the segments on both sides, and the vertex stands for the second segment. Otherwise both segments are in
+//   one scanned interval, and the first one comes first.
+// - The replay leaves out the intervals without a segment within reach. The segments there are farther away than
+//   reach and never the result: no bound on the way to the nearest segment exceeds reach, so the search drops this
 //   way only after it has found something within reach. The search takes intervals in the order of their bounds, so
-//   leaving some out does not change the order of the others. While the replay has found nothing within reach, it knows
-//   only that the best distance of the search exceeds reach. So it cannot tell whether the search drops an interval
-//   whose bound exceeds reach, and gives up.
-// - Equal bounds: the order of BoundHeap depends on all intervals in it, which the replay does not know. It gives up,
-//   except for bounds of zero. Intervals with a bound of zero come before all others and are never dropped, so their
-//   order only decides which of equal distances is met first. If there are no equal distances, it decides nothing.
+//   leaving some out does not change the order of the others. While the replay has found nothing within reach, it
+//   knows only that the best distance of the search exceeds reach. So it cannot tell whether the search drops an
+//   interval whose bound exceeds reach, and returns -1.
+// - Equal bounds: the order of BoundHeap depends on all intervals in it, which the replay does not know. It returns
+//   -1, except for bounds of zero. Intervals with a bound of zero come before all others and are never dropped, so
+//   their order only decides which of equal distances is met first. Without equal distances it decides nothing.
 
 #include <sinew/fields/detail/polyline_index.h>
 
@@ -143,8 +141,8 @@ bool PolylineIndex::Interval::isScanned() const
     return last - first <= kScannedSegments;
 }
 
-// The bound that the search computes for one of its intervals. It measures the chord of an upper half from its last
-// vertex.
+// The bound that the search computes for one of its intervals. The search measures the chord of an upper half from the
+// last vertex to the first one.
 double PolylineIndex::bound(Points points, Vector3 const& q, Interval const& interval) const
 {
     bool const isUpper = interval.number % 2 == 1 && interval.number > 1;

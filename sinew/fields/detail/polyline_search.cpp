@@ -2,7 +2,7 @@
 // programming problems, Econometrica 28, 1960) that takes parts best first from a priority queue, as G. R. Hjaltason
 // and H. Samet describe for nearest neighbours (Distance browsing in spatial databases, ACM Transactions on Database
 // Systems 24, 1999). The bound of a part of the polyline uses the focal property of ellipses: a curve of length L
-// between two points stays in the ellipsoid with these foci and the long axis L.
+// between two points lies inside the ellipsoid with these foci and the long axis L.
 
 #include <sinew/fields/detail/polyline_search.h>
 

@@ -22,8 +22,8 @@ std::vector<double> arcLengths(std::vector<Vector3> const& points);
 /// Upper bound of the distance from the points of a curve of length `length` to the chord of length `chord` between its
 /// ends: sqrt(length^2 - chord^2), or 0 where rounding made the chord longer than the curve.
 ///
-/// The curve lies in an ellipsoid with the ends as foci. The bound is the whole minor axis, although half of it would
-/// do.
+/// The curve lies in an ellipsoid with the ends as foci. The bound is the whole minor axis of this ellipsoid; half of
+/// it would be a bound too, but the value is part of the result.
 double chordSlack(double length, double chord);
 
 /// `chordSlack` for the whole polyline, but NaN where rounding made the chord longer than the curve. The bound of the

@@ -160,8 +160,8 @@ private:
         int number;
     };
 
-    // A stack. The order of the parts on one level does not matter: the limit after the first way down drops most
-    // parts.
+    // A stack. The order of the parts on one level is arbitrary: the limit after the first run drops most of them
+    // anyway.
     struct WaitingParts
     {
         Part parts[kWaiting];
@@ -175,7 +175,7 @@ private:
             size += isKept;
         }
 
-        // Takes out a part within the limit and drops the others that it meets. False if there is none.
+        // Takes out the last part that does not exceed the limit and drops those behind it. False if there is none.
         SINEW_KERNEL bool pop(double limit, Part& part)
         {
             do {
@@ -186,11 +186,11 @@ private:
         }
     };
 
-    // How far away a part may be, as computed, and still hold a segment at `distSq`, as computed.
+    // The largest computed bound of a part that can hold a segment at the computed squared distance `distSq`.
     SINEW_KERNEL double withMargin(double distSq) const { return (distSq + tree.roundingMargin_) * (1.0 + kRounding); }
 
-    // Replaces a group by its nearest part, down to a run; the other parts within the limit wait. False if a nearest
-    // part exceeds the limit.
+    // Replaces a group by its nearest part until that is a run. The other parts within the limit wait. False if the
+    // nearest part exceeds the limit.
     SINEW_KERNEL bool descend(Part& part, double limit, WaitingParts& waiting) const
     {
         while (part.level > 0) {
