@@ -5,6 +5,8 @@
 
 #include <cmath>
 
+#include <sinew/core/detail/math.h>
+
 namespace {
 
 Matrix3 diagonal(double a, double b, double c)
@@ -27,7 +29,7 @@ Matrix3 blendFromIdentity(Matrix3 const& m, double t)
     Matrix3 const rotation = basis * z;
     UVector3 const axis = rotation.getRotationAxis();
     double const angle = rotation.getRotationAngle(&axis);
-    for (double& s : stretch) s = std::pow(s, t);
+    for (double& s : stretch) s = sinew::detail::math::pow(s, t);
 
     Matrix3 const partialRotation = Matrix3::rotationMatrix(axis, t * angle);
     return partialRotation * z.inverse() * diagonal(stretch[0], stretch[1], stretch[2]) * z;
