@@ -58,6 +58,9 @@ BoneTransformVector::BoneTransformVector() = default;
 BoneTransformVector::BoneTransformVector(std::vector<BoneTransform> bones_) : bones(std::move(bones_)) {}
 BoneTransformVector::~BoneTransformVector() = default;
 
+// The public interface passes handles by value.
+// NOLINTBEGIN(performance-unnecessary-value-param)
+
 Vector3 BoneTransformVector::getTransformed(int vertex, smart_ptr<BaseDisplayData const> data) const
 {
     Vector3 const p = placed(*data, vertex);
@@ -113,3 +116,5 @@ smart_ptr<SurfaceGeometryData> BoneTransformModifyer::operator()(smart_ptr<Displ
                                   sinew::detail::widestVectors());
     return result;
 }
+
+// NOLINTEND(performance-unnecessary-value-param)

@@ -13,6 +13,8 @@ void reverseWinding(SurfaceGeometryData& surface)
 
 } // namespace
 
+// The public interface passes handles by value.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 SubstituteGeometryData::SubstituteGeometryData(smart_ptr<CurveDisplayData> curveData, smart_ptr<BoneTransformVector>)
     : savedCurveGeometry(curveData->geometry), curve(std::move(curveData))
 {
