@@ -269,10 +269,9 @@ void poseStage(TourContext& tour)
                  ". Each picture is drawn inside a guard that shows the display data deformed and puts the original "
                  "back when it goes out of scope.");
     Actor const actor = makeActor(tour.figure, weights);
-    std::vector<sinew::WeightProblem> const problems =
-        sinew::checkWeights(*actor.display->boneWeights, tour.figure.positions.size(), tour.skeleton.bones.size());
-    for (std::size_t k = 0; k < problems.size() && k < 3; ++k)
-        section.text("A look at the weights: " + problems[k].sentence + ".");
+    auto const found =
+        sinew::diagnose(*actor.display->boneWeights, tour.figure.positions.size(), tour.skeleton.bones.size()).findings;
+    for (std::size_t k = 0; k < found.size() && k < 3; ++k) section.text("A look at the weights: " + found[k].sentence);
 
     addPoses(tour, section, actor);
     std::vector<KeyFrame> const motion = motionOf(tour.skeleton);
