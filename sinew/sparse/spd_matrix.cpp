@@ -9,7 +9,7 @@ std::vector<int> SPDMatrix::computePerm() const
 {
     if (!sinew::detail::isWellFormed(rows)) return {};
     int const n = static_cast<int>(rows.size());
-    return sinew::detail::minimumDegree(sinew::detail::graphOf(rows), sinew::detail::defaultHeavyDegree(n));
+    return sinew::detail::minimumDegree(sinew::detail::graphOf(rows), sinew::detail::defaultDenseDegree(n));
 }
 
 LLTMatrix SPDMatrix::factor() const

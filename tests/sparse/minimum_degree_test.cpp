@@ -10,15 +10,15 @@ using sinew::detail::graphOf;
 using sinew::detail::minimumDegree;
 using test::Random;
 
-TEST(MinimumDegree, DoesNotDependOnWhatCountsAsHeavy)
+TEST(MinimumDegree, DoesNotDependOnTheDenseDegree)
 {
     Random random(20250320);
     for (int trial = 0; trial < 1500; ++trial) {
         SCOPED_TRACE(trial);
         SPDMatrix const matrix = test::randomShape(random, trial % 10 == 0 ? 200 : 40);
         std::vector<int> const expected = reference::computePerm(matrix);
-        for (int heavyDegree : {0, 1, 2, 3, 5, 9, 30, 1000}) {
-            EXPECT_EQ(minimumDegree(graphOf(matrix.rows), heavyDegree), expected) << heavyDegree;
+        for (int denseDegree : {0, 1, 2, 3, 5, 9, 30, 1000}) {
+            EXPECT_EQ(minimumDegree(graphOf(matrix.rows), denseDegree), expected) << denseDegree;
         }
         if (HasFailure()) return;
     }
@@ -34,7 +34,7 @@ TEST(MinimumDegree, EqualNodesLeaveTogetherInTheOrderOfTheirIndices)
     Random random(20250321);
     SPDMatrix const matrix = test::matrixOf(edges, 12, random);
     std::vector<int> const expected = {0, 6, 1, 7, 2, 8, 3, 9, 4, 10, 5, 11};
-    for (int heavyDegree : {0, 4, 100}) EXPECT_EQ(minimumDegree(graphOf(matrix.rows), heavyDegree), expected);
+    for (int denseDegree : {0, 4, 100}) EXPECT_EQ(minimumDegree(graphOf(matrix.rows), denseDegree), expected);
 }
 
 TEST(MinimumDegree, HubsOfManyLeavesCostLittle)
