@@ -1,5 +1,7 @@
 #include <sinew/sparse/spd_matrix.h>
 
+#include <utility>
+
 #include <sinew/sparse/detail/factorization.h>
 #include <sinew/sparse/detail/graph.h>
 #include <sinew/sparse/detail/minimum_degree.h>

@@ -24,9 +24,10 @@ TEST(MinimumDegree, DoesNotDependOnTheDenseDegree)
     }
 }
 
-TEST(MinimumDegree, EqualNodesLeaveTogetherInTheOrderOfTheirIndices)
+TEST(MinimumDegree, IndistinguishableNodesAreEliminatedInTheOrderOfTheirIndices)
 {
-    // Two cliques of odd and even nodes; a clique's nodes go together once its first is taken.
+    // Two cliques, of the even and of the odd nodes. Once a node of a clique is eliminated, the degrees of the others
+    // in this clique are the smallest ones until all of them are eliminated.
     test::Edges edges;
     for (int i = 0; i < 12; ++i) {
         for (int j = i % 2; j < i; j += 2) edges.push_back({i, j});
@@ -37,11 +38,11 @@ TEST(MinimumDegree, EqualNodesLeaveTogetherInTheOrderOfTheirIndices)
     for (int denseDegree : {0, 4, 100}) EXPECT_EQ(minimumDegree(graphOf(matrix.rows), denseDegree), expected);
 }
 
-TEST(MinimumDegree, HubsOfManyLeavesCostLittle)
+TEST(MinimumDegree, DenseNodesCostLittle)
 {
-    // Scanning the hubs at every elimination would take hours here.
+    // If every elimination updated the lists of the hubs, this test would take hours.
     Random random(20250322);
-    int const n = 300000;
+    constexpr int n = 300000;
     SPDMatrix const star = test::matrixOf(test::hubs(n, 2), n, random);
     std::vector<int> const perm = star.computePerm();
     EXPECT_EQ(perm[2], 0);
