@@ -1,5 +1,5 @@
-// The picture of docs/sparse.md: time and fill of 2D grids from 50 x 50 to 1000 x 1000, as SVG. Takes about a minute
-// and three gigabytes; a smaller largest side may be given after the folder.
+// The picture of docs/sparse.md as SVG: times and entries for 2D grids from 50 x 50 to 1000 x 1000 nodes. It takes
+// about a minute and three gigabytes. The argument after the folder limits the side of the largest grid.
 
 #include <cmath>
 #include <cstdio>
@@ -31,7 +31,7 @@ struct Curve
     std::vector<Sample> samples;
 };
 
-// Seconds of processor time, the least of a few runs: other programs disturb it less than time on the clock.
+// The least processor time of several runs, in seconds. Other programs disturb it less than wall-clock time.
 template <typename Work>
 double seconds(int runs, Work work)
 {
@@ -44,7 +44,7 @@ double seconds(int runs, Work work)
     return best;
 }
 
-// Both axes logarithmic; a curve's name stands at its right end.
+// A chart with two logarithmic axes. The name of a curve is written at its right end.
 class Chart
 {
 public:
@@ -117,12 +117,12 @@ int main(int argc, char** argv)
 {
     std::string const folder = argc > 1 ? argv[1] : ".";
     int const largest = argc > 2 ? std::atoi(argv[2]) : 1000;
-    constexpr int kLargestPlain = 150;
+    constexpr int kLargestReference = 150; // the reference implementation takes minutes for larger grids
     Curve order = {"order", "#0b6fa4", false, {}};
     Curve numbers = {"factor", "#d1495b", false, {}};
     Curve solve = {"solve", "#2f8f5b", false, {}};
-    Curve plainAll = {"plain order", "#8a8378", true, {}};
-    Curve entries = {"", "#7a4fa3", false, {}}; // alone in its chart
+    Curve referenceOrder = {"reference order", "#8a8378", true, {}};
+    Curve entries = {"", "#7a4fa3", false, {}}; // the only curve of its chart
     for (int side : {50, 75, 100, 150, 200, 300, 450, 700, 1000}) {
         if (side > largest) break;
         test::Random random(20250410);
@@ -136,8 +136,8 @@ int main(int argc, char** argv)
         std::vector<double> b(matrix.rows.size(), 1.0);
         solve.samples.push_back({n, seconds(runs, [&] { factor.solve(b); })});
         entries.samples.push_back({n, static_cast<double>(symbolic.entryCount()) / n});
-        if (side <= kLargestPlain) {
-            plainAll.samples.push_back({n, seconds(1, [&] { (void)reference::computePerm(matrix); })});
+        if (side <= kLargestReference) {
+            referenceOrder.samples.push_back({n, seconds(1, [&] { (void)reference::computePerm(matrix); })});
         }
         std::printf("%d: order %.4g s, factor %.4g s, solve %.4g s, %.3g entries a row\n", side,
                     order.samples.back().amount, numbers.samples.back().amount, solve.samples.back().amount,
@@ -156,7 +156,7 @@ int main(int argc, char** argv)
     char const* const labels[] = {"10 µs", "100 µs", "1 ms", "10 ms", "100 ms", "1 s", "10 s", "100 s"};
     for (int k = 0; k < 8; ++k) times.gridY(std::pow(10.0, k - 5), labels[k]);
     for (int value : {10, 20, 50, 100}) fill.gridY(value, std::to_string(value));
-    for (Curve const* curve : {&plainAll, &order, &numbers, &solve}) times.curve(*curve);
+    for (Curve const* curve : {&referenceOrder, &order, &numbers, &solve}) times.curve(*curve);
     fill.curve(entries);
     save(folder + "/sparse_growth.svg", times.body() + fill.body());
     return 0;
