@@ -1,8 +1,12 @@
-// Implicit functions: the fit against its plain elimination and Eigen's LU (as a solver and as an inverse), and
-// evaluation against the plain loop.
+// Implicit functions: the fit compared with the reference elimination and with Eigen's LU (as a solver and as an
+// inverse), and evaluation compared with the reference loop.
 
+#include <cmath>
+#include <cstdint>
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 
@@ -47,24 +51,24 @@ void fitSinew(benchmark::State& state, int count)
     if (!test::sameBits(ours.coefficients, expected.coefficients) ||
         !test::sameBits(ours.constantTerm, expected.constantTerm) ||
         !test::sameBits(ours.linearTerm, expected.linearTerm)) {
-        state.SkipWithError("the fit differs from the plain elimination");
+        state.SkipWithError("the fit differs from the reference elimination");
     }
     for (auto _ : state) benchmark::DoNotOptimize(Implicit(input(count)));
 }
 
-void fitPlain(benchmark::State& state, int count)
+void fitReference(benchmark::State& state, int count)
 {
     for (auto _ : state) benchmark::DoNotOptimize(reference::Implicit(input(count)));
 }
 
 #ifdef SINEW_BENCH_EIGEN
-enum class EigenRoad
+enum class EigenMethod
 {
     solve,
     inverse
 };
 
-Eigen::VectorXd eigenFit(Input const& samples, EigenRoad road)
+Eigen::VectorXd eigenFit(Input const& samples, EigenMethod method)
 {
     Eigen::Index const n = static_cast<Eigen::Index>(samples.size());
     Eigen::MatrixXd system = Eigen::MatrixXd::Zero(n + 4, n + 4);
@@ -81,19 +85,19 @@ Eigen::VectorXd eigenFit(Input const& samples, EigenRoad road)
         system(n + 3, i) = system(i, n + 3) = x.z;
         rightSide(i) = value;
     }
-    if (road == EigenRoad::solve) return system.partialPivLu().solve(rightSide);
+    if (method == EigenMethod::solve) return system.partialPivLu().solve(rightSide);
     return system.partialPivLu().inverse() * rightSide;
 }
 
-void fitEigen(benchmark::State& state, int count, EigenRoad road)
+void fitEigen(benchmark::State& state, int count, EigenMethod method)
 {
-    Eigen::VectorXd const theirs = eigenFit(input(count), road);
+    Eigen::VectorXd const theirs = eigenFit(input(count), method);
     std::vector<double> const& ours = field(count).coefficients;
     for (std::size_t i = 0; i < ours.size(); ++i) {
         double const difference = theirs(static_cast<Eigen::Index>(i)) - ours[i];
         if (!(std::fabs(difference) <= 1e-6 * (1 + std::fabs(ours[i])))) state.SkipWithError("Eigen's fit differs");
     }
-    for (auto _ : state) benchmark::DoNotOptimize(eigenFit(input(count), road));
+    for (auto _ : state) benchmark::DoNotOptimize(eigenFit(input(count), method));
 }
 #endif
 
@@ -144,10 +148,10 @@ void registerFit(int count)
 {
     std::string const name = "fit " + std::to_string(count) + " points/";
     benchmark::RegisterBenchmark((name + "sinew").c_str(), fitSinew, count);
-    benchmark::RegisterBenchmark((name + "plain").c_str(), fitPlain, count);
+    benchmark::RegisterBenchmark((name + "reference").c_str(), fitReference, count);
 #ifdef SINEW_BENCH_EIGEN
-    benchmark::RegisterBenchmark((name + "Eigen LU solve").c_str(), fitEigen, count, EigenRoad::solve);
-    benchmark::RegisterBenchmark((name + "Eigen LU inverse").c_str(), fitEigen, count, EigenRoad::inverse);
+    benchmark::RegisterBenchmark((name + "Eigen LU solve").c_str(), fitEigen, count, EigenMethod::solve);
+    benchmark::RegisterBenchmark((name + "Eigen LU inverse").c_str(), fitEigen, count, EigenMethod::inverse);
 #endif
 }
 
@@ -159,7 +163,7 @@ void registerEvaluation(int count)
     auto const many = [](Implicit const& f, std::vector<double>& values) {
         sinew::evaluateMany(f, queries().data(), values.size(), values.data());
     };
-    auto const plainly = [](Implicit const& f, std::vector<double>& values) {
+    auto const referenceOne = [](Implicit const& f, std::vector<double>& values) {
         for (std::size_t i = 0; i < values.size(); ++i) values[i] = reference::Implicit::evaluate(f, queries()[i]);
     };
     auto const oneGradient = [](Implicit const& f, std::vector<Vector3>& values) {
@@ -168,7 +172,7 @@ void registerEvaluation(int count)
     auto const manyGradients = [](Implicit const& f, std::vector<Vector3>& values) {
         sinew::gradientMany(f, queries().data(), values.size(), values.data());
     };
-    auto const plainGradient = [](Implicit const& f, std::vector<Vector3>& values) {
+    auto const referenceGradient = [](Implicit const& f, std::vector<Vector3>& values) {
         for (std::size_t i = 0; i < values.size(); ++i) values[i] = reference::Implicit::getGradient(f, queries()[i]);
     };
     std::string const centres = std::to_string(count) + " centres";
@@ -178,13 +182,13 @@ void registerEvaluation(int count)
     auto const values = [](benchmark::State& s, int n, auto f) { evaluation(s, n, f); };
     auto const vectors = [](benchmark::State& s, int n, auto f) { gradients(s, n, f); };
     add("evaluate, " + centres + "/sinew", values, one);
-    add("evaluate, " + centres + "/plain", values, plainly);
+    add("evaluate, " + centres + "/reference", values, referenceOne);
     add("evaluateMany, " + centres + "/sinew", values, many);
-    add("evaluateMany, " + centres + "/plain", values, plainly);
+    add("evaluateMany, " + centres + "/reference", values, referenceOne);
     add("getGradient, " + centres + "/sinew", vectors, oneGradient);
-    add("getGradient, " + centres + "/plain", vectors, plainGradient);
+    add("getGradient, " + centres + "/reference", vectors, referenceGradient);
     add("gradientMany, " + centres + "/sinew", vectors, manyGradients);
-    add("gradientMany, " + centres + "/plain", vectors, plainGradient);
+    add("gradientMany, " + centres + "/reference", vectors, referenceGradient);
 }
 
 bool const kRegistered = [] {

@@ -1,12 +1,16 @@
-// The proximity grid against its plain form, a hash of radius-sized cells and a kd-tree.
+// The proximity grid compared with its reference implementation, with hash tables of cells and with a kd-tree.
 //
-// The peers answer the exact question ("is a point within the radius?"), which the grid answers only on the side of
-// true; so what is compared is that no exact peer says true where the grid, inside it, says false. The hash of cells
-// marks cells like the grid, at other places.
+// The hash of points and the kd-tree test exactly whether a point of the set is within the radius. The grid may return
+// true where they return false, but inside the grid never false where they return true; this is checked before timing.
+// The hash of cells marks cells as the grid does, but its cells start at other coordinates.
+//
+// Hash of cells: M. Teschner et al., Optimized Spatial Hashing for Collision Detection of Deformable Objects, 2003.
 
 #include <cmath>
 #include <cstdint>
 #include <map>
+#include <string>
+#include <type_traits>
 #include <unordered_map>
 #include <vector>
 
@@ -23,7 +27,7 @@
 
 namespace {
 
-double const kRadius = 0.1;
+constexpr double kRadius = 0.1;
 
 std::vector<Vector3> const& cloud(int count)
 {
@@ -39,62 +43,77 @@ std::vector<Vector3> const& queries()
     return points;
 }
 
-// Cells as large as the radius in a hash table, each with its points; a query looks into 27 of them.
-class CellHash
+// A cubic cell of a grid without bounds, by its integer coordinates.
+struct Cell
 {
-public:
-    CellHash(std::vector<Vector3> const& points, double radius) : radius_(radius)
+    std::int64_t x;
+    std::int64_t y;
+    std::int64_t z;
+
+    Cell(Vector3 const& p, double size) : x(along(p.x, size)), y(along(p.y, size)), z(along(p.z, size)) {}
+
+    // The key of the cell at an offset, with 21 bits for each coordinate.
+    std::uint64_t key(int dx = 0, int dy = 0, int dz = 0) const
     {
-        for (Vector3 const& p : points) cells_[key(cell(p.x), cell(p.y), cell(p.z))].push_back(p);
+        auto const bits = [](std::int64_t c) { return static_cast<std::uint64_t>(c) & 0x1fffff; };
+        return bits(x + dx) | bits(y + dy) << 21 | bits(z + dz) << 42;
     }
-    bool test(Vector3 const& p) const
+
+    // Calls `visit` with the keys of the cell and its 26 neighbours until it returns true. False if it never does.
+    template <typename Visit>
+    bool anyNeighbour(Visit visit) const
     {
-        std::int64_t const x = cell(p.x), y = cell(p.y), z = cell(p.z);
-        for (std::int64_t i = x - 1; i <= x + 1; ++i) {
-            for (std::int64_t j = y - 1; j <= y + 1; ++j) {
-                for (std::int64_t k = z - 1; k <= z + 1; ++k) {
-                    auto const found = cells_.find(key(i, j, k));
-                    if (found == cells_.end()) continue;
-                    for (Vector3 const& q : found->second) {
-                        if (distSq(p, q) <= radius_ * radius_) return true;
-                    }
-                }
-            }
+        for (int i = 0; i < 27; ++i) {
+            if (visit(key(i % 3 - 1, i / 3 % 3 - 1, i / 9 - 1))) return true;
         }
         return false;
     }
 
 private:
-    std::int64_t cell(double c) const { return static_cast<std::int64_t>(std::floor(c / radius_)); }
-    static std::uint64_t key(std::int64_t x, std::int64_t y, std::int64_t z)
+    static std::int64_t along(double c, double size) { return static_cast<std::int64_t>(std::floor(c / size)); }
+};
+
+// A hash table of cells as large as the radius, each with its points. A query reads 27 cells.
+class CellHash
+{
+public:
+    CellHash(std::vector<Vector3> const& points, double radius) : radius_(radius)
     {
-        auto const bits = [](std::int64_t c) { return static_cast<std::uint64_t>(c) & 0x1fffff; };
-        return bits(x) | bits(y) << 21 | bits(z) << 42;
+        for (Vector3 const& p : points) cells_[Cell(p, radius_).key()].push_back(p);
     }
+    bool test(Vector3 const& p) const
+    {
+        return Cell(p, radius_).anyNeighbour([&](std::uint64_t key) {
+            auto const found = cells_.find(key);
+            if (found == cells_.end()) return false;
+            for (Vector3 const& q : found->second) {
+                if (distSq(p, q) <= radius_ * radius_) return true;
+            }
+            return false;
+        });
+    }
+
+private:
     double radius_;
     std::unordered_map<std::uint64_t, std::vector<Vector3>> cells_;
 };
 
-// The grid alone in a hash table: the cells that the grid would mark, by their integer coordinates.
+// A hash table of the cells that contain a point or have a neighbour that does. A query reads one cell.
 class MarkHash
 {
 public:
     MarkHash(std::vector<Vector3> const& points, double radius) : radius_(radius)
     {
         for (Vector3 const& p : points) {
-            for (int i = 0; i < 27; ++i)
-                marks_[key(cell(p.x) + i % 3 - 1, cell(p.y) + i / 3 % 3 - 1, cell(p.z) + i / 9 - 1)] = true;
+            Cell(p, radius_).anyNeighbour([&](std::uint64_t key) {
+                marks_[key] = true;
+                return false;
+            });
         }
     }
-    bool test(Vector3 const& p) const { return marks_.count(key(cell(p.x), cell(p.y), cell(p.z))) != 0; }
+    bool test(Vector3 const& p) const { return marks_.count(Cell(p, radius_).key()) != 0; }
 
 private:
-    std::int64_t cell(double c) const { return static_cast<std::int64_t>(std::floor(c / radius_)); }
-    static std::uint64_t key(std::int64_t x, std::int64_t y, std::int64_t z)
-    {
-        auto const bits = [](std::int64_t c) { return static_cast<std::uint64_t>(c) & 0x1fffff; };
-        return bits(x) | bits(y) << 21 | bits(z) << 42;
-    }
     double radius_;
     std::unordered_map<std::uint64_t, bool> marks_;
 };
@@ -144,12 +163,13 @@ void tests(benchmark::State& state, int count)
         trues += grid.test(p);
         bool const isInGrid = p.x < 1 && p.y < 1 && p.z < 1;
         bool const isExact = !std::is_same_v<Tester, MarkHash>;
-        if (isExact && tester.test(p) && !grid.test(p) && isInGrid) state.SkipWithError("a near point tests false");
+        if (isExact && tester.test(p) && !grid.test(p) && isInGrid)
+            state.SkipWithError("a point within the radius tests false");
         if (std::is_same_v<Tester, reference::ProximityTester> && tester.test(p) != grid.test(p)) {
-            state.SkipWithError("the plain grid differs");
+            state.SkipWithError("the reference grid differs");
         }
     }
-    if (trues == 0 || trues == queries().size()) state.SkipWithError("the queries decide nothing");
+    if (trues == 0 || trues == queries().size()) state.SkipWithError("all queries have the same result");
     for (auto _ : state) {
         int near = 0;
         for (Vector3 const& p : queries()) near += tester.test(p);
@@ -162,13 +182,13 @@ void manyTests(benchmark::State& state, int count)
 {
     ProximityTester const grid(cloud(count), kRadius);
     std::vector<char> results(queries().size());
-    bool* const answers = reinterpret_cast<bool*>(results.data());
-    sinew::testMany(grid, queries().data(), queries().size(), answers);
+    bool* const flags = reinterpret_cast<bool*>(results.data());
+    sinew::testMany(grid, queries().data(), queries().size(), flags);
     for (std::size_t i = 0; i < results.size(); ++i) {
-        if (answers[i] != grid.test(queries()[i])) state.SkipWithError("an answer differs");
+        if (flags[i] != grid.test(queries()[i])) state.SkipWithError("a result differs");
     }
     for (auto _ : state) {
-        sinew::testMany(grid, queries().data(), queries().size(), answers);
+        sinew::testMany(grid, queries().data(), queries().size(), flags);
         benchmark::DoNotOptimize(results.data());
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(queries().size()));
@@ -200,7 +220,7 @@ bool const kRegistered = [] {
                                      count);
     }
     add<ProximityTester>("sinew", false);
-    add<reference::ProximityTester>("plain", true);
+    add<reference::ProximityTester>("reference", true);
     add<MarkHash>("hash of cells", true);
     add<CellHash>("hash of points", false);
 #ifdef SINEW_BENCH_NANOFLANN

@@ -6,7 +6,8 @@ namespace {
 
 using sinew::detail::GaussJordan;
 
-// Leaves the inverse in `result`, a square matrix, or says that only the plain elimination can tell what is left.
+// Writes the inverse of a square matrix to `result`, of the same size. False, with `result` unchanged, if a pivot is
+// zero or a factor not finite; the result is then defined by the elimination of dense_matrix.h only.
 bool invertInBlocks(matrix<double> const& m, matrix<double>& result)
 {
     GaussJordan work(m.rows);

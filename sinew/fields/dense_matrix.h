@@ -1,10 +1,10 @@
 #pragma once
 
-/// A small dense matrix of run-time size, with the inverse and the product that fitting an implicit function needs.
-///
-/// For square systems of up to a few thousand rows. `!m` inverts, `m * v` maps a vector.
+/// A dense matrix whose size is chosen at run time, with the two operations that the fit of an implicit function needs:
+/// `!m` is the inverse, `m * v` the product with a vector. Use it for square systems of up to a few thousand rows.
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <iterator>
 #include <utility>
@@ -12,17 +12,19 @@
 
 #include <sinew/export.h>
 
-/// The magnitude of a number; a NaN stays NaN.
+/// The magnitude of a number. A NaN stays NaN, and -0.0 stays -0.0.
 template <typename T>
 constexpr T absolute(T const& value)
 {
     return value < T(0) ? -value : value;
 }
 
-/// A forward iterator that visits every `stride`-th element of a sequence: a column of a matrix stored by rows.
+/// A forward iterator that visits every `stride`-th element of a sequence, for example a column of a matrix that is
+/// stored row by row.
 ///
-/// The one past the last is `stride` beyond the last, so the sequence must not be dereferenced there; two iterators of
-/// one column are compared by position alone.
+/// The end of a column is the position `stride` after that of its last element, which may lie beyond the end of the
+/// sequence; the iterator may stand there but not be dereferenced. Comparison is by position only, so compare only
+/// iterators of the same sequence.
 template <typename Iterator>
 class jumping_iterator
 {
@@ -33,14 +35,16 @@ public:
     using pointer = typename std::iterator_traits<Iterator>::pointer;
     using reference = typename std::iterator_traits<Iterator>::reference;
 
+    /// An iterator of no sequence. It can only be assigned to, copied and compared.
     jumping_iterator() = default;
-    /// Stands on element `position` of the sequence that starts at `first`.
+
+    /// Points to element `position` of the sequence that starts at `first`.
     jumping_iterator(Iterator first, difference_type position, difference_type stride)
         : first_(first), position_(position), stride_(stride)
     {
     }
 
-    /// Distance from the start of the sequence, in elements (not in strides).
+    /// Index of the element in the sequence: the distance from its start in elements, not in strides.
     difference_type position() const { return position_; }
 
     reference operator*() const { return first_[position_]; }
@@ -60,25 +64,25 @@ public:
     friend bool operator!=(jumping_iterator const& a, jumping_iterator const& b) { return !(a == b); }
 
 private:
-    // An index, not a moved iterator: stepping an iterator beyond the end of its sequence is undefined.
+    // An index instead of an iterator that moves, since an iterator must not move beyond the end of its sequence.
     Iterator first_{};
     difference_type position_ = 0;
     difference_type stride_ = 1;
 };
 
-/// A matrix of `rows` x `columns` entries, stored row by row in `entries`.
+/// A matrix of `rows` x `columns` entries of a number type.
 template <typename T>
 class matrix
 {
 public:
-    int rows = 0;
-    int columns = 0;
-    std::vector<T> entries;
+    int rows = 0;           ///< Number of rows.
+    int columns = 0;        ///< Number of columns.
+    std::vector<T> entries; ///< The entries row by row: entry (i, j) is number i * columns + j.
 
     /// The empty matrix, 0 x 0.
     matrix() = default;
 
-    /// All entries zero. A negative size makes the matrix empty (0 x 0).
+    /// The matrix whose entries are all zero. If a size is negative, the matrix is empty (0 x 0).
     matrix(int rowCount, int columnCount)
     {
         if (rowCount < 0 || columnCount < 0) return;
@@ -87,11 +91,11 @@ public:
         entries.assign(static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns), T(0));
     }
 
-    /// Entry in row i and column j, counted from 0 and not checked.
+    /// The entry in row i and column j, counted from 0. The indices are not checked.
     T& operator()(int i, int j) { return entries[index(i, j)]; }
     T const& operator()(int i, int j) const { return entries[index(i, j)]; }
 
-    /// Whether there are as many entries as rows and columns promise; hosts may change all three.
+    /// Whether `entries` has `rows` * `columns` elements and neither number is negative. Callers may change all three.
     bool isConsistent() const
     {
         return rows >= 0 && columns >= 0 &&
@@ -107,61 +111,76 @@ private:
 
 namespace sinew::detail {
 
-/// Adds `factor` times row `from` to row `to`, or, where `to` is `from`, multiplies the row by `factor`.
+/// row `to` of `m` += `factor` * row `from`
 template <typename T>
-void combineRows(matrix<T>& m, int to, int from, T const& factor)
+void addMultipleOfRow(matrix<T>& m, int to, int from, T const& factor)
 {
-    for (int j = 0; j < m.columns; ++j) {
-        if (to == from) {
-            m(to, j) *= factor;
-        } else {
-            m(to, j) += factor * m(from, j);
-        }
-    }
+    for (int j = 0; j < m.columns; ++j) m(to, j) += factor * m(from, j);
 }
 
-/// Gauss-Jordan elimination of the square `work` beside `companion`, column by column with row pivoting.
+/// row `row` of `m` *= `factor`
+template <typename T>
+void scaleRow(matrix<T>& m, int row, T const& factor)
+{
+    for (int j = 0; j < m.columns; ++j) m(row, j) *= factor;
+}
+
+/// Exchanges two rows of `m`.
+template <typename T>
+void swapRows(matrix<T>& m, int a, int b)
+{
+    if (a != b) std::swap_ranges(&m(a, 0), &m(a, 0) + m.columns, &m(b, 0));
+}
+
+/// The row from `column` downwards whose entry in that column of the square matrix `m` has the largest magnitude. Of
+/// equal magnitudes the first wins; a NaN is chosen only where the search starts.
+template <typename T>
+int findPivotRow(matrix<T> const& m, int column)
+{
+    using Column = jumping_iterator<typename std::vector<T>::const_iterator>;
+    std::ptrdiff_t const n = m.rows;
+    Column const begin(m.entries.begin(), column * n + column, n);
+    Column const end(m.entries.begin(), n * n + column, n);
+    Column const pivot = std::max_element(begin, end, [](T const& a, T const& b) { return absolute(a) < absolute(b); });
+    return static_cast<int>(pivot.position() / n);
+}
+
+/// Gauss-Jordan elimination with row pivoting: reduces the square matrix `work` to the identity, column by column, and
+/// applies the same row operations to `companion`, a matrix of the same size.
 ///
-/// Returns the column whose pivot was exactly zero, where it stops, or `work.rows` when all were eliminated.
+/// A factor of 0 or 1 causes no operation, which shows in the signs of zeros and where a row contains an infinity or a
+/// NaN. Returns the column whose pivot was exactly zero, where the elimination stops, or `work.rows` if there was none.
 template <typename T>
 int eliminate(matrix<T>& work, matrix<T>& companion)
 {
     int const n = work.rows;
-    auto const swapRows = [n](matrix<T>& m, int a, int b) {
-        if (a != b) std::swap_ranges(&m(a, 0), &m(a, 0) + n, &m(b, 0));
-    };
+    assert(work.columns == n && companion.rows == n && companion.columns == n);
     for (int c = 0; c < n; ++c) {
-        using Column = jumping_iterator<typename std::vector<T>::const_iterator>;
-        std::ptrdiff_t const size = n;
-        Column const begin(work.entries.begin(), c * size + c, size);
-        Column const end(work.entries.begin(), n * size + c, size);
-        // The first of equal magnitudes wins; a NaN wins only where the search starts.
-        Column const best =
-            std::max_element(begin, end, [](T const& a, T const& b) { return absolute(a) < absolute(b); });
-        if (*best == T(0)) return c;
-        int const pivotRow = static_cast<int>(best.position() / size);
+        int const pivotRow = findPivotRow(work, c);
+        if (work(pivotRow, c) == T(0)) return c;
         swapRows(work, pivotRow, c);
         swapRows(companion, pivotRow, c);
 
         T const factor = T(1) / work(c, c);
         if (factor != T(1)) {
-            combineRows(work, c, c, factor);
-            combineRows(companion, c, c, factor);
+            scaleRow(work, c, factor);
+            scaleRow(companion, c, factor);
         }
         for (int r = 0; r < n; ++r) {
             T const f = -work(r, c);
             if (r == c || f == T(0)) continue;
-            combineRows(work, r, c, f);
-            combineRows(companion, r, c, f);
+            addMultipleOfRow(work, r, c, f);
+            addMultipleOfRow(companion, r, c, f);
         }
     }
     return n;
 }
 
-/// The inverse of a consistent square matrix by that elimination, or the partly reduced matrix.
+/// The inverse of a consistent square matrix by `eliminate`, or the partly reduced matrix if a pivot is zero.
 template <typename T>
 matrix<T> inverseByElimination(matrix<T> work)
 {
+    assert(work.isConsistent() && work.rows == work.columns);
     matrix<T> companion(work.rows, work.rows);
     for (int i = 0; i < work.rows; ++i) companion(i, i) = T(1);
     if (eliminate(work, companion) == work.rows) work.entries.swap(companion.entries);
@@ -172,11 +191,17 @@ matrix<T> inverseByElimination(matrix<T> work)
 
 /// The inverse of a square matrix, by Gauss-Jordan elimination with row pivoting.
 ///
-/// A matrix that is not square, or whose `entries` do not match its size, gives the empty matrix (0 x 0).
-/// If a pivot is exactly 0.0 the matrix is singular and the elimination stops there: the result is the partly reduced
-/// copy as it then stands, without any sign of the error (`sinew::diagnose` tells for the systems of `Implicit`).
-/// A nearly singular matrix gives large, inaccurate entries; NaN and infinities spread by IEEE arithmetic.
-/// Of equally large pivots the topmost is taken. About n^3 products and sums, and two more matrices of memory.
+/// The result is the empty matrix (0 x 0) if the matrix is not square or `entries` does not match its size.
+///
+/// If a pivot is exactly zero, the matrix is singular and the elimination stops: the result is the partly reduced copy,
+/// and nothing reports the error. (`sinew::diagnose` reports it for the system of an `Implicit`.) A nearly singular
+/// matrix gives large, inaccurate entries. NaN and infinities propagate by IEEE arithmetic.
+///
+/// Of entries with equal magnitudes the topmost becomes the pivot. Cost: about 2 n^3 products and as many sums, and the
+/// memory of two more matrices.
+///
+/// Source: W. Jordan, Handbuch der Vermessungskunde, third edition, 1888; with partial pivoting as in G. H. Golub and
+/// C. F. Van Loan, Matrix Computations, section 3.4.
 template <typename T>
 matrix<T> operator!(matrix<T> const& m)
 {
@@ -184,14 +209,16 @@ matrix<T> operator!(matrix<T> const& m)
     return sinew::detail::inverseByElimination(m);
 }
 
-/// The same bits for doubles, several times faster from a few dozen rows on; one more matrix of memory, or two if the
-/// matrix is singular or not finite.
+/// The inverse of a square matrix of doubles. The result has the bits of the general template, which is several times
+/// slower from a few dozen rows on. Memory: that of one more matrix, or of two if the matrix is singular or not finite.
 template <>
 SINEW_API matrix<double> operator!(matrix<double> const& m);
 
-/// The product of a matrix and a column vector; each sum runs over the columns in ascending order.
+/// The product of a matrix and a column vector. Each sum starts with its first term and takes the columns in ascending
+/// order.
 ///
-/// A vector whose size is not the number of columns gives the empty vector; a matrix without columns gives zeros.
+/// The result is empty if the vector's size is not the number of columns or the matrix is not consistent; a matrix
+/// without columns gives zeros.
 template <typename T>
 std::vector<T> operator*(matrix<T> const& m, std::vector<T> const& v)
 {

@@ -1,24 +1,37 @@
+// K. Pearson, On lines and planes of closest fit to systems of points in space, Philosophical Magazine 2, 1901: the
+// principal axes of a set of points are the eigenvectors of its covariance matrix.
+
 #include <sinew/fields/impl_ellipsoid.h>
 
 #include <cmath>
 
 namespace {
 
-// Variances, and their reciprocals, are held above this: a flat cloud still has an ellipsoid of finite shape.
-double const kLeastVariance = 1e-6;
+// Smallest variance, a squared length: smaller ones count as this, so that points in a plane or on a line still have an
+// ellipsoid of finite shape.
+constexpr double kLeastVariance = 1e-6;
 
-// The least extent, in the form's own units, to which the size of an ellipsoid is scaled.
-double const kLeastExtent = 1e-8;
+// Smallest reciprocal of a variance: smaller ones count as this. So standard deviations beyond 1000 count as 1000.
+constexpr double kLeastReciprocal = 1e-6;
 
-// Below this value of the quadratic form a point counts as the centre, where the gradient has no direction.
-double const kCentreForm = 1e-8;
+// Smallest value of the quadratic form to which the size is scaled; it has no unit. All points then lie so near the
+// centre that they say nothing about the size.
+constexpr double kLeastFarthestForm = 1e-8;
 
-// NaN takes the bound, as do values equal to it.
+// Value of the quadratic form below which a point counts as the centre, where the gradient has no direction; it has no
+// unit. It is a radius of 1e-4.
+constexpr double kCentreForm = 1e-8;
+
+// Smallest eigenvalue of a shape in `thicken`: smaller ones count as this. So semi-axes beyond 1000 count as 1000.
+constexpr double kLeastEigenvalue = 1e-6;
+
+// The larger of the two. A NaN value gives the bound.
 double atLeast(double bound, double value)
 {
     return value > bound ? value : bound;
 }
 
+// The sum starts with the first point, which keeps its zeros' signs. NaN for no points.
 Vector3 mean(std::vector<Vector3> const& points)
 {
     Vector3 sum;
@@ -26,6 +39,7 @@ Vector3 mean(std::vector<Vector3> const& points)
     return sum * (1.0 / static_cast<double>(points.size()));
 }
 
+// The mean of the outer products of the differences with themselves. NaN for no points.
 Matrix3 covariance(std::vector<Vector3> const& points, Vector3 const& centre)
 {
     Matrix3 sum;
@@ -55,13 +69,13 @@ ImplEllipsoid::ImplEllipsoid(std::vector<Vector3> const& points, Vector3 const& 
 
 void ImplEllipsoid::computeMatrix(std::vector<Vector3> const& points, Vector3 const& center)
 {
-    // A copy: `center` may be this ellipsoid's own field.
+    // A copy is assigned, since `center` may be this ellipsoid's own field.
     centre = Vector3(center);
     shape.identity();
     double eigenvalues[3];
     UVector3 eigenvectors[3];
     if (covariance(points, centre).getEigensystem(eigenvalues, eigenvectors) == 3) {
-        for (double& value : eigenvalues) value = atLeast(kLeastVariance, 1.0 / atLeast(kLeastVariance, value));
+        for (double& value : eigenvalues) value = atLeast(kLeastReciprocal, 1.0 / atLeast(kLeastVariance, value));
         shape = Matrix3::getMatrixFromEigs(eigenvalues, eigenvectors);
     }
 
@@ -70,8 +84,9 @@ void ImplEllipsoid::computeMatrix(std::vector<Vector3> const& points, Vector3 co
         double const form = quadraticForm(shape, p - centre);
         if (form > farthest) farthest = form;
     }
-    if (farthest < kLeastExtent) farthest = kLeastExtent;
-    // Nine divisions: multiplying by a reciprocal would round twice and leave the farthest point off the surface.
+    if (farthest < kLeastFarthestForm) farthest = kLeastFarthestForm;
+    // Nine divisions, since a product with a reciprocal would be rounded twice and move the surface off the farthest
+    // point.
     for (int i = 0; i < 3; ++i) {
         for (int j = 0; j < 3; ++j) shape(i, j) /= farthest;
     }
@@ -83,7 +98,7 @@ bool ImplEllipsoid::evaluate(Vector3 const& p, double* value, Vector3* gradient,
     Vector3 const a = shape * d;
     double const q = a * d;
     if (value) *value = std::sqrt(q);
-    if (gradient) *gradient = q < kCentreForm ? Vector3() : a / q; // a NaN is passed on, not hidden as zero
+    if (gradient) *gradient = q < kCentreForm ? Vector3() : a / q; // NaN where q is NaN
     if (hessian) *hessian = shape;
     return true;
 }
@@ -95,7 +110,7 @@ ImplEllipsoid* ImplEllipsoid::thicken(double distance) const
     UVector3 eigenvectors[3];
     if (shape.getEigensystem(eigenvalues, eigenvectors) != 3) return result;
     for (double& value : eigenvalues) {
-        double const semiAxis = std::sqrt(1.0 / (value >= kLeastVariance ? value : kLeastVariance));
+        double const semiAxis = std::sqrt(1.0 / (value >= kLeastEigenvalue ? value : kLeastEigenvalue));
         double const reciprocal = 1.0 / (semiAxis + distance);
         value = reciprocal * reciprocal;
     }

@@ -1,6 +1,7 @@
 #include <sinew/fields/implicit.h>
 
 #include <algorithm>
+#include <utility>
 
 #include <sinew/fields/dense_matrix.h>
 #include <sinew/fields/detail/gauss_jordan.h>
@@ -10,8 +11,8 @@ using namespace sinew::detail;
 
 namespace {
 
-// The inverse times `values`, each sum in ascending order of the columns. Four rows side by side, since the sum of one
-// row is a chain of additions that wait for each other.
+// The inverse times `values`, each sum over the columns in ascending order. Four rows are summed side by side, since
+// each addition to the sum of one row must wait for the one before it.
 std::vector<double> product(GaussJordan const& inverse, std::vector<double> const& values)
 {
     constexpr std::size_t kRows = 4;
@@ -19,7 +20,7 @@ std::vector<double> product(GaussJordan const& inverse, std::vector<double> cons
     std::vector<double> rows(kRows * n);
     std::vector<double> result(n);
     for (std::size_t i = 0; i < n; i += kRows) {
-        // Past the end the last row is summed again, to the same value.
+        // Where the number of rows is not a multiple of four, the last row is summed again, with the same result.
         std::size_t index[kRows];
         double sums[kRows];
         for (std::size_t k = 0; k < kRows; ++k) {
@@ -43,7 +44,8 @@ std::vector<double> solve(std::vector<Vector3> const& centres, std::vector<doubl
         fillImplicitSystem(centres, system);
         if (system.invert() == GaussJordan::Outcome::inverted) return product(system, rightSide);
     }
-    // Singular or not finite: the answer is what the plain elimination leaves.
+    // The system is singular or not finite, and the solution is defined by what the elimination of dense_matrix.h
+    // leaves. The braces above release the memory of the first attempt.
     matrix<double> system(size, size);
     fillImplicitSystem(centres, system);
     return inverseByElimination(std::move(system)) * rightSide;

@@ -1,95 +1,109 @@
 #pragma once
 
-/// A smooth function of space through given values at scattered points: a radial basis function.
+/// Interpolation of values at scattered points of space by a radial basis function, for example to fit an implicit
+/// surface to scanned points.
 
 #include <cstddef>
-#include <string>
 #include <utility>
 #include <vector>
 
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
+#include <sinew/framework/findings.h>
 
-/// f(p) = c0 + c . p + sum over i of lambda_i |p - x_i|^3: the smoothest interpolant of its values in the sense of the
-/// cubic kernel, twice differentiable everywhere, linear where the values are.
+/// The function f(p) = c0 + c . p + sum over i of lambda_i |p - x_i|^3, which takes given values at the points x_i.
 ///
-/// With values 0 on a surface and, say, the signed offset at points off it, f = 0 is an implicit surface through them.
-/// Source: J. Duchon, Splines minimizing rotation-invariant semi-norms in Sobolev spaces, 1977; fitted surfaces:
-/// J. C. Carr et al., Reconstruction and representation of 3D objects with radial basis functions, 2001.
+/// Of all functions that interpolate the values it is the smoothest in the sense of the cubic kernel. It is twice
+/// continuously differentiable everywhere, and equal to c0 + c . p if the values are those of a linear function. With
+/// the value 0 at points of a surface and the signed distance at some points off it, f = 0 is an implicit surface
+/// through these points.
+///
+/// Source: J. Duchon, Splines minimizing rotation-invariant semi-norms in Sobolev spaces, 1977. For surfaces: J. C.
+/// Carr et al., Reconstruction and representation of 3D objects with radial basis functions, 2001.
 class Implicit
 {
 public:
-    std::vector<Vector3> centres;     ///< x_i, in input order.
-    std::vector<double> coefficients; ///< lambda_i, one for each centre.
+    std::vector<Vector3> centres;     ///< The points x_i, in input order.
+    std::vector<double> coefficients; ///< The coefficients lambda_i, one for each centre.
     double constantTerm = 0.0;        ///< c0
     Vector3 linearTerm;               ///< c
 
-    /// Fits the function to points with the values to interpolate there.
+    /// Fits the function to points and the values that it must take there.
     ///
-    /// At least four points that are not in one plane are needed, no two of them equal, all finite. Otherwise the
-    /// system is singular and the coefficients are whatever its inversion left, without any sign of the error: ask
-    /// `sinew::diagnose` first. No points at all give all terms zero.
-    /// The kernel's powers grow with the cube of the extent; keep coordinates within a few powers of ten of 1.
-    /// Dense: about n^3 products and sums and 8 n^2 bytes; ask `sinew::estimateCost` first.
+    /// The input needs at least four points that do not lie in one plane; all numbers must be finite and no two points
+    /// equal. Otherwise the linear system is singular: the coefficients are then what its inversion left, and nothing
+    /// reports the error. Call `sinew::diagnose` first. Without points all terms are zero.
+    ///
+    /// The cubes of distances grow fast, so keep the extent of the points within a few powers of ten of 1. The system
+    /// is dense: about 2 n^3 operations and 8 n^2 bytes (`sinew::estimateCost`).
     SINEW_API explicit Implicit(std::vector<std::pair<Vector3, double>> const& pointsWithValues);
 
-    /// f(p). At a centre this is its value, to rounding. Cost: one square root a centre.
+    /// f(p). At a centre it is the value given there, to rounding. A NaN coordinate gives NaN. Cost: one square root
+    /// for each centre; no allocation.
     ///
-    /// If a host has left `centres` and `coefficients` of different size, the surplus is ignored.
+    /// If `centres` and `coefficients` have different sizes, the surplus of the longer one is ignored.
     SINEW_API double evaluate(Vector3 const& p) const;
 
-    /// The gradient of f at p: c + sum of 3 lambda_i |p - x_i| (p - x_i). Cost as `evaluate`.
+    /// The gradient of f at p: c + sum over i of 3 lambda_i |p - x_i| (p - x_i).
+    ///
+    /// A NaN coordinate of p gives three NaN, unless there is no centre: the gradient is then c. Cost and different
+    /// sizes as in `evaluate`.
     SINEW_API Vector3 getGradient(Vector3 const& p) const;
 };
 
 namespace sinew {
 
-/// f at each of `count` points, bit for bit as `Implicit::evaluate` gives it, in a fraction of the time.
+/// f at each of `count` points, with the bits that `Implicit::evaluate` gives, in less time.
 ///
-/// `points` and `values` may be null only when `count` is 0; they must not overlap.
+/// `points` and `values` may be null only if `count` is 0; they must not overlap.
 SINEW_API void evaluateMany(Implicit const& field, Vector3 const* points, std::size_t count, double* values);
 
-/// The gradient of f at each of `count` points, bit for bit as `Implicit::getGradient` gives it.
+/// The gradient of f at each of `count` points, with the bits that `Implicit::getGradient` gives, in less time.
 ///
-/// `gradients` may be `points`; both may be null only when `count` is 0.
+/// `gradients` may be equal to `points` but not overlap it otherwise; both may be null only if `count` is 0.
 SINEW_API void gradientMany(Implicit const& field, Vector3 const* points, std::size_t count, Vector3* gradients);
 
-/// One reason why `Implicit` cannot be trusted to interpolate its input.
-struct ImplicitProblem
+/// What makes the linear system of `Implicit` singular or its solution useless.
+///
+/// Indices of points count from 0. Where nothing is said about `indices` or `value`, they are empty and 0.
+enum class ImplicitFault
 {
-    enum class Kind
-    {
-        notFinite,      ///< a coordinate or a value is NaN or infinite: `first` is its index
-        repeatedCentre, ///< two points are equal: `first` < `second` are their indices
-        tooFewPoints,   ///< fewer than four that are finite: `first` is their number
-        coplanar,       ///< all points lie in one plane, to a relative 1e-12: the linear part is undetermined
-        vanishedPivot,  ///< the elimination met a pivot of exactly zero: `first` is its column, counted from 0, where
-                        ///< the columns from n on are those of c0 and c
-        outOfRange      ///< the elimination overflowed: cubes of distances beyond 1e102, or pivots below 1e-308
-    };
-    Kind kind;
-    int first = -1;      ///< see `kind`; -1 where it says nothing
-    int second = -1;     ///< see `kind`; -1 where it says nothing
-    std::string message; ///< the same as an English sentence with a full stop
+    notFinite,      ///< A coordinate or a value is NaN or infinite. `indices`: {point}; `value`: that number.
+    repeatedCentre, ///< Two points are equal. `indices`: {first, second}, with first < second.
+    tooFewPoints,   ///< Fewer than four points have finite coordinates. `value`: their number.
+    coplanar,       ///< All points lie in one plane, to 1e-12 of their extent, so the linear part is undetermined.
+    zeroPivot,      ///< The elimination found a pivot of exactly zero. `indices`: {column} of the (n + 4) x (n + 4)
+                    ///< system of n points; the last four columns belong to c0 and to the coordinates of c.
+    outOfRange      ///< A factor of the elimination is not finite, because cubes of distances overflow (from distances
+                    ///< of about 1e102 on) or pivots are below about 1e-308.
 };
 
-/// Everything that makes the system of `Implicit` singular or useless for this input, in the order of
-/// `ImplicitProblem::Kind`, each in ascending order of indices; empty when a fit can be trusted.
+/// The result of `sinew::diagnose` for the input of `Implicit`.
+using ImplicitDiagnosis = Diagnosis<ImplicitFault>;
+
+/// Finds everything in the input that makes the system of `Implicit` singular or its solution useless. Without findings
+/// a fit interpolates its input.
 ///
-/// A centre that repeats several times is reported once for each repetition, with the first of its kind as `first`.
-/// Points with a coordinate of NaN or infinity take part in no other check. Coordinates of 0.0 and -0.0 are equal.
-/// The elimination is tried only when nothing else was found, so a refusal costs n log n and an approval as much as
-/// the fit itself.
-SINEW_API std::vector<ImplicitProblem> diagnose(std::vector<std::pair<Vector3, double>> const& pointsWithValues);
+/// The findings are in the order of `ImplicitFault`, and in ascending order of their indices within one kind.
+///
+/// - A point with several numbers that are not finite gives one finding, with the first of x, y, z and the value.
+/// - A point with a coordinate that is not finite takes part in no other check.
+/// - A point that occurs several times gives one finding for each repetition; its first occurrence is always the first
+///   index. Coordinates of 0.0 and -0.0 are equal.
+/// - `zeroPivot` and `outOfRange` are searched for only if there is no other finding, since that takes an elimination.
+///
+/// Cost: n log n if there is another finding, and about as much as the fit otherwise.
+SINEW_API ImplicitDiagnosis diagnose(std::vector<std::pair<Vector3, double>> const& pointsWithValues);
 
 /// What a fit of `Implicit` takes.
 struct ImplicitCost
 {
-    double flops; ///< additions and multiplications of the elimination, about 2 n^3
-    double bytes; ///< most memory held at once beside input and result, about 8 n^2; twice that for singular input
+    double flops; ///< Additions and multiplications of the elimination: about 2 n^3.
+    double bytes; ///< Largest amount of memory that is allocated at one time, without input and result: about 8 n^2,
+                  ///< and twice as much if the system is singular or the elimination not finite.
 };
 
-/// The cost of fitting `Implicit` to `count` points; twenty thousand take 1.6e13 flops and 3.2 GB.
+/// The cost of fitting `Implicit` to `count` points. For example, 20,000 points take 1.6e13 flops and 3.2 GB.
 SINEW_API ImplicitCost estimateCost(std::size_t count);
 
 } // namespace sinew

@@ -1,10 +1,13 @@
+#include <sinew/fields/implicit.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
+#include <string>
 
 #include <sinew/fields/detail/gauss_jordan.h>
 #include <sinew/fields/detail/implicit_system.h>
-#include <sinew/fields/implicit.h>
 
 using namespace sinew::detail;
 
@@ -12,20 +15,45 @@ namespace sinew {
 
 namespace {
 
-using Kind = ImplicitProblem::Kind;
+using Samples = std::vector<std::pair<Vector3, double>>;
+using Findings = std::vector<Finding<ImplicitFault>>;
 
-// How far from a plane points must lie to span space, relative to their extent. Well above the rounding of
-// coordinates, well below what makes the linear part as good as undetermined.
-constexpr double kFlat = 1e-12;
+// Thickness up to which a set of points counts as coplanar, relative to its extent. It is far above the rounding of
+// coordinates, and far below a thickness at which the linear part is determined with useful accuracy.
+constexpr double kCoplanarThickness = 1e-12;
+
+// A linear part has four terms, so it takes four points to determine it.
+constexpr std::size_t kLeastPoints = kLinearTerms;
 
 bool isFinite(Vector3 const& p)
 {
     return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
 }
 
-std::string pointName(int index)
+void findNotFinite(Samples const& samples, Findings& findings)
 {
-    return "Point " + std::to_string(index);
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        auto const& [point, value] = samples[i];
+        std::int64_t const index = static_cast<std::int64_t>(i);
+        std::string const name = "Point " + std::to_string(i);
+        if (!isFinite(point)) {
+            double const coordinate = !std::isfinite(point.x) ? point.x : !std::isfinite(point.y) ? point.y : point.z;
+            findings.push_back(
+                {ImplicitFault::notFinite, {index}, coordinate, name + " has a coordinate that is not finite."});
+        } else if (!std::isfinite(value)) {
+            findings.push_back({ImplicitFault::notFinite, {index}, value, name + " has a value that is not finite."});
+        }
+    }
+}
+
+// The indices of the points with finite coordinates, in ascending order.
+std::vector<std::int64_t> finitePoints(Samples const& samples)
+{
+    std::vector<std::int64_t> indices;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        if (isFinite(samples[i].first)) indices.push_back(static_cast<std::int64_t>(i));
+    }
+    return indices;
 }
 
 bool isBefore(Vector3 const& a, Vector3 const& b)
@@ -35,13 +63,14 @@ bool isBefore(Vector3 const& a, Vector3 const& b)
     return a.z < b.z;
 }
 
-void findRepeated(std::vector<Vector3> const& points, std::vector<int> indices, std::vector<ImplicitProblem>& problems)
+void findRepeated(Samples const& samples, std::vector<std::int64_t> indices, Findings& findings)
 {
-    auto const at = [&points](int i) { return points[static_cast<std::size_t>(i)]; };
-    std::stable_sort(indices.begin(), indices.end(), [&at](int a, int b) { return isBefore(at(a), at(b)); });
-    std::vector<std::array<int, 2>> repeated;
-    int first = -1;
-    for (int i : indices) {
+    auto const at = [&samples](std::int64_t i) { return samples[static_cast<std::size_t>(i)].first; };
+    std::stable_sort(indices.begin(), indices.end(),
+                     [&at](std::int64_t a, std::int64_t b) { return isBefore(at(a), at(b)); });
+    std::vector<std::array<std::int64_t, 2>> repeated;
+    std::int64_t first = -1;
+    for (std::int64_t i : indices) {
         if (first >= 0 && at(first) == at(i)) {
             repeated.push_back({first, i});
         } else {
@@ -50,13 +79,15 @@ void findRepeated(std::vector<Vector3> const& points, std::vector<int> indices, 
     }
     std::sort(repeated.begin(), repeated.end());
     for (auto const& [original, copy] : repeated) {
-        problems.push_back({Kind::repeatedCentre, original, copy,
-                            pointName(copy) + " is equal to point " + std::to_string(original) +
-                                ", so the system has no unique solution."});
+        findings.push_back({ImplicitFault::repeatedCentre,
+                            {original, copy},
+                            0.0,
+                            "Points " + std::to_string(original) + " and " + std::to_string(copy) +
+                                " are equal, so the system has no unique solution."});
     }
 }
 
-// The vector that `measure` finds longest.
+// The vector with the largest `measure`, the first of equal ones.
 template <typename Measure>
 Vector3 longest(std::vector<Vector3> const& vectors, Measure measure)
 {
@@ -64,92 +95,102 @@ Vector3 longest(std::vector<Vector3> const& vectors, Measure measure)
                              [&measure](Vector3 const& a, Vector3 const& b) { return measure(a) < measure(b); });
 }
 
-// Whether the points, at least one, have no volume to their extent.
-bool areCoplanar(std::vector<Vector3> const& points)
+// The differences of the points from the first of them, divided by their largest coordinate. Empty if all are zero.
+std::vector<Vector3> normalisedOffsets(Samples const& samples, std::vector<std::int64_t> const& indices)
 {
-    // Halves first: the difference of two finite numbers may overflow, that of their halves not.
     std::vector<Vector3> offsets;
-    offsets.reserve(points.size());
+    offsets.reserve(indices.size());
     double extent = 0;
-    for (Vector3 const& p : points) {
-        Vector3 const d = p * 0.5 - points[0] * 0.5;
+    Vector3 const& origin = samples[static_cast<std::size_t>(indices[0])].first;
+    for (std::int64_t i : indices) {
+        // Halves, since the difference of two finite numbers can overflow, and that of their halves cannot.
+        Vector3 const d = samples[static_cast<std::size_t>(i)].first * 0.5 - origin * 0.5;
         offsets.push_back(d);
         extent = std::max({extent, std::fabs(d.x), std::fabs(d.y), std::fabs(d.z)});
     }
-    if (!(extent > 0)) return true;
+    if (!(extent > 0)) return {};
     for (Vector3& d : offsets) d = {d.x / extent, d.y / extent, d.z / extent};
+    return offsets;
+}
 
-    // Distances from the first point, from the line to the farthest, from the plane through these and the next.
+// Whether finite points, at least one, lie in one plane. Three distances decide: from the first point to the farthest
+// one, from the line through both to the point farthest from it, and from the plane through all three to the point
+// farthest from it.
+bool areCoplanar(Samples const& samples, std::vector<std::int64_t> const& indices)
+{
+    std::vector<Vector3> const offsets = normalisedOffsets(samples, indices);
+    if (offsets.empty()) return true;
     Vector3 const along = longest(offsets, [](Vector3 const& d) { return d.lengthSq(); });
     Vector3 const normal = cross(along, longest(offsets, [&](Vector3 const& d) { return cross(along, d).lengthSq(); }));
     double const area = normal.length();
-    if (area <= kFlat * along.length()) return true;
+    if (area <= kCoplanarThickness * along.length()) return true;
     Vector3 const highest = longest(offsets, [&](Vector3 const& d) { return std::fabs(normal * d); });
-    return std::fabs(normal * highest) <= kFlat * area;
+    return std::fabs(normal * highest) <= kCoplanarThickness * area;
 }
 
-void tryElimination(std::vector<Vector3> const& points, std::vector<ImplicitProblem>& problems)
+void findDegenerate(Samples const& samples, std::vector<std::int64_t> const& indices, Findings& findings)
 {
-    GaussJordan system(static_cast<int>(points.size()) + kLinearTerms);
-    fillImplicitSystem(points, system);
+    if (indices.size() < kLeastPoints) {
+        findings.push_back({ImplicitFault::tooFewPoints,
+                            {},
+                            static_cast<double>(indices.size()),
+                            "The number of points with finite coordinates is " + std::to_string(indices.size()) +
+                                ", but the linear part needs at least " + std::to_string(kLeastPoints) + "."});
+    } else if (areCoplanar(samples, indices)) {
+        findings.push_back({ImplicitFault::coplanar,
+                            {},
+                            0.0,
+                            "All points lie in one plane, so the linear part is undetermined across this plane."});
+    }
+}
+
+void tryElimination(Samples const& samples, Findings& findings)
+{
+    std::vector<Vector3> centres;
+    centres.reserve(samples.size());
+    for (auto const& sample : samples) centres.push_back(sample.first);
+    GaussJordan system(static_cast<int>(centres.size()) + kLinearTerms);
+    fillImplicitSystem(centres, system);
     switch (system.invert()) {
     case GaussJordan::Outcome::inverted:
         break;
-    case GaussJordan::Outcome::vanishedPivot: {
-        int const column = system.vanishedColumn();
-        problems.push_back({Kind::vanishedPivot, column, -1,
-                            "The elimination met a pivot of zero in column " + std::to_string(column) +
-                                ": in double precision the system is singular."});
+    case GaussJordan::Outcome::zeroPivot:
+        findings.push_back({ImplicitFault::zeroPivot,
+                            {system.zeroPivotColumn()},
+                            0.0,
+                            "The elimination found a pivot of zero in column " +
+                                std::to_string(system.zeroPivotColumn()) +
+                                ", so the system is singular in double precision."});
         break;
-    }
     case GaussJordan::Outcome::notFinite:
-        problems.push_back(
-            {Kind::outOfRange, -1, -1,
-             "The elimination left the range of double precision: bring the points to an extent near 1."});
+        findings.push_back({ImplicitFault::outOfRange,
+                            {},
+                            0.0,
+                            "The elimination exceeded the range of double precision; scale the points to an extent "
+                            "near 1."});
         break;
     }
 }
 
 } // namespace
 
-std::vector<ImplicitProblem> diagnose(std::vector<std::pair<Vector3, double>> const& pointsWithValues)
+ImplicitDiagnosis diagnose(std::vector<std::pair<Vector3, double>> const& pointsWithValues)
 {
-    std::vector<ImplicitProblem> problems;
-    std::vector<Vector3> all;
-    std::vector<Vector3> finite;
-    std::vector<int> finiteIndices;
-    for (auto const& [point, value] : pointsWithValues) {
-        int const index = static_cast<int>(all.size());
-        all.push_back(point);
-        if (!isFinite(point)) {
-            problems.push_back(
-                {Kind::notFinite, index, -1, pointName(index) + " has a coordinate that is not finite."});
-        } else {
-            finite.push_back(point);
-            finiteIndices.push_back(index);
-            if (!std::isfinite(value)) {
-                problems.push_back({Kind::notFinite, index, -1, pointName(index) + " has a value that is not finite."});
-            }
-        }
-    }
-    findRepeated(all, finiteIndices, problems);
-    if (finite.size() < 4) {
-        int const count = static_cast<int>(finite.size());
-        problems.push_back({Kind::tooFewPoints, count, -1,
-                            "There are " + std::to_string(count) + " usable points; a linear part needs at least 4."});
-    } else if (areCoplanar(finite)) {
-        problems.push_back(
-            {Kind::coplanar, -1, -1, "All points lie in one plane, so the linear part is undetermined across it."});
-    }
-    if (problems.empty()) tryElimination(all, problems);
-    return problems;
+    ImplicitDiagnosis diagnosis;
+    std::vector<std::int64_t> const finite = finitePoints(pointsWithValues);
+    findNotFinite(pointsWithValues, diagnosis.findings);
+    findRepeated(pointsWithValues, finite, diagnosis.findings);
+    findDegenerate(pointsWithValues, finite, diagnosis.findings);
+    if (diagnosis.findings.empty()) tryElimination(pointsWithValues, diagnosis.findings);
+    return diagnosis;
 }
 
 ImplicitCost estimateCost(std::size_t count)
 {
     double const rows = static_cast<double>(count) + kLinearTerms;
     double const columns = std::ceil(rows / RowPiece::kColumns) * RowPiece::kColumns;
-    // The matrix, the factors of one block of pivots, and what is kept of each row.
+    // For each row: the matrix, the factors of one block of pivots, and four numbers (the zero, the flag and the index
+    // of the elimination, and the right side).
     double const bytesPerRow = (columns + RowPiece::kColumns) * sizeof(double) + 4 * sizeof(double);
     return {2 * rows * rows * columns, rows * bytesPerRow};
 }

@@ -1,16 +1,21 @@
+// J. L. Bentley and J. H. Friedman, Data Structures for Range Searching, ACM Computing Surveys 11, 1979, for regular
+// grids as a search structure. J. Serra, Image Analysis and Mathematical Morphology, 1982, for dilation. Where a hash
+// table would hold the marked cells of an unbounded grid, this grid is bounded and holds one bit for each cell.
+
 #include <sinew/fields/proximity_tester.h>
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace {
 
-// Cells before the border, at most: what keeps the memory small whatever the radius.
-double const kMostInnerCells = 10000;
+// The number of cells without the border stays below this, so that memory stays small whatever the radius.
+constexpr double kInnerCellLimit = 10000;
 
-// Cells in all, at most: their indices are ints. Sets without extent along an axis have no inner cells, so the
-// first bound alone would let them grow without end.
-double const kMostCells = 2147483647;
+// Largest number of all cells, since their indices are ints. Without it the grid of a set that has no extent along an
+// axis could grow without limit: such a set has 0 inner cells whatever the size of the cells.
+constexpr double kMostCells = std::numeric_limits<int>::max();
 
 struct Range
 {
@@ -18,6 +23,7 @@ struct Range
     double high;
 };
 
+// Smallest and largest coordinate of the points along the axis. NaN in the first point stays, in others it is ignored.
 Range projections(std::vector<Vector3> const& points, Vector3 const& axis)
 {
     Range range{points[0] * axis, points[0] * axis};
@@ -29,20 +35,21 @@ Range projections(std::vector<Vector3> const& points, Vector3 const& axis)
     return range;
 }
 
-// The axis whose cells are to be doubled: from equal sizes on z, y, x in turn.
+// The axis along which the cells are doubled next. From equal sizes on this is z, y, x, z and so on.
 int axisToCoarsen(double const size[3])
 {
     if (size[0] < size[1] && size[0] < size[2]) return 0;
     return size[1] < size[2] ? 1 : 2;
 }
 
-// Doubles cells until few enough of them cover the ranges, and leaves their sizes and counts.
+// Doubles the cells until few enough of them cover the ranges. `size` holds the sizes to begin with and receives the
+// final ones; `count` receives the numbers of cells, borders included.
 void chooseCells(Range const ranges[3], double size[3], int count[3])
 {
     for (;;) {
         double inner[3];
         for (int a = 0; a < 3; ++a) inner[a] = std::ceil((ranges[a].high - ranges[a].low) / size[a]);
-        bool const fits = inner[0] * inner[1] * inner[2] < kMostInnerCells &&
+        bool const fits = inner[0] * inner[1] * inner[2] < kInnerCellLimit &&
                           (inner[0] + 2) * (inner[1] + 2) * (inner[2] + 2) <= kMostCells;
         if (fits) {
             for (int a = 0; a < 3; ++a) count[a] = static_cast<int>(inner[a]) + 2;
@@ -52,17 +59,18 @@ void chooseCells(Range const ranges[3], double size[3], int count[3])
     }
 }
 
-// Index of the bit of p's cell, or -1 outside the grid.
+// Index of the bit of the cell that contains p, or -1 if p is outside the grid or NaN.
 int cellIndex(ProximityTester const& grid, Vector3 const& p)
 {
     Vector3 const d = p - grid.origin;
     double along[3];
     bool isInside = true;
     for (int a = 0; a < 3; ++a) {
-        // A quotient that is not negative is truncated to its floor, and it lies below the count exactly if its
-        // floor does; so everything outside, NaN included, is turned away without forming an int that does not fit.
+        // The quotient itself is compared, not its floor. For a quotient of at least 0 the floor is below the count
+        // exactly if the quotient is, and the conversion to int gives the floor. All other quotients, NaN included,
+        // are rejected before the conversion, which is undefined for values that do not fit.
         along[a] = (d * grid.axes[a]) / grid.cellSize[a];
-        // No short cut: which side of the grid a point lies on is more than a processor can guess.
+        // All six comparisons without branches, since a processor cannot predict whether a point is in the grid.
         isInside = isInside & (along[a] >= 0) & (along[a] < grid.cellCount[a]);
     }
     if (!isInside) return -1;
@@ -72,7 +80,7 @@ int cellIndex(ProximityTester const& grid, Vector3 const& p)
     return i + grid.cellCount[0] * (j + grid.cellCount[1] * k);
 }
 
-// Marks all cells within one cell, along each axis, of the listed ones.
+// Marks the neighbours of the listed cells: all cells whose indices differ by at most 1 along each axis.
 void dilate(ProximityTester& grid, std::vector<int> const& cells)
 {
     int const nx = grid.cellCount[0];
@@ -90,6 +98,19 @@ void dilate(ProximityTester& grid, std::vector<int> const& cells)
             }
         }
     }
+}
+
+// Marks the cells that contain the points, and lists each of them once. Stops at a NaN coordinate and returns false.
+bool markCells(ProximityTester& grid, std::vector<Vector3> const& points, std::vector<int>& marked)
+{
+    for (Vector3 const& p : points) {
+        int const cell = cellIndex(grid, p);
+        if (cell < 0) return false;
+        std::vector<bool>::reference bit = grid.occupied[static_cast<std::size_t>(cell)];
+        if (!bit) marked.push_back(cell);
+        bit = true;
+    }
+    return true;
 }
 
 } // namespace
@@ -111,16 +132,10 @@ ProximityTester::ProximityTester(std::vector<Vector3> const& points, double radi
     occupied.assign(static_cast<std::size_t>(cellCount[0]) * static_cast<std::size_t>(cellCount[1]) *
                         static_cast<std::size_t>(cellCount[2]),
                     false);
-    // Each marked cell once: spreading from these costs no more than the points, however many cells there are.
+    // Dilation starts from the marked cells instead of sweeping over the grid, so it costs no more than the points do,
+    // however many cells there are.
     std::vector<int> marked;
-    for (Vector3 const& p : points) {
-        int const cell = cellIndex(*this, p);
-        if (cell < 0) return; // a NaN: what was marked stays as it is, without a border
-        std::vector<bool>::reference bit = occupied[static_cast<std::size_t>(cell)];
-        if (!bit) marked.push_back(cell);
-        bit = true;
-    }
-    dilate(*this, marked);
+    if (markCells(*this, points, marked)) dilate(*this, marked);
 }
 
 bool ProximityTester::test(Vector3 const& p) const

@@ -1,6 +1,7 @@
 #pragma once
 
-/// Constant-time answers to "may this point be near the set?".
+/// A constant-time test whether a point may be near a fixed set of points. Use it to discard points before an exact
+/// test.
 
 #include <cstddef>
 #include <vector>
@@ -8,44 +9,51 @@
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
 
-/// A coarse grid over a fixed set of points that tells, by one bit, whether a point may lie within a radius of any.
+/// A regular grid over a fixed set of points with one bit for each cell: whether a point in the cell may lie within a
+/// radius of a point of the set.
 ///
-/// Inside the grid the answer errs only on the side of true: a point within the radius of a point of the set tests
-/// true, and points up to about two cells away may do so as well. Cells are as large as the radius, or larger by powers
-/// of two so that fewer than 10000 cover the set.
-/// The grid has one full border cell below the set on each axis. Above it there is only what rounding the extent up to
-/// whole cells leaves, plus one cell, and upper faces lie outside: where the extent is a whole number of cells, a point
-/// exactly one radius above the set tests false, and by rounding one a little closer may. A set of a single point tests
-/// true from one radius below it, that distance included, to one radius above it, that distance not included.
+/// The bit of a cell is set if the cell itself or one of its 26 neighbours contains a point of the set. Cells are as
+/// large as the radius, or larger by powers of two so that fewer than 10000 of them cover the set.
+///
+/// Inside the grid false is certain, and true means "perhaps": a point within the radius of a point of the set tests
+/// true, and points up to about two cells away from the set may test true as well. Outside the grid every point tests
+/// false. This is certain only below the set, where the grid has one whole cell of border on each axis. Above the set
+/// the grid ends one cell after the extent rounded up to whole cells, and the upper face is not part of it. If the
+/// extent is a whole number of cells, a point exactly one radius above the set therefore tests false, and rounding can
+/// make a point that is slightly nearer test false too. For a set of one point, the points that test true on a line
+/// along an axis reach from one radius below it (included) to one radius above it (not included).
 class ProximityTester
 {
 public:
-    Vector3 origin;                 ///< The low corner of the grid.
-    Vector3 axes[3];                ///< The grid's directions: the unit x, y and z axes.
-    int cellCount[3] = {0, 0, 0};   ///< Number of cells along each axis, borders included.
+    Vector3 origin;                 ///< The corner of the grid with the smallest coordinates.
+    Vector3 axes[3];                ///< The directions of the grid: the unit vectors of x, y and z.
+    int cellCount[3] = {0, 0, 0};   ///< Numbers of cells nx, ny, nz along the axes, borders included.
     double cellSize[3] = {1, 1, 1}; ///< Edge lengths of a cell.
     std::vector<bool> occupied;     ///< Bit i + nx j + nx ny k: whether a point in cell (i, j, k) tests true.
 
-    /// Builds the grid for the points within `radius`, in the points' length unit.
+    /// Builds the grid for `points` and `radius`, both in the same length unit.
     ///
-    /// An empty set, a set whose extent is not finite, and a radius that is not a positive finite number give a tester
-    /// that answers false everywhere. If a point with a NaN coordinate follows valid ones, the points before it mark
-    /// their own cells only, and no others do: sort such points out first.
-    /// Cost: linear in the points. Memory: below 12 kB, but a set that is flat along an axis has no cells to count
-    /// before the border is added and is coarsened only to 2^31 - 1 cells in all (256 MB) if the radius is tiny.
+    /// The tester returns false everywhere if there are no points, if the extent of the points is not finite, or if the
+    /// radius is not a positive finite number. A NaN coordinate in the first point makes the extent NaN. If a point
+    /// with a NaN coordinate follows, the points before it mark only the cells that contain them, and all later points
+    /// are ignored; remove such points first.
+    ///
+    /// Cost: linear in the number of points. Memory: less than 12 kB for a set with extent along all three axes. A set
+    /// without extent along an axis has no cells there before the border is added, so the limit of 10000 does not apply
+    /// to it; its cells are enlarged only until there are at most 2^31 - 1 of them, which take 256 MB.
     SINEW_API ProximityTester(std::vector<Vector3> const& points, double radius);
 
-    /// Whether the cell of `p` lies in the grid and is marked. Points outside the grid and NaN give false.
+    /// Whether the cell that contains `p` is in the grid and marked. False outside the grid and for NaN.
     ///
-    /// Lower faces of a cell belong to it, upper ones to the next. No allocation, no square root.
+    /// The lower faces of a cell belong to it, the upper faces to the next cell. Constant cost, no allocation.
     SINEW_API bool test(Vector3 const& p) const;
 };
 
 namespace sinew {
 
-/// `ProximityTester::test` for each of `count` points.
+/// Writes the result of `ProximityTester::test` for each of `count` points.
 ///
-/// `points` and `results` may be null only when `count` is 0.
+/// `points` and `results` may be null only if `count` is 0.
 SINEW_API void testMany(ProximityTester const& tester, Vector3 const* points, std::size_t count, bool* results);
 
 } // namespace sinew

@@ -10,8 +10,8 @@
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 template <typename T = double>
 matrix<T> square(int n, std::vector<T> const& entries)
@@ -21,7 +21,7 @@ matrix<T> square(int n, std::vector<T> const& entries)
     return m;
 }
 
-std::vector<double> plainInverse(matrix<double> const& m)
+std::vector<double> referenceInverse(matrix<double> const& m)
 {
     reference::Rows rows(static_cast<std::size_t>(m.rows));
     for (int i = 0; i < m.rows; ++i) {
@@ -36,17 +36,17 @@ std::vector<double> plainInverse(matrix<double> const& m)
 {
     matrix<double> const inverse = !m;
     if (inverse.rows != m.rows || inverse.columns != m.rows) return ::testing::AssertionFailure() << "size";
-    std::vector<double> const expected = plainInverse(m);
+    std::vector<double> const expected = referenceInverse(m);
     for (std::size_t i = 0; i < expected.size(); ++i) {
         if (!test::sameBits(inverse.entries[i], expected[i])) {
             return ::testing::AssertionFailure()
-                   << "entry " << i << ": " << inverse.entries[i] << ", plainly " << expected[i];
+                   << "entry " << i << ": " << inverse.entries[i] << ", expected " << expected[i];
         }
     }
     return ::testing::AssertionSuccess();
 }
 
-// What the generator makes of each entry is the only difference between the random tests below.
+// A square matrix whose entries `entry` generates.
 template <typename Entry>
 matrix<double> filled(int n, Entry entry)
 {
@@ -56,11 +56,11 @@ matrix<double> filled(int n, Entry entry)
 }
 
 // Sizes on both sides of every block boundary up to 64.
-int const kSizes[] = {0, 1, 2, 3, 4, 5, 8, 15, 16, 17, 31, 32, 33, 47, 48, 49, 63, 64, 65};
+constexpr int kSizes[] = {0, 1, 2, 3, 4, 5, 8, 15, 16, 17, 31, 32, 33, 47, 48, 49, 63, 64, 65};
 
 } // namespace
 
-TEST(DenseMatrix, StartsAtZeroRowByRow)
+TEST(DenseMatrix, EntriesStartAtZeroAndAreStoredRowByRow)
 {
     matrix<double> m(2, 3);
     EXPECT_EQ(m.rows, 2);
@@ -77,7 +77,7 @@ TEST(DenseMatrix, NegativeSizeIsEmpty)
     EXPECT_TRUE(matrix<double>(-1, -1).entries.empty());
 }
 
-TEST(DenseMatrix, ColumnIsWalkedInStrides)
+TEST(DenseMatrix, JumpingIteratorVisitsAColumn)
 {
     std::vector<int> const rows = {1, 2, 3, 4, 5, 6};
     using Column = jumping_iterator<std::vector<int>::const_iterator>;
@@ -101,14 +101,14 @@ TEST(DenseMatrixInverse, InvertsKnownMatrices)
     EXPECT_NEAR((!square(2, {1, 2, 3, 4}))(1, 0), 1.5, 1e-15);
 }
 
-TEST(DenseMatrixInverse, WorksForOtherNumbers)
+TEST(DenseMatrixInverse, WorksForOtherNumberTypes)
 {
     EXPECT_EQ((!square<float>(2, {2, 0, 0, 4})).entries, (std::vector<float>{0.5F, 0, 0, 0.25F}));
     EXPECT_EQ((!square<float>(2, {1, 2, 2, 4})).entries, (std::vector<float>{1, 2, 0, 0}))
-        << "the pivot row (2, 4) is brought up and scaled, the other reduced to zero";
+        << "the pivot row (2, 4) is swapped up and scaled; the other row is reduced to zero";
 }
 
-TEST(DenseMatrixInverse, NotSquareOrInconsistentGivesEmpty)
+TEST(DenseMatrixInverse, IsEmptyIfTheMatrixIsNotSquareOrInconsistent)
 {
     matrix<double> const none = !matrix<double>(2, 3);
     EXPECT_EQ(none.rows, 0);
@@ -120,37 +120,38 @@ TEST(DenseMatrixInverse, NotSquareOrInconsistentGivesEmpty)
     EXPECT_EQ((!matrix<double>()).rows, 0);
 }
 
-TEST(DenseMatrixInverse, VanishedPivotReturnsThePartlyReducedCopy)
+TEST(DenseMatrixInverse, ZeroPivotReturnsThePartlyReducedCopy)
 {
-    // Column 0 is eliminated (pivot 2 in row 1, swapped up), then column 1 holds zeros only.
+    // Column 0 is eliminated with the pivot 2 from row 1. Column 1 then contains only zeros below its diagonal.
     matrix<double> const result = !square(3, {1, 2, 5, 2, 4, 6, 0, 0, 7});
     EXPECT_EQ(result.entries, (std::vector<double>{1, 2, 3, 0, 0, 2, 0, 0, 7}));
-    EXPECT_EQ((!square(2, {0, 5, 0, 6})).entries, (std::vector<double>{0, 5, 0, 6})) << "stopped before any change";
+    EXPECT_EQ((!square(2, {0, 5, 0, 6})).entries, (std::vector<double>{0, 5, 0, 6}))
+        << "the elimination stops before any change";
 }
 
 TEST(DenseMatrixInverse, OfEqualMagnitudesTheFirstIsThePivot)
 {
-    // With row 0 as the pivot the entry reads 2 - 1 * 1; with row 1 its sign would be turned.
+    // All magnitudes in column 0 are 3.
     matrix<double> const m = square(3, {3, 1, 0, -3, 1, 0, 3, 5, 0});
     matrix<double> const result = !m;
-    ASSERT_TRUE(test::sameBits(result.entries, plainInverse(m)));
+    ASSERT_TRUE(test::sameBits(result.entries, referenceInverse(m)));
     EXPECT_EQ(result(0, 0), 1.0);
-    EXPECT_EQ(result(1, 1), 1.0) << "row 2 (5 - 1 = 4) beats row 1 (1 + 1 = 2)";
+    EXPECT_EQ(result(1, 1), 1.0) << "in column 1, row 2 (5 - 1 = 4) is chosen before row 1 (1 + 1 = 2)";
 }
 
 TEST(DenseMatrixInverse, SkipsFactorsOfZeroAndOne)
 {
-    // A skipped row keeps its zeros' signs and is not touched by an infinity in the pivot row.
+    // A row with a factor of zero keeps the signs of its zeros, and an infinity in the pivot row does not change it.
     EXPECT_TRUE(sameInverse(square(2, {1, kInfinity, 0, 1})));
     matrix<double> const m = square(3, {1, kNaN, 0, 0, 1, -0.0, 0, 0, 1});
     EXPECT_TRUE(sameInverse(m));
-    EXPECT_EQ((!m)(2, 2), 1.0) << "row 2 has factors of zero only";
-    // A pivot of 1 leaves an infinity times 1.0 as it is, but a pivot of 2 turns the row's zeros' signs nowhere either.
+    EXPECT_EQ((!m)(2, 2), 1.0) << "all factors of row 2 are zero";
+    // A pivot of 1 is not divided by; a pivot of -1 is, which changes the signs of zeros.
     EXPECT_TRUE(sameInverse(square(2, {-1, 0, 0, 1})));
-    EXPECT_TRUE(std::signbit((!square(2, {-1, 0, 0, 1}))(0, 1))) << "0.0 times the factor -1";
+    EXPECT_TRUE(std::signbit((!square(2, {-1, 0, 0, 1}))(0, 1))) << "0.0 times -1";
 }
 
-TEST(DenseMatrixInverse, AgreesOnRandomMatrices)
+TEST(DenseMatrixInverse, EqualsTheReferenceOnRandomMatrices)
 {
     test::Random random(401);
     for (int n : kSizes) {
@@ -161,9 +162,9 @@ TEST(DenseMatrixInverse, AgreesOnRandomMatrices)
     EXPECT_TRUE(sameInverse(filled(150, [&] { return random.uniform(); })));
 }
 
-TEST(DenseMatrixInverse, AgreesOnSparseMatricesOfSmallIntegers)
+TEST(DenseMatrixInverse, EqualsTheReferenceOnSparseMatricesOfSmallIntegers)
 {
-    // Full of ties, exact zeros of both signs, factors of one, and singular every so often.
+    // They have many ties, exact zeros of both signs and factors of one, and some are singular.
     test::Random random(402);
     for (int n : kSizes) {
         for (int trial = 0; trial < 30; ++trial) {
@@ -177,7 +178,7 @@ TEST(DenseMatrixInverse, AgreesOnSparseMatricesOfSmallIntegers)
     }
 }
 
-TEST(DenseMatrixInverse, AgreesOnPermutationsWithSigns)
+TEST(DenseMatrixInverse, EqualsTheReferenceOnSignedPermutations)
 {
     test::Random random(403);
     for (int n : kSizes) {
@@ -193,9 +194,9 @@ TEST(DenseMatrixInverse, AgreesOnPermutationsWithSigns)
     }
 }
 
-TEST(DenseMatrixInverse, AgreesWhereColumnsAreMissing)
+TEST(DenseMatrixInverse, EqualsTheReferenceIfAColumnIsZero)
 {
-    // The vanished pivot at every place of a block: all columns before it are eliminated, residues included.
+    // The zero pivot is at every position of a block in turn; all columns before it are eliminated.
     test::Random random(404);
     for (int n : {17, 33, 40}) {
         for (int zero = 0; zero < n; ++zero) {
@@ -207,14 +208,14 @@ TEST(DenseMatrixInverse, AgreesWhereColumnsAreMissing)
     }
 }
 
-TEST(DenseMatrixInverse, AgreesOnHostileNumbers)
+TEST(DenseMatrixInverse, EqualsTheReferenceOnHostileNumbers)
 {
     test::Random random(405);
     for (int n : kSizes) {
         for (int trial = 0; trial < 20; ++trial) {
             SCOPED_TRACE(testing::Message() << n << " " << trial);
             EXPECT_TRUE(sameInverse(filled(n, [&] { return random.hostile(); })));
-            // One odd entry among ordinary ones takes the elimination far before it strikes.
+            // With one such entry among ordinary ones the elimination advances before it meets that entry.
             matrix<double> m = filled(n, [&] { return random.uniform(); });
             double const odd[] = {kNaN, kInfinity, -kInfinity, 1e308, 4e-320, -0.0};
             if (n > 0) m(random.below(n), random.below(n)) = odd[random.below(6)];
@@ -239,7 +240,7 @@ TEST(DenseMatrixProduct, SumsStartWithTheirFirstTerm)
     EXPECT_TRUE(std::signbit((m * std::vector<double>{-0.0})[0])) << "a sum from 0.0 would lose the sign";
 }
 
-TEST(DenseMatrixProduct, OddSizesGiveEmptyOrZeros)
+TEST(DenseMatrixProduct, UnequalSizesGiveNothingAndNoColumnsGiveZeros)
 {
     EXPECT_TRUE((matrix<double>(2, 3) * std::vector<double>(2)).empty());
     EXPECT_EQ(matrix<double>(2, 0) * std::vector<double>(), std::vector<double>(2, 0.0));

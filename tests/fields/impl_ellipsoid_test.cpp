@@ -10,8 +10,8 @@
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 Matrix3 diagonal(double a, double b, double c)
 {
@@ -47,8 +47,8 @@ std::vector<Vector3> sixPoints(double a, double b, double c)
     return {{a, 0, 0}, {-a, 0, 0}, {0, b, 0}, {0, -b, 0}, {0, 0, c}, {0, 0, -c}};
 }
 
-// The fit, step by step.
-Matrix3 plainShape(std::vector<Vector3> const& points, Vector3 const& centre)
+// Reference implementation of the fit: each step of the definition is one statement.
+Matrix3 referenceShape(std::vector<Vector3> const& points, Vector3 const& centre)
 {
     Matrix3 sum;
     for (std::size_t k = 0; k < points.size(); ++k) {
@@ -84,7 +84,7 @@ Matrix3 plainShape(std::vector<Vector3> const& points, Vector3 const& centre)
 
 } // namespace
 
-TEST(ImplEllipsoid, StartsAsTheUnitSphere)
+TEST(ImplEllipsoid, DefaultIsTheUnitSphere)
 {
     ImplEllipsoid const e;
     EXPECT_EQ(e.centre, Vector3());
@@ -115,7 +115,7 @@ TEST(ImplEllipsoid, FitsAboutTheMeanOrAGivenCentre)
     EXPECT_GT(largestDifference(given.shape, mean.shape), 0.1);
 }
 
-TEST(ImplEllipsoid, MeanIsTheSumTimesOneReciprocal)
+TEST(ImplEllipsoid, MeanIsTheSumTimesTheReciprocalOfTheCount)
 {
     std::vector<Vector3> const points = {{1, 0, 0}, {2, 0, 0}, {2, 0, 0}};
     ASSERT_NE(5.0 * (1.0 / 3.0), 5.0 / 3.0);
@@ -127,7 +127,7 @@ TEST(ImplEllipsoid, MeanOfOnePointIsThatPoint)
     EXPECT_TRUE(test::sameBits(ImplEllipsoid({Vector3(-0.0, 0.1, 1e300)}).centre, Vector3(-0.0, 0.1, 1e300)));
 }
 
-TEST(ImplEllipsoid, EveryPointIsInsideAndTheFarthestOnTheSurface)
+TEST(ImplEllipsoid, ContainsEveryPointAndTheFarthestIsOnTheSurface)
 {
     test::Random random(421);
     for (int trial = 0; trial < 200; ++trial) {
@@ -142,11 +142,11 @@ TEST(ImplEllipsoid, EveryPointIsInsideAndTheFarthestOnTheSurface)
         ImplEllipsoid const e(points);
         double farthest = 0;
         for (Vector3 const& p : points) farthest = std::fmax(farthest, quadraticForm(e, p));
-        EXPECT_NEAR(farthest, 1.0, 1e-12); // rounding of a shape whose axes differ by up to fifty times
+        EXPECT_NEAR(farthest, 1.0, 1e-12); // rounding; the ratio of two axes is up to fifty
     }
 }
 
-TEST(ImplEllipsoid, FollowsItsDefinitionBitForBit)
+TEST(ImplEllipsoid, EqualsTheReferenceInEveryBit)
 {
     test::Random random(422);
     for (int trial = 0; trial < 500; ++trial) {
@@ -157,13 +157,13 @@ TEST(ImplEllipsoid, FollowsItsDefinitionBitForBit)
             points.push_back(trial % 7 == 0 ? random.hostilePoint() : random.point() * scale);
         }
         Vector3 const centre = random.point() * scale;
-        EXPECT_TRUE(test::sameBits(ImplEllipsoid(points, centre).shape, plainShape(points, centre)));
+        EXPECT_TRUE(test::sameBits(ImplEllipsoid(points, centre).shape, referenceShape(points, centre)));
         ImplEllipsoid const e(points);
-        EXPECT_TRUE(test::sameBits(e.shape, plainShape(points, e.centre)));
+        EXPECT_TRUE(test::sameBits(e.shape, referenceShape(points, e.centre)));
     }
 }
 
-TEST(ImplEllipsoid, PointsOnALineOrPlaneStayFinite)
+TEST(ImplEllipsoid, PointsOnALineOrPlaneGiveAFiniteShape)
 {
     std::vector<Vector3> line;
     std::vector<Vector3> plane;
@@ -172,7 +172,7 @@ TEST(ImplEllipsoid, PointsOnALineOrPlaneStayFinite)
         for (int j = -5; j <= 5; ++j) plane.push_back({i * 1.0, j * 1.0, 0.0});
     }
     ImplEllipsoid const onLine(line);
-    // The variance along the line is 140, so the shape across it is 1e6 / (280 / (140 / ...)): held by the bound 1e-06.
+    // The variance along the line is 140. Across it the variance is 0 and counts as 1e-06.
     double eigenvalues[3];
     onLine.shape.getEigensystem(eigenvalues, nullptr);
     EXPECT_NEAR(eigenvalues[0], 1.0 / 350, 1e-9) << "the end (5, 10, 15) lies on the surface";
@@ -183,33 +183,33 @@ TEST(ImplEllipsoid, PointsOnALineOrPlaneStayFinite)
     EXPECT_NEAR(onPlane.shape(2, 2) / onPlane.shape(0, 0), 10 / 1e-6, 1.0);
 }
 
-TEST(ImplEllipsoid, VariancesAreHeldAboveTheBound)
+TEST(ImplEllipsoid, SmallVariancesAndReciprocalsCountAsTheThreshold)
 {
-    // Variances along the axes: 8e-7 (held at 1e-6), 3.2e-6, 2e-6.
+    // Variances along the axes: 8e-7 (counts as 1e-6), 3.2e-6, 2e-6.
     double const a = std::sqrt(3 * 8e-7);
     double const b = std::sqrt(3 * 3.2e-6);
     double const c = std::sqrt(3 * 2e-6);
     ImplEllipsoid const e(sixPoints(a, b, c), Vector3());
     EXPECT_NEAR(e.shape(0, 0) / e.shape(1, 1), 3.2, 1e-6);
-    // Variances of 1e8 and 1e7 both have reciprocals below 1e-6: held, the shape is a sphere.
+    // The reciprocals of all variances, of about 1e8 and 3e7, count as 1e-6. So the shape is a sphere.
     ImplEllipsoid const huge(sixPoints(2e4, 1e4, 1e4), Vector3());
     EXPECT_EQ(huge.shape(0, 0), huge.shape(1, 1));
     EXPECT_NEAR(huge.shape(0, 0), 1 / 4e8, 1e-20);
 }
 
-TEST(ImplEllipsoid, CoincidentPointsAreNotScaledTo)
+TEST(ImplEllipsoid, SizeIsNotScaledToPointsAtTheCentre)
 {
-    // One point, its own mean: variances held at 1e-06, reciprocals 1e6, farthest 0 held at 1e-08.
+    // All variances count as 1e-06, and the largest quadratic form, 0, counts as 1e-08: 1e6 / 1e-8 = 1e14.
     ImplEllipsoid const e({Vector3(1, 2, 3), Vector3(1, 2, 3)});
     EXPECT_EQ(e.centre, Vector3(1, 2, 3));
     EXPECT_LT(largestDifference(e.shape, diagonal(1e14, 1e14, 1e14)), 1.0);
     EXPECT_EQ(ImplEllipsoid({Vector3(4, 5, 6)}).centre, Vector3(4, 5, 6));
-    // The far point scales the shape from a form of 1e-08 on: 1e6 * d^2 >= 1e-8.
+    // The form of this point is 1e6 * 1e-18, which is below 1e-08 as well.
     ImplEllipsoid const tiny({Vector3(1e-9, 0, 0)}, Vector3());
     EXPECT_NEAR(tiny.shape(0, 0), 1e14, 1.0);
 }
 
-TEST(ImplEllipsoid, NoPointsOrNaNGiveNaN)
+TEST(ImplEllipsoid, NoPointsOrNumbersThatAreNotFiniteGiveNaN)
 {
     ImplEllipsoid const empty(std::vector<Vector3>{});
     EXPECT_NE(empty.centre.x, empty.centre.x);
@@ -221,7 +221,7 @@ TEST(ImplEllipsoid, NoPointsOrNaNGiveNaN)
     }
 }
 
-TEST(ImplEllipsoid, RefitsAboutItsOwnCentre)
+TEST(ImplEllipsoid, CanBeFittedAgainAboutItsOwnCentre)
 {
     ImplEllipsoid e(sixPoints(1, 2, 3), Vector3(0.5, 0, 0));
     Matrix3 const before = e.shape;
@@ -230,7 +230,7 @@ TEST(ImplEllipsoid, RefitsAboutItsOwnCentre)
     EXPECT_EQ(e.centre, Vector3(0.5, 0, 0));
 }
 
-TEST(ImplEllipsoidEvaluate, GradientIsDividedByTheForm)
+TEST(ImplEllipsoidEvaluate, GradientIsDividedByTheQuadraticForm)
 {
     ImplEllipsoid e;
     e.shape = diagonal(0.25, 1, 1);
@@ -241,11 +241,11 @@ TEST(ImplEllipsoidEvaluate, GradientIsDividedByTheForm)
     Matrix3 hessian;
     EXPECT_TRUE(e.evaluate(p, &value, &gradient, &hessian));
     EXPECT_EQ(value, std::sqrt(q));
-    EXPECT_EQ(gradient, Vector3(0.75, 2, 0) / q) << "not by the square root, and by one reciprocal";
+    EXPECT_EQ(gradient, Vector3(0.75, 2, 0) / q) << "divided by q, not by its square root";
     EXPECT_EQ(hessian, e.shape);
 }
 
-TEST(ImplEllipsoidEvaluate, GradientVanishesBelowTheThreshold)
+TEST(ImplEllipsoidEvaluate, GradientIsZeroBelowTheThreshold)
 {
     ImplEllipsoid const e;
     Vector3 gradient;
@@ -256,10 +256,10 @@ TEST(ImplEllipsoidEvaluate, GradientVanishesBelowTheThreshold)
     e.evaluate({0.99e-4, 0, 0}, nullptr, &gradient, nullptr);
     EXPECT_EQ(gradient, Vector3());
     e.evaluate({kNaN, 0, 0}, nullptr, &gradient, nullptr);
-    EXPECT_NE(gradient.x, gradient.x) << "NaN is passed on";
+    EXPECT_NE(gradient.x, gradient.x) << "NaN gives NaN";
 }
 
-TEST(ImplEllipsoidEvaluate, WritesOnlyWhatIsAskedFor)
+TEST(ImplEllipsoidEvaluate, WritesOnlyThroughPointersThatAreNotNull)
 {
     ImplEllipsoid const e;
     double value = 7;
@@ -272,7 +272,7 @@ TEST(ImplEllipsoidEvaluate, WritesOnlyWhatIsAskedFor)
     EXPECT_EQ(hessian, Matrix3());
 }
 
-TEST(ImplEllipsoidEvaluate, FormBelowZeroGivesNaN)
+TEST(ImplEllipsoidEvaluate, NegativeQuadraticFormGivesNaN)
 {
     ImplEllipsoid e;
     e.shape = diagonal(-1, 1, 1);
@@ -283,7 +283,7 @@ TEST(ImplEllipsoidEvaluate, FormBelowZeroGivesNaN)
     EXPECT_EQ(gradient, Vector3());
 }
 
-TEST(ImplEllipsoidThicken, GrowsEverySemiAxis)
+TEST(ImplEllipsoidThicken, AddsTheDistanceToEverySemiAxis)
 {
     ImplEllipsoid e(sixPoints(2, 1, 0.5), Vector3());
     e.centre = {1, 2, 3};
@@ -300,11 +300,12 @@ TEST(ImplEllipsoidThicken, ByZeroReproducesTheShape)
     for (int trial = 0; trial < 100; ++trial) {
         ImplEllipsoid const e(random.points(20));
         std::unique_ptr<ImplEllipsoid> const same(e.thicken(0));
-        EXPECT_LT(largestDifference(same->shape, e.shape), 2e-8); // the eigen-solver stops at 1e-08 off the diagonal
+        EXPECT_LT(largestDifference(same->shape, e.shape),
+                  2e-8); // the eigen-solver stops at an off-diagonal sum of 1e-08
     }
 }
 
-TEST(ImplEllipsoidThicken, BeyondASemiAxisLeavesTheDifference)
+TEST(ImplEllipsoidThicken, NegativeDistanceBeyondASemiAxisGivesTheMagnitudeOfTheSum)
 {
     ImplEllipsoid const e(sixPoints(2, 1, 1), Vector3());
     std::unique_ptr<ImplEllipsoid> const turned(e.thicken(-3));
@@ -322,10 +323,10 @@ TEST(ImplEllipsoidThicken, SemiAxesBeyondAThousandCountAsAThousand)
     EXPECT_NEAR(thick->shape(0, 0), 1.0 / (1001.0 * 1001.0), 1e-18);
     e.shape = diagonal(kNaN, 1, 1);
     std::unique_ptr<ImplEllipsoid> const odd(e.thicken(1));
-    EXPECT_NEAR(odd->shape(0, 0), 1.0 / (1001.0 * 1001.0), 1e-18) << "a NaN eigenvalue takes the bound";
+    EXPECT_NEAR(odd->shape(0, 0), 1.0 / (1001.0 * 1001.0), 1e-18) << "a NaN eigenvalue counts as 1e-06";
 }
 
-TEST(ImplEllipsoidMany, AnswersAreTheSingleOnes)
+TEST(ImplEllipsoidMany, ResultsHaveTheBitsOfSingleCalls)
 {
     test::Random random(424);
     ImplEllipsoid const e(random.points(20));

@@ -1,27 +1,20 @@
-// The kernels behind implicit functions, for every width of vectors that this machine can run.
-
-#include <limits>
+// The kernels of implicit functions at every vector width that this processor and this build support.
 
 #include <sinew/fields/detail/gauss_jordan.h>
 #include <sinew/fields/detail/implicit_kernels.h>
+
+#include <limits>
 
 #include <gtest/gtest.h>
 
 #include "fields/reference_implicit.h"
 #include "support/bits.h"
 #include "support/random.h"
+#include "support/vector_widths.h"
 
 using namespace sinew::detail;
 
 namespace {
-
-std::vector<VectorWidth> runnableWidths()
-{
-    std::vector<VectorWidth> widths = {VectorWidth::baseline};
-    if (widestVectors() != VectorWidth::baseline) widths.push_back(VectorWidth::avx2);
-    if (widestVectors() == VectorWidth::avx512) widths.push_back(VectorWidth::avx512);
-    return widths;
-}
 
 template <typename Entry>
 reference::Rows filled(int n, Entry entry)
@@ -50,48 +43,70 @@ reference::Rows rowsOf(GaussJordan const& work, std::size_t n)
     return rows;
 }
 
+// The kinds of numbers in the matrices of the first test.
+enum MatrixKind
+{
+    kUniform,
+    kUniformAgain,
+    kSparse,            // many factors of zero, which are skipped
+    kSpread,            // magnitudes far apart
+    kSmallIntegers,     // many ties, some singular matrices
+    kMoreSmallIntegers, // the same kind with other numbers
+    kMatrixKinds
+};
+
+double entryOf(MatrixKind kind, test::Random& random)
+{
+    switch (kind) {
+    case kUniform:
+    case kUniformAgain:
+        return random.uniform();
+    case kSparse:
+        return random.oneIn(4) ? random.uniform() : -0.0;
+    case kSpread:
+        return random.spread();
+    default:
+        return static_cast<double>(random.below(5) - 2);
+    }
+}
+
 } // namespace
 
-TEST(GaussJordan, EveryWidthInvertsToTheSameBits)
+TEST(GaussJordan, InvertsToTheReferenceBitsAtEveryWidth)
 {
     test::Random random(451);
     for (int n : {0, 1, 2, 7, 15, 16, 17, 31, 32, 33, 48, 63, 64, 65, 100}) {
-        for (int trial = 0; trial < 6; ++trial) {
-            // Dense; sparse with skipped factors; with magnitudes far apart; of small integers with ties.
-            reference::Rows const rows = filled(n, [&] {
-                if (trial < 2) return random.uniform();
-                if (trial == 2) return random.oneIn(4) ? random.uniform() : -0.0;
-                if (trial == 3) return random.spread();
-                return static_cast<double>(random.below(5) - 2);
-            });
-            for (VectorWidth width : runnableWidths()) {
-                SCOPED_TRACE(testing::Message() << n << " " << trial << " " << static_cast<int>(width));
+        for (int kind = 0; kind < kMatrixKinds; ++kind) {
+            reference::Rows const rows = filled(n, [&] { return entryOf(static_cast<MatrixKind>(kind), random); });
+            for (VectorWidth width : test::vectorWidths()) {
+                SCOPED_TRACE(testing::Message() << n << " " << kind << " " << static_cast<int>(width));
                 GaussJordan work = load(rows);
                 if (work.invert(width) == GaussJordan::Outcome::inverted) {
+                    EXPECT_EQ(work.zeroPivotColumn(), -1);
                     EXPECT_TRUE(test::sameBits(rowsOf(work, rows.size()), reference::inverse(rows)));
                 } else {
-                    EXPECT_GT(trial, 1) << "a dense random matrix needs no plain elimination";
+                    EXPECT_GT(kind, kUniformAgain) << "a dense random matrix is regular";
                 }
             }
         }
     }
 }
 
-TEST(GaussJordan, TellsWhereThePivotVanished)
+TEST(GaussJordan, ReportsTheColumnOfAZeroPivot)
 {
     test::Random random(452);
     for (int zero : {0, 5, 15, 16, 17, 39}) {
         reference::Rows rows = filled(40, [&] { return random.uniform(); });
         for (auto& row : rows) row[static_cast<std::size_t>(zero)] = 0.0;
-        for (VectorWidth width : runnableWidths()) {
+        for (VectorWidth width : test::vectorWidths()) {
             GaussJordan work = load(rows);
-            EXPECT_EQ(work.invert(width), GaussJordan::Outcome::vanishedPivot);
-            EXPECT_EQ(work.vanishedColumn(), zero);
+            EXPECT_EQ(work.invert(width), GaussJordan::Outcome::zeroPivot);
+            EXPECT_EQ(work.zeroPivotColumn(), zero);
         }
     }
 }
 
-TEST(GaussJordan, FactorsThatAreNotFiniteAskForThePlainRoad)
+TEST(GaussJordan, ReportsFactorsThatAreNotFinite)
 {
     double const infinity = std::numeric_limits<double>::infinity();
     for (double odd : {infinity, -infinity, infinity - infinity}) {
@@ -99,9 +114,9 @@ TEST(GaussJordan, FactorsThatAreNotFiniteAskForThePlainRoad)
             test::Random random(453);
             reference::Rows rows = filled(20, [&] { return random.uniform(); });
             rows[row][3] = odd;
-            for (VectorWidth width : runnableWidths()) {
+            for (VectorWidth width : test::vectorWidths()) {
                 GaussJordan work = load(rows);
-                // An infinity may be the pivot: its reciprocal 0 is as good as any. NaN never is.
+                // An infinity can be a pivot, since its reciprocal is 0; a NaN cannot.
                 bool const inverted = work.invert(width) == GaussJordan::Outcome::inverted;
                 EXPECT_FALSE(inverted && odd != odd);
                 if (inverted) {
@@ -113,42 +128,46 @@ TEST(GaussJordan, FactorsThatAreNotFiniteAskForThePlainRoad)
     EXPECT_EQ(load({{1e-310}}).invert(), GaussJordan::Outcome::notFinite) << "the pivot's reciprocal overflows";
 }
 
-TEST(ImplicitKernels, EveryWidthSumsToTheSameBits)
+TEST(ImplicitKernels, SumToTheReferenceBitsAtEveryWidth)
 {
+    constexpr int kTrials = 8;
+    constexpr int kHostileTrial = 7;
+    constexpr int kFirstTrialWithFarPoints = 6; // their squared distances overflow
+    constexpr double kStart = 0.25; // the linear part is zero, so every sum of values starts at this constant
     test::Random random(454);
-    for (int n : {0, 1, 2, 3, 7, 8, 9, 31, 32, 33, 64, 100}) {
-        for (int trial = 0; trial < 8; ++trial) {
+    for (int n : {0, 1, 2, 3, 4, 5, 7, 8, 9, 31, 32, 33, 36, 64, 100}) {
+        for (int trial = 0; trial < kTrials; ++trial) {
             reference::Implicit field({});
             for (int i = 0; i < n; ++i) {
-                field.centres.push_back(trial == 7 ? random.hostilePoint() : random.point());
-                field.coefficients.push_back(trial == 7 ? random.hostile() : random.spread());
+                field.centres.push_back(trial == kHostileTrial ? random.hostilePoint() : random.point());
+                field.coefficients.push_back(trial == kHostileTrial ? random.hostile() : random.spread());
             }
-            field.constantTerm = 0.25; // with a linear part of zero, where every sum starts
+            field.constantTerm = kStart;
             field.linearTerm = Vector3();
             RadialTerms const terms{field.centres.data(), field.coefficients.data(), field.centres.size()};
-            Vector3 points[PointLanes::kCount];
+            Vector3 points[kPointLanes];
             PointLanes lanes;
-            for (int l = 0; l < PointLanes::kCount; ++l) {
-                points[l] = trial > 5 ? random.point() * 1e160 : random.point();
+            for (int l = 0; l < kPointLanes; ++l) {
+                points[l] = trial >= kFirstTrialWithFarPoints ? random.point() * 1e160 : random.point();
                 lanes.x[l] = points[l].x;
                 lanes.y[l] = points[l].y;
                 lanes.z[l] = points[l].z;
             }
-            for (VectorWidth width : runnableWidths()) {
+            for (VectorWidth width : test::vectorWidths()) {
                 SCOPED_TRACE(testing::Message() << n << " " << trial << " " << static_cast<int>(width));
-                ImplicitKernels const& kernels = implicitKernels(width);
-                double sums[PointLanes::kCount];
-                for (double& sum : sums) sum = 0.25;
+                ValueLanes values;
+                for (double& value : values.values) value = kStart;
                 PointLanes gradients{};
-                kernels.evaluateLanes(terms, lanes, sums);
-                kernels.gradientLanes(terms, lanes, &gradients);
-                for (int l = 0; l < PointLanes::kCount; ++l) {
-                    double value = 0.25;
-                    kernels.evaluate(terms, points[l], &value);
-                    EXPECT_TRUE(test::sameBits(value, field.evaluate(points[l])));
-                    EXPECT_TRUE(test::sameBits(sums[l], field.evaluate(points[l])));
+                addTerms(width, terms, lanes, &values);
+                addGradients(width, terms, lanes, &gradients);
+                for (int l = 0; l < kPointLanes; ++l) {
+                    double const value = field.evaluate(points[l]);
+                    EXPECT_TRUE(test::sameBits(addTerms(width, terms, points[l], kStart), value));
+                    EXPECT_TRUE(test::sameBits(values.values[l], value));
+                    Vector3 const gradient = field.getGradient(points[l]);
+                    EXPECT_TRUE(test::sameBits(addGradients(width, terms, points[l], Vector3()), gradient));
                     Vector3 const lane(gradients.x[l], gradients.y[l], gradients.z[l]);
-                    EXPECT_TRUE(test::sameBits(lane, field.getGradient(points[l])));
+                    EXPECT_TRUE(test::sameBits(lane, gradient));
                 }
             }
         }

@@ -1,6 +1,8 @@
 #include <sinew/fields/implicit.h>
 
+#include <cstdint>
 #include <limits>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -10,8 +12,8 @@
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 using Input = std::vector<std::pair<Vector3, double>>;
 
@@ -43,12 +45,12 @@ TEST(Implicit, FourPointsReproduceALinearFunction)
     test::Random random(431);
     for (int i = 0; i < 50; ++i) {
         Vector3 const p = random.point(-10, 10);
-        EXPECT_NEAR(field.evaluate(p), 1 + 2 * p.x - p.y + 4 * p.z, 1e-10); // |p|^3 times lambda's rounding
+        EXPECT_NEAR(field.evaluate(p), 1 + 2 * p.x - p.y + 4 * p.z, 1e-10); // |p|^3 times the rounding of lambda
         EXPECT_LT(dist(field.getGradient(p), Vector3(2, -1, 4)), 1e-11);
     }
 }
 
-TEST(Implicit, TakesItsValuesAtTheCentres)
+TEST(Implicit, TakesTheGivenValuesAtTheCentres)
 {
     test::Random random(432);
     for (int count : {4, 5, 10, 40, 100}) {
@@ -61,7 +63,7 @@ TEST(Implicit, TakesItsValuesAtTheCentres)
     }
 }
 
-TEST(Implicit, WeightsAreOrthogonalToLinearFunctions)
+TEST(Implicit, CoefficientsAreOrthogonalToLinearFunctions)
 {
     test::Random random(433);
     Implicit const field(randomInput(random, 60));
@@ -75,7 +77,7 @@ TEST(Implicit, WeightsAreOrthogonalToLinearFunctions)
     EXPECT_LT(moment.length(), 1e-10);
 }
 
-TEST(Implicit, GradientIsTheDerivative)
+TEST(Implicit, GradientIsTheDerivativeOfTheValue)
 {
     test::Random random(434);
     Implicit const field(randomInput(random, 30));
@@ -92,7 +94,7 @@ TEST(Implicit, GradientIsTheDerivative)
     }
 }
 
-TEST(Implicit, FollowsItsDefinitionBitForBit)
+TEST(Implicit, EqualsTheReferenceInEveryBit)
 {
     test::Random random(435);
     for (int count = 0; count <= 40; ++count) {
@@ -107,14 +109,14 @@ TEST(Implicit, FollowsItsDefinitionBitForBit)
     }
 }
 
-TEST(Implicit, FollowsItsDefinitionAtEveryScaleAndOnHostileInput)
+TEST(Implicit, EqualsTheReferenceAtEveryScaleAndOnHostileInput)
 {
     test::Random random(436);
     for (int trial = 0; trial < 300; ++trial) {
         SCOPED_TRACE(trial);
         double const scale = trial % 3 == 0 ? 1e9 : (trial % 3 == 1 ? 1e-9 : 1.0);
         Input input = randomInput(random, random.below(30), scale);
-        if (!input.empty() && random.oneIn(2)) input.push_back(input[0]); // coincident
+        if (!input.empty() && random.oneIn(2)) input.push_back(input[0]); // a repeated centre
         if (!input.empty() && random.oneIn(4)) {
             input[static_cast<std::size_t>(random.below(static_cast<int>(input.size())))] = {random.hostilePoint(),
                                                                                              random.hostile()};
@@ -134,7 +136,7 @@ TEST(Implicit, FollowsItsDefinitionAtEveryScaleAndOnHostileInput)
     }
 }
 
-TEST(Implicit, EveryNumberOfCentresSumsInOrder)
+TEST(Implicit, SumsInOrderForEveryNumberOfCentres)
 {
     test::Random random(437);
     for (int count = 0; count <= 150; ++count) {
@@ -152,7 +154,7 @@ TEST(Implicit, EveryNumberOfCentresSumsInOrder)
     }
 }
 
-TEST(Implicit, LinearTermIsSummedFromZDown)
+TEST(Implicit, LinearTermIsSummedFromZToX)
 {
     Implicit field({});
     field.linearTerm = {1, 1e16, -1e16};
@@ -170,7 +172,7 @@ TEST(Implicit, NoPointsGiveZero)
     EXPECT_EQ(field.getGradient({1, 2, 3}), Vector3());
 }
 
-TEST(Implicit, SurplusOfCentresOrCoefficientsIsIgnored)
+TEST(Implicit, IgnoresSurplusCentresAndCoefficients)
 {
     Implicit field(kTetrahedron);
     Implicit cut = field;
@@ -185,7 +187,7 @@ TEST(Implicit, SurplusOfCentresOrCoefficientsIsIgnored)
     EXPECT_EQ(field.evaluate(p), cut.evaluate(p));
 }
 
-TEST(ImplicitMany, AnswersAreTheSingleOnes)
+TEST(ImplicitMany, ResultsHaveTheBitsOfSingleCalls)
 {
     test::Random random(438);
     for (int centreCount : {0, 4, 7, 8, 33, 64, 65, 130}) {
@@ -217,65 +219,70 @@ TEST(ImplicitMany, AnswersAreTheSingleOnes)
 
 namespace {
 
-using Kind = sinew::ImplicitProblem::Kind;
+using sinew::ImplicitFault;
 
-struct Finding
+struct Expected
 {
-    Kind kind;
-    int first;
-    int second;
+    ImplicitFault kind;
+    std::vector<std::int64_t> indices;
+    double value;
 };
 
-void expectFindings(Input const& input, std::vector<Finding> const& expected)
+void expectFindings(Input const& input, std::vector<Expected> const& expected)
 {
-    std::vector<sinew::ImplicitProblem> const problems = sinew::diagnose(input);
-    ASSERT_EQ(problems.size(), expected.size());
-    for (std::size_t i = 0; i < problems.size(); ++i) {
-        SCOPED_TRACE(problems[i].message);
-        EXPECT_EQ(problems[i].kind, expected[i].kind);
-        EXPECT_EQ(problems[i].first, expected[i].first);
-        EXPECT_EQ(problems[i].second, expected[i].second);
-        ASSERT_FALSE(problems[i].message.empty());
-        EXPECT_EQ(problems[i].message.back(), '.');
+    sinew::ImplicitDiagnosis const diagnosis = sinew::diagnose(input);
+    ASSERT_EQ(diagnosis.findings.size(), expected.size());
+    std::string lines;
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        auto const& finding = diagnosis.findings[i];
+        SCOPED_TRACE(finding.sentence);
+        EXPECT_EQ(finding.kind, expected[i].kind);
+        EXPECT_EQ(finding.indices, expected[i].indices);
+        EXPECT_TRUE(test::sameBits(finding.value, expected[i].value));
+        ASSERT_FALSE(finding.sentence.empty());
+        EXPECT_EQ(finding.sentence.back(), '.');
+        lines += finding.sentence + "\n";
     }
+    EXPECT_EQ(diagnosis.text(), lines);
 }
 
 } // namespace
 
-TEST(ImplicitDiagnose, SoundInputHasNoProblems)
+TEST(ImplicitDiagnose, UsableInputGivesNoFindings)
 {
     test::Random random(441);
     expectFindings(kTetrahedron, {});
     expectFindings(randomInput(random, 50), {});
     expectFindings(randomInput(random, 20, 1e-9), {});
     expectFindings(randomInput(random, 20, 1e9), {});
-    Input far = randomInput(random, 20); // a small cloud far from the origin is still a cloud
+    Input far = randomInput(random, 20); // the distance from the origin does not matter
     for (auto& sample : far) sample.first += Vector3(1e6, 1e6, 1e6);
     expectFindings(far, {});
 }
 
 TEST(ImplicitDiagnose, TooFewPointsAreCounted)
 {
-    expectFindings({}, {{Kind::tooFewPoints, 0, -1}});
-    expectFindings({kTetrahedron[0], kTetrahedron[1], kTetrahedron[2]}, {{Kind::tooFewPoints, 3, -1}});
+    expectFindings({}, {{ImplicitFault::tooFewPoints, {}, 0}});
+    expectFindings({kTetrahedron[0], kTetrahedron[1], kTetrahedron[2]}, {{ImplicitFault::tooFewPoints, {}, 3}});
 }
 
-TEST(ImplicitDiagnose, RepeatedCentresAreNamedInPairs)
+TEST(ImplicitDiagnose, RepeatedCentresAreReportedInPairs)
 {
     Input input = kTetrahedron;
     input.push_back(input[2]);
     input.push_back(input[0]);
     input.push_back(input[2]);
     input.emplace_back(Vector3(-0.0, 0.0, -0.0), 9);
-    expectFindings(input, {{Kind::repeatedCentre, 0, 5},
-                           {Kind::repeatedCentre, 0, 7},
-                           {Kind::repeatedCentre, 2, 4},
-                           {Kind::repeatedCentre, 2, 6}});
+    expectFindings(input, {{ImplicitFault::repeatedCentre, {0, 5}, 0},
+                           {ImplicitFault::repeatedCentre, {0, 7}, 0},
+                           {ImplicitFault::repeatedCentre, {2, 4}, 0},
+                           {ImplicitFault::repeatedCentre, {2, 6}, 0}});
 }
 
-TEST(ImplicitDiagnose, PlanesLinesAndPointsAreCoplanar)
+TEST(ImplicitDiagnose, PointsInAPlaneOnALineOrInOnePlaceAreCoplanar)
 {
     test::Random random(442);
+    std::vector<Expected> const coplanar = {{ImplicitFault::coplanar, {}, 0}};
     for (double scale : {1e-9, 1.0, 1e9, 1e200, 1.7e308}) {
         SCOPED_TRACE(scale);
         Input plane, line;
@@ -285,54 +292,62 @@ TEST(ImplicitDiagnose, PlanesLinesAndPointsAreCoplanar)
             plane.emplace_back((s * u + t * v) * scale, 0);
             line.emplace_back(s * u * scale, 0);
         }
-        expectFindings(plane, {{Kind::coplanar, -1, -1}});
-        expectFindings(line, {{Kind::coplanar, -1, -1}});
+        expectFindings(plane, coplanar);
+        expectFindings(line, coplanar);
     }
-    // One point a little off the plane: a thousandth of a millionth of the extent is enough.
+    Input const same(5, kTetrahedron[1]);
+    expectFindings(same, {{ImplicitFault::repeatedCentre, {0, 1}, 0},
+                          {ImplicitFault::repeatedCentre, {0, 2}, 0},
+                          {ImplicitFault::repeatedCentre, {0, 3}, 0},
+                          {ImplicitFault::repeatedCentre, {0, 4}, 0},
+                          {ImplicitFault::coplanar, {}, 0}});
+}
+
+TEST(ImplicitDiagnose, ThicknessBelowTheThresholdIsCoplanar)
+{
     Input nearly = {{{0, 0, 0}, 0}, {{1, 0, 0}, 0}, {{0, 1, 0}, 0}, {{1, 1, 0}, 0}, {{0.3, 0.4, 1e-9}, 0}};
     expectFindings(nearly, {});
     nearly.back().first.z = 1e-13;
-    expectFindings(nearly, {{Kind::coplanar, -1, -1}});
-    Input const same(5, kTetrahedron[1]);
-    expectFindings(same, {{Kind::repeatedCentre, 0, 1},
-                          {Kind::repeatedCentre, 0, 2},
-                          {Kind::repeatedCentre, 0, 3},
-                          {Kind::repeatedCentre, 0, 4},
-                          {Kind::coplanar, -1, -1}});
+    expectFindings(nearly, {{ImplicitFault::coplanar, {}, 0}});
 }
 
-TEST(ImplicitDiagnose, NumbersThatAreNotFiniteAreNamed)
+TEST(ImplicitDiagnose, NumbersThatAreNotFiniteAreReported)
 {
     Input input = kTetrahedron;
     input.insert(input.begin() + 1, {{Vector3(0, kNaN, 0), 0}, {Vector3(3, 3, 3), kInfinity}});
     input.push_back({{-kInfinity, 0, 0}, kNaN});
-    expectFindings(input, {{Kind::notFinite, 1, -1}, {Kind::notFinite, 2, -1}, {Kind::notFinite, 6, -1}});
-    expectFindings({{Vector3(kNaN, 0, 0), 0}, {Vector3(1, 1, 1), 0}},
-                   {{Kind::notFinite, 0, -1}, {Kind::tooFewPoints, 1, -1}});
+    expectFindings(input, {{ImplicitFault::notFinite, {1}, kNaN},
+                           {ImplicitFault::notFinite, {2}, kInfinity},
+                           {ImplicitFault::notFinite, {6}, -kInfinity}});
+    expectFindings({{Vector3(kNaN, 0, 0), 0}, {Vector3(1, 1, 1), 0}, {Vector3(0, 0, kInfinity), 0}},
+                   {{ImplicitFault::notFinite, {0}, kNaN},
+                    {ImplicitFault::notFinite, {2}, kInfinity},
+                    {ImplicitFault::tooFewPoints, {}, 1}});
 }
 
-TEST(ImplicitDiagnose, PivotThatVanishesInRoundingIsFound)
+TEST(ImplicitDiagnose, ZeroPivotCausedByRoundingIsFound)
 {
-    // The points differ, but so little that the cubes of their distances underflow to zero: the four linear rows serve
-    // as pivots of four columns, and none is left for the fifth.
+    // The points differ, but the cubes of their distances underflow to zero. The four linear rows then serve as the
+    // pivot rows of four columns, and the fifth column has no pivot.
     Input input;
     for (int i = 0; i < 8; ++i) {
         input.emplace_back(Vector3(i & 1 ? 1e-120 : 0, i & 2 ? 1e-120 : 0, i & 4 ? 1e-120 : 0), i);
     }
-    std::vector<sinew::ImplicitProblem> const problems = sinew::diagnose(input);
-    ASSERT_EQ(problems.size(), 1U);
-    EXPECT_EQ(problems[0].kind, Kind::vanishedPivot);
-    EXPECT_GE(problems[0].first, 3);
-    EXPECT_LE(problems[0].first, 4);
+    sinew::ImplicitDiagnosis const diagnosis = sinew::diagnose(input);
+    ASSERT_EQ(diagnosis.findings.size(), 1U);
+    EXPECT_EQ(diagnosis.findings[0].kind, ImplicitFault::zeroPivot);
+    ASSERT_EQ(diagnosis.findings[0].indices.size(), 1U);
+    EXPECT_GE(diagnosis.findings[0].indices[0], 3);
+    EXPECT_LE(diagnosis.findings[0].indices[0], 4);
 }
 
 TEST(ImplicitDiagnose, OverflowIsFound)
 {
     test::Random random(443);
-    expectFindings(randomInput(random, 10, 1e120), {{Kind::outOfRange, -1, -1}});
+    expectFindings(randomInput(random, 10, 1e120), {{ImplicitFault::outOfRange, {}, 0}});
 }
 
-TEST(ImplicitCost, GrowsLikeTheDenseSystem)
+TEST(ImplicitCost, IsThatOfTheDenseSystem)
 {
     sinew::ImplicitCost const cost = sinew::estimateCost(20000);
     EXPECT_NEAR(cost.flops, 1.6e13, 1e11);

@@ -11,10 +11,10 @@
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-bool answersFalseEverywhere(ProximityTester const& tester)
+bool isFalseEverywhere(ProximityTester const& tester)
 {
     for (double x : {-1.0, 0.0, 0.5, 1e300}) {
         if (tester.test({x, x, x}) || tester.test({x, 0, 0})) return false;
@@ -40,25 +40,25 @@ double least(double a, double b)
 
 } // namespace
 
-TEST(ProximityTester, EmptySetIsNearNothing)
+TEST(ProximityTester, EmptySetTestsFalseEverywhere)
 {
-    EXPECT_TRUE(answersFalseEverywhere(ProximityTester({}, 1.0)));
+    EXPECT_TRUE(isFalseEverywhere(ProximityTester({}, 1.0)));
 }
 
-TEST(ProximityTester, UnusableRadiusOrExtentIsAnEmptySet)
+TEST(ProximityTester, UnusableRadiusOrExtentTestsFalseEverywhere)
 {
     std::vector<Vector3> const points = {{0, 0, 0}, {0.5, 0.5, 0.5}};
     for (double radius : {0.0, -0.0, -1.0, kNaN, kInfinity, -kInfinity}) {
         SCOPED_TRACE(radius);
-        EXPECT_TRUE(answersFalseEverywhere(ProximityTester(points, radius)));
+        EXPECT_TRUE(isFalseEverywhere(ProximityTester(points, radius)));
     }
-    EXPECT_TRUE(answersFalseEverywhere(ProximityTester({{0, 0, 0}, {kInfinity, 0, 0}}, 1.0)));
-    EXPECT_TRUE(answersFalseEverywhere(ProximityTester({{0, -kInfinity, 0}}, 1.0)));
-    EXPECT_TRUE(answersFalseEverywhere(ProximityTester({{-1e308, 0, 0}, {1e308, 0, 0}}, 1e307)));
-    EXPECT_TRUE(answersFalseEverywhere(ProximityTester({{0, kNaN, 0}, {0, 0, 0}}, 1.0))) << "a NaN that comes first";
+    EXPECT_TRUE(isFalseEverywhere(ProximityTester({{0, 0, 0}, {kInfinity, 0, 0}}, 1.0)));
+    EXPECT_TRUE(isFalseEverywhere(ProximityTester({{0, -kInfinity, 0}}, 1.0)));
+    EXPECT_TRUE(isFalseEverywhere(ProximityTester({{-1e308, 0, 0}, {1e308, 0, 0}}, 1e307)));
+    EXPECT_TRUE(isFalseEverywhere(ProximityTester({{0, kNaN, 0}, {0, 0, 0}}, 1.0))) << "NaN in the first point";
 }
 
-TEST(ProximityTester, SinglePointHasNoBorderAbove)
+TEST(ProximityTester, GridOfASinglePointHasNoBorderAbove)
 {
     Vector3 const q(3, -2, 7);
     ProximityTester const tester({q}, 1.0);
@@ -67,43 +67,43 @@ TEST(ProximityTester, SinglePointHasNoBorderAbove)
     EXPECT_TRUE(tester.test(q));
     EXPECT_TRUE(tester.test(q + Vector3(-0.5, 0, 0)));
     EXPECT_TRUE(tester.test(q + Vector3(0.5, 0, 0)));
-    EXPECT_TRUE(tester.test(q - Vector3(1, 1, 1))) << "the low corner belongs to the grid";
+    EXPECT_TRUE(tester.test(q - Vector3(1, 1, 1))) << "the lowest corner belongs to the grid";
     EXPECT_FALSE(tester.test(q + Vector3(1, 0, 0)));
     EXPECT_FALSE(tester.test(q + Vector3(0, 1, 0)));
     EXPECT_FALSE(tester.test(q + Vector3(0, 0, 1)));
     EXPECT_FALSE(tester.test(q - Vector3(1.5, 0, 0)));
 }
 
-TEST(ProximityTester, GridEndsAboveWhereRoundingUpLeavesIt)
+TEST(ProximityTester, GridEndsOneCellAboveTheRoundedExtent)
 {
-    // The extent of 9.25 is rounded up to ten cells, and one is added: the point's own radius is passed by 0.75.
+    // The extent of 9.25 is rounded up to ten cells, and one is added, so the grid ends 1.75 above the set.
     ProximityTester const rounded({{0, 0, 0}, {9.25, 0, 0}}, 1.0);
     EXPECT_EQ(rounded.cellCount[0], 12);
     EXPECT_TRUE(rounded.test({10.999, 0, 0}));
     EXPECT_FALSE(rounded.test({11, 0, 0}));
-    // Ten whole cells leave nothing: the grid ends exactly one radius above, its end not included.
+    // An extent of ten whole cells is not rounded, so the grid ends one radius above the set. Its end is not included.
     ProximityTester const whole({{0, 0, 0}, {10, 0, 0}}, 1.0);
     EXPECT_EQ(whole.cellCount[0], 12);
     EXPECT_TRUE(whole.test({10.999, 0, 0}));
     EXPECT_FALSE(whole.test({11, 0, 0}));
-    EXPECT_TRUE(whole.test({-1, 0, 0})) << "below, the whole border cell";
-    // Without extent along y and z there is the point's own cell and nothing above it.
+    EXPECT_TRUE(whole.test({-1, 0, 0})) << "below the set there is a whole cell of border";
+    // Without extent along y and z the cell of the point is the last one there.
     EXPECT_TRUE(whole.test({10, 0.999, 0}));
     EXPECT_FALSE(whole.test({10, 1, 0}));
     EXPECT_FALSE(whole.test({0, 0, 1}));
     EXPECT_TRUE(whole.test({0, 0, -1}));
 }
 
-TEST(ProximityTester, LongLineIsCoarsenedFromZOn)
+TEST(ProximityTester, CellsOfALongLineAreDoubledFromZOn)
 {
     std::vector<Vector3> points;
     for (int i = 0; i <= 1000; ++i) points.push_back({static_cast<double>(i), 0, 0});
-    // 100000 cells along x, none along y and z: their product is 0, below the limit at once.
+    // 100000 cells along x and 0 along y and z: their product is 0, which is below the limit.
     ProximityTester const flat(points, 0.01);
     EXPECT_EQ(flat.cellCount[0], 100002);
     EXPECT_EQ(flat.cellSize[2], 0.01);
 
-    points.push_back({0, 0.005, 0.005}); // one cell along y and z
+    points.push_back({0, 0.005, 0.005}); // now one cell along y and z
     ProximityTester const tester(points, 0.01);
     EXPECT_EQ(tester.cellSize[0], 0.01 * 16) << "6250 cells; 12500 are too many";
     EXPECT_EQ(tester.cellSize[1], 0.01 * 16);
@@ -130,25 +130,26 @@ TEST(ProximityTester, DoublesZThenYThenX)
 TEST(ProximityTester, TenThousandCellsAreTooMany)
 {
     ProximityTester const tester({{0, 0, 0}, {100, 100, 1}}, 1.0);
-    EXPECT_EQ(tester.cellSize[1], 2) << "exactly 10000: z is doubled (1 cell stays 1), then y";
+    EXPECT_EQ(tester.cellSize[1], 2)
+        << "10000 is not below the limit; doubling z (1 cell remains 1) does not help, so y follows";
     EXPECT_EQ(tester.cellSize[0], 1);
     ProximityTester const below({{0, 0, 0}, {99, 101, 1}}, 1.0);
     EXPECT_EQ(below.cellSize[2], 1) << "9999 cells";
 }
 
-TEST(ProximityTester, FlatSetStaysWithinIntIndices)
+TEST(ProximityTester, IndicesOfAFlatSetFitIntoInt)
 {
     ProximityTester const tester({{0, 0, 0}, {1, 0, 0}}, 1e-12);
     double const cells = 1.0 * tester.cellCount[0] * tester.cellCount[1] * tester.cellCount[2];
     EXPECT_LE(cells, 2147483647.0);
-    EXPECT_GT(cells * 2, 2147483647.0) << "no coarser than it must be";
+    EXPECT_GT(cells * 2, 2147483647.0) << "cells half as large would be too many";
     EXPECT_EQ(tester.occupied.size(), static_cast<std::size_t>(cells));
     EXPECT_TRUE(tester.test({0, 0, 0}));
     EXPECT_TRUE(tester.test({1, 0, 0}));
     EXPECT_FALSE(tester.test({0.5, 0, 0}));
 }
 
-TEST(ProximityTester, NaNAfterValidPointsStopsTheMarking)
+TEST(ProximityTester, NaNAfterValidPointsEndsTheMarking)
 {
     Vector3 const first(0, 0, 0);
     for (Vector3 const& bad : {Vector3(kNaN, 0, 0), Vector3(0, kNaN, 0), Vector3(0, 0, kNaN)}) {
@@ -160,7 +161,7 @@ TEST(ProximityTester, NaNAfterValidPointsStopsTheMarking)
     }
 }
 
-TEST(ProximityTester, PointsOutsideIntOrNotNumbersAreFar)
+TEST(ProximityTester, CoordinatesBeyondIntOrNotFiniteTestFalse)
 {
     ProximityTester const tester({{0, 0, 0}, {3, 3, 3}}, 1.0);
     for (double odd : {kNaN, kInfinity, -kInfinity, 1e10, -1e10, 4294967296.0, 1e300, -1e300}) {
@@ -170,9 +171,9 @@ TEST(ProximityTester, PointsOutsideIntOrNotNumbersAreFar)
     }
 }
 
-TEST(ProximityTester, DilatesToEveryNeighbourAndNoFurther)
+TEST(ProximityTester, MarksEveryNeighbourAndNoOtherCell)
 {
-    // Corners keep the middle point away from the border; cells are unit cubes with the low corner of the set at 0.
+    // Two points at the corners keep the middle point away from the border. Cells are unit cubes that start at 0.
     ProximityTester const tester({{0, 0, 0}, {12, 12, 12}, {6.5, 6.5, 6.5}}, 1.0);
     for (double x = 4.5; x < 9; ++x) {
         for (double y = 4.5; y < 9; ++y) {
@@ -184,7 +185,7 @@ TEST(ProximityTester, DilatesToEveryNeighbourAndNoFurther)
     }
 }
 
-TEST(ProximityTester, ErrsInsideTheGridOnlyOnTheSideOfTrue)
+TEST(ProximityTester, NearPointsInsideTheGridTestTrueAndFarOnesFalse)
 {
     test::Random random(411);
     for (int trial = 0; trial < 100; ++trial) {
@@ -210,7 +211,7 @@ TEST(ProximityTester, ErrsInsideTheGridOnlyOnTheSideOfTrue)
     }
 }
 
-TEST(ProximityTester, AgreesWithTheSweeps)
+TEST(ProximityTester, EqualsTheReference)
 {
     test::Random random(412);
     for (int trial = 0; trial < 400; ++trial) {
@@ -223,20 +224,20 @@ TEST(ProximityTester, AgreesWithTheSweeps)
             Vector3 const p = random.point();
             points.push_back(centre + Vector3(p.x * stretch.x, p.y * stretch.y, p.z * stretch.z));
         }
-        if (random.oneIn(3)) points.push_back(points[0]); // coincident points
+        if (random.oneIn(3)) points.push_back(points[0]); // a repeated point
         if (random.oneIn(10)) points.push_back({kNaN, 0, 0});
         double const radius = scale * random.uniform(0.001, 0.7);
         ProximityTester const tester(points, radius);
-        reference::ProximityTester const oracle(points, radius);
-        ASSERT_TRUE(sameGrid(tester, oracle));
+        reference::ProximityTester const expected(points, radius);
+        ASSERT_TRUE(sameGrid(tester, expected));
         for (int i = 0; i < 200; ++i) {
             Vector3 const p = random.oneIn(10) ? random.hostilePoint() : centre + random.point(-1.5, 1.5) * scale;
-            EXPECT_EQ(tester.test(p), oracle.test(p)) << p;
+            EXPECT_EQ(tester.test(p), expected.test(p)) << p;
         }
     }
 }
 
-TEST(ProximityTester, ManyAnswersAreTheSingleOnes)
+TEST(ProximityTester, ManyTestsGiveTheResultsOfSingleTests)
 {
     test::Random random(413);
     ProximityTester const tester(random.points(30), 0.1);

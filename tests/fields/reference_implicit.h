@@ -1,6 +1,7 @@
 #pragma once
 
-/// The plain methods behind the implicit functions, one statement a step: oracles for the fast ones.
+/// Reference implementations of the dense inverse and of implicit functions: each step of the definition is one
+/// statement.
 
 #include <cmath>
 #include <cstddef>
@@ -14,7 +15,7 @@ namespace reference {
 
 using Rows = std::vector<std::vector<double>>;
 
-/// Gauss-Jordan elimination of a square matrix beside an identity; the partly reduced matrix if a pivot vanishes.
+/// Gauss-Jordan elimination of a square matrix beside an identity; the partly reduced matrix if a pivot is zero.
 inline Rows inverse(Rows a)
 {
     std::size_t const n = a.size();
@@ -91,7 +92,7 @@ struct Implicit
     double evaluate(Vector3 const& p) const { return reference::Implicit::evaluate(*this, p); }
     Vector3 getGradient(Vector3 const& p) const { return reference::Implicit::getGradient(*this, p); }
 
-    /// For anything with the fields of an implicit function.
+    /// For any type with the fields of an implicit function.
     template <typename Field>
     static double evaluate(Field const& field, Vector3 const& p)
     {

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The proximity grid by its definition: floors, a sweep for every direction of the dilation.
+/// Reference implementation of the proximity grid: cells by floors, dilation by one sweep in each direction.
 
 #include <cmath>
 #include <cstddef>
@@ -19,7 +19,7 @@ struct ProximityTester
     double cellSize[3] = {1.0, 1.0, 1.0};
     std::vector<bool> occupied;
 
-    /// Finite extents, a positive finite radius and at least one point are asked for.
+    /// Requires at least one point, finite extents and a positive finite radius.
     ProximityTester(std::vector<Vector3> const& points, double radius)
     {
         double low[3];
@@ -84,7 +84,8 @@ private:
         return result;
     }
 
-    /// Along one axis every cell takes the bit of its neighbour at `step`, the sweep running towards that neighbour.
+    /// Sets the bit of every cell whose neighbour at `step` along the axis is set. The sweep runs towards that
+    /// neighbour, so a bit moves by one cell only.
     void sweep(int axis, int step)
     {
         int const last = cellCount[axis] - 1;

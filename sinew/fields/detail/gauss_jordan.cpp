@@ -1,75 +1,80 @@
+// B.-I. Clasen, Sur une nouvelle méthode de résolution des équations linéaires, Annales de la Société Scientifique de
+// Bruxelles 12, 1888, and W. Jordan, Handbuch der Vermessungskunde, third edition, 1888, for the elimination.
+// W. H. Press et al., Numerical Recipes, section 2.1, for the inversion in place.
+// G. H. Golub and C. F. Van Loan, Matrix Computations, section 3.2.11, for blocks of pivots, there in LU factorisation.
+//
+// The elimination by its definition (dense_matrix.h) works on two matrices: the matrix itself, which becomes the
+// identity, and its companion, which starts as the identity and becomes the inverse. This one saves two things:
+//
+// - Columns. A column of the matrix is not read again once it is eliminated, and a column of the companion is known
+//   until the first pivot reaches it: it holds 1 in one row and zeros elsewhere. So both share one column of storage.
+//   Row operations change the signs of those zeros, in all such columns alike; one number for each row keeps them.
+// - Passes over memory. Sixteen pivots are found on a panel, the sixteen columns that contain them. All other columns
+//   then take the sixteen row operations at once, in registers. Each entry takes them in the order of the pivots.
+//
+// As in the definition, a factor of 0.0 or 1.0 causes no operation. This is part of the result: the operation would
+// change the sign of zeros, and turn infinities into NaN.
+
 #include <sinew/fields/detail/gauss_jordan.h>
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
+
+#include <sinew/detail/vectors.h>
 
 namespace sinew::detail {
 
 namespace {
 
-int const kBlock = RowPiece::kColumns;
+constexpr int kBlock = RowPiece::kColumns; // pivots of a block
 
-// What one elimination works on, as bare pointers for the kernels.
+// The matrix of one elimination, and the block of pivots that is being processed.
 struct Work
 {
     int n;
     int tileCount;
     RowPiece* pieces;
-    int* ownColumn;
-    int vanishedColumn;
+    int* inverseColumns;
+    int zeroPivotColumn;
 
-    // The block at hand: `width` pivots from row and column `first` on.
-    int first;
-    int width;
-    RowPiece* factors;       // of every row, one for each pivot of the block
-    unsigned char* hasSkips; // of every row, whether one of its factors is 0.0
-    double* zeros;           // of every row, what its companion columns hold that no pivot has reached
-    int swaps[kBlock];       // the row that each pivot came from
-    double scales[kBlock];   // 1 / pivot
+    int first;               // row and column of the block's first pivot
+    int width;               // number of the block's pivots; below kBlock only in the last block
+    RowPiece* factors;       // for each row, its factor for each pivot of the block
+    unsigned char* hasSkips; // for each row, whether one of these factors is 0.0
+    double* zeros;           // for each row, its zero in the columns of the companion that no pivot has reached
+    int swaps[kBlock];       // for each pivot, the row that it was found in
+    double scales[kBlock];   // for each pivot, its reciprocal
 
     RowPiece* tile(int t) const { return pieces + static_cast<std::ptrdiff_t>(t) * n; }
 };
 
-// The widest vectors of each kind of processor, as the compilers' portable vector types. Each lane is rounded like a
-// single double, so the width shows in no result.
-#if defined(__GNUC__)
-typedef double Vector128 __attribute__((vector_size(16), may_alias));
-#if SINEW_WIDE_KERNELS
-typedef double Vector256 __attribute__((vector_size(32), may_alias));
-typedef double Vector512 __attribute__((vector_size(64), may_alias));
-#endif
-#else
-using Vector128 = double;
-#endif
+template <VectorWidth width>
+constexpr int kVectorsInPiece = RowPiece::kColumns / kVectorSize<width>;
 
-template <typename V>
-SINEW_KERNEL V* lanes(RowPiece* piece)
-{
-    return reinterpret_cast<V*>(piece->x);
-}
-template <typename V>
-SINEW_KERNEL V const* lanes(RowPiece const* piece)
-{
-    return reinterpret_cast<V const*>(piece->x);
-}
-template <typename V>
-constexpr int kLanes = static_cast<int>(sizeof(RowPiece) / sizeof(V));
+// Rows that are updated together. Their sums take eight vectors, which leaves registers for the pivot row and a
+// product.
+template <VectorWidth width>
+constexpr int kRowsTogether = kVectorSize<width> > 2 ? kVectorSize<width> / 2 : 1;
 
-// to += f * from
-template <typename V>
-SINEW_KERNEL void addMultiple(RowPiece* to, double f, RowPiece const* from)
+// row += factor * other
+template <VectorWidth width>
+SINEW_KERNEL void addMultiple(RowPiece* row, double factor, RowPiece const* other)
 {
-    for (int v = 0; v < kLanes<V>; ++v) lanes<V>(to)[v] += f * lanes<V>(from)[v];
+    for (int v = 0; v < kVectorsInPiece<width>; ++v) vectors<width>(row->x)[v] += factor * vectors<width>(other->x)[v];
 }
 
-template <typename V>
+// row *= factor
+template <VectorWidth width>
 SINEW_KERNEL void scale(RowPiece* row, double factor)
 {
-    if (factor == 1.0) return; // changes nothing
-    for (int v = 0; v < kLanes<V>; ++v) lanes<V>(row)[v] *= factor;
+    if (factor == 1.0) return;
+    for (int v = 0; v < kVectorsInPiece<width>; ++v) vectors<width>(row->x)[v] *= factor;
 }
 
-SINEW_KERNEL int pivotRow(RowPiece const* panel, int begin, int end, int column)
+// The row from `begin` to `end` - 1 with the largest magnitude in a column. Of equal magnitudes the first is chosen; a
+// NaN is chosen only in row `begin`.
+SINEW_KERNEL int findPivotRow(RowPiece const* panel, int begin, int end, int column)
 {
     int best = begin;
     double largest = std::fabs(panel[begin].x[column]);
@@ -83,11 +88,20 @@ SINEW_KERNEL int pivotRow(RowPiece const* panel, int begin, int end, int column)
     return best;
 }
 
-// Eliminates column `k` of the panel in all its rows but the pivot's. Returns false if a factor is not finite.
-//
-// The eliminated column's place goes to the companion column that this pivot is the first to reach: before, it holds 1
-// in the pivot row and in every other row r the zero `zeros[r]`, whose sign has followed the same row operations.
-template <typename V>
+// Everything that belongs to a row moves with it, the factors of earlier pivots included.
+SINEW_KERNEL void swapRows(Work& work, RowPiece* panel, int a, int b)
+{
+    std::swap(panel[a], panel[b]);
+    std::swap(work.factors[a], work.factors[b]);
+    std::swap(work.hasSkips[a], work.hasSkips[b]);
+    std::swap(work.zeros[a], work.zeros[b]);
+    std::swap(work.inverseColumns[a], work.inverseColumns[b]);
+}
+
+// Eliminates column k of the panel in all rows but the pivot's, and stores in its place the column of the companion
+// that this pivot is the first to reach: 1 in the pivot row and `zeros[r]` in every other row r. Returns false if a
+// factor is not finite: then the zeros of the companion would not stay zeros.
+template <VectorWidth width>
 SINEW_KERNEL bool eliminateInPanel(Work& work, RowPiece* panel, int k)
 {
     int const c = work.first + k;
@@ -96,7 +110,7 @@ SINEW_KERNEL bool eliminateInPanel(Work& work, RowPiece* panel, int k)
     if (!std::isfinite(scaleFactor)) return false;
     work.scales[k] = scaleFactor;
     pivot->x[k] = 1.0;
-    scale<V>(pivot, scaleFactor);
+    scale<width>(pivot, scaleFactor);
     if (scaleFactor != 1.0) work.zeros[c] *= scaleFactor;
 
     bool finite = true;
@@ -113,145 +127,131 @@ SINEW_KERNEL bool eliminateInPanel(Work& work, RowPiece* panel, int k)
         }
         finite = finite && std::isfinite(f);
         work.zeros[r] += f * sourceZero;
-        addMultiple<V>(&panel[r], f, &source);
+        addMultiple<width>(&panel[r], f, &source);
     }
     return finite;
 }
 
-// Finds the block's pivots and factors on its own columns.
-template <typename V>
+// Finds the pivots and the factors of a block, on the columns that contain its pivots.
+template <VectorWidth width>
 SINEW_KERNEL GaussJordan::Outcome factorPanel(Work& work)
 {
     RowPiece* const panel = work.tile(work.first / kBlock);
     std::fill(work.hasSkips, work.hasSkips + work.n, static_cast<unsigned char>(0));
     for (int k = 0; k < work.width; ++k) {
         int const c = work.first + k;
-        int const p = pivotRow(panel, c, work.n, k);
-        if (panel[p].x[k] == 0.0) {
-            work.vanishedColumn = c;
-            return GaussJordan::Outcome::vanishedPivot;
+        int const pivotRow = findPivotRow(panel, c, work.n, k);
+        if (panel[pivotRow].x[k] == 0.0) {
+            work.zeroPivotColumn = c;
+            return GaussJordan::Outcome::zeroPivot;
         }
-        work.swaps[k] = p;
-        if (p != c) {
-            // All that belongs to a row moves with it, the factors of earlier pivots included.
-            std::swap(panel[p], panel[c]);
-            std::swap(work.factors[p], work.factors[c]);
-            std::swap(work.hasSkips[p], work.hasSkips[c]);
-            std::swap(work.zeros[p], work.zeros[c]);
-            std::swap(work.ownColumn[p], work.ownColumn[c]);
-        }
-        if (!eliminateInPanel<V>(work, panel, k)) return GaussJordan::Outcome::notFinite;
+        work.swaps[k] = pivotRow;
+        if (pivotRow != c) swapRows(work, panel, pivotRow, c);
+        if (!eliminateInPanel<width>(work, panel, k)) return GaussJordan::Outcome::notFinite;
     }
     return GaussJordan::Outcome::inverted;
 }
 
-// row += factors[k] * pivots[k] for k = begin .. end - 1, without those whose factor is 0.0.
-template <typename V>
-SINEW_KERNEL void addUnskipped(RowPiece* row, RowPiece const& factors, RowPiece const* pivots, int begin, int end)
+// row += factors[k] * pivots[k] for k from `begin` to `end` - 1, without those whose factor is 0.0.
+template <VectorWidth width>
+SINEW_KERNEL void addWithSkips(RowPiece* row, RowPiece const& factors, RowPiece const* pivots, int begin, int end)
 {
     for (int k = begin; k < end; ++k) {
-        if (factors.x[k] != 0.0) addMultiple<V>(row, factors.x[k], &pivots[k]);
+        if (factors.x[k] != 0.0) addMultiple<width>(row, factors.x[k], &pivots[k]);
     }
 }
 
-// The same for `kRows` rows at once and all sixteen pivots, none skipped: every sum stays in a register.
-template <typename V, int kRows>
+// rows[i] += factors[i][k] * pivots[k] for all k of a whole block and kRowsTogether rows, with every sum in a register.
+template <VectorWidth width>
 SINEW_KERNEL void addAll(RowPiece* rows, RowPiece const* factors, RowPiece const* pivots)
 {
-    V sums[kRows][kLanes<V>];
-    for (int i = 0; i < kRows; ++i) {
-        for (int v = 0; v < kLanes<V>; ++v) sums[i][v] = lanes<V>(&rows[i])[v];
+    Vector<width> sums[kRowsTogether<width>][kVectorsInPiece<width>];
+    for (int i = 0; i < kRowsTogether<width>; ++i) {
+        for (int v = 0; v < kVectorsInPiece<width>; ++v) sums[i][v] = vectors<width>(rows[i].x)[v];
     }
     for (int k = 0; k < kBlock; ++k) {
-        V const* const pivot = lanes<V>(&pivots[k]);
-        for (int i = 0; i < kRows; ++i) {
-            for (int v = 0; v < kLanes<V>; ++v) sums[i][v] += factors[i].x[k] * pivot[v];
+        Vector<width> const* const pivot = vectors<width>(pivots[k].x);
+        for (int i = 0; i < kRowsTogether<width>; ++i) {
+            for (int v = 0; v < kVectorsInPiece<width>; ++v) sums[i][v] += factors[i].x[k] * pivot[v];
         }
     }
-    for (int i = 0; i < kRows; ++i) {
-        for (int v = 0; v < kLanes<V>; ++v) lanes<V>(&rows[i])[v] = sums[i][v];
+    for (int i = 0; i < kRowsTogether<width>; ++i) {
+        for (int v = 0; v < kVectorsInPiece<width>; ++v) vectors<width>(rows[i].x)[v] = sums[i][v];
     }
 }
 
-template <typename V, int kRows>
+// Adds the pivot rows to the rows from `begin` to `end` - 1 of a tile.
+template <VectorWidth width>
 SINEW_KERNEL void updateRows(Work const& work, RowPiece* tile, RowPiece const* pivots, int begin, int end)
 {
+    constexpr int kRows = kRowsTogether<width>;
     for (int r = begin; r < end;) {
-        bool plain = work.width == kBlock && r + kRows <= end;
-        for (int i = 0; plain && i < kRows; ++i) plain = !work.hasSkips[r + i];
-        if (plain) {
-            addAll<V, kRows>(&tile[r], &work.factors[r], pivots);
+        bool together = work.width == kBlock && r + kRows <= end;
+        for (int i = 0; together && i < kRows; ++i) together = !work.hasSkips[r + i];
+        if (together) {
+            addAll<width>(&tile[r], &work.factors[r], pivots);
             r += kRows;
         } else {
-            addUnskipped<V>(&tile[r], work.factors[r], pivots, 0, work.width);
+            addWithSkips<width>(&tile[r], work.factors[r], pivots, 0, work.width);
             ++r;
         }
     }
 }
 
-// Takes the block's row operations to one tile outside its panel.
-template <typename V, int kRows>
+// Applies the block's row operations to a tile that does not contain its pivots.
+template <VectorWidth width>
 SINEW_KERNEL void updateTile(Work const& work, RowPiece* tile)
 {
     int const first = work.first;
     for (int k = 0; k < work.width; ++k) {
         if (work.swaps[k] != first + k) std::swap(tile[first + k], tile[work.swaps[k]]);
     }
-    // Each pivot row as it stands when it is added to the others: after the pivots before it, and scaled.
+    // Each pivot row with the values that are added to the other rows: after the operations of the pivots before it,
+    // and scaled.
     RowPiece pivots[kBlock];
     for (int k = 0; k < work.width; ++k) {
         pivots[k] = tile[first + k];
-        addUnskipped<V>(&pivots[k], work.factors[first + k], pivots, 0, k);
-        scale<V>(&pivots[k], work.scales[k]);
+        addWithSkips<width>(&pivots[k], work.factors[first + k], pivots, 0, k);
+        scale<width>(&pivots[k], work.scales[k]);
     }
     for (int k = 0; k < work.width; ++k) {
         tile[first + k] = pivots[k];
-        addUnskipped<V>(&tile[first + k], work.factors[first + k], pivots, k + 1, work.width);
+        addWithSkips<width>(&tile[first + k], work.factors[first + k], pivots, k + 1, work.width);
     }
-    updateRows<V, kRows>(work, tile, pivots, 0, first);
-    updateRows<V, kRows>(work, tile, pivots, first + work.width, work.n);
+    updateRows<width>(work, tile, pivots, 0, first);
+    updateRows<width>(work, tile, pivots, first + work.width, work.n);
 }
 
-template <typename V, int kRows>
-SINEW_KERNEL GaussJordan::Outcome invertBody(Work& work)
+struct Invert
 {
-    for (work.first = 0; work.first < work.n; work.first += kBlock) {
-        work.width = std::min(kBlock, work.n - work.first);
-        GaussJordan::Outcome const outcome = factorPanel<V>(work);
-        if (outcome != GaussJordan::Outcome::inverted) return outcome;
-        for (int t = 0; t < work.tileCount; ++t) {
-            if (t != work.first / kBlock) updateTile<V, kRows>(work, work.tile(t));
+    Work* work;
+
+    template <VectorWidth width>
+    SINEW_KERNEL GaussJordan::Outcome run() const
+    {
+        for (work->first = 0; work->first < work->n; work->first += kBlock) {
+            work->width = std::min(kBlock, work->n - work->first);
+            GaussJordan::Outcome const outcome = factorPanel<width>(*work);
+            if (outcome != GaussJordan::Outcome::inverted) return outcome;
+            for (int t = 0; t < work->tileCount; ++t) {
+                if (t != work->first / kBlock) updateTile<width>(*work, work->tile(t));
+            }
         }
+        return GaussJordan::Outcome::inverted;
     }
-    return GaussJordan::Outcome::inverted;
-}
-
-// Rows at once: as many as leave registers for the pivot row and a product.
-GaussJordan::Outcome invertBaseline(Work& work)
-{
-    return invertBody<Vector128, 1>(work);
-}
-#if SINEW_WIDE_KERNELS
-SINEW_AVX2 GaussJordan::Outcome invertAvx2(Work& work)
-{
-    return invertBody<Vector256, 2>(work);
-}
-SINEW_AVX512 GaussJordan::Outcome invertAvx512(Work& work)
-{
-    return invertBody<Vector512, 4>(work);
-}
-#endif
+};
 
 } // namespace
 
 GaussJordan::GaussJordan(int n)
-    : rows_(static_cast<std::size_t>(n)), pieces_((rows_ + kBlock - 1) / kBlock * rows_), ownColumn_(rows_)
+    : rows_(static_cast<std::size_t>(n)), pieces_((rows_ + kBlock - 1) / kBlock * rows_), inverseColumns_(rows_)
 {
+    assert(n >= 0);
 }
 
 GaussJordan::Outcome GaussJordan::invert(VectorWidth width)
 {
-    for (std::size_t i = 0; i < rows_; ++i) ownColumn_[i] = static_cast<int>(i);
+    std::iota(inverseColumns_.begin(), inverseColumns_.end(), 0);
     std::vector<RowPiece> factors(rows_);
     std::vector<unsigned char> hasSkips(rows_);
     std::vector<double> zeros(rows_, 0.0);
@@ -259,34 +259,21 @@ GaussJordan::Outcome GaussJordan::invert(VectorWidth width)
     work.n = static_cast<int>(rows_);
     work.tileCount = (work.n + kBlock - 1) / kBlock;
     work.pieces = pieces_.data();
-    work.ownColumn = ownColumn_.data();
-    work.vanishedColumn = -1;
+    work.inverseColumns = inverseColumns_.data();
+    work.zeroPivotColumn = -1;
     work.factors = factors.data();
     work.hasSkips = hasSkips.data();
     work.zeros = zeros.data();
-
-    Outcome outcome;
-    switch (width) {
-#if SINEW_WIDE_KERNELS
-    case VectorWidth::avx512:
-        outcome = invertAvx512(work);
-        break;
-    case VectorWidth::avx2:
-        outcome = invertAvx2(work);
-        break;
-#endif
-    default:
-        outcome = invertBaseline(work);
-        break;
-    }
-    vanishedColumn_ = work.vanishedColumn;
+    Outcome const outcome = dispatch(width, Invert{&work});
+    zeroPivotColumn_ = work.zeroPivotColumn;
     return outcome;
 }
 
 void GaussJordan::copyRow(int i, double* row) const
 {
     for (std::size_t c = 0; c < rows_; ++c) {
-        row[ownColumn_[c]] = piece(static_cast<int>(c) / kBlock, i).x[c % static_cast<std::size_t>(kBlock)];
+        int const tile = static_cast<int>(c) / kBlock;
+        row[inverseColumns_[c]] = piece(tile, i).x[c % static_cast<std::size_t>(kBlock)];
     }
 }
 

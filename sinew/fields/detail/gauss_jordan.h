@@ -1,17 +1,10 @@
 #pragma once
 
-/// Gauss-Jordan inversion of a large square matrix in place, bit for bit what `sinew::detail::eliminate` leaves in its
-/// companion matrix, in a fraction of the time.
+/// Inversion of a square matrix of doubles by Gauss-Jordan elimination, in place and in blocks of sixteen pivots.
 ///
-/// Two things are saved. First, columns: the reduced columns of the matrix itself never influence anything again, and
-/// the columns of the companion that no pivot has reached yet are known, so each needs only one column of storage
-/// between them. Second, passes over memory: sixteen pivots are found on a panel of sixteen columns, and all other
-/// columns then take the sixteen updates at once, from registers, each entry in the order of the pivots.
-///
-/// The blocking is the classic one of dense linear algebra (G. H. Golub and C. F. Van Loan, Matrix Computations,
-/// section 3.2.11, for LU); here it also keeps the rule that factors of 0.0 and 1.0 are skipped, which shows in the
-/// signs of zeros and wherever a row holds an infinity or a NaN.
+/// The result is bit for bit the inverse that `sinew::detail::inverseByElimination` computes, several times faster.
 
+#include <cassert>
 #include <cstddef>
 #include <vector>
 
@@ -19,36 +12,49 @@
 
 namespace sinew::detail {
 
-/// Sixteen columns of one row: what the kernels move at a time.
+/// Sixteen consecutive columns of one row of a matrix.
 struct alignas(64) RowPiece
 {
     static constexpr int kColumns = 16;
     double x[kColumns] = {};
 };
 
+/// A square matrix of n rows that can be replaced by its inverse: fill it through `operator()`, call `invert` once and
+/// read the inverse with `copyRow`.
+///
+/// Memory: 8 n^2 bytes, where the number of columns is rounded up to a multiple of sixteen. `invert` needs about 150 n
+/// bytes more while it runs.
 class GaussJordan
 {
 public:
     enum class Outcome
     {
         inverted,
-        vanishedPivot, ///< a pivot was exactly zero: `vanishedColumn` tells where
-        notFinite      ///< a factor was NaN or infinite, so the shortcuts do not hold
+        zeroPivot, ///< A pivot was exactly zero. `zeroPivotColumn` returns its column.
+        notFinite  ///< A factor of the elimination was NaN or infinite.
     };
 
-    /// The zero matrix of n rows.
+    /// The zero matrix of n >= 0 rows.
     explicit GaussJordan(int n);
 
-    double& operator()(int i, int j) { return piece(j / RowPiece::kColumns, i).x[j % RowPiece::kColumns]; }
+    /// The entry in row i and column j, counted from 0. Only for filling the matrix: `invert` changes the order in
+    /// which the columns are stored.
+    double& operator()(int i, int j)
+    {
+        assert(i >= 0 && j >= 0 && static_cast<std::size_t>(i) < rows_ && static_cast<std::size_t>(j) < rows_);
+        return piece(j / RowPiece::kColumns, i).x[j % RowPiece::kColumns];
+    }
 
-    /// Inverts the matrix. After any outcome but `inverted` its contents mean nothing: start again from the input,
-    /// with the plain elimination.
+    /// Replaces the matrix by its inverse, with the kernel for `width`, which must not exceed `widestVectors()`.
+    ///
+    /// After another outcome than `inverted` the entries have no meaning. The defined result is then the partly reduced
+    /// matrix, which `inverseByElimination` computes from the original one. About 2 n^3 operations.
     Outcome invert(VectorWidth width = widestVectors());
 
-    /// The column, counted from 0, whose pivot vanished.
-    int vanishedColumn() const { return vanishedColumn_; }
+    /// The column of the zero pivot, counted from 0; -1 if there was none.
+    int zeroPivotColumn() const { return zeroPivotColumn_; }
 
-    /// Writes row i of the inverse to `row`, n doubles.
+    /// Writes row i of the inverse to the n doubles at `row`.
     void copyRow(int i, double* row) const;
 
 private:
@@ -62,9 +68,9 @@ private:
     }
 
     std::size_t rows_;
-    std::vector<RowPiece> pieces_; // tile by tile of sixteen columns, row by row in each
-    std::vector<int> ownColumn_;   // the companion's column that the pivot of each row fills
-    int vanishedColumn_ = -1;
+    std::vector<RowPiece> pieces_;    // tile by tile of sixteen columns, row by row in each tile
+    std::vector<int> inverseColumns_; // for each stored column, the column of the inverse that it becomes
+    int zeroPivotColumn_ = -1;
 };
 
 } // namespace sinew::detail

@@ -1,161 +1,215 @@
 #include <sinew/fields/detail/implicit_kernels.h>
 
+#include <algorithm>
 #include <cmath>
 
-// A single point takes its centres in chunks: the terms of a chunk are independent, so their roots are drawn by
-// vectors, and only their sum is a chain. Many points lie side by side in the lanes instead, each with its own chain.
+#include <sinew/detail/vectors.h>
 
 namespace sinew::detail {
 
 namespace {
 
-// The radial terms one by one, as they are defined.
-SINEW_KERNEL double addOneByOne(RadialTerms const& terms, std::size_t first, Vector3 const& p, double sum)
+// Vectors from centres to points, with one element for each pair of a centre and a point.
+template <VectorWidth width>
+struct Offsets
 {
-    for (std::size_t i = first; i < terms.n; ++i) {
-        double const square = distSq(p, terms.centres[i]);
-        sum += terms.coefficients[i] * square * std::sqrt(square);
-    }
-    return sum;
+    Vector<width> x;
+    Vector<width> y;
+    Vector<width> z;
+    Vector<width> lengthsSq;
+    Vector<width> lengths;
+};
+
+template <VectorWidth width>
+SINEW_KERNEL void setLengths(Offsets<width>* d)
+{
+    d->lengthsSq = d->x * d->x + d->y * d->y + d->z * d->z;
+    d->lengths = d->lengthsSq;
+    double* const lengths = elements<width>(&d->lengths);
+    for (int l = 0; l < kVectorSize<width>; ++l) lengths[l] = std::sqrt(lengths[l]);
 }
 
-// Squared distances of kChunk centres. A constant count, so that all loops over a chunk unfold into vectors.
-template <int kChunk>
-SINEW_KERNEL void squaresOfChunk(Vector3 const* centres, Vector3 const& p, double* squares)
+// ---- One point. The elements of a vector belong to consecutive centres. Only the additions are done one by one, since
+// their order is part of the result.
+
+// Vectors of eight doubles are not faster than those of four: a square root takes as long for each element, and it
+// takes longer to collect the coordinates of more centres.
+constexpr VectorWidth kWidestForOnePoint = VectorWidth::avx2;
+
+template <VectorWidth width>
+SINEW_KERNEL void setOffsets(Vector3 const& p, Vector3 const* centres, Offsets<width>* d)
 {
-    for (int i = 0; i < kChunk; ++i) {
-        double const x = p.x - centres[i].x;
-        double const y = p.y - centres[i].y;
-        double const z = p.z - centres[i].z;
-        squares[i] = x * x + y * y + z * z;
+    double* const x = elements<width>(&d->x);
+    double* const y = elements<width>(&d->y);
+    double* const z = elements<width>(&d->z);
+    for (int l = 0; l < kVectorSize<width>; ++l) {
+        x[l] = centres[l].x;
+        y[l] = centres[l].y;
+        z[l] = centres[l].z;
     }
+    d->x = p.x - d->x;
+    d->y = p.y - d->y;
+    d->z = p.z - d->z;
+    setLengths<width>(d);
 }
 
-template <int kChunk = 32>
-SINEW_KERNEL void evaluateBody(RadialTerms const& terms, Vector3 const& p, double* result)
+template <VectorWidth width>
+SINEW_KERNEL void load(double const* numbers, Vector<width>* vector)
 {
-    double sum = *result;
-    std::size_t first = 0;
-    for (; first + kChunk <= terms.n; first += kChunk) {
-        double squares[kChunk];
-        squaresOfChunk<kChunk>(terms.centres + first, p, squares);
-        double const* const coefficients = terms.coefficients + first;
-        for (int i = 0; i < kChunk; ++i) squares[i] = coefficients[i] * squares[i] * std::sqrt(squares[i]);
-        for (int i = 0; i < kChunk; ++i) sum += squares[i];
-    }
-    *result = addOneByOne(terms, first, p, sum);
+    for (int l = 0; l < kVectorSize<width>; ++l) elements<width>(vector)[l] = numbers[l];
 }
 
-// `kWidth` points at a time: as many as their sums fit the registers.
-template <int kWidth>
-SINEW_KERNEL void evaluateLanesBody(RadialTerms const& terms, PointLanes const& p, double* sums)
+// Centres whose terms are computed before they are added. Their number is not constant (the last ones may be fewer), so
+// that the terms pass through memory: clang would otherwise take the vectors apart before it takes the square roots.
+constexpr std::size_t kChunk = 32;
+
+struct AddTerms
 {
-    for (int first = 0; first < PointLanes::kCount; first += kWidth) {
-        double sum[kWidth];
-        for (int l = 0; l < kWidth; ++l) sum[l] = sums[first + l];
-        for (std::size_t i = 0; i < terms.n; ++i) {
-            Vector3 const c = terms.centres[i];
-            double const coefficient = terms.coefficients[i];
-            for (int l = 0; l < kWidth; ++l) {
-                double const x = p.x[first + l] - c.x;
-                double const y = p.y[first + l] - c.y;
-                double const z = p.z[first + l] - c.z;
-                double const square = x * x + y * y + z * z;
-                sum[l] += coefficient * square * std::sqrt(square);
+    RadialTerms const& terms;
+    Vector3 const& point;
+    double start;
+
+    template <VectorWidth width>
+    SINEW_KERNEL double run() const
+    {
+        constexpr std::size_t kSize = kVectorSize<width>;
+        Vector3 const p = point;
+        double sum = start;
+        std::size_t const inVectors = terms.n / kSize * kSize;
+        for (std::size_t first = 0; first < inVectors; first += kChunk) {
+            alignas(64) double values[kChunk];
+            std::size_t const count = std::min(kChunk, inVectors - first);
+            for (std::size_t i = 0; i < count; i += kSize) {
+                Offsets<width> d;
+                setOffsets<width>(p, terms.centres + first + i, &d);
+                Vector<width> coefficients;
+                load<width>(terms.coefficients + first + i, &coefficients);
+                *vectors<width>(values + i) = coefficients * d.lengthsSq * d.lengths;
+            }
+            for (std::size_t i = 0; i < count; ++i) sum += values[i];
+        }
+        for (std::size_t i = inVectors; i < terms.n; ++i) {
+            double const lengthSq = distSq(p, terms.centres[i]);
+            sum += terms.coefficients[i] * lengthSq * std::sqrt(lengthSq);
+        }
+        return sum;
+    }
+};
+
+struct AddGradients
+{
+    RadialTerms const& terms;
+    Vector3 const& point;
+    Vector3 const& start;
+
+    template <VectorWidth width>
+    SINEW_KERNEL Vector3 run() const
+    {
+        constexpr std::size_t kSize = kVectorSize<width>;
+        Vector3 const p = point;
+        Vector3 sum = start;
+        std::size_t const inVectors = terms.n / kSize * kSize;
+        for (std::size_t first = 0; first < inVectors; first += kSize) {
+            Offsets<width> d;
+            setOffsets<width>(p, terms.centres + first, &d);
+            Vector<width> weights;
+            load<width>(terms.coefficients + first, &weights);
+            weights = weights * 3.0 * d.lengths;
+            d.x *= weights;
+            d.y *= weights;
+            d.z *= weights;
+            for (std::size_t i = 0; i < kSize; ++i) {
+                sum += Vector3(elements<width>(&d.x)[i], elements<width>(&d.y)[i], elements<width>(&d.z)[i]);
             }
         }
-        for (int l = 0; l < kWidth; ++l) sums[first + l] = sum[l];
+        for (std::size_t i = inVectors; i < terms.n; ++i) {
+            Vector3 const d = p - terms.centres[i];
+            sum += terms.coefficients[i] * 3.0 * d.length() * d;
+        }
+        return sum;
     }
+};
+
+// ---- Many points. The elements of a vector belong to different points, so each has its own sum.
+
+template <VectorWidth width>
+SINEW_KERNEL void setOffsets(PointLanes const& points, int firstLane, Vector3 const& centre, Offsets<width>* d)
+{
+    d->x = *vectors<width>(points.x + firstLane) - centre.x;
+    d->y = *vectors<width>(points.y + firstLane) - centre.y;
+    d->z = *vectors<width>(points.z + firstLane) - centre.z;
+    setLengths<width>(d);
 }
 
-template <int kWidth>
-SINEW_KERNEL void gradientLanesBody(RadialTerms const& terms, PointLanes const& p, PointLanes* sums)
+struct AddTermsToLanes
 {
-    for (int first = 0; first < PointLanes::kCount; first += kWidth) {
-        double sumX[kWidth], sumY[kWidth], sumZ[kWidth];
-        for (int l = 0; l < kWidth; ++l) {
-            sumX[l] = sums->x[first + l];
-            sumY[l] = sums->y[first + l];
-            sumZ[l] = sums->z[first + l];
-        }
-        for (std::size_t i = 0; i < terms.n; ++i) {
-            Vector3 const c = terms.centres[i];
-            double const coefficient = terms.coefficients[i] * 3.0;
-            for (int l = 0; l < kWidth; ++l) {
-                double const x = p.x[first + l] - c.x;
-                double const y = p.y[first + l] - c.y;
-                double const z = p.z[first + l] - c.z;
-                double const weight = coefficient * std::sqrt(x * x + y * y + z * z);
-                sumX[l] += weight * x;
-                sumY[l] += weight * y;
-                sumZ[l] += weight * z;
+    RadialTerms const& terms;
+    PointLanes const& points;
+    ValueLanes* sums;
+
+    template <VectorWidth width>
+    SINEW_KERNEL void run() const
+    {
+        for (int lane = 0; lane < kPointLanes; lane += kVectorSize<width>) {
+            Vector<width> sum = *vectors<width>(sums->values + lane);
+            for (std::size_t i = 0; i < terms.n; ++i) {
+                Offsets<width> d;
+                setOffsets<width>(points, lane, terms.centres[i], &d);
+                sum += terms.coefficients[i] * d.lengthsSq * d.lengths;
             }
-        }
-        for (int l = 0; l < kWidth; ++l) {
-            sums->x[first + l] = sumX[l];
-            sums->y[first + l] = sumY[l];
-            sums->z[first + l] = sumZ[l];
+            *vectors<width>(sums->values + lane) = sum;
         }
     }
-}
+};
 
-// Two lanes are too few to pay for taking a single point's terms apart.
-void evaluateBaseline(RadialTerms const& terms, Vector3 const& p, double* sum)
+struct AddGradientsToLanes
 {
-    *sum = addOneByOne(terms, 0, p, *sum);
-}
-void evaluateLanesBaseline(RadialTerms const& terms, PointLanes const& p, double* sums)
-{
-    evaluateLanesBody<2>(terms, p, sums);
-}
-void gradientLanesBaseline(RadialTerms const& terms, PointLanes const& p, PointLanes* sums)
-{
-    gradientLanesBody<2>(terms, p, sums);
-}
-constexpr ImplicitKernels kBaseline = {evaluateBaseline, evaluateLanesBaseline, gradientLanesBaseline};
-#if SINEW_WIDE_KERNELS
-SINEW_AVX2 void evaluateAvx2(RadialTerms const& terms, Vector3 const& p, double* sum)
-{
-    evaluateBody<>(terms, p, sum);
-}
-SINEW_AVX2 void evaluateLanesAvx2(RadialTerms const& terms, PointLanes const& p, double* sums)
-{
-    evaluateLanesBody<8>(terms, p, sums);
-}
-SINEW_AVX2 void gradientLanesAvx2(RadialTerms const& terms, PointLanes const& p, PointLanes* sums)
-{
-    gradientLanesBody<8>(terms, p, sums);
-}
-constexpr ImplicitKernels kAvx2 = {evaluateAvx2, evaluateLanesAvx2, gradientLanesAvx2};
-SINEW_AVX512 void evaluateAvx512(RadialTerms const& terms, Vector3 const& p, double* sum)
-{
-    evaluateBody<>(terms, p, sum);
-}
-SINEW_AVX512 void evaluateLanesAvx512(RadialTerms const& terms, PointLanes const& p, double* sums)
-{
-    evaluateLanesBody<8>(terms, p, sums);
-}
-SINEW_AVX512 void gradientLanesAvx512(RadialTerms const& terms, PointLanes const& p, PointLanes* sums)
-{
-    gradientLanesBody<8>(terms, p, sums);
-}
-constexpr ImplicitKernels kAvx512 = {evaluateAvx512, evaluateLanesAvx512, gradientLanesAvx512};
-#endif
+    RadialTerms const& terms;
+    PointLanes const& points;
+    PointLanes* sums;
+
+    template <VectorWidth width>
+    SINEW_KERNEL void run() const
+    {
+        for (int lane = 0; lane < kPointLanes; lane += kVectorSize<width>) {
+            Vector<width> sumX = *vectors<width>(sums->x + lane);
+            Vector<width> sumY = *vectors<width>(sums->y + lane);
+            Vector<width> sumZ = *vectors<width>(sums->z + lane);
+            for (std::size_t i = 0; i < terms.n; ++i) {
+                Offsets<width> d;
+                setOffsets<width>(points, lane, terms.centres[i], &d);
+                Vector<width> const weights = terms.coefficients[i] * 3.0 * d.lengths;
+                sumX += weights * d.x;
+                sumY += weights * d.y;
+                sumZ += weights * d.z;
+            }
+            *vectors<width>(sums->x + lane) = sumX;
+            *vectors<width>(sums->y + lane) = sumY;
+            *vectors<width>(sums->z + lane) = sumZ;
+        }
+    }
+};
 
 } // namespace
 
-ImplicitKernels const& implicitKernels(VectorWidth width)
+double addTerms(VectorWidth width, RadialTerms const& terms, Vector3 const& p, double sum)
 {
-    switch (width) {
-#if SINEW_WIDE_KERNELS
-    case VectorWidth::avx512:
-        return kAvx512;
-    case VectorWidth::avx2:
-        return kAvx2;
-#endif
-    default:
-        return kBaseline;
-    }
+    return dispatch(std::min(width, kWidestForOnePoint), AddTerms{terms, p, sum});
+}
+
+Vector3 addGradients(VectorWidth width, RadialTerms const& terms, Vector3 const& p, Vector3 const& sum)
+{
+    return dispatch(std::min(width, kWidestForOnePoint), AddGradients{terms, p, sum});
+}
+
+void addTerms(VectorWidth width, RadialTerms const& terms, PointLanes const& points, ValueLanes* sums)
+{
+    dispatch(width, AddTermsToLanes{terms, points, sums});
+}
+
+void addGradients(VectorWidth width, RadialTerms const& terms, PointLanes const& points, PointLanes* sums)
+{
+    dispatch(width, AddGradientsToLanes{terms, points, sums});
 }
 
 } // namespace sinew::detail

@@ -1,15 +1,16 @@
 #pragma once
 
-/// The loops over the centres of an implicit function, for each width of vectors.
+/// The loops over the centres of an implicit function, for one point or for eight. They give the same bits at every
+/// vector width.
 
 #include <cstddef>
 
-#include <sinew/detail/dispatch.h>
 #include <sinew/core/vector3.h>
+#include <sinew/detail/dispatch.h>
 
 namespace sinew::detail {
 
-/// The radial terms of a field as bare arrays of `n` entries.
+/// The radial terms of an implicit function: `n` centres and their coefficients.
 struct RadialTerms
 {
     Vector3 const* centres;
@@ -17,24 +18,34 @@ struct RadialTerms
     std::size_t n;
 };
 
-/// Points side by side: lane l of each array belongs to point l.
+/// Number of points that are processed together: the doubles of the widest vector.
+constexpr int kPointLanes = 8;
+
+/// Points or vectors: lane i of each array belongs to point i.
 struct PointLanes
 {
-    static constexpr int kCount = 8;
-    double x[kCount];
-    double y[kCount];
-    double z[kCount];
+    alignas(64) double x[kPointLanes];
+    alignas(64) double y[kPointLanes];
+    alignas(64) double z[kPointLanes];
 };
 
-/// Each adds the radial terms, in order, to what its last argument holds.
-struct ImplicitKernels
+/// One number for each point of a `PointLanes`.
+struct ValueLanes
 {
-    void (*evaluate)(RadialTerms const& terms, Vector3 const& p, double* sum);
-    void (*evaluateLanes)(RadialTerms const& terms, PointLanes const& p, double* sums);
-    void (*gradientLanes)(RadialTerms const& terms, PointLanes const& p, PointLanes* sums);
+    alignas(64) double values[kPointLanes];
 };
 
-/// The kernels of that width, which the processor must support.
-ImplicitKernels const& implicitKernels(VectorWidth width);
+/// `sum` plus the radial terms at `p`, added one by one in the order of the centres. Here as in the functions below,
+/// `width` must not exceed `widestVectors()`.
+double addTerms(VectorWidth width, RadialTerms const& terms, Vector3 const& p, double sum);
+
+/// `sum` plus the gradients of the radial terms at `p`, added one by one in the order of the centres.
+Vector3 addGradients(VectorWidth width, RadialTerms const& terms, Vector3 const& p, Vector3 const& sum);
+
+/// Adds the radial terms at each of `points` to its number in `sums`, in the order of the centres.
+void addTerms(VectorWidth width, RadialTerms const& terms, PointLanes const& points, ValueLanes* sums);
+
+/// Adds the gradients of the radial terms at each of `points` to its vector in `sums`, in the order of the centres.
+void addGradients(VectorWidth width, RadialTerms const& terms, PointLanes const& points, PointLanes* sums);
 
 } // namespace sinew::detail

@@ -1,27 +1,31 @@
 #pragma once
 
-/// The linear system behind `Implicit`, written into any matrix with element access.
+/// The linear system whose solution is an `Implicit`.
 
 #include <cmath>
 #include <cstddef>
-#include <utility>
 #include <vector>
 
 #include <sinew/core/vector3.h>
 
 namespace sinew::detail {
 
-/// Rows beside those of the centres: the weights are orthogonal to 1, x, y and z.
+/// Number of unknowns beside the coefficients of the centres: c0 and the three components of c. Their equations state
+/// that the coefficients are orthogonal to 1, x, y and z.
 constexpr int kLinearTerms = 4;
 
-/// |a - b| cubed, as the squared distance times its root.
+/// |a - b| cubed, computed as the squared distance times its square root.
 inline double cubeOfDistance(Vector3 const& a, Vector3 const& b)
 {
     double const square = distSq(a, b);
     return square * std::sqrt(square);
 }
 
-/// Fills `system`, square and zero, of n + 4 rows.
+/// Writes the symmetric system for n centres to `system`, a matrix of n + 4 rows and columns whose entries are zero.
+///
+/// Row i < n is the interpolation condition at centre i. Rows n to n + 3 are those of 1, x, y and z.
+///
+/// @tparam Matrix  any type with element access `system(i, j)`.
 template <typename Matrix>
 void fillImplicitSystem(std::vector<Vector3> const& centres, Matrix& system)
 {
