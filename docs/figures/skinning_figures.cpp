@@ -1,7 +1,7 @@
 // The pictures of docs/skinning.md.
 //
-// A ring of vertices with normals, seen along its axis, is squashed and turned by a bone. The library's normals stand
-// beside those that a rotation of the rest normals would give. A second picture shows what a bone does to a tube.
+// The first shows a ring of vertices with normals, seen along its axis, that a bone squashes and turns: the library's
+// normals, and the rest normals after a rotation. The second shows what a bone does to a tube.
 
 #include <cmath>
 #include <string>

@@ -105,7 +105,7 @@ Canvas::Canvas(cairo_surface_t* surface, double width, double height, double pix
     : width_(width), height_(height), pixelsPerUnit_(pixelsPerUnit), context_(cairo_create(surface))
 {
     cairo_surface_destroy(surface); // the context holds it from here on
-    if (cairo_status(context_.get()) != CAIRO_STATUS_SUCCESS) throw std::runtime_error("a picture cannot be made");
+    if (cairo_status(context_.get()) != CAIRO_STATUS_SUCCESS) throw std::runtime_error("a picture cannot be created");
     cairo_set_line_join(context_.get(), CAIRO_LINE_JOIN_ROUND);
     cairo_set_line_cap(context_.get(), CAIRO_LINE_CAP_ROUND);
     setColour(context_.get(), background);

@@ -93,7 +93,7 @@ public:
     /// The image stretched over the rectangle.
     void image(Image const& image, Rect const& where);
 
-    /// Drawing stays inside the rectangle until `endClip`; clips nest.
+    /// Clips all drawing to the rectangle until `endClip`. Clips may be nested.
     void beginClip(Rect const& rect);
     void endClip();
 
