@@ -1,19 +1,12 @@
 #pragma once
 
-/// What the query benches share: which peers are there, calls that stay calls, and the loop that compares and times.
+/// What the query benches share: calls that stay calls, and the loop that compares and times.
 
 #include <cmath>
 #include <string>
 #include <vector>
 
 #include <benchmark/benchmark.h>
-
-#if __has_include(<Eigen/Dense>)
-#define SINEW_BENCH_EIGEN 1
-#endif
-#if __has_include(<ImathLineAlgo.h>)
-#define SINEW_BENCH_IMATH 1
-#endif
 
 // The library's functions are calls into another object. The plain transcriptions lie in headers; without this the
 // compiler would specialise them for the loop that times them, or for its constant arguments.

@@ -1,10 +1,10 @@
-// The main program of every bench. It runs Google Benchmark with repetitions in random order, and prints a Markdown
-// table with one row for each case: the median time of sinew, and for each contender the ratio of its median time to
-// sinew's.
+// The main program of every bench. It runs Google Benchmark with randomly interleaved repetitions and prints a
+// Markdown table with one row for each case: the median time of sinew, and the ratio of each contender's median
+// time to it.
 //
-// Benchmarks are named "case/contender". The contenders of a case do the same work on the same input. A ratio above one
-// means that sinew is faster. A benchmark that sets the counter "count" is compared by this number, not by its time.
-// Absolute times are only rough: the speed of a machine varies, so only ratios of interleaved runs can be compared.
+// Benchmarks are named "case/contender". The contenders of one case do the same work on the same input. A ratio above
+// one means that sinew is faster. A benchmark that sets the counter "count" is compared by that number instead of its
+// time. Times vary between machines and runs; only ratios of interleaved runs can be compared.
 
 #include <algorithm>
 #include <cmath>
@@ -75,7 +75,8 @@ private:
         std::size_t const slash = name.rfind('/');
         std::string const caseName = name.substr(0, slash);
         std::string const contender = slash == std::string::npos ? kOurs : name.substr(slash + 1);
-        // Interleaved runs come in random order. The index is their order of registration, which the table uses.
+        // Interleaved runs arrive in random order. The index is the order of registration, which is the order
+        // of the rows.
         noteFirst(cases_, caseName, run.family_index);
         noteFirst(contenders_, contender, run.family_index);
         measures_[caseName][contender].push_back(measureOf(run, caseName));
@@ -145,7 +146,7 @@ private:
 
 int main(int argc, char** argv)
 {
-    // Defaults first, so that the command line can override them.
+    // The defaults come first, so that the command line can override them.
     std::vector<std::string> defaults = {argv[0], "--benchmark_repetitions=7",
                                          "--benchmark_enable_random_interleaving=true", "--benchmark_min_time=0.05"};
     std::vector<char*> arguments;
