@@ -1,4 +1,4 @@
-# The libraries of others that the benches compare sinew with, that the tests check it against and that draw the figures.
+# The libraries of others that the benches, the tests and the figures compare sinew with.
 # The library itself needs none of them. Included by the top-level CMakeLists.txt, because an imported target is visible
 # only in the directory that looks it up and below.
 #
@@ -7,7 +7,6 @@
 #   tests              glm
 #   benches            cgal embree nanoflann suitesparse
 #   tests and figures  mpfr
-#   figures            cairo
 
 # sinew_link_peers(<target> <prefix> <name>...)
 #
@@ -77,16 +76,6 @@ if(SINEW_BENCH)
   if(SINEW_SUITESPARSE_INCLUDE AND SINEW_CHOLMOD_LIBRARY AND SINEW_CXSPARSE_LIBRARY)
     sinew_add_peer(suitesparse INCLUDES "${SINEW_SUITESPARSE_INCLUDE}"
                    LIBRARIES "${SINEW_CHOLMOD_LIBRARY}" "${SINEW_CXSPARSE_LIBRARY}")
-  endif()
-endif()
-
-if(SINEW_FIGURES)
-  find_package(PkgConfig QUIET)
-  if(PkgConfig_FOUND)
-    pkg_check_modules(SINEW_CAIRO QUIET IMPORTED_TARGET cairo)
-  endif()
-  if(TARGET PkgConfig::SINEW_CAIRO)
-    sinew_add_peer(cairo LIBRARIES PkgConfig::SINEW_CAIRO)
   endif()
 endif()
 
