@@ -25,10 +25,11 @@ void LLTMatrix::initMt()
 bool LLTMatrix::solve(std::vector<double>& b) const
 {
     std::size_t const n = rows.size();
-    if (b.size() != n || !sinew::detail::hasConsistentSizes(*this)) return false;
+    sinew::detail::FactorView const factor = {rows, Mt, diag, perm};
+    if (b.size() != n || !sinew::detail::hasConsistentSizes(factor)) return false;
     std::vector<double> y(n);
     for (std::size_t i = 0; i < n; ++i) y[asIndex(perm[i])] = b[i];
-    sinew::detail::substitute<1>(*this, y.data());
+    sinew::detail::substitute<1>(factor, y.data());
     for (std::size_t i = 0; i < n; ++i) b[i] = y[asIndex(perm[i])];
     return true;
 }

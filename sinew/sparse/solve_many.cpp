@@ -22,7 +22,7 @@ void solveGroup(LLTMatrix const& factor, std::vector<double>* group, std::vector
     for (std::size_t s = 0; s < Count; ++s) {
         for (std::size_t i = 0; i < n; ++i) y[detail::asIndex(factor.perm[i]) * Count + s] = group[s][i];
     }
-    detail::substitute<Count>(factor, y.data());
+    detail::substitute<Count>({factor.rows, factor.Mt, factor.diag, factor.perm}, y.data());
     for (std::size_t s = 0; s < Count; ++s) {
         for (std::size_t i = 0; i < n; ++i) group[s][i] = y[detail::asIndex(factor.perm[i]) * Count + s];
     }
@@ -34,7 +34,7 @@ bool solveMany(LLTMatrix const& factor, std::vector<std::vector<double>>& rightH
 {
     std::size_t const n = factor.rows.size();
     auto const fits = [n](std::vector<double> const& b) { return b.size() == n; };
-    if (!detail::hasConsistentSizes(factor)) return false;
+    if (!detail::hasConsistentSizes({factor.rows, factor.Mt, factor.diag, factor.perm})) return false;
     if (!std::all_of(rightHandSides.begin(), rightHandSides.end(), fits)) return false;
 
     std::size_t const count = rightHandSides.size();

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include <sinew/sparse/detail/indexing.h>
-#include <sinew/sparse/llt_matrix.h>
 
 namespace sinew::detail {
 
@@ -43,8 +42,17 @@ void substituteRow(FactorList const& list, double diagonal, double const* y, dou
     for (std::size_t s = 0; s < Count; ++s) own[s] = sum[s] / diagonal;
 }
 
+/// The fields of an `LLTMatrix`, so that this header need not know the public class. Nothing is owned.
+struct FactorView
+{
+    std::vector<FactorList> const& rows;
+    std::vector<FactorList> const& Mt;
+    std::vector<double> const& diag;
+    std::vector<int> const& perm;
+};
+
 /// Whether the fields agree in size with each other.
-inline bool hasConsistentSizes(LLTMatrix const& factor)
+inline bool hasConsistentSizes(FactorView const& factor)
 {
     std::size_t const n = factor.rows.size();
     return factor.Mt.size() == n && factor.diag.size() == n && factor.perm.size() == n;
@@ -52,7 +60,7 @@ inline bool hasConsistentSizes(LLTMatrix const& factor)
 
 /// Replaces `Count` right-hand sides by the solutions. Both are in the elimination order.
 template <std::size_t Count>
-void substitute(LLTMatrix const& factor, double* y)
+void substitute(FactorView const& factor, double* y)
 {
     assert(hasConsistentSizes(factor));
     // How many lists ahead the prefetch runs: far enough to hide the latency of the memory, and near enough for the
