@@ -1,4 +1,4 @@
-// The pictures of docs/fields.md that show sets of points: an ellipsoid fitted and thickened, and a proximity grid.
+// The pictures of docs/fields.md that show sets of points: a fitted and a thickened ellipsoid, and a proximity grid.
 
 #include <cmath>
 #include <memory>
@@ -14,12 +14,13 @@ using figures::Svg;
 
 namespace {
 
-double const kPi = 3.14159265358979323846;
+constexpr double kPi = 3.14159265358979323846;
 
-// The outline of an ellipsoid seen along z.
+// The outline of an ellipsoid, seen along z.
 std::vector<Point> outline(ImplEllipsoid const& e)
 {
-    // What is left of the form where its slope along z vanishes: the Schur complement of the last row.
+    // On the outline the derivative of the quadratic form along z is zero. Eliminating z gives a form in x and y, whose
+    // matrix is the Schur complement of the entry (2, 2).
     Matrix3 const& s = e.shape;
     double const a = s(0, 0) - s(0, 2) * s(0, 2) / s(2, 2);
     double const b = s(0, 1) - s(0, 2) * s(1, 2) / s(2, 2);
@@ -35,7 +36,7 @@ std::vector<Point> outline(ImplEllipsoid const& e)
 
 void drawEllipsoid(std::string const& file)
 {
-    // A limb: a bent tube of points, turned.
+    // The points of a limb: a bent tube, rotated.
     test::Random random(11);
     std::vector<Vector3> points;
     Matrix3 const turn = Matrix3::rotationMatrix(UVector3(0.2, 0.1, 1), 0.5);
@@ -62,15 +63,15 @@ void drawEllipsoid(std::string const& file)
         if (radius(p) > radius(*farthest)) farthest = &p;
     }
     svg.circle({farthest->x, farthest->y}, 0.06, "fill='none' stroke='#d1495b' stroke-width='2.2'");
-    svg.text({farthest->x - 1.9, farthest->y + 0.75}, "the farthest point:", "fill='#d1495b'");
-    svg.text({farthest->x - 1.9, farthest->y + 0.5}, "radius 1", "fill='#d1495b'");
-    svg.text({-4.6, 2.65}, "fitted to the points; dashed: thickened by 0.4 along each axis");
+    svg.text({farthest->x - 1.9, farthest->y + 0.75}, "the point with the", "fill='#d1495b'");
+    svg.text({farthest->x - 1.9, farthest->y + 0.5}, "largest radius, 1", "fill='#d1495b'");
+    svg.text({-4.6, 2.65}, "solid: fitted to the points; dashed: thickened by 0.4");
     svg.save(file);
 }
 
 void drawProximity(std::string const& file)
 {
-    double const kRadius = 1;
+    constexpr double kRadius = 1;
     std::vector<Vector3> const points = {{0, 0, 0},   {1.1, 0.6, 0}, {2.3, 0.4, 0}, {3.2, 1.3, 0},
                                          {6.3, 4, 0}, {1.2, 4, 0},   {6.3, 1.7, 0}};
     ProximityTester const tester(points, kRadius);
@@ -84,10 +85,11 @@ void drawProximity(std::string const& file)
     svg.origin = {120, 122};
     svg.scale = 72;
 
-    // Runs of equal answers, a fine row at a time: near or not, and what the grid says.
+    // The plane is coloured row by row, with one rectangle for each run of points of the same kind. Bit 0 of a kind
+    // says whether the point is within the radius, bit 1 whether it tests true.
     char const* const colours[] = {"", "#d1495b", "#d7e8f0", "#7fb6d0"};
     char const* const kCrisp = " shape-rendering='crispEdges'";
-    double const kStep = 0.02;
+    constexpr double kStep = 0.02;
     for (double y = -1.4; y < 5.6; y += kStep) {
         double start = -1.5;
         int kind = 0;
@@ -118,7 +120,7 @@ void drawProximity(std::string const& file)
         svg.text({x + 24, 3}, words);
     };
     legend(0, colours[3], "within the radius, tests true");
-    legend(270, colours[2], "farther, tests true: the side on which the grid errs");
+    legend(270, colours[2], "farther than the radius, tests true as well");
     svg.save(file);
 }
 
