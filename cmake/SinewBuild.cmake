@@ -1,13 +1,14 @@
-# The compile settings that sinew's own targets share, as interface targets:
-#   sinew_numerics  flags that fix the bits and the widest vectors: the library and all that is compared with it bit for bit
-#   sinew_warnings  warnings, errors only if SINEW_WERROR
-#   sinew_checks    sanitizers and coverage, when asked for
+# The compile settings that sinew's targets share, as interface targets:
+#   sinew_numerics  flags that fix the bits of results, and the widest vectors: for the library and for all code that is
+#                   compared with it bit for bit
+#   sinew_warnings  warnings; with SINEW_WERROR they are errors
+#   sinew_checks    sanitizers and coverage, if enabled
 include(CheckCXXCompilerFlag)
 
 add_library(sinew_numerics INTERFACE)
 # Contraction would fuse a product and a sum into one rounding; every compiler must round both.
-# Error numbers and trap flags are read by nobody here, and their absence changes no value, but it
-# lets square roots vectorise. Asked of the compiler, since what counts is whether it knows the flag.
+# The library reads neither errno nor floating-point exception flags. Without them the values are the same, and loops
+# with square roots can be vectorised. Each flag is tested, because not every compiler supports it.
 foreach(flag -ffp-contract=off -fno-math-errno -fno-trapping-math)
   string(MAKE_C_IDENTIFIER "SINEW_HAS${flag}" known)
   check_cxx_compiler_flag(${flag} ${known})
@@ -16,7 +17,7 @@ foreach(flag -ffp-contract=off -fno-math-errno -fno-trapping-math)
   endif()
 endforeach()
 
-# The sources know the width as a number, since the preprocessor compares numbers only.
+# The sources get the width as a number, because the preprocessor can only compare numbers.
 if(SINEW_VECTOR_WIDTH STREQUAL "avx512")
   target_compile_definitions(sinew_numerics INTERFACE SINEW_WIDEST=2)
 elseif(SINEW_VECTOR_WIDTH STREQUAL "avx2")
@@ -42,7 +43,7 @@ if(SINEW_SANITIZE)
   target_link_options(sinew_checks INTERFACE -fsanitize=${SINEW_SANITIZE})
 endif()
 if(SINEW_FUZZ)
-  target_compile_options(sinew_checks INTERFACE -fsanitize=fuzzer-no-link) # the fuzzer sees which branches were taken
+  target_compile_options(sinew_checks INTERFACE -fsanitize=fuzzer-no-link) # reports the taken branches to the fuzzer
 endif()
 if(SINEW_COVERAGE)
   target_compile_options(sinew_checks INTERFACE --coverage -O0 -g)

@@ -1,5 +1,5 @@
-# Run with -DINPUT= -DOUTPUT= -DFUNCTION=: writes a C++ source whose function returns the input file's bytes.
-# Bytes rather than a string literal: compilers need not accept literals beyond 65,536 characters.
+# Run with -DINPUT= -DOUTPUT= -DFUNCTION=. Writes a C++ source with a function that returns the bytes of the input file.
+# It contains an array of bytes, because compilers need not accept string literals of more than 65,536 characters.
 file(READ "${INPUT}" hex HEX)
 string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${hex}")
 file(WRITE "${OUTPUT}" "#include <tool/models/models.h>

@@ -1,4 +1,4 @@
-# Installs the libraries named, the public headers, the CMake package and the pkg-config module.
+# Installs the given libraries, the public headers, the CMake package and the pkg-config module.
 include(CMakePackageConfigHelpers)
 
 function(sinew_install)
@@ -6,7 +6,7 @@ function(sinew_install)
           LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
           ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
           RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  # Headers under a module's detail/ are for sinew's own sources.
+  # Headers in the detail folders are internal, so they are not installed.
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/sinew/" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sinew
           FILES_MATCHING PATTERN "*.h" PATTERN "detail" EXCLUDE)
 

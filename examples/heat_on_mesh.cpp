@@ -1,7 +1,7 @@
-// Heat on a surface: assembles the cotangent Laplacian of a triangle mesh, factors (M + t L) once and lets a hot spot
-// spread for a number of steps, one solution a step.
+// Heat on a surface. The program assembles the cotangent Laplacian of a triangle mesh, factors M + t L once, and
+// computes how a hot spot spreads, with one solution for each time step.
 //
-//   heat_on_mesh                        a sphere made on the spot
+//   heat_on_mesh                        a sphere
 //   heat_on_mesh model.obj [out.ply]    a Wavefront OBJ model; the temperatures go to out.ply as vertex colours
 //
 // Source: U. Pinkall, K. Polthier, Computing discrete minimal surfaces and their conjugates, 1993, for the weights.
@@ -24,10 +24,10 @@ namespace {
 struct Mesh
 {
     std::vector<Vector3> points;
-    std::vector<int> corners; // three a triangle
+    std::vector<int> corners; // three for each triangle
 };
 
-// A unit sphere from an octahedron, each triangle cut into four `levels` times.
+// A unit sphere: an octahedron whose triangles are divided into four, `levels` times.
 Mesh makeSphere(int levels)
 {
     Mesh mesh;
@@ -71,7 +71,8 @@ bool readObj(char const* file, Mesh& mesh)
     return !mesh.corners.empty();
 }
 
-// The weighted graph of the mesh: half the sum of the cotangents opposite each edge, and each vertex's share of area.
+// The weight of an edge is half the sum of the cotangents of the angles opposite to it. A third of the area of each
+// triangle belongs to each of its vertices.
 struct Laplacian
 {
     std::map<std::pair<int, int>, double> weights; // by (larger, smaller) vertex
@@ -91,23 +92,24 @@ Laplacian assemble(Mesh const& mesh)
             Vector3 const v = mesh.points[to] - mesh.points[at];
             double const doubleArea = cross(u, v).length();
             laplacian.areas[at] += doubleArea / 6;
-            // A triangle without area conducts nothing; a negative sum of cotangents (obtuse pairs) is cut off at
-            // zero below, for heat must not flow from cold to hot.
+            // The cotangents of a triangle without area are not defined; such a triangle conducts no heat.
             if (doubleArea > 0) laplacian.weights[{std::max(from, to), std::min(from, to)}] += u * v / doubleArea / 2;
         }
     }
     return laplacian;
 }
 
-// M + t L: symmetric, and positive definite for every t >= 0 as long as all areas are positive.
+// M + t L, which is symmetric and, for t >= 0, positive definite: each diagonal exceeds the sum of its row.
 SPDMatrix heatMatrix(Laplacian const& laplacian, double t)
 {
     SPDMatrix matrix;
     matrix.rows.resize(laplacian.areas.size());
     std::vector<double> diagonal = laplacian.areas;
-    // A vertex in no triangle keeps its temperature: any positive diagonal will do.
+    // A vertex without triangles keeps its temperature. Any positive diagonal gives that.
     for (double& d : diagonal) d = d > 0 ? d : 1.0;
     for (auto const& [edge, weight] : laplacian.weights) {
+        // The weight is negative if the angles opposite to the edge add up to more than 180 degrees. It is replaced by
+        // zero, because otherwise heat would flow from cold to hot.
         double const w = t * std::max(weight, 0.0);
         matrix.rows[edge.first].push_back({edge.second, -w});
         diagonal[edge.first] += w;
@@ -143,7 +145,7 @@ int main(int argc, char** argv)
     Mesh mesh;
     if (argc > 1 ? !readObj(argv[1], mesh) : (mesh = makeSphere(5), false)) return 1;
 
-    // The time step that lets heat travel about two edges: their mean length, squared and doubled.
+    // In one time step of twice the squared mean edge length, heat travels about two edges.
     double lengthSum = 0;
     for (std::size_t t = 0; t < mesh.corners.size(); t += 3) {
         lengthSum += dist(mesh.points[mesh.corners[t]], mesh.points[mesh.corners[t + 1]]);
@@ -153,7 +155,8 @@ int main(int argc, char** argv)
     SPDMatrix const matrix = heatMatrix(laplacian, 2 * meanEdge * meanEdge);
     LLTMatrix const factor = matrix.factor();
     if (factor.rows.empty()) {
-        std::fprintf(stderr, "%s", sinew::diagnose(matrix).text().c_str());
+        sinew::MatrixDiagnosis const diagnosis = sinew::diagnose(matrix);
+        std::fprintf(stderr, "%s%s", diagnosis.text().c_str(), diagnosis.pivotText().c_str());
         return 1;
     }
 
@@ -169,8 +172,8 @@ int main(int argc, char** argv)
         double total = 0;
         for (std::size_t i = 0; i < heat.size(); ++i) total += heat[i] * laplacian.areas[i];
         auto const [coldest, hottest] = std::minmax_element(heat.begin(), heat.end());
-        std::printf("step %2d: from %.3g to %.3g, in all %.12f\n", step, *coldest, *hottest, total);
-        // Heat neither appears nor vanishes, and nothing becomes colder than the coldest was.
+        std::printf("step %2d: from %.3g to %.3g, total %.12f\n", step, *coldest, *hottest, total);
+        // The total heat is constant, and no temperature falls below the lowest one at the start, which is zero.
         if (firstArea > 0 && (std::fabs(total - 1) > 1e-9 || *coldest < -1e-12 * *hottest)) return 1;
     }
     if (argc > 2) writePly(argv[2], mesh, heat);

@@ -1,8 +1,8 @@
-// A host in miniature: it owns a surface (a tube with a ring of vertices every quarter unit) and a curve, poses them
-// with two bones, draws them deformed through the guard, and shows that the originals came back.
+// A minimal host. It owns a surface (a tube with a ring of vertices every quarter unit) and a curve, poses them with
+// two bones, draws the deformed surface while a guard exists, and checks that the guard restores the original.
 //
-// The host's own classes derive from the library's display-data contracts and are held through smart_ptr, which counts
-// references inside the objects; nothing is ever deleted by hand.
+// The classes of the host derive from the display-data classes of the library. They are held through smart_ptr, which
+// counts references inside the objects, so the host deletes nothing itself.
 
 #include <cmath>
 #include <cstdio>
@@ -13,10 +13,10 @@
 
 namespace {
 
-double const kPi = 3.14159265358979323846;
-int const kAround = 16;
+constexpr double kPi = 3.14159265358979323846;
+constexpr int kAround = 16;
 
-// A surface as this host displays it. What is the host's own stays the host's own: here, a name.
+// A surface of this host. A derived class may add members, here a name.
 class Tube : public DisplayData
 {
 public:
@@ -33,7 +33,7 @@ private:
     void addRing(double x)
     {
         int const first = static_cast<int>(surface->positions.size());
-        // The upper arm ends at x = 4; within a unit of it both bones pull, in proportion.
+        // The upper arm ends at x = 4. Within one unit of this point the weight of the forearm grows linearly.
         double const forearm = std::fmin(1.0, std::fmax(0.0, 0.5 * (x - 3.0)));
         for (int i = 0; i < kAround; ++i) {
             double const angle = 2 * kPi * i / kAround;
@@ -50,7 +50,7 @@ private:
     }
 };
 
-// The curve through the tube's middle.
+// The curve along the axis of the tube.
 class Centreline : public CurveDisplayData
 {
 public:
@@ -61,7 +61,7 @@ public:
     }
 };
 
-// A page of characters, two columns a quarter unit: the host's whole graphics system.
+// The graphics output of this host: a page of characters.
 class Page
 {
 public:
@@ -71,7 +71,7 @@ public:
         int const row = static_cast<int>(std::lround(3 * (6 - p.y)));
         if (row < 0 || row >= kRows || column < 0 || column >= kColumns) return;
         char& cell = rows_[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)];
-        if (mark > cell) cell = mark; // the curve's 'o' over the surface's marks
+        if (mark > cell) cell = mark; // 'o' is greater than the marks of the surface, so the curve stays visible
     }
     void print(char const* title) const
     {
@@ -85,7 +85,7 @@ private:
     std::vector<std::string> rows_ = std::vector<std::string>(kRows, std::string(kColumns, ' '));
 };
 
-// Draws what faces the viewer, who looks along -z. Light comes from above.
+// Draws the vertices that face the viewer, who looks along -z. The light comes from above.
 void draw(Page& page, DisplayData const& data)
 {
     smart_ptr<GeometryData const> const geometry = data.getGeometry();
@@ -101,7 +101,7 @@ void draw(Page& page, CurveDisplayData const& data)
     for (Vector3 const& p : data.getGeometry()->positions) page.dot(data.placement * p, 'o');
 }
 
-// The upper arm stays, the forearm is raised by 60 degrees about the elbow at x = 4.
+// The upper arm does not move; the forearm is raised by 60 degrees about the elbow at x = 4.
 smart_ptr<BoneTransformVector> pose()
 {
     Vector3 const shoulder(0, 0, 0);
@@ -122,9 +122,9 @@ int main()
     smart_ptr<Centreline> const curve(new Centreline);
     smart_ptr<SurfaceGeometryData> const original = tube->surface;
     {
-        // While the guards live, the display data shows the posed surface, already placed in the world.
+        // While the guards exist, the display data has the posed surface, in world coordinates.
         SubstituteGeometryData const surfaceGuard(tube, pose());
-        SubstituteGeometryData const curveGuard(curve, pose()); // curves are remembered, not deformed
+        SubstituteGeometryData const curveGuard(curve, pose()); // restores the curve; curves are not deformed
         Page page;
         draw(page, *tube);
         draw(page, *curve);
@@ -135,7 +135,7 @@ int main()
     draw(page, *curve);
     page.print("after the guards: the original");
 
-    bool const back = tube->surface == original && tube->placement == Transform() && tube->referenceCount == 1;
-    std::printf("the original surface is back: %s\n", back ? "yes" : "no");
-    return back ? 0 : 1;
+    bool const restored = tube->surface == original && tube->placement == Transform() && tube->referenceCount == 1;
+    std::printf("the original surface is restored: %s\n", restored ? "yes" : "no");
+    return restored ? 0 : 1;
 }

@@ -1,5 +1,6 @@
-// A class of a host's own made persistent: it describes its fields once and can then be saved, loaded, and made by the
-// name that stands in a document. Writes the document to standard output.
+// Makes a class of the host persistent. The class describes its fields; then its objects can be saved and loaded, and
+// can be made by the class name in a document. Writes the document, and the message of a refused one, to standard
+// output.
 
 #include <iostream>
 #include <memory>
@@ -14,7 +15,7 @@
 
 namespace host {
 
-/// A type with a form of its own: one empty element, `<tint red="255" green="216" blue="160"/>`.
+// A type with its own text form, one empty element: `<tint red="255" green="216" blue="160"/>`.
 struct Tint
 {
     unsigned red = 255, green = 255, blue = 255;
@@ -38,21 +39,23 @@ public:
         tint.red = static_cast<unsigned>(channel(tag, "red"));
         tint.green = static_cast<unsigned>(channel(tag, "green"));
         tint.blue = static_cast<unsigned>(channel(tag, "blue"));
-        tag.readContent(); // nothing inside is of interest
+        tag.readContent(); // skips whatever the element contains
     }
 
 private:
+    static constexpr double kMost = 255;
+
     static double channel(InTag const& tag, char const* name)
     {
-        double const value = tag.getReal(name);
-        if (!(value >= 0 && value <= 255)) tag.fail(std::string(name) + " is not between 0 and 255");
+        double const value = tag.getReal(name); // finite: the tag refuses other texts
+        if (value < 0 || value > kMost) tag.fail(std::string(name) + " is not between 0 and 255");
         return value;
     }
 };
 
 namespace host {
 
-/// What everything in a scene has.
+// The base class of everything in a scene.
 class Thing : public Serializable
 {
 public:
@@ -68,7 +71,7 @@ public:
     }
 };
 
-/// A part of a lamp: an object inside another.
+// A part of a lamp, as an example of an object inside another object.
 class Shade : public Serializable
 {
 public:
@@ -84,6 +87,7 @@ public:
     }
 };
 
+// Has members of every kind that the library saves and loads.
 class Lamp : public Thing
 {
 public:
@@ -122,7 +126,7 @@ public:
     }
 };
 
-// Makes the class known for as long as this program, or the plug-in this file is part of, is loaded.
+// Registers the class for as long as the program or plug-in that contains this file is loaded.
 SerializableFactory<Lamp> const lampFactory("Lamp");
 
 Lamp readingLamp()
@@ -157,7 +161,7 @@ int main()
     sinew::writeDocument(document, lamp, "Lamp");
     std::cout << document.str();
 
-    // Back again, without saying which class it is: the root element's name tells.
+    // Loads the document. The name of the root element determines the class of the new object.
     std::unique_ptr<Serializable> const made = sinew::createFromDocument(document);
     auto* const loaded = dynamic_cast<host::Lamp*>(made.get());
     if (!loaded) return 1;
@@ -168,7 +172,7 @@ int main()
                       loaded->hours == lamp.hours && loaded->shades.at(1).tint.blue == 160 &&
                       loaded->days == lamp.days && loaded->pattern.evaluate({0.25, 0.25}, &value, nullptr);
 
-    // What cannot be read says where.
+    // A document that cannot be read is refused with a message that gives line and column.
     std::istringstream damaged("<Lamp>\n  <watts>nine</watts>\n</Lamp>");
     try {
         sinew::createFromDocument(damaged);

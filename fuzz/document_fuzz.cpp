@@ -1,5 +1,6 @@
-// Reads the input as a document into every kind of class. Whatever the bytes are, it ends in an object or in LoadFail;
-// and what could be read can be written, read again, and is then written with the same bytes.
+// Reads the input as a document into objects of several classes. Whatever the bytes are, reading must end with an
+// object or with LoadFail. An object that was read must be written as a document that can be read, and the object read
+// from that document must be written with the same bytes.
 
 #include <cstddef>
 #include <cstdint>
@@ -29,6 +30,7 @@ void require(bool holds)
     if (!holds) std::abort();
 }
 
+// Reads `text` into a `T`, which is constructed from `arguments`.
 template <typename T, typename... Arguments>
 void readInto(std::string const& text, Arguments... arguments)
 {
@@ -37,17 +39,18 @@ void readInto(std::string const& text, Arguments... arguments)
         std::istringstream in(text);
         sinew::readDocument(in, object);
     } catch (Serializable::LoadFail const& failure) {
-        require(*failure.what() != '\0');
+        require(*failure.what() != '\0'); // every failure has a message
         return;
     }
-    T again(arguments...);
-    std::istringstream first(written(object));
-    sinew::readDocument(first, again); // our own text: must not throw
+    // Writing may change the values once: attributes and packed vectors have limited precision.
+    T second(arguments...);
+    std::istringstream firstText(written(object));
+    sinew::readDocument(firstText, second); // the library's own text: an exception is a failure
+    std::string const secondText = written(second);
     T third(arguments...);
-    std::string const text2 = written(again);
-    std::istringstream second(text2);
-    sinew::readDocument(second, third);
-    require(written(third) == text2);
+    std::istringstream in(secondText);
+    sinew::readDocument(in, third);
+    require(written(third) == secondText);
 }
 
 void create(std::string const& text)

@@ -1,6 +1,6 @@
 #pragma once
 
-/// SINEW_API marks what the shared library exports; everything else stays hidden inside it.
+/// SINEW_API marks what the shared library exports. All other symbols are hidden.
 #if defined(_WIN32)
 #if defined(SINEW_BUILDING)
 #define SINEW_API __declspec(dllexport)

@@ -1,4 +1,4 @@
-/// sinew, the program: shows on the user's own models what the library does. `sinew --help` lists its commands.
+// The program `sinew`, which applies the library to the user's models. `sinew --help` lists its commands.
 
 #include <exception>
 #include <iostream>
@@ -18,12 +18,16 @@ constexpr int kInternalErrorStatus = 3;
 
 void addTour(CLI::App& app, tool::TourOptions& options, int& status)
 {
-    CLI::App* const tour = app.add_subcommand("tour", "Run every part of the library on a model and show it on a page");
-    tour->add_option("--mesh", options.meshFile, "a textured mesh (Wavefront .obj); without it a koi of our own");
-    tour->add_option("--skeleton", options.skeletonFile, "joints and bones (.tgf); without it a standing figure");
+    CLI::App* const tour =
+        app.add_subcommand("tour", "Run every module of the library on a model, and write a page with pictures");
+    tour->add_option("--mesh", options.meshFile,
+                     "a textured mesh (Wavefront .obj); default: a koi that comes with the program");
+    tour->add_option("--skeleton", options.skeletonFile,
+                     "joints and bones (.tgf); default: a standing figure that comes with the program");
     tour->add_option("--weights", options.weightsFile, "bone weights of the mesh (.dmat)");
-    tour->add_option("--output", options.outputFolder, "folder for the page and its pictures")->capture_default_str();
-    tour->add_option("--scale", options.pixels, "size of the pictures; 1 is 1200 pixels wide")
+    tour->add_option("--output", options.outputFolder, "the folder for the page and its pictures")
+        ->capture_default_str();
+    tour->add_option("--scale", options.pixels, "the size of the pictures; 1 gives a width of 1200 pixels")
         ->check(CLI::Range(0.05, 8.0))
         ->capture_default_str();
     tour->callback([&] { status = tool::runTour(options, std::cout, isatty(STDOUT_FILENO) != 0); });
@@ -34,7 +38,9 @@ void addSolve(CLI::App& app, tool::SolveOptions& options, int& status)
     CLI::App* const solve = app.add_subcommand("solve", "Order, factor and solve a sparse symmetric system");
     solve->add_option("matrix", options.matrixFile, "a symmetric positive-definite matrix (Matrix Market .mtx)")
         ->required();
-    solve->add_option("--picture", options.pictureFile, "where to draw its pattern before and after ordering")
+    solve
+        ->add_option("--picture", options.pictureFile,
+                     "the file for a picture of its pattern before and after the ordering")
         ->capture_default_str();
     solve->callback([&] { status = tool::runSolve(options, std::cout); });
 }
@@ -43,7 +49,7 @@ void addSolve(CLI::App& app, tool::SolveOptions& options, int& status)
 
 int main(int argc, char** argv)
 {
-    CLI::App app("sinew: exact, fast low-level geometry, shown on real models", "sinew");
+    CLI::App app("sinew: exact, fast low-level geometry, applied to real models", "sinew");
     app.require_subcommand(1);
     tool::TourOptions tourOptions;
     int status = 0;

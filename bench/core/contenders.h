@@ -1,7 +1,7 @@
 #pragma once
 
-/// One case of a bench: the same input through several functions, each held against the first answer before it is
-/// timed.
+/// Registration of a bench case: several functions on the same inputs. The results of each are checked before
+/// it is timed.
 
 #include <cstddef>
 #include <string>
@@ -17,8 +17,10 @@
 
 namespace bench {
 
-constexpr std::size_t kInputs = 512; // small enough for the first cache: what is measured is arithmetic
+// Small enough for the first-level cache, so that the time is that of the arithmetic.
+constexpr std::size_t kInputs = 512;
 
+/// kInputs results of make(random), where `random` starts from `seed`.
 template <typename Make>
 auto inputs(std::uint64_t seed, Make make)
 {
@@ -28,6 +30,7 @@ auto inputs(std::uint64_t seed, Make make)
     return result;
 }
 
+/// convert(value) for each of `values`.
 template <typename Function, typename In>
 auto converted(std::vector<In> const& values, Function convert)
 {
@@ -36,7 +39,8 @@ auto converted(std::vector<In> const& values, Function convert)
     return result;
 }
 
-/// Registers "name": `f` over all inputs. `agrees(result, i)` must hold for every one of them.
+/// Registers the benchmark "name": `f` on all inputs. It fails if agrees(result, i) is false for the result of
+/// an input i.
 template <typename In, typename Function, typename Agrees>
 void contender(std::string const& name, std::vector<In> in, Function f, Agrees agrees)
 {
@@ -56,25 +60,28 @@ void contender(std::string const& name, std::vector<In> in, Function f, Agrees a
     benchmark::RegisterBenchmark(name.c_str(), run);
 }
 
-/// Registers a case of ours with its plain form, which must give the same bits.
-template <typename In, typename Ours, typename Plain>
-void againstPlain(std::string const& name, std::vector<In> const& in, Ours ours, Plain plainForm)
+/// Registers a function of the library and its reference implementation, which must give the same bits.
+template <typename In, typename Ours, typename Reference>
+void againstReference(std::string const& name, std::vector<In> const& in, Ours ours, Reference reference)
 {
-    auto const sameAsPlain = [in, plainForm](auto const& result, std::size_t i) {
-        return test::sameBits(result, plainForm(in[i]));
+    auto const sameAsReference = [in, reference](auto const& result, std::size_t i) {
+        return test::sameBits(result, reference(in[i]));
     };
-    contender(name + "/sinew", in, ours, sameAsPlain);
-    contender(name + "/plain", in, plainForm, sameAsPlain);
+    contender(name + "/sinew", in, ours, sameAsReference);
+    contender(name + "/reference", in, reference, sameAsReference);
 }
 
-/// Largest difference of elements, in the answers' own unit; peers round differently.
+/// Relative difference up to which a peer's result, which is rounded differently, agrees with that of the library.
+constexpr double kPeerTolerance = 1e-9;
+
+/// Whether a and b agree to kPeerTolerance, relative to the size of b and at least absolutely.
 inline bool nearly(Vector3 const& a, Vector3 const& b)
 {
-    return dist(a, b) <= 1e-9 * (1 + b.length());
+    return dist(a, b) <= kPeerTolerance * (1 + b.length());
 }
 inline bool nearly(Matrix const& a, Matrix const& b)
 {
-    return a.distTo(b) <= 1e-9 * (1 + b.distTo(Matrix() * 0.0));
+    return a.distTo(b) <= kPeerTolerance * (1 + b.distTo(Matrix() * 0.0));
 }
 inline bool nearly(Matrix3 const& a, Matrix3 const& b)
 {

@@ -1,5 +1,4 @@
-// Products, inverses and maps of matrices and transforms: the library, its plain form, and the libraries that a user
-// would pick for the same.
+// Products, inverses and maps of matrices and transforms: the library, its reference implementation, Eigen and Imath.
 
 #include <utility>
 
@@ -19,18 +18,18 @@
 
 namespace {
 
-using bench::againstPlain;
+using bench::againstReference;
 using bench::contender;
 using bench::converted;
 using bench::inputs;
 using bench::nearly;
 using test::Random;
 
-// The library's functions of these lie behind a call; so do their plain forms.
-Matrix3 (*volatile plainRotation)(Vector3 const&, double) = reference::rotationMatrix;
-bool (*volatile plainIsRigid)(Matrix const&) = reference::isRigid;
-Matrix (*volatile plainBetween)(Matrix const&, Matrix const&, double) = reference::interpolate;
-Transform (*volatile plainBetweenTransforms)(Transform const&, Transform const&, double) = reference::interpolate;
+// Pointers that the compiler cannot see through, because these functions of the library are not inlined either.
+Matrix3 (*volatile referenceRotation)(Vector3 const&, double) = reference::rotationMatrix;
+bool (*volatile referenceIsRigid)(Matrix const&) = reference::isRigid;
+Matrix (*volatile referenceBetween)(Matrix const&, Matrix const&, double) = reference::interpolate;
+Transform (*volatile referenceBetweenTransforms)(Transform const&, Transform const&, double) = reference::interpolate;
 
 Matrix3 randomLinear(Random& random)
 {
@@ -61,46 +60,46 @@ auto const turns = inputs(8, [](Random& r) { return std::pair(UVector3(r.point()
 
 void ours()
 {
-    againstPlain(
+    againstReference(
         "3x3 product", linearPairs, [](auto const& p) { return p.first * p.second; },
         [](auto const& p) { return reference::product(p.first, p.second); });
-    againstPlain(
+    againstReference(
         "3x3 inverse", linears, [](auto const& m) { return m.inverse(); },
         [](auto const& m) { return reference::inverse(m); });
-    againstPlain(
+    againstReference(
         "3x3 rotation", turns, [](auto const& p) { return Matrix3::rotationMatrix(p.first, p.second); },
-        [](auto const& p) { return plainRotation(p.first, p.second); });
-    againstPlain(
+        [](auto const& p) { return referenceRotation(p.first, p.second); });
+    againstReference(
         "4x4 product", affinePairs, [](auto const& p) { return p.first * p.second; },
         [](auto const& p) { return reference::product(p.first, p.second); });
-    againstPlain(
+    againstReference(
         "4x4 inverse", affines, [](auto const& m) { return m.inverse(); },
         [](auto const& m) { return reference::inverse(m); });
-    againstPlain(
+    againstReference(
         "4x4 times point", mapped, [](auto const& p) { return p.first * p.second; },
         [](auto const& p) {
             return reference::sum(reference::map(reference::block(p.first), p.second),
-                              Vector3(p.first(0, 3), p.first(1, 3), p.first(2, 3)));
+                                  Vector3(p.first(0, 3), p.first(1, 3), p.first(2, 3)));
         });
-    againstPlain(
-        "4x4 isRigid", affines, [](auto const& m) { return int(m.isRigid()); },
-        [](auto const& m) { return int(plainIsRigid(m)); });
-    againstPlain(
+    againstReference(
+        "4x4 isRigid", affines, [](auto const& m) { return static_cast<int>(m.isRigid()); },
+        [](auto const& m) { return static_cast<int>(referenceIsRigid(m)); });
+    againstReference(
         "4x4 interpolate", affinePairs, [](auto const& p) { return Matrix::interpolate(p.first, p.second, 0.3); },
-        [](auto const& p) { return plainBetween(p.first, p.second, 0.3); });
-    againstPlain(
+        [](auto const& p) { return referenceBetween(p.first, p.second, 0.3); });
+    againstReference(
         "transform product", transformPairs, [](auto const& p) { return p.first * p.second; },
         [](auto const& p) { return reference::product(p.first, p.second); });
-    againstPlain(
+    againstReference(
         "transform inverse", transformPairs, [](auto const& p) { return p.first.inverse(); },
         [](auto const& p) { return reference::inverse(p.first); });
-    againstPlain(
+    againstReference(
         "transform times point", transformed, [](auto const& p) { return p.first * p.second; },
         [](auto const& p) { return reference::map(p.first, p.second); });
-    againstPlain(
+    againstReference(
         "transform interpolate", transformPairs,
         [](auto const& p) { return Transform::interpolate(p.first, p.second, 0.3); },
-        [](auto const& p) { return plainBetweenTransforms(p.first, p.second, 0.3); });
+        [](auto const& p) { return referenceBetweenTransforms(p.first, p.second, 0.3); });
 }
 
 #ifdef SINEW_BENCH_EIGEN

@@ -1,5 +1,5 @@
-// The vector functions that inner loops call: the library against its plain form. Where the library's
-// function is inline, the plain one may be inlined as well; where it is not, neither is.
+// The vector functions that inner loops call: the library and its reference implementation. A reference
+// implementation may be inlined if the library's function is inline; otherwise it is called through a pointer.
 
 #include <array>
 
@@ -10,26 +10,26 @@
 
 namespace {
 
-using bench::againstPlain;
+using bench::againstReference;
 using Points = std::array<Vector3, 4>;
 
-auto* volatile plainDistSq = reference::distSqToLineSegment;
-auto* volatile plainIsInTriangle = reference::isInTriangle;
-auto* volatile plainBasis = reference::getBasis;
-auto* volatile plainAngle = reference::getAngleBetween;
-auto* volatile plainCurvatures = reference::principalCurvatures;
+auto* volatile referenceDistSq = reference::distSqToLineSegment;
+auto* volatile referenceIsInTriangle = reference::isInTriangle;
+auto* volatile referenceBasis = reference::getBasis;
+auto* volatile referenceAngle = reference::getAngleBetween;
+auto* volatile referenceCurvatures = reference::principalCurvatures;
 
 bool const registered = [] {
     auto const points = bench::inputs(1, [](test::Random& r) {
         return Points{r.point(), r.point(), r.point(), r.point()};
     });
-    againstPlain(
+    againstReference(
         "normalize", points, [](Points const& p) { return Vector3(p[0].normalize()); },
         [](Points const& p) { return reference::unit(p[0]); });
-    againstPlain(
-        "isParallel", points, [](Points const& p) { return int(p[0].isParallel(p[1], -1.0)); },
-        [](Points const& p) { return int(reference::isParallel(p[0], p[1], -1.0)); });
-    againstPlain(
+    againstReference(
+        "isParallel", points, [](Points const& p) { return static_cast<int>(p[0].isParallel(p[1], -1.0)); },
+        [](Points const& p) { return static_cast<int>(reference::isParallel(p[0], p[1], -1.0)); });
+    againstReference(
         "segment distance", points,
         [](Points const& p) {
             double t = 0;
@@ -38,13 +38,14 @@ bool const registered = [] {
         },
         [](Points const& p) {
             double t = 0;
-            double const d = plainDistSq(p[0], p[1], p[2], &t);
+            double const d = referenceDistSq(p[0], p[1], p[2], &t);
             return std::pair(d, t);
         });
-    againstPlain(
-        "point in triangle", points, [](Points const& p) { return int(p[0].isInTriangle(p[1], p[2], p[3])); },
-        [](Points const& p) { return int(plainIsInTriangle(p[0], p[1], p[2], p[3])); });
-    againstPlain(
+    againstReference(
+        "point in triangle", points,
+        [](Points const& p) { return static_cast<int>(p[0].isInTriangle(p[1], p[2], p[3])); },
+        [](Points const& p) { return static_cast<int>(referenceIsInTriangle(p[0], p[1], p[2], p[3])); });
+    againstReference(
         "frame of a normal", points,
         [](Points const& p) {
             Vector3 e1, e2;
@@ -53,13 +54,13 @@ bool const registered = [] {
         },
         [](Points const& p) {
             Vector3 e1, e2;
-            plainBasis(p[0], e1, e2);
+            referenceBasis(p[0], e1, e2);
             return std::pair(e1, e2);
         });
-    againstPlain(
+    againstReference(
         "angle", points, [](Points const& p) { return getAngleBetween(p[0], p[1], p[2]); },
-        [](Points const& p) { return plainAngle(p[0], p[1], p[2]); });
-    againstPlain(
+        [](Points const& p) { return referenceAngle(p[0], p[1], p[2]); });
+    againstReference(
         "curvatures", points,
         [](Points const& p) {
             std::pair<double, double> k;
@@ -68,7 +69,7 @@ bool const registered = [] {
         },
         [](Points const& p) {
             std::pair<double, double> k;
-            plainCurvatures(&p[0], &p[1], &k.first, &k.second);
+            referenceCurvatures(&p[0], &p[1], &k.first, &k.second);
             return k;
         });
     return true;

@@ -1,7 +1,6 @@
-// Nearest points on polylines, one call a query, against the defined search written down plainly and against CGAL's
-// AABB tree over the segments. All contenders find a nearest point; sinew and plain agree in every bit.
+// Nearest points on polylines, one call a query: sinew, the reference implementation, and the AABB tree of CGAL over
+// the segments. All of them find a nearest point; sinew and the reference implementation agree in every bit.
 
-#include <map>
 #include <string>
 
 #include <benchmark/benchmark.h>
@@ -14,8 +13,8 @@
 
 #include <sinew/fields/polyline_projector.h>
 
-#include "fields/reference_polyline.h"
 #include "fields/polylines.h"
+#include "fields/reference_polyline.h"
 #include "support/bits.h"
 
 namespace {
@@ -27,13 +26,13 @@ struct Case
     std::vector<Vector3> queries;
 };
 
-// Queries all around the curve, most of them at distances like its own size.
+// Queries on all sides of the curve, within 0.5 of it along each axis.
 std::vector<Vector3> around(std::vector<Vector3> const& points, int count, test::Random& random)
 {
     std::vector<Vector3> queries;
     for (int i = 0; i < count; ++i) {
         Vector3 q = points[random.below(static_cast<int>(points.size()))] + random.point() * 0.5;
-        if (points.front().z == 0.0) q.z = 0.0; // an island's queries lie in its plane
+        if (points.front().z == 0.0) q.z = 0.0; // the queries of an island are in its plane
         queries.push_back(q);
     }
     return queries;
@@ -68,10 +67,10 @@ struct Sinew
     Vector3 operator()(Vector3 const& q) const { return sinew::closestPoint(polyline, q).point; }
 };
 
-struct Plain
+struct Reference
 {
     reference::Projector polyline;
-    explicit Plain(std::vector<Vector3> const& points) : polyline(points) {}
+    explicit Reference(std::vector<Vector3> const& points) : polyline(points) {}
     Vector3 operator()(Vector3 const& q) const { return polyline.project(q).point; }
 };
 
@@ -101,8 +100,8 @@ struct Cgal
 };
 #endif
 
-// A smooth curve of very many vertices is the one place where the defined answer may be a neighbour of the nearest
-// segment; it is never farther than this, relative to distances near one.
+// On a smooth curve of very many vertices the result may be a neighbour of the nearest segment. Distances of about one
+// then differ by less than this.
 constexpr double kNeighbour = 1e-6;
 
 template <typename Contender>
@@ -113,10 +112,11 @@ void nearestPoints(benchmark::State& state, Case const& input)
     for (Vector3 const& q : input.queries) {
         Vector3 const found = contender(q);
         Vector3 const expected = ours(q);
-        bool const same = std::is_same_v<Contender, Plain> ? test::sameBits(found, expected)
-                                                           : std::fabs(dist(found, q) - dist(expected, q)) < kNeighbour;
+        bool const same = std::is_same_v<Contender, Reference>
+                              ? test::sameBits(found, expected)
+                              : std::fabs(dist(found, q) - dist(expected, q)) < kNeighbour;
         if (!same) {
-            state.SkipWithError("another point than sinew's");
+            state.SkipWithError("the point differs from that of sinew");
             return;
         }
     }
@@ -140,7 +140,7 @@ int registerAll()
     static std::vector<Case> const cases = makeCases();
     for (Case const& input : cases) {
         registerContender<Sinew>(input, "sinew");
-        registerContender<Plain>(input, "plain");
+        registerContender<Reference>(input, "reference");
 #ifdef SINEW_BENCH_CGAL
         registerContender<Cgal>(input, "CGAL");
 #endif

@@ -1,5 +1,5 @@
-// Smooth distances to a polyline at many points: sinew's array version, the defined single call written down plainly,
-// and the bare distance (nearest point by the scan or the bounded search) for what the smoothness costs.
+// Smooth distances to a polyline at many points: one call of sinew for all points, one call a point, and the reference
+// implementation. The nearest distance without smoothing shows what the smoothness costs.
 
 #include <string>
 
@@ -8,8 +8,8 @@
 #include <sinew/fields/polyline_projector.h>
 #include <sinew/fields/smooth_distance.h>
 
-#include "fields/reference_smooth_distance.h"
 #include "fields/polylines.h"
+#include "fields/reference_smooth_distance.h"
 #include "support/bits.h"
 
 namespace {
@@ -23,54 +23,54 @@ struct Case
     bool derivatives;
 };
 
-struct Answers
+struct Results
 {
     std::vector<double> dists;
     std::vector<Vector3> grads;
     std::vector<Matrix3> hessians;
 
-    explicit Answers(std::size_t count) : dists(count), grads(count), hessians(count) {}
+    explicit Results(std::size_t count) : dists(count), grads(count), hessians(count) {}
 };
 
-void smoothByMany(Case const& input, Answers& answers)
+void smoothByMany(Case const& input, Results& results)
 {
-    sinew::smoothDistMany(input.polyline, input.queries.data(), input.queries.size(), input.h, answers.dists.data(),
-                          input.derivatives ? answers.grads.data() : nullptr,
-                          input.derivatives ? answers.hessians.data() : nullptr);
+    sinew::smoothDistMany(input.polyline, input.queries.data(), input.queries.size(), input.h, results.dists.data(),
+                          input.derivatives ? results.grads.data() : nullptr,
+                          input.derivatives ? results.hessians.data() : nullptr);
 }
 
-void smoothPlainly(Case const& input, Answers& answers)
+void smoothByReference(Case const& input, Results& results)
 {
     for (std::size_t i = 0; i < input.queries.size(); ++i) {
-        reference::smoothDistToPolyline(input.polyline, input.queries[i], input.h, &answers.dists[i],
-                                    input.derivatives ? &answers.grads[i] : nullptr,
-                                    input.derivatives ? &answers.hessians[i] : nullptr);
+        reference::smoothDistToPolyline(input.polyline, input.queries[i], input.h, &results.dists[i],
+                                        input.derivatives ? &results.grads[i] : nullptr,
+                                        input.derivatives ? &results.hessians[i] : nullptr);
     }
 }
 
-void smoothOneByOne(Case const& input, Answers& answers)
+void smoothOneByOne(Case const& input, Results& results)
 {
     for (std::size_t i = 0; i < input.queries.size(); ++i) {
-        smoothDistToPolyline(input.polyline, input.queries[i], input.h, &answers.dists[i],
-                             input.derivatives ? &answers.grads[i] : nullptr,
-                             input.derivatives ? &answers.hessians[i] : nullptr);
+        smoothDistToPolyline(input.polyline, input.queries[i], input.h, &results.dists[i],
+                             input.derivatives ? &results.grads[i] : nullptr,
+                             input.derivatives ? &results.hessians[i] : nullptr);
     }
 }
 
-void timeIt(benchmark::State& state, Case const& input, void (*work)(Case const&, Answers&))
+void timeIt(benchmark::State& state, Case const& input, void (*work)(Case const&, Results&))
 {
-    Answers answers(input.queries.size());
-    Answers expected(input.queries.size());
-    work(input, answers);
-    smoothPlainly(input, expected);
-    if (!test::sameBits(answers.dists, expected.dists) || !test::sameBits(answers.grads, expected.grads) ||
-        !test::sameBits(answers.hessians, expected.hessians)) {
-        state.SkipWithError("other bits than the definition's");
+    Results results(input.queries.size());
+    Results expected(input.queries.size());
+    work(input, results);
+    smoothByReference(input, expected);
+    if (!test::sameBits(results.dists, expected.dists) || !test::sameBits(results.grads, expected.grads) ||
+        !test::sameBits(results.hessians, expected.hessians)) {
+        state.SkipWithError("the bits differ from those of the reference implementation");
         return;
     }
     for (auto _ : state) {
-        work(input, answers);
-        benchmark::DoNotOptimize(answers.dists.data());
+        work(input, results);
+        benchmark::DoNotOptimize(results.dists.data());
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(input.queries.size()));
@@ -97,7 +97,7 @@ std::vector<Case> makeCases()
             std::vector<Vector3> queries;
             std::vector<Vector3> const polyline = test::smoothCurve(vertices, 2.0);
             for (int i = 0; i < 200; ++i) queries.push_back(polyline[random.below(vertices)] + random.point() * 0.2);
-            // A width that lets neighbouring runs blend, but lets distant ones be skipped.
+            // Neighbouring chunks blend at this width, and distant ones are skipped.
             double const h = 0.5 / vertices;
             std::string const what = derivatives ? ", gradient and Hessian" : ", value";
             cases.push_back({std::to_string(vertices) + " vertices" + what, polyline, queries, h, derivatives});
@@ -115,7 +115,7 @@ int registerAll()
         };
         add("sinew", [&input](benchmark::State& state) { timeIt(state, input, smoothByMany); });
         add("single calls", [&input](benchmark::State& state) { timeIt(state, input, smoothOneByOne); });
-        add("plain", [&input](benchmark::State& state) { timeIt(state, input, smoothPlainly); });
+        add("reference", [&input](benchmark::State& state) { timeIt(state, input, smoothByReference); });
         add("distance alone", [&input](benchmark::State& state) { timeDistanceAlone(state, input); });
     }
     return static_cast<int>(cases.size());

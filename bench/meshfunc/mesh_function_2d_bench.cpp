@@ -1,8 +1,9 @@
-// Mesh functions against the plain method and against what a user would pick instead: locating the point in a Delaunay
-// triangulation of the same vertices (CGAL's hierarchy), and shooting a ray down on the mesh (Embree, in floats).
+// Mesh functions compared with the reference implementation and with two libraries that a user would choose instead.
+// CGAL locates the point in a Delaunay triangulation of the same vertices, by its hierarchy. Embree shoots a ray at the
+// mesh, in single precision.
 //
 // The values are an affine function of the position, so that every triangulation of the vertices must give the same
-// answer: sinew and plain are compared bit for bit, the peers within their precision.
+// result. Sinew and the reference implementation are compared bit for bit, the other libraries within their precision.
 
 #include <cmath>
 #include <functional>
@@ -34,7 +35,7 @@ using test::Random;
 
 // ---- the contenders ----
 
-/// Something that answers whether a point lies in the mesh, and the value there.
+// Finds whether a point lies in the mesh, and the value there.
 struct Contender
 {
     virtual ~Contender() = default;
@@ -49,7 +50,7 @@ struct Evaluates final : Contender
     bool evaluate(Point const& p, Point* value) const override { return function.evaluate(p, value, nullptr); }
 };
 using Sinew = Evaluates<MeshFunction2D>;
-using Plain = Evaluates<reference::MeshFunction2D>;
+using Reference = Evaluates<reference::MeshFunction2D>;
 
 #ifdef SINEW_BENCH_CGAL
 struct CgalHierarchy final : Contender
@@ -105,7 +106,7 @@ struct EmbreeRay final : Contender
         rtcCommitGeometry(geometry);
         rtcAttachGeometry(scene, geometry);
         rtcReleaseGeometry(geometry);
-        rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST); // watertight, as ours is: no point falls between triangles
+        rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST); // watertight, as sinew is: no point falls between triangles
         rtcSetSceneBuildQuality(scene, RTC_BUILD_QUALITY_HIGH);
         rtcCommitScene(scene);
     }
@@ -134,7 +135,7 @@ struct EmbreeRay final : Contender
 
 // ---- the inputs ----
 
-/// A mesh, points in it, and everybody's structure for it, each built when it is first needed.
+// A mesh, points in it, and the structure of each contender, which is built when it is first needed.
 struct Case
 {
     Mesh mesh;
@@ -167,7 +168,7 @@ Mesh evenMesh(int side)
     return withAffineValues(test::gridMesh(random, side, side, 0.25));
 }
 
-/// Columns and rows a thousand times denser at one corner than at the other.
+// Columns and rows are a thousand times denser at one corner than at the other.
 Mesh gradedMesh(int side)
 {
     Mesh const even = evenMesh(side);
@@ -178,8 +179,8 @@ Mesh gradedMesh(int side)
     return withAffineValues(std::move(mesh));
 }
 
-/// Nearly all columns and rows within a thirtieth of the domain: one cell of the public grid lists nine triangles of
-/// ten.
+// Nearly all columns and rows lie within a thirtieth of the domain. One cell of the public grid lists nine tenths of
+// the triangles.
 Mesh crowdedMesh(int side)
 {
     Mesh const even = evenMesh(side);
@@ -193,7 +194,7 @@ Mesh crowdedMesh(int side)
     return withAffineValues(std::move(mesh));
 }
 
-/// Points spread over the domain.
+// Points distributed evenly over the domain.
 std::vector<Point> pointsAnywhere(Mesh const&)
 {
     Random random(2);
@@ -202,7 +203,7 @@ std::vector<Point> pointsAnywhere(Mesh const&)
     return points;
 }
 
-/// Points spread as the triangles are.
+// Points distributed like the triangles.
 std::vector<Point> pointsInTriangles(Mesh const& mesh)
 {
     Random random(3);
@@ -223,10 +224,10 @@ struct CaseRecipe
     int side;
     Mesh (*mesh)(int side);
     std::vector<Point> (*points)(Mesh const&);
-    int plainBatch; // how many points plain is given at once: few where each takes a millisecond
+    int referenceBatch; // points of one iteration of the reference: few where each one takes a millisecond
 };
 
-CaseRecipe const kRecipes[] = {
+constexpr CaseRecipe kRecipes[] = {
     {"evaluate, 100 triangles", 7, evenMesh, pointsAnywhere, 1024},
     {"evaluate, 1e4 triangles", 71, evenMesh, pointsAnywhere, 1024},
     {"evaluate, 1e6 triangles, even", 707, evenMesh, pointsAnywhere, 1024},
@@ -248,9 +249,9 @@ Case& input(CaseRecipe const& recipe)
 
 // ---- evaluate ----
 
-/// Whether a contender answers as sinew does: to the bit if it is our own, within `tolerance` otherwise.
+// Whether a contender gives the same results as sinew: the same bits if `tolerance` is 0, within it otherwise.
 template <typename C>
-bool answersAgree(Case& c, double tolerance, std::size_t checked)
+bool resultsAgree(Case& c, double tolerance, std::size_t checked)
 {
     for (std::size_t i = 0; i < checked; ++i) {
         Point ours(7, 7), theirs(7, 7);
@@ -267,12 +268,12 @@ void evaluate(benchmark::State& state, CaseRecipe const& recipe, double toleranc
 {
     Case& c = input(recipe);
     C const& contender = c.contender<C>();
-    static std::map<std::string, bool> agreed; // asked once, not in every repetition
+    static std::map<std::string, bool> agreed; // compared once, not in every repetition
     if (!agreed.count(recipe.name)) {
-        agreed[recipe.name] = answersAgree<C>(c, tolerance, batch < 64 ? 256 : 20000);
+        agreed[recipe.name] = resultsAgree<C>(c, tolerance, batch < 64 ? 256 : 20000);
     }
     if (!agreed[recipe.name]) {
-        state.SkipWithError("answers differ");
+        state.SkipWithError("results differ");
         return;
     }
     std::size_t next = 0;
@@ -299,12 +300,12 @@ void registerEvaluate()
 {
     for (CaseRecipe const& recipe : kRecipes) {
         addEvaluate<Sinew>(recipe, "sinew", 0);
-        addEvaluate<Plain>(recipe, "plain", 0, recipe.plainBatch);
+        addEvaluate<Reference>(recipe, "reference", 0, recipe.referenceBatch);
 #ifdef SINEW_BENCH_CGAL
         addEvaluate<CgalHierarchy>(recipe, "CGAL", 1e-9);
 #endif
 #ifdef SINEW_BENCH_EMBREE
-        addEvaluate<EmbreeRay>(recipe, "Embree", 1e-3); // floats, in triangles as small as 1e-5
+        addEvaluate<EmbreeRay>(recipe, "Embree", 1e-3); // single precision, in triangles as small as 1e-5
 #endif
     }
 }
@@ -319,19 +320,19 @@ void construct(benchmark::State& state)
         auto function = std::make_unique<F>(mesh.params, mesh.values, mesh.facets, mesh.normaldots);
         benchmark::DoNotOptimize(function->gridCells.data());
         state.PauseTiming();
-        function.reset(); // taking it apart is not part of the promise
+        function.reset(); // destruction is not timed
         state.ResumeTiming();
     }
 }
 
 // ---- extrapolate ----
 
-/// Ten thousand islands in the unit square, and points up to `reach` beyond it.
+// Ten thousand islands in the unit square, and points up to `reach` beyond it.
 struct Islands
 {
     Mesh mesh = test::islands(100);
-    MeshFunction2D sinew = mesh.function();
-    reference::MeshFunction2D plain{mesh.params, mesh.values, mesh.facets, mesh.normaldots};
+    MeshFunction2D ours = mesh.function();
+    reference::MeshFunction2D oracle{mesh.params, mesh.values, mesh.facets, mesh.normaldots};
     std::vector<Point> points;
 
     explicit Islands(double reach)
@@ -342,9 +343,10 @@ struct Islands
     bool agree() const
     {
         for (std::size_t i = 0; i < 64; ++i) {
-            Point ours(7, 7), theirs(7, 7);
-            bool const found = sinew.extrapolate(points[i], &ours, nullptr);
-            if (plain.extrapolate(points[i], &theirs, nullptr) != found || !test::sameBits(ours, theirs)) return false;
+            Point value(7, 7), expected(7, 7);
+            bool const found = ours.extrapolate(points[i], &value, nullptr);
+            if (oracle.extrapolate(points[i], &expected, nullptr) != found) return false;
+            if (!test::sameBits(value, expected)) return false;
         }
         return true;
     }
@@ -354,7 +356,7 @@ template <typename F>
 void extrapolate(benchmark::State& state, Islands const& islands, F const& function, int batch)
 {
     if (!islands.agree()) {
-        state.SkipWithError("answers differ");
+        state.SkipWithError("results differ");
         return;
     }
     std::size_t next = 0;
@@ -371,21 +373,22 @@ void extrapolate(benchmark::State& state, Islands const& islands, F const& funct
 
 void registerExtrapolate(std::string const& name, double reach)
 {
-    auto const islands = std::make_shared<std::unique_ptr<Islands>>(); // made when first run
+    auto const islands = std::make_shared<std::unique_ptr<Islands>>(); // built in the first run
     auto const made = [=]() -> Islands const& {
         if (!*islands) *islands = std::make_unique<Islands>(reach);
         return **islands;
     };
     benchmark::RegisterBenchmark((name + "/sinew").c_str(),
-                                 [=](benchmark::State& state) { extrapolate(state, made(), made().sinew, 64); });
-    benchmark::RegisterBenchmark((name + "/plain").c_str(),
-                                 [=](benchmark::State& state) { extrapolate(state, made(), made().plain, 4); });
+                                 [=](benchmark::State& state) { extrapolate(state, made(), made().ours, 64); });
+    benchmark::RegisterBenchmark((name + "/reference").c_str(),
+                                 [=](benchmark::State& state) { extrapolate(state, made(), made().oracle, 4); });
 }
 
-bool const registered = [] {
+bool const kRegistered = [] {
     registerEvaluate();
     benchmark::RegisterBenchmark("construction, 1e6 triangles/sinew", construct<MeshFunction2D>)->Iterations(1);
-    benchmark::RegisterBenchmark("construction, 1e6 triangles/plain", construct<reference::MeshFunction2D>)->Iterations(1);
+    benchmark::RegisterBenchmark("construction, 1e6 triangles/reference", construct<reference::MeshFunction2D>)
+        ->Iterations(1);
     registerExtrapolate("extrapolate between, 1e4 loops", 0.01);
     registerExtrapolate("extrapolate far outside, 1e4 loops", 100);
     return true;

@@ -1,4 +1,5 @@
-// Texture compaction on a texture of 4096 x 4096 texels, against the texel-by-texel definitions.
+// Texture compaction on a texture of 4096 x 4096 texels, compared with the reference implementation, which works texel
+// by texel.
 
 #include <functional>
 #include <map>
@@ -13,9 +14,10 @@
 
 namespace {
 
-int const kSize = 4096;
+constexpr int kSize = 4096;
 
-// What an atlas looks like: blobs of used texels with empty space between, here inside [low, high) of each axis.
+// A mask like that of an atlas: rectangles of used texels with empty space between them, inside [low, high) of each
+// axis.
 std::vector<bool> const& atlas(int low, int high)
 {
     static std::map<std::pair<int, int>, std::vector<bool>> masks;
@@ -39,7 +41,8 @@ struct Rect
     double minX, minY, maxX, maxY;
 };
 
-// Rectangles of up to `size` texels, mostly over empty space: a used texel ends the search at once for everybody.
+// Rectangles of up to `size` texels. With `onlyEmpty` none of them holds a used texel, because a used texel can end the
+// search of every contender early.
 std::vector<Rect> rectangles(EmptyRectTester const& tester, int size, bool onlyEmpty)
 {
     test::Random random(8);
@@ -52,21 +55,21 @@ std::vector<Rect> rectangles(EmptyRectTester const& tester, int size, bool onlyE
     return result;
 }
 
-void rectEmpty(benchmark::State& state, int size, bool onlyEmpty, bool plainly)
+void rectEmpty(benchmark::State& state, int size, bool onlyEmpty, bool useReference)
 {
     static EmptyRectTester const tester(atlas(0, kSize), kSize, kSize);
     std::vector<Rect> const rects = rectangles(tester, size, onlyEmpty);
-    auto const plain = [](Rect const& r) {
+    auto const expected = [](Rect const& r) {
         return reference::isRectEmpty(tester.emptyTexels, kSize, kSize, r.minX, r.minY, r.maxX, r.maxY);
     };
     auto const ours = [](Rect const& r) { return tester.isRectEmpty(r.minX, r.minY, r.maxX, r.maxY); };
     for (Rect const& r : rects) {
-        if (ours(r) != plain(r)) state.SkipWithError("an answer differs");
+        if (ours(r) != expected(r)) state.SkipWithError("a result differs");
     }
     for (auto _ : state) {
         int empty = 0;
-        if (plainly) {
-            for (Rect const& r : rects) empty += plain(r);
+        if (useReference) {
+            for (Rect const& r : rects) empty += expected(r);
         } else {
             for (Rect const& r : rects) empty += ours(r);
         }
@@ -75,7 +78,7 @@ void rectEmpty(benchmark::State& state, int size, bool onlyEmpty, bool plainly)
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(rects.size()));
 }
 
-void optimize(benchmark::State& state, int low, int high, bool plainly)
+void optimize(benchmark::State& state, int low, int high, bool useReference)
 {
     std::vector<bool> const& mask = atlas(low, high);
     TextureOptimizer const ours(mask, kSize, kSize);
@@ -85,7 +88,7 @@ void optimize(benchmark::State& state, int low, int high, bool plainly)
         state.SkipWithError("the new texture differs");
     }
     for (auto _ : state) {
-        if (plainly) {
+        if (useReference) {
             benchmark::DoNotOptimize(reference::optimize(mask, kSize, kSize));
         } else {
             benchmark::DoNotOptimize(TextureOptimizer(mask, kSize, kSize));
@@ -93,8 +96,8 @@ void optimize(benchmark::State& state, int low, int high, bool plainly)
     }
 }
 
-// What a tester holds by its definition: one int a texel.
-void buildPlainly(benchmark::State& state)
+// The entries that the definition of a tester requires: one int for each texel.
+void buildReference(benchmark::State& state)
 {
     std::vector<bool> const& mask = atlas(0, kSize);
     for (auto _ : state) {
@@ -112,7 +115,7 @@ void build(benchmark::State& state)
 void registerPair(std::string const& name, std::function<void(benchmark::State&, bool)> const& run)
 {
     benchmark::RegisterBenchmark((name + "/sinew").c_str(), [run](benchmark::State& state) { run(state, false); });
-    benchmark::RegisterBenchmark((name + "/plain").c_str(), [run](benchmark::State& state) { run(state, true); });
+    benchmark::RegisterBenchmark((name + "/reference").c_str(), [run](benchmark::State& state) { run(state, true); });
 }
 
 bool const kRegistered = [] {
@@ -124,7 +127,7 @@ bool const kRegistered = [] {
     registerPair("optimize, quarter used", [](benchmark::State& s, bool p) { optimize(s, 1024, 2048, p); });
     registerPair("optimize, all used", [](benchmark::State& s, bool p) { optimize(s, 0, kSize, p); });
     benchmark::RegisterBenchmark("EmptyRectTester/sinew", build);
-    benchmark::RegisterBenchmark("EmptyRectTester/plain", buildPlainly);
+    benchmark::RegisterBenchmark("EmptyRectTester/reference", buildReference);
     return true;
 }();
 

@@ -1,12 +1,12 @@
-// Intersection records against their plain transcriptions and against the classes that Eigen and Imath offer for the
-// same question. Those answer with less: a parameter or a point, no outcome code, no tolerance.
+// Intersection records against their reference implementations and against the classes of Eigen and Imath for the same
+// question. The peers return less: a parameter or a point, without an outcome code and without a tolerance.
 
 #include <limits>
 
 #include <sinew/core/matrix3.h>
 #include <sinew/queries/intersections.h>
 
-#include "peers.h"
+#include "contenders.h"
 #include "queries/reference_intersections.h"
 #include "support/random.h"
 
@@ -21,10 +21,14 @@
 
 namespace {
 
-std::size_t const kCount = 4096;
-double const kTol = 1e-9;
-double const kRounding = 1e-8; // of nearly parallel pairs
-double const kNone = std::numeric_limits<double>::quiet_NaN();
+using bench::notInlined;
+
+constexpr std::size_t kCount = 4096;
+constexpr double kTol = 1e-9;
+constexpr double kAllMeet = 1e9;       // a distance that makes all lines meet, so that all records hold a point
+constexpr double kPeerRounding = 1e-8; // the peers round differently, most of all for nearly parallel pairs
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+constexpr double kRadius = 0.8; // of the sphere about q
 
 struct Query
 {
@@ -50,7 +54,7 @@ std::vector<Query> const& queries()
             k.b = random.point();
             k.c = random.point();
             k.n = UVector3(random.point());
-            // Every second line aims at the triangle.
+            // Every second line passes through the centroid of the triangle.
             Vector3 const target = random.oneIn(2) ? (k.a + k.b + k.c) / 3 : random.point(-2, 2);
             k.d = UVector3(target - k.p);
             bool const wellPosed = std::fabs(k.d * k.n) > 0.01 && std::fabs(k.d * k.n) < 0.99 &&
@@ -63,42 +67,29 @@ std::vector<Query> const& queries()
     return all;
 }
 
-// With the signatures of the constructors, so that both sides pay for the same arguments.
-SINEW_BENCH_CALL reference::LineLine plainLineLineUnit(Vector3 const& p1, UVector3 const& d1, Vector3 const& p2,
-                                                   UVector3 const& d2, double tol)
+// f as a function of the index of a query.
+template <typename Function>
+auto ofIndex(Function f)
 {
-    return reference::lineLineUnit(p1, d1, p2, d2, tol);
-}
-SINEW_BENCH_CALL reference::LineLine plainLineLine(Vector3 const& p1, Vector3 d1, Vector3 const& p2, Vector3 const& d2,
-                                               double tol)
-{
-    return reference::lineLine(p1, d1, p2, d2, tol);
-}
-SINEW_BENCH_CALL reference::PlanePlane plainPlanePlane(Vector3 const& p1, UVector3 const& N1, Vector3 const& p2,
-                                                   UVector3 const& N2, double tol)
-{
-    return reference::planePlane(p1, N1, p2, N2, tol);
-}
-SINEW_BENCH_CALL reference::LinePlane plainLinePlane(Vector3 const& p, UVector3 const& d, Vector3 const& q,
-                                                 UVector3 const& n, double tol)
-{
-    return reference::linePlane(p, d, q, n, tol);
-}
-SINEW_BENCH_CALL reference::LinePlane plainLineTriangle(Vector3 const& p, UVector3 const& d, Vector3 const& a,
-                                                    Vector3 const& b, Vector3 const& c, double tol)
-{
-    return reference::lineTriangle(p, d, a, b, c, tol);
-}
-SINEW_BENCH_CALL reference::LineSphere plainLineSphere(Vector3 const& p, UVector3 const& d, Vector3 const& center,
-                                                   double radius, double tol)
-{
-    return reference::lineSphere(p, d, center, radius, tol);
-}
-SINEW_BENCH_CALL Vector3 plainWeights(Vector3 const& p, Vector3 const& a, Vector3 const& b, Vector3 const& c)
-{
-    return reference::triangleWeights(p, a, b, c);
+    return [f](std::size_t i) { return f(queries()[i]); };
 }
 
+template <typename Ours, typename Reference>
+std::vector<double> againstReference(std::string const& name, Ours ours, Reference reference)
+{
+    return bench::againstReference(name, kCount, ofIndex(ours), ofIndex(reference));
+}
+
+#if defined(SINEW_BENCH_EIGEN) || defined(SINEW_BENCH_IMATH)
+// The queries in the types of a peer, converted once, outside the timed loop.
+template <typename Convert>
+auto converted(Convert convert)
+{
+    std::vector<decltype(convert(queries()[0]))> result;
+    for (Query const& k : queries()) result.push_back(convert(k));
+    return result;
+}
+#endif
 #ifdef SINEW_BENCH_EIGEN
 Eigen::Vector3d eigen(Vector3 const& v)
 {
@@ -119,156 +110,104 @@ im::Line3d imathLine(Vector3 const& p, Vector3 const& d)
     line.dir = imath(d);
     return line;
 }
-// Converted once, outside the timed loop.
-template <typename T, typename Convert>
-std::vector<T> converted(Convert convert)
-{
-    std::vector<T> result;
-    for (Query const& k : queries()) result.push_back(convert(k));
-    return result;
-}
 #endif
 
 void addLineLine()
 {
-    auto const ours = [](std::size_t i) {
-        Query const& k = queries()[i];
-        return LineLineInt(k.p, k.d, k.q, k.n, 1e9).point.x;
-    };
-    auto const expected = bench::answers(kCount, ours);
-    bench::contend("line-line, unit directions/sinew", expected, 0.0, ours);
-    bench::contend("line-line, unit directions/plain", expected, 0.0, [](std::size_t i) {
-        Query const& k = queries()[i];
-        return plainLineLineUnit(k.p, k.d, k.q, k.n, 1e9).point.x;
-    });
+    [[maybe_unused]] auto const expected = againstReference(
+        "line-line, unit directions", [](Query const& k) { return LineLineInt(k.p, k.d, k.q, k.n, kAllMeet).point.x; },
+        [](Query const& k) { return notInlined<reference::lineLineUnit>(k.p, k.d, k.q, k.n, kAllMeet).point.x; });
 #ifdef SINEW_BENCH_IMATH
-    auto const lines1 = converted<im::Line3d>([](Query const& k) { return imathLine(k.p, k.d); });
-    auto const lines2 = converted<im::Line3d>([](Query const& k) { return imathLine(k.q, k.n); });
-    bench::contend("line-line, unit directions/Imath", expected, kRounding, [=](std::size_t i) {
+    auto const lines1 = converted([](Query const& k) { return imathLine(k.p, k.d); });
+    auto const lines2 = converted([](Query const& k) { return imathLine(k.q, k.n); });
+    bench::contender("line-line, unit directions/Imath", expected, kPeerRounding, [=](std::size_t i) {
         im::V3d on1;
         im::V3d on2;
         return im::closestPoints(lines1[i], lines2[i], on1, on2) ? on1.x : kNone;
     });
 #endif
-
-    auto const general = [](std::size_t i) {
-        Query const& k = queries()[i];
-        return LineLineInt(k.p, k.a, k.q, k.b, 1e9).point.x;
-    };
-    auto const expectedGeneral = bench::answers(kCount, general);
-    bench::contend("line-line, any directions/sinew", expectedGeneral, 0.0, general);
-    bench::contend("line-line, any directions/plain", expectedGeneral, 0.0, [](std::size_t i) {
-        Query const& k = queries()[i];
-        return plainLineLine(k.p, k.a, k.q, k.b, 1e9).point.x;
-    });
+    againstReference(
+        "line-line, any directions", [](Query const& k) { return LineLineInt(k.p, k.a, k.q, k.b, kAllMeet).point.x; },
+        [](Query const& k) { return notInlined<reference::lineLine>(k.p, k.a, k.q, k.b, kAllMeet).point.x; });
 }
 
-void addPlanes()
+void addPlanePlane()
 {
-    auto const planes = [](std::size_t i) {
-        Query const& k = queries()[i];
-        return PlanePlaneInt(k.p, k.d, k.q, k.n, kTol).point.x;
-    };
-    auto const expectedPlanes = bench::answers(kCount, planes);
-    bench::contend("plane-plane/sinew", expectedPlanes, 0.0, planes);
-    bench::contend("plane-plane/plain", expectedPlanes, 0.0, [](std::size_t i) {
-        Query const& k = queries()[i];
-        return plainPlanePlane(k.p, k.d, k.q, k.n, kTol).point.x;
-    });
+    againstReference(
+        "plane-plane", [](Query const& k) { return PlanePlaneInt(k.p, k.d, k.q, k.n, kTol).point.x; },
+        [](Query const& k) { return notInlined<reference::planePlane>(k.p, k.d, k.q, k.n, kTol).point.x; });
+}
 
-    auto const ours = [](std::size_t i) {
-        Query const& k = queries()[i];
-        return LinePlaneInt(k.p, k.d, k.q, k.n, kTol).point.x;
-    };
-    auto const expected = bench::answers(kCount, ours);
-    bench::contend("line-plane/sinew", expected, 0.0, ours);
-    bench::contend("line-plane/plain", expected, 0.0, [](std::size_t i) {
-        Query const& k = queries()[i];
-        return plainLinePlane(k.p, k.d, k.q, k.n, kTol).point.x;
-    });
+void addLinePlane()
+{
+    [[maybe_unused]] auto const expected = againstReference(
+        "line-plane", [](Query const& k) { return LinePlaneInt(k.p, k.d, k.q, k.n, kTol).point.x; },
+        [](Query const& k) { return notInlined<reference::linePlane>(k.p, k.d, k.q, k.n, kTol).point.x; });
 #ifdef SINEW_BENCH_EIGEN
     using Line = Eigen::ParametrizedLine<double, 3>;
     using Plane = Eigen::Hyperplane<double, 3>;
-    auto const eigenLines = converted<Line>([](Query const& k) { return Line(eigen(k.p), eigen(k.d)); });
-    auto const eigenPlanes = converted<Plane>([](Query const& k) { return Plane(eigen(k.n), eigen(k.q)); });
-    bench::contend("line-plane/Eigen", expected, kRounding,
-                   [=](std::size_t i) { return eigenLines[i].intersectionPoint(eigenPlanes[i]).x(); });
+    auto const eigenLines = converted([](Query const& k) { return Line(eigen(k.p), eigen(k.d)); });
+    auto const eigenPlanes = converted([](Query const& k) { return Plane(eigen(k.n), eigen(k.q)); });
+    bench::contender("line-plane/Eigen", expected, kPeerRounding,
+                     [=](std::size_t i) { return eigenLines[i].intersectionPoint(eigenPlanes[i]).x(); });
 #endif
 #ifdef SINEW_BENCH_IMATH
-    auto const lines = converted<im::Line3d>([](Query const& k) { return imathLine(k.p, k.d); });
-    auto const imathPlanes = converted<im::Plane3d>([](Query const& k) {
+    auto const lines = converted([](Query const& k) { return imathLine(k.p, k.d); });
+    auto const imathPlanes = converted([](Query const& k) {
         im::Plane3d plane;
         plane.normal = imath(k.n);
         plane.distance = k.n * k.q;
         return plane;
     });
-    bench::contend("line-plane/Imath", expected, kRounding, [=](std::size_t i) {
+    bench::contender("line-plane/Imath", expected, kPeerRounding, [=](std::size_t i) {
         im::V3d point;
         return imathPlanes[i].intersect(lines[i], point) ? point.x : kNone;
     });
 #endif
 }
 
-void addTriangle()
+void addLineTriangle()
 {
-    auto const ours = [](std::size_t i) {
-        Query const& k = queries()[i];
-        LineTriangleInt const r(k.p, k.d, k.a, k.b, k.c, kTol);
-        return r.result == 0 ? r.point.x : kNone;
-    };
-    auto const expected = bench::answers(kCount, ours);
-    bench::contend("line-triangle/sinew", expected, 0.0, ours);
-    bench::contend("line-triangle/plain", expected, 0.0, [](std::size_t i) {
-        Query const& k = queries()[i];
-        reference::LinePlane const r = plainLineTriangle(k.p, k.d, k.a, k.b, k.c, kTol);
-        return r.result == 0 ? r.point.x : kNone;
-    });
+    auto const hitOf = [](auto const& record) { return record.result == 0 ? record.point.x : kNone; };
+    [[maybe_unused]] auto const expected = againstReference(
+        "line-triangle", [=](Query const& k) { return hitOf(LineTriangleInt(k.p, k.d, k.a, k.b, k.c, kTol)); },
+        [=](Query const& k) { return hitOf(notInlined<reference::lineTriangle>(k.p, k.d, k.a, k.b, k.c, kTol)); });
 #ifdef SINEW_BENCH_IMATH
-    auto const lines = converted<im::Line3d>([](Query const& k) { return imathLine(k.p, k.d); });
-    auto const as = converted<im::V3d>([](Query const& k) { return imath(k.a); });
-    auto const bs = converted<im::V3d>([](Query const& k) { return imath(k.b); });
-    auto const cs = converted<im::V3d>([](Query const& k) { return imath(k.c); });
-    bench::contend("line-triangle/Imath", expected, kRounding, [=](std::size_t i) {
+    auto const lines = converted([](Query const& k) { return imathLine(k.p, k.d); });
+    auto const as = converted([](Query const& k) { return imath(k.a); });
+    auto const bs = converted([](Query const& k) { return imath(k.b); });
+    auto const cs = converted([](Query const& k) { return imath(k.c); });
+    bench::contender("line-triangle/Imath", expected, kPeerRounding, [=](std::size_t i) {
         im::V3d point;
         im::V3d weights;
         bool front = false;
         return im::intersect(lines[i], as[i], bs[i], cs[i], point, weights, front) ? point.x : kNone;
     });
 #endif
-
-    auto const weights = [](std::size_t i) {
-        Query const& k = queries()[i];
-        return TriangleWeightsFinder(k.q, k.a, k.b, k.c).weights.y;
-    };
-    auto const expectedWeights = bench::answers(kCount, weights);
-    bench::contend("triangle weights/sinew", expectedWeights, 0.0, weights);
-    bench::contend("triangle weights/plain", expectedWeights, 0.0, [](std::size_t i) {
-        Query const& k = queries()[i];
-        return plainWeights(k.q, k.a, k.b, k.c).y;
-    });
 }
 
-void addSphere()
+void addTriangleWeights()
 {
-    auto const ours = [](std::size_t i) {
-        Query const& k = queries()[i];
-        LineSphereInt const r(k.p, k.d, k.q, 0.8, kTol);
-        return r.result == 0 ? kNone : r.t1;
-    };
-    auto const expected = bench::answers(kCount, ours);
-    bench::contend("line-sphere/sinew", expected, 0.0, ours);
-    bench::contend("line-sphere/plain", expected, 0.0, [](std::size_t i) {
-        Query const& k = queries()[i];
-        reference::LineSphere const r = plainLineSphere(k.p, k.d, k.q, 0.8, kTol);
-        return r.result == 0 ? kNone : r.t1;
-    });
+    againstReference(
+        "triangle weights", [](Query const& k) { return TriangleWeightsFinder(k.q, k.a, k.b, k.c).weights.y; },
+        [](Query const& k) { return notInlined<reference::triangleWeights>(k.q, k.a, k.b, k.c).y; });
 }
 
-int const registered = [] {
+void addLineSphere()
+{
+    auto const entryOf = [](auto const& record) { return record.result == 0 ? kNone : record.t1; };
+    againstReference(
+        "line-sphere", [=](Query const& k) { return entryOf(LineSphereInt(k.p, k.d, k.q, kRadius, kTol)); },
+        [=](Query const& k) { return entryOf(notInlined<reference::lineSphere>(k.p, k.d, k.q, kRadius, kTol)); });
+}
+
+int const kRegistered = [] {
     addLineLine();
-    addPlanes();
-    addTriangle();
-    addSphere();
+    addPlanePlane();
+    addLinePlane();
+    addLineTriangle();
+    addTriangleWeights();
+    addLineSphere();
     return 0;
 }();
 

@@ -1,5 +1,5 @@
-// What the bracketing cubic solver costs: against the same search without its early exit, against a closed form, and
-// against the eigenvalues of the companion matrix.
+// The cubic solver against its reference implementation, which does not stop its search early, against a closed form,
+// and against the eigenvalues of the companion matrix.
 
 #include <algorithm>
 #include <array>
@@ -13,7 +13,7 @@
 #include <sinew/queries/polynomial_roots.h>
 
 #include "closed_form_cubic.h"
-#include "peers.h"
+#include "contenders.h"
 #include "queries/reference_polynomial_roots.h"
 #include "support/random.h"
 
@@ -23,21 +23,15 @@
 
 namespace {
 
+using bench::notInlined;
 using Coefficients = std::array<double, 4>;
 using Solver = int (*)(double, double, double, double, double*);
 
-SINEW_BENCH_CALL int plainCubic(double a, double b, double c, double d, double* roots)
-{
-    return reference::solveCubic(a, b, c, d, roots);
-}
-
-SINEW_BENCH_CALL int closedForm(double a, double b, double c, double d, double* roots)
-{
-    return bench::closedFormCubic(a, b, c, d, roots);
-}
+// Relative to the larger root. The closed form and the companion matrix lose other digits than the search.
+constexpr double kPeerRounding = 1e-9;
 
 #ifdef SINEW_BENCH_EIGEN
-SINEW_BENCH_CALL int companionMatrix(double a, double b, double c, double d, double* roots)
+int companionMatrix(double a, double b, double c, double d, double* roots)
 {
     Eigen::PolynomialSolver<double, 3> const solver(Eigen::Vector4d(d, c, b, a));
     int count = 0;
@@ -50,7 +44,7 @@ SINEW_BENCH_CALL int companionMatrix(double a, double b, double c, double d, dou
 }
 #endif
 
-// Cubics with three real roots, well apart, or with one.
+// Cubics with three real roots that are well separated, or with one real root.
 std::vector<Coefficients> cubics(double size, bool three, double leading)
 {
     test::Random random(20250401);
@@ -64,7 +58,7 @@ std::vector<Coefficients> cubics(double size, bool three, double leading)
             if (std::min({std::fabs(r - s), std::fabs(s - t), std::fabs(t - r)}) < 0.05 * size) continue;
             result.push_back({a, -a * (r + s + t), a * (r * s + s * t + t * r), -a * r * s * t});
         } else {
-            double const product = s * s + (0.1 * size + std::fabs(t)) * size; // of the complex pair
+            double const product = s * s + (0.1 * size + std::fabs(t)) * size; // the product of the complex roots
             result.push_back({a, -a * (r + 2 * s), a * (product + 2 * r * s), -a * r * product});
         }
     }
@@ -111,16 +105,15 @@ void add(std::string const& name, std::vector<Coefficients> const& input)
         benchmark::RegisterBenchmark((name + "/" + who).c_str(),
                                      [=](benchmark::State& state) { run(state, solver, input, tolerance); });
     };
-    double const closeEnough = 1e-9; // both sides lose digits in their own way
     contender("sinew", solveCubic, 0.0);
-    contender("plain", plainCubic, 0.0);
-    contender("closed form", closedForm, closeEnough);
+    contender("reference", notInlined<reference::solveCubic>, 0.0);
+    contender("closed form", notInlined<bench::closedFormCubic>, kPeerRounding);
 #ifdef SINEW_BENCH_EIGEN
-    contender("Eigen companion", companionMatrix, closeEnough);
+    contender("Eigen companion", notInlined<companionMatrix>, kPeerRounding);
 #endif
 }
 
-int const registered = [] {
+int const kRegistered = [] {
     add("three roots up to 1, rising", cubics(1, true, 1));
     add("three roots up to 1, falling", cubics(1, true, -1));
     add("three roots up to 30, rising", cubics(30, true, 1));

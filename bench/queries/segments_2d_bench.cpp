@@ -1,18 +1,20 @@
-// The 2D segment functions against their plain transcriptions.
+// The 2D segment functions against their reference implementations.
 
 #include <array>
 
 #include <sinew/queries/segments_2d.h>
 
-#include "peers.h"
+#include "contenders.h"
 #include "queries/reference_segments_2d.h"
 #include "support/random.h"
 
 namespace {
 
-std::size_t const kCount = 4096;
+using bench::notInlined;
 
-// Two segments of a plane; the second one's ends also serve as the corners of a rectangle.
+constexpr std::size_t kCount = 4096;
+
+// The ends of two segments in the plane. The ends of the second one are also the corners of a rectangle.
 std::vector<std::array<Vector3, 4>> const& input()
 {
     static auto const all = [] {
@@ -29,30 +31,14 @@ std::vector<std::array<Vector3, 4>> const& input()
     return all;
 }
 
-SINEW_BENCH_CALL bool plainClip(Vector3 const& a, Vector3 const& b, Vector3 const& lo, Vector3 const& hi, Vector3& outA,
-                                Vector3& outB)
+// Registers a library function and its reference. `onInput` makes a function of the index of the input from either.
+template <typename OnInput, typename Ours, typename Reference>
+void add(std::string const& name, OnInput onInput, Ours ours, Reference reference)
 {
-    return reference::segClipRect2D(a, b, lo, hi, outA, outB);
-}
-SINEW_BENCH_CALL bool plainMeets(Vector3 const& a, Vector3 const& b, Vector3 const& lo, Vector3 const& hi)
-{
-    return reference::segIntersectRect2D(a, b, lo, hi);
-}
-SINEW_BENCH_CALL bool plainCross(Vector3 const& a, Vector3 const& b, Vector3 const& c, Vector3 const& d, double tol,
-                                 bool inclusive)
-{
-    return reference::segsIntersect(a, b, c, d, tol, inclusive);
+    bench::againstReference(name, kCount, onInput(ours), onInput(reference));
 }
 
-template <typename Make, typename Ours, typename Plain>
-void add(std::string const& name, Make make, Ours ours, Plain plainOne)
-{
-    auto const expected = bench::answers(kCount, make(ours));
-    bench::contend(name + "/sinew", expected, 0.0, make(ours));
-    bench::contend(name + "/plain", expected, 0.0, make(plainOne));
-}
-
-int const registered = [] {
+int const kRegistered = [] {
     add(
         "clip to a rectangle",
         [](auto clip) {
@@ -63,7 +49,7 @@ int const registered = [] {
                 return clip(k[0], k[1], k[2], k[3], a, b) ? a.x + b.y : -9.0;
             };
         },
-        segClipRect2D, plainClip);
+        segClipRect2D, notInlined<reference::segClipRect2D>);
     add(
         "meet a rectangle",
         [](auto meets) {
@@ -72,7 +58,7 @@ int const registered = [] {
                 return meets(k[0], k[1], k[2], k[3]) ? 1.0 : 0.0;
             };
         },
-        segIntersectRect2D, plainMeets);
+        segIntersectRect2D, notInlined<reference::segIntersectRect2D>);
     add(
         "two segments",
         [](auto intersect) {
@@ -81,7 +67,7 @@ int const registered = [] {
                 return intersect(k[0], k[1], k[2], k[3], 1e-9, true) ? 1.0 : 0.0;
             };
         },
-        segsIntersect, plainCross);
+        segsIntersect, notInlined<reference::segsIntersect>);
     return 0;
 }();
 

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The matrices that the benches of this room share, made once, and the same matrices as the peers want them.
+/// The matrices that all benches of this module use. Each is made once.
 
 #include <map>
 #include <memory>
@@ -17,11 +17,12 @@ inline SPDMatrix makeMatrix(std::string const& name)
     auto const grid3D = [&](int side) { return test::matrixOf(test::grid3D(side), side * side * side, random); };
     if (name.rfind("2D ", 0) == 0) return grid2D(std::stoi(name.substr(3)));
     if (name.rfind("3D ", 0) == 0) return grid3D(std::stoi(name.substr(3)));
-    int const side = 224; // surface: 50176 vertices
+    constexpr int side = 224; // the surface has 50176 vertices
     return test::matrixOf(test::shuffled(test::surfaceMesh(side, random), side * side, random), side * side, random);
 }
 
-/// "2D 100" is a grid of 100 x 100 nodes, "3D 20" one of 20 x 20 x 20, "surface" a triangle mesh numbered at random.
+/// "2D 100" is a grid of 100 x 100 nodes, "3D 20" is a grid of 20 x 20 x 20 nodes, and "surface" is a triangle mesh in
+/// random numbering.
 inline SPDMatrix const& matrixNamed(std::string const& name)
 {
     static std::map<std::string, SPDMatrix> made;

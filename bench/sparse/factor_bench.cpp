@@ -1,6 +1,7 @@
-// The factor without the ordering: analysis, numbers, and the lists `rows` and `Mt` are included for sinew and plain.
-// Eigen and CHOLMOD are timed at the numbers alone, their analysis being done before, in their own ordering.
-// "whole" is everything that SPDMatrix::factor does.
+// The factorisation, without the ordering. For sinew and the reference implementation, the time includes the analysis,
+// the numbers, and the lists `rows` and `Mt`. "sinew-again" is SymbolicFactor::factor, without the analysis. For Eigen
+// and CHOLMOD, the time includes the numbers alone; their analysis is done before, in their own ordering. "whole" is
+// all of SPDMatrix::factor, with the ordering.
 
 #include <benchmark/benchmark.h>
 
@@ -30,12 +31,12 @@ void factor(benchmark::State& state, std::string const& name)
     for (auto _ : state) benchmark::DoNotOptimize(Factorization(matrix.rows, perm).factor(matrix.rows).factor.diag);
 }
 
-void factorPlainly(benchmark::State& state, std::string const& name)
+void factorReference(benchmark::State& state, std::string const& name)
 {
     SPDMatrix const& matrix = bench::matrixNamed(name);
     std::vector<int> const& perm = permOf(name);
-    if (test::difference(reference::factor(matrix, perm), Factorization(matrix.rows, perm).factor(matrix.rows).factor) !=
-        "") {
+    if (test::difference(reference::factor(matrix, perm),
+                         Factorization(matrix.rows, perm).factor(matrix.rows).factor) != "") {
         state.SkipWithError("factors differ");
     }
     for (auto _ : state) benchmark::DoNotOptimize(reference::factor(matrix, perm).diag);
@@ -54,7 +55,7 @@ void factorWhole(benchmark::State& state, std::string const& name)
     for (auto _ : state) benchmark::DoNotOptimize(matrix.factor().diag);
 }
 
-void factorWholePlainly(benchmark::State& state, std::string const& name)
+void factorWholeReference(benchmark::State& state, std::string const& name)
 {
     SPDMatrix const& matrix = bench::matrixNamed(name);
     if (test::difference(reference::factor(matrix), matrix.factor()) != "") state.SkipWithError("factors differ");
@@ -100,7 +101,8 @@ int const registered = [] {
         std::string const prefix = "factor " + name + "/";
         add(prefix + "sinew", factor, name);
         add(prefix + "sinew-again", factorAgain, name);
-        if (name != "3D 30") add(prefix + "plain", factorPlainly, name)->Iterations(1)->Repetitions(3); // seconds each
+        if (name != "3D 30")
+            add(prefix + "reference", factorReference, name)->Iterations(1)->Repetitions(3); // takes seconds
 #ifdef SINEW_BENCH_EIGEN
         add(prefix + "Eigen", factorWithEigen, name);
 #endif
@@ -110,7 +112,7 @@ int const registered = [] {
 #endif
     }
     add("whole 2D 30/sinew", factorWhole, "2D 30");
-    add("whole 2D 30/plain", factorWholePlainly, "2D 30");
+    add("whole 2D 30/reference", factorWholeReference, "2D 30");
 #ifdef SINEW_BENCH_EIGEN
     add("whole 2D 30/Eigen", factorWholeWithEigen, "2D 30");
 #endif

@@ -1,4 +1,4 @@
-// Fill: the entries of the factor that each ordering leads to, diagonal included.
+// The number of entries of the factor, the diagonal included, with the ordering of each contender.
 
 #include <benchmark/benchmark.h>
 

@@ -1,5 +1,5 @@
-// The minimum-degree ordering. CXSparse's and Eigen's are approximate, so their permutations differ; fill is compared
-// in the guide.
+// The minimum-degree ordering. CXSparse and Eigen use approximate degrees, so their permutations differ. The bench
+// `fill` compares the resulting factors.
 
 #include <benchmark/benchmark.h>
 
@@ -15,7 +15,7 @@ void order(benchmark::State& state, std::string const& name)
     for (auto _ : state) benchmark::DoNotOptimize(matrix.computePerm());
 }
 
-void orderPlainly(benchmark::State& state, std::string const& name)
+void orderReference(benchmark::State& state, std::string const& name)
 {
     SPDMatrix const& matrix = bench::matrixNamed(name);
     static std::map<std::string, bool> same;
@@ -25,7 +25,7 @@ void orderPlainly(benchmark::State& state, std::string const& name)
 }
 
 #ifdef SINEW_BENCH_SUITESPARSE
-// Symbolic analysis without the counts: the ordering alone.
+// The ordering alone, without the rest of CXSparse's analysis.
 void orderWithCxSparse(benchmark::State& state, std::string const& name)
 {
     bench::CxMatrix const matrix(bench::matrixNamed(name));
@@ -53,8 +53,8 @@ int const registered = [] {
             return benchmark::RegisterBenchmark((prefix + who).c_str(), run, name)->Unit(benchmark::kMillisecond);
         };
         add("sinew", order);
-        // Seconds for most, minutes for 3D 30: once is enough there, and not at all.
-        if (name != "3D 30") add("plain", orderPlainly)->Iterations(1)->Repetitions(1);
+        // The reference takes seconds, and minutes for 3D 30. It is therefore timed once, and not for 3D 30.
+        if (name != "3D 30") add("reference", orderReference)->Iterations(1)->Repetitions(1);
 #ifdef SINEW_BENCH_SUITESPARSE
         add("CXSparse", orderWithCxSparse);
 #endif

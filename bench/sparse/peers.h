@@ -1,6 +1,6 @@
 #pragma once
 
-/// Conversions of a sinew matrix into what the peers take. Each peer is left out if its package was not found.
+/// Conversions of a matrix into the types of the peers. A peer is left out if its package was not found.
 
 #include <cstddef>
 #include <memory>
@@ -18,7 +18,7 @@
 
 namespace bench {
 
-/// The lower triangle by rows, columns ascending; read by columns it is the upper triangle.
+/// The lower triangle by rows, columns ascending. The same arrays, read by columns, are the upper triangle.
 struct FlatMatrix
 {
     std::vector<int> start, index;
@@ -52,7 +52,7 @@ using EigenSolver = Eigen::SimplicialLLT<EigenMatrix, Eigen::Upper>;
 #endif
 
 #ifdef SINEW_BENCH_SUITESPARSE
-/// The matrix for CXSparse: its upper triangle by columns, as its Cholesky routines want it.
+/// The matrix for CXSparse, whose Cholesky routines read the upper triangle by columns.
 class CxMatrix
 {
 public:
@@ -71,7 +71,7 @@ private:
     cs_di view_;
 };
 
-/// CHOLMOD on one thread, supernodal or simplicial, with its own choice of a minimum-degree ordering.
+/// CHOLMOD, supernodal or simplicial, with its approximate minimum-degree ordering.
 class Cholmod
 {
 public:

@@ -1,5 +1,5 @@
-// Solutions with a factor that is there. The plain way runs on the same factor, so that only the sweeps are compared.
-// "solve8" is eight right-hand sides.
+// Solutions with a given factor. The reference implementation uses the same factor, so that only the substitutions are
+// compared. "solve8" solves eight right-hand sides.
 
 #include <cmath>
 
@@ -40,7 +40,7 @@ void solve(benchmark::State& state, std::string const& name)
     }
 }
 
-void solvePlainly(benchmark::State& state, std::string const& name)
+void solveReference(benchmark::State& state, std::string const& name)
 {
     LLTMatrix const& factor = factorOf(name);
     std::vector<double> const b = rightHandSide(name);
@@ -68,7 +68,7 @@ void solveEight(benchmark::State& state, std::string const& name)
     }
 }
 
-void solveEightPlainly(benchmark::State& state, std::string const& name)
+void solveEightReference(benchmark::State& state, std::string const& name)
 {
     LLTMatrix const& factor = factorOf(name);
     std::vector<double> const b = rightHandSide(name);
@@ -92,7 +92,7 @@ void solveEightPlainly(benchmark::State& state, std::string const& name)
         worst = std::max(worst, std::fabs(x[i] - other[i]));
         largest = std::max(largest, std::fabs(x[i]));
     }
-    // Other orderings round otherwise; the matrices' condition numbers stay below about 1e4.
+    // Other orderings round differently. The condition numbers of the matrices are below about 1e4.
     if (!(worst <= 1e-9 * largest)) state.SkipWithError("solutions differ");
 }
 
@@ -130,7 +130,7 @@ int const registered = [] {
     for (std::string const name : {"2D 30", "2D 100", "surface", "2D 300", "3D 20"}) {
         std::string const prefix = "solve " + name + "/";
         add(prefix + "sinew", solve, name);
-        add(prefix + "plain", solvePlainly, name);
+        add(prefix + "reference", solveReference, name);
 #ifdef SINEW_BENCH_EIGEN
         add(prefix + "Eigen", solveWithEigen, name);
 #endif
@@ -139,7 +139,7 @@ int const registered = [] {
         add(prefix + "CHOLMOD-simplicial", solveWithCholmod<false>, name);
 #endif
         add("solve8 " + name + "/sinew", solveEight, name);
-        add("solve8 " + name + "/plain", solveEightPlainly, name);
+        add("solve8 " + name + "/reference", solveEightReference, name);
     }
     return 0;
 }();

@@ -1,10 +1,10 @@
-// The main program of every bench: runs Google Benchmark with its repetitions interleaved at random, and prints one
-// Markdown table a program, a row a case, with the ratio of each contender's median time to sinew's.
+// The main program of every bench. It runs Google Benchmark with randomly interleaved repetitions and prints a
+// Markdown table with one row for each case: the median time of sinew, and the ratio of each contender's median
+// time to it.
 //
-// Benchmarks are named "case/contender"; the contenders of one case do the same work on the same input. Ratios above
-// one mean that sinew is faster. A benchmark that sets the counter "count" is compared by that number instead of its
-// time. Absolute times are printed for orientation only: machines are noisy, and only ratios
-// of interleaved runs can be compared.
+// Benchmarks are named "case/contender". The contenders of one case do the same work on the same input. A ratio above
+// one means that sinew is faster. A benchmark that sets the counter "count" is compared by that number instead of its
+// time. Times vary between machines and runs; only ratios of interleaved runs can be compared.
 
 #include <algorithm>
 #include <cmath>
@@ -53,7 +53,7 @@ public:
     bool failed() const { return failed_; }
 
 private:
-    // What a run is compared by: its count where it reports one, otherwise its time.
+    // The number by which a run is compared: its count if it reports one, otherwise its time.
     double measureOf(Run const& run, std::string const& caseName)
     {
         auto const count = run.counters.find("count");
@@ -75,7 +75,8 @@ private:
         std::size_t const slash = name.rfind('/');
         std::string const caseName = name.substr(0, slash);
         std::string const contender = slash == std::string::npos ? kOurs : name.substr(slash + 1);
-        // Interleaved runs arrive shuffled; the index tells the order of registration, which is the order of the rows.
+        // Interleaved runs arrive in random order. The index is the order of registration, which is the order
+        // of the rows.
         noteFirst(cases_, caseName, run.family_index);
         noteFirst(contenders_, contender, run.family_index);
         measures_[caseName][contender].push_back(measureOf(run, caseName));
@@ -145,7 +146,7 @@ private:
 
 int main(int argc, char** argv)
 {
-    // Defaults first, so that the command line can override them.
+    // The defaults come first, so that the command line can override them.
     std::vector<std::string> defaults = {argv[0], "--benchmark_repetitions=7",
                                          "--benchmark_enable_random_interleaving=true", "--benchmark_min_time=0.05"};
     std::vector<char*> arguments;

@@ -1,20 +1,27 @@
 // The pictures of the smooth distance in docs/fields.md, as PNG.
 //
-// Left to right, the same field with less and more care for how it blends: its level lines with gradient arrows, and
-// the lines that a striped room would leave on a polished surface of that height.
+// The first shows the level lines of a field with its gradient, without and with a blend. The second shows reflection
+// lines: the image of stripes in a polished surface whose height is the field. They bend where the field's second
+// derivative jumps.
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
 
-#include <cairo.h>
-
 #include <sinew/sinew.h>
 
+#include <tool/io/files.h>
+
+#include "figure.h"
+
 namespace {
+
+using tool::Colour;
+using tool::palette::ink;
+using tool::palette::paper;
+namespace colours = figures::colours;
 
 struct Value
 {
@@ -33,7 +40,7 @@ Field smoothField(std::vector<Vector3> polyline, double h)
     };
 }
 
-// The same with the common quadratic blend, which has one continuous derivative.
+// The squared distance with the common quadratic blend, which has one continuous derivative.
 Field quadraticField(std::vector<Vector3> polyline, double h)
 {
     return [polyline = std::move(polyline), h](Vector3 const& q) {
@@ -50,76 +57,34 @@ Field quadraticField(std::vector<Vector3> polyline, double h)
     };
 }
 
-struct Colour
-{
-    double r, g, b;
-};
-Colour mix(Colour const& a, Colour const& b, double share)
-{
-    return {a.r + (b.r - a.r) * share, a.g + (b.g - a.g) * share, a.b + (b.b - a.b) * share};
-}
-
-Colour const kPaper{0.988, 0.984, 0.973};
-Colour const kInk{0.17, 0.17, 0.17};
-Colour const kBlue{0.04, 0.44, 0.64};
-Colour const kRed{0.82, 0.29, 0.36};
-
-constexpr int kPanel = 380;
-constexpr int kGap = 14;
-constexpr int kCaption = 30;
+constexpr double kPanel = 380;
+constexpr double kGap = 14;
+constexpr double kCaption = 30;
 
 // A row of square panels, each showing the square [-extent, extent]^2 of the plane z = 0.
-class Sheet
+class Panels
 {
 public:
-    Sheet(int panels, double extent)
-        : extent_(extent), width_(panels * kPanel + (panels + 1) * kGap), height_(kPanel + kGap + kCaption),
-          surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width_, height_)), cairo_(cairo_create(surface_))
+    Panels(int count, double extent)
+        : canvas_(count * kPanel + (count + 1) * kGap, kPanel + kGap + kCaption), extent_(extent)
     {
-        cairo_set_source_rgb(cairo_, kPaper.r, kPaper.g, kPaper.b);
-        cairo_paint(cairo_);
     }
-    ~Sheet()
-    {
-        cairo_destroy(cairo_);
-        cairo_surface_destroy(surface_);
-    }
-    Sheet(Sheet const&) = delete;
-    Sheet& operator=(Sheet const&) = delete;
 
-    // The mean of 3 x 3 samples a pixel.
     void paint(int panel, std::function<Colour(Vector3 const&)> const& colourAt)
     {
-        cairo_surface_flush(surface_);
-        unsigned char* const data = cairo_image_surface_get_data(surface_);
-        int const stride = cairo_image_surface_get_stride(surface_);
-        for (int y = 0; y < kPanel; ++y) {
-            auto* const row = reinterpret_cast<std::uint32_t*>(data + (y + kGap) * stride) + left(panel);
-            for (int x = 0; x < kPanel; ++x) {
-                Colour sum{0, 0, 0};
-                for (int sample = 0; sample < 9; ++sample) {
-                    Colour const c = colourAt(place(x + (sample % 3 + 0.5) / 3, y + (sample / 3 + 0.5) / 3));
-                    sum = {sum.r + c.r / 9, sum.g + c.g / 9, sum.b + c.b / 9};
-                }
-                auto const byte = [](double v) { return static_cast<std::uint32_t>(std::lround(255 * v)); };
-                row[x] = byte(sum.r) << 16 | byte(sum.g) << 8 | byte(sum.b);
-            }
-        }
-        cairo_surface_mark_dirty(surface_);
+        constexpr int kSamples = 3; // along each side of a pixel
+        figures::paint(canvas_, place(panel), frame(panel), kSamples, [&](figures::Vector2 const& p) {
+            return colourAt({p.x, p.y, 0});
+        });
     }
 
     void stroke(int panel, std::vector<Vector3> const& line, Colour const& colour, double width)
     {
-        cairo_save(cairo_);
-        cairo_rectangle(cairo_, left(panel), kGap, kPanel, kPanel);
-        cairo_clip(cairo_);
-        for (Vector3 const& p : line) cairo_line_to(cairo_, pixelX(panel, p), pixelY(p));
-        cairo_set_source_rgb(cairo_, colour.r, colour.g, colour.b);
-        cairo_set_line_width(cairo_, width);
-        cairo_set_line_cap(cairo_, CAIRO_LINE_CAP_ROUND);
-        cairo_set_line_join(cairo_, CAIRO_LINE_JOIN_ROUND);
-        cairo_stroke(cairo_);
-        cairo_restore(cairo_);
+        std::vector<tool::Point> points;
+        for (Vector3 const& p : line) points.push_back(frame(panel)(p));
+        canvas_.beginClip(place(panel));
+        canvas_.polyline(points, {colour, width});
+        canvas_.endClip();
     }
 
     void arrow(int panel, Vector3 const& from, Vector3 const& step, Colour const& colour)
@@ -130,39 +95,24 @@ public:
         stroke(panel, {tip - 0.35 * step + 0.2 * across, tip, tip - 0.35 * step - 0.2 * across}, colour, 1.3);
     }
 
-    void caption(int panel, char const* words)
-    {
-        cairo_set_source_rgb(cairo_, kInk.r, kInk.g, kInk.b);
-        cairo_select_font_face(cairo_, "Helvetica", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
-        cairo_set_font_size(cairo_, 15);
-        cairo_move_to(cairo_, left(panel) + 2, kPanel + kGap + 20);
-        cairo_show_text(cairo_, words);
-    }
+    void caption(int panel, char const* words) { canvas_.text({place(panel).x + 2, kPanel + kGap + 20}, words, {15}); }
 
-    void save(std::string const& file)
-    {
-        if (cairo_surface_write_to_png(surface_, file.c_str()) != CAIRO_STATUS_SUCCESS) {
-            std::fprintf(stderr, "cannot write %s\n", file.c_str());
-        }
-    }
+    void save(std::string const& file) const { tool::writeFile(file, canvas_.png()); }
 
 private:
-    int left(int panel) const { return kGap + panel * (kPanel + kGap); }
-    Vector3 place(double x, double y) const
-    {
-        return {(2 * x / kPanel - 1) * extent_, (1 - 2 * y / kPanel) * extent_, 0.0};
-    }
-    double pixelX(int panel, Vector3 const& p) const { return left(panel) + (p.x / extent_ + 1) * kPanel / 2; }
-    double pixelY(Vector3 const& p) const { return kGap + (1 - p.y / extent_) * kPanel / 2; }
+    static tool::Rect place(int panel) { return {kGap + panel * (kPanel + kGap), kGap, kPanel, kPanel}; }
 
+    figures::Frame frame(int panel) const
+    {
+        tool::Rect const where = place(panel);
+        return {{where.x + kPanel / 2, where.y + kPanel / 2}, kPanel / (2 * extent_)};
+    }
+
+    tool::Canvas canvas_;
     double extent_;
-    int width_;
-    int height_;
-    cairo_surface_t* surface_;
-    cairo_t* cairo_;
 };
 
-// Bands between level lines of the distance, the lines about one pixel wide wherever the field is steep or flat.
+// Bands between level lines of the distance. The lines are about one pixel wide, independent of the slope.
 Colour levelColour(Value const& value, double spacing, double pixel)
 {
     double const distance = std::sqrt(std::max(0.0, value.dist));
@@ -170,7 +120,7 @@ Colour levelColour(Value const& value, double spacing, double pixel)
     double const level = distance / spacing;
     double const away = std::fabs(level - std::round(level)) * spacing / std::max(slope, 1e-3) / pixel;
     double const tint = 0.55 * std::exp(-1.2 * distance);
-    return mix(kInk, mix(kPaper, kBlue, tint), std::clamp(away - 0.1, 0.0, 1.0));
+    return mix(ink, mix(paper, colours::blue, tint), std::clamp(away - 0.1, 0.0, 1.0));
 }
 
 void drawLevelLines(std::string const& folder)
@@ -179,48 +129,49 @@ void drawLevelLines(std::string const& folder)
         {-0.95, -0.5, 0}, {-0.45, 0.6, 0}, {-0.1, -0.35, 0}, {0.35, -0.35, 0}, {0.75, 0.7, 0}};
     double const extent = 1.3;
     Field const fields[] = {smoothField(polyline, 1e-6), smoothField(polyline, 0.35)};
-    char const* const captions[] = {"hardly any blend: the distance, with creases", "h = 0.35: the smooth distance"};
-    Sheet sheet(2, extent);
+    char const* const captions[] = {"almost no blend: the distance, with creases", "h = 0.35: the smooth distance"};
+    Panels panels(2, extent);
     for (int panel = 0; panel < 2; ++panel) {
         Field const& field = fields[panel];
-        sheet.paint(panel, [&](Vector3 const& p) { return levelColour(field(p), 0.1, 2 * extent / kPanel); });
+        panels.paint(panel, [&](Vector3 const& p) { return levelColour(field(p), 0.1, 2 * extent / kPanel); });
         for (double y = -1.17; y < extent; y += 0.26) {
             for (double x = -1.17; x < extent; x += 0.26) {
                 Vector3 const p(x, y, 0);
                 Vector3 const grad = field(p).grad;
-                if (grad.length() > 0.02) sheet.arrow(panel, p, grad * 0.075, kRed);
+                if (grad.length() > 0.02) panels.arrow(panel, p, grad * 0.075, colours::red);
             }
         }
-        sheet.stroke(panel, polyline, kInk, 3.5);
-        sheet.caption(panel, captions[panel]);
+        panels.stroke(panel, polyline, ink, 3.5);
+        panels.caption(panel, captions[panel]);
     }
-    sheet.save(folder + "/fields_smooth_distance.png");
+    panels.save(folder + "/fields_smooth_distance.png");
 }
 
-// Stripes of a room seen in a polished surface of height scale * field, looked at from straight above.
+// Stripes of the surroundings, reflected in a polished surface of height scale * field that is seen from straight
+// above.
 Colour reflectionColour(Value const& value, double scale)
 {
     UVector3 const normal(-scale * value.grad.x, -scale * value.grad.y, 1.0);
     Vector3 const mirrored = 2 * normal.z * normal - Vector3(0, 0, 1);
     double const angle = std::atan2(0.8 * mirrored.x + 0.6 * mirrored.y, mirrored.z);
     double const wave = 0.5 + 0.5 * std::tanh(5 * std::sin(45 * angle));
-    return mix(kInk, kPaper, wave);
+    return mix(ink, paper, wave);
 }
 
 void drawReflectionLines(std::string const& folder)
 {
     std::vector<Vector3> const polyline = {{-3.2, 2.5, 0}, {-2.2, -2.8, 0}, {2.8, -2.2, 0}};
-    double const h = 2.0; // below every squared distance in the picture, so that it is nowhere narrowed
+    double const h = 2.0; // below every squared distance in the picture, so that the width is never reduced
     Field const fields[] = {smoothField(polyline, 1e-6), quadraticField(polyline, h), smoothField(polyline, h)};
     char const* const captions[] = {"minimum: the lines break", "quadratic blend: the lines bend sharply",
                                     "sinew: the lines stay smooth"};
-    Sheet sheet(3, 1.0);
+    Panels panels(3, 1.0);
     for (int panel = 0; panel < 3; ++panel) {
         Field const& field = fields[panel];
-        sheet.paint(panel, [&](Vector3 const& p) { return reflectionColour(field(p), 0.1); });
-        sheet.caption(panel, captions[panel]);
+        panels.paint(panel, [&](Vector3 const& p) { return reflectionColour(field(p), 0.1); });
+        panels.caption(panel, captions[panel]);
     }
-    sheet.save(folder + "/fields_reflection_lines.png");
+    panels.save(folder + "/fields_reflection_lines.png");
 }
 
 } // namespace

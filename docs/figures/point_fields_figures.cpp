@@ -1,23 +1,29 @@
 // The pictures of docs/fields.md that show sets of points: a fitted and a thickened ellipsoid, and a proximity grid.
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
+#include <string>
 
 #include <sinew/fields/impl_ellipsoid.h>
 #include <sinew/fields/proximity_tester.h>
 
-#include "support/random.h"
-#include "svg.h"
+#include <tool/io/files.h>
 
-using figures::Point;
-using figures::Svg;
+#include "figure.h"
+#include "support/random.h"
 
 namespace {
+
+using figures::Frame;
+using figures::Vector2;
+using tool::Canvas;
+namespace colours = figures::colours;
 
 constexpr double kPi = 3.14159265358979323846;
 
 // The outline of an ellipsoid, seen along z.
-std::vector<Point> outline(ImplEllipsoid const& e)
+std::vector<Vector2> outline(ImplEllipsoid const& e)
 {
     // On the outline the derivative of the quadratic form along z is zero. Eliminating z gives a form in x and y, whose
     // matrix is the Schur complement of the entry (2, 2).
@@ -25,7 +31,7 @@ std::vector<Point> outline(ImplEllipsoid const& e)
     double const a = s(0, 0) - s(0, 2) * s(0, 2) / s(2, 2);
     double const b = s(0, 1) - s(0, 2) * s(1, 2) / s(2, 2);
     double const c = s(1, 1) - s(1, 2) * s(1, 2) / s(2, 2);
-    std::vector<Point> corners;
+    std::vector<Vector2> corners;
     for (int i = 0; i < 180; ++i) {
         double const x = std::cos(2 * kPi * i / 180), y = std::sin(2 * kPi * i / 180);
         double const radius = 1 / std::sqrt(a * x * x + 2 * b * x * y + c * y * y);
@@ -34,9 +40,9 @@ std::vector<Point> outline(ImplEllipsoid const& e)
     return corners;
 }
 
-void drawEllipsoid(std::string const& file)
+// The points of a limb: a bent tube, rotated.
+std::vector<Vector3> limbPoints()
 {
-    // The points of a limb: a bent tube, rotated.
     test::Random random(11);
     std::vector<Vector3> points;
     Matrix3 const turn = Matrix3::rotationMatrix(UVector3(0.2, 0.1, 1), 0.5);
@@ -44,84 +50,71 @@ void drawEllipsoid(std::string const& file)
         double const t = random.uniform(-1, 1), angle = random.uniform(0, 2 * kPi), radius = 0.55 - 0.15 * t;
         points.push_back(turn * Vector3(2.4 * t, radius * std::cos(angle) + 0.25 * t * t, radius * std::sin(angle)));
     }
+    return points;
+}
+
+void drawEllipsoid(Canvas& canvas)
+{
+    std::vector<Vector3> const points = limbPoints();
     ImplEllipsoid const fitted(points);
     std::unique_ptr<ImplEllipsoid> const thick(fitted.thicken(0.4));
-
-    Svg svg(760, 440);
-    svg.origin = {380, 205};
-    svg.scale = 78;
-    svg.polygon(outline(*thick), "fill='#e8f1f5' stroke='#0b6fa4' stroke-width='1.6' stroke-dasharray='6 4'");
-    svg.polygon(outline(fitted), "fill='#cfe3ec' stroke='#0b6fa4' stroke-width='2.2'");
-    Vector3 const* farthest = &points[0];
     auto const radius = [&fitted](Vector3 const& p) {
         double value = 0;
         fitted.evaluate(p, &value, nullptr, nullptr);
         return value;
     };
-    for (Vector3 const& p : points) {
-        svg.circle({p.x, p.y}, 0.018, "fill='#2b2b2b' fill-opacity='0.6'");
-        if (radius(p) > radius(*farthest)) farthest = &p;
-    }
-    svg.circle({farthest->x, farthest->y}, 0.06, "fill='none' stroke='#d1495b' stroke-width='2.2'");
-    svg.text({farthest->x - 1.9, farthest->y + 0.75}, "the point with the", "fill='#d1495b'");
-    svg.text({farthest->x - 1.9, farthest->y + 0.5}, "largest radius, 1", "fill='#d1495b'");
-    svg.text({-4.6, 2.65}, "solid: fitted to the points; dashed: thickened by 0.4");
-    svg.save(file);
+
+    Frame const frame{{380, 235}, 78};
+    canvas.polygon(frame.line(outline(*thick)), tool::Colour::hex(0xe8f1f5));
+    canvas.polyline(frame.line(outline(*thick)), {colours::blue, 1.6, {5, 5}}, true);
+    canvas.polygon(frame.line(outline(fitted)), tool::Colour::hex(0xcfe3ec));
+    canvas.polyline(frame.line(outline(fitted)), {colours::blue, 2.2}, true);
+    std::vector<std::vector<tool::Point>> dots; // a line without length is a dot as wide as its stroke
+    for (Vector3 const& p : points) dots.push_back({frame(p), frame(p)});
+    canvas.polylines(dots, {tool::palette::ink.withAlpha(0.6), 2.8});
+    Vector3 const& farthest = *std::max_element(
+        points.begin(), points.end(), [&](Vector3 const& a, Vector3 const& b) { return radius(a) < radius(b); });
+    canvas.ring(frame(farthest), 4.7, {colours::red, 2.2});
+    tool::Point const at = frame(farthest);
+    canvas.text({at.x - 150, at.y - 58}, "the point with the", {14, colours::red});
+    canvas.text({at.x - 150, at.y - 39}, "largest radius, 1", {14, colours::red});
+    canvas.text({21, 28}, "solid: fitted to the points; dashed: thickened by 0.4", {14});
 }
 
-void drawProximity(std::string const& file)
+void drawProximity(Canvas& canvas)
 {
     constexpr double kRadius = 1;
     std::vector<Vector3> const points = {{0, 0, 0},   {1.1, 0.6, 0}, {2.3, 0.4, 0}, {3.2, 1.3, 0},
                                          {6.3, 4, 0}, {1.2, 4, 0},   {6.3, 1.7, 0}};
     ProximityTester const tester(points, kRadius);
-    auto const isNear = [&](Vector3 const& p) {
-        for (Vector3 const& q : points) {
-            if (dist(p, q) <= kRadius) return true;
-        }
-        return false;
-    };
-    Svg svg(745, 500);
-    svg.origin = {120, 122};
-    svg.scale = 72;
-
-    // The plane is coloured row by row, with one rectangle for each run of points of the same kind. Bit 0 of a kind
-    // says whether the point is within the radius, bit 1 whether it tests true.
-    char const* const colours[] = {"", "#d1495b", "#d7e8f0", "#7fb6d0"};
-    char const* const kCrisp = " shape-rendering='crispEdges'";
-    constexpr double kStep = 0.02;
-    for (double y = -1.4; y < 5.6; y += kStep) {
-        double start = -1.5;
-        int kind = 0;
-        for (double x = -1.5; x < 8; x += kStep) {
-            Vector3 const p(x + kStep / 2, y + kStep / 2, 0);
-            int const next = (isNear(p) ? 1 : 0) + (tester.test(p) ? 2 : 0);
-            if (next == kind) continue;
-            if (kind) svg.rect({start, y}, {x, y + kStep * 1.05}, std::string("fill='") + colours[kind] + "'" + kCrisp);
-            start = x;
-            kind = next;
-        }
-    }
+    Frame const frame{{120, 378}, 72};
+    figures::paint(canvas, {0, 0, canvas.width(), canvas.height()}, frame, 1, [&](Vector2 const& at) {
+        Vector3 const p(at.x, at.y, 0);
+        bool const near =
+            std::any_of(points.begin(), points.end(), [&](Vector3 const& q) { return dist(p, q) <= kRadius; });
+        bool const tested = tester.test(p);
+        if (near) return tested ? colours::lightBlue : colours::red;
+        return tested ? colours::paleBlue : tool::palette::paper;
+    });
+    std::vector<std::vector<tool::Point>> cells;
     for (int i = 0; i < tester.cellCount[0]; ++i) {
         for (int j = 0; j < tester.cellCount[1]; ++j) {
-            Point const low(tester.origin.x + i * tester.cellSize[0], tester.origin.y + j * tester.cellSize[1]);
-            svg.rect(low, {low.x + tester.cellSize[0], low.y + tester.cellSize[1]},
-                     "fill='none' stroke='#8a8378' stroke-width='0.8'");
+            Vector2 const low(tester.origin.x + i * tester.cellSize[0], tester.origin.y + j * tester.cellSize[1]);
+            Vector2 const high(low.x + tester.cellSize[0], low.y + tester.cellSize[1]);
+            cells.push_back(frame.line({low, {high.x, low.y}, high, {low.x, high.y}}));
         }
     }
+    canvas.polylines(cells, {colours::grey, 0.8}, true);
     for (Vector3 const& p : points) {
-        svg.circle({p.x, p.y}, kRadius, "fill='none' stroke='#2b2b2b' stroke-width='0.8' stroke-dasharray='3 3'");
-        svg.circle({p.x, p.y}, 0.06, "fill='#2b2b2b'");
+        canvas.ring(frame(p), kRadius * frame.scale, {tool::palette::ink, 0.8, {3, 3}});
+        canvas.circle(frame(p), 4.3, tool::palette::ink);
     }
-    svg.origin = {48, 15};
-    svg.scale = 1;
-    auto const legend = [&svg](double x, std::string const& colour, std::string const& words) {
-        svg.rect({x, 0}, {x + 16, 16}, "fill='" + colour + "'");
-        svg.text({x + 24, 3}, words);
+    auto const legend = [&canvas](double x, tool::Colour colour, std::string const& words) {
+        canvas.rectangle({x, 469, 16, 16}, colour);
+        canvas.text({x + 24, 482}, words, {14});
     };
-    legend(0, colours[3], "within the radius, tests true");
-    legend(270, colours[2], "farther than the radius, tests true as well");
-    svg.save(file);
+    legend(48, colours::lightBlue, "within the radius: the test is true");
+    legend(336, colours::paleBlue, "farther, but the test is true: the permitted error");
 }
 
 } // namespace
@@ -129,6 +122,6 @@ void drawProximity(std::string const& file)
 int main(int argc, char** argv)
 {
     std::string const folder = argc > 1 ? argv[1] : ".";
-    drawEllipsoid(folder + "/fields_ellipsoid.svg");
-    drawProximity(folder + "/fields_proximity.svg");
+    tool::writeFile(folder + "/fields_ellipsoid.svg", tool::svgOf(760, 440, drawEllipsoid));
+    tool::writeFile(folder + "/fields_proximity.svg", tool::svgOf(745, 500, drawProximity));
 }

@@ -1,7 +1,7 @@
-// The pictures of docs/queries.md: how far the roots of cubics are from the truth, and the outcomes of the intersection
-// records.
+// The pictures of docs/queries.md: the errors of the roots of cubics, and the outcomes of the intersection records.
 //
-// The truth is 256-bit arithmetic: Newton's iteration from a side where it cannot overshoot, on x^3 + p x + q.
+// The exact roots of x^3 + p x + q come from Newton's iteration in 256-bit arithmetic. It starts where it converges
+// from one side.
 
 #include <algorithm>
 #include <cmath>
@@ -21,9 +21,11 @@
 namespace {
 
 constexpr int kBits = 256;
-constexpr double kBest = -17;  // of the colours: log10 of the error
-constexpr double kWorst = -4;  // about the root of the tolerance 1e-13 that a triple root is found to
-constexpr double kPanel = 520; // units of a side
+constexpr int kNewtonSteps = 1000;
+constexpr int kGuardBits = 40; // a Newton step below 2^(kGuardBits - kBits) ends the iteration
+constexpr double kBest = -17;  // log10 of the error that has the best colour
+constexpr double kWorst = -4;  // of the worst: about the cube root of 1e-13, with which a triple root is found
+constexpr double kPanel = 520; // units along a side
 
 class Exact
 {
@@ -57,7 +59,7 @@ public:
         return mpfr_cmp(s_.get(), t_.get()) >= 0 ? 3 : 1;
     }
 
-    // |found - root| for the lowest root, the middle one or the highest.
+    // |found - root| for the lowest root (which = 0), the middle one (1) or the highest (2).
     double errorAt(double found, int which)
     {
         newton(which == 0 ? -bound_ : (which == 2 ? bound_ : 0.0));
@@ -65,15 +67,15 @@ public:
         return std::fabs(mpfr_get_d(s_.get(), MPFR_RNDN));
     }
 
-    // Of the only root: its side is opposite to q's.
+    // |found - root| if there is one root. Its sign is opposite to that of q.
     double errorOfOnly(double found) { return errorAt(found, q_ > 0 ? 0 : 2); }
 
 private:
-    // From outside the outer roots, and from the point of inflection to the middle one, every step stays on its side.
+    // From a start beyond an outer root, or from the point of inflection to the middle root, no step passes the root.
     void newton(double start)
     {
         mpfr_set_d(x_.get(), start, MPFR_RNDN);
-        for (int step = 0; step < 1000; ++step) {
+        for (int step = 0; step < kNewtonSteps; ++step) {
             mpfr_sqr(s_.get(), x_.get(), MPFR_RNDN);
             mpfr_add(t_.get(), s_.get(), exactP_.get(), MPFR_RNDN);
             mpfr_fma(t_.get(), t_.get(), x_.get(), exactQ_.get(), MPFR_RNDN);
@@ -82,12 +84,12 @@ private:
             if (mpfr_zero_p(t_.get()) || mpfr_zero_p(s_.get())) return;
             mpfr_div(t_.get(), t_.get(), s_.get(), MPFR_RNDN);
             mpfr_sub(x_.get(), x_.get(), t_.get(), MPFR_RNDN);
-            if (mpfr_zero_p(t_.get()) || mpfr_get_exp(t_.get()) < -kBits + 40) return;
+            if (mpfr_zero_p(t_.get()) || mpfr_get_exp(t_.get()) < kGuardBits - kBits) return;
         }
     }
 
     double q_;
-    double bound_; // beyond every root
+    double bound_; // larger than the absolute value of every root
     Exact exactP_;
     Exact exactQ_;
     Exact x_;
@@ -104,7 +106,7 @@ struct Errors
     long long miscounted = 0;
 };
 
-// log10 of the largest error of a root, relative to roots above 1; NaN where the number of roots is not the true one.
+// log10 of the largest error of a root, relative for roots above 1. NaN if the number of roots is wrong.
 double errorOf(Solver solver, double p, double q)
 {
     double roots[3] = {0, 0, 0};
@@ -121,7 +123,7 @@ double errorOf(Solver solver, double p, double q)
 
 tool::Colour colourAt(double t)
 {
-    return tool::viridis(1 - t); // good is light
+    return tool::viridis(1 - t); // small errors are light
 }
 
 // One map of the plane |p| <= pHalf, |q| <= qHalf.
@@ -139,7 +141,7 @@ Errors drawMap(tool::Canvas& sheet, tool::Point at, Solver solver, double pHalf,
                 ++errors.miscounted;
                 continue;
             }
-            double const step = std::round(2 * (error - kBest)) / 2; // half decades: finer colours would show noise
+            double const step = std::round(2 * (error - kBest)) / 2; // half decades, because finer colours show noise
             image.at(x, y) = colourAt(step / (kWorst - kBest));
             errors.all.push_back(error);
         }
@@ -184,8 +186,8 @@ void drawAccuracy(std::string const& folder)
     }
     tool::Point const key{kPanel + 110, 1.5 * kPanel + 80};
     sheet.text({key.x, key.y - 60}, "Roots of x\u00b3 + p x + q", {19, tool::palette::ink, tool::Align::left, true});
-    tool::drawColourBar(sheet, {key.x, key.y, 400, 18}, colourAt, "1e-17", "1e-4", "error of the worst root");
-    tool::drawLegend(sheet, {key.x, key.y + 80}, {{tool::palette::accent, "another number of roots than is true"}});
+    tool::drawColourBar(sheet, {key.x, key.y, 400, 18}, colourAt, "1e-17", "1e-4", "largest error of a root");
+    tool::drawLegend(sheet, {key.x, key.y + 80}, {{tool::palette::accent, "wrong number of roots"}});
     save(sheet, folder + "/queries_cubic_accuracy.png");
 }
 

@@ -1,45 +1,42 @@
-// The pictures of docs/skinning.md, as SVG.
+// The pictures of docs/skinning.md.
 //
-// A ring of vertices with normals, seen along its axis, is squashed, stretched or twisted by a bone; the library's
-// normals stand beside those that a rotation of the rest normals would give.
+// The first shows a ring of vertices with normals, seen along its axis, that a bone squashes and turns: the library's
+// normals, and the rest normals after a rotation. The second shows what a bone does to a tube.
 
 #include <cmath>
 #include <string>
+#include <vector>
 
 #include <sinew/sinew.h>
 
-#include "svg.h"
+#include <tool/io/files.h>
+
+#include "figure.h"
 
 namespace {
 
-double const kPi = 3.14159265358979323846;
+using figures::Frame;
+using tool::Align;
+using tool::Canvas;
+using tool::Colour;
+using tool::Point;
+namespace colours = figures::colours;
 
-using figures::Point;
-using figures::Svg;
+using Lines = std::vector<std::vector<Point>>;
 
-Point flat(Vector3 const& v)
+constexpr double kPi = 3.14159265358979323846;
+constexpr Colour kOurs = colours::blue;
+constexpr Colour kRotated = colours::red;
+constexpr Colour kSurface = colours::grey;
+
+void addArrow(Lines& lines, Point const& from, Point const& tip)
 {
-    return {v.x, v.y};
+    double const length = std::hypot(tip.x - from.x, tip.y - from.y);
+    Point const along{(tip.x - from.x) / length, (tip.y - from.y) / length};
+    Point const base{tip.x - 5 * along.x, tip.y - 5 * along.y};
+    lines.push_back({from, tip});
+    lines.push_back({{base.x - 3 * along.y, base.y + 3 * along.x}, tip, {base.x + 3 * along.y, base.y - 3 * along.x}});
 }
-
-void line(Svg& drawing, Vector3 const& a, Vector3 const& b, char const* colour, double thickness)
-{
-    drawing.line(flat(a), flat(b), colour, thickness);
-}
-
-void arrow(Svg& drawing, Vector3 const& from, Vector3 const& step, char const* colour)
-{
-    Vector3 const tip = from + step;
-    UVector3 const along(step);
-    Vector3 const across(-along.y, along.x, 0);
-    line(drawing, from, tip, colour, 1.6);
-    line(drawing, tip, tip - 5 * along + 3 * across, colour, 1.6);
-    line(drawing, tip, tip - 5 * along - 3 * across, colour, 1.6);
-}
-
-char const* const kOurs = "#0b6fa4";
-char const* const kRotated = "#d1495b";
-char const* const kSurface = "#8a8378";
 
 smart_ptr<DisplayData> ring(int count)
 {
@@ -56,81 +53,85 @@ smart_ptr<DisplayData> ring(int count)
     return display;
 }
 
-// A ring under one bone, at `centre`, with the library's normals and, in red, the rest normals merely rotated.
-void drawRing(Svg& drawing, BoneTransform const& bone, Matrix3 const& rotation, Vector3 const& centre)
+// A ring under one bone, with the library's normals and, in red, the rest normals after `rotation` alone.
+void drawRing(Canvas& canvas, BoneTransform const& bone, Matrix3 const& rotation, Frame const& frame)
 {
     smart_ptr<DisplayData> const display = ring(28);
     smart_ptr<BoneTransformVector> const bones(new BoneTransformVector({bone}));
     SurfaceGeometryData const& rest = *display->surface;
     smart_ptr<SurfaceGeometryData> const posed = BoneTransformModifyer(bones)(display);
-    double const radius = 80;
-    auto const at = [&](std::size_t i) { return centre + radius * posed->positions[i % posed->positions.size()]; };
+    Lines surface(1), rotated, ours;
     for (std::size_t i = 0; i < posed->positions.size(); ++i) {
-        line(drawing, at(i), at(i + 1), kSurface, 2.5);
-        arrow(drawing, at(i), 28 * (rotation * rest.normals[i]), kRotated);
-        arrow(drawing, at(i), 34 * posed->normals[i], kOurs);
+        Vector3 const& p = posed->positions[i];
+        surface[0].push_back(frame(p));
+        addArrow(rotated, frame(p), frame(p + 0.35 * (rotation * rest.normals[i])));
+        addArrow(ours, frame(p), frame(p + 0.425 * posed->normals[i]));
     }
+    canvas.polylines(surface, {kSurface, 2.5}, true);
+    canvas.polylines(rotated, {kRotated, 1.6});
+    canvas.polylines(ours, {kOurs, 1.6});
 }
 
-void squashedNormals(std::string const& folder)
+void drawSquashedNormals(Canvas& canvas)
 {
-    Svg drawing(900, 330);
-    drawing.text({30, 300}, "A bone squashed to 0.4 of its length: normals", "font-size='17' font-weight='bold'");
-    line(drawing, {500, 306, 0}, {530, 306, 0}, kOurs, 3);
-    drawing.text({538, 300}, "sinew: cross of deformed tangents");
-    line(drawing, {500, 284, 0}, {530, 284, 0}, kRotated, 3);
-    drawing.text({538, 278}, "rest normals, rotated with the bone");
+    canvas.text({30, 30}, "A bone squashed to 0.4 of its length: normals", {17, tool::palette::ink, Align::left, true});
+    canvas.line({540, 24}, {570, 24}, {kOurs, 3});
+    canvas.text({578, 30}, "sinew: cross product of deformed tangents", {14});
+    canvas.line({540, 46}, {570, 46}, {kRotated, 3});
+    canvas.text({578, 52}, "rest normals, rotated with the bone", {14});
     BoneTransform const still({0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {1, 0, 0}, 0);
     BoneTransform const squashed({0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {0.4, 0, 0}, 0);
     Vector3 const leaning(std::cos(kPi / 6), std::sin(kPi / 6), 0);
-    BoneTransform const leaningToo({0, 0, 0}, {1, 0, 0}, {0, 0, 0}, 0.4 * leaning, 0);
-    drawRing(drawing, still, Matrix3(), {160, 140, 0});
-    drawRing(drawing, squashed, Matrix3(), {440, 140, 0});
-    drawRing(drawing, leaningToo, Matrix3::rotationMatrix(UVector3(1, 0, 0), UVector3(leaning)), {720, 140, 0});
-    drawing.text({160, 8}, "at rest", "text-anchor='middle'");
-    drawing.text({440, 8}, "squashed along x", "text-anchor='middle'");
-    drawing.text({720, 8}, "squashed and turned by 30 degrees", "text-anchor='middle'");
-    drawing.save(folder + "/skinning_normals.svg");
+    BoneTransform const squashedAndTurned({0, 0, 0}, {1, 0, 0}, {0, 0, 0}, 0.4 * leaning, 0);
+    drawRing(canvas, still, Matrix3(), {{160, 190}, 80});
+    drawRing(canvas, squashed, Matrix3(), {{440, 190}, 80});
+    drawRing(canvas, squashedAndTurned, Matrix3::rotationMatrix(UVector3(1, 0, 0), UVector3(leaning)),
+             {{720, 190}, 80});
+    tool::TextStyle const centred{14, tool::palette::ink, Align::centre};
+    canvas.text({160, 322}, "at rest", centred);
+    canvas.text({440, 322}, "squashed along x", centred);
+    canvas.text({720, 322}, "squashed and turned by 30 degrees", centred);
 }
 
-// A grid of lines along and around a unit tube under a bone, seen from the side and a little from above.
-void drawTube(Svg& drawing, BoneTransform const& bone, Vector3 const& corner, char const* title)
+// A grid of lines along and around a tube of unit length under a bone, seen from the side and a little from above.
+void drawTube(Canvas& canvas, BoneTransform const& bone, Point const& corner, char const* title)
 {
+    constexpr int kLinesAlong = 12;
+    constexpr int kMarked = 3; // the red line, which shows the twist
+    constexpr int kRings = 7;
+    Frame const frame{corner, 120};
     auto const seen = [&](double along, double angle) {
         Vector3 const p = bone * Vector3(along, 0.35 * std::cos(angle), 0.35 * std::sin(angle));
-        return corner + Vector3(120 * p.x + 45 * p.z, 120 * p.y + 25 * p.z, 0); // oblique, so that rings show as rings
+        return frame(Vector3(p.x + 0.375 * p.z, p.y + 0.21 * p.z, 0)); // oblique, so that rings show as rings
     };
-    int const steps = 24;
-    for (int k = 0; k < 12; ++k) {
-        double const angle = 2 * kPi * k / 12;
-        for (int i = 0; i < steps; ++i) {
-            line(drawing, seen(i / 24.0, angle), seen((i + 1) / 24.0, angle), k == 3 ? kRotated : kSurface,
-                 k == 3 ? 3 : 1);
-        }
+    Lines surface, marked;
+    for (int k = 0; k < kLinesAlong; ++k) {
+        std::vector<Point> line;
+        for (int i = 0; i <= 24; ++i) line.push_back(seen(i / 24.0, 2 * kPi * k / kLinesAlong));
+        (k == kMarked ? marked : surface).push_back(line);
     }
-    for (int i = 0; i <= steps; i += 4) {
-        for (int k = 0; k < 36; ++k) {
-            line(drawing, seen(i / 24.0, 2 * kPi * k / 36), seen(i / 24.0, 2 * kPi * (k + 1) / 36), kSurface, 1);
-        }
+    for (int i = 0; i < kRings; ++i) {
+        surface.emplace_back();
+        for (int k = 0; k <= 36; ++k) surface.back().push_back(seen(i / (kRings - 1.0), 2 * kPi * k / 36));
     }
-    Vector3 const start = corner + Vector3(120 * bone.translation.x, 120 * bone.translation.y, 0);
-    Vector3 const end = corner + 120 * (bone * Vector3(1, 0, 0));
-    arrow(drawing, start, end - start, kOurs);
-    drawing.text({corner.x, 12}, title);
+    canvas.polylines(surface, {kSurface, 1});
+    canvas.polylines(marked, {kRotated, 3});
+    Lines axis;
+    addArrow(axis, frame(bone.translation), frame(bone * Vector3(1, 0, 0)));
+    canvas.polylines(axis, {kOurs, 1.6});
+    canvas.text({corner.x, 238}, title, {14});
 }
 
-void boneParts(std::string const& folder)
+void drawBoneParts(Canvas& canvas)
 {
-    Svg drawing(900, 250);
-    drawing.text({30, 222}, "What a bone does to the tube around it", "font-size='17' font-weight='bold'");
+    canvas.text({30, 28}, "What a bone does to a tube around it", {17, tool::palette::ink, Align::left, true});
     Vector3 const o(0, 0, 0);
     Vector3 const x(1, 0, 0);
     Vector3 const raised(std::cos(0.5), std::sin(0.5), 0);
-    drawTube(drawing, BoneTransform(o, x, o, x, 0), {40, 90, 0}, "at rest");
-    drawTube(drawing, BoneTransform(o, x, o, raised, 0), {235, 75, 0}, "turned");
-    drawTube(drawing, BoneTransform(o, x, o, x, kPi / 2), {430, 90, 0}, "twisted by a quarter turn");
-    drawTube(drawing, BoneTransform(o, x, o, 1.6 * x, 0), {640, 90, 0}, "stretched by 1.6, as thick as before");
-    drawing.save(folder + "/skinning_bone.svg");
+    drawTube(canvas, BoneTransform(o, x, o, x, 0), {40, 160}, "at rest");
+    drawTube(canvas, BoneTransform(o, x, o, raised, 0), {235, 175}, "turned");
+    drawTube(canvas, BoneTransform(o, x, o, x, kPi / 2), {430, 160}, "twisted by a quarter turn");
+    drawTube(canvas, BoneTransform(o, x, o, 1.6 * x, 0), {640, 160}, "stretched by 1.6, equally thick");
 }
 
 } // namespace
@@ -138,7 +139,6 @@ void boneParts(std::string const& folder)
 int main(int argc, char** argv)
 {
     std::string const folder = argc > 1 ? argv[1] : ".";
-    squashedNormals(folder);
-    boneParts(folder);
-    return 0;
+    tool::writeFile(folder + "/skinning_normals.svg", tool::svgOf(900, 330, drawSquashedNormals));
+    tool::writeFile(folder + "/skinning_bone.svg", tool::svgOf(900, 250, drawBoneParts));
 }

@@ -1,5 +1,5 @@
 // The picture of texture compaction in docs/meshfunc.md: an atlas, the triangles that show a used texel, and the
-// smaller texture they are moved to.
+// smaller texture to which they move.
 
 #include <cmath>
 #include <string>
@@ -8,14 +8,22 @@
 #include <sinew/meshfunc/mesh_function_2d.h>
 #include <sinew/meshfunc/texture_compaction.h>
 
-#include "svg.h"
+#include <tool/io/files.h>
 
-using figures::Point;
-using figures::Svg;
+#include "figure.h"
 
 namespace {
 
-int const kSize = 64;
+using figures::Frame;
+using figures::Vector2;
+using tool::Canvas;
+using tool::Colour;
+namespace colours = figures::colours;
+
+constexpr int kSize = 64;       // texels along a side of the texture
+constexpr double kTexel = 6.25; // units of the canvas along a side of a texel
+constexpr int kCells = 16;      // of the mesh, along a side
+constexpr double kFrameWidth = 1.4;
 
 // Two used blobs in one quarter of the texture.
 bool isUsed(int x, int y)
@@ -27,40 +35,95 @@ bool isUsed(int x, int y)
     return inBlob(18, 40, 8, 6) || inBlob(31, 47, 5, 7);
 }
 
-MeshFunction2D squareMesh(int cells)
+std::vector<bool> usedTexels()
 {
-    std::vector<Point> points;
-    std::vector<int> facets;
-    for (int j = 0; j <= cells; ++j) {
-        for (int i = 0; i <= cells; ++i) points.emplace_back(i / double(cells), j / double(cells));
+    std::vector<bool> used;
+    for (int y = 0; y < kSize; ++y) {
+        for (int x = 0; x < kSize; ++x) used.push_back(isUsed(x, y));
     }
-    for (int j = 0; j < cells; ++j) {
-        for (int i = 0; i < cells; ++i) {
-            int const a = i + (cells + 1) * j;
-            facets.insert(facets.end(), {a, a + 1, a + cells + 1, a + 1, a + cells + 2, a + cells + 1});
+    return used;
+}
+
+// The unit square, mapped to itself.
+MeshFunction2D squareMesh()
+{
+    std::vector<Vector2> points;
+    std::vector<int> facets;
+    for (int j = 0; j <= kCells; ++j) {
+        for (int i = 0; i <= kCells; ++i) {
+            points.emplace_back(static_cast<double>(i) / kCells, static_cast<double>(j) / kCells);
+        }
+    }
+    for (int j = 0; j < kCells; ++j) {
+        for (int i = 0; i < kCells; ++i) {
+            int const a = i + (kCells + 1) * j;
+            facets.insert(facets.end(), {a, a + 1, a + kCells + 1, a + 1, a + kCells + 2, a + kCells + 1});
         }
     }
     return MeshFunction2D(points, points, facets, {});
 }
 
-void drawTriangles(Svg& svg, MeshFunction2D const& f, std::string const& style)
+// The triangles on a texture of width x height texels, in a frame whose unit is a texel.
+void drawTriangles(Canvas& canvas, Frame const& frame, MeshFunction2D const& f, int width, int height,
+                   tool::Stroke const& stroke)
 {
+    std::vector<std::vector<tool::Point>> triangles;
     for (std::size_t t = 0; t + 2 < f.facets.size(); t += 3) {
-        std::vector<Point> corners;
-        for (std::size_t k = 0; k < 3; ++k) corners.push_back(f.values[static_cast<std::size_t>(f.facets[t + k])]);
-        svg.polygon(corners, style);
-    }
-}
-
-void drawTexels(Svg& svg, double texelWidth, double texelHeight, int dx, int dy)
-{
-    for (int y = 0; y < kSize; ++y) {
-        for (int x = 0; x < kSize; ++x) {
-            if (!isUsed(x, y)) continue;
-            svg.rect({(x + dx) * texelWidth, (y + dy) * texelHeight},
-                     {(x + dx + 1) * texelWidth, (y + dy + 1) * texelHeight}, "fill='#7fb6d0'");
+        triangles.emplace_back();
+        for (std::size_t k = 0; k < 3; ++k) {
+            Vector2 const& value = f.values[static_cast<std::size_t>(f.facets[t + k])];
+            triangles.back().push_back(frame(Vector2(value.x * width, value.y * height)));
         }
     }
+    canvas.polylines(triangles, stroke, true);
+}
+
+void drawTexels(Canvas& canvas, Frame const& frame, int dx, int dy)
+{
+    std::vector<std::vector<tool::Point>> texels;
+    for (int y = 0; y < kSize; ++y) {
+        for (int x = 0; x < kSize; ++x) {
+            double const left = x + dx, low = y + dy;
+            if (!isUsed(x, y)) continue;
+            texels.push_back(frame.line({{left, low}, {left + 1, low}, {left + 1, low + 1}, {left, low + 1}}));
+        }
+    }
+    canvas.polygons(texels, colours::lightBlue);
+}
+
+// A rectangle of texels from its lower left corner.
+void drawRectangle(Canvas& canvas, Frame const& frame, int x, int y, int width, int height, tool::Stroke const& stroke)
+{
+    canvas.frame(frame.box(Vector2(x, y), Vector2(x + width, y + height)), stroke);
+}
+
+void drawCompaction(Canvas& canvas)
+{
+    constexpr Colour kInk = tool::palette::ink;
+    std::vector<bool> const used = usedTexels();
+    MeshFunction2D f = squareMesh();
+    TextureOptimizer const optimizer(used, kSize, kSize);
+    TextureOptimizer::RectMotion const& moved = optimizer.motions.at(0);
+
+    Frame const before{{20, 440}, kTexel};
+    canvas.text({20, 31}, "64 x 64: triangles that show a used texel (dark), and the others", {14});
+    drawTexels(canvas, before, 0, 0);
+    drawTriangles(canvas, before, f, kSize, kSize, {Colour::hex(0xc9c3b8), 0.7});
+    f.eraseExtraTriangles(EmptyRectTester(used, kSize, kSize));
+    drawTriangles(canvas, before, f, kSize, kSize, {kInk, 1});
+    drawRectangle(canvas, before, moved.x, moved.y, moved.w, moved.h, {colours::red, 2.2});
+    drawRectangle(canvas, before, 0, 0, kSize, kSize, {kInk, kFrameWidth});
+    canvas.text({20, 464}, "red: the used part and a margin of one texel; it moves", {14, colours::red});
+
+    int const width = optimizer.newWidth, height = optimizer.newHeight;
+    Frame const after{{520, 290}, kTexel};
+    canvas.text({520, 290 - kTexel * height - 12},
+                std::to_string(width) + " x " + std::to_string(height) + ": the same texels", {14});
+    drawTexels(canvas, after, moved.dx, moved.dy);
+    f.remapToOptimized(optimizer);
+    drawTriangles(canvas, after, f, width, height, {kInk, 1});
+    drawRectangle(canvas, after, 0, 0, moved.w, moved.h, {colours::red, 2.2});
+    drawRectangle(canvas, after, 0, 0, width, height, {kInk, kFrameWidth});
 }
 
 } // namespace
@@ -68,40 +131,5 @@ void drawTexels(Svg& svg, double texelWidth, double texelHeight, int dx, int dy)
 int main(int argc, char** argv)
 {
     std::string const folder = argc > 1 ? argv[1] : ".";
-    std::vector<bool> used(kSize * kSize);
-    for (int y = 0; y < kSize; ++y) {
-        for (int x = 0; x < kSize; ++x) used[static_cast<std::size_t>(x + kSize * y)] = isUsed(x, y);
-    }
-    MeshFunction2D f = squareMesh(16);
-    TextureOptimizer const optimizer(used, kSize, kSize);
-    TextureOptimizer::RectMotion const& box = optimizer.motions.at(0);
-
-    Svg svg(800, 490);
-    svg.origin = {20, 50};
-    svg.scale = 400;
-    svg.text({0, 1.02}, "64 x 64: triangles that show a used texel (dark), and the rest");
-    drawTexels(svg, 1.0 / kSize, 1.0 / kSize, 0, 0);
-    drawTriangles(svg, f, "fill='none' stroke='#c9c3b8' stroke-width='0.7'");
-    f.eraseExtraTriangles(EmptyRectTester(used, kSize, kSize));
-    drawTriangles(svg, f, "fill='none' stroke='#2b2b2b' stroke-width='1'");
-    auto const texel = [](int t) { return t / double(kSize); };
-    svg.rect({texel(box.x), texel(box.y)}, {texel(box.x + box.w), texel(box.y + box.h)},
-             "fill='none' stroke='#d1495b' stroke-width='2.2'");
-    svg.rect({0, 0}, {1, 1}, "fill='none' stroke='#2b2b2b' stroke-width='1.4'");
-    svg.text({0, -0.06}, "red: the used part with its margin of one texel, which moves", "fill='#d1495b'");
-
-    // The new texture at the same size of a texel.
-    double const scale = 400.0 / kSize;
-    svg.origin = {520, 200};
-    svg.scale = 1;
-    svg.text({0, optimizer.newHeight * scale + 12},
-             std::to_string(optimizer.newWidth) + " x " + std::to_string(optimizer.newHeight) + ": the same texels");
-    drawTexels(svg, scale, scale, box.dx, box.dy);
-    f.remapToOptimized(optimizer);
-    for (Point& value : f.values) value = {value.x * optimizer.newWidth * scale, value.y * optimizer.newHeight * scale};
-    drawTriangles(svg, f, "fill='none' stroke='#2b2b2b' stroke-width='1'");
-    svg.rect({0, 0}, {box.w * scale, box.h * scale}, "fill='none' stroke='#d1495b' stroke-width='2.2'");
-    svg.rect({0, 0}, {optimizer.newWidth * scale, optimizer.newHeight * scale},
-             "fill='none' stroke='#2b2b2b' stroke-width='1.4'");
-    svg.save(folder + "/meshfunc_compaction.svg");
+    tool::writeFile(folder + "/meshfunc_compaction.svg", tool::svgOf(800, 490, drawCompaction));
 }

@@ -1,25 +1,20 @@
 #include <sinew/core/bbox.h>
 
+#include <algorithm>
+
 using sinew::kGeometricZero;
 
 namespace {
 
-// Written with one comparison each: equal values, zeros of either sign among them, and NaN leave `a`.
-double smaller(double a, double b)
-{
-    return b < a ? b : a;
-}
-double larger(double a, double b)
-{
-    return b > a ? b : a;
-}
+// Component by component. The order of the arguments matters: std::min(a, b) and std::max(a, b) return a if the
+// values are equal (0.0 and -0.0 too) or if one of them is NaN.
 Vector3 smaller(Vector3 const& a, Vector3 const& b)
 {
-    return {smaller(a.x, b.x), smaller(a.y, b.y), smaller(a.z, b.z)};
+    return {std::min(a.x, b.x), std::min(a.y, b.y), std::min(a.z, b.z)};
 }
 Vector3 larger(Vector3 const& a, Vector3 const& b)
 {
-    return {larger(a.x, b.x), larger(a.y, b.y), larger(a.z, b.z)};
+    return {std::max(a.x, b.x), std::max(a.y, b.y), std::max(a.z, b.z)};
 }
 
 } // namespace
@@ -61,10 +56,10 @@ void Bbox::operator+=(Bbox const& b)
 
 void Bbox::expand(double f)
 {
-    Vector3 const center = (min + max) / 2.0;
-    Vector3 const half = (max - center) * (f + 1.0);
-    max = center + half;
-    min = center - half;
+    Vector3 const centre = (min + max) / 2.0;
+    Vector3 const half = (max - centre) * (f + 1.0);
+    max = centre + half;
+    min = centre - half;
 }
 
 void Bbox::boundsInDir(UVector3 d, Vector3* lo, Vector3* hi) const

@@ -1,46 +1,53 @@
 #pragma once
 
-/// The axis-aligned bounding box: built from points, grown, intersected, united, scaled, queried.
+/// The axis-aligned bounding box. Use it to bound a set of points and to intersect, unite or scale such bounds.
 ///
-/// An empty box is one whose lower corner exceeds its upper corner on some axis; such a box is called invalid, and each
-/// operation says what it does with one. Nothing throws or reports.
+/// Nothing throws. All functions have constant cost, except the constructor from points.
 
 #include <vector>
 
 #include <sinew/core/tolerances.h>
 #include <sinew/core/vector3.h>
 
+/// An axis-aligned box: the points whose coordinates lie between those of two corners.
+///
+/// A box is invalid if its lower corner exceeds its upper corner by more than 1e-13 on some axis (`isValid`). An
+/// invalid box stands for the empty set. Each operation states how it treats one.
 class Bbox
 {
 public:
-    /// Smallest corner.
+    /// The corner with the smallest coordinates.
     Vector3 min;
 
-    /// Largest corner. It lies below `min` in the default box, on z alone: (0, 0, 0) to (0, 0, -2).
+    /// The corner with the largest coordinates. In the default box it is (0, 0, -2), so the z axis makes
+    /// that box invalid.
     Vector3 max = {0.0, 0.0, -2.0};
 
-    /// The default box, which is invalid.
+    /// The default box, from (0, 0, 0) to (0, 0, -2), which is invalid.
     constexpr Bbox() = default;
 
-    /// The smallest box around `points`. No points give the valid box that holds the origin alone, not the default box.
+    /// The smallest box that contains all `points`. For no points it is the valid box that contains only the origin,
+    /// not the default box.
     ///
-    /// Of equal coordinates the first stays. A NaN coordinate of the first point stays NaN; of any other it is ignored.
+    /// Of equal coordinates (0.0 and -0.0) the first is kept. A NaN coordinate of the first point stays NaN in both
+    /// corners; a NaN coordinate of another point is ignored. Cost: linear in the number of points.
     SINEW_API explicit Bbox(std::vector<Vector3> const& points);
 
-    /// Back to the default box.
+    /// Makes this the default box.
     constexpr void reset() { *this = Bbox(); }
 
-    /// The box that holds `p` alone.
+    /// Makes this the box that contains only `p`.
     constexpr void init(Vector3 const& p) { min = max = Vector3(p); }
 
-    /// Whether min <= max + 1e-13 on every axis. NaN coordinates count as valid.
+    /// Whether no axis has min > max + 1e-13. A NaN coordinate does not make the box invalid.
     constexpr bool isValid() const
     {
-        constexpr double slack = sinew::kGeometricZero;
-        return !(min.x > max.x + slack || min.y > max.y + slack || min.z > max.z + slack);
+        using sinew::kGeometricZero;
+        return !(min.x > max.x + kGeometricZero || min.y > max.y + kGeometricZero || min.z > max.z + kGeometricZero);
     }
 
-    /// Grows to contain `p`; an invalid box becomes the point. A NaN coordinate of p is ignored.
+    /// Grows the box to contain `p`. An invalid box becomes the box that contains only p. A valid box ignores a NaN
+    /// coordinate of p.
     constexpr void update(Vector3 const& p)
     {
         if (!isValid()) return init(p);
@@ -49,44 +56,54 @@ public:
         updateAxis(p.z, min.z, max.z);
     }
 
-    /// Intersects with `b` in place. An invalid box stays as it is, an invalid `b` leaves the default box, and disjoint
-    /// boxes leave an invalid one.
+    /// Replaces this box by its intersection with `b`. If this box is invalid, nothing changes. If `b` is invalid,
+    /// the result is the default box. If a gap of more than 1e-13 lies between the boxes, the result is invalid.
+    ///
+    /// A NaN coordinate of this box stays NaN; a NaN coordinate of b is ignored.
     SINEW_API void isec(Bbox const& b);
 
-    /// The smallest box around both. The default box if either is invalid.
+    /// The smallest box that contains both boxes, or the default box if either is invalid.
+    ///
+    /// A NaN coordinate of this box stays NaN; a NaN coordinate of b is ignored.
     SINEW_API Bbox operator+(Bbox const& b) const;
 
-    /// Becomes this + `b`, so that an invalid `b` leaves the default box; an invalid box becomes a copy of `b`.
+    /// Replaces a valid box by this + `b`, which is the default box if `b` is invalid, and an invalid box by a
+    /// copy of `b`.
     SINEW_API void operator+=(Bbox const& b);
 
-    /// Whether the box is valid and holds `p`, faces included, without tolerance. NaN is outside.
+    /// Whether the box is valid and contains `p`. The faces belong to the box; there is no tolerance. A NaN
+    /// coordinate of the box or of p gives false.
     constexpr bool filter(Vector3 const& p) const
     {
         return isValid() && min.x <= p.x && p.x <= max.x && min.y <= p.y && p.y <= max.y && min.z <= p.z &&
                p.z <= max.z;
     }
 
-    /// Volume, or -2.0 for an invalid box.
+    /// The volume, or -2.0 for an invalid box.
     constexpr double volume() const
     {
-        if (!isValid()) return -2.0;
+        if (!isValid()) return kInvalidVolume;
         return (max.x - min.x) * (max.y - min.y) * (max.z - min.z);
     }
 
-    /// Scales the box about its centre by 1 + `f`: 0 keeps it (to rounding), 1 doubles its extent, -1 collapses it to
-    /// its centre, less turns it inside out. Validity is not asked.
+    /// Scales the box about its centre by 1 + `f`. The value 0 changes nothing (up to rounding), 1 doubles the
+    /// extent, -1 shrinks the box to its centre, and a smaller value exchanges the corners. Whether the box is valid
+    /// makes no difference.
     SINEW_API void expand(double f);
 
-    /// The corners with the least and the greatest extent along `d`.
+    /// The corners with the smallest and the largest extent along `d`.
     ///
     /// @param lo, hi  receive the two corners; either may be null.
     ///
-    /// A corner replaces the choice only where it reaches farther by more than 1e-13. The choice starts at `min` and
-    /// `max` (exchanged where the diagonal points against d by more than 1e-13) and the others follow with z running
-    /// fastest, so ties keep the starting corners, then the earlier one. Validity is not asked.
+    /// The search starts with `min` and `max`, exchanged if (max - min) * d < -1e-13, and visits the eight corners
+    /// with z varying fastest and x slowest. A corner replaces the smallest or the largest so far only if it exceeds
+    /// that corner by more than 1e-13. Among ties the starting corners are kept, then the corner that is visited
+    /// first. Whether the box is valid makes no difference.
     SINEW_API void boundsInDir(UVector3 d, Vector3* lo, Vector3* hi) const;
 
 private:
+    static constexpr double kInvalidVolume = -2.0;
+
     static constexpr void updateAxis(double p, double& low, double& high)
     {
         if (low > p) {
@@ -97,6 +114,7 @@ private:
     }
 };
 
+/// Exact comparison of the corners: 0.0 equals -0.0, and NaN equals nothing.
 constexpr bool operator==(Bbox const& a, Bbox const& b)
 {
     return a.min == b.min && a.max == b.max;

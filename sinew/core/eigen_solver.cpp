@@ -1,3 +1,8 @@
+// C. G. J. Jacobi, Über ein leichtes Verfahren, die in der Theorie der Säcularstörungen vorkommenden Gleichungen
+// numerisch aufzulösen, Journal für die reine und angewandte Mathematik 30, 1846. W. H. Press et al., Numerical
+// Recipes, section 11.1, for the formulas of one rotation. They use tau = s / (1 + c) after H. Rutishauser, The
+// Jacobi Method for Real Symmetric Matrices, Numerische Mathematik 9, 1966.
+
 #include <sinew/core/eigen_solver.h>
 
 #include <tuple>
@@ -8,10 +13,16 @@
 namespace {
 
 constexpr int kMaxRotations = 51;
-constexpr double kConverged = 1e-08; // sum of off-diagonal magnitudes
-constexpr double kSteepAngle = 1e13; // beyond it theta squared would only lose digits
 
-// The rotation that annihilates the element `apq`, where d is a_qq - a_pp; false when nothing is left to rotate.
+// Sum of the off-diagonal magnitudes up to which a matrix counts as diagonal; absolute, in the unit of the elements.
+constexpr double kConverged = 1e-08;
+
+// Magnitude of theta, the cotangent of twice the rotation angle, beyond which the tangent is computed as 1 / (2
+// theta), that is apq / d. It has no unit. Both formulas agree there up to rounding, and theta^2 could overflow.
+constexpr double kSteepAngle = 1e13;
+
+// The rotation that annihilates the element `apq`, where d is a_qq - a_pp. False, with nothing written, if both are
+// too small to rotate.
 bool planeRotation(double d, double apq, double& c, double& s, double& t, double& tau)
 {
     double const doubled = 2 * apq;
@@ -29,12 +40,13 @@ bool planeRotation(double d, double apq, double& c, double& s, double& t, double
     return true;
 }
 
-// One step in the plane (p, q), with the remaining index r. The plane is a template argument so that w and v stay in
-// registers: with indices known only at run time every element would go through memory, store upon load.
-template <int p, int q>
+// Rotates w and the accumulated vectors v in the plane (p, q); r is the remaining index. The indices are
+// template arguments so that w and v stay in registers: indices known only at run time would force every
+// element through memory.
+template <int p, int q, int r>
 bool rotate(Matrix3& w, Matrix3& v)
 {
-    constexpr int r = 3 - p - q;
+    static_assert(q < p && p + q + r == 3);
     double c = 0.0;
     double s = 0.0;
     double t = 0.0;
@@ -58,8 +70,8 @@ bool rotate(Matrix3& w, Matrix3& v)
     return true;
 }
 
-// Row and column of the largest element of the strict lower triangle. A later one replaces the choice when it is at
-// least as large, which no comparison with NaN says.
+// Row and column of the largest element of the strict lower triangle. A later element replaces the choice if it is at
+// least as large; every comparison with NaN is false, so a later NaN does not.
 std::pair<int, int> largestOffDiagonal(Matrix3 const& m)
 {
     std::pair<int, int> plane(1, 0);
@@ -75,16 +87,17 @@ std::pair<int, int> largestOffDiagonal(Matrix3 const& m)
 bool rotateLargest(Matrix3& w, Matrix3& v)
 {
     auto const [p, q] = largestOffDiagonal(w);
-    if (p == 1) return rotate<1, 0>(w, v);
-    return q == 0 ? rotate<2, 0>(w, v) : rotate<2, 1>(w, v);
+    if (p == 1) return rotate<1, 0, 2>(w, v);
+    return q == 0 ? rotate<2, 0, 1>(w, v) : rotate<2, 1, 0>(w, v);
 }
 
-bool diagonalize(Matrix3& w, Matrix3& v)
+// Rotates until w counts as diagonal. False if kMaxRotations did not suffice.
+bool diagonalise(Matrix3& w, Matrix3& v)
 {
     for (int rotations = 0; rotations < kMaxRotations; ++rotations) {
         if (!rotateLargest(w, v)) return true;
         double const rest = std::fabs(w(1, 0)) + std::fabs(w(2, 0)) + std::fabs(w(2, 1));
-        if (!(rest > kConverged)) return true; // a NaN sum will not improve either
+        if (!(rest > kConverged)) return true; // true for a NaN sum, which further rotations would not change
     }
     return false;
 }
@@ -104,7 +117,7 @@ bool jacobiMethod(Matrix3 const& A, double* values, UVector3* vectors)
     for (int i = 0; i < 3; ++i) {
         for (int j = 0; j <= i; ++j) w(i, j) = w(j, i) = (A(i, j) + A(j, i)) * 0.5;
     }
-    bool const converged = diagonalize(w, v);
+    bool const converged = diagonalise(w, v);
 
     double eigenvalues[3] = {w(0, 0), w(1, 1), w(2, 2)};
     Vector3 columns[3] = {v.column(0), v.column(1), v.column(2)};
@@ -121,4 +134,19 @@ bool jacobiMethod(Matrix3 const& A, double* values, UVector3* vectors)
         if (vectors) vectors[k] = UVector3(columns[k]);
     }
     return converged;
+}
+
+// The members of `Matrix3` that decompose and reassemble. They are defined here and not in matrix3.cpp, so that
+// `Matrix3` does not depend on the solver.
+
+int Matrix3::getEigensystem(double* values, UVector3* vectors) const
+{
+    jacobiMethod(*this, values, vectors);
+    return 3;
+}
+
+Matrix3 Matrix3::getMatrixFromEigs(double const* values, Vector3 const* vectors)
+{
+    Matrix3 const basis(vectors[0], vectors[1], vectors[2]);
+    return basis * sinew::diagonalMatrix(values[0], values[1], values[2]) * basis.inverse();
 }

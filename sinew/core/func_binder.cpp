@@ -1,8 +1,14 @@
 #include <sinew/core/func_binder.h>
 
-// Constant-initialised: null in the file itself, so no constructor that runs late can wipe what a host library
-// registered from a constructor of its own. Exported with default visibility, so that the loader merges the copies
-// where several libraries of a host have the static library inside.
+namespace {
+
+constexpr double kDefaultSize = 0.1; // what `dVec` passes as the double
+
+} // namespace
+
+// Constant-initialised, so that no constructor resets the slots after a host library has registered callbacks in a
+// constructor. Exported with default visibility, so that the loader merges the copies if several libraries of a host
+// contain the static library.
 vxFuncBinder vxFuncBinder::instance_;
 
 vxFuncBinder* vxFuncBinder::iGet()
@@ -50,7 +56,7 @@ void vxFuncBinder::drawPoint(Vector3 const& p, int i)
 
 void vxFuncBinder::drawPoints(std::vector<Vector3> const& points, int i, int j)
 {
-    // Guarded by the draw-point slot: hosts register both point callbacks together and switch both by that one.
+    // The draw-point slot decides: part of the contract. Hosts register both point callbacks together.
     if (instance_.drawPointSlot) instance_.drawPointsSlot(points, i, j);
 }
 
@@ -66,7 +72,7 @@ void dVecSc(Vector3& a, Vector3& b, int i, double d)
 
 void dVec(Vector3& a, Vector3& b, int i)
 {
-    vxFuncBinder::drawVector(a, b, i, 0.1);
+    vxFuncBinder::drawVector(a, b, i, kDefaultSize);
 }
 
 void dPnt(Vector3& p, int i)

@@ -2,8 +2,10 @@
 
 /// `std::hash` for the value types, so that they can be keys of unordered containers.
 ///
-/// Equal values hash equally, zeros of either sign among them. Keys are compared exactly, without tolerance; a NaN is
-/// equal to nothing, so a key that holds one is never found again. The same on every run and machine of one word size.
+/// Equal values have equal hash values; 0.0 and -0.0 are equal. Containers compare keys exactly, without tolerance. A
+/// NaN equals nothing, so a key that contains a NaN is never found. The hash value of a key is the same in every run
+/// and on every machine with the same size of `std::size_t`.
+/// Source: D. E. Knuth, The Art of Computer Programming, volume 3, section 6.4 (multiplicative hashing).
 
 #include <cstddef>
 #include <cstdint>
@@ -19,25 +21,51 @@
 
 namespace sinew {
 
-/// Mixes numbers, one after another, into one hash value.
+/// Combines a sequence of numbers into one hash value.
 class Hasher
 {
 public:
-    /// Mixes in one number; -0.0 counts as 0.0.
+    /// Adds one number. -0.0 counts as 0.0.
     void add(double value)
     {
         std::uint64_t bits = 0;
         if (value != 0.0) std::memcpy(&bits, &value, sizeof bits);
-        // A product only carries upwards, and round numbers have their bits at the top: fold them down before and
-        // after.
+        // A product carries only towards higher bits, and round numbers differ only in high bits. The high half is
+        // therefore folded into the low half before and after the product.
         bits ^= bits >> 32;
-        state_ = (state_ ^ bits) * 0x9e3779b97f4a7c15u; // the golden ratio in 64 bits, odd
+        state_ = (state_ ^ bits) * kMultiplier;
         state_ ^= state_ >> 32;
     }
+
+    /// Adds the components or elements of a value in the order of storage.
     void add(Vector3 const& v)
     {
         for (int i = 0; i < 3; ++i) add(v[i]);
     }
+    void add(Matrix3 const& m) { addMatrix<3>(m); }
+    void add(Matrix const& m) { addMatrix<4>(m); }
+    void add(Transform const& t)
+    {
+        add(t.linear);
+        add(t.translation);
+        add(t.scale);
+    }
+    void add(Bbox const& box)
+    {
+        add(box.min);
+        add(box.max);
+    }
+    template <typename T>
+    void add(tzNM::vect2<T> const& v)
+    {
+        add(static_cast<double>(v.x));
+        add(static_cast<double>(v.y));
+    }
+
+    /// The hash value of the numbers so far.
+    std::size_t value() const { return static_cast<std::size_t>(state_); }
+
+private:
     template <int size, typename SquareMatrix>
     void addMatrix(SquareMatrix const& m)
     {
@@ -45,86 +73,57 @@ public:
             for (int j = 0; j < size; ++j) add(m(i, j));
         }
     }
-    std::size_t value() const { return static_cast<std::size_t>(state_); }
 
-private:
-    std::uint64_t state_ = 0x2545f4914f6cdd1du; // not zero: leading zeros must count
+    static constexpr std::uint64_t kMultiplier = 0x9e3779b97f4a7c15u; // 2^64 divided by the golden ratio; odd
+    std::uint64_t state_ = 0x2545f4914f6cdd1du;                       // not 0, so that leading zeros change the result
+};
+
+/// The function object that `std::hash` of each value type is.
+template <typename T>
+struct ValueHash
+{
+    std::size_t operator()(T const& value) const noexcept
+    {
+        Hasher hasher;
+        hasher.add(value);
+        return hasher.value();
+    }
 };
 
 } // namespace sinew
 
 template <>
-struct std::hash<Vector3>
-{
-    std::size_t operator()(Vector3 const& v) const noexcept
-    {
-        sinew::Hasher hasher;
-        hasher.add(v);
-        return hasher.value();
-    }
-};
-
-template <>
-struct std::hash<UVector3> : std::hash<Vector3>
+struct std::hash<Vector3> : sinew::ValueHash<Vector3>
 {
 };
 
 template <>
-struct std::hash<Matrix3>
+struct std::hash<UVector3> : sinew::ValueHash<Vector3>
 {
-    std::size_t operator()(Matrix3 const& m) const noexcept
-    {
-        sinew::Hasher hasher;
-        hasher.addMatrix<3>(m);
-        return hasher.value();
-    }
 };
 
 template <>
-struct std::hash<Matrix>
+struct std::hash<Matrix3> : sinew::ValueHash<Matrix3>
 {
-    std::size_t operator()(Matrix const& m) const noexcept
-    {
-        sinew::Hasher hasher;
-        hasher.addMatrix<4>(m);
-        return hasher.value();
-    }
 };
 
 template <>
-struct std::hash<Transform>
+struct std::hash<Matrix> : sinew::ValueHash<Matrix>
 {
-    std::size_t operator()(Transform const& t) const noexcept
-    {
-        sinew::Hasher hasher;
-        hasher.addMatrix<3>(t.linear);
-        hasher.add(t.translation);
-        hasher.add(t.scale);
-        return hasher.value();
-    }
 };
 
 template <>
-struct std::hash<Bbox>
+struct std::hash<Transform> : sinew::ValueHash<Transform>
 {
-    std::size_t operator()(Bbox const& box) const noexcept
-    {
-        sinew::Hasher hasher;
-        hasher.add(box.min);
-        hasher.add(box.max);
-        return hasher.value();
-    }
 };
 
-/// For floating-point T; a double holds every value of those exactly.
+template <>
+struct std::hash<Bbox> : sinew::ValueHash<Bbox>
+{
+};
+
+/// For a floating-point type T whose values a double represents exactly.
 template <typename T>
-struct std::hash<tzNM::vect2<T>>
+struct std::hash<tzNM::vect2<T>> : sinew::ValueHash<tzNM::vect2<T>>
 {
-    std::size_t operator()(tzNM::vect2<T> const& v) const noexcept
-    {
-        sinew::Hasher hasher;
-        hasher.add(static_cast<double>(v.x));
-        hasher.add(static_cast<double>(v.y));
-        return hasher.value();
-    }
 };

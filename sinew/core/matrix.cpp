@@ -2,10 +2,18 @@
 
 #include <cstdio>
 
+#include <sinew/core/detail/math.h>
+
+namespace math = sinew::detail::math;
+
 namespace {
 
-constexpr double kRigidDistance = 0.0001; // distTo, absolute
-constexpr double kShortAxis = 0.0001;     // length of a rotation axis that may give the identity
+// Distance from a rotation up to which a matrix is rigid; absolute, in the sense of `distTo` after division
+// by the scale.
+constexpr double kRigidDistance = 0.0001;
+
+// Length below which a rotation axis may give the identity; absolute, compared with the length as the caller gives it.
+constexpr double kShortAxis = 0.0001;
 
 Matrix translationMatrix(Vector3 const& t)
 {
@@ -14,13 +22,14 @@ Matrix translationMatrix(Vector3 const& t)
     return result;
 }
 
-// The length of the linear part of row 0: the scale of a uniformly scaled rotation.
+// The scale of a uniformly scaled rotation: the length of the linear part of row 0.
 double scaleOf(Matrix const& m)
 {
     return Vector3(m(0, 0), m(0, 1), m(0, 2)).length();
 }
 
-// The matrix without its translation, all of it, the last row included, divided by its scale.
+// The matrix without its translation, all sixteen elements divided by the scale. Element (3, 3) is divided too: part
+// of the contract of `isRigid`.
 Matrix withoutTranslationAndScale(Matrix const& m)
 {
     double const scale = scaleOf(m);
@@ -38,8 +47,9 @@ void setLinearBlock(Matrix& m, Matrix3 const& block)
     }
 }
 
-// A vector of length 1 in the type that asks for one, without the rounding of another normalisation.
-UVector3 trustedUnit(Vector3 const& v)
+// Changes the type of a vector of length 1. The constructor of `UVector3` would normalise it again,
+// with another rounding.
+UVector3 asUnit(Vector3 const& v)
 {
     UVector3 unit;
     static_cast<Vector3&>(unit) = v;
@@ -48,6 +58,7 @@ UVector3 trustedUnit(Vector3 const& v)
 
 } // namespace
 
+// Here and not in matrix3.cpp, so that `Matrix3` does not depend on `Matrix`.
 Matrix3::Matrix3(Matrix const& m)
     : entries_{{m(0, 0), m(0, 1), m(0, 2)}, {m(1, 0), m(1, 1), m(1, 2)}, {m(2, 0), m(2, 1), m(2, 2)}}
 {
@@ -102,7 +113,8 @@ bool Matrix::isRigid() const
 
 Vector3 Matrix::getRotationAxis() const
 {
-    // What remains of each unit column without the axis vector it came from is perpendicular to the rotation axis.
+    // The difference between a column, which is the image of a coordinate axis, and that axis is perpendicular to
+    // the rotation axis.
     Vector3 moved[3];
     bool usable[3];
     for (int i = 0; i < 3; ++i) {
@@ -139,7 +151,7 @@ Matrix Matrix::rotationMatrix(Vector3 const& axis, double angle)
     double const length = axis.length();
     Matrix result;
     if (length >= angle && length < kShortAxis) return result;
-    setLinearBlock(result, Matrix3::rotationMatrix(trustedUnit(axis / length), angle));
+    setLinearBlock(result, Matrix3::rotationMatrix(asUnit(axis / length), angle));
     return result;
 }
 
@@ -148,7 +160,7 @@ Matrix Matrix::rigidTransform(Vector3 const& a0, Vector3 const& d0, Vector3 cons
     UVector3 const u0 = d0.normalize();
     UVector3 const u1 = d1.normalize();
     UVector3 const axis = cross(d0, d1).normalize();
-    double const angle = std::atan2(cross(u0, u1).length(), u0 * u1);
+    double const angle = math::atan2(cross(u0, u1).length(), u0 * u1);
     return translationMatrix(a1) * rotationMatrix(axis, angle) * translationMatrix(-a0);
 }
 
@@ -156,7 +168,7 @@ Matrix Matrix::interpolate(Matrix const& A, Matrix const& B, double w)
 {
     if (w <= 0) return A;
     if (w >= 1) return B;
-    double const scale = std::exp(w * std::log(scaleOf(B)) + (1 - w) * std::log(scaleOf(A)));
+    double const scale = math::exp(w * math::log(scaleOf(B)) + (1 - w) * math::log(scaleOf(A)));
     Matrix const relative = A.inverse() * B;
     Vector3 const axis = relative.getRotationAxis();
     Matrix const turned = withoutTranslationAndScale(A) * rotationMatrix(axis, w * relative.getRotationAngle(axis));

@@ -1,8 +1,8 @@
 #pragma once
 
-/// Text of the value types, for logs and test messages. `Vector3` brings its own; here are the others.
+/// Stream output of the value types, for logs and test messages. That of `Vector3` is declared in vector3.h.
 ///
-/// Numbers take the stream's formatting; nothing ends in a newline. Matrices are written row by row.
+/// Numbers have the format of the stream. Matrices are written row by row. No newline is written.
 
 #include <ostream>
 
@@ -12,22 +12,24 @@
 #include <sinew/core/transform.h>
 #include <sinew/framework/vect2.h>
 
-/// "((1, 0, 0), (0, 1, 0), (0, 0, 1))", a parenthesis a row.
+/// Writes "((1, 0, 0), (0, 1, 0), (0, 0, 1))", one inner pair of parentheses for each row.
 SINEW_API std::ostream& operator<<(std::ostream& out, Matrix3 const& m);
 
-/// As for `Matrix3`, four rows of four.
+/// Writes four rows of four elements in the form of `Matrix3`.
 SINEW_API std::ostream& operator<<(std::ostream& out, Matrixf const& m);
+
+/// Writes four rows of four elements in the form of `Matrix3`.
 SINEW_API std::ostream& operator<<(std::ostream& out, Matrix const& m);
 
-/// "{linear ((1, 0, 0), (0, 1, 0), (0, 0, 1)), translation (0, 0, 0), scale 1}".
+/// Writes "{linear ((1, 0, 0), (0, 1, 0), (0, 0, 1)), translation (0, 0, 0), scale 1}".
 SINEW_API std::ostream& operator<<(std::ostream& out, Transform const& t);
 
-/// "{min (0, 0, 0), max (1, 1, 1)}", whether the box is valid or not.
+/// Writes "{min (0, 0, 0), max (1, 1, 1)}", for a valid and for an invalid box.
 SINEW_API std::ostream& operator<<(std::ostream& out, Bbox const& box);
 
 namespace tzNM {
 
-/// "(x, y)".
+/// Writes "(x, y)".
 template <typename T>
 std::ostream& operator<<(std::ostream& out, vect2<T> const& v)
 {

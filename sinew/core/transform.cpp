@@ -1,10 +1,13 @@
 #include <sinew/core/transform.h>
 
+#include <sinew/core/detail/math.h>
 #include <sinew/core/vector_geometry.h>
+
+namespace math = sinew::detail::math;
 
 namespace {
 
-constexpr double kHalfTurn = 3.141592653589793;
+constexpr double kHalfTurn = 3.141592653589793; // radians
 
 } // namespace
 
@@ -49,8 +52,9 @@ Transform Transform::interpolate(Transform const& A, Transform const& B, double 
     Transform result;
     result.translation = w * B.translation + (1 - w) * A.translation;
 
-    // Halves of opposite sign cannot be blended: the scale would pass through zero. The nearer end decides.
-    double const magnitude = std::pow(std::fabs(A.scale), 1 - w) * std::pow(std::fabs(B.scale), w);
+    // The geometric mean needs positive scales, and a mean of opposite signs would pass through zero. The magnitudes
+    // are interpolated, and the nearer end gives the sign.
+    double const magnitude = math::pow(std::fabs(A.scale), 1 - w) * math::pow(std::fabs(B.scale), w);
     double const nearer = w > 0.5 ? B.scale : A.scale;
     result.scale = nearer < 0.0 ? -magnitude : magnitude;
 

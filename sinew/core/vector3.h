@@ -1,10 +1,9 @@
 #pragma once
 
-/// The 3D vector of doubles that everything else is built on, and its unit-length companion.
+/// The 3D vector of doubles that all modules use, the unit vector derived from it, and their arithmetic.
 ///
-/// `Vector3` is a plain value: three doubles, no virtual functions, no heap. Vectors of them are consecutive triples.
-/// Arithmetic follows IEEE double precision in the order written here; nothing throws, nothing is checked.
-/// Coordinates are in whatever unit the host uses.
+/// Arithmetic follows IEEE double precision in the order written here. No function throws, allocates or checks its
+/// arguments. All have constant cost.
 
 #include <cmath>
 #include <iosfwd>
@@ -14,33 +13,43 @@
 
 class UVector3;
 
+/// A vector or a point: three doubles, in the length unit of the caller.
+///
+/// The class has no virtual functions and owns no memory. A `std::vector<Vector3>` is a sequence of consecutive
+/// triples of doubles. The member functions `pullBack`, `isInTriangle` and `reflect` are implemented with the
+/// functions of vector_geometry.h.
 class Vector3
 {
 public:
+    /// The components.
     double x = 0.0;
     double y = 0.0;
     double z = 0.0;
 
     /// The zero vector.
     constexpr Vector3() = default;
+
+    /// The vector (x_, y_, z_).
     constexpr Vector3(double x_, double y_, double z_) : x(x_), y(y_), z(z_) {}
 
     /// Component 0, 1 or 2. Any other index gives z.
     constexpr double& operator[](int i) { return i == 0 ? x : (i == 1 ? y : z); }
     constexpr double const& operator[](int i) const { return i == 0 ? x : (i == 1 ? y : z); }
 
-    /// Squared Euclidean length, x*x + y*y + z*z in that order. Overflows beyond about 1e154.
+    /// Squared Euclidean length: x*x + y*y + z*z, summed in that order. Components beyond about 1e154 overflow.
     constexpr double lengthSq() const { return x * x + y * y + z * z; }
 
     /// Euclidean length, the square root of lengthSq().
     double length() const { return std::sqrt(lengthSq()); }
 
-    /// True exactly when lengthSq() is below 1e-26 (strict): a length under 1e-13. A NaN component gives false.
+    /// Whether lengthSq() is below 1e-26 (strict), that is, the length is below 1e-13. A NaN component gives false.
     constexpr bool isNull() const { return lengthSq() < sinew::kNullLengthSq; }
 
-    /// Scales the vector to length 1 and returns true. A null vector (`isNull`) stays as it is and gives false.
+    /// Scales this vector to length 1 and returns true. A null vector (`isNull`) is left unchanged and gives false.
     ///
-    /// The reciprocal of the length is formed once and multiplied into each component.
+    /// Each component is multiplied by the reciprocal of the length, which is computed once. A NaN or infinite
+    /// component gives true and at least one NaN component; finite components beyond about 1e154 give true and
+    /// the zero vector.
     bool autoNormalize()
     {
         if (isNull()) return false;
@@ -48,17 +57,18 @@ public:
         return true;
     }
 
-    /// The unit vector of this direction; a null vector gives the null fallback of `UVector3`.
+    /// The unit vector in this direction. A null vector gives the null fallback of `UVector3`.
     UVector3 normalize() const;
 
-    /// Whether the angle to `other`, or to its opposite, has a cosine of magnitude above `tol` (strict).
+    /// Whether this vector is parallel to `other` or to its opposite: whether the cosine of the angle between them
+    /// has a magnitude above `tol` (strict).
     ///
-    /// @param tol  cosine of the largest angle still counted as parallel. It is squared before use, also when it is
-    ///             NaN (the answer is then false). Negative selects the default of 0.03 degrees; that default,
-    ///             0.9999997258, already is a squared cosine and is used as it stands.
+    /// @param tol  cosine of the largest angle that counts as parallel. It is squared before use; a NaN gives the
+    ///             result false. A negative value selects the default of 0.03 degrees: 0.9999997258, which is already
+    ///             a squared cosine and is not squared again.
     ///
-    /// False when either vector is null, so a null vector is not even parallel to itself, and false when a component
-    /// is NaN. With tol = 1 even equal directions give false, because the comparison is strict.
+    /// The result is false if either vector is null, even if both are the same vector, and false if a component is
+    /// NaN. With tol = 1 equal directions give false as well, because the comparison is strict.
     constexpr bool isParallel(Vector3 const& other, double tol) const
     {
         if (isNull() || other.isNull()) return false;
@@ -66,18 +76,21 @@ public:
         return d * d > lengthSq() * other.lengthSq() * cosineSqFactor(tol, sinew::kParallelCosineSq);
     }
 
-    /// `isParallel` within 5 degrees.
+    /// `isParallel` with the cosine of 5 degrees.
     constexpr bool isAlmostParallel(Vector3 const& other) const
     {
         return isParallel(other, sinew::kAlmostParallelCosine);
     }
 
-    /// Whether the cosine of the angle to `other` has a magnitude below `tol` (strict).
+    /// Whether this vector is perpendicular to `other`: whether the cosine of the angle between them has a magnitude
+    /// below `tol` (strict).
     ///
-    /// @param tol  cosine of the smallest angle still counted as perpendicular, squared before use (also when NaN).
-    ///             Negative selects the default of 0.03 degrees, a squared cosine of 2.7415591280100005e-07.
+    /// @param tol  cosine of the smallest angle that counts as perpendicular. It is squared before use; a NaN gives
+    ///             the result false. A negative value selects the default of 0.03 degrees from the right angle, a
+    ///             squared cosine of 2.7415591280100005e-07.
     ///
-    /// False when either vector is null and when a component is NaN; always false with tol = 0.
+    /// The result is false if either vector is null and false if a component is NaN. With tol = 0 it is always false,
+    /// because the comparison is strict.
     constexpr bool isNormal(Vector3 const& other, double tol) const
     {
         if (isNull() || other.isNull()) return false;
@@ -85,36 +98,43 @@ public:
         return lengthSq() * other.lengthSq() * cosineSqFactor(tol, sinew::kNormalCosineSq) > d * d;
     }
 
-    /// `isNormal` within 5 degrees.
+    /// `isNormal` with the cosine of 85 degrees.
     constexpr bool isAlmostNormal(Vector3 const& other) const { return isNormal(other, sinew::kAlmostNormalCosine); }
 
     /// Least-squares coordinates of this vector in the basis of two vectors: the pair (alpha, beta) that minimises
     /// |this - (alpha * basis[0] + beta * basis[1])|.
     ///
-    /// @param basis   two consecutive vectors, not null. They need not be unit length or perpendicular.
-    /// @param coeffs  receives (alpha, beta, 0.0); may be null. Left untouched when the result is false.
+    /// @param basis   two consecutive vectors. The pointer must not be null. The vectors need not have length 1 or be
+    ///                perpendicular.
+    /// @param coeffs  receives (alpha, beta, 0.0); may be null. It is left unwritten if the result is false. It may
+    ///                be one of the basis vectors.
     ///
-    /// Where the basis vectors are parallel, or one of them is tiny, this vector is projected on the longer of the two
-    /// alone (on the first if equally long) and the other coefficient is 0. The result is false only when the sum of
-    /// the squared basis lengths is below 1.0000000000000001e-16, or the longer one's share of it is. NaN input passes
-    /// every test and gives NaN coefficients.
+    /// The equations are divided by the sum of the squared basis lengths. If their determinant is then below
+    /// 1.0000000000000001e-16 in magnitude, because the basis vectors are parallel or one of them is tiny, this
+    /// vector is projected on the longer basis vector alone (on the first if both are equally long) and the other
+    /// coefficient is 0. The result is false only if the sum of the squared basis lengths is below
+    /// 1.0000000000000001e-16, or if the share of the longer vector in that sum is. All these comparisons are strict.
+    /// NaN input gives NaN coefficients and true. If the sum of the squared basis lengths overflows, which needs
+    /// lengths of about 1e154, the result is false or the coefficients are NaN.
     SINEW_API bool pullBack(Vector3 const* basis, Vector3* coeffs) const;
 
-    /// Whether this point lies strictly inside the triangle a, b, c, seen along the triangle's normal.
+    /// Whether the projection of this point on the plane of the triangle a, b, c lies strictly inside the triangle.
     ///
-    /// Each barycentric coordinate must lie inside its range by more than 1e-13, so points on an edge or at a vertex
-    /// are outside. A point off the triangle's plane is judged by its foot on the plane. A triangle whose edges from
-    /// `a` are parallel is judged by `pullBack`'s projection on the longer edge, which gives a second coordinate of 0:
-    /// outside. NaN input gives false.
+    /// The coordinates of `pullBack` in the edges from `a` are the barycentric coordinates of b and c. Each of the
+    /// two must lie between 1e-13 and 1 - 1e-13, and that of a must exceed 1e-13 (all strict), so a point on an edge
+    /// or at a vertex is outside. If the edges from `a` are parallel, `pullBack` gives one coordinate of 0, and the
+    /// result is false. NaN input gives false.
     SINEW_API bool isInTriangle(Vector3 const& a, Vector3 const& b, Vector3 const& c) const;
 
-    /// This point mirrored in the line through `a` and `b`, as the rule (b - a) * s + a - (p - a) has it, where s is
-    /// the length of p - a along the unit direction of the line.
+    /// The image of this point p under the rule (b - a) * s + a - (p - a), where s is the dot product of p - a with
+    /// the unit direction of b - a.
     ///
-    /// It is the true mirror image only when |b - a| = 2: s is measured along the unit direction but applied along
-    /// b - a. Hosts depend on this rule. Equal points take the null fallback of `UVector3` for the direction.
+    /// The result is the mirror image of p in the line through `a` and `b` only if |b - a| = 2, because s is measured
+    /// along the unit direction and multiplied with b - a. Callers may rely on this rule. If a and b are equal, the
+    /// direction is the null fallback of `UVector3`.
     SINEW_API Vector3 reflect(Vector3 const& a, Vector3 const& b) const;
 
+    /// Componentwise.
     constexpr Vector3& operator+=(Vector3 const& b)
     {
         x += b.x;
@@ -140,28 +160,32 @@ public:
 private:
     constexpr double dot(Vector3 const& b) const { return x * b.x + y * b.y + z * b.z; }
 
-    // A caller's tolerance is a cosine and gets squared; the default already is a squared cosine. `tol < 0` sends NaN
-    // to the square, where every comparison then fails.
+    // A tolerance of the caller is a cosine and is squared; the default is already a squared cosine. `tol < 0` is
+    // false for NaN, whose square is NaN, and every comparison with it is false.
     static constexpr double cosineSqFactor(double tol, double defaultCosineSq)
     {
         return tol < 0 ? defaultCosineSq : tol * tol;
     }
 };
 
-/// A direction: a `Vector3` that was brought to length 1 when it was constructed.
+/// A direction: a `Vector3` that the constructor scales to length 1.
 ///
-/// Null fallback: from a null vector (length under 1e-13) x and y stay as given and z becomes 1.0, so a zero vector
-/// gives (0, 0, 1) and (1e-14, 0, 0) gives (1e-14, 0, 1). No error is reported. A NaN or infinite component gives NaN
-/// components. Changes made later through the `Vector3` interface are not normalised again.
+/// Null fallback: if the given vector is null (`isNull`), x and y are kept and z becomes 1.0. The zero vector gives
+/// (0, 0, 1) and (1e-14, 0, 0) gives (1e-14, 0, 1). No error is reported. NaN, infinite and huge components act as in
+/// `Vector3::autoNormalize`. A later change through the `Vector3` interface is not normalised.
 class UVector3 : public Vector3
 {
 public:
     /// The null fallback, (0, 0, 1).
     constexpr UVector3() : Vector3(0.0, 0.0, 1.0) {}
+
+    /// The unit vector in the direction of `v`, or the null fallback.
     UVector3(Vector3 const& v) : Vector3(v)
     {
         if (!autoNormalize()) z = 1.0;
     }
+
+    /// The unit vector in the direction (x_, y_, z_), or the null fallback.
     UVector3(double x_, double y_, double z_) : UVector3(Vector3(x_, y_, z_)) {}
 };
 
@@ -170,6 +194,7 @@ inline UVector3 Vector3::normalize() const
     return UVector3(*this);
 }
 
+/// Componentwise.
 constexpr Vector3 operator+(Vector3 const& a, Vector3 const& b)
 {
     return {a.x + b.x, a.y + b.y, a.z + b.z};
@@ -182,6 +207,8 @@ constexpr Vector3 operator-(Vector3 const& a)
 {
     return {-a.x, -a.y, -a.z};
 }
+
+/// Each component times `s`.
 constexpr Vector3 operator*(Vector3 const& a, double s)
 {
     return {a.x * s, a.y * s, a.z * s};
@@ -191,19 +218,20 @@ constexpr Vector3 operator*(double s, Vector3 const& a)
     return a * s;
 }
 
-/// Dot product, summed x, y, z.
+/// Dot product: a.x*b.x + a.y*b.y + a.z*b.z, summed in that order.
 constexpr double operator*(Vector3 const& a, Vector3 const& b)
 {
     return a.x * b.x + a.y * b.y + a.z * b.z;
 }
 
-/// Each component times the one reciprocal 1.0 / s, which is not always the nearest double to the quotient.
-/// Division by 0.0 follows IEEE arithmetic.
+/// Each component times the reciprocal 1.0 / s, which is computed once. A component may therefore differ from the
+/// rounded quotient. Division by 0.0 follows IEEE arithmetic.
 constexpr Vector3 operator/(Vector3 const& a, double s)
 {
     return a * (1.0 / s);
 }
 
+/// Exact comparison of the components: 0.0 equals -0.0, and NaN equals nothing.
 constexpr bool operator==(Vector3 const& a, Vector3 const& b)
 {
     return a.x == b.x && a.y == b.y && a.z == b.z;
@@ -219,17 +247,17 @@ constexpr Vector3 cross(Vector3 const& a, Vector3 const& b)
     return {a.y * b.z - b.y * a.z, a.z * b.x - b.z * a.x, a.x * b.y - b.x * a.y};
 }
 
-/// Squared distance of two points, summed x, y, z.
+/// Squared distance between two points, summed in the order x, y, z.
 constexpr double distSq(Vector3 const& a, Vector3 const& b)
 {
     return (a - b).lengthSq();
 }
 
-/// Distance of two points.
+/// Distance between two points.
 inline double dist(Vector3 const& a, Vector3 const& b)
 {
     return std::sqrt(distSq(a, b));
 }
 
-/// Writes "(x, y, z)" with the stream's number formatting and no newline.
+/// Writes "(x, y, z)" in the number format of the stream, without a newline.
 SINEW_API std::ostream& operator<<(std::ostream& out, Vector3 const& v);

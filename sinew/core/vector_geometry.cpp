@@ -1,15 +1,20 @@
+// Segment distance: C. Ericson, Real-Time Collision Detection, 2005, section 5.1.2. Curvatures: M. P. do Carmo,
+// Differential Geometry of Curves and Surfaces, 1976, sections 1-5 and 3-3.
+
 #include <sinew/core/vector_geometry.h>
 
+#include <sinew/core/detail/math.h>
 #include <sinew/core/tolerances.h>
 
 using sinew::kBarycentricUpper;
 using sinew::kGeometricZero;
 using sinew::kGramZero;
+namespace math = sinew::detail::math;
 
 namespace {
 
-// Solves the 2x2 system [[g00, g01], [g10, g11]] * (x0, x1) = (r0, r1); false when the determinant is negligible,
-// where NaN does not count as negligible.
+// Solves [[g00, g01], [g10, g11]] * (x0, x1) = (r0, r1). False, with x0 and x1 unwritten, if the magnitude of the
+// determinant is below kGramZero; a NaN determinant is not.
 bool solve2x2(double g00, double g01, double g10, double g11, double r0, double r1, double* x0, double* x1)
 {
     double const det = g11 * g00 - g01 * g10;
@@ -29,7 +34,7 @@ bool insideMargins(double coordinate)
 double getAngleBetween(Vector3 const& a, Vector3 const& b, Vector3 const& n)
 {
     Vector3 const c = cross(a, b);
-    double const angle = std::atan2(c.length(), a * b);
+    double const angle = math::atan2(c.length(), a * b);
     return c * n < 0 ? sinew::kFullTurn - angle : angle;
 }
 
@@ -54,7 +59,7 @@ double distSqToLineSegment(Vector3 const& p, Vector3 const& a, Vector3 const& b,
 {
     Vector3 const e = b - a;
     double const fromA = (p - a) * e;
-    // Each distance is taken before t is written: t may point at a coordinate of p, a or b.
+    // Every distance is computed before t is written, because t may point to a coordinate of p, a or b.
     if (fromA <= kGeometricZero) {
         double const toA = distSq(p, a);
         if (t) *t = 0.0;
@@ -76,7 +81,7 @@ bool Vector3::pullBack(Vector3 const* basis, Vector3* coeffs) const
 {
     Vector3 const& u = basis[0];
     Vector3 const& v = basis[1];
-    // Every product is taken relative to the basis' own size; without it short bases would look singular.
+    // All products are divided by the size of the basis. Otherwise a basis of short vectors would count as singular.
     double const size = u.lengthSq() + v.lengthSq();
     if (size < kGramZero) return false;
     double const ru = (*this * u) / size;
@@ -88,7 +93,7 @@ bool Vector3::pullBack(Vector3 const* basis, Vector3* coeffs) const
     double alpha = 0.0;
     double beta = 0.0;
     if (!solve2x2(uu, uv, uv, vv, ru, rv, &alpha, &beta)) {
-        bool const useV = vv > uu; // equally long: the first basis vector
+        bool const useV = vv > uu; // if both are equally long, the first
         double const longer = useV ? vv : uu;
         if (longer < kGramZero) return false;
         alpha = useV ? 0.0 : ru / longer;
@@ -111,7 +116,7 @@ bool Vector3::isInTriangle(Vector3 const& a, Vector3 const& b, Vector3 const& c)
 Vector3 Vector3::reflect(Vector3 const& a, Vector3 const& b) const
 {
     Vector3 const r = *this - a;
-    // Measured along the unit direction, applied along the unnormalised one: the documented rule.
+    // The documented rule: s is measured along the unit direction and multiplied with the unnormalised one.
     double const s = r * UVector3(b - a);
     return (b - a) * s + a - r;
 }
@@ -160,7 +165,7 @@ bool principalCurvatures(Vector3 const* first, Vector3 const* second, double* k1
     double const mean = (G * L + F * (-2.0 * M) + E * N) * 0.5 / D;
     double const gaussian = (L * N - M * M) / D;
     double const discriminant = mean * mean - gaussian;
-    // Written so that a NaN discriminant goes to the square root.
+    // The comparison is false for a NaN discriminant, so that the results become NaN.
     double const root = discriminant < kGramZero ? 0.0 : std::sqrt(discriminant);
     if (k1) *k1 = mean - root;
     if (k2) *k2 = mean + root;

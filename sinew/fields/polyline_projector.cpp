@@ -5,19 +5,21 @@
 
 #include <sinew/core/tolerances.h>
 #include <sinew/core/vector_geometry.h>
+#include <sinew/fields/detail/as_index.h>
 #include <sinew/fields/detail/polyline_index.h>
 #include <sinew/fields/detail/polyline_search.h>
 
 using sinew::kGeometricZero;
 using sinew::PolylineHit;
+using sinew::detail::asIndex;
 using sinew::detail::PolylineIndex;
 
 namespace {
 
-// From this many vertices on the bounded search answers. The two may differ in which of two equally near segments
-// they name, so the limit is part of the result.
+// From this number of vertices on the bounded search defines the result. The two searches may name different segments
+// among equally near ones, so the limit is part of the result.
 constexpr std::size_t kBoundedSearchVertices = 20;
-constexpr double kUnknown = std::numeric_limits<double>::infinity();
+constexpr double kUnknown = std::numeric_limits<double>::infinity(); // a squared distance that rules out nothing
 
 bool hasNaN(Vector3 const& v)
 {
@@ -26,8 +28,8 @@ bool hasNaN(Vector3 const& v)
 
 PolylineHit closestPointOnSegment(std::vector<Vector3> const& points, int segment, Vector3 const& q)
 {
-    Vector3 const& a = points[segment];
-    Vector3 const& b = points[segment + 1];
+    Vector3 const& a = points[asIndex(segment)];
+    Vector3 const& b = points[asIndex(segment + 1)];
     Vector3 const e = b - a;
     double const s = (q - a) * e;
     if (s <= kGeometricZero) return {segment, 0.0, a};
@@ -41,6 +43,15 @@ PolylineHit hitByScan(std::vector<Vector3> const& points, Vector3 const& q)
 {
     int const segment = hasNaN(q) ? -1 : sinew::detail::nearestSegmentByScan(points, q);
     return segment < 0 ? PolylineHit() : closestPointOnSegment(points, segment, q);
+}
+
+// For at least kBoundedSearchVertices vertices. Some segment must be as near as `knownDistSq`, a squared distance.
+PolylineHit hitByIndex(PolylineProjector const& polyline, PolylineIndex const& index, Vector3 const& q,
+                       double knownDistSq)
+{
+    int segment = index.nearestSegment(polyline.points, q, knownDistSq);
+    if (segment < 0) segment = sinew::detail::nearestSegmentByBounds(polyline.points, polyline.arcLengths, q);
+    return closestPointOnSegment(polyline.points, segment, q);
 }
 
 } // namespace
@@ -81,8 +92,8 @@ PolylineIndex const& PolylineProjector::IndexHandle::of(PolylineProjector const&
 {
     PolylineIndex const* index = index_.load(std::memory_order_acquire);
     if (index) return *index;
-    // Threads that come at the same time may each build one; the first to get here publishes, the others throw theirs
-    // away.
+    // Several threads may build an index at the same time. The first one to finish publishes its index; the others
+    // delete theirs.
     auto built = std::make_unique<PolylineIndex const>(polyline.points, polyline.arcLengths);
     if (index_.compare_exchange_strong(index, built.get(), std::memory_order_acq_rel)) return *built.release();
     return *index;
@@ -104,9 +115,7 @@ PolylineHit closestPoint(PolylineProjector const& polyline, Vector3 const& q)
     std::vector<Vector3> const& points = polyline.points;
     if (points.size() < 2) return {};
     if (points.size() < kBoundedSearchVertices) return hitByScan(points, q);
-    int segment = polyline.index_.of(polyline).nearestSegment(points, q, kUnknown);
-    if (segment < 0) segment = detail::nearestSegmentByBounds(points, polyline.arcLengths, q);
-    return closestPointOnSegment(points, segment, q);
+    return hitByIndex(polyline, polyline.index_.of(polyline), q, kUnknown);
 }
 
 void projectMany(PolylineProjector const& polyline, Vector3 const* queries, std::size_t count, PolylineHit* hits)
@@ -119,12 +128,10 @@ void projectMany(PolylineProjector const& polyline, Vector3 const* queries, std:
     detail::PolylineIndex const& index = polyline.index_.of(polyline);
     double known = kUnknown;
     for (std::size_t i = 0; i < count; ++i) {
-        Vector3 const& q = queries[i];
-        int segment = index.nearestSegment(points, q, known);
-        if (segment < 0) segment = detail::nearestSegmentByBounds(points, polyline.arcLengths, q);
-        hits[i] = closestPointOnSegment(points, segment, q);
+        hits[i] = hitByIndex(polyline, index, queries[i], known);
         if (i + 1 == count) return;
-        // Where queries follow each other closely, the last segment is nearly the nearest one of the next.
+        // If consecutive queries are near each other, the segment of one query is nearly the nearest one of the next.
+        std::size_t const segment = asIndex(hits[i].segment);
         known = distSqToLineSegment(queries[i + 1], points[segment], points[segment + 1], nullptr);
     }
 }

@@ -2,9 +2,9 @@
 
 /// Nearest points on a polyline, for many queries against the same vertices.
 ///
-/// `PolylineProjector` keeps its last answer in public fields, as hosts expect. Where one polyline serves several
-/// threads, or where the answers of many points are wanted, use `sinew::closestPoint` and `sinew::projectMany`: they
-/// take the projector by const reference and write nothing into it.
+/// `PolylineProjector` holds the polyline and stores its last result in public fields. `sinew::closestPoint` and
+/// `sinew::projectMany` return results instead and do not write into the projector: use them if several threads query
+/// one polyline, or for many points.
 
 #include <atomic>
 #include <cstddef>
@@ -21,62 +21,71 @@ namespace detail {
 class PolylineIndex;
 }
 
-/// A nearest point: on the segment from vertex `segment` to the next, at parameter `t` in [0, 1].
+/// The point of a polyline that is nearest to a query.
+///
+/// point = points[segment] + t * (points[segment + 1] - points[segment]), and exactly the vertex where t is 0 or 1. If
+/// there is no result, `segment` is -1 and the other members have no meaning.
 struct PolylineHit
 {
-    int segment = -1; ///< index of the segment's first vertex; -1 when there is no answer, and then nothing else is set
-    double t = 0.0;
-    Vector3 point;
+    int segment = -1; ///< index of the first vertex of the segment that holds the point, or -1
+    double t = 0.0;   ///< position of the point on the segment, in [0, 1]
+    Vector3 point;    ///< the point
 };
 
-/// Nearest point to `q` on the polyline: exactly what `PolylineProjector::project` would store, without storing it.
+/// The result that `PolylineProjector::project` would store for the query `q`.
 ///
-/// `segment` is -1 where `project` would leave its result alone. Any number of threads may call this at once on one
-/// projector, as long as none changes it.
+/// Where `project` stores nothing, the `segment` of the result is -1. Any number of threads may call this function at
+/// the same time on one projector, as long as none changes it.
 SINEW_API PolylineHit closestPoint(PolylineProjector const& polyline, Vector3 const& q);
 
-/// `closestPoint` for `count` points: hits[i] answers queries[i], with the same bits.
+/// `closestPoint` for `count` points: hits[i] is the result for queries[i], with the same bits.
 ///
-/// Both arrays hold `count` elements and may be null when `count` is 0. They must not overlap.
+/// Both arrays have `count` elements and must not overlap; they may be null if `count` is 0. It is faster than single
+/// calls if consecutive queries are near each other. Several threads may call it as they may call `closestPoint`.
 SINEW_API void projectMany(PolylineProjector const& polyline, Vector3 const* queries, std::size_t count,
                            PolylineHit* hits);
 
 } // namespace sinew
 
-/// A polyline, open or with equal ends, and the nearest point on it to the last query.
+/// A polyline, open or with equal ends, and the point on it that is nearest to the last query.
 ///
-/// The vertices are fixed at construction: do not change `points` or `arcLengths` afterwards. A plain value otherwise:
-/// copied, moved and assigned freely.
+/// All points share one frame and length unit. The vertices are fixed at construction: `points` and `arcLengths` must
+/// not be changed afterwards. Otherwise the class is a plain value that may be copied, moved and assigned.
 class PolylineProjector
 {
 public:
     std::vector<Vector3> points;
-    std::vector<double> arcLengths; ///< arcLengths[i]: length of the polyline from its first vertex to vertex i
-    double t = 0.0;                 ///< of the last projection: the parameter on its segment, in [0, 1]
-    int segment = -1;               ///< of the last projection: its segment's first vertex; -1 before there is one
-    Vector3 point;                  ///< of the last projection: the nearest point
+    std::vector<double> arcLengths; ///< arcLengths[i] is the length of the polyline from its first vertex to vertex i
+    double t = 0.0;                 ///< of the last projection: the position on its segment, in [0, 1]
+    int segment = -1; ///< of the last projection: the first vertex of its segment; -1 before the first one
+    Vector3 point;    ///< of the last projection: the nearest point
 
-    /// Copies the vertices, any number of them, and sums their arc lengths.
+    /// Copies the vertices and sums the arc lengths. Any number of vertices is allowed. Linear cost.
     SINEW_API PolylineProjector(std::vector<Vector3> const& vertices);
 
-    /// Finds the nearest point to `q` and stores it in `segment`, `t` and `point`, where
+    /// Finds the point of the polyline that is nearest to `q` and stores it in `segment`, `t` and `point`, where
     /// point = points[segment] + t * (points[segment + 1] - points[segment]).
     ///
-    /// Up to 19 vertices every segment is tried, and among equally near ones the first wins. From 20 vertices on a
-    /// bounded search is defined, which tries both ends of the polyline, then the vertices that halve it again and
-    /// again, and segments last, nearest part first; what it tries first wins ties. Where the rounding of arc lengths
-    /// makes its bound too large by a hair (nearly straight runs of very many vertices) the segment may be a neighbour
-    /// of the nearest one; it is always the same one for the same input.
+    /// Ties: up to 19 vertices every segment is tried in order, and the first of equally near ones is the result. From
+    /// 20 vertices on a bounded search defines the result. It tries the two ends of the polyline, first to last, then
+    /// the vertices at which it halves the polyline recursively, and then segments; parts with a smaller lower bound of
+    /// the distance come earlier. The first of equally near candidates is the result; a vertex stands for the segment
+    /// that starts there, the last vertex for the last segment. Where arc lengths round so that this bound exceeds the
+    /// distance slightly (nearly straight parts of very many vertices), the result may be a neighbour of the nearest
+    /// segment. The same input always gives the same result, on every platform.
     ///
-    /// Feet within 1e-13 of a segment's end, measured as the dot product with the segment (a squared length, not
-    /// relative), are that end: t is exactly 0 or 1. A segment of length 0 gives t = 0.
+    /// Margins: the nearest point is the first end A of a segment if (q - A) * (B - A) <= 1e-13, otherwise the second
+    /// end B if (q - B) * (B - A) >= -1e-13; t is then exactly 0 or 1. These margins are squared lengths and do not
+    /// scale with the polyline. A segment of length 0 gives t = 0.
     ///
-    /// Nothing is stored when there are fewer than two vertices; nor, below 20 vertices, when `q` has a NaN coordinate
-    /// or lies at a squared distance of 1e13 or more from every segment. From 20 vertices on distance has no limit, and
-    /// a NaN query gives segment 0 with NaN for t and the point.
+    /// Nothing is stored for fewer than two vertices. Below 20 vertices nothing is stored either if `q` has a NaN
+    /// coordinate or if its squared distance from every segment is 1e13 or more. From 20 vertices on the distance is
+    /// not limited, and a NaN query gives segment 0 with NaN for t and for the point.
     ///
-    /// Cost: linear below 20 vertices, then close to logarithmic. The first projection from 20 vertices on takes linear
-    /// time and about 40 bytes a vertex, which copies share; first projections on several threads may race.
+    /// Cost: linear below 20 vertices, close to logarithmic from there on for points near the curve. From 20 vertices
+    /// on the first projection also takes linear time and about 40 bytes a vertex for an index, which copies of the
+    /// projector share. Several threads may make the first projection at the same time through `sinew::closestPoint`;
+    /// `project` itself requires exclusive access.
     SINEW_API void project(Vector3 const& q);
 
 private:
@@ -84,8 +93,8 @@ private:
     friend void sinew::projectMany(PolylineProjector const& polyline, Vector3 const* queries, std::size_t count,
                                    sinew::PolylineHit* hits);
 
-    // What makes long polylines fast: built by the first projection, whichever thread comes first, and shared by
-    // copies.
+    // A reference to the index of a long polyline. The first projection on any thread builds the index; copies of the
+    // projector share it.
     class IndexHandle
     {
     public:
@@ -96,6 +105,7 @@ private:
         SINEW_API IndexHandle& operator=(IndexHandle&& other) noexcept;
         SINEW_API ~IndexHandle();
 
+        // Builds the index if there is none. Any number of threads may call it at the same time.
         sinew::detail::PolylineIndex const& of(PolylineProjector const& polyline) const;
 
     private:

@@ -1,89 +1,133 @@
-// The field of a whole polyline: which of its segments are folded into the smooth minimum, and in which order.
-// The order is part of the result, since blends round.
+// The field of a whole polyline: which segments are folded into the smooth minimum, and in which order. The order is
+// part of the result, because every blend rounds. The bounds of the chunks that may be skipped are those of the bounded
+// search; see detail/polyline_search.cpp.
+
+#include <sinew/fields/smooth_distance.h>
 
 #include <algorithm>
 #include <cmath>
 #include <optional>
 
-#include <sinew/core/vector_geometry.h>
+#include <sinew/fields/detail/bound_heap.h>
 #include <sinew/fields/detail/polyline_chunks.h>
+#include <sinew/fields/detail/polyline_search.h>
 #include <sinew/fields/detail/smallest_blend.h>
-#include <sinew/fields/smooth_distance.h>
+
+using sinew::detail::asIndex;
+using sinew::detail::SegmentDistance;
 
 namespace {
 
-constexpr int kChunkedVertices = 20; // from here on whole runs of segments may be skipped
-constexpr double kFarthest = 1e13;   // squared distance at which every minimum starts
-// Largest magnitude of a coordinate for which differences, products and quotients below stay finite.
+// From this number of vertices on the polyline is cut into chunks, and chunks may be skipped. Part of the result.
+constexpr int kChunkedVertices = 20;
+// How far the squared bound of a chunk may exceed the smallest squared distance before the chunk is skipped, in units
+// of the width: this much for each vertex, plus one. One blend lowers the minimum by up to 3/16 of the width.
+constexpr double kReachPerVertex = 0.375;
+// Differences, products and quotients of coordinates below this magnitude are finite.
 constexpr double kTameCoordinate = 1e100;
-constexpr double kTameDerivative = 1e150; // products of two stay finite
+// The product of two derivatives below this magnitude is finite.
+constexpr double kTameDerivative = 1e150;
 
 bool isTame(Vector3 const& v)
 {
     return std::fabs(v.x) < kTameCoordinate && std::fabs(v.y) < kTameCoordinate && std::fabs(v.z) < kTameCoordinate;
 }
 
-// The running minimum at one query, with as many derivatives as are wanted.
+// Whether `v` keeps its bits if it is multiplied by one and if products of zero and finite numbers are added to it. A
+// negative zero does not; the limit makes sure that the products are finite.
+bool isSettled(double v)
+{
+    return std::fabs(v) < kTameDerivative && !(v == 0.0 && std::signbit(v));
+}
+bool isSettled(Vector3 const& v)
+{
+    return isSettled(v.x) && isSettled(v.y) && isSettled(v.z);
+}
+bool isSettled(Matrix3 const& m)
+{
+    return isSettled(m.column(0)) && isSettled(m.column(1)) && isSettled(m.column(2));
+}
+
+// The smooth minimum at one query while distances are folded into it, with the derivatives that are wanted.
 class RunningMinimum
 {
 public:
-    RunningMinimum(Vector3 const& q, double h, bool gradient, bool hessian, bool tame)
-        : q_(q), h_(h), wantsGradient_(gradient), wantsHessian_(hessian), tame_(tame && isTame(q))
+    // `tame`: whether all vertices of the polyline are tame.
+    RunningMinimum(Vector3 const& q, double h, bool wantsGradient, bool wantsHessian, bool tame)
+        : q_(q), h_(h), wantsGradient_(wantsGradient), wantsHessian_(wantsHessian), tame_(tame && isTame(q))
     {
         hess = hess * 2.0;
-        settle();
+        forgetState();
     }
 
     void foldPoint(double d, Vector3 const& y)
     {
-        if (leavesAllAlone(d)) return;
-        updateSmoothDist(d, q_, y, acc, h_, wantsGradient_ ? &grad : nullptr, wantsHessian_ ? &hess : nullptr);
-        settle();
+        if (!changesNothing(d)) fold(d, y);
     }
 
-    // Returns the squared distance to the segment.
-    double foldSegment(Vector3 const& a, Vector3 const& b)
+    // Folds in the segments first .. last - 1. Returns the smallest of their squared distances and `nearest`.
+    double foldSegments(std::vector<Vector3> const& points, int first, int last, double nearest)
     {
-        double t = 0.0;
-        double const d = distSqToLineSegment(q_, a, b, &t);
-        if (!leavesAllAlone(d)) foldPoint(d, t * b + (1 - t) * a);
-        return d;
+        sinew::detail::measureSegments(points, q_, first, last, [&](int k, SegmentDistance const& d) {
+            nearest = std::min(nearest, d.distSq);
+            if (changesNothing(d.distSq)) return;
+            double const t = d.t();
+            fold(d.distSq, t * points[asIndex(k + 1)] + (1 - t) * points[asIndex(k)]);
+        });
+        return nearest;
     }
 
-    double acc = kFarthest;
+    double acc = sinew::kFarthestDistSq;
     Vector3 grad;
     Matrix3 hess;
 
 private:
-    // Whether folding in `d` would change no bit. Most segments lie beyond the blend: the fold then multiplies what
-    // there is by one and adds zeros, which changes nothing unless a number is -0 or not finite.
-    bool leavesAllAlone(double d) const
+    // Whether all derivatives are settled. It is tested only when a distance beyond the blend meets new derivatives.
+    enum class State
     {
-        if (!settled_) return false;
-        double const width = acc < h_ || d < h_ ? (acc <= d ? acc : d) : h_;
-        return -acc > -d && (-acc > -d + width || width < sinew::detail::kSmallestBlend);
+        unknown,
+        settled,
+        unsettled
+    };
+
+    void fold(double d, Vector3 const& y)
+    {
+        updateSmoothDist(d, q_, y, acc, h_, wantsGradient_ ? &grad : nullptr, wantsHessian_ ? &hess : nullptr);
+        forgetState();
     }
 
-    void settle()
+    // Whether folding in `d` would change no bit. Most segments are beyond the blend: to fold them in multiplies the
+    // derivatives by one and adds products with zero.
+    bool changesNothing(double d)
     {
-        settled_ =
-            !wantsGradient_ ||
-            (tame_ && isSettled(grad) &&
-             (!wantsHessian_ || (isSettled(hess.column(0)) && isSettled(hess.column(1)) && isSettled(hess.column(2)))));
+        return isBeyondBlend(d) && (state_ == State::settled || (state_ == State::unknown && testState()));
     }
 
-    static bool isSettled(double v) { return std::fabs(v) < kTameDerivative && !(v == 0.0 && std::signbit(v)); }
-    static bool isSettled(Vector3 const& v) { return isSettled(v.x) && isSettled(v.y) && isSettled(v.z); }
+    // Whether `acc` is the smaller number and smoothMax(-acc, -d, width) is outside its blend.
+    bool isBeyondBlend(double d) const
+    {
+        double const width = acc < h_ ? acc : h_;
+        return acc < d && (acc < d - width || width < sinew::detail::kSmallestBlend);
+    }
+
+    void forgetState() { state_ = wantsGradient_ ? State::unknown : State::settled; }
+
+    bool testState()
+    {
+        bool const settled = tame_ && isSettled(grad) && (!wantsHessian_ || isSettled(hess));
+        state_ = settled ? State::settled : State::unsettled;
+        return settled;
+    }
 
     Vector3 const q_;
     double const h_;
     bool const wantsGradient_;
     bool const wantsHessian_;
     bool const tame_;
-    bool settled_ = false;
+    State state_;
 };
 
-// A polyline made ready for any number of queries.
+// A polyline of at least two vertices, prepared for any number of queries.
 class PolylineField
 {
 public:
@@ -100,7 +144,7 @@ public:
         if (chunks_) {
             foldNearestFirst(q, h, minimum);
         } else {
-            for (int k = 0; k + 1 < vertices_; ++k) minimum.foldSegment(points_[k], points_[k + 1]);
+            minimum.foldSegments(points_, 0, vertices_ - 1, 0.0);
         }
         if (dist) *dist = minimum.acc;
         if (grad) *grad = minimum.grad;
@@ -108,13 +152,10 @@ public:
     }
 
 private:
-    struct Waiting
+    struct WaitingChunk
     {
         double bound;
         int chunk;
-
-        // Inverted, so that a standard heap yields the smallest bound; equal bounds come out as that heap has them.
-        bool operator<(Waiting const& other) const { return bound > other.bound; }
     };
 
     void foldNearestFirst(Vector3 const& q, double h, RunningMinimum& minimum)
@@ -123,65 +164,62 @@ private:
         double nearest = distSq(points_[0], q);
         minimum.foldPoint(nearest, points_[0]);
         for (int i = 0; i < chunks_->count(); ++i) {
-            nearest = std::min(nearest, vertexDistSqs_[i]);
-            minimum.foldPoint(vertexDistSqs_[i], points_[chunks_->end(i + 1)]);
+            double const toVertex = vertexDistSqs_[asIndex(i)];
+            nearest = std::min(nearest, toVertex);
+            minimum.foldPoint(toVertex, points_[asIndex(chunks_->end(i + 1))]);
         }
-        double const reach = h * (0.375 * vertices_ + 1); // how far all the blends together can lower the minimum
-        visitInOrder(nearest, reach, minimum);
+        visitByBound(nearest, h * (kReachPerVertex * vertices_ + 1), minimum);
     }
 
-    // Visits chunks by ascending bound until the first that is out of reach. Those that are out of reach already would
-    // only be looked at to stop there; without them there is little to sort. But a heap takes equal bounds in an order
-    // that depends on all that it holds, so where two are equal, it is given all.
-    void visitInOrder(double nearest, double reach, RunningMinimum& minimum)
+    // Visits chunks by ascending bound up to the first one whose squared bound exceeds `nearest`, the smallest squared
+    // distance so far, by more than `reach`.
+    //
+    // Only the chunks that do not exceed it from the start are sorted. This is the order of the heap if no two bounds
+    // are equal. The order of equal bounds depends on all items in a heap, so then all chunks go through the heap.
+    void visitByBound(double nearest, double reach, RunningMinimum& minimum)
     {
         auto const isOut = [reach](double bound, double distSq) { return bound * bound - reach > distSq; };
-        waiting_.clear();
+        candidates_.clear();
         for (int i = 0; i < chunks_->count(); ++i) {
-            if (!isOut(bounds_[i], nearest)) waiting_.push_back({bounds_[i], i});
+            double const bound = bounds_[asIndex(i)];
+            if (!isOut(bound, nearest)) candidates_.push_back({bound, i});
         }
-        std::sort(waiting_.begin(), waiting_.end(), [](auto& a, auto& b) { return a.bound < b.bound; });
-        auto const equal = [](Waiting const& a, Waiting const& b) { return a.bound == b.bound; };
-        if (std::adjacent_find(waiting_.begin(), waiting_.end(), equal) == waiting_.end()) {
-            for (Waiting const& next : waiting_) {
+        std::sort(candidates_.begin(), candidates_.end(),
+                  [](WaitingChunk const& a, WaitingChunk const& b) { return a.bound < b.bound; });
+        auto const isTied = [](WaitingChunk const& a, WaitingChunk const& b) { return a.bound == b.bound; };
+        if (std::adjacent_find(candidates_.begin(), candidates_.end(), isTied) == candidates_.end()) {
+            for (WaitingChunk const& next : candidates_) {
                 if (isOut(next.bound, nearest)) return;
                 visit(next.chunk, nearest, minimum);
             }
             return;
         }
-        waiting_.clear();
-        for (int i = 0; i < chunks_->count(); ++i) {
-            waiting_.push_back({bounds_[i], i});
-            std::push_heap(waiting_.begin(), waiting_.end());
-        }
-        while (!waiting_.empty() && !isOut(waiting_.front().bound, nearest)) {
-            int const chunk = waiting_.front().chunk;
-            std::pop_heap(waiting_.begin(), waiting_.end());
-            waiting_.pop_back();
-            visit(chunk, nearest, minimum);
-        }
+        heap_.clear();
+        for (int i = 0; i < chunks_->count(); ++i) heap_.push({bounds_[asIndex(i)], i});
+        while (!heap_.empty() && !isOut(heap_.top().bound, nearest)) visit(heap_.pop().chunk, nearest, minimum);
     }
 
-    // The chunk's first segment is left to its first vertex, which was folded in as a point.
+    // Leaves out the first segment of the chunk: its first vertex was folded in as a point instead.
     void visit(int chunk, double& nearest, RunningMinimum& minimum)
     {
-        for (int k = chunks_->end(chunk) + 1; k < chunks_->end(chunk + 1); ++k) {
-            nearest = std::min(nearest, minimum.foldSegment(points_[k], points_[k + 1]));
-        }
+        nearest = minimum.foldSegments(points_, chunks_->end(chunk) + 1, chunks_->end(chunk + 1), nearest);
     }
 
     std::vector<Vector3> const& points_;
     int const vertices_;
     bool const tame_;
     std::optional<sinew::detail::PolylineChunks> chunks_;
-    // Kept between queries.
+    // Members only to reuse their memory.
     std::vector<double> vertexDistSqs_;
     std::vector<double> bounds_;
-    std::vector<Waiting> waiting_;
+    std::vector<WaitingChunk> candidates_;
+    sinew::detail::BoundHeap<WaitingChunk> heap_;
 };
 
 } // namespace
 
+// The interface takes the polyline by value.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void smoothDistToPolyline(std::vector<Vector3> polyline, Vector3 const& q, double h, double* dist, Vector3* grad,
                           Matrix3* hess)
 {

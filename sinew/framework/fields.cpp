@@ -1,13 +1,20 @@
 #include <sinew/framework/fields.h>
 
 #include <algorithm>
+#include <cassert>
 #include <charconv>
+#include <cstddef>
 #include <string_view>
+#include <system_error>
 
 #include <sinew/framework/detail/xml_text.h>
 
 namespace {
 
+// A double needs up to 24 characters (-1.7976931348623157e+308), an integer up to 20.
+constexpr std::size_t kNumberCapacity = 32;
+
+// Whether `text` ends with `ending` and is longer.
 bool endsWith(std::string_view text, std::string_view ending)
 {
     return text.size() > ending.size() && text.substr(text.size() - ending.size()) == ending;
@@ -20,7 +27,7 @@ std::string_view trimmed(std::string_view text)
     return text;
 }
 
-[[noreturn]] void failAt(InTag& tag, char const* what, std::string_view text)
+[[noreturn]] void refuse(InTag& tag, char const* what, std::string_view text)
 {
     tag.fail(std::string(what) + " \"" + sinew::detail::shortened(text) + "\"");
 }
@@ -29,19 +36,21 @@ std::string_view trimmed(std::string_view text)
 
 std::string getSingularName(std::string const& name)
 {
-    auto const without = [&](std::size_t count) { return name.substr(0, name.size() - count); };
-    if (endsWith(name, "ies")) return without(3) + "y";
+    auto const without = [&](std::string_view ending) { return name.substr(0, name.size() - ending.size()); };
+    if (endsWith(name, "ies")) return without("ies") + "y";
     for (char const* const ending : {"ses", "xes", "ches", "shes"}) {
-        if (endsWith(name, ending)) return without(2);
+        if (endsWith(name, ending)) return without("es");
     }
-    return endsWith(name, "s") && !endsWith(name, "ss") ? without(1) : name;
+    return endsWith(name, "s") && !endsWith(name, "ss") ? without("s") : name;
 }
 
 template <typename T>
 void SimpleTypeHandler<T>::save(T const& value, OutTag& tag)
 {
-    char text[64]; // the longest shortest double has 24 characters, the longest integer 20
-    auto const end = std::to_chars(text, text + sizeof text, value).ptr;
+    char text[kNumberCapacity];
+    auto const [end, error] = std::to_chars(text, text + kNumberCapacity, value);
+    assert(error == std::errc());
+    static_cast<void>(error); // read by the assert only
     tag.writeTextTag(std::string_view(text, static_cast<std::size_t>(end - text)));
 }
 
@@ -54,8 +63,8 @@ void SimpleTypeHandler<T>::load(T& value, InTag& tag)
     char const* const end = text.data() + text.size();
     T parsed{};
     auto const [stop, error] = std::from_chars(text.data(), end, parsed);
-    if (error == std::errc::result_out_of_range) failAt(tag, "out of range:", text);
-    if (error != std::errc() || stop != end) failAt(tag, "not a number:", text);
+    if (error == std::errc::result_out_of_range) refuse(tag, "out of range:", text);
+    if (error != std::errc() || stop != end) refuse(tag, "not a number:", text);
     value = parsed;
 }
 
@@ -71,7 +80,7 @@ void SimpleTypeHandler<bool>::load(bool& value, InTag& tag)
     std::string const content = tag.readText();
     std::string_view const text = trimmed(content);
     bool const isTrue = text == "1" || text == "true";
-    if (!isTrue && text != "0" && text != "false") failAt(tag, "neither true nor false:", text);
+    if (!isTrue && text != "0" && text != "false") refuse(tag, "neither true nor false:", text);
     value = isTrue;
 }
 
@@ -99,6 +108,29 @@ void SimpleTypeHandler<std::string>::load(std::string& value, InTag& tag)
 {
     value = tag.readText();
 }
+
+// The default operations of a persistent object. They are defined here because they call fields; see serializable.cpp.
+
+void Serializable::save(OutTag& tag)
+{
+    smart_ptr<Field> const fields = describeFields(tag.name());
+    if (!fields) return tag.writeSingleTag();
+    fields->save(*this, tag);
+}
+
+// By value, because persistent classes of hosts override this signature.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
+void Serializable::load(InTag& tag, smart_ptr<Field> field)
+{
+    if (field) field->load(*this, tag);
+}
+
+smart_ptr<Field> Serializable::describeFields(std::string const&)
+{
+    return nullptr;
+}
+
+Serializable::~Serializable() = default;
 
 Field::Field(std::string const& name) : name_(name) {}
 

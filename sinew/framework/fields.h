@@ -1,21 +1,23 @@
 #pragma once
 
-/// How a class describes its fields, so that it can be saved and loaded without code of its own.
+/// The description of a class's fields, with which the library saves and loads its objects. Include this header where
+/// `describeFields` of a persistent class is defined.
 ///
 ///     smart_ptr<Field> Lamp::describeFields(std::string const& name)
 ///     {
 ///         ClassDesc desc;
 ///         desc.add("brightness", &Lamp::brightness);
 ///         desc.add("position", &Lamp::position);
-///         desc.add("shades", &Lamp::shades);            // std::vector<Shade>, Shade being Serializable
+///         desc.add("shades", &Lamp::shades);            // std::vector<Shade>, Shade is derived from Serializable
 ///         desc.add(Furniture::describeFields("super")); // the fields of the base class
 ///         return new CompositeField(name, desc);
 ///     }
 ///
-/// Members may be bool, any integer, float, double, std::string, a class with a `SimpleTypeHandler` of its own (as
-/// `Vector3` and `tzNM::vect2<double>` in `sinew/meshfunc/type_handlers.h`), a class derived from `Serializable`, or a
-/// std::vector of any of these.
+/// A member may be a bool, an integer, a float, a double, a std::string, an object of a class derived from
+/// `Serializable`, an object of a class with its own `SimpleTypeHandler` (`sinew/meshfunc/type_handlers.h` has those of
+/// `Vector3` and `tzNM::vect2<double>`), or a std::vector of any of these, vectors included.
 
+#include <cassert>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -26,20 +28,28 @@
 #include <sinew/framework/smart_ptr.h>
 #include <sinew/framework/tags.h>
 
-/// The name of one element of a sequence: "params" gives "param", "bodies" "body", "boxes" "box"; a name without a
-/// plural ending ("data", "mass") gives itself.
+/// The name of one element of a sequence: "params" gives "param", "bodies" gives "body", "boxes" gives "box". A name
+/// without a plural ending ("data", "mass") gives itself.
 ///
-/// Rules, the first that fits: "ies" becomes "y"; "es" is dropped after "s", "x", "ch" and "sh"; "s" is dropped unless
-/// another "s" precedes it. At least one character stays.
+/// The first rule that fits is applied: the ending "ies" becomes "y"; "ses", "xes", "ches" and "shes" lose "es"; "s" is
+/// dropped unless another "s" precedes it. A rule fits only if at least one character precedes the ending: "ies" alone
+/// gives "ie" and "s" gives "s".
 SINEW_API std::string getSingularName(std::string const& name);
 
-/// How a value without fields of its own is written into a tag and read from it.
+/// How a value without fields is written into a tag and read from it.
 ///
-/// Provided for bool (1 or 0; true and false are read as well), the integers, float and double (the shortest decimal
-/// number that reads back as the same bits; nan and inf included) and std::string. Text that is not such a value, or
-/// out of its range, is a `LoadFail`. White space around numbers is ignored, in strings it counts.
+/// The library provides it for bool, all integer types, float, double and std::string. For another type, specialise it
+/// with the same two static functions.
 ///
-/// For a type of yours, specialise it with the same two static functions; `save` writes the whole tag.
+/// | type | text |
+/// |---|---|
+/// | bool | 1 or 0; "true" and "false" are read as well |
+/// | integers, char included | decimal |
+/// | float, double | the shortest decimal number that gives the same bits when it is read; also "nan", "inf" |
+/// | std::string | the string; it must be valid UTF-8 without control characters, see `OutTag` |
+///
+/// A NaN is read as a NaN, but its payload may differ. White space around a bool or a number is ignored; in a string it
+/// is kept.
 template <typename T>
 class SimpleTypeHandler
 {
@@ -48,7 +58,10 @@ class SimpleTypeHandler
                   "for Vector3 and tzNM::vect2<double> include <sinew/meshfunc/type_handlers.h>");
 
 public:
+    /// Writes the whole element: `tag` has not been opened yet.
     SINEW_API static void save(T const& value, OutTag& tag);
+    /// Reads the content of `tag`. Text that is not such a value, or is out of its range, is a
+    /// `Serializable::LoadFail`; `value` is left unchanged then.
     SINEW_API static void load(T& value, InTag& tag);
 };
 
@@ -60,12 +73,12 @@ public:
     static void load(std::string& value, InTag& tag);
 };
 
-/// A member that is a persistent object itself: its fields become children of its tag.
+/// How a member that is a persistent object is written and read: its fields are the children of its tag.
 template <typename T>
 class ObjectTypeHandler
 {
 public:
-    // Saving is not const for classes that rearrange themselves meanwhile; they are as before when it returns.
+    /// `Serializable::save` is not const, but it restores what it modifies, so `value` may be const.
     static void save(T const& value, OutTag& tag) { const_cast<T&>(value).save(tag); }
     static void load(T& value, InTag& tag) { value.load(tag, value.describeFields(tag.name())); }
 };
@@ -90,12 +103,12 @@ using TypeHandler = typename TypeHandlerOf<T>::type;
 
 } // namespace sinew::detail
 
-/// A sequence: each element is a child named by `getSingularName` of the sequence's name. Loading replaces what was
-/// there; a child of another name is a `LoadFail`.
+/// How a sequence is written and read: each element is a child whose name is `getSingularName` of the sequence's name.
 template <typename T>
 class SequenceTypeHandler
 {
 public:
+    /// An empty sequence is one empty tag.
     static void save(std::vector<T> const& sequence, OutTag& tag)
     {
         if (sequence.empty()) return tag.writeSingleTag();
@@ -108,11 +121,13 @@ public:
         tag.writeCloseTag(true);
     }
 
+    /// Replaces the contents of `sequence`. A child with another name is a `Serializable::LoadFail`; `sequence` then
+    /// holds the elements that precede it.
     static void load(std::vector<T>& sequence, InTag& tag)
     {
         sequence.clear();
         std::string const elementName = getSingularName(tag.name());
-        smart_ptr<Field> description; // the same for all elements
+        smart_ptr<Field> description; // built once, for all elements
         tag.readContent([&](InTag& child) {
             if (child.name() != elementName) child.fail("expected <" + elementName + "> here");
             T element{};
@@ -127,33 +142,35 @@ public:
     }
 };
 
-/// One named part of a class's description.
+/// One named part of the description of a class.
 class SINEW_API Field : public smart_base
 {
 public:
-    /// @param name  an XML name: the name of the field's tag.
+    /// @param name  the name of the field's tag. It must be an XML name; writing the field checks this.
     explicit Field(std::string const& name);
     ~Field() override;
 
     std::string const& name() const { return name_; }
 
-    /// Writes this field of `object` as `tag`, which bears the field's name and has not been opened yet.
+    /// Writes this field of `object` as the element `tag`, which has the field's name and has not been opened yet.
     virtual void save(Serializable& object, OutTag& tag) = 0;
-    /// Reads this field of `object` from `tag`.
+    /// Reads this field of `object` from the content of `tag`.
     virtual void load(Serializable& object, InTag& tag) = 0;
 
 private:
     std::string name_;
 };
 
-/// Leads from an object to one of its members.
+/// Access to one member of type `T` of an object of the class `C`.
 template <typename C, typename T>
 class MemberAccessor
 {
 public:
-    explicit MemberAccessor(T C::*member) : member_(member) {}
+    /// @param member  must not be null.
+    explicit MemberAccessor(T C::*member) : member_(member) { assert(member); }
 
-    /// Throws std::bad_cast if the object is no `C`, which means that it was given another class's description.
+    /// The member of `object`. Throws std::bad_cast if `object` is not a `C`: then a class has described its fields
+    /// with the members of another class.
     T& get(Serializable& object) const { return dynamic_cast<C&>(object).*member_; }
 
 private:
@@ -167,10 +184,12 @@ class MemberField : public Field
 public:
     MemberField(std::string const& name, MemberAccessor<C, T> accessor) : Field(name), accessor_(accessor) {}
 
+    /// Throws std::bad_cast if `object` is not a `C`.
     void save(Serializable& object, OutTag& tag) override
     {
         sinew::detail::TypeHandler<T>::save(accessor_.get(object), tag);
     }
+    /// Throws std::bad_cast if `object` is not a `C`.
     void load(Serializable& object, InTag& tag) override
     {
         sinew::detail::TypeHandler<T>::load(accessor_.get(object), tag);
@@ -184,7 +203,7 @@ private:
 class SINEW_API ClassDescBase
 {
 public:
-    /// Adds a field; a null pointer, as from a base without fields, adds nothing.
+    /// Adds a field at the end. A null pointer adds nothing: a base class without fields returns one.
     void add(smart_ptr<Field> field);
 
     std::vector<smart_ptr<Field>> const& fields() const { return fields_; }
@@ -193,13 +212,14 @@ private:
     std::vector<smart_ptr<Field>> fields_;
 };
 
-/// The description of a class. Field names must differ from each other; if two are equal, the first is the one read.
+/// The description of a class. The names of its fields should differ: of two fields with one name both are written, but
+/// only the first is read.
 class ClassDesc : public ClassDescBase
 {
 public:
     using ClassDescBase::add;
 
-    /// Adds a member of the class `C` under a name.
+    /// Adds a member of the class `C` under a name, which must be an XML name.
     template <typename C, typename T>
     void add(std::string const& name, T C::*member)
     {
@@ -207,17 +227,19 @@ public:
     }
 };
 
-/// A field that consists of fields: a class's description under a name, be it as a whole or as the base of another.
-///
-/// It is written as one tag with a child per field. Reading takes the children in any order: a field that is not there
-/// is left as it is, a child that is no field is skipped, of a field that comes twice the last counts.
+/// A field that consists of fields: the description of a class under one name. It describes a whole object, or the part
+/// that an object has from its base class.
 class SINEW_API CompositeField : public Field
 {
 public:
     CompositeField(std::string const& name, ClassDesc const& description);
     ~CompositeField() override;
 
+    /// Writes one element with a child for each field; one empty tag if there are no fields.
     void save(Serializable& object, OutTag& tag) override;
+
+    /// Reads the children in any order. The member of an absent field keeps its value, a child that is not a field is
+    /// skipped, and a field that occurs more than once is read each time, so that the last one counts.
     void load(Serializable& object, InTag& tag) override;
 
 private:

@@ -1,7 +1,8 @@
 #pragma once
 
-/// The one shape of what the functions named `sinew::diagnose` return. Each examines a host's data (a sparse matrix, a
-/// mesh function, the points of an implicit function, bone weights) before the host relies on it.
+/// The result type of every function named `sinew::diagnose`: `Diagnosis`, a list of `Finding`s. Such a function
+/// examines data of a host (a sparse matrix, a mesh function, the points of an implicit function, bone weights) before
+/// the host uses it.
 
 #include <cstdint>
 #include <string>
@@ -9,27 +10,27 @@
 
 namespace sinew {
 
-/// One thing that a host should know about its data.
+/// One problem that a `diagnose` has found in the data.
 ///
-/// @tparam Kind  the enumeration of what can be found in one sort of data, e.g. `MatrixFault`. It documents, for each
-/// of
-///               its enumerators, what `indices` and `value` hold.
+/// @tparam Kind  the enumeration of the problems that one `diagnose` can find, e.g. `MatrixFault`. It documents what
+///               `indices` and `value` contain for each enumerator.
 template <typename Kind>
 struct Finding
 {
-    Kind kind;                         ///< What was found.
-    std::vector<std::int64_t> indices; ///< Where, counted from 0; empty where no place can be named.
-    double value = 0.0;                ///< The number that is at fault; 0 where there is none.
-    std::string sentence;              ///< All of this in one English sentence with a full stop, without a line end.
+    Kind kind;                         ///< Which problem was found.
+    std::vector<std::int64_t> indices; ///< Where it was found, counted from 0; empty if it has no position.
+    double value = 0.0;                ///< The number that is wrong; 0 if there is none. May be NaN or infinite.
+    std::string sentence;              ///< The finding as one English sentence with a full stop and without a line end.
 };
 
-/// All that was found, in an order that each `diagnose` states. Empty `findings` mean that nothing is wrong.
+/// All findings of one `diagnose`, in the order that the function states. An empty list means that it found no problem.
 template <typename Kind>
 struct Diagnosis
 {
     std::vector<Finding<Kind>> findings;
 
-    /// The sentences of all findings, one a line, each line ended by "\n". Empty if there are no findings.
+    /// The sentences of all findings in their order, each followed by "\n". Empty if there are no findings. Cost:
+    /// linear in the length of the text.
     std::string text() const
     {
         std::string lines;

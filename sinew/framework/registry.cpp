@@ -1,6 +1,7 @@
 #include <sinew/framework/registry.h>
 
 #include <algorithm>
+#include <cassert>
 #include <functional>
 #include <iterator>
 #include <map>
@@ -8,13 +9,14 @@
 
 namespace {
 
-// Objects of one name stand in the order of their registration.
+// Objects with the same name are in the order of their registration.
 using Registry = std::multimap<std::string, void*, std::less<>>;
 using Registries = std::map<std::string, Registry, std::less<>>;
 
-// Built by the first registration, so by a static object that is destroyed before it, whatever the order in which
-// source files are initialised. Not a static of a template: such symbols are shared between all modules of a process,
-// and a library that holds one cannot be unloaded.
+// All registries, by the type name of their pointers. The first registration constructs the map. A registered static
+// object is therefore destroyed before the map, whatever the order in which source files are initialised. A static
+// variable of a template would not do: its symbol is shared between all modules of a process, and a library that
+// defines one is never unloaded.
 Registries& registries()
 {
     static Registries all;
@@ -41,18 +43,25 @@ namespace detail {
 
 void registerNamed(char const* type, std::string const& name, void* object)
 {
+    // The log gets the type name that the registry holds: converting `type` to a string would allocate once more. An
+    // allocation that failed after `emplace` would leave the entry of an object whose constructor has thrown.
     auto const [registry, created] = registries().try_emplace(type);
-    if (created) NamedObject_log("registry", type, "NamedObject<" + registry->first + "> instantiating registry");
+    std::string const& typeName = registry->first;
+    if (created) NamedObject_log("registry", typeName, "NamedObject<" + typeName + "> instantiating registry");
     registry->second.emplace(name, object);
-    NamedObject_log("   new", type, name);
+    NamedObject_log("   new", typeName, name);
 }
 
 void unregisterNamed(char const* type, std::string const& name, void* object) noexcept
 {
-    Registry& registry = registries().find(std::string_view(type))->second;
+    auto const found = registries().find(std::string_view(type));
+    assert(found != registries().end());
+    auto& [typeName, registry] = *found;
     auto const [first, last] = registry.equal_range(name);
-    registry.erase(std::find_if(first, last, [object](auto const& entry) { return entry.second == object; }));
-    NamedObject_log("delete", type, name);
+    auto const entry = std::find_if(first, last, [object](auto const& e) { return e.second == object; });
+    assert(entry != last);
+    registry.erase(entry);
+    NamedObject_log("delete", typeName, name);
 }
 
 void* findNamed(char const* type, std::string const& name)

@@ -1,12 +1,15 @@
 #pragma once
 
-/// Registries of named objects, and the factories that make persistent objects by name.
+/// Registries, in which objects are found by name, and the factories that make persistent objects by name. Include this
+/// header where a persistent class is registered or where objects are made by name.
 ///
 ///     static SerializableFactory<Lamp> const lampFactory("Lamp"); // in the source file of Lamp
 ///
-/// makes `Lamp` known while the program, or the plug-in it is in, is loaded. There is one registry per type of pointer
-/// in a process, kept in this library, and it may be used from static constructors and destructors. Like the rest of
-/// the library the registries do not lock: load plug-ins and look up names from one thread at a time.
+/// This object registers `Lamp` for as long as the program or plug-in that contains it is loaded.
+///
+/// The library holds one registry per process for each type of pointer. Registries may be used from static constructors
+/// and destructors. They do not lock: every use of a registry, including loading and unloading a plug-in that registers
+/// classes, requires exclusive access.
 
 #include <string>
 #include <type_traits>
@@ -16,53 +19,69 @@
 #include <sinew/export.h>
 #include <sinew/framework/serializable.h>
 
-/// Hands a line of the registries' log to the sink that `sinew::setRegistryLogSink` installed; without one it is
-/// dropped. Actions are "   new" (three blanks, to line up), "delete" and, when a registry comes into being,
-/// "registry".
+/// Calls the sink that `sinew::setRegistryLogSink` installed; does nothing if there is none.
+///
+/// The library calls it for every change of a registry.
+/// @param action  "   new" for a registration (three blanks align it with "delete"), "delete" for a removal, "registry"
+///                for the first registration of a type.
+/// @param type  the run-time type name of the pointers in the registry.
+/// @param name  the name of the object; for "registry" a sentence with the type.
 SINEW_API void NamedObject_log(std::string const& action, std::string const& type, std::string const& name);
 
 namespace sinew {
 
-/// Installs what receives the log of the registries; null restores the default, which drops it.
-/// The sink must not throw: it also hears of removals, which happen in destructors.
+/// Installs the function that receives the log of the registries. Null restores the default: the log is discarded.
+///
+/// The sink must not throw: removals call it from destructors.
 SINEW_API void setRegistryLogSink(void (*sink)(std::string const& action, std::string const& type,
                                                std::string const& name));
 
 namespace detail {
 
+/// Adds an entry to the registry of `type`, which is created if there is none. An exception leaves no entry.
 SINEW_API void registerNamed(char const* type, std::string const& name, void* object);
+/// Removes the entry that `registerNamed` added with the same arguments. Allocates nothing.
 SINEW_API void unregisterNamed(char const* type, std::string const& name, void* object) noexcept;
+/// The object of the latest entry with this name that has not been removed, or null.
 SINEW_API void* findNamed(char const* type, std::string const& name);
+/// The names of all entries, each once, in ascending order of their bytes.
 SINEW_API std::vector<std::string> listNamed(char const* type);
 
 } // namespace detail
 } // namespace sinew
 
-/// Base of objects that are found by name as long as they live, in the registry of the pointer type `T`.
+/// Base of objects that can be found by name, in the registry of the pointer type `T`. The constructor registers the
+/// object and the destructor removes it.
 ///
-/// Of several objects of one name the youngest is found; when it goes, the one before it is found again.
+/// If several objects have the same name, `find` returns the one that was registered last. When that one is destroyed,
+/// `find` returns the one that was registered before it.
+///
+/// @tparam T  the type of pointer that `find` returns, for example `FactoryByName*`. Its class is derived from
+///            `NamedObject<T>`.
 template <typename T>
 class NamedObject
 {
-    static_assert(std::is_pointer_v<T>, "the registry hands out pointers");
+    static_assert(std::is_pointer_v<T>, "a registry holds pointers");
 
 public:
     NamedObject(NamedObject const&) = delete;
     NamedObject& operator=(NamedObject const&) = delete;
 
-    /// The object registered under `name`, or null.
+    /// The object that is registered under `name`, or null. Cost: logarithmic in the number of entries.
     static T find(std::string const& name)
     {
         void* const found = sinew::detail::findNamed(typeid(T).name(), name);
         return static_cast<T>(static_cast<NamedObject*>(found));
     }
 
-    /// The names in the registry, in alphabetical order.
+    /// The names in the registry, each once, in ascending order of their bytes.
     static std::vector<std::string> names() { return sinew::detail::listNamed(typeid(T).name()); }
 
+    /// The name under which this object is registered.
     std::string const& registeredName() const { return name_; }
 
 protected:
+    /// Registers the object. An object whose registration runs out of memory is not registered.
     explicit NamedObject(std::string const& name) : name_(name)
     {
         sinew::detail::registerNamed(typeid(T).name(), name_, this);
@@ -73,11 +92,11 @@ private:
     std::string name_;
 };
 
-/// Makes objects of the class that is known under a name: `FactoryByName::find("MeshFunction2D")`.
+/// Makes objects of the class that is registered under a name: `FactoryByName::find("MeshFunction2D")`.
 class SINEW_API FactoryByName : public NamedObject<FactoryByName*>
 {
 public:
-    /// A new empty object, which the caller owns.
+    /// A new empty object, never null. The caller owns it. Exceptions of its constructor pass through.
     virtual Serializable* createObject() const = 0;
 
 protected:
@@ -85,11 +104,11 @@ protected:
     virtual ~FactoryByName();
 };
 
-/// Makes objects of a class by its run-time type name: `FactoryByTypeID::find(typeid(MeshFunction2D).name())`.
+/// Makes objects of the class with a run-time type name: `FactoryByTypeID::find(typeid(MeshFunction2D).name())`.
 class SINEW_API FactoryByTypeID : public NamedObject<FactoryByTypeID*>
 {
 public:
-    /// A new empty object, which the caller owns.
+    /// A new empty object, never null. The caller owns it. Exceptions of its constructor pass through.
     virtual Serializable* createObject() const = 0;
 
 protected:
@@ -97,7 +116,7 @@ protected:
     virtual ~FactoryByTypeID();
 };
 
-/// A factory of objects that are used as a `Base`; it stands in both registries.
+/// A factory of objects that are used through their base class `Base`. It is in both registries.
 template <typename Base>
 class AbstractFactory : public FactoryByName, public FactoryByTypeID
 {
@@ -114,7 +133,8 @@ protected:
     ~AbstractFactory() override = default;
 };
 
-/// A factory of objects of the class `T`, which needs a default constructor or a specialisation of `createObject`.
+/// A factory of objects of the class `T`, which is derived from `Base`. `T` must have a default constructor, or
+/// `createObject` must be specialised for it.
 template <typename Base, typename T>
 class Factory : public AbstractFactory<Base>
 {
@@ -126,7 +146,8 @@ protected:
     ~Factory() override = default;
 };
 
-/// What makes a persistent class known under `name`: define one as a static object in the class's source file.
+/// Registers the persistent class `T` under a name, and under its run-time type name. Define one as a static object in
+/// the source file of the class.
 template <typename T>
 class SerializableFactory : public Factory<Serializable, T>
 {

@@ -1,9 +1,9 @@
 #pragma once
 
-/// The base of everything that can be saved as tagged text and read back, and the three functions that do it.
+/// `Serializable`, the base class of everything that can be saved as a document and loaded from it, and the functions
+/// that write and read a whole document. Include this header where a persistent class is declared.
 ///
-/// A class becomes persistent by deriving from `Serializable` and describing its fields; see `sinew/framework/fields.h`
-/// for the description and `sinew/framework/registry.h` for making objects by name.
+/// `sinew/framework/fields.h` describes the fields of such a class. `sinew/framework/registry.h` makes objects by name.
 
 #include <iosfwd>
 #include <memory>
@@ -17,15 +17,19 @@ class Field;
 class InTag;
 class OutTag;
 
-/// A persistent object. The virtual operations stand in this order, the destructor last.
+/// A persistent object. A class becomes persistent by deriving from it and overriding `describeFields`.
+///
+/// The virtual operations are declared in the order `save`, `load`, `describeFields`, destructor. Callers may rely on
+/// this order.
 class SINEW_API Serializable
 {
 public:
-    /// Thrown on bad persistent data; `what()` tells what is wrong and, where it is known, at which line and column.
-    /// The object that was being read is then partly filled: discard it.
+    /// Thrown when persistent data cannot be read. `what()` says what is wrong, and at which line and column where
+    /// these are known. The object that was being read is then partly filled; discard it.
     class SINEW_API LoadFail : public std::runtime_error
     {
     public:
+        /// @param message  becomes `what()`.
         explicit LoadFail(std::string const& message);
         LoadFail(LoadFail const&) = default;
         LoadFail& operator=(LoadFail const&) = default;
@@ -36,15 +40,21 @@ public:
     Serializable(Serializable const&) = default;
     Serializable& operator=(Serializable const&) = default;
 
-    /// Writes every field of `describeFields` into `tag`. Not const, because a class may rearrange itself for the time
-    /// of saving, as a mesh function does when it packs its vectors into one string.
+    /// Writes every field of `describeFields(tag.name())` into `tag`, whose opening tag has not been written yet. An
+    /// object without a description becomes one empty tag.
+    ///
+    /// The operation is not const, because a class may modify itself while it is saved: a mesh function packs its
+    /// vectors into one string and restores them afterwards. Throws what `sinew::writeDocument` throws.
     virtual void save(OutTag& tag);
 
-    /// Reads every field of the description `field` that `tag` holds into this object; other fields stay as they are.
-    /// Throws `LoadFail` on bad data.
+    /// Reads into this object those fields of the description `field` that `tag` holds. A member whose field is absent
+    /// keeps its value. A null `field` reads nothing.
+    ///
+    /// Throws `LoadFail` on bad data, and std::bad_cast if `field` describes another class.
     virtual void load(InTag& tag, smart_ptr<Field> field);
 
-    /// A newly built description of this class's fields, bearing `name`. The base has no fields and returns null.
+    /// A new description of the fields of this class, with the given name. The base class has no fields and returns
+    /// null.
     virtual smart_ptr<Field> describeFields(std::string const& name);
 
     virtual ~Serializable();
@@ -52,23 +62,44 @@ public:
 
 namespace sinew {
 
-/// Writes `object` as one document: an XML declaration and a root element named `name`.
+/// Writes `object` to `out` as one document: an XML declaration and a root element named `name`.
 ///
-/// Saving the same object twice gives the same bytes. A `name` that is no XML name, and text that XML cannot carry, is
-/// a std::invalid_argument; failures of the stream show in its state. Cost: linear in the size of the text.
+/// The same object always gives the same bytes. The format flags and the locale of `out` have no effect. The depth of
+/// the elements is not limited here, but `readDocument` refuses a document with more than `kMaxNesting` levels.
+///
+/// Throws:
+/// - std::invalid_argument if `name`, the name of a field or the name of an attribute is not an XML name, or if a
+///   string or an attribute is not valid UTF-8 or contains a character that XML does not allow (`OutTag`);
+/// - std::bad_cast if an object describes its fields with the members of another class.
+///
+/// After an exception `out` holds the beginning of the document; discard it. If `name` is the cause, nothing has been
+/// written. A failure of the stream shows in the state of `out`. It is thrown, as std::ios_base::failure, only if
+/// `out.exceptions()` enables that.
+///
+/// Cost: linear in the size of the text.
 SINEW_API void writeDocument(std::ostream& out, Serializable& object, std::string const& name);
 
-/// Reads one document, to the end of `in`, into `object`; the root element may have any name.
+/// Reads one document into `object`, up to the end of `in`. The root element may have any name.
 ///
-/// Bad data throws `Serializable::LoadFail`, and `object` should then be discarded. Safe for documents from strangers:
-/// nothing but LoadFail and std::bad_alloc is thrown, reading is linear in the size of the text, elements are nested at
-/// most `kMaxNesting` deep (`sinew/framework/tags.h`), and no more than 64 KiB and 64 bytes for each byte of the text
-/// are allocated on the way to the fields. Line ends, a byte-order mark, comments, CDATA and references are read as
-/// XML 1.0 has them; document type declarations are refused, so nothing is ever expanded or fetched.
+/// Line ends, a byte-order mark, comments, CDATA sections and references are read as XML 1.0 defines them. Document
+/// type declarations are refused, so that nothing is expanded and nothing is fetched. A stream in a failed state is
+/// refused; otherwise the state, the format flags and the locale of `in` are neither used nor changed.
+///
+/// Throws `Serializable::LoadFail` if the text is not well-formed, if it does not fit the fields of `object`, if its
+/// elements are nested more than `kMaxNesting` deep (`sinew/framework/tags.h`), or if the stream cannot be read;
+/// discard `object` then. Whatever the text is, it causes no other exception except std::bad_alloc. A class that
+/// describes its fields with the members of another class causes std::bad_cast. Exceptions of the caller's own code
+/// pass through: those of a stream buffer (but its std::ios_base::failure becomes a `LoadFail`) and those of the
+/// operations that a persistent class overrides.
+///
+/// Cost: linear in the size of the text. At most 64 KiB, and 64 bytes for each byte of the text, are allocated before
+/// the values reach the fields; what the object itself allocates is not included.
 SINEW_API void readDocument(std::istream& in, Serializable& object);
 
-/// Makes the object that is registered under the root element's name (`sinew/framework/registry.h`), then reads the
-/// document into it as `readDocument` does. A name that is not registered is a `LoadFail`.
+/// Makes an object of the class that is registered under the name of the root element (`sinew/framework/registry.h`),
+/// and reads the document into it as `readDocument` does. The result is never null.
+///
+/// Throws what `readDocument` throws. A name that is not registered is a `Serializable::LoadFail`.
 SINEW_API std::unique_ptr<Serializable> createFromDocument(std::istream& in);
 
 } // namespace sinew

@@ -1,11 +1,12 @@
 #pragma once
 
-/// Shared ownership of objects that carry their own count, as display data, geometry and field descriptions do.
+/// Shared ownership by reference counts: `smart_base` holds the count, `smart_ptr` is the handle that changes it.
+/// Display data, geometry and descriptions of fields are shared in this way.
 ///
-/// The count lives in the object (`smart_base`), so a handle (`smart_ptr`) can be made again from a plain pointer at
-/// any time without a second count coming into being. Counts are plain integers: share an object between threads only
-/// if you serialise every copy and destruction of its handles.
+/// The count is a member of the object, so a second handle can be made from a raw pointer at any time. Counts are plain
+/// integers: copying and destroying handles to one object requires exclusive access to that object.
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -13,17 +14,19 @@
 
 #include <sinew/export.h>
 
-/// Base of everything that a `smart_ptr` can own: a virtual table and a count, the virtual operations in this order.
+/// Base of the objects that a `smart_ptr` owns: a virtual table and a reference count.
 ///
-/// A host may override the operations, for instance to recycle objects instead of deleting them; handles always go
-/// through the virtual table. They are const so that a handle to a const object counts as well.
+/// The virtual operations are declared in the order destructor, `addReference`, `releaseReference`, `destroy`. Callers
+/// may rely on this order and on the layout. A host may override the operations, for example to recycle objects instead
+/// of deleting them; handles always call them through the virtual table. They are const, so that handles to const
+/// objects count too.
 class SINEW_API smart_base
 {
 public:
     smart_base() = default;
-    /// A copy is a new object that nobody holds yet: its count starts at 0.
+    /// A copy is a new object without handles: its count is 0.
     smart_base(smart_base const&) : smart_base() {}
-    /// Contents may be assigned, holders cannot: both counts stay as they are.
+    /// Leaves both counts unchanged: assigning an object does not change which handles hold it.
     smart_base& operator=(smart_base const&) { return *this; }
 
     virtual ~smart_base();
@@ -31,25 +34,30 @@ public:
     /// Adds 1 to the count.
     virtual void addReference() const;
 
-    /// Takes 1 from the count and calls `destroy` if that leaves 0 or less.
+    /// Subtracts 1 from the count and calls `destroy` if the result is 0 or less. An override must not throw.
     virtual void releaseReference() const;
 
-    /// Deletes the object through its virtual destructor. The destructor must not hand out handles to its own object.
+    /// Deletes the object through its virtual destructor. The destructor must not make handles to its own object: the
+    /// last of them would destroy the object again. An override must not throw.
     virtual void destroy() const;
 
-    /// How many handles hold the object; 0 from construction until the first handle. Meant for reading.
+    /// The number of handles that hold the object; 0 until the first handle. Only the operations above change it.
     mutable std::int32_t referenceCount = 0;
 };
 
-/// A handle that keeps an object alive: copying it calls `addReference`, destroying or reassigning it calls
-/// `releaseReference`. Two words: the `smart_base` to count with, then the object as a `T`.
+/// A handle that keeps an object alive. Making or copying a handle calls `addReference` of the object; destroying or
+/// reassigning it calls `releaseReference`. Moving and swapping handles changes no count.
 ///
-/// `T` may be incomplete except where a handle is made from a plain pointer. It need not derive from `smart_base` where
-/// the handle is converted from one that does: an interface can be held through its implementation's count.
+/// A handle consists of two pointers: the `smart_base` whose count it uses, then the object as a `T`. Callers may rely
+/// on this layout.
 ///
-/// Every operation that replaces the object takes the new reference before it gives up the old one, and gives up the
-/// old one last, when the handle already shows the new state; so self-assignment, resetting to the held object and
-/// destructors that look at the handle are all safe. If `addReference` throws, handle and counts are as before.
+/// `T` may be an incomplete type, except where a handle is made from a raw pointer. A handle that is converted from
+/// another handle needs no `T` derived from `smart_base`: an interface can be held through the count of the class that
+/// implements it.
+///
+/// An operation that replaces the object first adds the new reference, then changes the handle, and releases the old
+/// reference last. Self-assignment, resetting to the same object and destructors that read the handle are therefore
+/// safe. If `addReference` throws, the handle and all counts are unchanged.
 template <typename T>
 class smart_ptr
 {
@@ -69,7 +77,7 @@ public:
     {
     }
 
-    /// From derived to base and from non-const to const. The counting pointer is passed on as it is.
+    /// Converts a handle to a base class or to const. The new handle uses the same count.
     template <typename U, typename = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     smart_ptr(smart_ptr<U> const& other) : base_(other.base_), object_(other.object_)
     {
@@ -91,16 +99,16 @@ public:
         smart_ptr(other).swap(*this);
         return *this;
     }
-    /// Leaves `other` empty, unless it is this very handle.
+    /// Leaves `other` empty, unless `other` is this handle: that changes nothing.
     smart_ptr& operator=(smart_ptr&& other) noexcept
     {
         smart_ptr(std::move(other)).swap(*this);
         return *this;
     }
 
-    /// Lets go of the object.
+    /// Releases the object; the handle is empty then.
     void reset() { smart_ptr().swap(*this); }
-    /// Lets go of the object and holds `object` instead; the same object is fine.
+    /// Releases the object and holds `object` instead, which may be null or the same object.
     void reset(T* object) { smart_ptr(object).swap(*this); }
 
     void swap(smart_ptr& other) noexcept
@@ -112,9 +120,18 @@ public:
 
     /// The object, or null.
     T* get() const noexcept { return object_; }
-    /// The handle must hold something.
-    T& operator*() const noexcept { return *object_; }
-    T* operator->() const noexcept { return object_; }
+    /// The object. The handle must not be empty.
+    T& operator*() const noexcept
+    {
+        assert(object_);
+        return *object_;
+    }
+    /// The object. The handle must not be empty.
+    T* operator->() const noexcept
+    {
+        assert(object_);
+        return object_;
+    }
     explicit operator bool() const noexcept { return object_ != nullptr; }
 
 private:
@@ -126,11 +143,11 @@ private:
         if (base_) base_->addReference();
     }
 
-    smart_base const* base_ = nullptr;
+    smart_base const* base_ = nullptr; // null exactly if object_ is null
     T* object_ = nullptr;
 };
 
-/// Handles are equal when they show the same object.
+/// Handles are equal if `get()` returns the same address, compared after conversion to a common pointer type.
 template <typename T, typename U>
 bool operator==(smart_ptr<T> const& a, smart_ptr<U> const& b) noexcept
 {
@@ -162,6 +179,6 @@ bool operator!=(std::nullptr_t, smart_ptr<T> const& a) noexcept
     return static_cast<bool>(a);
 }
 
-// Hosts hand these across library boundaries; their layout is part of the contract.
+// Hosts pass handles and objects to other libraries, so their layout must not change.
 static_assert(sizeof(smart_ptr<smart_base>) == 2 * sizeof(void*));
 static_assert(sizeof(smart_base) == 2 * sizeof(void*), "a virtual table and a 32-bit count");

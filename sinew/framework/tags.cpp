@@ -1,12 +1,14 @@
 #include <sinew/framework/tags.h>
 
 #include <algorithm>
+#include <cassert>
 #include <charconv>
 #include <istream>
 #include <locale>
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
+#include <system_error>
 
 #include <sinew/framework/detail/xml_reader.h>
 #include <sinew/framework/detail/xml_text.h>
@@ -16,7 +18,9 @@ using sinew::detail::XmlReader;
 
 namespace {
 
-constexpr int kIndent = 2;
+constexpr std::size_t kIndent = 2;        // blanks for each level of nesting
+constexpr int kRealDigits = 6;            // the default precision of an output stream
+constexpr std::size_t kRealCapacity = 32; // six digits, sign, point and exponent need 13 characters: -1.23457e+308
 
 void requireName(std::string const& name)
 {
@@ -26,13 +30,21 @@ void requireName(std::string const& name)
 void requireText(std::string_view text)
 {
     if (sinew::detail::findBadCharacter(text) != text.size())
-        throw std::invalid_argument("the text is not UTF-8, or holds a character that XML cannot carry");
+        throw std::invalid_argument("the text is not UTF-8, or contains a character that XML does not allow");
 }
 
-// Unformatted, so that neither width nor locale of the stream has a say.
+// Unformatted output, which ignores the format flags and the locale of the stream.
 void put(std::ostream& out, std::string_view text)
 {
     out.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+// The attribute of that name, or the end.
+template <typename Attributes>
+auto findByName(Attributes& attributes, std::string_view name)
+{
+    return std::find_if(attributes.begin(), attributes.end(),
+                        [name](auto const& attribute) { return attribute.first == name; });
 }
 
 } // namespace
@@ -43,8 +55,7 @@ Tag::~Tag() = default;
 
 std::string const* Tag::findAttr(std::string_view name) const
 {
-    auto const found = std::find_if(attributes_.begin(), attributes_.end(),
-                                    [&](auto const& attribute) { return attribute.first == name; });
+    auto const found = findByName(attributes_, name);
     return found == attributes_.end() ? nullptr : &found->second;
 }
 
@@ -86,8 +97,7 @@ void OutTag::setAttr(std::string const& name, std::string const& text)
 {
     requireName(name);
     requireText(text);
-    auto const found = std::find_if(attributes_.begin(), attributes_.end(),
-                                    [&](auto const& attribute) { return attribute.first == name; });
+    auto const found = findByName(attributes_, name);
     if (found == attributes_.end()) {
         attributes_.emplace_back(name, text);
     } else {
@@ -97,16 +107,17 @@ void OutTag::setAttr(std::string const& name, std::string const& text)
 
 void OutTag::setAttr(std::string const& name, double value)
 {
-    // What a stream in the classic locale prints with its default settings, without building a stream.
-    constexpr int kDefaultPrecision = 6;
-    char text[32];
-    auto const end = std::to_chars(text, text + sizeof text, value, std::chars_format::general, kDefaultPrecision).ptr;
+    // The same text as a default stream in the classic locale gives, without the cost of constructing a stream.
+    char text[kRealCapacity];
+    auto const [end, error] = std::to_chars(text, text + kRealCapacity, value, std::chars_format::general, kRealDigits);
+    assert(error == std::errc());
+    static_cast<void>(error); // read by the assert only
     setAttr(name, std::string(text, end));
 }
 
 void OutTag::indent()
 {
-    put(out_, std::string(static_cast<std::size_t>(kIndent * depth_), ' '));
+    put(out_, std::string(kIndent * static_cast<std::size_t>(depth_), ' '));
 }
 
 void OutTag::writeTag(std::string_view opening, std::string_view closing)
@@ -145,11 +156,11 @@ void OutTag::writeSingleTag()
 void OutTag::writeText(std::string_view text)
 {
     requireText(text);
-    // Packed vectors are megabytes without anything to escape: they go out as they are.
-    std::size_t const plain = sinew::detail::findEscaped(text);
-    put(out_, text.substr(0, plain));
+    // A packed vector is a text of megabytes that contains nothing to escape. It is written without a copy.
+    std::size_t const verbatim = sinew::detail::findEscaped(text);
+    put(out_, text.substr(0, verbatim));
     std::string escaped;
-    sinew::detail::appendEscapedText(escaped, text.substr(plain));
+    sinew::detail::appendEscapedText(escaped, text.substr(verbatim));
     put(out_, escaped);
 }
 

@@ -1,12 +1,13 @@
 #pragma once
 
-/// Elements of tagged text, as a persistent class sees them while it is written (`OutTag`) and read (`InTag`).
+/// The elements of a document while they are written (`OutTag`) and while they are read (`InTag`).
 ///
-/// The text is XML 1.0 in UTF-8. Most classes never touch a tag: they describe their fields
-/// (`sinew/framework/fields.h`) and the tags are opened, filled and closed for them. A type that wants a form of its
-/// own, say one element with attributes, writes a type handler in terms of the operations here.
+/// Most classes need no tags: they describe their fields (`sinew/framework/fields.h`), and the library opens, fills and
+/// closes the tags. Include this header to write a type handler for a type with its own text form, for example one
+/// element with attributes.
 ///
-/// Numbers are written and read in the classic "C" locale, whatever the locale of the process or of the stream.
+/// The text is XML 1.0 in UTF-8. Numbers are written and read in the classic "C" locale, whatever the locale of the
+/// process or of the stream is.
 
 #include <cstddef>
 #include <functional>
@@ -20,8 +21,9 @@
 
 namespace sinew {
 
-/// How deep the elements of a document may be nested, the root being level 1; a deeper document is refused with
-/// `LoadFail`. Far beyond any sensible description, and small enough that reading fits a stack of 256 KiB.
+/// The greatest depth of nested elements in a document that is read; the root element has depth 1. A deeper document is
+/// refused with `Serializable::LoadFail`. Descriptions of classes are a few levels deep; with 128 levels reading needs
+/// less than 256 KiB of stack.
 inline constexpr int kMaxNesting = 128;
 
 namespace detail {
@@ -30,72 +32,84 @@ class XmlReader;
 
 } // namespace sinew
 
-/// What elements being written and elements being read have in common: a name and attributes.
+/// The name and the attributes of an element: the common part of `OutTag` and `InTag`.
 class SINEW_API Tag
 {
 public:
     Tag(Tag const&) = delete;
     Tag& operator=(Tag const&) = delete;
 
+    /// The name of the element.
     std::string const& name() const { return name_; }
 
-    /// The text of the named attribute, references resolved. Throws `Serializable::LoadFail` if there is none.
+    /// The text of the named attribute, with references resolved. Throws `Serializable::LoadFail` if the element has no
+    /// such attribute.
     std::string getAttr(std::string const& name) const;
 
-    /// Whether there is an attribute of that name.
+    /// Whether the element has an attribute of that name.
     bool hasAttr(std::string const& name) const;
 
-    /// Throws `Serializable::LoadFail` with `message`, preceded by the tag's name and, in a tag that is being read, its
-    /// line and column.
+    /// Throws `Serializable::LoadFail`. Its message is the name of the tag and `message`; in a tag that is being read,
+    /// the line and column of the tag precede them.
     [[noreturn]] void fail(std::string const& message) const;
 
 protected:
     explicit Tag(std::string name);
     virtual ~Tag();
 
-    /// The tag and where it stands, for messages.
+    /// The beginning of the messages of `fail`: the tag, and its position if it is known.
     virtual std::string place() const;
 
+    /// The text of the named attribute, or null.
     std::string const* findAttr(std::string_view name) const;
 
-    std::string name_;
-    std::vector<std::pair<std::string, std::string>> attributes_; ///< name and text, in document order
+    std::string name_;                                            ///< The name of the element.
+    std::vector<std::pair<std::string, std::string>> attributes_; ///< Names and texts, in document order.
 };
 
-/// An element on its way out. Construct it, set its attributes, then either `writeSingleTag`, or `writeOpenTag`,
-/// the content, and `writeCloseTag`.
+/// An element that is being written.
 ///
-/// Names must be XML names, texts valid UTF-8 without the control characters that XML cannot carry (all below U+0020
-/// but tab, line feed and carriage return); otherwise std::invalid_argument is thrown. Failures of the stream show in
-/// the stream's state.
+/// Construct it and set its attributes. Then call either `writeSingleTag` or `writeTextTag` alone, or `writeOpenTag`,
+/// the functions that write the content, and `writeCloseTag`.
+///
+/// std::invalid_argument is thrown by the constructors and by `setAttr` if a name is not an XML name, and by `setAttr`,
+/// `writeText` and `writeTextTag` if a text is not valid UTF-8 or contains a character that XML does not allow: U+FFFE,
+/// U+FFFF, or a control character below U+0020 other than tab, line feed and carriage return. The tag is then
+/// unchanged, and nothing of the text has been written; `writeTextTag` has written the opening tag. A failure of the
+/// stream shows in the state of the stream. It is thrown, as std::ios_base::failure, only if the stream's
+/// `exceptions()` enable that.
 class SINEW_API OutTag : public Tag
 {
 public:
-    /// The root element of what is written to `out`.
+    /// The root element of the text that is written to `out`, which must outlive the tag.
     OutTag(std::ostream& out, std::string const& name);
-    /// A child of `parent`, which must be open and must outlive it.
+    /// A child of `parent`. The opening tag of `parent` must have been written with `lines` true. `parent` must outlive
+    /// the child.
     OutTag(OutTag& parent, std::string const& name);
     ~OutTag() override;
 
-    /// Stores an attribute's text under its name; an earlier text of that name is replaced.
+    /// Stores an attribute. An attribute of the same name is replaced and keeps its place in the order.
     void setAttr(std::string const& name, std::string const& text);
-    /// Stores a real with six significant digits, as a default output stream formats it.
+    /// Stores a number as an attribute, with six significant digits as a default output stream formats it. A NaN
+    /// becomes "nan" or "-nan", an infinity "inf" or "-inf"; `InTag::getReal` refuses these.
     void setAttr(std::string const& name, double value);
 
     /// Writes the opening tag with the attributes set so far.
-    /// @param lines  true if child elements follow, each on a line of its own; false if text follows on the same line.
+    /// @param lines  true if child elements follow, each on its own line; false if text follows on the same line.
     void writeOpenTag(bool lines);
 
-    /// Writes the closing tag. @param lines  as given to `writeOpenTag`.
+    /// Writes the closing tag.
+    /// @param lines  the value that was given to `writeOpenTag`.
     void writeCloseTag(bool lines);
 
     /// Writes the whole element as one empty tag with the attributes set so far.
     void writeSingleTag();
 
-    /// Writes character data inside an open tag, escaped where XML asks for it. A reader gets back the same bytes.
+    /// Writes character data inside an open tag. Characters with a meaning in XML are escaped, so that a reader gets
+    /// the same bytes back.
     void writeText(std::string_view text);
 
-    /// The whole element at once: opening tag, text, closing tag; an empty tag for an empty text.
+    /// Writes the whole element: the opening tag, the text, the closing tag. An empty text gives one empty tag.
     void writeTextTag(std::string_view text);
 
 private:
@@ -103,33 +117,43 @@ private:
     void indent();
 
     std::ostream& out_;
-    int depth_;
+    int depth_; // number of ancestors
 };
 
-/// An element being read: its opening tag has been parsed, its content is still to come.
+/// An element that is being read. Its name and attributes are known; its content has not been read yet.
 ///
-/// Whatever a reader of the element leaves of its content is skipped afterwards, and checked for being well-formed all
-/// the same.
+/// Content that the caller does not read is skipped afterwards. The skipped content must be well-formed as well.
 class SINEW_API InTag : public Tag
 {
 public:
-    /// Reads a child element. What it leaves of the child's content is skipped.
+    /// Reads a child element. What it does not read of the child's content is skipped. Its exceptions pass through.
     using ChildHandler = std::function<void(InTag& child)>;
 
-    /// Reads the rest of the content: every child element is handed to `onChild`, in document order. Text between the
-    /// children must be white space, or `LoadFail` is thrown. Without a handler nothing is interpreted: children and
-    /// text are skipped, at no cost in stack however deep they are.
+    /// Reads the opening tag at the position of `reader`. The library constructs tags; callers get them from
+    /// `Serializable::load` and from a `ChildHandler`.
+    explicit InTag(sinew::detail::XmlReader& reader);
+
+    /// Reads the content that has not been read yet, and calls `onChild` with every child element in document order.
+    /// Text between the children must be white space; other text is a `Serializable::LoadFail`.
+    ///
+    /// Without a handler the content is skipped: children and text are checked for being well-formed only. Skipping
+    /// uses constant stack space.
     void readContent(ChildHandler const& onChild = {});
 
-    /// Reads the rest of the content as text: character data and CDATA joined, comments left out, references resolved,
-    /// line ends as "\n". A child element is a `LoadFail`.
+    /// Reads the content that has not been read yet as text: character data and CDATA sections joined, comments left
+    /// out, references resolved, line ends as "\n". A child element is a `Serializable::LoadFail`. The text is empty if
+    /// the content was read before.
     std::string readText();
 
-    /// The named attribute as a finite real. Throws `LoadFail` if it is missing or anything else.
+    /// The named attribute as a finite number. Throws `Serializable::LoadFail` if the attribute is missing, is not a
+    /// decimal number (for example "nan", "inf", "1x" or an empty text) or is too large for a double. White space
+    /// around the number is ignored.
     double getReal(std::string const& name) const;
 
-    /// Throws `LoadFail` unless the last extraction from `text`, a stream over one attribute's text, succeeded and left
-    /// nothing but white space behind. A stream of yours takes its locale from the process: imbue the classic one.
+    /// Checks that a number was read from all of `text`, a stream over the text of one attribute: throws
+    /// `Serializable::LoadFail` if the last extraction failed or if anything but white space follows the number.
+    ///
+    /// A new stream takes its locale from the process: imbue it with the classic locale before extracting numbers.
     void checkEndText(std::istream& text) const;
 
     ~InTag() override;
@@ -138,10 +162,7 @@ protected:
     std::string place() const override;
 
 private:
-    friend class sinew::detail::XmlReader;
-    explicit InTag(sinew::detail::XmlReader& reader);
-
     sinew::detail::XmlReader& reader_;
-    std::size_t at_ = 0; ///< offset of the opening tag in the document
-    bool unread_ = true; ///< content, or what is left of it, is still to be read
+    std::size_t at_ = 0; // offset of the opening tag in the document
+    bool unread_ = true; // whether content, or a part of it, has not been read yet
 };

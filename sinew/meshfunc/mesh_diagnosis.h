@@ -1,53 +1,87 @@
 #pragma once
 
-/// What a host may want to know about a mesh function before it relies on it or saves it. Queries take any input as it
-/// is, and saving packs what fits; here each oddity gets a name, a place and a sentence.
+/// A check of a mesh function before a host relies on it or saves it. Queries and saving accept any input; `diagnose`
+/// reports the input for which their results may surprise.
 
 #include <cstddef>
-#include <string>
-#include <vector>
 
 #include <sinew/export.h>
+#include <sinew/framework/findings.h>
 #include <sinew/meshfunc/mesh_function_2d.h>
 
 namespace sinew {
 
-/// What is odd about a mesh function.
+/// What `diagnose` finds in a mesh function. Each enumerator states what `Finding::indices` and `Finding::value` hold.
+/// "The triangle" in `indices` is its number t; its vertex indices are the entries 3t, 3t + 1, 3t + 2 of `facets`.
 enum class MeshFault
 {
-    incompleteFacets,   ///< `facets` ends within a triangle: there is no boundary. Index: of the first entry left over.
-    missingVertex,      ///< A triangle names a vertex that is not there. Index: of the triangle, as in the next three.
-    degenerateTriangle, ///< A determinant below the threshold, or not finite: it answers nothing, or nonsense.
-    invertedTriangle,   ///< Oriented against the majority of the triangles: its edges stay boundaries.
-    repeatedTriangle,   ///< The same three vertices as an earlier triangle.
-    nonManifoldEdge,    ///< Shared by more than two triangles. Index: of the triangle that is one too many.
-    unusedVertex,       ///< No triangle names it. Index: of the vertex, as in the next two.
-    missingValue,       ///< A vertex without an entry in `values`.
-    unpackableNumber,   ///< A coordinate or value that the packed text cannot hold: it would come back as another.
-    unpackableScalar,   ///< A scalar that the packed text cannot hold. Index: into `normaldots`.
-    unpackableCount,    ///< More vertices, scalars or facet entries than the packed text can count. Index: how many.
+    /// `facets` ends within a triangle, so the function has no boundary.
+    /// Indices: the first entry of `facets` that is left over. Value: how many are left over, 1 or 2.
+    incompleteFacets,
+
+    /// A triangle names a vertex that has no position or no value. The triangle is ignored.
+    /// Indices: the triangle, its three vertex indices. Value: the first of these that names no vertex.
+    missingVertex,
+
+    /// The magnitude of the determinant is below `kGramZero`, so the triangle accepts no point; or the determinant is
+    /// not finite, so the triangle may give NaN.
+    /// Indices: the triangle, its three vertices. Value: the determinant.
+    degenerateTriangle,
+
+    /// The triangle has the orientation of the minority. The edges that it shares with the majority stay boundaries.
+    /// Indices: the triangle, its three vertices. Value: the determinant.
+    invertedTriangle,
+
+    /// The triangle has the same three vertices as an earlier one, which is used in its place.
+    /// Indices: the triangle, the first triangle with these vertices. Value: 0.
+    repeatedTriangle,
+
+    /// The triangle is the third or a later one at one of its edges. The order of the triangles decides where the
+    /// boundary runs there.
+    /// Indices: the triangle, the smaller and the larger vertex of the edge; of several such edges the one with the
+    /// smallest vertices. Value: the number of triangles at that edge.
+    nonManifoldEdge,
+
+    /// No triangle names the vertex.
+    /// Indices: the vertex. Value: 0.
+    unusedVertex,
+
+    /// The vertex has a position and no entry in `values`.
+    /// Indices: the vertex. Value: 0.
+    missingValue,
+
+    /// A coordinate of a position or a value lies outside [-2, 14), so the packed text changes it.
+    /// Indices: the vertex. Value: the first such number of position x, position y, value x, value y.
+    unpackableNumber,
+
+    /// A scalar lies outside [-2, 14), so the packed text changes it.
+    /// Indices: the entry of `normaldots`. Value: the scalar.
+    unpackableScalar,
+
+    /// There are more vertices, scalars or entries of `facets` than the packed text can count.
+    /// Indices: empty. Value: how many there are.
+    unpackableCount,
 };
 
-/// One finding of `diagnose`.
-struct MeshProblem
-{
-    MeshFault fault;
-    std::size_t index;
-    /// What is wrong and what follows from it, for people.
-    std::string sentence;
-};
+/// All findings about one mesh function.
+using MeshDiagnosis = Diagnosis<MeshFault>;
 
-/// The reals that the packed text of a mesh function holds, in steps of 2^-20: from the first up to, not including, the
-/// second. Up to that many it counts.
+/// The packed text of a mesh function holds reals from the first of these up to, and excluding, the second one, in
+/// steps of 2^-20. It holds numbers of items up to the third one.
 inline constexpr double kLeastPackable = -2.0;
 inline constexpr double kPackableEnd = 14.0;
 inline constexpr std::size_t kMostPackable = 262143;
 
-/// Everything that is odd about a mesh function, in the order of `MeshFault`, then by index; empty when nothing is.
+/// Reports everything in a mesh function that queries ignore or that saving changes. No finding means that there is
+/// nothing of that kind.
 ///
-/// Coordinates that fit are still rounded to steps of 2^-20 when they are saved. The orientation of the majority is
-/// that of more triangles; between equal numbers the positive one. Each triangle and each vertex is named once a
-/// fault. Cost: n log n in triangles and vertices.
-SINEW_API std::vector<MeshProblem> diagnose(MeshFunction2D const& function);
+/// The findings are sorted by kind, then by indices. Each triangle and each vertex has at most one finding of each
+/// kind. Findings of `unpackableCount` come in the order vertices, scalars, entries of `facets`.
+///
+/// Coordinates within the packable range are rounded to steps of 2^-20 by saving; that is not reported. The majority of
+/// the triangles decides which orientation is inverted. Ties: with equally many of each, the negative one is inverted.
+/// Triangles of `missingVertex` take no part in the other checks of triangles, and vertices that only these name count
+/// as unused. Cost: n log n for n triangles and vertices.
+SINEW_API MeshDiagnosis diagnose(MeshFunction2D const& function);
 
 } // namespace sinew

@@ -1,10 +1,15 @@
+// Construction and rebuilding. The uniform grid of lists: C. Ericson, Real-Time Collision Detection, 2005, section 7.1.
+
 #include <sinew/meshfunc/mesh_function_2d.h>
 
 #include <algorithm>
+#include <utility>
 
+#include <sinew/core/tolerances.h>
 #include <sinew/meshfunc/detail/boundary_loops.h>
 #include <sinew/meshfunc/detail/loop_boxes.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
+#include <sinew/meshfunc/detail/mesh_view.h>
 #include <sinew/meshfunc/detail/triangle_locator.h>
 
 using Point = tzNM::vect2<double>;
@@ -12,10 +17,14 @@ using namespace sinew::detail;
 
 namespace {
 
-/// The grid reaches this part of the domain's extent beyond it on each side.
+// Part of the domain's extent by which the grid is larger than the domain, on each side.
 constexpr double kMargin = 0.01;
 
-/// Grows the box by one coordinate. NaN changes nothing, and a first coordinate that is NaN stays.
+// The value of `gridScale` while there is no grid.
+constexpr double kNoScale = -1;
+
+// Grows the interval to hold one coordinate. NaN changes nothing. If the first coordinate was NaN, the interval stays
+// NaN.
 void include(double c, double* low, double* high)
 {
     if (*low > c) {
@@ -25,19 +34,19 @@ void include(double c, double* low, double* high)
     }
 }
 
-/// A range of cells that a triangle's vertices span.
+// The columns and rows of cells that the vertices of a triangle span.
 struct CellRange
 {
     int low[2];
     int high[2];
 };
 
-CellRange cellRange(MeshFunction2D const& f, int const corners[3])
+CellRange cellRange(MeshFunction2D const& f, int const corners[kCorners])
 {
     CellRange range;
     for (int k = 0; k < 2; ++k) {
-        for (int corner = 0; corner < 3; ++corner) {
-            double const s = (f.params[static_cast<std::size_t>(corners[corner])][k] - f.domainMin[k]) * f.gridScale[k];
+        for (std::size_t corner = 0; corner < kCorners; ++corner) {
+            double const s = (f.params[toIndex(corners[corner])][k] - f.domainMin[k]) * f.gridScale[k];
             int const cell = cellOfCoordinate(s, f.gridSize[k]);
             range.low[k] = corner == 0 ? cell : std::min(range.low[k], cell);
             range.high[k] = corner == 0 ? cell : std::max(range.high[k], cell);
@@ -49,13 +58,13 @@ CellRange cellRange(MeshFunction2D const& f, int const corners[3])
 void listTriangles(MeshFunction2D* f)
 {
     std::size_t const vertexCount = std::min(f->params.size(), f->values.size());
-    for (std::size_t t = 0; t < f->facets.size() / 3; ++t) {
-        int corners[3];
+    for (std::size_t t = 0; t < f->facets.size() / kCorners; ++t) {
+        int corners[kCorners];
         if (!triangleCorners(f->facets, t, vertexCount, corners)) continue;
         CellRange const range = cellRange(*f, corners);
         for (int cx = range.low[0]; cx <= range.high[0]; ++cx) {
             for (int cy = range.low[1]; cy <= range.high[1]; ++cy) {
-                f->gridCells[static_cast<std::size_t>(cx * f->gridSize[1] + cy)].push_back(static_cast<int>(t));
+                f->gridCells[cellIndex(cx, cy, f->gridSize[1])].push_back(static_cast<int>(t));
             }
         }
     }
@@ -93,7 +102,7 @@ MeshFunction2D::MeshFunction2D(MeshFunction2D const& other)
                                                                                               other.gridSize[1]},
       extrapolateFlag(other.extrapolateFlag), boundaryProjectors(deepCopy(other.boundaryProjectors)),
       boundaryFacets(other.boundaryFacets), saveString(other.saveString),
-      locator_(other.locator_ ? TriangleLocator::build(*this) : nullptr),
+      locator_(other.locator_ ? TriangleLocator::build(viewOf(*this)) : nullptr),
       loopBoxes_(other.loopBoxes_ ? std::make_unique<LoopBoxes>(*other.loopBoxes_) : nullptr)
 {
 }
@@ -120,7 +129,7 @@ void MeshFunction2D::initEvaluatorHelper()
     boundaryProjectors.clear();
     boundaryFacets.clear();
     gridSize[0] = gridSize[1] = 0;
-    gridScale[0] = gridScale[1] = -1;
+    gridScale[0] = gridScale[1] = kNoScale;
     if (params.empty()) return;
 
     domainMin = domainMax = params[0];
@@ -129,7 +138,7 @@ void MeshFunction2D::initEvaluatorHelper()
         include(p.y, &domainMin.y, &domainMax.y);
     }
     Point const d = domainMax - domainMin;
-    if (d.x * d.x + d.y * d.y < kDegenerate) return; // a NaN extent goes on: its points all fall into cell 0
+    if (d.x * d.x + d.y * d.y < sinew::kGramZero) return; // false for a NaN extent: its points all fall into cell 0
     domainMin -= kMargin * d;
     domainMax += kMargin * d;
 
@@ -137,9 +146,9 @@ void MeshFunction2D::initEvaluatorHelper()
         gridSize[k] = kGridCells;
         gridScale[k] = gridSize[k] / (domainMax[k] - domainMin[k]);
     }
-    gridCells.resize(static_cast<std::size_t>(gridSize[0] * gridSize[1]));
+    gridCells.resize(toIndex(gridSize[0]) * toIndex(gridSize[1]));
     listTriangles(this);
-    locator_ = TriangleLocator::build(*this);
+    locator_ = TriangleLocator::build(viewOf(*this));
     if (extrapolateFlag) initBoundaries();
 }
 
@@ -148,13 +157,13 @@ void MeshFunction2D::initBoundaries()
     loopBoxes_.reset();
     boundaryProjectors.clear();
     boundaryFacets.clear();
-    if (facets.size() < 3 || facets.size() % 3 != 0) return;
+    if (facets.size() < kCorners || facets.size() % kCorners != 0) return;
 
     std::vector<Vector3> points;
     for (BoundaryLoop& loop : boundaryLoops(facets, std::min(params.size(), values.size()))) {
         points.clear();
-        for (int vertex : loop.vertices) {
-            Point const& p = params[static_cast<std::size_t>(vertex)];
+        for (int const vertex : loop.vertices) {
+            Point const& p = params[toIndex(vertex)];
             points.emplace_back(p.x, p.y, 0.0);
         }
         boundaryProjectors.push_back(std::make_unique<PolylineProjector>(points));

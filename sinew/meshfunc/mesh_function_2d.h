@@ -1,10 +1,7 @@
 #pragma once
 
-/// A piecewise-linear function on a triangulated part of the plane: to each point it gives a 2D value and, if wanted, a
-/// scalar. Texture mapping is the model case: where does this point of the domain lie in the texture?
-///
-/// Inside a triangle the value is the blend of its corners' values. Outside, `extrapolate` continues the nearest
-/// boundary triangle's affine map. Typical use:
+/// A piecewise-linear function on a triangulated part of the plane. It gives each point a 2D value and, optionally, a
+/// scalar. A typical use is texture mapping: the function gives the texture coordinates of a point of the domain.
 ///
 ///     MeshFunction2D const function(params, values, facets, {});
 ///     tzNM::vect2<double> value;
@@ -28,79 +25,87 @@ class LoopBoxes;
 class TriangleLocator;
 } // namespace sinew::detail
 
-/// The function: its vertices and triangles, and what is derived from them to answer fast.
+/// A piecewise-linear function of two variables: its vertices and triangles, and structures derived from them.
 ///
-/// **Rebuild.** Grid and boundaries are derived from `params` and `facets` and follow no change by themselves: whoever
-/// changes `params`, `facets` or the number of `values` calls `initEvaluatorHelper` before the next query. Until then
-/// answers mean nothing, but no query reads out of bounds. New entries of `values` and `normaldots` count at once.
+/// Inside a triangle the value is the barycentric interpolation of the corners' values. Outside all triangles,
+/// `extrapolate` applies the affine map of the nearest boundary triangle.
 ///
-/// **Threads.** Queries are const and write nothing into the object: any number of threads may ask one object at once.
-/// Changes and rebuilds need the object to themselves.
+/// **Rebuild.** Grid and boundaries are derived from `params` and `facets` and are not updated automatically. After a
+/// change of `params`, `facets` or the number of `values`, call `initEvaluatorHelper` before the next query. Until then
+/// results are meaningless, but no query reads out of bounds. New entries of `values` and `normaldots` take effect
+/// immediately.
 ///
-/// **Bad input.** A triangle that names a vertex outside `params` or `values` is as if it were not there: it lies in no
-/// cell and on no boundary, and no query finds it. `facets` entries past the last whole triangle are ignored by the
-/// queries. NaN coordinates fall into cell 0. Nothing throws but `std::bad_alloc`.
+/// **Threads.** Queries are const and do not change the members: any number of threads may query one object at the same
+/// time. Modification and rebuilding require exclusive access.
 ///
-/// **Copies** are deep: two objects never share a projector. An object that was moved from may be assigned to, rebuilt
-/// or destroyed; its queries answer false.
+/// **Invalid input.** A triangle that names a vertex outside `params` or `values` is ignored: it lies in no cell and on
+/// no boundary, and no query finds it. Queries ignore the entries of `facets` after the last whole triangle. NaN
+/// coordinates fall into cell 0. Only `std::bad_alloc` is thrown.
+///
+/// **Copies** are deep: two objects never share a projector. A moved-from object may be assigned to, rebuilt or
+/// destroyed; its queries return false.
 class SINEW_API MeshFunction2D : public Serializable
 {
 public:
     /// Domain position of every vertex.
     std::vector<tzNM::vect2<double>> params;
-    /// 2D value of every vertex; as long as `params`.
+    /// 2D value of every vertex; as many as `params`.
     std::vector<tzNM::vect2<double>> values;
-    /// Optional scalar of every vertex, used only when there are at least as many as `values`.
+    /// Optional scalar of every vertex. Used only if there are at least as many as `values`.
     std::vector<float> normaldots;
-    /// Triangles, three vertex indices each; triangle t is entries 3t, 3t + 1, 3t + 2.
+    /// Triangles, three vertex indices each: triangle t is entries 3t, 3t + 1, 3t + 2.
     std::vector<int> facets;
-    /// Derived: for each grid cell the triangles that may touch it, ascending; cell (cx, cy) at cx * gridSize[1] + cy.
+    /// Derived: for each grid cell the triangles that may touch it, ascending. Cell (cx, cy) is at cx * gridSize[1] +
+    /// cy.
     std::vector<std::vector<int>> gridCells;
-    /// Derived: corners of the grid, the bounding box of `params` widened by a hundredth of its extent on each side.
+    /// Derived: lower and upper corner of the grid. This is the axis-aligned box of `params`, widened on each side by a
+    /// hundredth of its extent.
     tzNM::vect2<double> domainMin;
     tzNM::vect2<double> domainMax;
     /// Derived: cells per unit length along x and y; -1 while there is no grid.
     double gridScale[2];
-    /// Derived: number of cells along x and y; 20 and 20, or 0 while there is no grid.
+    /// Derived: number of cells along x and y. Both are 20, or 0 while there is no grid.
     int gridSize[2];
-    /// Whether `extrapolate` continues from the nearest boundary loop (true) or walks the grid (false). Boundaries are
-    /// built only while it is set, so a rebuild follows a change to true.
+    /// Whether `extrapolate` uses the nearest boundary loop (true) or `extrapolateOld` (false). Boundaries are built
+    /// only while this is set, so a change to true requires a rebuild.
     bool extrapolateFlag;
-    /// Derived: one polyline a boundary loop, z = 0, the first point repeated at the end.
+    /// Derived: one polyline for each boundary loop, with z = 0 and the first point repeated at the end.
     std::vector<std::unique_ptr<PolylineProjector>> boundaryProjectors;
-    /// Derived: for each loop, the triangle on which each of its segments lies.
+    /// Derived: for each loop, the triangle of each of its segments.
     std::vector<std::vector<int>> boundaryFacets;
     /// The packed text while the object is being saved or loaded; empty otherwise.
     std::string saveString;
 
-    /// An empty function: nothing evaluates.
+    /// An empty function: all queries return false.
     explicit MeshFunction2D(bool extrapolateFlag_);
 
-    /// The function with these vertices and triangles, built and ready, with `extrapolateFlag` set.
+    /// The function with these vertices and triangles, ready for queries, with `extrapolateFlag` set.
     ///
-    /// @param params_      domain positions, in any unit; the grid adapts to their bounding box.
-    /// @param values_      one per position.
-    /// @param facets_      three indices a triangle, either orientation. Where neighbours are oriented alike their
-    ///                     shared edges vanish from the boundary.
-    /// @param normaldots_  one per position, or empty for a function without a scalar.
+    /// @param params_      domain positions, in any unit. The grid adapts to their axis-aligned box, but the thresholds
+    ///                     are absolute and suit domains of the order of one.
+    /// @param values_      one for each position.
+    /// @param facets_      three indices for each triangle, in either orientation. An edge between two triangles is no
+    ///                     boundary if both have the same orientation.
+    /// @param normaldots_  one for each position, or empty for a function without a scalar.
     ///
-    /// Linear cost in triangles and grid cells they touch.
+    /// Cost: linear in triangles and in the grid cells that they touch.
     MeshFunction2D(std::vector<tzNM::vect2<double>> const& params_, std::vector<tzNM::vect2<double>> const& values_,
                    std::vector<int> const& facets_, std::vector<float> const& normaldots_);
 
-    /// Writes the function as tagged text, its vectors packed into the one field "saveString": 16 characters a vertex,
-    /// 4 a scalar, 3 an index (see docs/meshfunc.md for the format).
+    /// Writes the function as tagged text. The vectors are packed into the field "saveString": 16 characters for a
+    /// vertex, 4 for a scalar, 3 for an index. docs/meshfunc.md describes the format.
     ///
-    /// The text is made for texture coordinates. Coordinates and scalars are kept to a step of 2^-20 within [-2, 14);
-    /// outside they wrap, as do counts and indices beyond 262143. A NaN becomes -2. A vertex without an entry in
-    /// `values` is written with the value (0, 0). If writing throws, the vectors are as before and `saveString` stays
-    /// filled.
+    /// The text is made for texture coordinates. Coordinates and scalars in [-2, 14) are rounded to a step of 2^-20.
+    /// Numbers outside wrap, as do counts and indices above 262143. A NaN becomes -2. A vertex without an entry in
+    /// `values` is written with the value (0, 0). If writing throws, the vectors are unchanged and `saveString` keeps
+    /// the packed text.
     void save(OutTag& tag) override;
 
-    /// Reads a function from tagged text and rebuilds what is derived. Vectors written as fields of their own, which
-    /// older texts have, are read where "saveString" is empty. Fields that are absent stay as they are.
+    /// Reads a function from tagged text and rebuilds grid and boundaries. If "saveString" is empty, the vectors are
+    /// read from fields with their own names, which is the older form of the document. Members whose fields are absent
+    /// do not change.
     ///
-    /// Throws `Serializable::LoadFail` on bad data; for a bad "saveString" its message begins "Error loading
+    /// Throws `Serializable::LoadFail` on bad data. For a bad "saveString" the message begins with "Error loading
     /// MeshFunction2D: ". The function is then partly filled and must be discarded.
     void load(InTag& tag, smart_ptr<Field> field) override;
 
@@ -113,87 +118,99 @@ public:
     MeshFunction2D& operator=(MeshFunction2D&& other) noexcept;
     ~MeshFunction2D() override;
 
-    /// A deep copy on the heap, owned by the caller, with this object's `extrapolateFlag`.
+    /// A deep copy on the heap, with the same `extrapolateFlag`. The caller owns it.
     MeshFunction2D* copy() const;
 
-    /// The value at a point of the triangulation.
+    /// The value at a point inside a triangle.
     ///
     /// @param p          the point, in the frame of `params`.
     /// @param out        receives the value; may be null.
     /// @param outScalar  receives the scalar, or -1 if `normaldots` is shorter than `values`; may be null.
-    /// @return whether a triangle of p's grid cell holds p, with barycentric weights down to -1e-8 counted as inside.
-    ///         If false, the outputs are left unwritten.
+    /// @return whether a triangle accepts p, among those that the grid cell of p lists. A triangle accepts p if no
+    ///         barycentric weight is below -1e-8. If false, the outputs are left unwritten.
     ///
-    /// Of several triangles that hold p the one with the smallest index answers. Triangles of determinant below
-    /// 1.0000000000000001e-16 hold nothing. A point with a NaN coordinate takes the first such triangle of cell 0 and
-    /// gives NaN. Usually constant cost. Allocates nothing, but for one exception: in a mesh of more than some ten
-    /// thousand triangles, the first query in each grid cell prepares that cell for the following ones.
+    /// Ties: of several triangles that accept p, the one with the smallest index is used. A triangle whose determinant
+    /// has a magnitude below 1.0000000000000001e-16 accepts no point. A point with a NaN coordinate is looked up in
+    /// cell 0 along that axis. There the first triangle that is not degenerate accepts it and gives NaN.
+    ///
+    /// Cost: constant in most meshes. Nothing is allocated, except in a mesh of more than about ten thousand triangles:
+    /// there the first query in each grid cell builds the search structure of that cell.
     bool evaluate(tzNM::vect2<double> const& p, tzNM::vect2<double>* out, float* outScalar) const;
 
-    /// The value at a point anywhere: that of `evaluate`, or outside the triangulation the affine map of the boundary
-    /// triangle nearest to `p`, continued. Arguments as for `evaluate`.
+    /// The value at any point: that of `evaluate` if a triangle accepts `p`, otherwise the affine map of the nearest
+    /// boundary triangle. Arguments as for `evaluate`.
     ///
-    /// Of equally near loops the earlier one answers. False, with nothing written, if there is no grid or no boundary,
-    /// if every boundary is 1e13 or more away (squared), if p is NaN and not evaluated, or if the nearest triangle is
-    /// degenerate. With `extrapolateFlag` unset this is `extrapolateOld`.
+    /// Ties: of equally near boundary loops the one with the smaller index is used. False, with the outputs left
+    /// unwritten, if there is no grid or no boundary, if the squared distance to every boundary is 1e13 or more, if p
+    /// has a NaN coordinate and no triangle accepts it, or if the nearest triangle is degenerate. If `extrapolateFlag`
+    /// is not set, this is `extrapolateOld`.
     bool extrapolate(tzNM::vect2<double> const& p, tzNM::vect2<double>* out, float* outScalar) const;
 
-    /// The value by the grid-walking continuation: the affine map of the triangle with the nearest edge in p's grid
-    /// cell, or if no triangle is listed there, in the first cell with one on the straight walk to the grid's middle.
-    /// Arguments as for `evaluate`.
+    /// The value by the older extrapolation: the affine map of the triangle with the nearest edge, among the triangles
+    /// of one grid cell. That cell is the cell of p. If it lists no triangle, it is the first cell that lists one on
+    /// the straight way to the middle of the grid and beyond. Arguments as for `evaluate`.
     ///
-    /// A point inside a triangle is not treated apart. Among edges whose squared distances differ by less than 1e-8 a
-    /// later one wins if the foot of the perpendicular lies on it. False, with nothing written, if the walk ends
-    /// outside the grid or at once (an empty cell in the middle), or if the chosen triangle is degenerate.
+    /// A point inside a triangle is treated like any other. Ties: among edges whose squared distances differ by less
+    /// than 1e-8, a later edge is preferred if the projection of p on its line lies on the edge. False, with the
+    /// outputs left unwritten, if the way leaves the grid, if p lies in cell (10, 10) and that cell is empty, or if the
+    /// chosen triangle is degenerate.
     bool extrapolateOld(tzNM::vect2<double> const& p, tzNM::vect2<double>* out, float* outScalar) const;
 
     /// The affine map of one triangle, given by its vertex indices, at `p`.
     ///
-    /// @param checkInside  whether a barycentric weight below -1e-8 means false. Without it, any point is answered.
+    /// @param checkInside  whether to return false for a point with a barycentric weight below -1e-8. If not set, the
+    /// map
+    ///                     is applied to any point.
     ///
-    /// False, with nothing written, if the determinant's magnitude is below 1.0000000000000001e-16 (a NaN determinant
-    /// is not), or if an index is outside `params` or `values`.
+    /// False, with the outputs left unwritten, if the determinant's magnitude is below 1.0000000000000001e-16, or if an
+    /// index is outside `params` or `values`. A NaN determinant is not below the threshold and gives NaN.
     bool iEvalInFacet(int i0, int i1, int i2, tzNM::vect2<double> const& p, tzNM::vect2<double>* out, float* outScalar,
                       bool checkInside) const;
 
     /// Squared distance from `p` to the segment between two vertices.
     ///
-    /// @param onSegment  receives whether the foot of the perpendicular lies on the segment, within 1e-8 of its squared
-    ///                   length; false where the segment's squared length is below 1.0000000000000001e-16. May be null.
-    /// @param useValues  measure between the vertices' `values` instead of their `params`.
+    /// @param onSegment  receives whether the projection of p on the line lies on the segment. The segment is extended
+    /// at
+    ///                   both ends by 1e-8 of its length for this. False if the squared length of the segment is below
+    ///                   1.0000000000000001e-16; the distance is then that to vertex i. May be null.
+    /// @param useValues  whether to measure between the vertices' `values` instead of their `params`.
     ///
-    /// An index outside the vertices gives NaN. Rounding can make the result slightly negative.
+    /// NaN if an index is outside `params` or `values`. Rounding can make the result slightly negative.
     double iDistToEdge(int i, int j, tzNM::vect2<double> const& p, bool* onSegment, bool useValues) const;
 
-    /// A point of the domain: the centroid of the first triangle. False, with `out` left unwritten, if there is none.
+    /// A point of the domain: the centroid of the first triangle. False, with `out` left unwritten, if there is no
+    /// triangle.
     bool getAnyPointInDomain(tzNM::vect2<double>& out) const;
 
-    /// Rebuilds everything derived from `params` and `facets`, boundaries included if `extrapolateFlag` is set.
+    /// Rebuilds the grid, and the boundaries if `extrapolateFlag` is set, from `params` and `facets`.
     ///
-    /// No points, or a domain whose squared diagonal is below 1.0000000000000001e-16, leave neither grid nor
-    /// boundaries. A domain without width has every point in the first column of cells.
+    /// There is neither a grid nor a boundary if `params` is empty or if the squared diagonal of its axis-aligned box
+    /// is below 1.0000000000000001e-16. If all points have the same x, they fall into the first column of cells; the
+    /// same holds for y and rows.
     void initEvaluatorHelper();
 
-    /// Rebuilds `boundaryProjectors` and `boundaryFacets`: the edges that belong to one triangle only, joined to loops.
+    /// Rebuilds `boundaryProjectors` and `boundaryFacets` from the edges that belong to one triangle only.
     ///
-    /// An edge is interior when a later triangle runs along it the other way; an edge that two triangles run along the
-    /// same way stays one boundary edge, of the later triangle. Each loop starts at the smallest vertex still unused
-    /// and leaves every vertex towards the smallest target. None if the length of `facets` is not a multiple of 3.
+    /// An edge is interior if a later triangle has it in the opposite direction. An edge that two triangles have in the
+    /// same direction is one boundary edge, of the later triangle. Each loop starts at the smallest vertex that has an
+    /// unused edge, and leaves every vertex towards the smallest target. There is no loop if the length of `facets` is
+    /// not a multiple of 3.
     void initBoundaries();
 
-    /// Drops every triangle that shows no used texel, by the box of its corners' `values`, then the vertices that no
-    /// triangle uses any more, and rebuilds. For `values` that are normalised texture coordinates.
+    /// Removes every triangle that shows no used texel, then the vertices that no triangle uses any more, and rebuilds.
+    /// The `values` must be normalised texture coordinates. A triangle is tested by the axis-aligned box of its
+    /// corners' values.
     ///
-    /// The last triangle takes the place of a dropped one, so the order of triangles changes; the order of vertices
-    /// stays. Triangles that name a missing vertex go too. `normaldots` is compacted only if it is exactly as long as
-    /// `params`. Nothing happens if the length of `facets` is not a multiple of 3.
+    /// The last triangle takes the place of a removed one, so the order of triangles changes. The vertices keep their
+    /// order. Triangles that name a missing vertex are removed, too. `normaldots` is compacted only if it is exactly as
+    /// long as `params`. If the length of `facets` is not a multiple of 3, nothing is changed.
     void eraseExtraTriangles(EmptyRectTester const& tester);
 
-    /// Replaces every entry of `values` by what the optimizer maps it to. Nothing derived depends on `values`.
+    /// Replaces every entry of `values` by the coordinates that the optimizer maps it to. No rebuild is needed.
     void remapToOptimized(TextureOptimizer const& optimizer);
 
 private:
-    std::unique_ptr<sinew::detail::TriangleLocator> locator_; // answers `evaluate` faster than the lists
+    std::unique_ptr<sinew::detail::TriangleLocator> locator_; // finds triangles faster than the lists of `gridCells`
     std::unique_ptr<sinew::detail::LoopBoxes> loopBoxes_;     // finds the loops that can be nearest
 };
 
@@ -202,16 +219,16 @@ namespace sinew {
 /// `function.evaluate` for `count` points, with the same bits.
 ///
 /// @param points   `count` points; may be null when `count` is 0.
-/// @param values   receives the value of every point that has one, at the point's place; may be null.
-/// @param scalars  receives the scalars likewise; may be null.
-/// @param found    receives for every point whether it has a value; may be null.
+/// @param values   receives at index i the value of points[i], if it has one; may be null.
+/// @param scalars  receives at index i the scalar of points[i], if it has a value; may be null.
+/// @param found    receives at index i whether points[i] has a value; may be null.
 /// @return the number of points with a value.
 ///
-/// The places of points without a value are left unwritten in `values` and `scalars`. The arrays must not overlap.
+/// `values` and `scalars` are left unwritten at the indices of points without a value. The arrays must not overlap.
 SINEW_API std::size_t evaluateMany(MeshFunction2D const& function, tzNM::vect2<double> const* points, std::size_t count,
                                    tzNM::vect2<double>* values, float* scalars, bool* found);
 
-/// `function.extrapolate` for `count` points, with the same bits. Everything else as for `evaluateMany`.
+/// `function.extrapolate` for `count` points, with the same bits. Arguments and result as for `evaluateMany`.
 SINEW_API std::size_t extrapolateMany(MeshFunction2D const& function, tzNM::vect2<double> const* points,
                                       std::size_t count, tzNM::vect2<double>* values, float* scalars, bool* found);
 

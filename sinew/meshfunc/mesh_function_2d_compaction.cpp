@@ -1,46 +1,72 @@
+// The operations of mesh functions on textures: removing triangles and remapping values.
+
+#include <sinew/meshfunc/mesh_function_2d.h>
+
 #include <algorithm>
 
 #include <sinew/meshfunc/detail/mesh_cells.h>
-#include <sinew/meshfunc/mesh_function_2d.h>
 #include <sinew/meshfunc/texture_compaction.h>
 
 using Point = tzNM::vect2<double>;
+using sinew::detail::kCorners;
+using sinew::detail::toIndex;
 using sinew::detail::triangleCorners;
 
 namespace {
 
-// Whether the rectangle around the corners' values shows no used texel.
-bool isEmpty(EmptyRectTester const& tester, std::vector<Point> const& values, int const corners[3])
+// Whether the axis-aligned box of the corners' values shows no used texel.
+bool isEmpty(EmptyRectTester const& tester, std::vector<Point> const& values, int const corners[kCorners])
 {
-    Point low = values[static_cast<std::size_t>(corners[0])];
+    Point low = values[toIndex(corners[0])];
     Point high = low;
-    for (int i = 1; i < 3; ++i) {
-        Point const& v = values[static_cast<std::size_t>(corners[i])];
+    for (std::size_t i = 1; i < kCorners; ++i) {
+        Point const& v = values[toIndex(corners[i])];
         low = {std::min(low.x, v.x), std::min(low.y, v.y)};
         high = {std::max(high.x, v.x), std::max(high.y, v.y)};
     }
     return tester.isRectEmpty(low.x, low.y, high.x, high.y);
 }
 
-// For every vertex its place among those that a triangle uses, or -1.
-std::vector<int> placesAmongUsed(std::vector<int> const& facets, std::size_t vertexCount)
+// Removes the triangles that show no used texel or name a missing vertex.
+void eraseTriangles(EmptyRectTester const& tester, std::vector<Point> const& values, std::size_t vertexCount,
+                    std::vector<int>* facets)
 {
-    std::vector<int> places(vertexCount, -1);
-    for (int vertex : facets) places[static_cast<std::size_t>(vertex)] = 0;
-    int count = 0;
-    for (int& place : places) {
-        if (place == 0) place = count++;
+    std::size_t n = facets->size();
+    for (std::size_t i = 0; i < n;) {
+        int corners[kCorners];
+        if (triangleCorners(*facets, i / kCorners, vertexCount, corners) && !isEmpty(tester, values, corners)) {
+            i += kCorners;
+            continue;
+        }
+        // The last triangle takes this place and is tested there. If this is the last triangle, the copy changes
+        // nothing.
+        for (std::size_t k = 0; k < kCorners; ++k) (*facets)[i + k] = (*facets)[n - kCorners + k];
+        n -= kCorners;
     }
-    return places;
+    facets->resize(n);
 }
 
-// Keeps the entries that have a place, each at that place.
+constexpr int kUnused = -1;
+
+// For each vertex its new index when only the vertices of triangles are kept; kUnused for the others.
+std::vector<int> newIndices(std::vector<int> const& facets, std::size_t vertexCount)
+{
+    std::vector<int> indices(vertexCount, kUnused);
+    for (int const vertex : facets) indices[toIndex(vertex)] = 0;
+    int count = 0;
+    for (int& index : indices) {
+        if (index != kUnused) index = count++;
+    }
+    return indices;
+}
+
+// Keeps the entries that have a new index, at that index.
 template <typename T>
-void compact(std::vector<T>& entries, std::vector<int> const& places)
+void compact(std::vector<T>& entries, std::vector<int> const& indices)
 {
     std::size_t count = 0;
-    for (std::size_t i = 0; i < places.size(); ++i) {
-        if (places[i] >= 0) entries[count++] = entries[i];
+    for (std::size_t i = 0; i < indices.size(); ++i) {
+        if (indices[i] != kUnused) entries[count++] = entries[i];
     }
     entries.resize(count);
 }
@@ -49,27 +75,15 @@ void compact(std::vector<T>& entries, std::vector<int> const& places)
 
 void MeshFunction2D::eraseExtraTriangles(EmptyRectTester const& tester)
 {
-    if (facets.size() % 3 != 0) return;
+    if (facets.size() % kCorners != 0) return;
     std::size_t const vertexCount = std::min(params.size(), values.size());
-    std::size_t n = facets.size();
-    for (std::size_t i = 0; i < n;) {
-        int corners[3];
-        bool const keep = triangleCorners(facets, i / 3, vertexCount, corners) && !isEmpty(tester, values, corners);
-        if (keep) {
-            i += 3;
-            continue;
-        }
-        // The last triangle takes its place and is examined there; for the last one itself nothing changes.
-        for (std::size_t k = 0; k < 3; ++k) facets[i + k] = facets[n - 3 + k];
-        n -= 3;
-    }
-    facets.resize(n);
+    eraseTriangles(tester, values, vertexCount, &facets);
 
-    std::vector<int> const places = placesAmongUsed(facets, vertexCount);
-    if (normaldots.size() == params.size()) compact(normaldots, places);
-    compact(params, places);
-    compact(values, places);
-    for (int& vertex : facets) vertex = places[static_cast<std::size_t>(vertex)];
+    std::vector<int> const indices = newIndices(facets, vertexCount);
+    if (normaldots.size() == params.size()) compact(normaldots, indices);
+    compact(params, indices);
+    compact(values, indices);
+    for (int& vertex : facets) vertex = indices[toIndex(vertex)];
     initEvaluatorHelper();
 }
 

@@ -1,4 +1,9 @@
-// The queries of mesh functions, each const and free of writes to the object.
+// The queries of mesh functions. All are const and change no member.
+//
+// Sources: C. Ericson, Real-Time Collision Detection, 2005, sections 3.4 (barycentric weights), 5.1.2 (distance to a
+// segment) and 7.1 (lookup in a grid). The walk of the older extrapolation moves like a digital differential analyser:
+// J. Foley, A. van Dam, S. Feiner, J. Hughes, Computer Graphics: Principles and Practice, 2nd edition 1990,
+// section 3.2.
 
 #include <sinew/meshfunc/mesh_function_2d.h>
 
@@ -6,8 +11,11 @@
 #include <cmath>
 #include <limits>
 
+#include <sinew/core/tolerances.h>
 #include <sinew/meshfunc/detail/loop_boxes.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
+#include <sinew/meshfunc/detail/mesh_view.h>
+#include <sinew/meshfunc/detail/prepared_triangle.h>
 #include <sinew/meshfunc/detail/triangle_locator.h>
 
 using Point = tzNM::vect2<double>;
@@ -15,11 +23,22 @@ using namespace sinew::detail;
 
 namespace {
 
-/// Boundary loops at this squared distance or more are not continued.
-constexpr double kFarthestDistSq = 1e13;
-
-/// Squared distances of edges closer to each other than this are a tie.
+// Squared distances to edges that differ by less than this are a tie. Absolute, in the unit of `params`, squared.
 constexpr double kEdgeTie = 1e-8;
+
+// The ends of a segment for the projection of a point on it, in units of the segment's squared length. kSegmentEnd is
+// the double written here, which 1 + 1e-8 need not equal.
+constexpr double kSegmentBegin = 1e-8; // before the first vertex
+constexpr double kSegmentEnd = 1.00000001;
+
+// The walk to the middle of the grid has no direction if it is shorter than this, in cells.
+constexpr double kShortestWalk = 1e-8;
+
+// The scalar of a function that has none. It is returned instead of failing, so that the caller still gets the value.
+constexpr float kNoScalar = -1;
+
+// No triangle.
+constexpr int kNone = -1;
 
 bool hasGrid(MeshFunction2D const& f)
 {
@@ -36,43 +55,38 @@ bool isVertex(MeshFunction2D const& f, int i)
     return i >= 0 && static_cast<std::size_t>(i) < vertexCount(f);
 }
 
-std::size_t cellIndex(MeshFunction2D const& f, int const cell[2])
-{
-    return static_cast<std::size_t>(cell[0]) * static_cast<std::size_t>(f.gridSize[1]) +
-           static_cast<std::size_t>(cell[1]);
-}
-
-/// The triangles listed in a cell; null if the public grid was changed so that it holds no such cell.
+// The triangles listed in a cell. Null if there is no such cell, which also happens after a caller has changed the
+// public grid.
 std::vector<int> const* cellList(MeshFunction2D const& f, int const cell[2])
 {
     if (cell[0] < 0 || cell[0] >= f.gridSize[0] || cell[1] < 0 || cell[1] >= f.gridSize[1]) return nullptr;
-    std::size_t const index = cellIndex(f, cell);
+    std::size_t const index = cellIndex(cell[0], cell[1], f.gridSize[1]);
     return index < f.gridCells.size() ? &f.gridCells[index] : nullptr;
 }
 
 bool evaluateTriangle(MeshFunction2D const& f, int t, Point const& p, Point* out, float* outScalar, bool checkInside)
 {
-    int corners[3];
-    return t >= 0 && triangleCorners(f.facets, static_cast<std::size_t>(t), vertexCount(f), corners) &&
+    int corners[kCorners];
+    return t >= 0 && triangleCorners(f.facets, toIndex(t), vertexCount(f), corners) &&
            f.iEvalInFacet(corners[0], corners[1], corners[2], p, out, outScalar, checkInside);
 }
 
-/// The triangle at the nearest boundary segment; the earlier loop wins a tie. -1 if there is none.
+// The triangle of the nearest boundary segment. Of equally near loops the one with the smaller index wins. kNone if
+// there is no boundary, or if all of it is too far away.
 int nearestBoundaryTriangle(MeshFunction2D const& f, LoopBoxes const* boxes, Point const& p)
 {
     Vector3 const q(p.x, p.y, 0.0);
-    double best = kFarthestDistSq;
+    double best = sinew::kFarthestDistSq;
     std::size_t bestLoop = 0;
-    int triangle = -1;
+    int triangle = kNone;
     auto const tryLoop = [&](std::size_t k) {
         if (!f.boundaryProjectors[k] || k >= f.boundaryFacets.size()) return;
         sinew::PolylineHit const hit = sinew::closestPoint(*f.boundaryProjectors[k], q);
-        auto const segment = static_cast<std::size_t>(hit.segment);
-        if (hit.segment < 0 || segment >= f.boundaryFacets[k].size()) return;
+        if (hit.segment < 0 || toIndex(hit.segment) >= f.boundaryFacets[k].size()) return;
         double const d2 = distSq(q, hit.point);
-        // Loops come in any order: in their own, an equally near one would win exactly if it came first.
+        // The tree visits loops in any order, so a tie must be decided by the index.
         if (d2 < best || (d2 == best && triangle >= 0 && k < bestLoop)) {
-            triangle = f.boundaryFacets[k][segment];
+            triangle = f.boundaryFacets[k][toIndex(hit.segment)];
             best = d2;
             bestLoop = k;
         }
@@ -85,7 +99,8 @@ int nearestBoundaryTriangle(MeshFunction2D const& f, LoopBoxes const* boxes, Poi
     return triangle;
 }
 
-/// The first cell with triangles on the walk from p's cell to the middle of the grid and beyond; null if there is none.
+// The list of the first cell with triangles on the straight way from the cell of p to the middle of the grid and
+// beyond. Null if there is none.
 std::vector<int> const* walkToTriangles(MeshFunction2D const& f, Point const& p)
 {
     int cell[2];
@@ -100,9 +115,10 @@ std::vector<int> const* walkToTriangles(MeshFunction2D const& f, Point const& p)
     if (!list || !list->empty()) return list;
 
     double const longer = std::max(std::fabs(step[0]), std::fabs(step[1]));
-    if (longer < 1e-8) return nullptr;
+    if (longer < kShortestWalk) return nullptr;
     for (double& s : step) s = s / longer;
-    // Ends: each step moves one coordinate by a whole cell the same way, until the list is null outside the grid.
+    // This ends, because each step moves one coordinate by a whole cell in the same direction. Outside the grid the
+    // list is null.
     while (list && list->empty()) {
         for (int k = 0; k < 2; ++k) {
             position[k] = position[k] + step[k];
@@ -113,18 +129,19 @@ std::vector<int> const* walkToTriangles(MeshFunction2D const& f, Point const& p)
     return list;
 }
 
-/// The triangle with the edge nearest to `p` among those listed; -1 if none is valid.
+// The triangle with the nearest edge among those listed; kNone if all of them are invalid.
 int triangleOfNearestEdge(MeshFunction2D const& f, std::vector<int> const& list, Point const& p)
 {
     double best = -1;
-    int chosen = -1;
-    for (int t : list) {
-        int corners[3];
-        if (t < 0 || !triangleCorners(f.facets, static_cast<std::size_t>(t), vertexCount(f), corners)) continue;
-        for (int k = 0; k < 3; ++k) {
+    int chosen = kNone;
+    for (int const t : list) {
+        int corners[kCorners];
+        if (t < 0 || !triangleCorners(f.facets, toIndex(t), vertexCount(f), corners)) continue;
+        for (std::size_t k = 0; k < kCorners; ++k) {
             bool onSegment = false;
-            double const d = f.iDistToEdge(corners[k], corners[k == 2 ? 0 : k + 1], p, &onSegment, false);
-            // A negative best counts as nothing taken yet, also when rounding made it so.
+            double const d = f.iDistToEdge(corners[k], corners[(k + 1) % kCorners], p, &onSegment, false);
+            // A negative `best` means that no edge was taken yet. Rounding can make a distance negative, too; the next
+            // edge then replaces it.
             if (best < 0 || d < best - kEdgeTie || (onSegment && d < best + kEdgeTie)) {
                 best = d;
                 chosen = t;
@@ -134,22 +151,24 @@ int triangleOfNearestEdge(MeshFunction2D const& f, std::vector<int> const& list,
     return chosen;
 }
 
-/// The blend of the corners' values: weights w, u, v of the corners in order, summed second corner first.
-void blend(MeshFunction2D const& f, int const corners[3], double u, double v, double w, Point* out, float* outScalar)
+// Writes the value and the scalar at a point with these weights in the triangle with these corners.
+void interpolate(MeshFunction2D const& f, int const corners[kCorners], Weights const& weights, Point* out,
+                 float* outScalar)
 {
-    auto const i0 = static_cast<std::size_t>(corners[0]);
-    auto const i1 = static_cast<std::size_t>(corners[1]);
-    auto const i2 = static_cast<std::size_t>(corners[2]);
-    if (out) *out = u * f.values[i1] + v * f.values[i2] + w * f.values[i0];
+    std::size_t const i0 = toIndex(corners[0]);
+    std::size_t const i1 = toIndex(corners[1]);
+    std::size_t const i2 = toIndex(corners[2]);
+    // The order of the sum is part of the definition: second corner, third corner, first corner.
+    if (out) *out = weights.u * f.values[i1] + weights.v * f.values[i2] + weights.w * f.values[i0];
     if (!outScalar) return;
     if (f.normaldots.size() < f.values.size()) {
-        *outScalar = -1; // says that there is no scalar, where failing would cost the caller the value as well
+        *outScalar = kNoScalar;
         return;
     }
-    // Products in double, each partial sum rounded to float.
-    auto s = static_cast<float>(f.normaldots[i1] * u);
-    s = static_cast<float>(s + f.normaldots[i2] * v);
-    *outScalar = static_cast<float>(s + f.normaldots[i0] * w);
+    // The products are doubles; each partial sum is rounded to float.
+    auto s = static_cast<float>(f.normaldots[i1] * weights.u);
+    s = static_cast<float>(s + f.normaldots[i2] * weights.v);
+    *outScalar = static_cast<float>(s + f.normaldots[i0] * weights.w);
 }
 
 } // namespace
@@ -158,19 +177,12 @@ bool MeshFunction2D::iEvalInFacet(int i0, int i1, int i2, Point const& p, Point*
                                   bool checkInside) const
 {
     if (!isVertex(*this, i0) || !isVertex(*this, i1) || !isVertex(*this, i2)) return false;
-    Point const& origin = params[static_cast<std::size_t>(i0)];
-    Point const e1 = params[static_cast<std::size_t>(i1)] - origin;
-    Point const e2 = params[static_cast<std::size_t>(i2)] - origin;
-    double const det = e1.x * e2.y - e2.x * e1.y;
-    if (std::fabs(det) < kDegenerate) return false; // a NaN determinant goes on
-    double const r = 1.0 / det;
-    Point const d = p - origin;
-    double const u = (r * e2.y) * d.x + (r * -e2.x) * d.y;
-    double const v = (r * -e1.y) * d.x + (r * e1.x) * d.y;
-    double const w = 1 - u - v;
-    if (checkInside && (u < -kInsideTolerance || v < -kInsideTolerance || w < -kInsideTolerance)) return false;
-    int const corners[3] = {i0, i1, i2};
-    blend(*this, corners, u, v, w, out, outScalar);
+    int const corners[kCorners] = {i0, i1, i2};
+    PreparedTriangle triangle;
+    if (!prepareTriangle(params, corners, &triangle)) return false;
+    Weights const weights = weightsOf(triangle, p);
+    if (checkInside && !weights.accepted()) return false;
+    interpolate(*this, corners, weights, out, outScalar);
     return true;
 }
 
@@ -179,15 +191,15 @@ double MeshFunction2D::iDistToEdge(int i, int j, Point const& p, bool* onSegment
     if (onSegment) *onSegment = false;
     if (!isVertex(*this, i) || !isVertex(*this, j)) return std::numeric_limits<double>::quiet_NaN();
     std::vector<Point> const& points = useValues ? values : params;
-    Point const& a = points[static_cast<std::size_t>(i)];
-    Point const& b = points[static_cast<std::size_t>(j)];
+    Point const& a = points[toIndex(i)];
+    Point const& b = points[toIndex(j)];
     Point const e = b - a;
     double const l2 = e.lengthSq();
     double const d2 = (p - a).lengthSq();
-    if (l2 < kDegenerate) return d2;
+    if (l2 < sinew::kGramZero) return d2;
     double const t = e * (p - a);
-    if (t < -l2 * 1e-8) return d2;
-    if (t > l2 * 1.00000001) return (p - b).lengthSq();
+    if (t < -l2 * kSegmentBegin) return d2;
+    if (t > l2 * kSegmentEnd) return (p - b).lengthSq();
     if (onSegment) *onSegment = true;
     return d2 - t * t / l2;
 }
@@ -196,20 +208,22 @@ bool MeshFunction2D::evaluate(Point const& p, Point* out, float* outScalar) cons
 {
     if (!hasGrid(*this)) return false;
     int cell[2];
-    bool finite = true;
+    bool hasNaN = false;
     for (int k = 0; k < 2; ++k) {
         double const s = (p[k] - domainMin[k]) * gridScale[k];
         if (!(s >= -kCellTolerance && s <= gridSize[k] + kCellTolerance)) {
             if (!std::isnan(s)) return false;
-            finite = false;
+            hasNaN = true;
         }
         cell[k] = cellOfCoordinate(s, gridSize[k]);
     }
-    if (finite && locator_ && locator_->matches(*this)) {
-        if (CellTriangles const* triangles = locator_->triangles(*this, cellIndex(*this, cell))) {
-            Located located;
-            if (!triangles->find(p, &located)) return false;
-            blend(*this, located.corners, located.u, located.v, located.w, out, outScalar);
+    // The finer grids do not know NaN points; the public list does.
+    if (!hasNaN && locator_ && locator_->matches(viewOf(*this))) {
+        std::size_t const index = cellIndex(cell[0], cell[1], gridSize[1]);
+        if (CellTriangles const* triangles = locator_->triangles(index, [this] { return viewOf(*this); })) {
+            TriangleHit hit;
+            if (!triangles->find(p, &hit)) return false;
+            interpolate(*this, hit.corners, hit.weights, out, outScalar);
             return true;
         }
     }
@@ -235,13 +249,13 @@ bool MeshFunction2D::extrapolateOld(Point const& p, Point* out, float* outScalar
 
 bool MeshFunction2D::getAnyPointInDomain(Point& out) const
 {
-    for (std::size_t t = 0; t < facets.size() / 3; ++t) {
-        int corners[3];
+    for (std::size_t t = 0; t < facets.size() / kCorners; ++t) {
+        int corners[kCorners];
         if (!triangleCorners(facets, t, vertexCount(*this), corners)) continue;
-        Point const& a = params[static_cast<std::size_t>(corners[0])];
-        Point const& b = params[static_cast<std::size_t>(corners[1])];
-        Point const& c = params[static_cast<std::size_t>(corners[2])];
-        constexpr double kThird = 0.3333333333333333;
+        Point const& a = params[toIndex(corners[0])];
+        Point const& b = params[toIndex(corners[1])];
+        Point const& c = params[toIndex(corners[2])];
+        constexpr double kThird = 0.3333333333333333; // a product, not a division by 3: the bits differ
         out = Point((a.x + b.x + c.x) * kThird, (a.y + b.y + c.y) * kThird);
         return true;
     }
@@ -254,16 +268,16 @@ namespace {
 
 using Query = bool (MeshFunction2D::*)(Point const&, Point*, float*) const;
 
-std::size_t askMany(MeshFunction2D const& function, Query query, Point const* points, std::size_t count, Point* values,
-                    float* scalars, bool* found)
+std::size_t queryMany(MeshFunction2D const& function, Query query, Point const* points, std::size_t count,
+                      Point* values, float* scalars, bool* found)
 {
-    std::size_t answered = 0;
+    std::size_t foundCount = 0;
     for (std::size_t i = 0; i < count; ++i) {
         bool const hit = (function.*query)(points[i], values ? values + i : nullptr, scalars ? scalars + i : nullptr);
         if (found) found[i] = hit;
-        answered += hit ? 1 : 0;
+        foundCount += hit ? 1 : 0;
     }
-    return answered;
+    return foundCount;
 }
 
 } // namespace
@@ -271,13 +285,13 @@ std::size_t askMany(MeshFunction2D const& function, Query query, Point const* po
 std::size_t evaluateMany(MeshFunction2D const& function, Point const* points, std::size_t count, Point* values,
                          float* scalars, bool* found)
 {
-    return askMany(function, &MeshFunction2D::evaluate, points, count, values, scalars, found);
+    return queryMany(function, &MeshFunction2D::evaluate, points, count, values, scalars, found);
 }
 
 std::size_t extrapolateMany(MeshFunction2D const& function, Point const* points, std::size_t count, Point* values,
                             float* scalars, bool* found)
 {
-    return askMany(function, &MeshFunction2D::extrapolate, points, count, values, scalars, found);
+    return queryMany(function, &MeshFunction2D::extrapolate, points, count, values, scalars, found);
 }
 
 } // namespace sinew

@@ -1,51 +1,72 @@
+// Masks are stored as bits, with a coarser level of one bit for a block of texels. A block without a used texel makes
+// reading its texels unnecessary.
+//
+// Sources: N. Greene, M. Kass, G. Miller, Hierarchical Z-buffer visibility, SIGGRAPH 1993, section 3.2 (coarser levels
+// that summarise blocks; one level suffices here, because an empty word already covers 64 blocks); H. S. Warren,
+// Hacker's Delight, 2nd edition 2012, chapter 5 (counting the zeros at the ends of a word).
+
 #include <sinew/meshfunc/texture_compaction.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <limits>
 
 #include <sinew/meshfunc/detail/mask_bits.h>
 
+using sinew::detail::kWordBits;
 using sinew::detail::lowBits;
 using sinew::detail::MaskBits;
 
 namespace {
 
-int const kBlock = 8;
+// Texels along a side of a block. Eight of them are one byte of a word.
+constexpr int kBlock = 8;
+constexpr std::size_t kBlockSide = kBlock;
+constexpr std::uint64_t kBlockMask = (std::uint64_t{1} << kBlock) - 1;
+
+constexpr int kIntWordBits = static_cast<int>(kWordBits);
+
+std::size_t roundedUpQuotient(std::size_t n, std::size_t divisor)
+{
+    return (n + divisor - 1) / divisor;
+}
 
 std::size_t wordsFor(std::size_t bits)
 {
-    return (bits + 63) / 64;
+    return roundedUpQuotient(bits, kWordBits);
 }
 
-// Whether there is one entry for each texel of a texture that has any. In 64 bits: the product may not fit an int.
+// Whether there are texels, and one entry for each of them. The product is formed in 64 bits, because an int may not
+// hold it.
 bool isTexelCount(std::size_t entries, int width, int height)
 {
     return width > 0 && height > 0 && static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) == entries;
 }
 
-// The column (or row) one below that of coordinate `s`, in texels, inside 0 .. size - 1. Ranges are settled before
-// the conversion, which truncates what is not negative to its floor; NaN takes 0.
+// The column (or row) one below that of the coordinate `s`, in texels, clamped to [0, size - 1]. The range is tested
+// before the conversion, which truncates a number that is not negative to its floor. NaN gives 0.
 int columnBelow(double s, int size)
 {
     if (!(s >= 1)) return 0;
     return s >= size ? size - 1 : static_cast<int>(s) - 1;
 }
 
-// The column (or row) one above that of coordinate `s`, likewise.
+// The column (or row) one above that of the coordinate `s`, clamped in the same way.
 int columnAbove(double s, int size)
 {
     if (!(s >= 0)) return 0;
     return s >= size ? size - 1 : std::min(static_cast<int>(s) + 1, size - 1);
 }
 
-// Whether any of the bits low .. high is set in a row of words.
+// Whether any of the bits low .. high is set in a row of words, 0 <= low <= high.
 bool anyBit(std::uint64_t const* row, int low, int high)
 {
-    int const first = low / 64;
-    int const last = high / 64;
-    std::uint64_t const lowMask = ~lowBits(static_cast<std::size_t>(low % 64));
-    std::uint64_t const highMask = lowBits(static_cast<std::size_t>(high % 64) + 1);
+    assert(0 <= low && low <= high);
+    int const first = low / kIntWordBits;
+    int const last = high / kIntWordBits;
+    std::uint64_t const lowMask = ~lowBits(static_cast<std::size_t>(low % kIntWordBits));
+    std::uint64_t const highMask = lowBits(static_cast<std::size_t>(high % kIntWordBits) + 1);
     if (first == last) return (row[first] & lowMask & highMask) != 0;
     if ((row[first] & lowMask) | (row[last] & highMask)) return true;
     for (int i = first + 1; i < last; ++i) {
@@ -54,7 +75,17 @@ bool anyBit(std::uint64_t const* row, int low, int high)
     return false;
 }
 
-// The smallest power of two not below n, or n itself if an int does not hold it.
+// For a word of texels, a bit for each block of texels: whether one of them is set.
+std::uint64_t blocksOf(std::uint64_t bits)
+{
+    std::uint64_t blocks = 0;
+    for (unsigned b = 0; b < kWordBits / kBlockSide; ++b) {
+        blocks |= static_cast<std::uint64_t>((bits >> b * kBlock & kBlockMask) != 0) << b;
+    }
+    return blocks;
+}
+
+// The smallest power of two that is at least n; n itself if an int does not hold that power.
 int powerOfTwoFrom(int n)
 {
     int power = 1;
@@ -70,7 +101,8 @@ struct TexelBox
     int minX, minY, maxX, maxY;
 };
 
-// The box of the used texels; minX > maxX if there is none. Looks at each row only outside the columns found so far.
+// The axis-aligned box of the used texels; minX > maxX if there is none, unless the mask is empty. Each row is searched
+// only outside the columns found so far.
 TexelBox boxOfUsed(MaskBits const& mask, std::size_t width, std::size_t height)
 {
     std::size_t const firstUsed = mask.firstSet(0, width * height);
@@ -89,7 +121,7 @@ TexelBox boxOfUsed(MaskBits const& mask, std::size_t width, std::size_t height)
 
 double squaredDistance(TextureOptimizer::RectMotion const& rect, double px, double py)
 {
-    // In doubles: exact for every texture, and no coordinate is too large for them. Upper bound first, then lower.
+    // Doubles hold the texels of every texture exactly, and no coordinate overflows them. The upper bound comes first.
     double const x = std::max<double>(rect.x, std::min<double>(px, rect.x + (rect.w - 1.0)));
     double const y = std::max<double>(rect.y, std::min<double>(py, rect.y + (rect.h - 1.0)));
     return (px - x) * (px - x) + (py - y) * (py - y);
@@ -109,30 +141,29 @@ EmptyRectTester::EmptyRectTester(std::vector<bool> const& usedMask, int width_, 
     std::size_t const columns = static_cast<std::size_t>(width);
     std::size_t const rows = static_cast<std::size_t>(height);
     rowWords_ = wordsFor(columns);
-    blockRowWords_ = wordsFor((columns + kBlock - 1) / kBlock);
+    blockRowWords_ = wordsFor(roundedUpQuotient(columns, kBlockSide));
     emptyTexels.resize(usedMask.size());
     usedRows_.resize(rowWords_ * rows);
-    usedBlocks_.resize(blockRowWords_ * ((rows + kBlock - 1) / kBlock));
+    usedBlocks_.resize(blockRowWords_ * roundedUpQuotient(rows, kBlockSide));
 
     MaskBits const mask(usedMask);
     for (std::size_t y = 0; y < rows; ++y) {
-        for (std::size_t x = 0; x < columns; x += 64) {
-            std::size_t const count = std::min<std::size_t>(64, columns - x);
+        for (std::size_t x = 0; x < columns; x += kWordBits) {
+            std::size_t const count = std::min(kWordBits, columns - x);
             std::uint64_t const bits = mask.read(y * columns + x, count);
             int* const empty = &emptyTexels[y * columns + x];
             for (std::size_t i = 0; i < count; ++i) empty[i] = static_cast<int>(~bits >> i & 1);
-            usedRows_[y * rowWords_ + x / 64] = bits;
-            std::uint64_t blocks = 0;
-            for (unsigned b = 0; b < 64 / kBlock; ++b) blocks |= std::uint64_t((bits >> b * kBlock & 0xff) != 0) << b;
-            std::size_t const block = x / kBlock;
-            usedBlocks_[y / kBlock * blockRowWords_ + block / 64] |= blocks << block % 64;
+            usedRows_[y * rowWords_ + x / kWordBits] = bits;
+            std::size_t const block = x / kBlockSide;
+            std::uint64_t& blocks = usedBlocks_[y / kBlockSide * blockRowWords_ + block / kWordBits];
+            blocks |= blocksOf(bits) << block % kWordBits;
         }
     }
 }
 
 bool EmptyRectTester::isRectEmpty(double minX, double minY, double maxX, double maxY) const
 {
-    // The other tests keep a caller who changed width and height from reading beyond the packed rows.
+    // The next tests prevent reads beyond the packed rows after a caller has changed `width` or `height`.
     if (!isTexelCount(emptyTexels.size(), width, height)) return false;
     if (rowWords_ != wordsFor(static_cast<std::size_t>(width))) return false;
     if (usedRows_.size() != rowWords_ * static_cast<std::size_t>(height)) return false;

@@ -1,16 +1,16 @@
 #pragma once
 
-/// Shrinking a texture of which only a part is used: which rectangles hold no used texel, and where the used part goes
-/// in a smaller texture.
+/// Makes a texture smaller of which only a part is used: finds rectangles that hold no used texel, and moves the used
+/// part to a smaller texture.
 ///
-/// Both classes start from a mask of the used texels, a `std::vector<bool>` of width * height entries with texel (x, y)
-/// at x + width * y. Rectangles and points are in normalised coordinates, where the texture is the unit square.
-/// With a `MeshFunction2D` whose values are texture coordinates, in this order:
+/// Both classes take a mask of the used texels: a `std::vector<bool>` of width * height entries, with texel (x, y) at
+/// x + width * y. Rectangles and points are in normalised coordinates, in which the texture is the unit square.
+/// Use with a `MeshFunction2D` whose values are texture coordinates, in this order:
 ///
 ///     function.eraseExtraTriangles(EmptyRectTester(used, width, height)); // triangles that show no used texel
 ///     TextureOptimizer const optimizer(used, width, height);
-///     function.remapToOptimized(optimizer); // values now lie in the smaller texture
-///     for (TextureOptimizer::RectMotion const& m : optimizer.motions) copyTexels(m); // the host's part
+///     function.remapToOptimized(optimizer); // the values now lie in the smaller texture
+///     for (TextureOptimizer::RectMotion const& m : optimizer.motions) copyTexels(m); // done by the host
 
 #include <cstddef>
 #include <cstdint>
@@ -18,79 +18,83 @@
 
 #include <sinew/export.h>
 
-/// `value` brought into [low, high]: max(low, min(value, high)), so where low > high the result is low.
+/// `value` clamped to [low, high]: max(low, min(value, high)). If low > high the result is low.
 SINEW_API int clip(int value, int low, int high);
 
-/// Tells whether a rectangle of a texture holds no used texel.
+/// Decides whether a rectangle of a texture holds no used texel.
+///
+/// Const member functions may be called by any number of threads at the same time.
 class EmptyRectTester
 {
 public:
     int width;  ///< in texels
     int height; ///< in texels
 
-    /// One entry a texel: 1 where it is not used, 0 where it is. Empty if the mask had another number of entries.
+    /// One entry for each texel: 1 if it is not used, 0 if it is. Empty if the mask had another number of entries.
     ///
-    /// For reading. Only its size counts once the tester is built: answers come from packed copies of the contents.
+    /// Read-only for hosts: results come from packed copies of these entries, so changing an entry changes no result.
+    /// After a change of the number of entries, every rectangle counts as not empty.
     std::vector<int> emptyTexels;
 
-    /// A tester for the texture of this size. If the mask has not width * height entries, or a size is not positive,
-    /// every rectangle counts as not empty.
+    /// A tester for a texture of this size. If the mask does not have width * height entries, or if a size is not
+    /// positive, every rectangle counts as not empty.
     ///
-    /// Linear cost; about four and a quarter bytes a texel.
+    /// Cost: linear in texels; about four and a quarter bytes a texel.
     SINEW_API EmptyRectTester(std::vector<bool> const& usedMask, int width_, int height_);
 
     /// Whether no used texel lies in the rectangle or in the margin of one texel around it.
     ///
-    /// The margin keeps filtering at the edge of a kept area from reading texels that were dropped.
-    /// Coordinates outside the texture are brought to its edge, NaN to coordinate 0. A rectangle turned round, with
-    /// its minimum more than two texels above its maximum, holds no texel and is empty.
-    /// Cost: one word for 64 texels of a row, or for 64 blocks of 8 x 8 where those are empty. No allocation.
+    /// Because of the margin, filtering at the edge of a kept area never reads a texel that was dropped.
+    /// Coordinates outside the texture are clamped to its edge; NaN becomes coordinate 0. A rectangle whose minimum is
+    /// more than two texels above its maximum holds no texel and is empty.
+    /// Cost: one word for 64 texels of a row, or for 64 empty blocks of 8 x 8 texels. Allocates nothing.
     SINEW_API bool isRectEmpty(double minX, double minY, double maxX, double maxY) const;
 
 private:
     bool isTexelRangeEmpty(int x0, int x1, int y0, int y1) const;
 
-    // Bit x % 64 of word x / 64 in each row of words.
-    std::vector<std::uint64_t> usedRows_;   // a bit a used texel
-    std::vector<std::uint64_t> usedBlocks_; // a bit a block of 8 x 8 that holds one
+    // Rows of bits: bit x of a row is bit x % 64 of its word x / 64.
+    std::vector<std::uint64_t> usedRows_;   // a bit for each texel: whether it is used
+    std::vector<std::uint64_t> usedBlocks_; // a bit for each block of 8 x 8 texels: whether one of them is used
     std::size_t rowWords_ = 0;
     std::size_t blockRowWords_ = 0;
 };
 
-/// Where the used part of a texture goes in a smaller one whose sides are powers of two.
+/// Computes how the used part of a texture moves to a smaller texture whose sides are powers of two.
 class TextureOptimizer
 {
 public:
-    /// A rectangle of the old texture and the way it moves, in texels.
+    /// A rectangle of the old texture and its motion, in texels.
     struct RectMotion
     {
         int x;  ///< lowest column
         int y;  ///< lowest row
         int w;  ///< number of columns
         int h;  ///< number of rows
-        int dx; ///< added to a column to reach the new texture
-        int dy; ///< added to a row to reach the new texture
+        int dx; ///< added to a column of the old texture to give that of the new one
+        int dy; ///< added to a row of the old texture to give that of the new one
     };
 
-    /// The rectangles that move. Construction finds at most one; none means that coordinates stay as they are.
+    /// The rectangles that move. Construction finds at most one. If there is none, coordinates do not change.
     std::vector<RectMotion> motions;
     int newWidth;  ///< Width of the new texture in texels; 0 if no texel is used.
     int newHeight; ///< Height of the new texture in texels; 0 if no texel is used.
     int width;     ///< Width of the old texture in texels.
     int height;    ///< Height of the old texture in texels.
 
-    /// Finds the box of the used texels, one texel wider on each side as far as the texture goes, and moves it to the
-    /// corner of the smallest texture that holds it.
+    /// Finds the axis-aligned box of the used texels, widens it by one texel on each side within the texture, and moves
+    /// it to the corner of the smallest texture that holds it.
     ///
-    /// A box that fills half the texture or more along both axes stays where it is, as does everything if the mask has
-    /// not width * height entries. A side too long for a power of two in an int (above 2^30) keeps its length.
+    /// Nothing moves, and the texture keeps its size, if the box fills at least half of the texture along both axes, or
+    /// if the mask does not have width * height entries. A side above 2^30 keeps its length, because no power of two in
+    /// an int holds it.
     /// Cost: one word for 64 texels outside the box.
     SINEW_API TextureOptimizer(std::vector<bool> const& usedMask, int width_, int height_);
 
-    /// Normalised coordinates in the old texture to normalised coordinates in the new one.
+    /// Maps normalised coordinates in the old texture to normalised coordinates in the new one.
     ///
-    /// With no motions they stay as they are. Otherwise the motion whose rectangle is nearest to the point's texel
-    /// applies, of equally near ones the first, also to points outside every rectangle; they may leave the unit square.
-    /// NaN gives NaN.
+    /// Without motions the coordinates do not change. Otherwise the motion of the rectangle nearest to the texel of the
+    /// point applies, also to points outside every rectangle. Ties: of equally near rectangles the first one applies.
+    /// The result may lie outside the unit square. NaN gives NaN.
     SINEW_API void mapCoord(double u, double v, double& newU, double& newV) const;
 };

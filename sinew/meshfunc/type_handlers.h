@@ -1,18 +1,18 @@
 #pragma once
 
-/// How vectors are written as tagged text: one empty element with an attribute per component. Include this where a
-/// class of yours describes members of these types.
+/// How vectors are written as tagged text: one empty element with an attribute for each component. Include this header
+/// where a class describes members of these types.
 ///
-/// Attributes carry six significant digits, as a default output stream formats them, so most numbers come back only
-/// nearly as they were. A number that is no finite decimal number ("nan", "1x", nothing) is a `LoadFail`, and so is a
-/// missing attribute; content of the element is skipped.
+/// Attributes have six significant digits, as a default output stream formats numbers. Most numbers are therefore read
+/// back rounded. Loading throws `Serializable::LoadFail` if an attribute is missing, or if its text is not a finite
+/// decimal number (such as "nan", "1x" or an empty text). The content of the element is skipped.
 
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
 #include <sinew/framework/fields.h>
 #include <sinew/framework/vect2.h>
 
-/// `<param u="0.25" v="0.5"/>`
+/// Writes and reads a 2D vector: `<param u="0.25" v="0.5"/>`.
 template <>
 class SINEW_API SimpleTypeHandler<tzNM::vect2<double>>
 {
@@ -25,7 +25,7 @@ public:
     static void load(tzNM::vect2<double>& value, InTag& tag);
 };
 
-/// `<point x="0.25" y="0.5" z="1"/>`
+/// Writes and reads a 3D vector: `<point x="0.25" y="0.5" z="1"/>`.
 template <>
 class SINEW_API SimpleTypeHandler<Vector3>
 {

@@ -1,3 +1,5 @@
+// Source: K. Pearson, On lines and planes of closest fit to systems of points in space, Philosophical Magazine, 1901.
+
 #include <sinew/queries/best_fit.h>
 
 #include <sinew/core/matrix3.h>
@@ -11,8 +13,8 @@ Vector3 centroid(std::vector<Vector3> const& points, double weight)
     return sum * weight;
 }
 
-// Sum of the outer products of the centred points with themselves, times the weight. Six sums make up all nine: the
-// products of two components commute to the bit.
+// The sum of the outer products of the centred points with themselves, times the weight. Six sums suffice for the nine
+// elements, because a product of two doubles does not depend on their order.
 Matrix3 covariance(std::vector<Vector3> const& points, Vector3 const& center, double weight)
 {
     double xx = 0.0;
@@ -41,12 +43,12 @@ bool _getCenterAndEigv(std::vector<Vector3> const& points, Vector3* center, UVec
     double const weight = 1.0 / static_cast<double>(points.size());
     Vector3 const mean = centroid(points, weight);
     if (axis) {
-        double spreads[3]; // ascending
+        double spreads[3]; // the eigenvalues, ascending
         UVector3 axes[3];
         covariance(points, mean, weight).getEigensystem(spreads, axes);
         *axis = axes[largest ? 2 : 0];
     }
-    if (center) *center = mean; // last: it may be one of the points
+    if (center) *center = mean; // after the last use of the points: `center` may be one of them
     return true;
 }
 

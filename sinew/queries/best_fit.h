@@ -1,6 +1,7 @@
 #pragma once
 
-/// Least-squares lines and planes through point sets, by the principal axes of their covariance.
+/// Least-squares lines and planes through point sets. Both pass through the centroid, along principal axes of the
+/// covariance matrix of the points.
 
 #include <vector>
 
@@ -8,28 +9,39 @@
 
 /// The line with the least sum of squared distances to the points.
 ///
-/// @param center  receives a point of the line, the centroid; may be null.
-/// @param dir     receives its unit direction; may be null. Its sign is whatever the eigen-solver gives.
-/// @return false, with nothing written, for fewer than two points; true otherwise.
+/// @param center  receives the centroid, which is a point of the line; may be null, and may be one of `points`.
+/// @param dir     receives the unit direction of the line; may be null. The eigen-solver determines its sign; callers
+///                must not rely on it.
+/// @return false for fewer than two points, and nothing is written; true otherwise.
 ///
-/// Where the spread is equal in several directions (coincident points, a square, a sphere) the direction is one of
-/// them: any unit vector, always the same for the same input. A NaN or infinite coordinate gives a NaN centroid or
-/// direction. The points are read twice; nothing is allocated.
+/// Where the points spread equally in several directions (coincident points, the corners of a square or of a cube), all
+/// of these directions fit equally well. The result is one of them: a unit vector, always the same one for the same
+/// input. A NaN coordinate makes that coordinate of the centroid NaN, an infinite one makes it infinite or NaN; the
+/// direction has no meaning then and may be NaN. The cost is linear in the number of points, and nothing is allocated.
 /// Source: K. Pearson, On lines and planes of closest fit to systems of points in space, 1901.
 SINEW_API bool bestFitLine(std::vector<Vector3> const& points, Vector3* center, UVector3* dir);
 
-/// The plane with the least sum of squared distances to the points: `normal` is the direction of least spread.
+/// The plane with the least sum of squared distances to the points.
 ///
-/// Collinear points leave the normal open in a plane; one of its unit vectors is returned. For the rest see
-/// `bestFitLine`.
+/// @param center  receives the centroid, which is a point of the plane; may be null, and may be one of `points`.
+/// @param normal  receives the unit normal, which is the direction of least spread; may be null. Its sign is determined
+///                as that of the direction in `bestFitLine`.
+/// @return false for fewer than two points, and nothing is written; true otherwise.
+///
+/// For collinear points every plane through their line fits equally well; the result is one of the unit normals.
+/// Equal spreads, NaN, infinite coordinates, cost and source are as in `bestFitLine`.
 SINEW_API bool bestFitPlane(std::vector<Vector3> const& points, Vector3* center, UVector3* normal);
 
-/// Centroid and one principal axis of a point set: the worker of both fits.
+/// The centroid and one principal axis of a point set. `bestFitLine` and `bestFitPlane` call this function.
 ///
-/// @param axis     receives the unit eigenvector of the population covariance (divided by n) that belongs to the
-///                 largest eigenvalue, or to the smallest; may be null, as may `center`.
-/// @param largest  which of the two.
-/// @return false, with nothing written, for fewer than two points.
-// The name is what hosts are written against, leading underscore and all.
+/// @param center   receives the centroid; may be null, and may be one of `points`.
+/// @param axis     receives a unit eigenvector of the population covariance (the sum of squares divided by the number
+/// of
+///                 points); may be null.
+/// @param largest  true selects the eigenvector of the largest eigenvalue, false that of the smallest.
+/// @return false for fewer than two points, and nothing is written; true otherwise.
+///
+/// Equal spreads, NaN, infinite coordinates, cost and source are as in `bestFitLine`.
+// Callers are written against this name, including its leading underscore.
 // NOLINTNEXTLINE(bugprone-reserved-identifier)
 SINEW_API bool _getCenterAndEigv(std::vector<Vector3> const& points, Vector3* center, UVector3* axis, bool largest);

@@ -1,82 +1,113 @@
+// Source: C. Ericson, Real-Time Collision Detection, 2005: section 5.1.8 for the closest points of two lines, 5.3.1 for
+// a line and a plane, 5.3.2 for a line and a sphere, 5.4.4 for two planes, and 3.4 for barycentric coordinates in the
+// coordinate plane of the largest projection. The outcome codes and their order of tests are our own.
+
 #include <sinew/queries/intersections.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include <sinew/core/tolerances.h>
 
 namespace {
 
-// Half of 1e-8 squared: 1 - cos of an angle of 1e-8.
+// Lines with unit directions are parallel if 1 - |cosine| is below this gap: half of 1e-8 squared, which is 1 - cos of
+// an angle of 1e-8 radians. It is smaller than the spacing of doubles below 1.
 constexpr double kParallelCosineGap = 5.0000000000000005e-17;
 
-// |cos| of a line against a plane's normal below which the line is parallel to the plane.
-constexpr double kParallelToPlane = 1e-8;
+// A line is parallel to a plane if |cosine| of its direction and the normal is below this value, an angle of 1e-8
+// radians between the line and the plane.
+constexpr double kLineInPlaneCosine = 1e-8;
 
-// Below it the weights' 3x3 system has no answer. Matrix3::inverse draws a line of its own, higher up.
-constexpr double kSingularWeights = 1e-20;
+// Any negative tolerance makes Vector3::isParallel use its default.
+constexpr double kDefaultParallelTolerance = -1.0;
 
-enum LineLine : std::int32_t
+// The doubled area of a projected triangle, in squared units of length, up to which the weights are (0, 0, 0) without
+// any further computation. The larger threshold sinew::kDeterminantZero applies after it.
+constexpr double kSingularArea = 1e-20;
+
+// The outcome codes of the records. Callers compare `result` with these numbers.
+enum class LineLineCode : std::int32_t
 {
-    kLinesMeet,
-    kLinesApart,
-    kLinesCoincide,
-    kLinesSkew
+    meet,
+    apart,
+    coincident,
+    skew
 };
-enum PlanePlane : std::int32_t
+enum class PlanePlaneCode : std::int32_t
 {
-    kPlanesMeet,
-    kPlanesApart,
-    kPlanesCoincide
+    meet,
+    apart,
+    coincident
 };
-enum LinePlane : std::int32_t
+enum class LinePlaneCode : std::int32_t
 {
-    kCrosses,
-    kOffPlane,
-    kInPlane
+    crosses,
+    offPlane,
+    inPlane
 };
-enum LineTriangle : std::int32_t
+enum class LineTriangleCode : std::int32_t
 {
-    kHit,
-    kMiss,
-    kInTrianglePlane,
-    kParallelToTriangle,
-    kDegenerate
+    hit,
+    miss,
+    inPlane,
+    offPlane,
+    degenerateTriangle
 };
-enum LineSphere : std::int32_t
+enum class LineSphereCode : std::int32_t
 {
-    kNoPoint,
-    kTangent,
-    kTwoPoints
+    miss,
+    tangent,
+    twoPoints
 };
 
+template <typename Code>
+constexpr std::int32_t number(Code code)
+{
+    return static_cast<std::int32_t>(code);
+}
+
+// Whether the gap is shorter than the magnitude of `tol`. False for NaN.
 bool isShort(Vector3 const& gap, double tol)
 {
     return tol * tol > gap.lengthSq();
 }
 
-// The skew-or-meeting half of both line-line constructors: the parameters of the closest points are known.
-void meetOrMiss(LineLineInt& record, Vector3 const& p1, Vector3 const& d1, Vector3 const& d2, Vector3 const& w,
-                double t1, double t2, double tol)
+// Sets all fields for parallel lines. `separation` is the vector between the lines, perpendicular to line 1.
+void setParallel(LineLineInt& record, Vector3 const& p1, Vector3 const& separation, double t2, double tol)
+{
+    record.result = number(isShort(separation, tol) ? LineLineCode::coincident : LineLineCode::apart);
+    record.point = p1;
+    record.t1 = 0.0;
+    record.t2 = t2;
+}
+
+// Sets the fields for lines that are not parallel; `point` is left at zero if they are skew. w is p2 - p1, and t1 and
+// t2 are the parameters of the closest points.
+void setMeetingOrSkew(LineLineInt& record, Vector3 const& p1, Vector3 const& d1, Vector3 const& d2, Vector3 const& w,
+                      double t1, double t2, double tol)
 {
     Vector3 const on1 = d1 * t1;
     bool const meet = isShort(w + d2 * t2 - on1, tol);
-    record.result = meet ? kLinesMeet : kLinesSkew;
+    record.result = number(meet ? LineLineCode::meet : LineLineCode::skew);
     if (meet) record.point = p1 + on1;
     record.t1 = t1;
     record.t2 = t2;
 }
 
-// The outcome of `LinePlaneInt`; `t` is written for kCrosses alone.
-LinePlane crossPlane(Vector3 const& p, Vector3 const& d, Vector3 const& q, Vector3 const& n, double tol, double* t)
+// The outcome of `LinePlaneInt`. Writes `t` only if the line crosses the plane.
+LinePlaneCode crossPlane(Vector3 const& p, Vector3 const& d, Vector3 const& q, Vector3 const& n, double tol, double* t)
 {
     double const cosine = n * d;
-    if (std::fabs(cosine) < kParallelToPlane) return tol > std::fabs((p - q) * n) ? kInPlane : kOffPlane;
+    if (std::fabs(cosine) < kLineInPlaneCosine) {
+        return tol > std::fabs((p - q) * n) ? LinePlaneCode::inPlane : LinePlaneCode::offPlane;
+    }
     *t = ((q - p) * n) / cosine;
-    return kCrosses;
+    return LinePlaneCode::crosses;
 }
 
-// Whether the line (p, d) stays off the triangle's bounding sphere. `tol`, a distance, is added to a squared radius,
-// and once more to their sum: part of the contract.
+// Whether the line (p, d) is outside the triangle's bounding sphere. `tol` is added twice to the squared radius, in two
+// separately rounded sums, although it is a distance. Callers may rely on this.
 bool missesSphere(Vector3 const& p, Vector3 const& d, Vector3 const& a, Vector3 const& b, Vector3 const& c, double tol)
 {
     Vector3 const middle = (a + b + c) * (1.0 / 3.0);
@@ -86,25 +117,29 @@ bool missesSphere(Vector3 const& p, Vector3 const& d, Vector3 const& a, Vector3 
     return w.lengthSq() - along * along > radiusSq + tol;
 }
 
-// Barycentric weights in the plane of two coordinates, u and v.
-struct Corner
+// A point projected onto the plane of two coordinates, u and v.
+struct PlanarPoint
 {
     double u;
     double v;
 };
 
-Vector3 planarWeights(Corner p, Corner a, Corner b, Corner c)
+// The barycentric coordinates of p with respect to the triangle a, b, c.
+//
+// The matrix with the columns (u, v, 1) of the corners maps the coordinates to (p, 1). This function does the
+// operations of Matrix3::determinant, of Matrix3::inverse and of the product with (p, 1) in the same order, without
+// those factors that are 1.
+Vector3 planarWeights(PlanarPoint p, PlanarPoint a, PlanarPoint b, PlanarPoint c)
 {
-    // Matrix3::determinant, ::inverse and the product with (p, 1) for the matrix with the corners as columns and ones
-    // in its last row, which leave their factors as they are.
     double const determinant = a.u * (b.v - c.v) - b.u * (a.v - c.v) + c.u * (a.v - b.v);
-    if (!(std::fabs(determinant) > kSingularWeights)) return {};
+    if (!(std::fabs(determinant) > kSingularArea)) return {}; // also for NaN
     if (std::fabs(determinant) < sinew::kDeterminantZero) {
-        double const zero = 0.0 * p.u + 0.0 * p.v + 0.0; // the zero matrix times p: NaN for an infinite p
+        // Matrix3::inverse gives the zero matrix here. Its product with (p, 1) is NaN for an infinite or NaN p.
+        double const zero = 0.0 * p.u + 0.0 * p.v + 0.0;
         return {zero, zero, zero};
     }
     double const r = 1.0 / determinant;
-    auto const weight = [&](Corner const& from, Corner const& to) {
+    auto const weight = [&](PlanarPoint const& from, PlanarPoint const& to) {
         return (from.v - to.v) * r * p.u + (to.u - from.u) * r * p.v + (from.u * to.v - to.u * from.v) * r;
     };
     return {weight(b, c), weight(c, a), weight(a, b)};
@@ -118,16 +153,13 @@ LineLineInt::LineLineInt(Vector3 const& p1, UVector3 const& d1, Vector3 const& p
     Vector3 const w = p2 - p1;
     if (1 - std::fabs(c) < kParallelCosineGap) {
         Vector3 const back = p1 - p2;
-        result = isShort(back + d1 * (w * d1), tol) ? kLinesCoincide : kLinesApart;
-        point = p1;
-        t1 = 0.0;
-        t2 = back * d2;
+        setParallel(*this, p1, back + d1 * (w * d1), back * d2, tol);
         return;
     }
     double const along1 = w * d1;
     double const along2 = w * d2;
     double const sineSq = 1 - c * c;
-    meetOrMiss(*this, p1, d1, d2, w, (along1 - along2 * c) / sineSq, (along1 * c - along2) / sineSq, tol);
+    setMeetingOrSkew(*this, p1, d1, d2, w, (along1 - along2 * c) / sineSq, (along1 * c - along2) / sineSq, tol);
 }
 
 LineLineInt::LineLineInt(Vector3 const& p1, Vector3 d1, Vector3 const& p2, Vector3 const& d2, double tol)
@@ -135,20 +167,17 @@ LineLineInt::LineLineInt(Vector3 const& p1, Vector3 d1, Vector3 const& p2, Vecto
     double const s11 = d1.lengthSq();
     double const s22 = d2.lengthSq();
     Vector3 const w = p2 - p1;
-    if (d1.isParallel(d2, -1.0)) {
+    if (d1.isParallel(d2, kDefaultParallelTolerance)) {
         Vector3 const back = p1 - p2;
-        result = isShort(back + d1 * (w * d1 / s11), tol) ? kLinesCoincide : kLinesApart;
-        t2 = back * d2 / s22;
-        t1 = 0.0;
-        point = p1;
+        setParallel(*this, p1, back + d1 * (w * d1 / s11), back * d2 / s22, tol);
         return;
     }
     double const s12 = d1 * d2;
     double const along1 = w * d1;
     double const along2 = w * d2;
     double const determinant = s11 * s22 - s12 * s12;
-    meetOrMiss(*this, p1, d1, d2, w, (s22 * along1 - s12 * along2) / determinant,
-               (s12 * along1 - s11 * along2) / determinant, tol);
+    setMeetingOrSkew(*this, p1, d1, d2, w, (s22 * along1 - s12 * along2) / determinant,
+                     (s12 * along1 - s11 * along2) / determinant, tol);
 }
 
 PlanePlaneInt::PlanePlaneInt(Vector3 const& p1, UVector3 const& N1, Vector3 const& p2, UVector3 const& N2, double tol)
@@ -156,29 +185,29 @@ PlanePlaneInt::PlanePlaneInt(Vector3 const& p1, UVector3 const& N1, Vector3 cons
     Vector3 const common = cross(N1, N2);
     double const sineSq = common.lengthSq();
     if (sineSq < sinew::kGramZero) {
-        result = tol > std::fabs((p1 - p2) * N1) ? kPlanesCoincide : kPlanesApart;
+        result = number(tol > std::fabs((p1 - p2) * N1) ? PlanePlaneCode::coincident : PlanePlaneCode::apart);
         return;
     }
     Vector3 const along = common * (1.0 / std::sqrt(sineSq));
-    // The line in plane 1 from p1 across the common line, until it meets plane 2.
+    // A line in plane 1, through p1 and perpendicular to the common line; it crosses plane 2 at the common line.
     Vector3 const across = cross(N1, along);
     point = p1 + across * (((p2 - p1) * N2) / (N2 * across));
     dir = along;
-    result = kPlanesMeet;
+    result = number(PlanePlaneCode::meet);
 }
 
 LinePlaneInt::LinePlaneInt(Vector3 const& p, UVector3 const& d, Vector3 const& q, UVector3 const& n, double tol)
 {
     double at = 0.0;
-    LinePlane const outcome = crossPlane(p, d, q, n, tol, &at);
-    result = outcome;
+    LinePlaneCode const outcome = crossPlane(p, d, q, n, tol, &at);
+    result = number(outcome);
     t = at;
-    point = outcome == kCrosses ? p + d * at : p;
+    point = outcome == LinePlaneCode::crosses ? p + d * at : p;
 }
 
 LineTriangleInt::LineTriangleInt(Vector3 const& p, UVector3 const& d, Vector3 const& a, Vector3 const& b,
                                  Vector3 const& c, double tol)
-    : result(kMiss), t(0.0)
+    : result(number(LineTriangleCode::miss)), t(0.0)
 {
     if (missesSphere(p, d, a, b, c, tol)) return;
     Vector3 const ab = b - a;
@@ -186,26 +215,26 @@ LineTriangleInt::LineTriangleInt(Vector3 const& p, UVector3 const& d, Vector3 co
     Vector3 const areaVector = cross(ab, ac);
     double const areaSq = areaVector.lengthSq();
     if (areaSq < sinew::kNullLengthSq) {
-        result = kDegenerate;
+        result = number(LineTriangleCode::degenerateTriangle);
         return;
     }
     Vector3 const n = areaVector * (1.0 / std::sqrt(areaSq));
-    // Made unit once more for the plane, which can change its last bits; the sides are tested with the first one.
+    // The plane test normalises n a second time, which can change its last bits. The tests at the sides use n itself.
     double at = 0.0;
-    LinePlane const outcome = crossPlane(p, d, a, UVector3(n), tol, &at);
-    if (outcome != kCrosses) {
-        result = outcome == kOffPlane ? kParallelToTriangle : kInTrianglePlane;
+    LinePlaneCode const outcome = crossPlane(p, d, a, UVector3(n), tol, &at);
+    if (outcome != LinePlaneCode::crosses) {
+        result = number(outcome == LinePlaneCode::offPlane ? LineTriangleCode::offPlane : LineTriangleCode::inPlane);
         return;
     }
     Vector3 const x = p + d * at;
     bool const inside = cross(x - a, ac) * n >= -tol && cross(ab, x - a) * n >= -tol && cross(x - c, b - c) * n >= -tol;
-    result = inside ? kHit : kMiss;
+    result = number(inside ? LineTriangleCode::hit : LineTriangleCode::miss);
     point = x;
     t = at;
 }
 
 LineSphereInt::LineSphereInt(Vector3 const& p, UVector3 const& d, Vector3 const& center, double radius, double tol)
-    : result(kNoPoint), t1(0.0), t2(0.0)
+    : result(number(LineSphereCode::miss)), t1(0.0), t2(0.0)
 {
     Vector3 const w = center - p;
     double const closest = w * d;
@@ -214,7 +243,7 @@ LineSphereInt::LineSphereInt(Vector3 const& p, UVector3 const& d, Vector3 const&
     if (gapSq > radiusSq + tol) return;
 
     if (gapSq > radiusSq - tol) {
-        result = kTangent;
+        result = number(LineSphereCode::tangent);
         point1 = point2 = p + d * closest;
         t1 = t2 = closest;
         return;
@@ -222,7 +251,7 @@ LineSphereInt::LineSphereInt(Vector3 const& p, UVector3 const& d, Vector3 const&
     double const half = std::sqrt(radiusSq - gapSq);
     Vector3 const entry = p + d * (closest - half);
     Vector3 const exit = p + d * (closest + half);
-    result = kTwoPoints;
+    result = number(LineSphereCode::twoPoints);
     point1 = entry;
     point2 = exit;
     t1 = closest - half;
@@ -235,7 +264,7 @@ TriangleWeightsFinder::TriangleWeightsFinder(Vector3 const& p, Vector3 const& a,
     double const nx = std::fabs(n.x);
     double const ny = std::fabs(n.y);
     double const nz = std::fabs(n.z);
-    int u = 0;
+    int u = 0; // the indices of the two coordinates that remain; initially those of a projection along z
     int v = 1;
     if (nx >= ny && nx >= nz) {
         u = 1;

@@ -1,6 +1,11 @@
+// Sources: R. P. Brent, Algorithms for Minimization without Derivatives, 1973, chapter 4, for a search that combines
+// interpolation with bisection; W. H. Press et al., Numerical Recipes in C, second edition, 1992, sections 9.1, 9.2 and
+// 9.5 for bracketing, false position and deflation.
+
 #include <sinew/queries/polynomial_roots.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <utility>
 
@@ -10,13 +15,22 @@ using sinew::kGeometricZero;
 
 namespace {
 
+// The search starts with the bracket [-kFirstEnd, kFirstEnd] and multiplies both ends by kGrowth until the values there
+// differ in sign.
+constexpr double kFirstEnd = 1.0;
+constexpr double kGrowth = 3.0;
+
+// At least every second iteration bisects. 50 bisections narrow the first bracket, of width 2, to 2e-15.
 constexpr int kMaxIterations = 101;
 
-// In a wide bracket a false-position step keeps this distance from both ends, so that the far end is moved soon even
-// where the curve hugs the axis. Three of them fit into the narrowest bracket that still counts as wide.
+// In a bracket of at least kWideBracket, a false-position step keeps the distance kStandOff from both ends. Without
+// this distance the steps would approach one end ever more closely where the curve is flat, and the other end would not
+// move. Both are absolute lengths on the x axis. kWideBracket is three times kStandOff, so that the range between the
+// two distances is not empty.
 constexpr double kStandOff = 1e-10;
 constexpr double kWideBracket = 3e-10;
 
+// The polynomial a x^3 + b x^2 + c x + d, evaluated by Horner's rule.
 class Cubic
 {
 public:
@@ -31,7 +45,7 @@ private:
     double d_;
 };
 
-// An interval and the values of the cubic at its ends.
+// An interval of the search, and the values of the cubic at its ends.
 struct Bracket
 {
     double lo = 0.0;
@@ -43,14 +57,17 @@ struct Bracket
 
     double middle() const { return (hi + lo) * 0.5; }
 
+    // The root of the line through both ends, moved inside the bracket. `rise` is atHi - atLo.
     double falsePosition(double rise) const
     {
+        assert(rise > 0);
         double const x = (atHi * lo - atLo * hi) / rise;
         double const margin = hi - lo < kWideBracket ? 0.0 : kStandOff;
-        // The lower limit has the last word, also over a NaN from an overflow.
+        // The lower limit is applied last: if x is NaN after an overflow, std::max returns this limit.
         return std::max(lo + margin, std::min(x, hi - margin));
     }
 
+    // Replaces one end by x, so that the ends still differ in sign.
     void narrow(double x, double atX)
     {
         if (atHi * atX > 0) {
@@ -62,13 +79,14 @@ struct Bracket
         }
     }
 
-    // Whether no further iteration can change this bracket, given its middle(). Large roots end here, long before the
-    // iterations run out: one unit in the last place of the root already changes the value by more than the tolerance.
+    // Whether no further iteration can change this bracket. `middleOfEnds` is middle(). The search of a large root ends
+    // here, long before kMaxIterations: neighbouring doubles near the root have values that differ by more than the
+    // threshold of isNarrow.
     //
-    // The middle meets an end only if the ends are neighbouring doubles. Then the other kind of step lands on an end as
-    // well: the stand-off is less than half the gap if the bracket counts as wide, and a NaN ends up at lo. Landing on
-    // an end changes nothing if hi stays where it is for x = hi, and lo for x = lo, which are the two signs asked for
-    // below. Ends of zero are left out, for they come with two signs.
+    // The middle equals an end only if the ends are neighbouring doubles. Then a false-position step gives an end as
+    // well: if the bracket counts as wide, kStandOff is less than half its width; and NaN gives lo. A step to an end
+    // changes nothing if narrow(hi, atHi) replaces hi and narrow(lo, atLo) replaces lo; the last two conditions below
+    // ensure this. Ends of zero are excluded, because -0.0 and 0.0 are equal but have different bits.
     bool isSettled(double middleOfEnds) const
     {
         if (middleOfEnds != lo && middleOfEnds != hi) return false;
@@ -76,7 +94,7 @@ struct Bracket
     }
 };
 
-// solveQuadratic itself, which as an exported function cannot be inlined.
+// The body of solveQuadratic. solveCubic calls this function, because a compiler need not inline an exported one.
 inline int quadraticRoots(double a, double b, double c, double* roots)
 {
     if (std::fabs(a) < kGeometricZero) {
@@ -97,7 +115,8 @@ inline int quadraticRoots(double a, double b, double c, double* roots)
     return 2;
 }
 
-// Double roots do not change sign, so no bracket finds them; they are critical points.
+// Finds a double or triple root. The sign does not change at a double root, so no bracket contains it, but every
+// multiple root is a critical point.
 bool rootAtCriticalPoint(Cubic const& f, double a, double b, double c, double* root)
 {
     double critical[2];
@@ -111,25 +130,26 @@ bool rootAtCriticalPoint(Cubic const& f, double a, double b, double c, double* r
     return false;
 }
 
-// Grows until the ends differ in sign. No cap is needed: at the latest when the ends are infinite, the values there are
-// infinities of different sign, or NaN.
+// A bracket whose ends differ in sign. The loop ends without a limit on its steps: at infinite ends, the values are
+// infinities of different sign or NaN.
 Bracket signChange(Cubic const& f)
 {
-    Bracket bracket{-1.0, 1.0, f(-1.0), f(1.0)};
+    Bracket bracket{-kFirstEnd, kFirstEnd, f(-kFirstEnd), f(kFirstEnd)};
     while (bracket.atHi * bracket.atLo > 0) {
-        bracket.lo *= 3;
-        bracket.hi *= 3;
+        bracket.lo *= kGrowth;
+        bracket.hi *= kGrowth;
         bracket.atLo = f(bracket.lo);
         bracket.atHi = f(bracket.hi);
     }
     return bracket;
 }
 
+// A root at a change of sign.
 double bracketedRoot(Cubic const& f)
 {
     Bracket bracket = signChange(f);
     for (int iteration = 1; iteration <= kMaxIterations && !bracket.isNarrow(); ++iteration) {
-        // The signed rise: where the values fall from lo to hi, every step bisects.
+        // The difference keeps its sign: if the values fall from lo to hi, every step is a bisection.
         double const rise = bracket.atHi - bracket.atLo;
         double x = 0.0;
         if (iteration % 2 != 0 && rise > kGeometricZero) {
@@ -143,26 +163,28 @@ double bracketedRoot(Cubic const& f)
     return std::fabs(bracket.atLo) > std::fabs(bracket.atHi) ? bracket.hi : bracket.lo;
 }
 
-// Stable, and NaN stays where it is: std::sort asks for an order that NaN does not have.
+// Sorts in ascending order. Equal values and NaN are not swapped; std::sort must not be called with NaN.
 void sortThree(double* values)
 {
-    auto const order = [values](int i, int j) {
+    auto const swapIfLess = [values](int i, int j) {
         if (values[j] < values[i]) std::swap(values[i], values[j]);
     };
-    order(0, 1);
-    order(1, 2);
-    order(0, 1);
+    swapIfLess(0, 1);
+    swapIfLess(1, 2);
+    swapIfLess(0, 1);
 }
 
 } // namespace
 
 int solveQuadratic(double a, double b, double c, double* roots)
 {
+    assert(roots);
     return quadraticRoots(a, b, c, roots);
 }
 
 int solveCubic(double a, double b, double c, double d, double* roots)
 {
+    assert(roots);
     if (std::fabs(a) < kGeometricZero) return quadraticRoots(b, c, d, roots);
 
     Cubic const f(a, b, c, d);
@@ -170,6 +192,7 @@ int solveCubic(double a, double b, double c, double d, double* roots)
     if (!rootAtCriticalPoint(f, a, b, c, &root)) root = bracketedRoot(f);
     roots[0] = root;
 
+    // Division by (x - root): the quotient is a x^2 + deflatedB x + deflatedC.
     double const deflatedB = a * root + b;
     double const deflatedC = root * deflatedB + c;
     int const others = quadraticRoots(a, deflatedB, deflatedC, roots + 1);

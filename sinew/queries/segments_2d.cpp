@@ -1,10 +1,14 @@
+// Sources: I. E. Sutherland, G. W. Hodgman, Reentrant polygon clipping, Communications of the ACM, 1974, for clipping
+// by one side after the other; C. Ericson, Real-Time Collision Detection, 2005, section 5.2.1 for the test of the
+// corners against the line of a segment, and section 5.1.9.1 for two segments in the plane.
+
 #include <sinew/queries/segments_2d.h>
 
 #include <cmath>
 
 namespace {
 
-// An axis direction without the square root that the constructor takes.
+// An axis direction as a compile-time constant; the constructor of UVector3 needs a square root.
 constexpr UVector3 axis(double x, double y)
 {
     UVector3 n;
@@ -19,7 +23,7 @@ constexpr UVector3 kUp = axis(0.0, 1.0);
 constexpr UVector3 kLeft = axis(-1.0, 0.0);
 constexpr UVector3 kDown = axis(0.0, -1.0);
 
-// Always inlined: with a constant axis most of its products are constants too.
+// The body of segClipHalfPlane2D. It is always inlined, because most of its products vanish for a constant axis.
 [[gnu::always_inline]] inline bool clipHalfPlane(Vector3& a, Vector3& b, Vector3 const& p, Vector3 const& n)
 {
     double const boundary = n * p;
@@ -48,14 +52,14 @@ bool segClipHalfPlane2D(Vector3& a, Vector3& b, Vector3 const& p, UVector3 const
 bool segClipRect2D(Vector3 const& a, Vector3 const& b, Vector3 const& lo, Vector3 const& hi, Vector3& outA,
                    Vector3& outB)
 {
-    // Clipped beside the outputs, which may be a and b in either order.
+    // Clips copies, because the outputs may be a and b in either order.
     Vector3 from = a;
     Vector3 to = b;
-    bool const left = clipHalfPlane(from, to, lo, kRight) && clipHalfPlane(from, to, lo, kUp) &&
-                      clipHalfPlane(from, to, hi, kLeft) && clipHalfPlane(from, to, hi, kDown);
+    bool const remains = clipHalfPlane(from, to, lo, kRight) && clipHalfPlane(from, to, lo, kUp) &&
+                         clipHalfPlane(from, to, hi, kLeft) && clipHalfPlane(from, to, hi, kDown);
     outA = from;
     outB = to;
-    return left;
+    return remains;
 }
 
 bool segIntersectRect2D(Vector3 const& a, Vector3 const& b, Vector3 const& lo, Vector3 const& hi)
@@ -66,8 +70,9 @@ bool segIntersectRect2D(Vector3 const& a, Vector3 const& b, Vector3 const& lo, V
     if (a.y >= hi.y && b.y >= hi.y) return false;
     if (inRect(a, lo, hi) || inRect(b, lo, hi)) return true;
 
-    // Both ends are outside, but not beyond one side: the segment meets the rectangle if its line parts two opposite
-    // corners. The last term is zero for every finite z; it turns an infinite one into a NaN, which fails the test.
+    // Both ends are outside, but not beyond the same side. The segment then meets the rectangle if its line separates
+    // two opposite corners. `side` is positive on one side of the line and negative on the other. Its last term is zero
+    // for a finite z and NaN for an infinite one; NaN fails the test.
     double const ex = a.x - b.x;
     double const ey = b.y - a.y;
     auto const side = [&](double x, double y, double z) { return (x - a.x) * ey + (y - a.y) * ex + (z - a.z) * 0; };
@@ -88,7 +93,7 @@ bool segsIntersect(Vector3 const& a, Vector3 const& b, Vector3 const& c, Vector3
 
     double const acrossC = (c.y - a.y) * u.x - (c.x - a.x) * u.y;
     double const acrossD = (d.y - a.y) * u.x - (d.x - a.x) * u.y;
-    // Not strict, unlike the test along: touching from one side is no crossing.
+    // These comparisons are not strict, unlike those along a-b: a contact from one side is not an intersection.
     if ((low >= acrossC && low >= acrossD) || (acrossC >= side && acrossD >= side)) return false;
 
     double const apart = std::fabs(acrossC) + std::fabs(acrossD);

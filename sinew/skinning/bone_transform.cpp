@@ -1,6 +1,11 @@
+// Source: K. Shoemake, T. Duff, Matrix animation and polar decomposition, Graphics Interface 1992. The docstring of
+// `BoneTransform::interpolate` states the differences.
+
 #include <sinew/skinning/bone_transform.h>
 
 #include <cmath>
+
+#include <sinew/core/detail/math.h>
 
 namespace {
 
@@ -9,7 +14,7 @@ Matrix3 diagonal(double a, double b, double c)
     return Matrix3(Vector3(a, 0.0, 0.0), Vector3(0.0, b, 0.0), Vector3(0.0, 0.0, c));
 }
 
-// The linear part of `interpolate`, strictly between its ends.
+// The linear part of `interpolate` for 0 < t < 1, or a NaN t.
 Matrix3 blendFromIdentity(Matrix3 const& m, double t)
 {
     double eigenvalues[3];
@@ -17,14 +22,14 @@ Matrix3 blendFromIdentity(Matrix3 const& m, double t)
     (m * m.transpose()).getEigensystem(eigenvalues, axes);
     Matrix3 const basis(axes[0], axes[1], axes[2]);
     double stretch[3];
-    // The magnitude, since rounding may leave an eigenvalue slightly below zero.
+    // std::fabs, because rounding can make an eigenvalue of a singular matrix slightly negative.
     for (int k = 0; k < 3; ++k) stretch[k] = std::sqrt(std::fabs(eigenvalues[k]));
 
     Matrix3 const z = (basis * diagonal(stretch[0], stretch[1], stretch[2])).inverse() * m;
     Matrix3 const rotation = basis * z;
     UVector3 const axis = rotation.getRotationAxis();
     double const angle = rotation.getRotationAngle(&axis);
-    for (double& s : stretch) s = std::pow(s, t);
+    for (double& s : stretch) s = sinew::detail::math::pow(s, t);
 
     Matrix3 const partialRotation = Matrix3::rotationMatrix(axis, t * angle);
     return partialRotation * z.inverse() * diagonal(stretch[0], stretch[1], stretch[2]) * z;
@@ -42,7 +47,7 @@ BoneTransform::BoneTransform(Vector3 const& restStart, Vector3 const& restEnd, V
 
     Matrix3 const turn = Matrix3::rotationMatrix(restDirection, posedDirection);
     Matrix3 const twisting = Matrix3::rotationMatrix(posedDirection, twist);
-    // The stretch is diagonal where the posed bone lies along x.
+    // The stretch is a diagonal matrix in a frame whose x axis is the posed direction.
     Matrix3 const toX = Matrix3::rotationMatrix(posedDirection, UVector3(1.0, 0.0, 0.0));
     Matrix3 const stretch = diagonal(posed.length() / rest.length(), 1.0, 1.0);
 

@@ -1,17 +1,18 @@
 #pragma once
 
-/// The affine map that carries one bone of a figure from its rest position to its posed position, and the blending of
-/// such maps. `BoneTransformVector` applies them to display data.
+/// The affine map of one bone of a figure, and the interpolation of such maps. `BoneTransformVector` applies them to
+/// display data.
 
 #include <sinew/core/matrix3.h>
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
 
-/// A point p maps to linear * p + translation. A plain value of twelve doubles.
+/// The affine map that carries one bone from its rest position to its posed position. A point p maps to
+/// linear * p + translation. A value of twelve doubles.
 class BoneTransform
 {
 public:
-    /// Rotation, twist and stretch.
+    /// The rotation, twist and stretch of the bone.
     Matrix3 linear;
     /// Added after the linear part.
     Vector3 translation;
@@ -19,34 +20,40 @@ public:
     /// The identity.
     BoneTransform() = default;
 
-    /// The map of one bone, given by its two end points at rest and posed.
+    /// The map of a bone that is given by its two end points, at rest and posed, in one frame.
     ///
-    /// It takes restStart onto posedStart and restEnd onto posedEnd (to rounding), by the smallest rotation of the rest
-    /// direction onto the posed one, then `twist` radians about the posed direction, right-handed, then a stretch along
-    /// the posed direction only: distances across the bone keep their length.
+    /// It maps restStart to posedStart and restEnd to posedEnd, to rounding. It consists of the smallest rotation of
+    /// the rest direction onto the posed direction, then a rotation by `twist` radians about the posed direction
+    /// (right-handed), then a stretch along the posed direction. Lengths perpendicular to the bone do not change.
     ///
-    /// A rest bone of zero length makes the stretch infinite or NaN, and its direction the null fallback of `UVector3`;
-    /// give bones of non-zero length. Opposite directions turn about the first vector of `getBasis` of the rest one.
-    /// A NaN coordinate makes all twelve numbers NaN.
+    /// Opposite directions are rotated about the first vector that `getBasis` gives for the rest direction. The rest
+    /// bone must have a non-zero length; otherwise the stretch is infinite or NaN. A bone of zero length has the
+    /// direction of the null fallback of `UVector3`. A NaN coordinate makes all twelve numbers NaN.
     SINEW_API BoneTransform(Vector3 const& restStart, Vector3 const& restEnd, Vector3 const& posedStart,
                             Vector3 const& posedEnd, double twist);
 
-    /// The inverse map; a linear part with a determinant below 1e-08 in magnitude inverts to zero (`Matrix3::inverse`).
+    /// The inverse map. If the determinant of the linear part is below 1e-08 in magnitude, the linear part of the
+    /// result is the zero matrix, as from `Matrix3::inverse`, and its translation is zero.
     SINEW_API BoneTransform inverse() const;
 
-    /// The transform a fraction `t` of the way from the identity to `target`.
+    /// Interpolates between the identity and `target`.
     ///
-    /// t <= 0 gives the identity and t >= 1 an exact copy of `target`. In between the translation is blended linearly;
-    /// the linear part is split into a rotation and a stretch (left polar decomposition), of which the rotation is
-    /// turned by t times its angle about its fixed axis and the stretch raised to the power t along its own axes.
-    /// A NaN t passes both tests and gives NaN. A singular linear part gives whatever `Matrix3::inverse` of a singular
-    /// matrix, the zero matrix, leads to.
-    /// Source: K. Shoemake, T. Duff, Matrix Animation and Polar Decomposition, Graphics Interface 1992; here by
-    /// eigenvectors of M M^T instead of iteration, and with powers of the stretch instead of linear blends.
+    /// t <= 0 gives the identity and t >= 1 an exact copy of `target`. Between these limits the translation is t times
+    /// that of the target. The linear part is decomposed into a rotation and a stretch (left polar decomposition). The
+    /// result rotates by t times the angle, about the same axis, and its stretch is that of the target to the power t,
+    /// along the same axes.
+    ///
+    /// A NaN t gives NaN. The linear part of the target should be regular: for a singular one the computation continues
+    /// with the zero matrix that `Matrix3::inverse` returns, and the result is not an interpolation.
+    /// Source: K. Shoemake, T. Duff, Matrix animation and polar decomposition, Graphics Interface 1992. Unlike there,
+    /// the decomposition uses the eigenvectors of M M^T instead of an iteration, and the stretch is raised to a power
+    /// instead of blended linearly.
     SINEW_API static BoneTransform interpolate(BoneTransform const& target, double t);
 
-    /// The transform a fraction `t` of the way from `from` to `to`: from * interpolate(from^-1 * to, t), also at the
-    /// ends, so that t >= 1 gives `to` only to rounding.
+    /// Interpolates between `from` and `to`: from * interpolate(from^-1 * to, t).
+    ///
+    /// This holds at the limits too: t <= 0 gives `from` composed with the identity, and t >= 1 gives `to` only to
+    /// rounding. `from` should be regular, see `inverse`.
     SINEW_API static BoneTransform interpolate(BoneTransform const& from, BoneTransform const& to, double t);
 };
 

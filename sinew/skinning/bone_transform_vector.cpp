@@ -1,6 +1,11 @@
+// Sources: N. Magnenat-Thalmann, R. Laperrière, D. Thalmann, Joint-dependent local deformations for hand animation and
+// object grasping, Graphics Interface 1988, for the weighted sum over the bones; K. Turkowski, Properties of
+// surface-normal transformations, Graphics Gems, 1990, for normals as cross products of transformed tangents.
+
 #include <sinew/skinning/bone_transform_vector.h>
 
 #include <algorithm>
+#include <cassert>
 #include <utility>
 
 #include <sinew/core/vector_geometry.h>
@@ -10,24 +15,27 @@ namespace {
 
 using Influences = std::vector<std::pair<int, double>>;
 
+// The element of `list` at an index that the host supplied.
+template <typename T>
+T const& at(std::vector<T> const& list, int index)
+{
+    assert(index >= 0 && static_cast<std::size_t>(index) < list.size());
+    return list[static_cast<std::size_t>(index)];
+}
+
 Vector3 placed(BaseDisplayData const& data, int vertex)
 {
-    return data.placement * data.getGeometry()->positions[static_cast<std::size_t>(vertex)];
+    return data.placement * at(data.getGeometry()->positions, vertex);
 }
 
-BoneTransform const& boneAt(std::vector<BoneTransform> const& bones, int index)
-{
-    return bones[static_cast<std::size_t>(index)];
-}
-
-// Position `p` and the tangents of its normal, moved by two or more weighted bones.
+// The position `p` moved by two or more weighted bones. Also applies the blended linear part to the tangents.
 Vector3 blend(std::vector<BoneTransform> const& bones, Influences const& influences, Vector3 const& p,
               Vector3& tangent1, Vector3& tangent2)
 {
     Vector3 position;
-    Matrix3 linear = boneAt(bones, influences[0].first).linear * influences[0].second;
+    Matrix3 linear = at(bones, influences[0].first).linear * influences[0].second;
     for (std::size_t k = 0; k < influences.size(); ++k) {
-        BoneTransform const& bone = boneAt(bones, influences[k].first);
+        BoneTransform const& bone = at(bones, influences[k].first);
         position += influences[k].second * (bone * p);
         if (k > 0) linear = linear + bone.linear * influences[k].second;
     }
@@ -36,7 +44,7 @@ Vector3 blend(std::vector<BoneTransform> const& bones, Influences const& influen
     return position;
 }
 
-// How many vertices have all that it takes to deform them; lists that do not match end at the shortest.
+// The number of vertices that have a position, a normal and, if there are weights, an influence list.
 std::size_t deformableCount(SurfaceGeometryData const& surface, GeometryData const& geometry,
                             BoneWeightTable const* weights)
 {
@@ -50,14 +58,17 @@ BoneTransformVector::BoneTransformVector() = default;
 BoneTransformVector::BoneTransformVector(std::vector<BoneTransform> bones_) : bones(std::move(bones_)) {}
 BoneTransformVector::~BoneTransformVector() = default;
 
+// The public interface passes handles by value.
+// NOLINTBEGIN(performance-unnecessary-value-param)
+
 Vector3 BoneTransformVector::getTransformed(int vertex, smart_ptr<BaseDisplayData const> data) const
 {
     Vector3 const p = placed(*data, vertex);
     if (!data->boneWeights) return p;
-    Influences const& influences = data->boneWeights->influences[static_cast<std::size_t>(vertex)];
+    Influences const& influences = at(data->boneWeights->influences, vertex);
     if (influences.empty()) return p;
     Vector3 result;
-    for (auto const& [bone, weight] : influences) result += weight * (bone < 0 ? p : boneAt(bones, bone) * p);
+    for (auto const& [bone, weight] : influences) result += weight * (bone < 0 ? p : at(bones, bone) * p);
     return result;
 }
 
@@ -73,9 +84,9 @@ Vector3 BoneTransformVector::getTransformed(int vertex, smart_ptr<BaseDisplayDat
     Vector3 tangent1;
     Vector3 tangent2;
     getBasis(n, tangent1, tangent2);
-    Influences const& influences = data->boneWeights->influences[static_cast<std::size_t>(vertex)];
+    Influences const& influences = at(data->boneWeights->influences, vertex);
     if (influences.size() == 1) {
-        BoneTransform const& bone = boneAt(bones, influences[0].first);
+        BoneTransform const& bone = at(bones, influences[0].first);
         p = bone * p;
         tangent1 = bone.linear * tangent1;
         tangent2 = bone.linear * tangent2;
@@ -91,7 +102,7 @@ BoneTransformModifyer::BoneTransformModifyer(smart_ptr<BoneTransformVector> bone
 smart_ptr<SurfaceGeometryData> BoneTransformModifyer::operator()(smart_ptr<DisplayData const> data) const
 {
     smart_ptr<SurfaceGeometryData> result(new SurfaceGeometryData);
-    // A handle of its own: the host's getter may make the geometry anew.
+    // The handle keeps the geometry alive: the host's getter may return a new object.
     smart_ptr<GeometryData const> const geometry = data->getGeometry();
     if (!data->surface || !geometry) return result;
     SurfaceGeometryData const& source = *data->surface;
@@ -105,3 +116,5 @@ smart_ptr<SurfaceGeometryData> BoneTransformModifyer::operator()(smart_ptr<Displ
                                   sinew::detail::widestVectors());
     return result;
 }
+
+// NOLINTEND(performance-unnecessary-value-param)

@@ -1,11 +1,11 @@
 #pragma once
 
-/// Bones applied to display data: vertex by vertex, or a whole surface at once.
+/// Deformation of display data by bones, for a single vertex or for a whole surface.
 ///
-/// The host supplies consistent data: a vertex index within the positions, bone indices within the bones, and one
-/// influence list per vertex. Nothing is checked here; `sinew::checkWeights` is the place to ask.
-/// The operations are const and read what the host shares, but reference counts are plain integers: one display data
-/// must not be deformed from two threads at once.
+/// The host must supply consistent data: vertex indices within the positions, bone indices within the bones, and one
+/// influence list for each vertex. Release builds do not check this; `sinew::diagnose` does.
+/// The operations are const, but they change reference counts, which are not atomic. Deforming a display data therefore
+/// requires exclusive access to it.
 
 #include <vector>
 
@@ -15,48 +15,58 @@
 #include <sinew/skinning/bone_transform.h>
 #include <sinew/skinning/display_data.h>
 
-/// The bones of a figure, by bone index.
+/// The bone transforms of a figure, and their application to single vertices.
 class SINEW_API BoneTransformVector : public smart_base
 {
 public:
+    /// The transforms, indexed by bone.
     std::vector<BoneTransform> bones;
 
+    /// No bones.
     BoneTransformVector();
     explicit BoneTransformVector(std::vector<BoneTransform> bones_);
     ~BoneTransformVector() override;
 
-    /// World position of a vertex after the bones: the sum of weight * (bone applied to the placed vertex) over its
-    /// influences, in list order. A negative bone index stands for the identity, also when it is the only influence.
+    /// The world position of a vertex after the bones: the sum of weight * (bone applied to the placed vertex) over its
+    /// influences, in list order. A negative bone index stands for the identity.
     ///
-    /// Without a weight table or without influences it is the placed vertex. Weights are used as they stand: weights
-    /// that sum to 2 double the position.
+    /// Without a weight table or without influences the result is the placed vertex. Weights are not normalised:
+    /// weights that sum to 2 double the position. `data` and its geometry must not be null. Linear in the influences.
+    /// Source: N. Magnenat-Thalmann, R. Laperrière, D. Thalmann, Joint-dependent local deformations for hand animation
+    /// and object grasping, Graphics Interface 1988.
     Vector3 getTransformed(int vertex, smart_ptr<BaseDisplayData const> data) const;
 
-    /// The same, and the unit normal in the world after the bones.
+    /// The world position of a vertex after the bones, and its unit normal.
     ///
-    /// @param normal     the vertex's normal in object space.
-    /// @param newNormal  receives the unit cross product of the two deformed tangents (`getBasis`) of the placed
-    ///                   normal. Tangents, not the normal itself, are deformed, so that a squashed bone tilts normals
-    ///                   the right way. It points inward where the bones mirror the vertex.
+    /// @param normal     the normal of the vertex in object space.
+    /// @param newNormal  receives the unit normal in the world after the bones.
     ///
-    /// Differs from the position-only operation on purpose: a single influence moves the vertex fully, whatever its
-    /// weight, and every bone index must name a bone; negative ones are not treated specially.
+    /// The new normal is the cross product of the deformed tangents (`getBasis`) of the placed normal. Tangents lie in
+    /// the surface, so this is correct for every regular map, also if a bone compresses the surface. If the bones
+    /// mirror the vertex, the new normal points to the inside. Null tangents give the null fallback of `UVector3`.
+    ///
+    /// This overload differs from the other in two ways, both intended. A single influence moves the vertex fully,
+    /// whatever its weight. Every bone index must name a bone; negative indices have no special meaning.
+    /// Source: K. Turkowski, Properties of surface-normal transformations, Graphics Gems, 1990.
     Vector3 getTransformed(int vertex, smart_ptr<BaseDisplayData const> data, UVector3 const& normal,
                            UVector3& newNormal) const;
 };
 
-/// Applies bones to a whole surface. A value: copies share the bones.
+/// A function object that applies bones to a whole surface. Copies share the bones.
 class BoneTransformModifyer
 {
 public:
+    /// May be null; the surface is then only placed.
     smart_ptr<BoneTransformVector> bones;
 
     SINEW_API explicit BoneTransformModifyer(smart_ptr<BoneTransformVector> bones_);
 
-    /// A new surface: that of `data` with every vertex and normal in the world after the bones, and the same indices.
+    /// Returns a new surface with the vertices and normals of `data` in the world after the bones, and the same
+    /// indices.
     ///
-    /// Bit for bit what `getTransformed` gives for every vertex with its normal. Linear in vertices and influences.
-    /// Without bones the surface is only placed. Vertices beyond the end of the normals, of the geometry's positions or
-    /// of the weight table stay as they are in `data`; without a surface or a geometry the result is empty.
+    /// Positions and normals have the same bits as those from `getTransformed` with a normal. Without bones the surface
+    /// is only placed. The result copies from `data` all vertices beyond the end of the normals, of the geometry's
+    /// positions or of the weight table. Without a surface or a geometry the result is empty. `data` must not be null.
+    /// Linear in vertices and influences. If an allocation fails, std::bad_alloc is thrown and nothing has changed.
     SINEW_API smart_ptr<SurfaceGeometryData> operator()(smart_ptr<DisplayData const> data) const;
 };

@@ -1,9 +1,9 @@
 #pragma once
 
-/// What the library asks of the host's display data. A host derives from these classes or uses them as they are.
+/// The display data that the library requires from its host. A host derives from these classes or uses them directly.
 ///
-/// A vertex is named by its index into the positions of the geometry. Bone weights are used as they stand: they are not
-/// normalised and need not sum to 1 (`sinew::checkWeights` tells what is odd about them).
+/// A vertex is named by its index in the positions of the geometry. The deforming operations neither check nor
+/// normalise bone weights, and the weights of a vertex need not sum to 1; `sinew::diagnose` reports unusual ones.
 
 #include <utility>
 #include <vector>
@@ -13,28 +13,29 @@
 #include <sinew/framework/smart_ptr.h>
 #include <sinew/skinning/geometry_data.h>
 
-/// Which bones move which vertex, and how much.
+/// The bones that move each vertex, and their weights.
 class SINEW_API BoneWeightTable : public smart_base
 {
 public:
-    /// For every vertex its list of (bone index, weight).
+    /// For each vertex the list of its influences, as pairs of bone index and weight.
     std::vector<std::vector<std::pair<int, double>>> influences;
 
     ~BoneWeightTable() override;
 };
 
-/// Anything placed in the world that bones may deform.
+/// An object that is placed in the world and that bones can deform.
 class SINEW_API BaseDisplayData : public smart_base
 {
 public:
-    /// May be null: then no bone moves this.
+    /// May be null; no bone moves the object then.
     smart_ptr<BoneWeightTable> boneWeights;
-    /// From object space to the world.
+    /// The transform from object space to the world.
     Transform placement;
 
     ~BaseDisplayData() override;
 
-    /// The geometry whose positions are deformed; the first virtual operation after those of `smart_base`.
+    /// The geometry whose positions are deformed. This is the first virtual function after those of `smart_base`;
+    /// callers may rely on its slot.
     virtual smart_ptr<GeometryData const> getGeometry() const = 0;
 };
 
@@ -42,10 +43,11 @@ public:
 class SINEW_API DisplayData : public BaseDisplayData
 {
 public:
+    /// May be null.
     smart_ptr<SurfaceGeometryData> surface;
 
     ~DisplayData() override;
-    /// The surface.
+    /// Returns `surface`.
     smart_ptr<GeometryData const> getGeometry() const override;
 };
 
@@ -53,22 +55,23 @@ public:
 class SINEW_API CurveDisplayData : public BaseDisplayData
 {
 public:
+    /// The points of the curve; may be null.
     smart_ptr<GeometryData> geometry;
 
     ~CurveDisplayData() override;
-    /// The curve's points.
+    /// Returns `geometry`.
     smart_ptr<GeometryData const> getGeometry() const override;
 };
 
-/// A decal on display: a surface like any other to this library.
+/// A decal on display. The library treats it as any other surface.
 class SINEW_API DecalDisplayData : public DisplayData
 {
 public:
     ~DecalDisplayData() override;
 };
 
-/// Reference-counting hooks for hosts whose own handles look them up by argument type. Both go through the object's
-/// virtual `addReference` and `releaseReference`, so that overrides are honoured. `object` must not be null.
+/// Reference-counting functions for handle classes of the host that find them by argument-dependent lookup. They call
+/// the virtual functions `addReference` and `releaseReference`, so overrides take effect. `object` must not be null.
 SINEW_API void intrusive_ptr_add_ref(DecalDisplayData const* object);
 SINEW_API void intrusive_ptr_release(DecalDisplayData const* object);
 SINEW_API void intrusive_ptr_add_ref(SurfaceGeometryData const* object);

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The reference-counted geometry that the library and its host share: points, and surfaces made of triangles.
+/// The reference-counted geometry that the library and its host share: points, and surfaces of triangles.
 
 #include <vector>
 
@@ -8,10 +8,11 @@
 #include <sinew/export.h>
 #include <sinew/framework/smart_ptr.h>
 
-/// Points in object space.
+/// A set of points.
 class SINEW_API GeometryData : public smart_base
 {
 public:
+    /// The points in object space. A vertex is named by its index in this vector.
     std::vector<Vector3> positions;
 
     GeometryData();
@@ -20,7 +21,7 @@ public:
     ~GeometryData() override;
 };
 
-/// A triangulated surface. Copies take the three vectors; the reference counts of both objects stay their own.
+/// A triangulated surface. Copying and assigning copy the three vectors but not the reference count.
 class SINEW_API SurfaceGeometryData : public GeometryData
 {
 public:

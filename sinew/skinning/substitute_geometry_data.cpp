@@ -7,12 +7,14 @@ namespace {
 void reverseWinding(SurfaceGeometryData& surface)
 {
     std::vector<int>& indices = surface.indices;
-    // A last index without a partner has nothing to be swapped with.
+    // An incomplete last triangle may have one index only, which cannot be swapped.
     for (std::size_t k = 0; k + 1 < indices.size(); k += 3) std::swap(indices[k], indices[k + 1]);
 }
 
 } // namespace
 
+// The public interface passes handles by value.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 SubstituteGeometryData::SubstituteGeometryData(smart_ptr<CurveDisplayData> curveData, smart_ptr<BoneTransformVector>)
     : savedCurveGeometry(curveData->geometry), curve(std::move(curveData))
 {
@@ -22,7 +24,7 @@ SubstituteGeometryData::SubstituteGeometryData(smart_ptr<DisplayData> data, smar
     : savedSurface(data->surface), display(std::move(data)), savedPlacement(display->placement)
 {
     smart_ptr<SurfaceGeometryData> deformed = BoneTransformModifyer(std::move(bones))(display);
-    // Nothing below can fail, so a guard that could not be built leaves the display data untouched.
+    // The statements below do not throw, so a failed construction leaves the display data unchanged.
     display->placement = Transform();
     if (savedPlacement.scale < 0) reverseWinding(*deformed);
     display->surface = std::move(deformed);

@@ -1,6 +1,7 @@
 #pragma once
 
-/// A scope guard with which a host draws a display object deformed or mirrored and gets the original back afterwards.
+/// A scope guard with which a host draws a display object deformed or with reversed winding, and which restores the
+/// original afterwards.
 
 #include <sinew/core/transform.h>
 #include <sinew/export.h>
@@ -8,34 +9,37 @@
 #include <sinew/skinning/bone_transform_vector.h>
 #include <sinew/skinning/display_data.h>
 
-/// While it lives the display data shows a substitute surface; its destructor puts the earlier surface and placement
-/// back, whatever was assigned to them in between.
+/// Substitutes the surface of a display data while the guard exists. The destructor restores the original surface and
+/// placement, even if the host has assigned others in the meantime.
 ///
-/// Guards on one display data are destroyed in the reverse order of their construction. If an allocation fails during
-/// construction, the display data is as it was. Not for display data that another thread uses at the same time.
+/// Guards on the same display data must be destroyed in the reverse order of their construction. If an allocation fails
+/// during construction, the display data is unchanged. The guard requires exclusive access to the display data. The
+/// display data or curve must not be null; the bones may be.
 class SubstituteGeometryData
 {
 public:
-    /// The curve's geometry at construction; null unless made from a curve.
+    /// The geometry of the curve at construction; null unless the guard was made from a curve.
     smart_ptr<GeometryData> savedCurveGeometry;
-    /// The display data's surface at construction; null when nothing was substituted.
+    /// The surface of the display data at construction; null if the guard substitutes nothing.
     smart_ptr<SurfaceGeometryData> savedSurface;
-    /// Null unless made from a curve.
+    /// The curve; null unless the guard was made from a curve.
     smart_ptr<CurveDisplayData> curve;
-    /// The display data whose surface was substituted; null when nothing was.
+    /// The display data with the substituted surface; null if the guard substitutes nothing.
     smart_ptr<DisplayData> display;
-    /// The display data's placement at construction; the default one when made from a curve.
+    /// The placement of the display data at construction; the default placement if the guard was made from a curve.
     Transform savedPlacement;
 
-    /// Remembers the curve's geometry and puts it back at the end. Curves are not deformed; the bones are not used.
+    /// Stores the geometry of the curve, which the destructor restores. Curves are not deformed; `bones` is not used.
     SINEW_API SubstituteGeometryData(smart_ptr<CurveDisplayData> curveData, smart_ptr<BoneTransformVector> bones);
 
-    /// Shows the surface deformed by the bones, in world space, with the default placement. The winding of its
-    /// triangles is reversed where the placement's scale is below 0 (strictly): a mirror turns triangles inside out.
+    /// Substitutes the surface deformed by the bones. It is in world space, so the placement becomes the default one.
+    /// The winding of the triangles is reversed if the scale of the original placement is below 0 (strict), because a
+    /// mirror image reverses the orientation of triangles. Linear in vertices, influences and indices.
     SINEW_API SubstituteGeometryData(smart_ptr<DisplayData> data, smart_ptr<BoneTransformVector> bones);
 
-    /// Shows the surface with reversed winding unless the placement's scale is above 0: zero and NaN are reversed too.
-    /// Positions, normals and placement stay. With a scale above 0 nothing is substituted.
+    /// Substitutes a copy of the surface with reversed winding, unless the scale of the placement is above 0; a scale
+    /// of zero or NaN reverses too. Positions, normals and placement do not change. If the scale is above 0, the guard
+    /// substitutes nothing. Linear in vertices and indices.
     SINEW_API explicit SubstituteGeometryData(smart_ptr<DisplayData> data);
 
     SINEW_API ~SubstituteGeometryData();

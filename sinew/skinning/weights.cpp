@@ -1,98 +1,145 @@
 #include <sinew/skinning/weights.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <locale>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
+using sinew::WeightDiagnosis;
 using sinew::WeightFault;
-using sinew::WeightProblem;
-using Influences = std::vector<std::pair<int, double>>;
+using Influence = std::pair<int, double>;
+using Influences = std::vector<Influence>;
+
+// Significant digits of a number in a sentence: enough to distinguish all single-precision weights, and every sum that
+// differs from 1 by more than kWeightSumTolerance from 1.
+constexpr int kDigits = 9;
+
+// The number as text, with a decimal point in every locale.
+std::string numberText(double x)
+{
+    if (std::isnan(x)) return "NaN"; // a stream may add a sign
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text.precision(kDigits);
+    text << x;
+    return text.str();
+}
 
 double sumOf(Influences const& influences)
 {
     double sum = 0.0;
-    for (auto const& influence : influences) sum += influence.second;
+    for (Influence const& influence : influences) sum += influence.second;
     return sum;
 }
 
-std::string boneSentence(int bone, std::size_t boneCount)
-{
-    std::string const name = "bone " + std::to_string(bone);
-    if (bone < 0) return name + " is no bone: it keeps the vertex in place, but its normal cannot be deformed";
-    return name + " does not exist, there are " + std::to_string(boneCount);
-}
-
-// Collects the findings about one vertex.
-class Report
+// Appends the findings about one vertex.
+class VertexReport
 {
 public:
-    Report(std::vector<WeightProblem>& problems, std::size_t vertex) : problems_(problems), vertex_(vertex) {}
+    VertexReport(WeightDiagnosis& diagnosis, std::size_t vertex) : diagnosis_(diagnosis), vertex_(vertex) {}
 
-    void add(WeightFault fault, std::string const& what)
+    // Adds a finding with the sentence "Vertex <index> <predicate>".
+    void add(WeightFault fault, double value, std::string const& predicate)
     {
-        problems_.push_back({fault, static_cast<int>(vertex_), "vertex " + std::to_string(vertex_) + ": " + what});
+        append(fault, {static_cast<std::int64_t>(vertex_)}, value, predicate);
+    }
+    void addBone(WeightFault fault, int bone, double value, std::string const& predicate)
+    {
+        append(fault, {static_cast<std::int64_t>(vertex_), bone}, value, predicate);
+    }
+    void addWeight(WeightFault fault, Influence const& influence, std::string const& consequence)
+    {
+        auto const& [bone, weight] = influence;
+        addBone(fault, bone, weight,
+                "has the weight " + numberText(weight) + " for bone " + std::to_string(bone) + "; " + consequence);
     }
 
 private:
-    std::vector<WeightProblem>& problems_;
+    void append(WeightFault fault, std::vector<std::int64_t> indices, double value, std::string const& predicate)
+    {
+        std::string sentence = "Vertex " + std::to_string(vertex_) + " " + predicate;
+        diagnosis_.findings.push_back({fault, std::move(indices), value, std::move(sentence)});
+    }
+
+    WeightDiagnosis& diagnosis_;
     std::size_t vertex_;
 };
 
-void checkList(Influences const& influences, std::size_t boneCount, Report report)
+// The first influence that the condition holds for; null if there is none.
+template <typename Condition>
+Influence const* firstWith(Influences const& influences, Condition condition)
+{
+    auto const found = std::find_if(influences.begin(), influences.end(), condition);
+    return found == influences.end() ? nullptr : &*found;
+}
+
+std::string missingBoneText(int bone, std::size_t boneCount)
+{
+    std::string const text = "refers to bone " + std::to_string(bone) + ", which does not exist; ";
+    if (bone < 0) return text + "a negative index keeps the vertex in place, but its normal cannot be deformed.";
+    return text + "the number of bones is " + std::to_string(boneCount) + ".";
+}
+
+void examineInfluences(Influences const& influences, std::size_t boneCount, VertexReport& report)
 {
     if (influences.empty()) {
-        report.add(WeightFault::noInfluence, "no bone moves it");
+        report.add(WeightFault::noInfluence, 0.0, "has no influences; no bone moves it.");
         return;
     }
-    for (auto const& [bone, weight] : influences) {
-        if (bone < 0 || static_cast<std::size_t>(bone) >= boneCount) {
-            report.add(WeightFault::boneOutOfRange, boneSentence(bone, boneCount));
-            break;
-        }
+    auto const outOfRange = [=](Influence const& i) {
+        return i.first < 0 || static_cast<std::size_t>(i.first) >= boneCount;
+    };
+    if (Influence const* const found = firstWith(influences, outOfRange)) {
+        report.addBone(WeightFault::boneOutOfRange, found->first, static_cast<double>(boneCount),
+                       missingBoneText(found->first, boneCount));
     }
-    bool finite = true;
-    bool negative = false;
-    for (auto const& [bone, weight] : influences) {
-        finite = finite && std::isfinite(weight);
-        negative = negative || weight < 0;
+    Influence const* const notFinite =
+        firstWith(influences, [](Influence const& i) { return !std::isfinite(i.second); });
+    if (notFinite) report.addWeight(WeightFault::notFinite, *notFinite, "weights must be finite.");
+    if (Influence const* const found = firstWith(influences, [](Influence const& i) { return i.second < 0; })) {
+        report.addWeight(WeightFault::negativeWeight, *found, "it moves against this bone.");
     }
-    if (!finite) report.add(WeightFault::notFinite, "a weight is not a finite number");
-    if (negative) report.add(WeightFault::negativeWeight, "a weight is negative: the vertex moves against its bone");
     double const sum = sumOf(influences);
-    if (finite && std::fabs(sum - 1.0) > sinew::kWeightSumTolerance) {
-        report.add(WeightFault::sumNotOne,
-                   "its weights sum to " + std::to_string(sum) + ": it is scaled about the origin by that factor");
+    if (!notFinite && std::fabs(sum - 1.0) > sinew::kWeightSumTolerance) {
+        report.add(WeightFault::sumNotOne, sum,
+                   "has weights with the sum " + numberText(sum) + "; they scale it about the origin by this factor.");
     }
 }
 
 } // namespace
 
-std::vector<WeightProblem> sinew::checkWeights(BoneWeightTable const& table, std::size_t vertexCount,
-                                               std::size_t boneCount)
+WeightDiagnosis sinew::diagnose(BoneWeightTable const& table, std::size_t vertexCount, std::size_t boneCount)
 {
-    std::vector<WeightProblem> problems;
+    WeightDiagnosis diagnosis;
+    std::size_t const listCount = table.influences.size();
     for (std::size_t vertex = 0; vertex < vertexCount; ++vertex) {
-        Report report(problems, vertex);
-        if (vertex < table.influences.size()) {
-            checkList(table.influences[vertex], boneCount, report);
+        VertexReport report(diagnosis, vertex);
+        if (vertex < listCount) {
+            examineInfluences(table.influences[vertex], boneCount, report);
         } else {
-            report.add(WeightFault::listMissing,
-                       "the table holds lists for " + std::to_string(table.influences.size()) + " vertices only");
+            report.add(WeightFault::listMissing, static_cast<double>(listCount),
+                       "has no influence list; the number of lists in the table is " + std::to_string(listCount) + ".");
         }
     }
-    return problems;
+    return diagnosis;
 }
 
 std::size_t sinew::normalizeWeights(BoneWeightTable& table)
 {
-    std::size_t left = 0;
+    std::size_t unchanged = 0;
     for (Influences& influences : table.influences) {
         double const sum = sumOf(influences);
-        if (!(sum > 0.0 && std::isfinite(sum))) {
-            ++left;
+        if (!(sum > 0.0 && std::isfinite(sum))) { // also for a NaN sum
+            ++unchanged;
             continue;
         }
-        for (auto& influence : influences) influence.second /= sum;
+        for (Influence& influence : influences) influence.second /= sum;
     }
-    return left;
+    return unchanged;
 }

@@ -1,50 +1,54 @@
 #pragma once
 
-/// Questions a host may ask of bone weights before it uses them. The deforming operations themselves use weights as
-/// they stand and check nothing.
+/// Checks and normalisation of bone weights, for a host to use before it deforms anything. The deforming operations
+/// themselves check nothing and use weights unchanged.
 
 #include <cstddef>
-#include <string>
-#include <vector>
 
 #include <sinew/export.h>
+#include <sinew/framework/findings.h>
 #include <sinew/skinning/display_data.h>
 
 namespace sinew {
 
-/// What is odd about a vertex's influences.
+/// What `diagnose` can find in the influences of a vertex.
 enum class WeightFault
 {
-    listMissing,    ///< The table ends before this vertex: deforming it would read past the end.
-    noInfluence,    ///< No bone moves this vertex; it stays where its placement puts it.
-    boneOutOfRange, ///< A bone index names no bone. Negative ones mean "stay" for positions, but not with normals.
-    notFinite,      ///< A weight is NaN or infinite.
-    negativeWeight, ///< A weight below 0.
-    sumNotOne,      ///< Finite weights that do not sum to 1, by more than `kWeightSumTolerance`.
+    /// The table ends before this vertex, so deforming the vertex would read past the end of the table. `indices` holds
+    /// the vertex, `value` the number of lists in the table.
+    listMissing,
+    /// The list of this vertex is empty, so no bone moves the vertex. `indices` holds the vertex; `value` is 0.
+    noInfluence,
+    /// A bone index names no bone. A negative index means the identity where only a position is computed; it must not
+    /// occur where normals are computed. `indices` holds the vertex and the bone index, `value` the number of bones.
+    boneOutOfRange,
+    /// A weight is NaN or infinite. `indices` holds the vertex and the bone index, `value` the weight.
+    notFinite,
+    /// A weight is below 0. `indices` holds the vertex and the bone index, `value` the weight.
+    negativeWeight,
+    /// All weights of the vertex are finite, but their sum differs from 1 by more than `kWeightSumTolerance`. `indices`
+    /// holds the vertex, `value` the sum.
+    sumNotOne,
 };
 
-/// One finding of `checkWeights`.
-struct WeightProblem
-{
-    WeightFault fault;
-    int vertex;
-    /// What is wrong and what follows from it, for people.
-    std::string sentence;
-};
+/// The result of `diagnose` for bone weights.
+using WeightDiagnosis = Diagnosis<WeightFault>;
 
-/// How far a sum of weights may be from 1, absolute: weights often come from single-precision files.
+/// The greatest accepted difference between a sum of weights and 1, absolute. It allows for the rounding of weights
+/// that come from single-precision files.
 inline constexpr double kWeightSumTolerance = 1e-6;
 
-/// Everything that is odd about the weights of `vertexCount` vertices under `boneCount` bones, by ascending vertex; for
-/// one vertex in the order of `WeightFault`, each fault at most once. Empty when nothing is. Lists beyond `vertexCount`
-/// are not looked at. Linear in the number of influences.
-SINEW_API std::vector<WeightProblem> checkWeights(BoneWeightTable const& table, std::size_t vertexCount,
-                                                  std::size_t boneCount);
-
-/// Divides every vertex's weights by their sum, taken in list order, so that they sum to 1 to rounding.
+/// Examines the weights of the vertices 0 to `vertexCount` - 1 of an object that is moved by `boneCount` bones.
 ///
-/// A list that is empty, or whose sum is not a positive finite number, stays as it is.
-/// @return the number of lists that stayed for that reason.
+/// The findings are sorted by vertex, and for each vertex in the order of `WeightFault`. Each fault occurs at most once
+/// for a vertex; it then describes the first influence concerned. Lists beyond `vertexCount` are not examined.
+/// Linear in the number of influences.
+SINEW_API WeightDiagnosis diagnose(BoneWeightTable const& table, std::size_t vertexCount, std::size_t boneCount);
+
+/// Divides the weights of each vertex by their sum, so that they sum to 1, to rounding. The sum is taken in list order.
+///
+/// An empty list, and a list whose sum is not a positive finite number, is left unchanged.
+/// @return the number of lists that were left unchanged. Linear in the number of influences.
 SINEW_API std::size_t normalizeWeights(BoneWeightTable& table);
 
 } // namespace sinew

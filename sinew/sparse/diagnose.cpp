@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <locale>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 #include <sinew/sparse/detail/factorization.h>
+#include <sinew/sparse/detail/indexing.h>
 #include <sinew/sparse/detail/sparse_rows.h>
 
 namespace sinew {
@@ -15,139 +19,166 @@ namespace {
 
 std::string number(double x)
 {
-    if (x != x) return "NaN"; // streams may show its sign
+    if (x != x) return "NaN"; // a stream may print the sign of a NaN
     std::ostringstream out;
     out.imbue(std::locale::classic());
     out << x;
     return out.str();
 }
 
-// The sentence without its subject, which is "Row r".
-std::string predicate(MatrixFinding const& finding)
+// Whether `indices` hold only rows, not pairs of a row and a column.
+bool holdsRowsOnly(MatrixFault kind)
 {
-    std::string const column = std::to_string(finding.column);
+    return kind == MatrixFault::missingDiagonal || kind == MatrixFault::misplacedDiagonal ||
+           kind == MatrixFault::repeatedDiagonal || kind == MatrixFault::badPivot;
+}
+
+// The sentence without its subject, which is "Row r", and without its full stop.
+std::string predicate(Finding<MatrixFault> const& finding)
+{
+    std::string const column = finding.indices.size() > 1 ? std::to_string(finding.indices[1]) : "";
     switch (finding.kind) {
-    case MatrixFinding::missingDiagonal:
-        return "has no diagonal entry.";
-    case MatrixFinding::misplacedDiagonal:
-        return "has its diagonal entry before its end; it must be the last pair.";
-    case MatrixFinding::repeatedDiagonal:
-        return "has its diagonal entry more than once.";
-    case MatrixFinding::upperTriangle:
-        return "has an entry in column " + column + ", above the diagonal; only the lower triangle is given.";
-    case MatrixFinding::columnOutOfRange:
-        return "has an entry in column " + column + ", outside the matrix.";
-    case MatrixFinding::repeatedPair:
-        return "has column " + column + " more than once; only the greatest value counts.";
-    case MatrixFinding::notANumber:
-        return "has a NaN in column " + column + "; it will spread.";
-    case MatrixFinding::infinite:
-        return "has an infinite value in column " + column + ".";
-    case MatrixFinding::badPivot:
+    case MatrixFault::missingDiagonal:
+        return "has no diagonal entry";
+    case MatrixFault::misplacedDiagonal:
+        return "has a diagonal entry that is not its last pair";
+    case MatrixFault::repeatedDiagonal:
+        return "has its diagonal entry more than once";
+    case MatrixFault::upperTriangle:
+        return "has an entry in column " + column + ", above the diagonal";
+    case MatrixFault::columnOutOfRange:
+        return "has an entry in column " + column + ", outside the matrix";
+    case MatrixFault::repeatedPair:
+        return "has column " + column + " more than once, and only the greatest value counts";
+    case MatrixFault::notANumber:
+        return "has a NaN in column " + column + ", which propagates to the factor";
+    case MatrixFault::infinite:
+        return "has an infinite value in column " + column;
+    case MatrixFault::badPivot:
         return "has the pivot " + number(finding.value) +
-               ", which is not positive: the matrix is not positive definite.";
-    case MatrixFinding::noRows:
+               ", which is not positive: the matrix is not positive definite";
+    case MatrixFault::noRows:
         break;
     }
     return "";
 }
 
-std::string sentenceOf(MatrixFinding const& finding)
+std::string sentenceOf(Finding<MatrixFault> const& finding)
 {
-    if (finding.kind == MatrixFinding::noRows) return "The matrix has no rows.";
-    std::string sentence = "Row " + std::to_string(finding.row) + " " + predicate(finding);
-    if (finding.count > 1) {
-        std::string const others = std::to_string(finding.count - 1);
-        sentence += finding.count == 2 ? " So has 1 other row." : " So have " + others + " other rows.";
-    }
-    return sentence;
+    if (finding.kind == MatrixFault::noRows) return "The matrix has no rows.";
+    std::string sentence = "Row " + std::to_string(finding.indices[0]) + " " + predicate(finding);
+    std::size_t const rowCount = holdsRowsOnly(finding.kind) ? finding.indices.size() : finding.indices.size() / 2;
+    if (rowCount == 2) sentence += "; 1 other row has the same fault";
+    if (rowCount > 2) sentence += "; " + std::to_string(rowCount - 1) + " other rows have the same fault";
+    return sentence + ".";
 }
 
-// Collects one finding of each kind: the first, and the number of rows.
-class Findings
+// Collects one finding of each kind.
+class Collector
 {
 public:
-    void add(MatrixFinding::Kind kind, int row, int column, double value)
+    void add(MatrixFault kind, int row, int column, double value)
     {
-        for (std::size_t k = 0; k < list_.size(); ++k) {
-            if (list_[k].kind != kind) continue;
-            list_[k].count += lastRow_[k] != row;
-            lastRow_[k] = row;
-            return;
+        for (Open& open : open_) {
+            if (open.finding.kind == kind) return addRow(open, row, column);
         }
-        list_.push_back({kind, row, column, value, 1, ""});
-        lastRow_.push_back(row);
+        open_.push_back({{kind, {}, value, ""}, -1});
+        addRow(open_.back(), row, column);
     }
 
-    std::vector<MatrixFinding> take()
+    std::vector<Finding<MatrixFault>> take()
     {
-        auto const byKind = [](MatrixFinding const& a, MatrixFinding const& b) { return a.kind < b.kind; };
-        std::sort(list_.begin(), list_.end(), byKind);
-        for (MatrixFinding& finding : list_) finding.sentence = sentenceOf(finding);
-        return std::move(list_);
+        std::sort(open_.begin(), open_.end(),
+                  [](Open const& a, Open const& b) { return a.finding.kind < b.finding.kind; });
+        std::vector<Finding<MatrixFault>> findings;
+        for (Open& open : open_) {
+            open.finding.sentence = sentenceOf(open.finding);
+            findings.push_back(std::move(open.finding));
+        }
+        return findings;
     }
 
 private:
-    std::vector<MatrixFinding> list_;
-    std::vector<int> lastRow_; // counted for each of them
+    struct Open
+    {
+        Finding<MatrixFault> finding;
+        int lastRow; // the last row in the indices of the finding
+    };
+
+    static void addRow(Open& open, int row, int column)
+    {
+        if (row == open.lastRow) return;
+        open.lastRow = row;
+        open.finding.indices.push_back(row);
+        if (!holdsRowsOnly(open.finding.kind)) open.finding.indices.push_back(column);
+    }
+
+    std::vector<Open> open_;
 };
 
-void examineDiagonal(detail::SparseRows const& rows, int i, Findings& findings)
+void examineDiagonal(detail::SparseRows const& rows, std::size_t i, Collector& findings)
 {
     auto const& row = rows[i];
-    auto const isDiagonal = [i](std::pair<int, double> const& entry) { return entry.first == i; };
+    int const diagonal = static_cast<int>(i);
+    auto const isDiagonal = [diagonal](std::pair<int, double> const& entry) { return entry.first == diagonal; };
     auto const first = std::find_if(row.begin(), row.end(), isDiagonal);
     if (first == row.end()) {
-        findings.add(MatrixFinding::missingDiagonal, i, i, 0.0);
-    } else if (row.back().first != i) {
-        findings.add(MatrixFinding::misplacedDiagonal, i, i, first->second);
+        findings.add(MatrixFault::missingDiagonal, diagonal, diagonal, 0.0);
+    } else if (row.back().first != diagonal) {
+        findings.add(MatrixFault::misplacedDiagonal, diagonal, diagonal, first->second);
     } else if (first != row.end() - 1) {
-        findings.add(MatrixFinding::repeatedDiagonal, i, i, first->second);
+        findings.add(MatrixFault::repeatedDiagonal, diagonal, diagonal, first->second);
     }
 }
 
-// @param lastRow  for each column the last row where it was seen
-void examineEntries(detail::SparseRows const& rows, int i, std::vector<int>& lastRow, Findings& findings)
+// @param lastRow  for each column the last row in which it occurred
+void examineEntries(detail::SparseRows const& rows, std::size_t i, std::vector<int>& lastRow, Collector& findings)
 {
     int const n = static_cast<int>(rows.size());
+    int const row = static_cast<int>(i);
     for (auto const& [c, v] : rows[i]) {
-        if (v != v) findings.add(MatrixFinding::notANumber, i, c, v);
-        if (std::isinf(v)) findings.add(MatrixFinding::infinite, i, c, v);
+        if (v != v) findings.add(MatrixFault::notANumber, row, c, v);
+        if (std::isinf(v)) findings.add(MatrixFault::infinite, row, c, v);
         if (c < 0 || c >= n) {
-            findings.add(MatrixFinding::columnOutOfRange, i, c, v);
+            findings.add(MatrixFault::columnOutOfRange, row, c, v);
             continue;
         }
-        if (c > i) findings.add(MatrixFinding::upperTriangle, i, c, v);
-        if (c != i && lastRow[c] == i) findings.add(MatrixFinding::repeatedPair, i, c, v);
-        lastRow[c] = i;
+        if (c > row) findings.add(MatrixFault::upperTriangle, row, c, v);
+        if (c != row && lastRow[detail::asIndex(c)] == row) findings.add(MatrixFault::repeatedPair, row, c, v);
+        lastRow[detail::asIndex(c)] = row;
     }
 }
 
-void examinePivots(SPDMatrix const& matrix, MatrixDiagnosis& diagnosis, Findings& findings)
+void includePivot(MatrixDiagnosis& diagnosis, double pivot, int row)
+{
+    if (diagnosis.smallestPivotRow < 0 || pivot < diagnosis.smallestPivot) {
+        diagnosis.smallestPivot = pivot;
+        diagnosis.smallestPivotRow = row;
+    }
+    if (diagnosis.largestPivotRow < 0 || pivot > diagnosis.largestPivot) {
+        diagnosis.largestPivot = pivot;
+        diagnosis.largestPivotRow = row;
+    }
+}
+
+void examinePivots(SPDMatrix const& matrix, MatrixDiagnosis& diagnosis, Collector& findings)
 {
     std::vector<int> const perm = matrix.computePerm();
     std::vector<int> order(perm.size());
-    for (std::size_t i = 0; i < perm.size(); ++i) order[perm[i]] = static_cast<int>(i);
+    for (std::size_t i = 0; i < perm.size(); ++i) order[detail::asIndex(perm[i])] = static_cast<int>(i);
     detail::NumericResult const result = detail::Factorization(matrix.rows, perm).factor(matrix.rows);
     diagnosis.positiveDefinite = result.failedAt < 0;
     for (std::size_t k = 0; k < result.pivots.size(); ++k) {
         double const pivot = result.pivots[k];
         if (pivot != pivot) {
             diagnosis.positiveDefinite = false;
-            continue;
-        }
-        if (diagnosis.smallestPivotRow < 0 || pivot < diagnosis.smallestPivot) {
-            diagnosis.smallestPivot = pivot;
-            diagnosis.smallestPivotRow = order[k];
-        }
-        if (diagnosis.largestPivotRow < 0 || pivot > diagnosis.largestPivot) {
-            diagnosis.largestPivot = pivot;
-            diagnosis.largestPivotRow = order[k];
+        } else {
+            includePivot(diagnosis, pivot, order[k]);
         }
     }
     if (result.failedAt >= 0) {
-        int const row = order[result.failedAt];
-        findings.add(MatrixFinding::badPivot, row, row, result.pivots.back());
+        int const row = order[detail::asIndex(result.failedAt)];
+        findings.add(MatrixFault::badPivot, row, row, result.pivots.back());
     }
 }
 
@@ -155,14 +186,13 @@ void examinePivots(SPDMatrix const& matrix, MatrixDiagnosis& diagnosis, Findings
 
 MatrixDiagnosis diagnose(SPDMatrix const& matrix)
 {
-    MatrixDiagnosis diagnosis = {};
-    diagnosis.smallestPivotRow = diagnosis.largestPivotRow = -1;
-    Findings findings;
-    if (matrix.rows.empty()) findings.add(MatrixFinding::noRows, -1, -1, 0.0);
+    MatrixDiagnosis diagnosis;
+    Collector findings;
+    if (matrix.rows.empty()) findings.add(MatrixFault::noRows, -1, -1, 0.0);
     std::vector<int> lastRow(matrix.rows.size(), -1);
     for (std::size_t i = 0; i < matrix.rows.size(); ++i) {
-        examineDiagonal(matrix.rows, static_cast<int>(i), findings);
-        examineEntries(matrix.rows, static_cast<int>(i), lastRow, findings);
+        examineDiagonal(matrix.rows, i, findings);
+        examineEntries(matrix.rows, i, lastRow, findings);
     }
     diagnosis.wellFormed = detail::isWellFormed(matrix.rows);
     if (diagnosis.wellFormed && !matrix.rows.empty()) examinePivots(matrix, diagnosis, findings);
@@ -170,15 +200,11 @@ MatrixDiagnosis diagnose(SPDMatrix const& matrix)
     return diagnosis;
 }
 
-std::string MatrixDiagnosis::text() const
+std::string MatrixDiagnosis::pivotText() const
 {
-    std::string result;
-    for (MatrixFinding const& finding : findings) result += finding.sentence + "\n";
-    if (smallestPivotRow >= 0) {
-        result += "The pivots range from " + number(smallestPivot) + " (row " + std::to_string(smallestPivotRow) +
-                  ") to " + number(largestPivot) + " (row " + std::to_string(largestPivotRow) + ").\n";
-    }
-    return result;
+    if (smallestPivotRow < 0) return "";
+    return "The pivots range from " + number(smallestPivot) + " (row " + std::to_string(smallestPivotRow) + ") to " +
+           number(largestPivot) + " (row " + std::to_string(largestPivotRow) + ").\n";
 }
 
 } // namespace sinew

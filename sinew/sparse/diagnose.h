@@ -1,59 +1,64 @@
 #pragma once
 
-/// Why a matrix does not factor, or how near it came to that, told in the caller's numbering.
+/// Examination of a sparse matrix: why it does not factor, or how close it came to that. All rows and columns are in
+/// the caller's numbering.
 
 #include <string>
-#include <vector>
 
 #include <sinew/export.h>
+#include <sinew/framework/findings.h>
 #include <sinew/sparse/spd_matrix.h>
 
 namespace sinew {
 
-/// One thing that is wrong with a matrix, and the first row where it is so.
-struct MatrixFinding
-{
-    enum Kind
-    {
-        noRows,
-        missingDiagonal,   // the row does not hold its diagonal
-        misplacedDiagonal, // it does, but not as its last pair
-        repeatedDiagonal,  // it holds it more than once, the last pair being one
-        upperTriangle,     // a column above the row, within the matrix
-        columnOutOfRange,  // a column below 0 or not below the number of rows
-        repeatedPair,      // the same column twice: allowed, the greatest value counts
-        notANumber,        // a NaN value: allowed, it spreads
-        infinite,          // an infinite value: allowed
-        badPivot           // a pivot that is zero or negative: not positive definite
-    };
-
-    Kind kind;
-    int row;              // the first row concerned, -1 for noRows
-    int column;           // of the pair concerned; the row itself for findings about the diagonal or a pivot
-    double value;         // of the pair or pivot concerned; 0 if there is none
-    int count;            // number of rows concerned; 1 for badPivot, since no pivot after it is defined
-    std::string sentence; // all of this in English
-};
-
-struct MatrixDiagnosis
-{
-    bool wellFormed;                     // `computePerm` orders it
-    bool positiveDefinite;               // `factor` gives a factor, and no pivot is NaN
-    std::vector<MatrixFinding> findings; // one of each kind at most, in the order of Kind
-
-    /// The smallest and the largest pivot met, the squares of the factor's diagonal before rounding of the root, and
-    /// their rows. Rows are -1 and pivots 0 where there is none; NaN pivots are left out.
-    double smallestPivot, largestPivot;
-    int smallestPivotRow, largestPivotRow;
-
-    /// All findings' sentences and one on the pivots, a line each.
-    SINEW_API std::string text() const;
-};
-
-/// Examines the rows, and if they are well-formed factors the matrix to see its pivots.
+/// What `diagnose` can find in a matrix. A diagnosis has at most one finding of each kind, which covers all rows.
 ///
-/// Among equal pivots the one that is eliminated first is reported. A large ratio of the largest pivot to the smallest
-/// tells of a badly conditioned matrix; a small one promises nothing. Costs a factorisation.
+/// For a fault of entries, `indices` hold a pair {row, column, row, column, ...} for each row concerned: rows
+/// ascending, with the first such column of each row. `value` is the value of the first of these entries. Columns may
+/// be any `int`, because they are those of the host.
+///
+/// For a fault of the diagonal, `indices` hold the rows concerned {row, row, ...}, ascending. `value` is the first
+/// diagonal entry of the first row.
+enum class MatrixFault
+{
+    noRows,            ///< The matrix has no rows. `indices` are empty, `value` is 0.
+    missingDiagonal,   ///< A row has no diagonal entry. `indices` hold rows; `value` is 0.
+    misplacedDiagonal, ///< The diagonal entry of a row is not its last pair. `indices` hold rows.
+    repeatedDiagonal,  ///< A row has several diagonal entries, one of them as its last pair. `indices` hold rows.
+    upperTriangle,     ///< The column of an entry is greater than its row, but less than the number of rows.
+    columnOutOfRange,  ///< The column of an entry is negative, or not less than the number of rows.
+    repeatedPair,      ///< A row has a column several times. This is allowed; the greatest value counts.
+    notANumber,        ///< A value is NaN. This is allowed; it propagates to all entries that depend on it.
+    infinite,          ///< A value is infinite. This is allowed.
+    badPivot           ///< A pivot is zero or negative, so the matrix is not positive definite. `indices` hold its row
+                       ///< only, since later pivots are not defined. `value` is the pivot.
+};
+
+/// The result of `diagnose(SPDMatrix const&)`. Findings are in the order of `MatrixFault`.
+///
+/// The pivots are the squares of the diagonal entries of the factor before the rounding of the root. NaN pivots are
+/// left out of the smallest and the largest. Where there is no pivot, the pivots are 0 and their rows are -1.
+struct MatrixDiagnosis : Diagnosis<MatrixFault>
+{
+    bool wellFormed = false;       ///< `computePerm` returns an ordering, or the matrix has no rows.
+    bool positiveDefinite = false; ///< `factor` returns a factor, and none of its pivots is NaN.
+
+    double smallestPivot = 0.0;
+    double largestPivot = 0.0;
+    int smallestPivotRow = -1; ///< Among equal pivots the row that is eliminated first.
+    int largestPivotRow = -1;  ///< Among equal pivots the row that is eliminated first.
+
+    /// One line on the range of the pivots, ended by "\n"; empty if there is no pivot. `text()` does not contain it,
+    /// since the range is not a fault. Six significant digits.
+    SINEW_API std::string pivotText() const;
+};
+
+/// Examines the rows and, if they are well-formed, factors the matrix to find its pivots.
+///
+/// A large ratio of the largest pivot to the smallest one shows that the matrix is badly conditioned. A small ratio
+/// does not show that it is well conditioned.
+///
+/// Costs as much as `SPDMatrix::factor`. Memory of the findings is linear in the number of rows.
 SINEW_API MatrixDiagnosis diagnose(SPDMatrix const& matrix);
 
 } // namespace sinew

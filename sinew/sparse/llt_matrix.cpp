@@ -2,20 +2,23 @@
 
 #include <cstddef>
 
+#include <sinew/sparse/detail/indexing.h>
 #include <sinew/sparse/detail/substitution.h>
+
+using sinew::detail::asIndex;
 
 void LLTMatrix::initMt()
 {
-    // Counted first: every list is allocated once, at its exact size.
+    // The entries are counted first, so that every list is allocated once, at its exact size.
     std::vector<std::size_t> counts(rows.size(), 0);
     for (auto const& row : rows) {
-        for (auto const& [c, v] : row) ++counts[c];
+        for (auto const& [c, v] : row) ++counts[asIndex(c)];
     }
     Mt.clear();
     Mt.resize(rows.size());
     for (std::size_t c = 0; c < rows.size(); ++c) Mt[c].reserve(counts[c]);
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        for (auto const& [c, v] : rows[i]) Mt[c].push_back({static_cast<int>(i), v});
+        for (auto const& [c, v] : rows[i]) Mt[asIndex(c)].push_back({static_cast<int>(i), v});
     }
 }
 
@@ -24,8 +27,8 @@ bool LLTMatrix::solve(std::vector<double>& b) const
     std::size_t const n = rows.size();
     if (b.size() != n || !sinew::detail::hasConsistentSizes(*this)) return false;
     std::vector<double> y(n);
-    for (std::size_t i = 0; i < n; ++i) y[perm[i]] = b[i];
+    for (std::size_t i = 0; i < n; ++i) y[asIndex(perm[i])] = b[i];
     sinew::detail::substitute<1>(*this, y.data());
-    for (std::size_t i = 0; i < n; ++i) b[i] = y[perm[i]];
+    for (std::size_t i = 0; i < n; ++i) b[i] = y[asIndex(perm[i])];
     return true;
 }

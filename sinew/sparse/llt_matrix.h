@@ -1,45 +1,55 @@
 #pragma once
 
-/// The Cholesky factor of a sparse symmetric positive-definite matrix, and the solution of systems with it.
-///
-/// `SPDMatrix::factor` makes it; a host keeps it and solves any number of right-hand sides. All fields are public and
-/// plain, so a host may store, compare or edit a factor; `solve` uses whatever they hold at the call.
+/// The Cholesky factor of a sparse symmetric positive-definite matrix. Use it to solve linear systems.
 
 #include <utility>
 #include <vector>
 
 #include <sinew/export.h>
 
+/// The lower triangular factor L with A = L L^T, where A is a sparse symmetric positive-definite matrix whose rows and
+/// columns are in the elimination order.
+///
+/// `SPDMatrix::factor` returns it, and `solve` solves any number of systems with it. The empty factor, in which all
+/// fields are empty, stands for a factorisation that failed.
+///
+/// All fields are public, so that a host may store, compare or edit a factor. `solve` uses what the fields hold at the
+/// call. A copy is as large as the factor; moving is cheap.
 class LLTMatrix
 {
 public:
-    /// Row i of the lower-triangular factor L without its diagonal: (column, value), columns ascending and below i.
-    /// Indices are positions in the elimination order.
+    /// Row i of L without its diagonal, as pairs (column, value). `factor` sorts them by ascending column; all columns
+    /// are below i. Rows and columns are positions in the elimination order.
     std::vector<std::vector<std::pair<int, double>>> rows;
 
-    /// The transpose of `rows`: list c holds (i, value) for every pair (c, value) of row i, ascending in i.
+    /// The transpose of `rows`. List c holds (i, value) for every pair (c, value) of row i, in ascending order of i.
     std::vector<std::vector<std::pair<int, double>>> Mt;
 
     /// The diagonal of L.
     std::vector<double> diag;
 
-    /// Position of each index of the caller's numbering in the elimination order.
+    /// For each index in the caller's numbering its position in the elimination order.
     std::vector<int> perm;
 
-    /// Rebuilds `Mt` from `rows`; call it after editing `rows`. Columns must be in [0, rows.size()).
-    /// Linear in the number of entries.
+    /// Sets `Mt` to the transpose of `rows`. Call it after `rows` has been edited.
+    ///
+    /// Columns must be in [0, rows.size()). Linear in the number of entries. Each list of `Mt` is allocated once, at
+    /// its exact size.
     SINEW_API void initMt();
 
-    /// Replaces `b` by the solution x of A x = b, where A is the matrix that was factored. Both are in the caller's
-    /// numbering.
+    /// Replaces `b` by the solution x of A x = b. Both vectors are in the caller's numbering, not in elimination order.
     ///
-    /// False, with `b` untouched, if `b`, `Mt`, `diag` or `perm` differ in size from `rows`. The empty factor, which
-    /// stands for a failed factorisation, therefore solves nothing but an empty `b`.
+    /// Returns false and leaves `b` unchanged if `b`, `Mt`, `diag` or `perm` differ in size from `rows`. The empty
+    /// factor therefore solves only an empty `b`, and returns true for it.
     ///
-    /// The forward sweep reads `rows`, the backward sweep reads `Mt`; each subtracts its products one by one in the
-    /// order of the list and divides by the diagonal, so equal fields give equal bits. NaN and infinity propagate.
-    /// `perm` must hold each position once; indices in `rows` and `Mt` must be in [0, rows.size()), and none may be
-    /// that of its own list. Linear in the number of entries; allocates one vector of the size of `b`. Safe to call
-    /// from several threads.
+    /// Preconditions, which are not checked: `perm` holds each position once. The indices in `rows` and `Mt` are in
+    /// [0, rows.size()), and none is the index of its own list.
+    ///
+    /// The forward substitution reads `rows`, the back substitution reads `Mt`. Each subtracts its products one by one
+    /// in the order of the list, then divides by the diagonal. Equal fields therefore give equal bits. NaN and infinity
+    /// propagate by the rules of IEEE arithmetic; a zero in `diag` gives infinity or NaN.
+    ///
+    /// Linear in the number of entries. Allocates one vector of the size of `b`. Several threads may call it at once
+    /// with different `b`.
     SINEW_API bool solve(std::vector<double>& b) const;
 };

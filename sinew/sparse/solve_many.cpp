@@ -3,22 +3,28 @@
 #include <algorithm>
 #include <cstddef>
 
+#include <sinew/sparse/detail/indexing.h>
 #include <sinew/sparse/detail/substitution.h>
 
 namespace sinew {
 
 namespace {
 
-template <int Count>
+// Numbers of right-hand sides that are solved together: 8 doubles are a cache line, 4 are half of one.
+constexpr std::size_t kLargeGroup = 8;
+constexpr std::size_t kSmallGroup = 4;
+
+// Solves the first `Count` right-hand sides from `group` on. In y, the values of one unknown are consecutive.
+template <std::size_t Count>
 void solveGroup(LLTMatrix const& factor, std::vector<double>* group, std::vector<double>& y)
 {
     std::size_t const n = factor.rows.size();
-    for (int s = 0; s < Count; ++s) {
-        for (std::size_t i = 0; i < n; ++i) y[static_cast<std::size_t>(factor.perm[i]) * Count + s] = group[s][i];
+    for (std::size_t s = 0; s < Count; ++s) {
+        for (std::size_t i = 0; i < n; ++i) y[detail::asIndex(factor.perm[i]) * Count + s] = group[s][i];
     }
     detail::substitute<Count>(factor, y.data());
-    for (int s = 0; s < Count; ++s) {
-        for (std::size_t i = 0; i < n; ++i) group[s][i] = y[static_cast<std::size_t>(factor.perm[i]) * Count + s];
+    for (std::size_t s = 0; s < Count; ++s) {
+        for (std::size_t i = 0; i < n; ++i) group[s][i] = y[detail::asIndex(factor.perm[i]) * Count + s];
     }
 }
 
@@ -31,12 +37,13 @@ bool solveMany(LLTMatrix const& factor, std::vector<std::vector<double>>& rightH
     if (!detail::hasConsistentSizes(factor)) return false;
     if (!std::all_of(rightHandSides.begin(), rightHandSides.end(), fits)) return false;
 
-    std::vector<double> y(n * std::min<std::size_t>(rightHandSides.size(), 8));
-    std::vector<double>* next = rightHandSides.data();
-    std::vector<double>* const end = next + rightHandSides.size();
-    for (; end - next >= 8; next += 8) solveGroup<8>(factor, next, y);
-    for (; end - next >= 4; next += 4) solveGroup<4>(factor, next, y);
-    for (; next != end; ++next) solveGroup<1>(factor, next, y);
+    std::size_t const count = rightHandSides.size();
+    std::vector<double> y(n * std::min(count, kLargeGroup));
+    std::vector<double>* const group = rightHandSides.data();
+    std::size_t solved = 0;
+    for (; solved + kLargeGroup <= count; solved += kLargeGroup) solveGroup<kLargeGroup>(factor, group + solved, y);
+    for (; solved + kSmallGroup <= count; solved += kSmallGroup) solveGroup<kSmallGroup>(factor, group + solved, y);
+    for (; solved < count; ++solved) solveGroup<1>(factor, group + solved, y);
     return true;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Several right-hand sides with one factor, faster than one after the other.
+/// The solution of several systems with the same factor. This is faster than several calls of `LLTMatrix::solve`.
 
 #include <vector>
 
@@ -9,13 +9,15 @@
 
 namespace sinew {
 
-/// Replaces every right-hand side by its solution, with the bits that `LLTMatrix::solve` gives each.
+/// Replaces each right-hand side by its solution, with the same bits as `LLTMatrix::solve`.
 ///
-/// False, with all of them untouched, if one has the wrong size or the factor's fields disagree in size. No right-hand
-/// sides at all are solved trivially. The contract of `LLTMatrix::solve` holds for the factor.
+/// Returns false and leaves all right-hand sides unchanged if one has the wrong size, or if the fields of the factor
+/// differ in size. Returns true if there are no right-hand sides. The preconditions of `LLTMatrix::solve` hold for the
+/// factor.
 ///
-/// The factor is read once for every eight right-hand sides, which is what their solution costs when it is large.
-/// Allocates eight vectors of the size of one. Safe to call from several threads.
+/// Reads the factor once for every eight right-hand sides. For a large factor this reading takes most of the time.
+/// Allocates up to eight vectors of the size of a right-hand side. Several threads may call it at once with different
+/// right-hand sides.
 SINEW_API bool solveMany(LLTMatrix const& factor, std::vector<std::vector<double>>& rightHandSides);
 
 } // namespace sinew

@@ -1,5 +1,7 @@
 #include <sinew/sparse/spd_matrix.h>
 
+#include <utility>
+
 #include <sinew/sparse/detail/factorization.h>
 #include <sinew/sparse/detail/graph.h>
 #include <sinew/sparse/detail/minimum_degree.h>
@@ -9,7 +11,7 @@ std::vector<int> SPDMatrix::computePerm() const
 {
     if (!sinew::detail::isWellFormed(rows)) return {};
     int const n = static_cast<int>(rows.size());
-    return sinew::detail::minimumDegree(sinew::detail::graphOf(rows), sinew::detail::defaultHeavyDegree(n));
+    return sinew::detail::minimumDegree(sinew::detail::graphOf(rows), sinew::detail::defaultDenseDegree(n));
 }
 
 LLTMatrix SPDMatrix::factor() const

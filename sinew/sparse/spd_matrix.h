@@ -1,9 +1,6 @@
 #pragma once
 
-/// A sparse symmetric positive-definite matrix, its fill-reducing ordering and its factorisation.
-///
-/// Fill `rows`, call `factor`, keep the factor, solve. Where several matrices share one pattern, `SymbolicFactor`
-/// saves the ordering; where a matrix does not factor, `sinew::diagnose` says why.
+/// A sparse symmetric positive-definite matrix. Use it to order and factor the matrix of a linear system.
 
 #include <utility>
 #include <vector>
@@ -11,33 +8,53 @@
 #include <sinew/export.h>
 #include <sinew/sparse/llt_matrix.h>
 
+/// The lower triangle of a sparse symmetric positive-definite matrix.
+///
+/// Fill `rows`, call `factor`, and solve systems with the returned `LLTMatrix`. If several matrices have the same
+/// pattern, `sinew::SymbolicFactor` computes the ordering only once. If a matrix does not factor, `sinew::diagnose`
+/// reports the reason.
+///
+/// The functions do not change the matrix, so several threads may call them at once.
 class SPDMatrix
 {
 public:
-    /// Row i of the lower triangle, diagonal included: pairs (column, value), columns in any order, except that the
-    /// diagonal entry (i, value) must be there, once, as the last pair. No column may be above i or below 0.
+    /// Row i of the lower triangle as pairs (column, value), the diagonal included. The last pair must be the diagonal
+    /// entry (i, value). All other columns must be in [0, i), in any order.
     ///
-    /// A column given more than once in a row counts once, with the greatest of its values (NaN counts as greater
-    /// than any number); values are not summed. The number of rows is the size of the matrix and fits an int.
+    /// If a row holds a column several times, only the greatest of its values counts; NaN counts as greater than any
+    /// number. Values are not summed. The number of rows is the size of the matrix and must fit an int.
+    ///
     /// A matrix that breaks these rules is called malformed.
     std::vector<std::vector<std::pair<int, double>>> rows;
 
-    /// The minimum-degree ordering of the matrix: for each row its position in the elimination order.
+    /// The minimum-degree ordering: for each row its position in the elimination order.
     ///
-    /// The node with the fewest neighbours in the elimination graph goes next; among equal degrees the smallest index.
-    /// Degrees are exact, never estimated, so the permutation is a function of the pattern alone. Explicit zeros count
-    /// as entries. A malformed matrix gives an empty vector, and so does one without rows.
+    /// Each step eliminates the node with the fewest neighbours in the elimination graph. Among equal degrees it
+    /// eliminates the smallest index. Degrees are exact, so the permutation is a function of the pattern. Values are
+    /// not read; an explicit zero counts as an entry.
+    ///
+    /// Returns an empty vector for a malformed matrix and for a matrix without rows.
+    ///
+    /// Memory is linear in the number of entries. The time depends on the graph; the guide has measurements.
     ///
     /// Source: D. J. Rose, A graph-theoretic study of the numerical solution of sparse positive definite systems of
-    /// linear equations, 1972, for the rule.
+    /// linear equations, 1972, for the rule. A. George, J. Liu, The evolution of the minimum degree ordering algorithm,
+    /// SIAM Review 31, 1989, for its efficient form. detail/minimum_degree.cpp describes the differences.
     SINEW_API std::vector<int> computePerm() const;
 
-    /// The Cholesky factor: A = L L^T in the elimination order of `computePerm`.
+    /// The Cholesky factor L of the matrix A, with A = L L^T in the elimination order of `computePerm`.
     ///
-    /// The result is the empty `LLTMatrix` if the matrix has no rows, is malformed, or meets a pivot that is zero or
-    /// negative. A NaN pivot is not an error: it spreads into the rows that depend on it, so that the caller sees
-    /// which unknowns are lost. Infinite entries likewise follow IEEE arithmetic.
+    /// Returns the empty `LLTMatrix` if the matrix has no rows, is malformed, or has a pivot that is zero or negative.
+    /// A NaN pivot is accepted. NaN then propagates to the rows that depend on this pivot, so that the caller sees
+    /// which unknowns are lost. Infinite entries follow the rules of IEEE arithmetic.
     ///
-    /// Every entry of the factor is a fixed sequence of roundings over ascending columns, the same on every machine.
+    /// An entry of L below the diagonal is L_ir = (A_ir - sum of L_rk L_ik over k < r) / L_rr. It is computed as
+    /// A_ir * (1 / L_rr), then for k ascending minus (L_rk * L_ik) * (1 / L_rr), and each operation is rounded
+    /// separately. A pivot is A_ii minus the squares of L_ik, for k ascending. The bits are therefore the same on every
+    /// processor.
+    ///
+    /// Source: T. Davis, Direct Methods for Sparse Linear Systems, 2006, section 4.7, for the up-looking method, which
+    /// small matrices use. E. Ng, B. Peyton, Block sparse Cholesky algorithms on advanced uniprocessor computers, SIAM
+    /// Journal on Scientific Computing 14, 1993, for the supernodal method, which all others use.
     SINEW_API LLTMatrix factor() const;
 };

@@ -4,13 +4,14 @@
 #include <utility>
 
 #include <sinew/sparse/detail/factorization.h>
+#include <sinew/sparse/detail/indexing.h>
 
 namespace sinew {
 
 struct SymbolicFactor::Analysis
 {
-    std::vector<std::vector<int>> columns; // of the matrix, row by row
-    std::int64_t offDiagonalCount;         // of these, repeated ones counted once
+    std::vector<std::vector<int>> columns; // of each row of the matrix, in its order
+    std::int64_t offDiagonalCount;         // number of off-diagonal entries, repeated ones counted once
     detail::Factorization factorization;
 };
 
@@ -32,9 +33,9 @@ std::int64_t countOffDiagonals(SPDMatrix const& matrix)
     std::vector<std::size_t> lastRow(matrix.rows.size(), matrix.rows.size());
     for (std::size_t i = 0; i < matrix.rows.size(); ++i) {
         for (std::size_t k = 0; k + 1 < matrix.rows[i].size(); ++k) {
-            int const c = matrix.rows[i][k].first;
-            count += lastRow[c] != i;
-            lastRow[c] = i;
+            std::size_t const column = detail::asIndex(matrix.rows[i][k].first);
+            if (lastRow[column] != i) ++count;
+            lastRow[column] = i;
         }
     }
     return count;
@@ -78,31 +79,35 @@ std::int64_t SymbolicFactor::fillCount() const
 std::int64_t SymbolicFactor::flopCount() const
 {
     if (!analysis_) return 0;
-    std::int64_t const below = analysis_->factorization.entryCount(); // each is squared into one pivot
-    std::int64_t const updates = analysis_->factorization.updateCount();
-    return 3 * (updates - below) + 2 * below + below + 2 * std::int64_t(size());
+    std::int64_t const below = analysis_->factorization.entryCount();
+    std::int64_t const pivotUpdates = below; // the square of each entry below the diagonal
+    std::int64_t const entryUpdates = analysis_->factorization.updateCount() - pivotUpdates;
+    std::int64_t const pivots = size();
+    return 3 * entryUpdates + 2 * pivotUpdates + below + 2 * pivots;
 }
 
 std::int64_t SymbolicFactor::factorBytes() const
 {
     if (!analysis_) return 0;
     auto const pairBytes = static_cast<std::int64_t>(sizeof(std::pair<int, double>));
-    auto const perRow = static_cast<std::int64_t>(2 * sizeof(LLTMatrix().rows[0]) + sizeof(double) + sizeof(int));
-    return 2 * analysis_->factorization.entryCount() * pairBytes + size() * perRow;
+    auto const rowBytes =
+        static_cast<std::int64_t>(2 * sizeof(detail::SparseRows::value_type) + sizeof(double) + sizeof(int));
+    return 2 * analysis_->factorization.entryCount() * pairBytes + size() * rowBytes; // each entry is in rows and in Mt
 }
 
 std::int64_t SymbolicFactor::workBytes() const
 {
     if (!analysis_) return 0;
     std::int64_t columnBytes = 0;
-    for (auto const& row : analysis_->columns)
+    for (auto const& row : analysis_->columns) {
         columnBytes += static_cast<std::int64_t>(sizeof row + row.size() * sizeof(int));
+    }
     return columnBytes + analysis_->factorization.bytes() + analysis_->factorization.workBytes();
 }
 
 bool SymbolicFactor::matches(SPDMatrix const& matrix) const
 {
-    if (matrix.rows.size() != static_cast<std::size_t>(size())) return false;
+    if (matrix.rows.size() != detail::asIndex(size())) return false;
     for (std::size_t i = 0; i < matrix.rows.size(); ++i) {
         std::vector<int> const& columns = analysis_->columns[i];
         auto const& row = matrix.rows[i];

@@ -1,9 +1,7 @@
 #pragma once
 
-/// The part of a factorisation that depends on the pattern alone, made once and used for any number of matrices.
-///
-/// A simulation whose matrix changes its values at every step, not its pattern, orders and analyses it once and then
-/// pays for the numbers only. A host that is unsure whether a factor fits into memory asks here first.
+/// The analysis of a sparse matrix. Use it to factor many matrices of the same pattern, or to find out in advance what
+/// a factorisation costs.
 
 #include <cstdint>
 #include <memory>
@@ -14,43 +12,57 @@
 
 namespace sinew {
 
+/// The part of a factorisation that depends only on the pattern of the matrix: its ordering and the pattern of its
+/// factor.
+///
+/// A simulation whose matrix changes its values at every step, but not its pattern, makes this object once. Each step
+/// then computes only the numbers.
+///
+/// A size of 0 means that there is nothing to factor: the pattern was malformed or empty, or the object was moved from.
+/// All counts are 0 then. Const functions may be called from several threads at once.
+///
+/// Source: J. Liu, The role of elimination trees in sparse factorization, SIAM Journal on Matrix Analysis and
+/// Applications 11, 1990, for the pattern of the factor.
 class SymbolicFactor
 {
 public:
-    /// Orders the matrix and finds the pattern of its factor. Values are not read. A malformed matrix, or one without
-    /// rows, gives an analysis of size 0, which factors nothing.
+    /// Computes the ordering of the matrix and the pattern of its factor. Values are not read.
     SINEW_API explicit SymbolicFactor(SPDMatrix const& pattern);
     SINEW_API ~SymbolicFactor();
     SINEW_API SymbolicFactor(SymbolicFactor&&) noexcept;
     SINEW_API SymbolicFactor& operator=(SymbolicFactor&&) noexcept;
 
-    /// Number of rows of the matrix; 0 if it was malformed or empty, and after this object was moved from.
+    /// Number of rows of the matrix.
     SINEW_API int size() const;
 
-    /// Position of each row in the elimination order, as `SPDMatrix::computePerm` gives it.
+    /// For each row its position in the elimination order, as `SPDMatrix::computePerm` returns it.
     SINEW_API std::vector<int> const& perm() const;
 
-    /// Entries of the factor, diagonal included.
+    /// Number of entries of the factor, the diagonal included.
     SINEW_API std::int64_t entryCount() const;
 
-    /// Entries that the factor has and the lower triangle of the matrix has not.
+    /// Number of entries of the factor that are zero in the lower triangle of the matrix (fill-in).
     SINEW_API std::int64_t fillCount() const;
 
-    /// Floating-point operations of `factor`: three for each product subtracted from an entry below the diagonal, two
-    /// for each subtracted from a pivot, one for each scaled entry, a root and a reciprocal for each pivot.
+    /// Number of floating-point operations in `factor`: three for each product that is subtracted from an entry below
+    /// the diagonal, two for each product that is subtracted from a pivot, one for each scaled entry, and a root and a
+    /// reciprocal for each pivot.
     SINEW_API std::int64_t flopCount() const;
 
-    /// Bytes of heap that the returned factor holds, allocator overhead left out.
+    /// Number of bytes that the returned factor allocates, without the overhead of the allocator.
     SINEW_API std::int64_t factorBytes() const;
 
-    /// Bytes of heap that `factor` needs besides, released when it returns, and that this object holds.
+    /// Number of bytes that this object holds, and that `factor` allocates and releases besides its result.
     SINEW_API std::int64_t workBytes() const;
 
-    /// Whether `matrix` has the pattern that was analysed: the same columns in each row, in the same order.
+    /// Whether `matrix` has the pattern of this analysis: the same columns in each row, in the same order. A matrix
+    /// without rows matches an analysis of size 0. Linear in the number of entries.
     SINEW_API bool matches(SPDMatrix const& matrix) const;
 
-    /// The bits of `matrix.factor()`, without the ordering and the analysis. The empty factor if the matrix does not
-    /// match, or meets a pivot that is zero or negative. Safe to call from several threads.
+    /// Returns the bits of `matrix.factor()`, without computing the ordering and the analysis again.
+    ///
+    /// Returns the empty factor if `matrix` does not match, or if it has a pivot that is zero or negative. A NaN pivot
+    /// is accepted.
     SINEW_API LLTMatrix factor(SPDMatrix const& matrix) const;
 
 private:

@@ -14,7 +14,7 @@ namespace {
 using test::Random;
 using test::sameBits;
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 Bbox box(Vector3 const& min, Vector3 const& max)
 {
@@ -28,7 +28,7 @@ Bbox const kUnit = box({0, 0, 0}, {1, 1, 1});
 
 } // namespace
 
-TEST(Bbox, StartsInvalidThroughZ)
+TEST(Bbox, DefaultIsInvalidOnTheZAxis)
 {
     Bbox const b;
     EXPECT_EQ(b.min, Vector3(0, 0, 0));
@@ -39,7 +39,7 @@ TEST(Bbox, StartsInvalidThroughZ)
     EXPECT_FALSE(b.filter({0, 0, -1}));
 }
 
-TEST(Bbox, OfNoPointsHoldsTheOriginAlone)
+TEST(Bbox, OfNoPointsContainsOnlyTheOrigin)
 {
     Bbox const b(std::vector<Vector3>{});
     EXPECT_TRUE(b.isValid());
@@ -48,14 +48,14 @@ TEST(Bbox, OfNoPointsHoldsTheOriginAlone)
     EXPECT_FALSE(b.filter({0, 0, 1e-300}));
 }
 
-TEST(Bbox, OfPointsIsTheSmallestAroundThem)
+TEST(Bbox, OfPointsIsTheSmallestBoxThatContainsThem)
 {
     Bbox const b({{1, 5, -3}, {2, -4, 0}, {0, 0, 7}});
     EXPECT_EQ(b, box({0, -4, -3}, {2, 5, 7}));
     EXPECT_EQ(Bbox({{1, 2, 3}}), box({1, 2, 3}, {1, 2, 3}));
 }
 
-TEST(Bbox, OfEqualCoordinatesTheFirstStays)
+TEST(Bbox, OfEqualCoordinatesTheFirstIsKept)
 {
     Bbox const b({{0.0, -0.0, 1}, {-0.0, 0.0, 1}});
     EXPECT_FALSE(std::signbit(b.min.x));
@@ -64,13 +64,13 @@ TEST(Bbox, OfEqualCoordinatesTheFirstStays)
     EXPECT_TRUE(std::signbit(b.max.y));
 }
 
-TEST(Bbox, ANaNCountsOnlyInTheFirstPoint)
+TEST(Bbox, ANaNIsKeptFromTheFirstPointOnly)
 {
     EXPECT_EQ(Bbox({{1, 1, 1}, {kNaN, 3, 3}, {2, 2, 2}}), box({1, 1, 1}, {2, 3, 3}));
     EXPECT_TRUE(std::isnan(Bbox({{kNaN, 1, 1}, {2, 2, 2}}).min.x));
 }
 
-TEST(Bbox, ResetAndInit)
+TEST(Bbox, ResetGivesTheDefaultAndInitASinglePoint)
 {
     Bbox b = kUnit;
     b.reset();
@@ -92,11 +92,11 @@ TEST(BboxIsValid, AllowsASlackOf1e13OnEveryAxis)
         b.min[axis] = std::nextafter(1e-13, 1);
         EXPECT_FALSE(b.isValid());
         b.min[axis] = kNaN;
-        EXPECT_TRUE(b.isValid()) << "NaN exceeds nothing";
+        EXPECT_TRUE(b.isValid()) << "no comparison with NaN is true";
     }
 }
 
-TEST(BboxUpdate, GrowsToThePoint)
+TEST(BboxUpdate, GrowsToContainThePoint)
 {
     Bbox b;
     b.update({1, 2, 3});
@@ -109,7 +109,7 @@ TEST(BboxUpdate, GrowsToThePoint)
     EXPECT_EQ(b, box({0, 2, 3}, {1, 9, 3}));
 }
 
-TEST(BboxUpdate, PointByPointGivesTheBoxOfAll)
+TEST(BboxUpdate, PointByPointEqualsTheBoxOfAllPoints)
 {
     Random random(601);
     for (int trial = 0; trial < 200; ++trial) {
@@ -121,9 +121,10 @@ TEST(BboxUpdate, PointByPointGivesTheBoxOfAll)
     }
 }
 
-TEST(BboxUpdate, AMinimumThatMovesLeavesTheMaximumOfThatAxisAlone)
+TEST(BboxUpdate, ALoweredMinimumLeavesTheMaximumOfThatAxisUnchanged)
 {
-    // Inside the slack a point can lie below the lower and above the upper corner at once; the lower one takes it.
+    // The lower corner may exceed the upper one by 1e-13, so a point can lie below the lower and above the upper
+    // corner. Only the lower corner then moves.
     Bbox b = box({1e-13, 0, 0}, {0, 0, 0});
     b.update({5e-14, 0, 0});
     EXPECT_EQ(b, box({5e-14, 0, 0}, {0, 0, 0}));
@@ -146,7 +147,7 @@ TEST(BboxIsec, KeepsTheCommonPart)
     EXPECT_EQ(b, box({0.25, 0, 0.5}, {1, 0.75, 0.625}));
 }
 
-TEST(BboxIsec, AnInvalidBoxStaysAndAnInvalidArgumentResets)
+TEST(BboxIsec, AnInvalidBoxIsUnchangedAndAnInvalidArgumentResets)
 {
     Bbox const odd = box({5, 5, 5}, {1, 2, 3});
     Bbox b = odd;
@@ -159,19 +160,19 @@ TEST(BboxIsec, AnInvalidBoxStaysAndAnInvalidArgumentResets)
     EXPECT_EQ(b, Bbox());
 }
 
-TEST(BboxSum, IsTheBoxAroundBoth)
+TEST(BboxSum, IsTheSmallestBoxThatContainsBoth)
 {
     EXPECT_EQ(kUnit + box({2, -1, 0}, {3, 0.5, 9}), box({0, -1, 0}, {3, 1, 9}));
 }
 
-TEST(BboxSum, AnInvalidTermMakesItTheDefault)
+TEST(BboxSum, OfAnInvalidBoxIsTheDefault)
 {
     Bbox const odd = box({5, 5, 5}, {1, 2, 3});
     EXPECT_EQ(kUnit + odd, Bbox());
     EXPECT_EQ(odd + kUnit, Bbox());
 }
 
-TEST(BboxAdd, ALeftInvalidBoxTakesTheOtherAndARightInvalidOneWins)
+TEST(BboxAdd, AnInvalidLeftBoxBecomesTheRightOneAndAnInvalidRightBoxGivesTheDefault)
 {
     Bbox b = kUnit;
     b += box({2, 2, 2}, {3, 3, 3});
@@ -183,7 +184,7 @@ TEST(BboxAdd, ALeftInvalidBoxTakesTheOtherAndARightInvalidOneWins)
     Bbox const odd = box({5, 5, 5}, {1, 2, 3});
     Bbox c;
     c += odd;
-    EXPECT_EQ(c, odd) << "copied as it is";
+    EXPECT_EQ(c, odd) << "copied without change";
     b += b;
     EXPECT_EQ(b, kUnit);
 }
@@ -216,9 +217,9 @@ TEST(BboxExpand, ScalesAboutTheCentre)
     EXPECT_EQ(b, box({-1, -1, -1}, {3, 3, 3}));
     b.expand(-1.0);
     EXPECT_EQ(b, box({1, 1, 1}, {1, 1, 1}));
-    Bbox inside_out = kUnit;
-    inside_out.expand(-3.0);
-    EXPECT_EQ(inside_out, box({1.5, 1.5, 1.5}, {-0.5, -0.5, -0.5}));
+    Bbox exchanged = kUnit;
+    exchanged.expand(-3.0);
+    EXPECT_EQ(exchanged, box({1.5, 1.5, 1.5}, {-0.5, -0.5, -0.5}));
 }
 
 TEST(BboxBoundsInDir, TiesKeepTheStartingCorners)
@@ -240,15 +241,15 @@ TEST(BboxBoundsInDir, FindsCornersOffTheDiagonal)
     EXPECT_EQ(hi, Vector3(1, 0, 0));
 }
 
-TEST(BboxBoundsInDir, ALeadOf1e13IsATie)
+TEST(BboxBoundsInDir, ADifferenceOf1e13IsATie)
 {
-    // In the direction x a corner with z = max leads by exactly dz * d.z; the box is flat in y.
+    // Along z the upper corners exceed the lower ones by exactly 1e-13. The box is flat in y.
     Vector3 lo, hi;
     Bbox const thin = box({0, 0, 0}, {1, 0, 1e-13});
     thin.boundsInDir(UVector3(0, 0, 1), &lo, &hi);
     EXPECT_EQ(lo, Vector3(0, 0, 0));
     EXPECT_EQ(hi, Vector3(1, 0, 1e-13));
-    // Against z: the diagonal points against it by exactly 1e-13, no more, and is not turned round.
+    // Along -z the product of the diagonal and the direction is exactly -1e-13, so min and max are not exchanged.
     thin.boundsInDir(UVector3(0, 0, -1), &lo, &hi);
     EXPECT_EQ(lo, Vector3(0, 0, 0));
     Bbox const thicker = box({0, 0, 0}, {1, 0, std::nextafter(1e-13, 1)});
@@ -266,14 +267,14 @@ TEST(BboxBoundsInDir, OutputsMayBeNull)
     kUnit.boundsInDir(UVector3(1, 1, 1), nullptr, nullptr);
 }
 
-TEST(BboxBoundsInDir, OutputsMayBeItsOwnCorners)
+TEST(BboxBoundsInDir, OutputsMayBeTheCornersOfTheBox)
 {
     Bbox b = kUnit;
     b.boundsInDir(UVector3(-1, -1, -1), &b.min, &b.max);
     EXPECT_EQ(b, box({1, 1, 1}, {0, 0, 0}));
 }
 
-TEST(BboxBoundsInDir, NoCornerReachesFarther)
+TEST(BboxBoundsInDir, NoCornerExceedsTheResults)
 {
     Random random(602);
     for (int trial = 0; trial < 5000; ++trial) {

@@ -1,6 +1,6 @@
-// A small library of a host that draws through the switchboard. It is built several times under different names
-// (BINDER_HOST), with the shared sinew library or with the static one inside, to see that all of them meet at one
-// instance.
+// A small library of a host that draws through `vxFuncBinder`. It is built several times under different names
+// (BINDER_HOST), some with the shared and some with the static sinew library. The tests check that all of them
+// use one instance.
 
 #include <sinew/core/func_binder.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-/// What each build of binder_host.cpp exports.
+/// The functions that each build of binder_host.cpp exports.
 
 #include <sinew/core/func_binder.h>
 

@@ -14,7 +14,7 @@ namespace {
 using test::Random;
 using test::sameBits;
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 Matrix3 symmetric(double xx, double yy, double zz, double yx, double zx, double zy)
 {
@@ -76,7 +76,7 @@ TEST(JacobiRotation, TiesGoToTheLaterElement)
     expectPlane(symmetric(1, 2, 3, 0, 0, 0), 2, 1);
 }
 
-TEST(JacobiRotation, ANaNFirstElementStaysAndALaterOneIsPassedBy)
+TEST(JacobiRotation, ANaNIsChosenOnlyAsTheFirstElement)
 {
     expectPlane(symmetric(1, 2, 3, kNaN, 5, 7), 1, 0);
     expectPlane(symmetric(1, 2, 3, 0.5, kNaN, 0.1), 1, 0);
@@ -90,20 +90,21 @@ TEST(JacobiRotation, ReadsTheLowerTriangleOnly)
     expectPlane(m, 2, 1);
 }
 
-TEST(JacobiRotation, NothingIsLeftWhenElementAndDifferenceAreBelow1e13)
+TEST(JacobiRotation, ReturnsFalseIfElementAndDifferenceAreBelow1e13)
 {
     Rotation const r = rotationOf(symmetric(1, 1, 1, 0, 0, 4.9e-14));
     EXPECT_FALSE(r.found);
-    EXPECT_EQ(r.p, 2) << "the plane is written all the same";
+    EXPECT_EQ(r.p, 2) << "the plane is written in this case too";
     EXPECT_EQ(r.q, 1);
-    for (double const untouched : {r.c, r.s, r.t, r.tau}) EXPECT_EQ(untouched, 9);
+    for (double const unwritten : {r.c, r.s, r.t, r.tau}) EXPECT_EQ(unwritten, 9);
 
-    EXPECT_TRUE(rotationOf(symmetric(1, 1, 1, 0, 0, 5e-14)).found) << "doubled, it is exactly 1e-13: strict";
+    EXPECT_TRUE(rotationOf(symmetric(1, 1, 1, 0, 0, 5e-14)).found)
+        << "the doubled element is exactly 1e-13, which is not below it";
     EXPECT_TRUE(rotationOf(symmetric(1, 0, 1e-13, 0, 0, 0)).found) << "a difference of exactly 1e-13";
     EXPECT_FALSE(rotationOf(symmetric(1, 0, 9e-14, 0, 0, 0)).found);
 }
 
-TEST(JacobiRotation, AnEqualDiagonalTurnsByMinusAnEighth)
+TEST(JacobiRotation, AnEqualDiagonalRotatesByMinus45Degrees)
 {
     Rotation const r = rotationOf(symmetric(0, 2, 2, 0, 0, 1)); // theta = 0 counts as negative
     EXPECT_EQ(r.t, -1);
@@ -112,7 +113,7 @@ TEST(JacobiRotation, AnEqualDiagonalTurnsByMinusAnEighth)
     EXPECT_DOUBLE_EQ(r.tau, r.s / (1 + r.c));
 }
 
-TEST(JacobiRotation, ASteepThetaTakesTheQuotient)
+TEST(JacobiRotation, ALargeThetaUsesTheQuotient)
 {
     Rotation const steep = rotationOf(symmetric(0, 1, 0, 0, 0, 1e-14)); // theta = 5e13
     EXPECT_EQ(steep.t, 1e-14);
@@ -159,7 +160,7 @@ TEST(JacobiMethod, EqualEigenvaluesKeepTheirOrder)
     EXPECT_EQ(e.vectors[2], Vector3(0, 0, 1));
 }
 
-TEST(JacobiMethod, WorksOnTheSymmetricPart)
+TEST(JacobiMethod, UsesTheSymmetricPart)
 {
     Matrix3 const any({1, 2, 3}, {4, 5, 6}, {-7, 8, 10});
     Eigensystem const e = solve(any);
@@ -185,18 +186,19 @@ TEST(JacobiMethod, OutputsMayBeNull)
     }
 }
 
-TEST(JacobiMethod, ASumOfOffDiagonalsOf1e8IsSmallEnough)
+TEST(JacobiMethod, StopsAtASumOfOffDiagonalsOf1e8)
 {
-    // One rotation clears (2,1), the largest; the others hardly change. At the bound it stops, above it goes on.
+    // One rotation annihilates (2,1), the largest element, and hardly changes the others. The iteration stops if
+    // their sum is 1e-8 or less and continues otherwise.
     Eigensystem const stopped = solve(symmetric(1, 2, 3, 4e-9, 4e-9, 1e-3));
     EXPECT_TRUE(stopped.converged);
-    EXPECT_EQ(stopped.vectors[0].x, 1.0) << "x was not turned";
+    EXPECT_EQ(stopped.vectors[0].x, 1.0) << "the x axis was not rotated";
     EXPECT_EQ(stopped.vectors[0].y, 0.0);
-    Eigensystem const goneOn = solve(symmetric(1, 2, 3, 2e-8, 2e-8, 1e-3));
-    EXPECT_NE(goneOn.vectors[0].y, 0.0);
+    Eigensystem const continued = solve(symmetric(1, 2, 3, 2e-8, 2e-8, 1e-3));
+    EXPECT_NE(continued.vectors[0].y, 0.0);
 }
 
-TEST(JacobiMethod, NaNStopsAtOnce)
+TEST(JacobiMethod, NaNEndsTheIteration)
 {
     Eigensystem const e = solve(symmetric(1, kNaN, 3, 0.1, 0.2, 0.3));
     EXPECT_TRUE(e.converged);
@@ -224,7 +226,7 @@ TEST(JacobiMethod, FindsTheDecompositionItWasBuiltFrom)
     }
 }
 
-TEST(JacobiMethod, MatchesThePlainMethod)
+TEST(JacobiMethod, MatchesTheReference)
 {
     Random random(303);
     for (int trial = 0; trial < 20000; ++trial) {

@@ -1,4 +1,4 @@
-// Two libraries of a host, each with the static sinew library inside; the program itself links neither form of it.
+// Two libraries of a host, each of which contains the static sinew library. The program itself does not link sinew.
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 DECLARE_BINDER_HOST(third);
 DECLARE_BINDER_HOST(fourth);
 
-// The address sanitizer reports data that two libraries define; that the loader merges it is what is tested here.
+// The address sanitizer reports data that two libraries define. This test checks that the loader merges such data.
 extern "C" char const* __asan_default_options();
 extern "C" char const* __asan_default_options()
 {
@@ -16,7 +16,7 @@ extern "C" char const* __asan_default_options()
 
 namespace {
 
-// Asked before main runs, after the constructors of both libraries.
+// Read before main runs and after the constructors of both libraries.
 bool const registeredWhenLoaded = thirdInstance()->clearSlot != nullptr;
 
 } // namespace
@@ -29,7 +29,7 @@ TEST(FuncBinderInStaticLibraries, IsMergedByTheLoader)
     EXPECT_EQ(thirdClears(), before + 1);
 }
 
-TEST(FuncBinderInStaticLibraries, KeepsWhatALibraryRegisteredWhileItWasLoaded)
+TEST(FuncBinderInStaticLibraries, KeepsACallbackThatALibraryRegistersWhileItIsLoaded)
 {
     EXPECT_TRUE(registeredWhenLoaded);
 }

@@ -17,7 +17,7 @@ bool allNull()
     return !binder.drawVectorSlot && !binder.drawPointSlot && !binder.drawPointsSlot && !binder.clearSlot;
 }
 
-bool const nullWhenLoaded = allNull(); // asked before main runs
+bool const nullWhenLoaded = allNull(); // read before main runs
 
 std::string calls;
 
@@ -55,12 +55,12 @@ protected:
 
 } // namespace
 
-TEST_F(FuncBinder, IsClearedAtLoad)
+TEST_F(FuncBinder, HasNoCallbacksWhenLoaded)
 {
     EXPECT_TRUE(nullWhenLoaded);
 }
 
-TEST_F(FuncBinder, EveryCallIsSilentWithoutCallbacks)
+TEST_F(FuncBinder, DoesNothingWithoutCallbacks)
 {
     vxFuncBinder::drawVector(a, b, 1, 2);
     vxFuncBinder::drawPoint(a, 1);
@@ -73,7 +73,7 @@ TEST_F(FuncBinder, EveryCallIsSilentWithoutCallbacks)
     EXPECT_EQ(calls, "");
 }
 
-TEST_F(FuncBinder, DrawVectorPassesItsArgumentsOn)
+TEST_F(FuncBinder, DrawVectorPassesOnItsArguments)
 {
     vxFuncBinder::registerDrawVector(drawVector);
     dVec(a, b, 3);
@@ -84,7 +84,7 @@ TEST_F(FuncBinder, DrawVectorPassesItsArgumentsOn)
                      "vector 2.000000 1.000000 4 0.500000;");
 }
 
-TEST_F(FuncBinder, ShortNamesSupplyATenthExactly)
+TEST_F(FuncBinder, DVecPassesExactly0Point1)
 {
     static double seen = 0;
     vxFuncBinder::registerDrawVector([](Vector3 const&, Vector3 const&, int, double d) { seen = d; });
@@ -92,7 +92,7 @@ TEST_F(FuncBinder, ShortNamesSupplyATenthExactly)
     EXPECT_EQ(seen, 0.1);
 }
 
-TEST_F(FuncBinder, DrawPointAndClearPassTheirArgumentsOn)
+TEST_F(FuncBinder, DrawPointAndClearPassOnTheirArguments)
 {
     vxFuncBinder::registerDrawPoint(drawPoint);
     vxFuncBinder::registerClear(clearAll);
@@ -103,7 +103,7 @@ TEST_F(FuncBinder, DrawPointAndClearPassTheirArgumentsOn)
     EXPECT_EQ(calls, "point 1.000000 7;point 2.000000 8;clear;clear;");
 }
 
-TEST_F(FuncBinder, DrawPointsIsGuardedByTheDrawPointCallback)
+TEST_F(FuncBinder, DrawPointsNeedsTheDrawPointCallback)
 {
     vxFuncBinder::registerDrawPoints(drawPoints);
     vxFuncBinder::drawPoints({a, b}, 5, 6);
@@ -115,7 +115,7 @@ TEST_F(FuncBinder, DrawPointsIsGuardedByTheDrawPointCallback)
     EXPECT_EQ(calls, "points 2 5 6;points 0 5 6;") << "an empty set is passed on too";
 }
 
-TEST_F(FuncBinder, RegisteringFillsOneSlotAndNullEmptiesIt)
+TEST_F(FuncBinder, RegisteringSetsOneSlotAndNullClearsIt)
 {
     vxFuncBinder& binder = *vxFuncBinder::iGet();
     vxFuncBinder::registerDrawPoints(drawPoints);
@@ -134,7 +134,7 @@ TEST_F(FuncBinder, RegisteringFillsOneSlotAndNullEmptiesIt)
     EXPECT_TRUE(allNull());
 }
 
-TEST_F(FuncBinder, ResetSilencesAllFour)
+TEST_F(FuncBinder, ResetRemovesAllCallbacks)
 {
     vxFuncBinder::registerDrawVector(drawVector);
     vxFuncBinder::registerDrawPoint(drawPoint);
@@ -149,7 +149,7 @@ TEST_F(FuncBinder, ResetSilencesAllFour)
     EXPECT_EQ(calls, "");
 }
 
-TEST_F(FuncBinder, IsOneForAllLibrariesOfTheHost)
+TEST_F(FuncBinder, IsSharedByAllLibrariesOfTheHost)
 {
     EXPECT_EQ(firstInstance(), vxFuncBinder::iGet());
     EXPECT_EQ(secondInstance(), vxFuncBinder::iGet());

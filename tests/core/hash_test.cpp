@@ -41,7 +41,7 @@ TEST(Hash, ValueTypesCanBeKeys)
     EXPECT_EQ(floats.size(), 2u);
 }
 
-TEST(Hash, ZerosOfEitherSignAreEqualKeys)
+TEST(Hash, TakesBothZerosForEqual)
 {
     EXPECT_EQ(hashOf(Vector3(0.0, 1, -0.0)), hashOf(Vector3(-0.0, 1, 0.0)));
     Matrix m;
@@ -49,7 +49,7 @@ TEST(Hash, ZerosOfEitherSignAreEqualKeys)
     EXPECT_EQ(hashOf(m), hashOf(Matrix()));
 }
 
-TEST(Hash, EveryElementCounts)
+TEST(Hash, DependsOnEveryElement)
 {
     Matrix3 m3;
     std::set<std::size_t> seen = {hashOf(m3)};
@@ -78,7 +78,7 @@ TEST(Hash, EveryElementCounts)
 
 TEST(Hash, GridPointsSpreadOverTheLowBits)
 {
-    // Whole numbers have zeros in all their low bits; a hash that does not bring the high ones down fills few buckets.
+    // The low bits of whole numbers are all zero. A hash that does not fold the high bits into them uses few buckets.
     std::set<std::size_t> hashes;
     std::vector<int> buckets(4096);
     for (int x = 0; x < 16; ++x) {
@@ -93,5 +93,5 @@ TEST(Hash, GridPointsSpreadOverTheLowBits)
     EXPECT_EQ(hashes.size(), 4096u);
     int used = 0;
     for (int const count : buckets) used += count > 0;
-    EXPECT_GT(used, 2400); // chance fills 1 - 1/e of 4096, that is 2589, give or take 30
+    EXPECT_GT(used, 2400); // random values use 1 - 1/e of 4096 buckets, that is 2589, with a deviation of about 30
 }

@@ -1,4 +1,4 @@
-// Conversions by shape: types of our own first, then those of libraries that were found when this was built.
+// Conversions by shape: first for types that are defined here, then for those of the libraries that are installed.
 
 #include <sinew/core/interop.h>
 
@@ -42,14 +42,14 @@ struct Brackets
     double operator[](int i) const { return values[i]; }
 };
 
-// Both at once, with brackets that tell which of the two was used.
+// Both shapes. The brackets give -1, so a test sees which of the two was used.
 struct Both
 {
     double x, y, z;
     double operator[](int) const { return -1; }
 };
 
-// A type whose x, y, z are functions has to be reached by its brackets.
+// A type whose x, y and z are functions, so that it can be read only by its brackets.
 struct Functions
 {
     double values[3];
@@ -60,10 +60,11 @@ struct Functions
     double operator[](int i) const { return values[i]; }
 };
 
+// Stored by columns. Conversions must not depend on the storage.
 struct RowColumn
 {
     double values[16];
-    double& operator()(int i, int j) { return values[j * 4 + i]; } // stored by columns, which must not matter
+    double& operator()(int i, int j) { return values[j * 4 + i]; }
     double operator()(int i, int j) const { return values[j * 4 + i]; }
 };
 
@@ -90,7 +91,7 @@ TEST(Interop, VectorsByMembers)
     Members const m = sinew::to<Members>(Vector3(1, 2, 0.1));
     EXPECT_EQ(m.y, 2.0f);
     EXPECT_EQ(m.z, 0.1f);
-    EXPECT_EQ(m.w, 7.0f) << "what is beyond the third stays";
+    EXPECT_EQ(m.w, 7.0f) << "members beyond the third keep their values";
 }
 
 TEST(Interop, VectorsByBrackets)
@@ -104,19 +105,19 @@ TEST(Interop, VectorsByBrackets)
     EXPECT_EQ(sinew::toVector3(&raw[0]), Vector3(1, 2, 3));
 }
 
-TEST(Interop, VectorsOfVariableSizeAreMadeLargeEnough)
+TEST(Interop, VectorsOfVariableSizeAreResized)
 {
     EXPECT_EQ(sinew::to<std::vector<double>>(Vector3(1, 2, 3)), (std::vector<double>{1, 2, 3}));
 }
 
-TEST(Interop, MembersGoBeforeBracketsAndFunctionsAreNoMembers)
+TEST(Interop, MembersArePreferredToBracketsAndFunctionsAreNotMembers)
 {
     EXPECT_EQ(sinew::toVector3(Both{1, 2, 3}), Vector3(1, 2, 3));
     EXPECT_EQ(sinew::toVector3(Functions{{1, 2, 3}}), Vector3(1, 2, 3));
     EXPECT_EQ(sinew::to<Functions>(Vector3(1, 2, 3)).values[1], 2);
 }
 
-TEST(Interop, OurOwnTypesConvertToThemselves)
+TEST(Interop, OwnTypesConvertToThemselves)
 {
     EXPECT_EQ(sinew::to<Vector3>(Vector3(1, 2, 3)), Vector3(1, 2, 3));
     EXPECT_EQ(sinew::toMatrix(placement()), placement());
@@ -126,7 +127,7 @@ TEST(Interop, OurOwnTypesConvertToThemselves)
     EXPECT_EQ(narrow(0, 1), static_cast<float>(placement()(0, 1)));
 }
 
-TEST(Interop, MatricesByRowAndColumnWhateverTheirStorage)
+TEST(Interop, MatricesByRowAndColumnInAnyStorageOrder)
 {
     Matrix const m = placement();
     RowColumn const theirs = sinew::to<RowColumn>(m);
@@ -147,7 +148,7 @@ TEST(Interop, MatricesByAxes)
 }
 
 #ifdef SINEW_TEST_EIGEN
-TEST(InteropEigen, VectorsGoThereAndBack)
+TEST(InteropEigen, VectorsSurviveARoundTrip)
 {
     test::Random random(701);
     for (int trial = 0; trial < 100; ++trial) {
@@ -160,10 +161,10 @@ TEST(InteropEigen, VectorsGoThereAndBack)
     }
     EXPECT_EQ(sinew::toVector3(Eigen::Vector3f(1, 2, 3)), Vector3(1, 2, 3));
     Eigen::Vector3d const a(1, 2, 3);
-    EXPECT_EQ(sinew::toVector3(a + a), Vector3(2, 4, 6)) << "expressions too";
+    EXPECT_EQ(sinew::toVector3(a + a), Vector3(2, 4, 6)) << "an expression is accepted too";
 }
 
-TEST(InteropEigen, MatricesKeepTheirMap)
+TEST(InteropEigen, MatricesDescribeTheSameMap)
 {
     using RowMajor = Eigen::Matrix<double, 4, 4, Eigen::RowMajor>;
     Matrix const m = placement();
@@ -180,7 +181,7 @@ TEST(InteropEigen, MatricesKeepTheirMap)
 #endif
 
 #ifdef SINEW_TEST_GLM
-TEST(InteropGlm, VectorsGoThereAndBack)
+TEST(InteropGlm, VectorsSurviveARoundTrip)
 {
     glm::dvec3 const theirs = sinew::to<glm::dvec3>(Vector3(1, 2, 3));
     EXPECT_EQ(theirs, glm::dvec3(1, 2, 3));
@@ -188,7 +189,7 @@ TEST(InteropGlm, VectorsGoThereAndBack)
     EXPECT_EQ(sinew::toVector3(glm::vec4(1, 2, 3, 4)), Vector3(1, 2, 3));
 }
 
-TEST(InteropGlm, MatricesKeepTheirMap)
+TEST(InteropGlm, MatricesDescribeTheSameMap)
 {
     Matrix const m = placement();
     Vector3 const p(1, -2, 3);
@@ -203,7 +204,7 @@ TEST(InteropGlm, MatricesKeepTheirMap)
 #endif
 
 #ifdef SINEW_TEST_IMATH
-TEST(InteropImath, VectorsGoThereAndBack)
+TEST(InteropImath, VectorsSurviveARoundTrip)
 {
     Imath::V3d const theirs = sinew::to<Imath::V3d>(Vector3(1, 2, 3));
     EXPECT_EQ(theirs, Imath::V3d(1, 2, 3));
@@ -211,7 +212,7 @@ TEST(InteropImath, VectorsGoThereAndBack)
     EXPECT_EQ(sinew::toVector3(Imath::V3f(1, 2, 3)), Vector3(1, 2, 3));
 }
 
-TEST(InteropImath, MatricesKeepTheirMap)
+TEST(InteropImath, MatricesDescribeTheSameMap)
 {
     Matrix const m = placement();
     Vector3 const p(1, -2, 3);

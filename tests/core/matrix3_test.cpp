@@ -17,13 +17,10 @@ namespace {
 using test::Random;
 using test::sameBits;
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kPi = 3.14159265358979323846;
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kPi = 3.14159265358979323846;
 
-Matrix3 diagonal(double a, double b, double c)
-{
-    return Matrix3({a, 0, 0}, {0, b, 0}, {0, 0, c});
-}
+constexpr auto diagonal = sinew::diagonalMatrix;
 
 Matrix3 const kZero = diagonal(0, 0, 0);
 
@@ -73,7 +70,15 @@ void forMatrices(std::uint64_t seed, Check check)
 
 } // namespace
 
-TEST(Matrix3, StartsAsTheIdentityAndHoldsNineDoubles)
+TEST(DiagonalMatrix, HasItsArgumentsOnTheDiagonalAndPositiveZerosElsewhere)
+{
+    Matrix3 const m = sinew::diagonalMatrix(2, -3, 5);
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) EXPECT_TRUE(sameBits(m(i, j), i != j ? 0.0 : i == 0 ? 2.0 : i == 1 ? -3.0 : 5.0));
+    }
+}
+
+TEST(Matrix3, DefaultIsTheIdentityOfNineDoubles)
 {
     EXPECT_EQ(Matrix3(), diagonal(1, 1, 1));
     EXPECT_EQ(sizeof(Matrix3), 9 * sizeof(double));
@@ -95,14 +100,14 @@ TEST(Matrix3, ConstructorArgumentsAreColumns)
     EXPECT_EQ(m(0, 2), 7);
 }
 
-TEST(Matrix3, TakesTheUpperLeftBlockOfA4x4Matrix)
+TEST(Matrix3, OfA4x4MatrixIsItsUpperLeftBlock)
 {
     Matrix m;
     for (int k = 0; k < 16; ++k) m(k / 4, k % 4) = k;
     EXPECT_EQ(Matrix3(m), Matrix3({0, 4, 8}, {1, 5, 9}, {2, 6, 10}));
 }
 
-TEST(Matrix3, SettersOverwriteEverything)
+TEST(Matrix3, SettersOverwriteAllElements)
 {
     Matrix3 m({1, 2, 3}, {4, 5, 6}, {7, 8, 9});
     m.zero();
@@ -133,7 +138,7 @@ TEST(Matrix3, ArithmeticIsElementwise)
     EXPECT_NE(a, a.transpose());
 }
 
-TEST(Matrix3, ProductsMatchThePlainMethod)
+TEST(Matrix3, ProductsMatchTheReference)
 {
     forMatrices(201, [](Random& random, Matrix3 const& a) {
         Matrix3 const b = randomMatrix(random);
@@ -202,7 +207,7 @@ TEST(Matrix3Inverse, ADeterminantBelow1e8GivesZero)
     EXPECT_EQ(diagonal(1e-8, 1, 1).inverse(), diagonal(1.0 / 1e-8 * 1, 1e-8 * (1.0 / 1e-8), 1e-8 * (1.0 / 1e-8)));
 }
 
-TEST(Matrix3Inverse, ANaNDeterminantIsNotSmall)
+TEST(Matrix3Inverse, ANaNDeterminantGivesNaN)
 {
     EXPECT_TRUE(std::isnan(diagonal(kNaN, 1, 1).inverse()(0, 0)));
 }
@@ -217,7 +222,7 @@ TEST(Matrix3Inverse, UndoesTheMap)
     }
 }
 
-TEST(Matrix3Inverse, MatchesThePlainMethod)
+TEST(Matrix3Inverse, MatchesTheReference)
 {
     forMatrices(203, [](Random&, Matrix3 const& m) { EXPECT_TRUE(sameBits(m.inverse(), reference::inverse(m))); });
 }
@@ -229,7 +234,7 @@ TEST(Matrix3RotationMatrix, IsRightHanded)
     EXPECT_NEAR(dist(m * Vector3(0, 0, 5), {0, 0, 5}), 0, 1e-15);
 }
 
-TEST(Matrix3RotationMatrix, TakesOneDirectionOntoAnother)
+TEST(Matrix3RotationMatrix, TurnsOneDirectionIntoAnother)
 {
     Random random(204);
     for (int trial = 0; trial < 2000; ++trial) {
@@ -253,7 +258,7 @@ TEST(Matrix3RotationMatrix, EqualDirectionsGiveTheIdentityOppositeOnesAHalfTurn)
     EXPECT_NEAR(dist(half * a, -a), 0, 1e-15);
 }
 
-TEST(Matrix3RotationMatrix, MatchesThePlainMethod)
+TEST(Matrix3RotationMatrix, MatchesTheReference)
 {
     forMatrices(205, [](Random& random, Matrix3 const& m) {
         UVector3 const a(m.column(0));
@@ -287,24 +292,24 @@ TEST(GetRotationAxis, TiesKeepTheLowerIndex)
     EXPECT_TRUE(sameBits(Vector3(third.getRotationAxis()), Vector3(UVector3(1, 1, 1))));
 }
 
-TEST(GetRotationAxis, BelowItsThresholdTheMatrixGivesOneOfItsColumns)
+TEST(GetRotationAxis, BelowTheThresholdIsAColumnOfTheMatrix)
 {
     // The cross product of the first two rows has the length 2 (1 - cos a), which is a^2: the threshold lies at 1e-4.
     Matrix3 const near = Matrix3::rotationMatrix(UVector3(0, 0, 1), 0.9e-4);
     EXPECT_TRUE(sameBits(Vector3(near.getRotationAxis()), Vector3(UVector3(near.column(2))))) << "the shortest row";
-    Matrix3 const about_y = Matrix3::rotationMatrix(UVector3(0, 1, 0), 0.9e-4);
-    EXPECT_TRUE(sameBits(Vector3(about_y.getRotationAxis()), Vector3(UVector3(about_y.column(1)))));
-    Matrix3 const about_x = Matrix3::rotationMatrix(UVector3(1, 0, 0), 0.9e-4);
-    EXPECT_TRUE(sameBits(Vector3(about_x.getRotationAxis()), Vector3(UVector3(about_x.column(0)))));
+    Matrix3 const aboutY = Matrix3::rotationMatrix(UVector3(0, 1, 0), 0.9e-4);
+    EXPECT_TRUE(sameBits(Vector3(aboutY.getRotationAxis()), Vector3(UVector3(aboutY.column(1)))));
+    Matrix3 const aboutX = Matrix3::rotationMatrix(UVector3(1, 0, 0), 0.9e-4);
+    EXPECT_TRUE(sameBits(Vector3(aboutX.getRotationAxis()), Vector3(UVector3(aboutX.column(0)))));
 
     Matrix3 const tilted = Matrix3::rotationMatrix(UVector3(1, 2, 3), 1.2e-4);
-    EXPECT_NEAR(dist(tilted.getRotationAxis(), UVector3(1, 2, 3)), 0, 1e-7) << "just above it the axis is found";
+    EXPECT_NEAR(dist(tilted.getRotationAxis(), UVector3(1, 2, 3)), 0, 1e-7) << "above the threshold it is the axis";
 }
 
 TEST(GetRotationAxis, ThresholdIs1e16AndNotTheStepAboveIt)
 {
-    // Rows (1, 0, 0), (0, q, r) and 0 have the cross product (0, -r, q); its squared length is brought to the threshold
-    // and beside it, one unit in the last place apart.
+    // The rows (1, 0, 0), (0, q, r) and 0 have the cross product (0, -r, q). The loops choose r and q so that its
+    // squared length equals the threshold or differs from it by units in the last place.
     int atThreshold = 0;
     int justBelow = 0;
     double r = 1e-8;
@@ -340,9 +345,10 @@ TEST(GetRotationAngle, AHalfTurnIsPlusPi)
     EXPECT_DOUBLE_EQ(diagonal(-1, -1, 1).getRotationAngle(&z), kPi);
 }
 
-TEST(GetRotationAngle, MeasuresOnTheSignedlySmallestComponent)
+TEST(GetRotationAngle, UsesTheSmallestComponentBySign)
 {
-    // Of (-0.9, 0.1, 0.4) the signed least is x; the least magnitude would be y. A stretch tells which one was used.
+    // Of (-0.9, 0.1, 0.4) the smallest signed component is x and the smallest magnitude is y. The result for a
+    // stretched matrix depends on which of them is used.
     UVector3 const axis(-0.9, 0.1, 0.4);
     Matrix3 m = Matrix3::rotationMatrix(axis, 0.5);
     for (int i = 0; i < 3; ++i) m(i, 0) += 0.1 * (i + 1);
@@ -360,7 +366,7 @@ TEST(GetRotationAxisAndAngle, ReproduceTheRotation)
     }
 }
 
-TEST(GetRotationAxisAndAngle, MatchThePlainMethod)
+TEST(GetRotationAxisAndAngle, MatchTheReference)
 {
     forMatrices(207, [](Random& random, Matrix3 const& any) {
         Matrix3 m = any;
@@ -387,7 +393,7 @@ TEST(GetMatrixFromEigs, ReassemblesASymmetricMatrix)
     }
 }
 
-TEST(GetMatrixFromEigs, NeedsNeitherUnitNorPerpendicularVectors)
+TEST(GetMatrixFromEigs, AcceptsVectorsOfAnyLengthAndAngle)
 {
     double const values[3] = {1, 2, 3};
     Vector3 const vectors[3] = {{2, 0, 0}, {1, 1, 0}, {0, 1, 4}};
@@ -402,34 +408,35 @@ TEST(GetMatrixFromEigs, SingularVectorsGiveZero)
     EXPECT_EQ(Matrix3::getMatrixFromEigs(values, vectors), kZero);
 }
 
-TEST(GetMatrixFromEigs, MatchesThePlainMethod)
+TEST(GetMatrixFromEigs, MatchesTheReference)
 {
     forMatrices(209, [](Random& random, Matrix3 const& m) {
         double const values[3] = {random.hostile(), random.uniform(), random.spread()};
         Vector3 const vectors[3] = {m.column(0), m.column(1), m.column(2)};
-        EXPECT_TRUE(sameBits(Matrix3::getMatrixFromEigs(values, vectors), reference::getMatrixFromEigs(values, vectors)));
+        EXPECT_TRUE(
+            sameBits(Matrix3::getMatrixFromEigs(values, vectors), reference::getMatrixFromEigs(values, vectors)));
     });
 }
 
 namespace {
 
-UVector3 const kUntouched(3, 0, 4);
+UVector3 const kUnwritten(3, 0, 4);
 
-void expectUntouched(UVector3 const* out, int from)
+void expectUnwritten(UVector3 const* out, int from)
 {
-    for (int k = from; k < 3; ++k) EXPECT_EQ(out[k], kUntouched) << k;
+    for (int k = from; k < 3; ++k) EXPECT_EQ(out[k], kUnwritten) << k;
 }
 
 } // namespace
 
-TEST(GetNullspace, OfARegularMatrixIsEmptyUnlessForced)
+TEST(GetNullspace, OfARegularMatrixIsEmptyWithoutForce)
 {
-    UVector3 out[3] = {kUntouched, kUntouched, kUntouched};
+    UVector3 out[3] = {kUnwritten, kUnwritten, kUnwritten};
     EXPECT_EQ(diagonal(3, 2, 1e-3).getNullspace(out, false), 0);
-    expectUntouched(out, 0);
+    expectUnwritten(out, 0);
     EXPECT_EQ(diagonal(3, 2, 1e-3).getNullspace(out, true), 1);
-    EXPECT_NEAR(std::fabs(out[0].z), 1, 1e-6) << "the least-determined direction";
-    expectUntouched(out, 1);
+    EXPECT_NEAR(std::fabs(out[0].z), 1, 1e-6) << "the direction that the matrix shortens most";
+    expectUnwritten(out, 1);
 }
 
 TEST(GetNullspace, ADeterminantOf1e8IsStillSingular)
@@ -439,9 +446,9 @@ TEST(GetNullspace, ADeterminantOf1e8IsStillSingular)
     EXPECT_EQ(diagonal(1, 1, std::nextafter(1e-8, 1)).getNullspace(out, false), 0);
 }
 
-TEST(GetNullspace, OfZeroIsEverything)
+TEST(GetNullspace, OfTheZeroMatrixIsTheWholeSpace)
 {
-    UVector3 out[3] = {kUntouched, kUntouched, kUntouched};
+    UVector3 out[3] = {kUnwritten, kUnwritten, kUnwritten};
     EXPECT_EQ(kZero.getNullspace(out, false), 3);
     EXPECT_EQ(out[0], Vector3(1, 0, 0));
     EXPECT_EQ(out[1], Vector3(0, 1, 0));
@@ -451,24 +458,24 @@ TEST(GetNullspace, OfZeroIsEverything)
 
 TEST(GetNullspace, OfRankTwoIsALine)
 {
-    UVector3 out[3] = {kUntouched, kUntouched, kUntouched};
+    UVector3 out[3] = {kUnwritten, kUnwritten, kUnwritten};
     EXPECT_EQ(diagonal(1, 1, 0).getNullspace(out, false), 1);
     EXPECT_EQ(std::fabs(out[0].z), 1);
-    expectUntouched(out, 1);
+    expectUnwritten(out, 1);
 }
 
 TEST(GetNullspace, OfRankOneIsAPlane)
 {
     Matrix3 m;
     m.tensor({1, 0, 0}, {1, 0, 0});
-    UVector3 out[3] = {kUntouched, kUntouched, kUntouched};
+    UVector3 out[3] = {kUnwritten, kUnwritten, kUnwritten};
     EXPECT_EQ(m.getNullspace(out, false), 2);
     for (int k = 0; k < 2; ++k) {
         EXPECT_EQ(out[k].x, 0);
         EXPECT_DOUBLE_EQ(out[k].length(), 1);
     }
     EXPECT_NEAR(out[0] * out[1], 0, 1e-15);
-    expectUntouched(out, 2);
+    expectUnwritten(out, 2);
 }
 
 TEST(GetNullspace, IsMappedToZero)
@@ -489,17 +496,17 @@ TEST(GetNullspace, IsMappedToZero)
     }
 }
 
-TEST(GetNullspace, MatchesThePlainMethod)
+TEST(GetNullspace, MatchesTheReference)
 {
     int counts[4] = {};
     forMatrices(211, [&](Random& random, Matrix3 const& m) {
         bool const force = random.oneIn(2);
-        UVector3 out[3] = {kUntouched, kUntouched, kUntouched};
-        Vector3 expected[3] = {kUntouched, kUntouched, kUntouched};
+        UVector3 out[3] = {kUnwritten, kUnwritten, kUnwritten};
+        Vector3 expected[3] = {kUnwritten, kUnwritten, kUnwritten};
         int const count = m.getNullspace(out, force);
         ++counts[count];
         ASSERT_EQ(count, reference::getNullspace(m, expected, force));
         for (int k = 0; k < 3; ++k) EXPECT_TRUE(sameBits(Vector3(out[k]), expected[k])) << k;
     });
-    for (int const count : counts) EXPECT_GT(count, 20) << "an outcome was hardly reached";
+    for (int const count : counts) EXPECT_GT(count, 20) << "a number of vectors occurred too rarely";
 }

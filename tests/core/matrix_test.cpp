@@ -18,9 +18,9 @@ namespace {
 using test::Random;
 using test::sameBits;
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
-double const kPi = 3.14159265358979323846;
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kPi = 3.14159265358979323846;
 
 Matrix translation(double x, double y, double z)
 {
@@ -79,8 +79,8 @@ void forMatrices(std::uint64_t seed, Check check)
     }
 }
 
-// What `print` leaves in the file behind standard output, read past the buffer of the standard library, so that only
-// what was flushed counts.
+// The text that `print` writes to the file behind standard output. The file is read without the standard library, so
+// the text contains only what was flushed.
 std::string printed(Matrix const& m)
 {
     std::fflush(stdout);
@@ -102,7 +102,7 @@ std::string printed(Matrix const& m)
 
 } // namespace
 
-TEST(Matrixf, IsAnAggregateOfSixteenFloatsThatStartsAsTheIdentity)
+TEST(Matrixf, IsAnAggregateOfSixteenFloatsWithTheIdentityAsDefault)
 {
     Matrixf const m = {{{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}, {13, 14, 15, 16}}};
     EXPECT_EQ(m(1, 3), 8.0f);
@@ -110,7 +110,7 @@ TEST(Matrixf, IsAnAggregateOfSixteenFloatsThatStartsAsTheIdentity)
     EXPECT_EQ(Matrix(Matrixf()), Matrix());
 }
 
-TEST(Matrix, StartsAsTheIdentityAndIsStoredRowByRow)
+TEST(Matrix, DefaultIsTheIdentityAndStorageIsRowByRow)
 {
     Matrix m;
     for (int k = 0; k < 16; ++k) EXPECT_EQ(m(k / 4, k % 4), k % 5 == 0 ? 1.0 : 0.0);
@@ -154,7 +154,7 @@ TEST(Matrix, ThePointMapIgnoresTheLastRow)
     EXPECT_EQ(m * Vector3(1, 1, 1), Vector3(2, 3, 4));
 }
 
-TEST(Matrix, AScalarReachesAllElementsButScaleKeepsTheLastRow)
+TEST(Matrix, AProductWithANumberScalesAllElementsAndScaleResetsTheLastRow)
 {
     Matrix const m = counting();
     Matrix const product = m * 2.0;
@@ -172,7 +172,7 @@ TEST(Matrix, TransposeSwapsRowsAndColumns)
     EXPECT_NE(m, m.transpose());
 }
 
-TEST(Matrix, DistToCountsEveryElement)
+TEST(Matrix, DistToDependsOnEveryElement)
 {
     for (int k = 0; k < 16; ++k) {
         Matrix m;
@@ -183,7 +183,7 @@ TEST(Matrix, DistToCountsEveryElement)
     }
 }
 
-TEST(Matrix, ArithmeticMatchesThePlainMethod)
+TEST(Matrix, ArithmeticMatchesTheReference)
 {
     forMatrices(401, [](Random& random, Matrix const& a) {
         Matrix const b = randomMatrix(random);
@@ -233,12 +233,12 @@ TEST(MatrixInverse, ASingularBlockGivesTheIdentity)
 {
     EXPECT_EQ(scaling(1e-14, 1, 1).inverse(), Matrix());
     EXPECT_EQ((translation(1, 2, 3) * scaling(1, 1, 0)).inverse(), Matrix());
-    EXPECT_EQ(scaling(1e-13, 1, 1).inverse(), Matrix()) << "strict: exactly 1e-13 is not greater";
+    EXPECT_EQ(scaling(1e-13, 1, 1).inverse(), Matrix()) << "1e-13 is not greater than the threshold";
     EXPECT_EQ(scaling(std::nextafter(1e-13, 1), 1, 1).inverse()(0, 0), 1.0 / std::nextafter(1e-13, 1));
-    EXPECT_EQ(scaling(kNaN, 1, 1).inverse(), Matrix()) << "NaN is not greater either";
+    EXPECT_EQ(scaling(kNaN, 1, 1).inverse(), Matrix()) << "no comparison with NaN is true";
 }
 
-TEST(MatrixInverse, TakesTheLastRowForThatOfAnAffineMap)
+TEST(MatrixInverse, DoesNotReadTheLastRow)
 {
     Matrix m = translation(1, 2, 3) * scaling(2, 4, 8);
     Matrix const expected = m.inverse();
@@ -258,7 +258,7 @@ TEST(MatrixInverse, UndoesTheMap)
     }
 }
 
-TEST(MatrixInverse, MatchesThePlainMethod)
+TEST(MatrixInverse, MatchesTheReference)
 {
     forMatrices(403, [](Random&, Matrix const& m) { EXPECT_TRUE(sameBits(m.inverse(), reference::inverse(m))); });
 }
@@ -270,7 +270,7 @@ TEST(IsRigid, HoldsForRotationAndTranslation)
         Matrix const turn = Matrix::rotationMatrix(random.point(), random.uniform(-4, 4));
         ASSERT_TRUE((translation(random.uniform(-1e6, 1e6), 2, 3) * turn).isRigid());
     }
-    EXPECT_TRUE(scaling(1, 1, -1).isRigid()) << "a mirror keeps distances too";
+    EXPECT_TRUE(scaling(1, 1, -1).isRigid()) << "a reflection keeps distances too";
 }
 
 TEST(IsRigid, FailsForScaleAndShear)
@@ -282,9 +282,10 @@ TEST(IsRigid, FailsForScaleAndShear)
     EXPECT_FALSE(sheared.isRigid());
 }
 
-TEST(IsRigid, AUniformScaleMayDifferByHalfTheBound)
+TEST(IsRigid, AUniformScaleMayDifferByHalfTheThreshold)
 {
-    // N * transpose(N) is the identity but for 1 / scale^2 in the corner, which moves twice as fast as the scale.
+    // N * transpose(N) differs from the identity only in element (3, 3), which is 1 / scale^2. Its relative change is
+    // twice that of the scale.
     EXPECT_TRUE(scaling(1.00004, 1.00004, 1.00004).isRigid());
     EXPECT_FALSE(scaling(1.00006, 1.00006, 1.00006).isRigid());
 }
@@ -306,13 +307,13 @@ TEST(IsRigid, TheLastRowMustBeExact)
     EXPECT_TRUE(m.isRigid());
 }
 
-TEST(IsRigid, ANaNDistanceDoesNotExceedTheBound)
+TEST(IsRigid, ANaNDistanceGivesTrue)
 {
     EXPECT_TRUE(scaling(0, 1, 1).isRigid());
     EXPECT_TRUE(scaling(1, kNaN, 1).isRigid());
 }
 
-TEST(IsRigid, MatchesThePlainMethod)
+TEST(IsRigid, MatchesTheReference)
 {
     forMatrices(405, [](Random& random, Matrix const& any) {
         Matrix m = any;
@@ -321,7 +322,7 @@ TEST(IsRigid, MatchesThePlainMethod)
     });
 }
 
-TEST(MatrixRotationAxis, IsThatOfTheRotationWhateverTheScale)
+TEST(MatrixRotationAxis, DoesNotDependOnTheScale)
 {
     Matrix const turn = Matrix::rotationMatrix({1, 2, 3}, 0.7);
     EXPECT_NEAR(dist(turn.getRotationAxis(), UVector3(1, 2, 3)), 0, 1e-14);
@@ -330,7 +331,8 @@ TEST(MatrixRotationAxis, IsThatOfTheRotationWhateverTheScale)
 
 TEST(MatrixRotationAxis, TriesThePairsInOrder)
 {
-    // About z the pair (0, 1) decides; about x column 0 does not move, so that the pair (1, 2) does; about y (2, 0).
+    // The pair (0, 1) gives the axis z. Column 0 of a rotation about x does not move, so the pair (1, 2) gives x. For
+    // y it is the pair (2, 0).
     for (int axis = 0; axis < 3; ++axis) {
         Vector3 direction;
         direction[axis] = 1;
@@ -338,14 +340,14 @@ TEST(MatrixRotationAxis, TriesThePairsInOrder)
     }
 }
 
-TEST(MatrixRotationAxis, NoPairGivesX)
+TEST(MatrixRotationAxis, WithoutAUsablePairIsX)
 {
     EXPECT_EQ(Matrix().getRotationAxis(), Vector3(1, 0, 0));
     EXPECT_EQ(scaling(0, 0, 0).getRotationAxis(), Vector3(1, 0, 0));
     EXPECT_EQ(scaling(-1, 0, 0).getRotationAxis(), Vector3(1, 0, 0)) << "one usable column is not a pair";
 }
 
-TEST(MatrixRotationAxis, PassesByAColumnThatCannotBeNormalised)
+TEST(MatrixRotationAxis, SkipsAColumnThatCannotBeNormalised)
 {
     Matrix m = Matrix::rotationMatrix({1, 1, 1}, 1.0);
     for (int i = 0; i < 3; ++i) m(i, 0) = 0;
@@ -359,7 +361,7 @@ TEST(MatrixRotationAngle, IsSignedAboutAnAxisOfAnyLength)
     EXPECT_NEAR(m.getRotationAngle({-10, -20, -30}), -0.7, 1e-14);
 }
 
-TEST(MatrixRotationAxisAndAngle, MatchThePlainMethod)
+TEST(MatrixRotationAxisAndAngle, MatchTheReference)
 {
     forMatrices(406, [](Random& random, Matrix const& m) {
         Vector3 const axis = random.oneIn(4) ? random.hostilePoint() : random.point();
@@ -387,11 +389,11 @@ TEST(MatrixRotationMatrix, IsRightHandedForAnAxisOfAnyLength)
     EXPECT_EQ(m(0, 3), 0.0);
 }
 
-TEST(MatrixRotationMatrix, AShortAxisIsHeldAgainstTheAngle)
+TEST(MatrixRotationMatrix, AShortAxisIsComparedWithTheAngle)
 {
     EXPECT_EQ(Matrix::rotationMatrix({0, 0, 1e-5}, 0.0), Matrix());
     EXPECT_EQ(Matrix::rotationMatrix({0, 0, 1e-5}, -1.0), Matrix());
-    EXPECT_EQ(Matrix::rotationMatrix({0, 0, 1e-5}, 1e-5), Matrix()) << "a length equal to the angle counts";
+    EXPECT_EQ(Matrix::rotationMatrix({0, 0, 1e-5}, 1e-5), Matrix()) << "a length equal to the angle is not below it";
     EXPECT_NE(Matrix::rotationMatrix({0, 0, 1e-5}, 1.01e-5), Matrix());
     EXPECT_NE(Matrix::rotationMatrix({0, 0, 1e-4}, -1.0), Matrix()) << "0.0001 is not below 0.0001";
     EXPECT_NEAR(Matrix::rotationMatrix({0, 0, 1e-5}, 1.0).distTo(Matrix::rotationMatrix({0, 0, 1}, 1.0)), 0, 1e-15);
@@ -403,7 +405,7 @@ TEST(MatrixRotationMatrix, AZeroAxisWithAnAngleGivesNaN)
     EXPECT_EQ(Matrix::rotationMatrix({0, 0, 0}, 0.0), Matrix());
 }
 
-TEST(MatrixRotationMatrix, MatchesThePlainMethod)
+TEST(MatrixRotationMatrix, MatchesTheReference)
 {
     forMatrices(407, [](Random& random, Matrix const&) {
         Vector3 const axis = random.oneIn(2) ? random.hostilePoint() : random.point() * random.spread(-30, 4);
@@ -412,7 +414,7 @@ TEST(MatrixRotationMatrix, MatchesThePlainMethod)
     });
 }
 
-TEST(RigidTransform, CarriesPointAndDirection)
+TEST(RigidTransform, MovesThePointAndTurnsTheDirection)
 {
     Random random(408);
     for (int trial = 0; trial < 1000; ++trial) {
@@ -424,7 +426,7 @@ TEST(RigidTransform, CarriesPointAndDirection)
     }
 }
 
-TEST(RigidTransform, EqualDirectionsOnlyMove)
+TEST(RigidTransform, EqualDirectionsGiveATranslation)
 {
     EXPECT_NEAR(Matrix::rigidTransform({1, 2, 3}, {0, 3, 4}, {5, 5, 5}, {0, 6, 8}).distTo(translation(4, 3, 2)), 0,
                 1e-15);
@@ -438,14 +440,14 @@ TEST(RigidTransform, OppositeDirectionsTurnAboutZ)
     EXPECT_NEAR(dist(kept * Vector3(0, 0, 1), {0, 0, 1}), 0, 1e-15) << "the fallback axis is the direction itself";
 }
 
-TEST(RigidTransform, MatchesThePlainMethod)
+TEST(RigidTransform, MatchesTheReference)
 {
     forMatrices(409, [](Random& random, Matrix const&) {
         Vector3 p[4];
         for (Vector3& v : p) v = random.oneIn(8) ? random.hostilePoint() : random.point();
         if (random.oneIn(8)) p[3] = p[1] * random.uniform();
-        EXPECT_TRUE(
-            sameBits(Matrix::rigidTransform(p[0], p[1], p[2], p[3]), reference::rigidTransform(p[0], p[1], p[2], p[3])));
+        EXPECT_TRUE(sameBits(Matrix::rigidTransform(p[0], p[1], p[2], p[3]),
+                             reference::rigidTransform(p[0], p[1], p[2], p[3])));
     });
 }
 
@@ -469,7 +471,7 @@ TEST(MatrixInterpolate, HalvesRotationScaleAndTranslation)
     EXPECT_EQ(Matrix::interpolate(translation(1, 2, 3), translation(3, 6, 3), 0.5), translation(2, 4, 3));
 }
 
-TEST(MatrixInterpolate, RunsAtConstantRate)
+TEST(MatrixInterpolate, TurnsAtConstantRate)
 {
     Random random(410);
     for (int trial = 0; trial < 500; ++trial) {
@@ -488,7 +490,7 @@ TEST(MatrixInterpolate, AZeroFirstRowGivesNoFiniteScale)
     EXPECT_FALSE(std::isfinite(m(0, 0)));
 }
 
-TEST(MatrixInterpolate, MatchesThePlainMethod)
+TEST(MatrixInterpolate, MatchesTheReference)
 {
     forMatrices(411, [](Random& random, Matrix const& A) {
         Matrix const B = randomMatrix(random);

@@ -1,6 +1,7 @@
 #pragma once
 
-/// `Matrix3` and the eigen-solver written out element by element in the order of their formulas.
+/// Reference implementations of the functions of `Matrix3` and of the eigen-solver: each formula element by element,
+/// every sum in the order of its formula.
 
 #include <cmath>
 
@@ -73,7 +74,7 @@ inline Matrix3 inverse(Matrix3 const& m)
     return fromRows(r);
 }
 
-/// Rotation about an axis taken as it is.
+/// Rotation about an axis that is not normalised.
 inline Matrix3 rotationMatrix(Vector3 const& axis, double angle)
 {
     double const x = axis.x;

@@ -1,6 +1,7 @@
 #pragma once
 
-/// `Matrix` and `Transform` written out element by element in the order of their formulas.
+/// Reference implementations of the functions of `Matrix` and `Transform`: each formula element by element, every sum
+/// in the order of its formula.
 
 #include <cmath>
 

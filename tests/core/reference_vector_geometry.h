@@ -1,7 +1,7 @@
 #pragma once
 
-/// The vector functions written out coordinate by coordinate, each sum in the order of its formula: what the library is
-/// held against, bit for bit, and timed against.
+/// Reference implementations of the vector functions: each formula coordinate by coordinate, every sum in the order
+/// of its formula. Tests compare the library with them bit for bit, and benches compare times.
 
 #include <cmath>
 
@@ -49,7 +49,7 @@ inline bool autoNormalize(Vector3& a)
     return true;
 }
 
-/// What the constructor of `UVector3` makes of a vector.
+/// The vector that the constructor of `UVector3` gives.
 inline Vector3 unit(Vector3 a)
 {
     if (!autoNormalize(a)) a.z = 1.0;

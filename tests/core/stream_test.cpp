@@ -32,13 +32,13 @@ TEST(Stream, WritesTransformsAndBoxes)
     EXPECT_EQ(textOf(Bbox()), "{min (0, 0, 0), max (0, 0, -2)}");
 }
 
-TEST(Stream, WritesPlaneVectors)
+TEST(Stream, WritesVectorsOfThePlane)
 {
     EXPECT_EQ(textOf(tzNM::vect2<double>(1, 2.5)), "(1, 2.5)");
     EXPECT_EQ(textOf(tzNM::vect2<float>(1, 2.5f)), "(1, 2.5)");
 }
 
-TEST(Stream, KeepsTheStreamsNumberFormat)
+TEST(Stream, UsesTheNumberFormatOfTheStream)
 {
     std::ostringstream out;
     out << std::fixed << std::setprecision(2) << tzNM::vect2<double>(1, 2.345) << Bbox();

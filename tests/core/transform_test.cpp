@@ -16,9 +16,9 @@ namespace {
 using test::Random;
 using test::sameBits;
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
-double const kPi = 3.14159265358979323846;
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kPi = 3.14159265358979323846;
 
 Transform randomTransform(Random& random)
 {
@@ -58,19 +58,19 @@ double mapDifference(Transform const& a, Transform const& b)
 
 } // namespace
 
-TEST(Transform, StartsAsTheIdentity)
+TEST(Transform, DefaultIsTheIdentity)
 {
     EXPECT_EQ(Transform() * Vector3(1, 2, 3), Vector3(1, 2, 3));
     EXPECT_EQ(Transform().scale, 1.0);
     EXPECT_EQ(Transform(1.0), Transform());
 }
 
-TEST(Transform, ANumberScales)
+TEST(Transform, OfANumberScales)
 {
     EXPECT_EQ(Transform(2.0) * Vector3(1, 0, 0), Vector3(2, 0, 0));
 }
 
-TEST(Transform, ScalesThenTurnsThenMoves)
+TEST(Transform, AppliesScaleThenRotationThenTranslation)
 {
     Transform t(Vector3(0, 0, 9), kPi / 2);
     t.scale = 3;
@@ -78,7 +78,7 @@ TEST(Transform, ScalesThenTurnsThenMoves)
     EXPECT_NEAR(dist(t * Vector3(1, 0, 0), {10, 3, 0}), 0, 1e-15);
 }
 
-TEST(Transform, AFrameHasItsDirectionsInColumnsTwoAndZero)
+TEST(Transform, OfAFrameHasTheDirectionsInColumnsTwoAndZero)
 {
     Transform const t(UVector3(0, 0, 1), UVector3(1, 0, 0), {5, 6, 7});
     EXPECT_EQ(t.linear, Matrix3());
@@ -96,7 +96,7 @@ TEST(Transform, AxisAndAngleNormaliseTheAxis)
     EXPECT_EQ(Transform(Vector3(), 0.5).linear, Matrix3::rotationMatrix(UVector3(0, 0, 1), 0.5)) << "null fallback";
 }
 
-TEST(TransformGetMatrix, HoldsTheScaledBlockAndTheTranslation)
+TEST(TransformGetMatrix, ContainsTheScaledBlockAndTheTranslation)
 {
     Matrix const m = Transform(UVector3(0, 0, 1), UVector3(1, 0, 0), {5, 6, 7}).getMatrix();
     double const rows[4][4] = {{1, 0, 0, 5}, {0, 1, 0, 6}, {0, 0, 1, 7}, {0, 0, 0, 1}};
@@ -106,7 +106,7 @@ TEST(TransformGetMatrix, HoldsTheScaledBlockAndTheTranslation)
     EXPECT_EQ(Transform(-2.0).getLinear()(2, 2), -2.0);
 }
 
-TEST(TransformGetMatrix, IsTheSameMap)
+TEST(TransformGetMatrix, DescribesTheSameMap)
 {
     Random random(501);
     for (int trial = 0; trial < 500; ++trial) {
@@ -116,7 +116,7 @@ TEST(TransformGetMatrix, IsTheSameMap)
     }
 }
 
-TEST(TransformLinearComponent, OnlyDropsTheTranslation)
+TEST(TransformLinearComponent, RemovesOnlyTheTranslation)
 {
     Random random(502);
     Transform const t = randomTransform(random);
@@ -151,14 +151,14 @@ TEST(TransformInverse, AZeroScaleGivesAnInfiniteOne)
     EXPECT_EQ(Transform(0.0).inverse().scale, kInfinity);
 }
 
-TEST(TransformInverse, TransposesWhateverLinearHolds)
+TEST(TransformInverse, TransposesAnyLinearPart)
 {
     Transform t;
     t.linear = Matrix3({1, 2, 3}, {4, 5, 6}, {7, 8, 9});
     EXPECT_EQ(t.inverse().linear, t.linear.transpose());
 }
 
-TEST(TransformArithmetic, MatchesThePlainMethod)
+TEST(TransformArithmetic, MatchesTheReference)
 {
     forTransforms(505, [](Random& random, Transform const& A) {
         Transform const B = hostileTransform(random);
@@ -174,7 +174,7 @@ TEST(TransformArithmetic, MatchesThePlainMethod)
     });
 }
 
-TEST(TransformRotate, TakesOneDirectionOntoAnother)
+TEST(TransformRotate, TurnsOneDirectionIntoAnother)
 {
     Random random(506);
     for (int trial = 0; trial < 1000; ++trial) {
@@ -185,7 +185,7 @@ TEST(TransformRotate, TakesOneDirectionOntoAnother)
 
 TEST(TransformRotate, EqualDirectionsGiveTheIdentityOppositeOnesAHalfTurnAboutTheSecondBasisVector)
 {
-    UVector3 const a(3, 0, 4); // (0.6, 0, 0.8): crosses with itself and its opposite are exactly zero
+    UVector3 const a(3, 0, 4); // (0.6, 0, 0.8): the cross products with itself and its opposite are exactly zero
     EXPECT_EQ(Transform::rotate(a, a), Transform());
     Vector3 e1, e2;
     getBasis(a, e1, e2);
@@ -195,7 +195,7 @@ TEST(TransformRotate, EqualDirectionsGiveTheIdentityOppositeOnesAHalfTurnAboutTh
     EXPECT_NEAR(dist(half * a, -a), 0, 1e-15);
 }
 
-TEST(TransformRotate, MatchesThePlainMethod)
+TEST(TransformRotate, MatchesTheReference)
 {
     forTransforms(507, [](Random& random, Transform const&) {
         UVector3 const a(random.oneIn(8) ? random.hostilePoint() : random.point());
@@ -213,7 +213,7 @@ TEST(TransformReflection, IsAHalfTurnWithNegativeScale)
     EXPECT_EQ(mirror.linear, Matrix3({-1, 0, 0}, {0, -1, 0}, {0, 0, 1}));
 }
 
-TEST(TransformReflection, MirrorsInThePlane)
+TEST(TransformReflection, ReflectsInThePlane)
 {
     Random random(508);
     for (int trial = 0; trial < 1000; ++trial) {
@@ -238,13 +238,13 @@ TEST(TransformInterpolate, EndsAreReturnedUnchanged)
     EXPECT_TRUE(std::isnan(Transform::interpolate(A, B, kNaN).translation.x));
 }
 
-TEST(TransformInterpolate, TheScaleGoesGeometrically)
+TEST(TransformInterpolate, TheScaleIsInterpolatedGeometrically)
 {
     EXPECT_DOUBLE_EQ(Transform::interpolate(Transform(1.0), Transform(4.0), 0.5).scale, 2.0);
     EXPECT_DOUBLE_EQ(Transform::interpolate(Transform(-1.0), Transform(-4.0), 0.5).scale, -2.0);
 }
 
-TEST(TransformInterpolate, TheSignOfTheScaleJumpsJustAboveTheMiddle)
+TEST(TransformInterpolate, TheSignOfTheScaleChangesJustAboveTheMiddle)
 {
     Transform const A(1.0), B(-1.0);
     EXPECT_EQ(Transform::interpolate(A, B, 0.5).scale, 1.0);
@@ -253,7 +253,7 @@ TEST(TransformInterpolate, TheSignOfTheScaleJumpsJustAboveTheMiddle)
     EXPECT_EQ(Transform::interpolate(B, A, std::nextafter(0.5, 1)).scale, 1.0);
 }
 
-TEST(TransformInterpolate, RotationAndTranslationGoAtConstantRate)
+TEST(TransformInterpolate, RotationAndTranslationHaveConstantRates)
 {
     Random random(510);
     for (int trial = 0; trial < 500; ++trial) {
@@ -266,7 +266,7 @@ TEST(TransformInterpolate, RotationAndTranslationGoAtConstantRate)
     }
 }
 
-TEST(TransformInterpolate, MatchesThePlainMethod)
+TEST(TransformInterpolate, MatchesTheReference)
 {
     forTransforms(511, [](Random& random, Transform const& A) {
         Transform const B = hostileTransform(random);

@@ -11,7 +11,7 @@
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 Vector3 atDegrees(double degrees)
 {
@@ -21,7 +21,7 @@ Vector3 atDegrees(double degrees)
 
 } // namespace
 
-TEST(Vector3, StartsAtZero)
+TEST(Vector3, DefaultIsZero)
 {
     EXPECT_EQ(Vector3(), Vector3(0, 0, 0));
 }
@@ -32,7 +32,7 @@ TEST(Vector3, IsThreeConsecutiveDoubles)
     EXPECT_EQ(sizeof(UVector3), sizeof(Vector3));
 }
 
-TEST(Vector3, IndexReachesEachComponent)
+TEST(Vector3, IndexGivesEachComponent)
 {
     Vector3 v(1, 2, 3);
     EXPECT_EQ(v[0], 1);
@@ -54,16 +54,15 @@ TEST(Vector3, CrossIsRightHanded)
     EXPECT_EQ(cross(Vector3(1, 0, 0), Vector3(0, 1, 0)), Vector3(0, 0, 1));
 }
 
-TEST(Vector3, NullTestIsStrict)
+TEST(Vector3, IsNullIsStrict)
 {
-    // 2^-43 and 2^-44 squared are exact; scale so that the squared length lands on the threshold or beside it.
     EXPECT_TRUE(Vector3(9.9e-14, 0, 0).isNull());
     EXPECT_FALSE(Vector3(1e-13, 0, 0).isNull()) << "a squared length of exactly 1e-26 is not below it";
     ASSERT_EQ(1e-13 * 1e-13, 1e-26);
     EXPECT_FALSE(Vector3(kNaN, 0, 0).isNull());
 }
 
-TEST(Vector3, AutoNormalizeLeavesNullAlone)
+TEST(Vector3, AutoNormalizeLeavesANullVectorUnchanged)
 {
     Vector3 v(1e-14, 2e-14, 0);
     EXPECT_FALSE(v.autoNormalize());
@@ -92,11 +91,11 @@ TEST(UVector3, BothConstructorsNormalise)
     EXPECT_DOUBLE_EQ(UVector3(0, 3, 4).length(), 1.0);
 }
 
-TEST(IsParallel, CallersToleranceIsSquaredAndTheTestStrict)
+TEST(IsParallel, TheToleranceIsSquaredAndTheComparisonStrict)
 {
     EXPECT_FALSE(Vector3(1, 0, 0).isParallel(Vector3(2, 0, 0), 1.0));
     EXPECT_TRUE(Vector3(1, 0, 0).isParallel(Vector3(2, 0, 0), 0.999));
-    // cos 60 = 0.5: a tolerance of 0.5 squared lies just at it; used unsquared, 0.6 would pass below.
+    // The squared cosine of 60 degrees is 0.25. It exceeds the square of 0.4 but not 0.4 itself.
     EXPECT_FALSE(Vector3(1, 0, 0).isParallel(atDegrees(60), 0.6));
     EXPECT_TRUE(Vector3(1, 0, 0).isParallel(atDegrees(60), 0.4));
 }
@@ -107,7 +106,7 @@ TEST(IsParallel, DefaultIsThreeHundredthsOfADegree)
     EXPECT_FALSE(Vector3(1, 0, 0).isParallel(atDegrees(0.0301), -1.0));
 }
 
-TEST(IsParallel, OppositeDirectionsCount)
+TEST(IsParallel, HoldsForOppositeDirections)
 {
     EXPECT_TRUE(Vector3(1, 2, 3).isParallel(Vector3(-1, -2, -3), -1.0));
 }
@@ -117,7 +116,7 @@ TEST(IsParallel, NullAndNaNAreParallelToNothing)
     EXPECT_FALSE(Vector3().isParallel(Vector3(), 0.0));
     EXPECT_FALSE(Vector3(1, 0, 0).isParallel(Vector3(), 0.0));
     EXPECT_FALSE(Vector3(kNaN, 0, 0).isParallel(Vector3(1, 0, 0), 0.0));
-    EXPECT_FALSE(Vector3(1, 0, 0).isParallel(Vector3(1, 0, 0), kNaN)) << "a NaN tolerance is squared, not defaulted";
+    EXPECT_FALSE(Vector3(1, 0, 0).isParallel(Vector3(1, 0, 0), kNaN)) << "a NaN tolerance does not select the default";
 }
 
 TEST(IsParallel, AlmostMeansFiveDegrees)
@@ -126,7 +125,7 @@ TEST(IsParallel, AlmostMeansFiveDegrees)
     EXPECT_FALSE(Vector3(1, 0, 0).isAlmostParallel(atDegrees(5.1)));
 }
 
-TEST(IsNormal, ToleranceIsSquaredAndTheTestStrict)
+TEST(IsNormal, TheToleranceIsSquaredAndTheComparisonStrict)
 {
     EXPECT_FALSE(Vector3(1, 0, 0).isNormal(Vector3(0, 1, 0), 0.0));
     EXPECT_FALSE(Vector3(1, 0, 0).isNormal(Vector3(1, 0, 0), 1.0));
@@ -159,14 +158,14 @@ TEST(Dist, SumsInOrder)
     EXPECT_EQ(dist({1, 2, 3}, {4, 6, 3}), 5.0);
 }
 
-TEST(StreamOutput, UsesTheStreamsFormatAndNoNewline)
+TEST(StreamOutput, UsesTheFormatOfTheStreamAndNoNewline)
 {
     std::ostringstream out;
     out << Vector3(1, 2.5, -3);
     EXPECT_EQ(out.str(), "(1, 2.5, -3)");
 }
 
-TEST(Vector3, MatchesThePlainMethodOnHostileInput)
+TEST(Vector3, MatchesTheReferenceOnHostileInput)
 {
     test::Random random(1);
     for (int trial = 0; trial < 20000; ++trial) {
@@ -189,7 +188,7 @@ TEST(Vector3, MatchesThePlainMethodOnHostileInput)
     }
 }
 
-TEST(IsNormal, AZeroToleranceFailsForEveryPair)
+TEST(IsNormal, AZeroToleranceGivesFalse)
 {
     test::Random random(2);
     for (int trial = 0; trial < 1000; ++trial) {

@@ -14,16 +14,16 @@ namespace {
 using test::Random;
 using test::sameBits;
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
-double const kPi = 3.14159265358979323846;
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kPi = 3.14159265358979323846;
 
 double below(double x)
 {
     return std::nextafter(x, -kInfinity);
 }
 
-// Calls `check` with input of every temper: ordinary, nearly degenerate, and hostile.
+// Calls `check` with points of four kinds: hostile, nearly equal, on a small grid, and ordinary.
 template <typename Check>
 void forPoints(std::uint64_t seed, Check check)
 {
@@ -31,11 +31,11 @@ void forPoints(std::uint64_t seed, Check check)
     for (int trial = 0; trial < 20000 && !testing::Test::HasFailure(); ++trial) {
         SCOPED_TRACE(trial);
         Vector3 points[5];
-        int const temper = random.below(4);
+        int const kind = random.below(4);
         for (Vector3& p : points) {
-            p = temper == 0 ? random.hostilePoint() : random.point();
-            if (temper == 1) p = points[0] + random.point() * std::ldexp(1.0, -random.below(60));
-            if (temper == 2) p = Vector3(random.below(3) - 1, random.below(3) - 1, random.below(3) - 1);
+            p = kind == 0 ? random.hostilePoint() : random.point();
+            if (kind == 1) p = points[0] + random.point() * std::ldexp(1.0, -random.below(60));
+            if (kind == 2) p = Vector3(random.below(3) - 1, random.below(3) - 1, random.below(3) - 1);
         }
         check(points);
     }
@@ -47,20 +47,25 @@ TEST(GetAngleBetween, IsCounterClockwiseAboutN)
 {
     EXPECT_DOUBLE_EQ(getAngleBetween({1, 0, 0}, {0, 1, 0}, {0, 0, 1}), kPi / 2);
     EXPECT_DOUBLE_EQ(getAngleBetween({1, 0, 0}, {0, 1, 0}, {0, 0, -1}), 3 * kPi / 2);
-    EXPECT_DOUBLE_EQ(getAngleBetween({2, 0, 0}, {0, 5, 0}, {7, 7, 1e-9}), kPi / 2) << "only the side of n counts";
+    EXPECT_DOUBLE_EQ(getAngleBetween({2, 0, 0}, {0, 5, 0}, {7, 7, 1e-9}), kPi / 2) << "only the side of n matters";
 }
 
-TEST(GetAngleBetween, EqualOppositeAndZeroVectors)
+TEST(GetAngleBetween, OfEqualVectorsIsZeroAndOfOppositeVectorsPi)
 {
     EXPECT_EQ(getAngleBetween({1, 2, 3}, {1, 2, 3}, {0, 0, -1}), 0.0);
     EXPECT_DOUBLE_EQ(getAngleBetween({1, 2, 3}, {-1, -2, -3}, {0, 0, 1}), kPi);
-    EXPECT_EQ(getAngleBetween({0, 0, 0}, {1, 2, 3}, {0, 0, -1}), 0.0);
 }
 
-TEST(GetAngleBetween, ANormalThatTakesNoSideLeavesTheAngleBelowPi)
+TEST(GetAngleBetween, OfAZeroVectorIsZeroOrPi)
+{
+    EXPECT_EQ(getAngleBetween({0, 0, 0}, {1, 2, 3}, {0, 0, -1}), 0.0);
+    EXPECT_DOUBLE_EQ(getAngleBetween({0, 0, 0}, {-1, -2, -3}, {0, 0, -1}), kPi) << "the dot product is -0.0";
+}
+
+TEST(GetAngleBetween, WithoutAnOrientationIsAtMostPi)
 {
     EXPECT_DOUBLE_EQ(getAngleBetween({1, 0, 0}, {0, 1, 0}, {0, 0, 0}), kPi / 2);
-    EXPECT_DOUBLE_EQ(getAngleBetween({1, 0, 0}, {0, 1, 0}, {kNaN, 0, -1}), kPi / 2) << "NaN is not below zero";
+    EXPECT_DOUBLE_EQ(getAngleBetween({1, 0, 0}, {0, 1, 0}, {kNaN, 0, -1}), kPi / 2) << "no comparison with NaN is true";
     EXPECT_TRUE(std::isnan(getAngleBetween({kNaN, 0, 0}, {0, 1, 0}, {0, 0, 1})));
 }
 
@@ -69,7 +74,7 @@ TEST(GetAngleBetween, ATinyClockwiseAngleRoundsToTheFullTurn)
     EXPECT_EQ(getAngleBetween({1, 0, 0}, {1, -1e-20, 0}, {0, 0, 1}), 6.283185307179586);
 }
 
-TEST(GetAngleBetween, MatchesThePlainMethod)
+TEST(GetAngleBetween, MatchesTheReference)
 {
     forPoints(101, [](Vector3 const* p) {
         EXPECT_TRUE(sameBits(getAngleBetween(p[0], p[1], p[2]), reference::getAngleBetween(p[0], p[1], p[2])));
@@ -84,26 +89,27 @@ TEST(SamePlane, NormalsMayBeOppositeAndPointsAnywhereInThePlane)
     EXPECT_TRUE(samePlane({1, 2, 3}, up, {1, 2, 3}, up));
 }
 
-TEST(SamePlane, FalseAcrossAGapOrATurn)
+TEST(SamePlane, IsFalseForAnOffsetOrAnAngle)
 {
     UVector3 const up(0, 0, 1);
     EXPECT_FALSE(samePlane({1, 2, 3}, up, {1, 2, 4}, up));
     EXPECT_FALSE(samePlane({1, 2, 3}, up, {1, 2, 3}, UVector3(0, 0.1, 1)));
-    EXPECT_FALSE(samePlane({1, 2, 3}, up, {1, 2, 3 + 1e-12}, up)) << "longer than null, however short";
-    EXPECT_TRUE(samePlane({1, 2, 0}, up, {1, 2, 9e-14}, up)) << "null";
+    EXPECT_FALSE(samePlane({1, 2, 3}, up, {1, 2, 3 + 1e-12}, up)) << "the offset is short but not null";
+    EXPECT_TRUE(samePlane({1, 2, 0}, up, {1, 2, 9e-14}, up)) << "the offset is null";
 }
 
-TEST(SamePlane, TheOffsetIsHeldAgainstTheFirstNormal)
+TEST(SamePlane, TheOffsetIsComparedWithTheFirstNormal)
 {
     double const degree = kPi / 180;
     UVector3 const m(0, 0, 1);
     UVector3 const n(std::sin(0.02 * degree), 0, std::cos(0.02 * degree));
-    Vector3 const q(std::cos(0.02 * degree), 0, std::sin(0.02 * degree)); // 0.02 degrees off m's plane, 0.04 off n's
+    // At 0.02 degrees from the plane of m and at 0.04 degrees from that of n.
+    Vector3 const q(std::cos(0.02 * degree), 0, std::sin(0.02 * degree));
     EXPECT_TRUE(samePlane({0, 0, 0}, m, q, n));
     EXPECT_FALSE(samePlane({0, 0, 0}, n, q, m));
 }
 
-TEST(SamePlane, MatchesThePlainMethod)
+TEST(SamePlane, MatchesTheReference)
 {
     forPoints(102, [](Vector3 const* p) {
         UVector3 const m(p[1]);
@@ -112,7 +118,7 @@ TEST(SamePlane, MatchesThePlainMethod)
     });
 }
 
-TEST(ProjectOnLine, GivesTheFoot)
+TEST(ProjectOnLine, GivesTheNearestPointOfTheLine)
 {
     EXPECT_EQ(projectOnLine({3, 4, 5}, {1, 0, 0}, UVector3(1, 0, 0)), Vector3(3, 0, 0));
 }
@@ -122,7 +128,7 @@ TEST(ProjectOnPlane, ProjectsTheFirstPointNotTheSecond)
     EXPECT_EQ(projectOnPlane({3, 4, 5}, {9, 9, 1}, UVector3(0, 0, 1)), Vector3(3, 4, 1));
 }
 
-TEST(ProjectOnLineAndPlane, MatchThePlainMethod)
+TEST(ProjectOnLineAndPlane, MatchTheReference)
 {
     forPoints(103, [](Vector3 const* p) {
         UVector3 const d(p[2]);
@@ -142,7 +148,7 @@ TEST(DistSqToLineSegment, BeyondAnEndGivesTheEndExactly)
     EXPECT_EQ(t, 0.0);
 }
 
-TEST(DistSqToLineSegment, BetweenTheEndsGivesTheFoot)
+TEST(DistSqToLineSegment, BetweenTheEndsGivesTheProjection)
 {
     double t = -1;
     EXPECT_EQ(distSqToLineSegment({1, 2, 0}, {0, 0, 0}, {4, 0, 0}, &t), 4.0);
@@ -157,7 +163,7 @@ TEST(DistSqToLineSegment, EqualEndsActAsAPoint)
     EXPECT_EQ(t, 0.0);
 }
 
-TEST(DistSqToLineSegment, EndsWinWithinTheirMarginInclusively)
+TEST(DistSqToLineSegment, AnEndIsNearestWithinItsMarginInclusively)
 {
     Vector3 const a(0, 0, 0);
     Vector3 const b(1, 0, 0);
@@ -167,21 +173,21 @@ TEST(DistSqToLineSegment, EndsWinWithinTheirMarginInclusively)
     distSqToLineSegment({std::nextafter(1e-13, 1), 5, 0}, a, b, &t);
     EXPECT_EQ(t, std::nextafter(1e-13, 1));
 
-    Vector3 const c(-1, 0, 0); // towards the origin, so that the margin at the far end is exact as well
+    Vector3 const c(-1, 0, 0); // the second end is the origin, so that its margin is exact too
     distSqToLineSegment({-1e-13, 5, 0}, c, a, &t);
     EXPECT_EQ(t, 1.0);
     distSqToLineSegment({below(-1e-13), 5, 0}, c, a, &t);
     EXPECT_LT(t, 1.0);
 }
 
-TEST(DistSqToLineSegment, TheFirstEndWinsAShortSegment)
+TEST(DistSqToLineSegment, TheFirstEndIsNearestOnAShortSegment)
 {
     double t = -1;
     distSqToLineSegment({1e-8, 0, 0}, {0, 0, 0}, {1e-8, 0, 0}, &t); // both dot products lie within the margin
     EXPECT_EQ(t, 0.0);
 }
 
-TEST(DistSqToLineSegment, NaNTakesTheInteriorBranch)
+TEST(DistSqToLineSegment, NaNGivesDistanceZeroAndPositionNaN)
 {
     double t = 7;
     EXPECT_EQ(distSqToLineSegment({kNaN, 0, 0}, {0, 0, 0}, {1, 0, 0}, &t), 0.0);
@@ -190,7 +196,7 @@ TEST(DistSqToLineSegment, NaNTakesTheInteriorBranch)
     EXPECT_TRUE(std::isnan(t));
 }
 
-TEST(DistSqToLineSegment, PositionMayBeWrittenOverACoordinate)
+TEST(DistSqToLineSegment, ThePositionMayOverwriteACoordinate)
 {
     Vector3 p(3, 4, 0);
     EXPECT_EQ(distSqToLineSegment(p, {0, 0, 0}, {0, 1, 0}, &p.x), 9.0 + 9.0);
@@ -199,7 +205,7 @@ TEST(DistSqToLineSegment, PositionMayBeWrittenOverACoordinate)
     EXPECT_EQ(distSqToLineSegment(q, {0, 0, 0}, {0, 1, 0}, &q.y), 25.0);
 }
 
-TEST(DistSqToLineSegment, NeverNegativeNeverFartherThanASample)
+TEST(DistSqToLineSegment, IsNeverNegativeAndNeverFartherThanASample)
 {
     Random random(104);
     for (int trial = 0; trial < 3000; ++trial) {
@@ -213,19 +219,20 @@ TEST(DistSqToLineSegment, NeverNegativeNeverFartherThanASample)
         ASSERT_GE(result, 0.0);
         ASSERT_GE(t, 0.0);
         ASSERT_LE(t, 1.0);
-        for (int k = 0; k <= 8; ++k) ASSERT_LE(result, distSq(p, a + (b - a) * (k / 8.0)) + 1e-14); // near 12 units
+        for (int k = 0; k <= 8; ++k)
+            ASSERT_LE(result, distSq(p, a + (b - a) * (k / 8.0)) + 1e-14); // rounding of squares up to about 12
         ASSERT_NEAR(result, distSq(p, a + (b - a) * t), 1e-14);
     }
 }
 
-TEST(DistSqToLineSegment, MatchesThePlainMethod)
+TEST(DistSqToLineSegment, MatchesTheReference)
 {
     forPoints(105, [](Vector3 const* p) {
         double t = -1;
-        double plainT = -1;
-        EXPECT_TRUE(
-            sameBits(distSqToLineSegment(p[0], p[1], p[2], &t), reference::distSqToLineSegment(p[0], p[1], p[2], &plainT)));
-        EXPECT_TRUE(sameBits(t, plainT));
+        double referenceT = -1;
+        EXPECT_TRUE(sameBits(distSqToLineSegment(p[0], p[1], p[2], &t),
+                             reference::distSqToLineSegment(p[0], p[1], p[2], &referenceT)));
+        EXPECT_TRUE(sameBits(t, referenceT));
     });
 }
 
@@ -233,7 +240,7 @@ TEST(PullBack, GivesTheCoordinatesInTheBasis)
 {
     Vector3 const basis[2] = {{2, 0, 0}, {1, 3, 0}};
     Vector3 coefficients(9, 9, 9);
-    ASSERT_TRUE(Vector3(5, 6, 77).pullBack(basis, &coefficients)); // the part off the plane does not count
+    ASSERT_TRUE(Vector3(5, 6, 77).pullBack(basis, &coefficients)); // the part perpendicular to the plane has no effect
     EXPECT_NEAR(coefficients.x, 1.5, 1e-15);
     EXPECT_NEAR(coefficients.y, 2.0, 1e-15);
     EXPECT_EQ(coefficients.z, 0.0);
@@ -254,7 +261,7 @@ TEST(PullBack, ParallelBasisProjectsOnTheLongerVector)
     EXPECT_EQ(coefficients.y, 0.0);
 }
 
-TEST(PullBack, EquallyLongParallelVectorsTakeTheFirst)
+TEST(PullBack, OfEquallyLongParallelVectorsTheFirstIsUsed)
 {
     Vector3 const basis[2] = {{2, 0, 0}, {-2, 0, 0}};
     Vector3 coefficients;
@@ -269,7 +276,7 @@ TEST(PullBack, ATinyBasisFailsStrictlyBelowItsThreshold)
     Vector3 const belowThreshold[2] = {{below(1e-8), 0, 0}, {0, 0, 0}};
     Vector3 coefficients(9, 9, 9);
     EXPECT_FALSE(Vector3(1, 0, 0).pullBack(belowThreshold, &coefficients));
-    EXPECT_EQ(coefficients, Vector3(9, 9, 9)) << "left untouched";
+    EXPECT_EQ(coefficients, Vector3(9, 9, 9)) << "left unwritten";
     EXPECT_TRUE(Vector3(1, 0, 0).pullBack(atThreshold, &coefficients));
     EXPECT_DOUBLE_EQ(coefficients.x, 1e8);
     EXPECT_FALSE(Vector3(1, 0, 0).pullBack(belowThreshold, nullptr));
@@ -283,7 +290,7 @@ TEST(PullBack, ABasisWhoseSizeOverflowsFails)
     EXPECT_EQ(coefficients, Vector3(9, 9, 9));
 }
 
-TEST(PullBack, NaNPassesEveryTest)
+TEST(PullBack, NaNGivesTrueAndNaN)
 {
     Vector3 const basis[2] = {{kNaN, 0, 0}, {0, 1, 0}};
     Vector3 coefficients;
@@ -300,7 +307,7 @@ TEST(PullBack, CoefficientsMayOverwriteTheBasis)
     EXPECT_EQ(basis[1], Vector3(3, 2, 0));
 }
 
-TEST(PullBack, MatchesThePlainMethodAlsoForNearlyParallelVectors)
+TEST(PullBack, MatchesTheReferenceForNearlyParallelVectorsToo)
 {
     Random random(106);
     int fallbacks = 0;
@@ -319,7 +326,7 @@ TEST(PullBack, MatchesThePlainMethodAlsoForNearlyParallelVectors)
     EXPECT_GT(fallbacks, 100) << "the nearly parallel case was not reached";
 }
 
-TEST(IsInTriangle, CentroidIsInsideAndNoCornerOrEdgeIs)
+TEST(IsInTriangle, HoldsForTheCentroidAndForNoCornerOrEdge)
 {
     Vector3 const corners[3] = {{1, 2, 3}, {4, -1, 2}, {0, 5, 5}};
     Vector3 const &a = corners[0], &b = corners[1], &c = corners[2];
@@ -343,22 +350,23 @@ TEST(IsInTriangle, EachEdgeHasAMarginOf1e13)
         EXPECT_FALSE(Vector3(0.5, outside, 0).isInTriangle(a, b, c)) << outside;
     }
     EXPECT_FALSE(Vector3(0.5 - 1e-14, 0.5, 0).isInTriangle(a, b, c));
-    EXPECT_TRUE(Vector3(std::nextafter(1e-13, 1), 0.5, 0).isInTriangle(a, b, c)) << "strict, so one step suffices";
+    EXPECT_TRUE(Vector3(std::nextafter(1e-13, 1), 0.5, 0).isInTriangle(a, b, c))
+        << "the next double above the margin is inside";
 }
 
-TEST(IsInTriangle, APointOffThePlaneIsJudgedByItsFoot)
+TEST(IsInTriangle, APointOffThePlaneIsProjectedOnIt)
 {
     EXPECT_TRUE(Vector3(0.25, 0.25, 1e6).isInTriangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}));
 }
 
-TEST(IsInTriangle, DegenerateTrianglesHoldNothing)
+TEST(IsInTriangle, IsFalseForADegenerateTriangle)
 {
     EXPECT_FALSE(Vector3(0.5, 0, 0).isInTriangle({0, 0, 0}, {1, 0, 0}, {2, 0, 0}));
     EXPECT_FALSE(Vector3(0, 0, 0).isInTriangle({0, 0, 0}, {0, 0, 0}, {0, 0, 0}));
     EXPECT_FALSE(Vector3(kNaN, 0, 0).isInTriangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}));
 }
 
-TEST(IsInTriangle, MatchesThePlainMethod)
+TEST(IsInTriangle, MatchesTheReference)
 {
     forPoints(107, [](Vector3 const* p) {
         EXPECT_EQ(p[0].isInTriangle(p[1], p[2], p[3]), reference::isInTriangle(p[0], p[1], p[2], p[3]));
@@ -373,19 +381,19 @@ TEST(Reflect, IsAMirrorOnlyForALineOfLengthTwo)
     EXPECT_EQ(Vector3(1, 1, 0).reflect(origin, {2, 0, 0}), Vector3(1, -1, 0));
 }
 
-TEST(Reflect, EqualPointsReflectInThePoint)
+TEST(Reflect, EqualPointsGiveAPointReflection)
 {
     EXPECT_EQ(Vector3(3, 4, 5).reflect({1, 1, 1}, {1, 1, 1}), Vector3(-1, -2, -3));
 }
 
-TEST(Reflect, MatchesThePlainMethod)
+TEST(Reflect, MatchesTheReference)
 {
     forPoints(108, [](Vector3 const* p) {
         EXPECT_TRUE(sameBits(p[0].reflect(p[1], p[2]), reference::reflect(p[0], p[1], p[2])));
     });
 }
 
-TEST(GetBasis, TiesGoToZThenToY)
+TEST(GetBasis, TiesPreferZThenY)
 {
     struct
     {
@@ -400,7 +408,7 @@ TEST(GetBasis, TiesGoToZThenToY)
     }
 }
 
-TEST(GetBasis, EqualComponentsSeedZAndStrictlySmallerOnesTheirOwnAxis)
+TEST(GetBasis, OfEqualComponentsZIsTakenAndAStrictlySmallerOneDecides)
 {
     Vector3 e1, e2;
     double const third = 1 / std::sqrt(3.0);
@@ -410,7 +418,7 @@ TEST(GetBasis, EqualComponentsSeedZAndStrictlySmallerOnesTheirOwnAxis)
     EXPECT_GT(e1.x, 0.9);
     getBasis(UVector3(-2, 1, 2), e1, e2);
     EXPECT_GT(e1.y, 0.9);
-    getBasis(UVector3(1, 1, 2), e1, e2); // |y| = |x| passes x by
+    getBasis(UVector3(1, 1, 2), e1, e2); // |x| is not smaller than |y|, so y is taken
     EXPECT_GT(e1.y, 0.9);
 }
 
@@ -439,11 +447,11 @@ TEST(GetBasis, IsOrthonormalAndRightHanded)
         getBasis(n, e1, e2);
         ASSERT_NEAR(e1.length(), 1, 1e-15);
         ASSERT_NEAR(e2.length(), 1, 1e-15);
-        ASSERT_NEAR(dist(cross(e1, e2), n), 0, 1e-14); // the seed loses at most a factor of 1.3 in length
+        ASSERT_NEAR(dist(cross(e1, e2), n), 0, 1e-14); // the projection shortens the axis by a factor of 1.3 at most
     }
 }
 
-TEST(GetBasis, MatchesThePlainMethod)
+TEST(GetBasis, MatchesTheReference)
 {
     forPoints(110, [](Vector3 const* p) {
         Vector3 e1, e2, f1, f2;
@@ -457,21 +465,21 @@ TEST(GetBasis, MatchesThePlainMethod)
 TEST(CalcCurvature, OfACircleIsItsInverseRadius)
 {
     for (double const r : {0.25, 1.0, 7.0}) EXPECT_DOUBLE_EQ(calcCurvature({-r, 0, 0}, {0, -r, 0}), 1 / r);
-    // At another speed the second derivative has a part along the curve, which does not count.
+    // The part of the second derivative along the curve has no effect.
     EXPECT_DOUBLE_EQ(calcCurvature({3, 0, 0}, {5, 18, 0}), 2.0);
 }
 
-TEST(CalcCurvature, IsZeroWhereTheCurveStandsStill)
+TEST(CalcCurvature, IsZeroForANullFirstDerivative)
 {
     double x = std::sqrt(1e-13);
     while (x * x >= 1e-13) x = below(x);
     EXPECT_EQ(calcCurvature({x, 0, 0}, {0, 1, 0}), 0.0);
     while (x * x < 1e-13) x = std::nextafter(x, 1);
     EXPECT_GT(calcCurvature({x, 0, 0}, {0, 1, 0}), 1e12);
-    EXPECT_TRUE(std::isnan(calcCurvature({kNaN, 0, 0}, {0, 1, 0}))) << "NaN is not below the threshold";
+    EXPECT_TRUE(std::isnan(calcCurvature({kNaN, 0, 0}, {0, 1, 0}))) << "no comparison with NaN is true";
 }
 
-TEST(CalcCurvature, MatchesThePlainMethod)
+TEST(CalcCurvature, MatchesTheReference)
 {
     forPoints(111, [](Vector3 const* p) {
         EXPECT_TRUE(sameBits(calcCurvature(p[0], p[1]), reference::calcCurvature(p[0], p[1])));
@@ -504,7 +512,7 @@ TEST(PrincipalCurvatures, OfAPlaneAreZero)
     EXPECT_EQ(c.k2, 0.0);
 }
 
-TEST(PrincipalCurvatures, OfASphereAreEqualAndFollowTheNormal)
+TEST(PrincipalCurvatures, OfASphereAreEqualAndHaveTheSignOfTheNormal)
 {
     double const u = 0.7, v = 0.4; // longitude, latitude: Xu x Xv points outwards
     double const cu = std::cos(u), su = std::sin(u), cv = std::cos(v), sv = std::sin(v);
@@ -512,7 +520,7 @@ TEST(PrincipalCurvatures, OfASphereAreEqualAndFollowTheNormal)
     Vector3 const Xuu(-cv * cu, -cv * su, 0), Xuv(sv * su, -sv * cu, 0), Xvv(-cv * cu, -cv * su, -sv);
     Curvatures const c = curvatures({Xu, Xv}, {Xuu, Xuv, Xvv});
     ASSERT_TRUE(c.found);
-    EXPECT_NEAR(c.k1, -1, 1e-7); // an umbilic: the square root takes half the digits
+    EXPECT_NEAR(c.k1, -1, 1e-7); // the square root of a rounding error near 1e-16
     EXPECT_NEAR(c.k2, -1, 1e-7);
     Curvatures const flipped = curvatures({Xv, Xu}, {Xvv, Xuv, Xuu});
     EXPECT_NEAR(flipped.k1, 1, 1e-7);
@@ -520,7 +528,7 @@ TEST(PrincipalCurvatures, OfASphereAreEqualAndFollowTheNormal)
 
 TEST(PrincipalCurvatures, AreOrdered)
 {
-    // The saddle z = (a x^2 + b y^2) / 2 at its centre, and the sheared one with a mixed derivative.
+    // The saddle z = (a x^2 + b y^2) / 2 at its centre, then a saddle with a mixed derivative only.
     Curvatures const saddle = curvatures({{1, 0, 0}, {0, 1, 0}}, {{0, 0, 3}, {0, 0, 0}, {0, 0, -2}});
     EXPECT_DOUBLE_EQ(saddle.k1, -2);
     EXPECT_DOUBLE_EQ(saddle.k2, 3);
@@ -538,18 +546,19 @@ TEST(PrincipalCurvatures, ADiscriminantBelow1e16IsAnUmbilic)
     EXPECT_LT(above.k1, above.k2);
 }
 
-TEST(PrincipalCurvatures, ADegenerateFrameFailsAndWritesNothing)
+TEST(PrincipalCurvatures, DependentDerivativesGiveFalseAndLeaveTheOutputsUnwritten)
 {
     Curvatures c = curvatures({{1, 2, 3}, {2, 4, 6}}, {{0, 0, 1}, {}, {}}); // null normal
     EXPECT_FALSE(c.found);
     EXPECT_EQ(c.k1, 99);
     EXPECT_EQ(c.k2, 99);
-    c = curvatures({{1e-4, 0, 0}, {0, 1e-4, 0}}, {{0, 0, 1}, {}, {}}); // a normal, but a determinant of 1e-16
+    // The normal is not null, but the determinant is 1e-16.
+    c = curvatures({{1e-4, 0, 0}, {0, 1e-4, 0}}, {{0, 0, 1}, {}, {}});
     EXPECT_FALSE(c.found);
     EXPECT_EQ(c.k1, 99);
 }
 
-TEST(PrincipalCurvatures, NaNGoesOnAndOutputsMayBeNull)
+TEST(PrincipalCurvatures, NaNGivesTrueAndOutputsMayBeNull)
 {
     Curvatures const c = curvatures({{1, 0, 0}, {0, 1, 0}}, {{0, 0, kNaN}, {}, {}});
     EXPECT_TRUE(c.found);
@@ -566,7 +575,7 @@ TEST(PrincipalCurvatures, NaNGoesOnAndOutputsMayBeNull)
     EXPECT_DOUBLE_EQ(k, 3);
 }
 
-TEST(PrincipalCurvatures, MatchesThePlainMethod)
+TEST(PrincipalCurvatures, MatchesTheReference)
 {
     forPoints(112, [](Vector3 const* p) {
         double k[2] = {99, 99};

@@ -4,11 +4,12 @@
 
 #include "fields/polylines.h"
 #include "support/bits.h"
+#include "support/vector_widths.h"
 
 using sinew::detail::PolylineChunks;
 using sinew::detail::VectorWidth;
 
-TEST(PolylineChunks, AreTenSegmentsLongAndTheLastOneTakesTheRest)
+TEST(PolylineChunks, HaveTenSegmentsAndTheLastOneTakesARestOfUpToThree)
 {
     auto const ends = [](int vertices) {
         PolylineChunks const chunks(test::smoothCurve(vertices));
@@ -29,8 +30,7 @@ TEST(PolylineChunks, EveryVectorWidthGivesTheSameBits)
         std::vector<Vector3> points = test::noisyCurve(n, random);
         if (n == 57) points[20] = random.hostilePoint();
         PolylineChunks const baseline(points, VectorWidth::baseline);
-        for (VectorWidth width : {VectorWidth::avx2, VectorWidth::avx512}) {
-            if (width > sinew::detail::widestVectors()) continue;
+        for (VectorWidth width : test::vectorWidths()) {
             PolylineChunks const wide(points, width);
             for (int i = 0; i < 50; ++i) {
                 Vector3 const q = i % 10 == 0 ? random.hostilePoint() : random.point();
@@ -40,6 +40,22 @@ TEST(PolylineChunks, EveryVectorWidthGivesTheSameBits)
                 EXPECT_TRUE(test::sameBits(distSqs, wideDistSqs));
                 EXPECT_TRUE(test::sameBits(bounds, wideBounds));
             }
+        }
+    }
+}
+
+TEST(PolylineChunks, NoBoundExceedsTheDistanceToTheChunk)
+{
+    test::Random random(20250362);
+    std::vector<Vector3> const points = test::noisyCurve(200, random, 0.1);
+    PolylineChunks const chunks(points);
+    for (Vector3 const& q : random.points(100, -3, 3)) {
+        std::vector<double> distSqs, bounds;
+        chunks.measure(q, distSqs, bounds);
+        for (int i = 0; i < chunks.count(); ++i) {
+            std::vector<Vector3> const part(points.begin() + chunks.end(i), points.begin() + chunks.end(i + 1) + 1);
+            EXPECT_LE(bounds[i], std::sqrt(test::smallestDistSq(part, q)) + 1e-12) << "rounding of numbers up to 10";
+            EXPECT_TRUE(test::sameBits(distSqs[i], distSq(q, part.back())));
         }
     }
 }

@@ -4,36 +4,30 @@
 
 #include <gtest/gtest.h>
 
-#include "fields/reference_polyline.h"
 #include "fields/polylines.h"
+#include "fields/reference_polyline.h"
 #include "support/bits.h"
 
 using sinew::closestPoint;
 using sinew::PolylineHit;
+using test::alongX;
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
-
-std::vector<Vector3> alongX(int vertices)
-{
-    std::vector<Vector3> points;
-    for (int i = 0; i < vertices; ++i) points.emplace_back(i, 0, 0);
-    return points;
-}
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 bool sameHit(PolylineHit const& a, PolylineHit const& b)
 {
     return a.segment == b.segment && test::sameBits(a.t, b.t) && test::sameBits(a.point, b.point);
 }
 
-void expectDefinedAnswer(PolylineProjector const& polyline, reference::Projector const& oracle, Vector3 const& q)
+void expectReferenceResult(PolylineProjector const& polyline, reference::Projector const& oracle, Vector3 const& q)
 {
     PolylineHit const hit = closestPoint(polyline, q);
     PolylineHit const expected = oracle.project(q);
     EXPECT_TRUE(sameHit(hit, expected)) << "query " << q << ", " << oracle.points.size() << " vertices: segment "
-                                        << hit.segment << " t " << hit.t << ", defined: segment " << expected.segment
+                                        << hit.segment << " t " << hit.t << ", reference: segment " << expected.segment
                                         << " t " << expected.t;
 }
 
@@ -45,7 +39,7 @@ TEST(PolylineProjector, SumsArcLengths)
     EXPECT_EQ(polyline.arcLengths, (std::vector<double>{0, 5, 5, 7}));
 }
 
-TEST(PolylineProjector, StartsWithoutAnAnswer)
+TEST(PolylineProjector, HasNoResultBeforeTheFirstProjection)
 {
     PolylineProjector const polyline(alongX(3));
     EXPECT_EQ(polyline.segment, -1);
@@ -68,7 +62,7 @@ TEST(PolylineProjector, FewerThanTwoVerticesChangeNothing)
     }
 }
 
-TEST(PolylineProjector, TwoVerticesClampToTheirEnds)
+TEST(PolylineProjector, QueriesBeyondTwoVerticesGiveTheEnds)
 {
     PolylineProjector polyline({{1, 0, 0}, {3, 0, 0}});
     polyline.project({9, 1, 0});
@@ -98,9 +92,9 @@ TEST(PolylineProjector, ScanNamesTheSegmentBeforeASharedVertex)
     EXPECT_EQ(hit.point, Vector3(5, 0, 0));
 }
 
-TEST(PolylineProjector, BoundedSearchNamesTheSegmentAfterAVertexItSplitsAt)
+TEST(PolylineProjector, BoundedSearchNamesTheSegmentAfterAVertexWhereItSplits)
 {
-    // Of 0..19 the middle is 9: its halves are 0..9, which is scanned, and 9..19, split at 14.
+    // The search splits the vertices 0..19 at 9. It scans the half 0..9 and splits the half 9..19 at 14.
     PolylineProjector const polyline(alongX(20));
     PolylineHit const atSplit = closestPoint(polyline, {9, 2, 0});
     EXPECT_EQ(atSplit.segment, 9);
@@ -124,6 +118,18 @@ TEST(PolylineProjector, BothSearchesFindTheSamePoint)
     }
 }
 
+// All four segments at the vertices (0, 5, 0) and (0, 6, 0) are equally near. The intervals that hold them have equal
+// bounds, so the order of equal bounds decides. This order must be the same with every standard library.
+TEST(PolylineProjector, EqualBoundsAreTakenInAFixedOrder)
+{
+    std::vector<Vector3> ladder;
+    for (int i = 0; i < 24; ++i) ladder.emplace_back(i % 2, i / 2, 0);
+    PolylineHit const hit = closestPoint(PolylineProjector(ladder), {-1.5, 5.5, 0});
+    EXPECT_EQ(hit.segment, 11);
+    EXPECT_EQ(hit.t, 1.0);
+    EXPECT_EQ(hit.point, Vector3(0, 6, 0));
+}
+
 TEST(PolylineProjector, BoundedSearchPrefersTheFirstEndOfAClosedLoop)
 {
     std::vector<Vector3> loop;
@@ -144,18 +150,18 @@ TEST(PolylineProjector, BoundedSearchNamesTheLastSegmentAtTheLastVertex)
     EXPECT_EQ(hit.point, Vector3(29, 0, 0));
 }
 
-TEST(PolylineProjector, EndsWinWithinAnAbsoluteMargin)
+TEST(PolylineProjector, ProjectionsWithinAnAbsoluteMarginOfAnEndGiveTheEnd)
 {
     PolylineProjector const polyline({{0, 0, 0}, {1, 0, 0}});
     EXPECT_EQ(closestPoint(polyline, {1e-13, 1, 0}).t, 0.0);
     EXPECT_EQ(closestPoint(polyline, {1.1e-13, 1, 0}).t, 1.1e-13);
     EXPECT_EQ(closestPoint(polyline, {1 - 0.9e-13, 1, 0}).t, 1.0);
     EXPECT_LT(closestPoint(polyline, {1 - 1.1e-13, 1, 0}).t, 1.0);
-    // A segment of length 1e-7 lies wholly within the margin of its first end.
+    // A segment of length 1e-7 is entirely within the margin of its first end.
     EXPECT_EQ(closestPoint(PolylineProjector({{0, 0, 0}, {1e-7, 0, 0}}), {0.9e-7, 0, 0}).t, 0.0);
 }
 
-TEST(PolylineProjector, RepeatedVerticesAreNeverDividedBy)
+TEST(PolylineProjector, SegmentsOfLengthZeroGiveTheirFirstVertex)
 {
     PolylineHit const hit = closestPoint(PolylineProjector({{1, 1, 1}, {1, 1, 1}}), {4, 5, 6});
     EXPECT_EQ(hit.segment, 0);
@@ -166,22 +172,23 @@ TEST(PolylineProjector, RepeatedVerticesAreNeverDividedBy)
     EXPECT_EQ(same.t, 0.0);
 }
 
-TEST(PolylineProjector, ShortPolylinesLeaveFarQueriesUnanswered)
+TEST(PolylineProjector, ShortPolylinesGiveNoResultForFarQueries)
 {
     PolylineProjector polyline(alongX(5));
     polyline.project({2, 1, 0});
     polyline.project({2, 4e6, 0});
     EXPECT_EQ(polyline.segment, 1);
     EXPECT_EQ(polyline.point, Vector3(2, 0, 0));
-    // At exactly 1e13 there is no answer; just below there is.
+    // A squared distance of exactly 1e13 gives no result, a slightly smaller one does.
     PolylineProjector const dot(std::vector<Vector3>(2));
     ASSERT_EQ(1e13, Vector3(3e6, 1e6, 0).lengthSq());
     EXPECT_EQ(closestPoint(dot, {3e6, 1e6, 0}).segment, -1);
     EXPECT_EQ(closestPoint(dot, {3e6, 1e6 - 1, 0}).segment, 0);
-    EXPECT_EQ(closestPoint(PolylineProjector(alongX(20)), {2, 4e6, 0}).point, Vector3(2, 0, 0)) << "long ones answer";
+    EXPECT_EQ(closestPoint(PolylineProjector(alongX(20)), {2, 4e6, 0}).point, Vector3(2, 0, 0))
+        << "from 20 vertices on the distance is not limited";
 }
 
-TEST(PolylineProjector, NaNQueriesLeaveShortPolylinesUnanswered)
+TEST(PolylineProjector, ShortPolylinesGiveNoResultForNaNQueries)
 {
     PolylineProjector polyline(alongX(5));
     polyline.project({2, 1, 0});
@@ -192,7 +199,7 @@ TEST(PolylineProjector, NaNQueriesLeaveShortPolylinesUnanswered)
     }
 }
 
-TEST(PolylineProjector, NaNQueriesOfLongPolylinesNameTheFirstSegment)
+TEST(PolylineProjector, LongPolylinesGiveTheFirstSegmentForNaNQueries)
 {
     PolylineHit const hit = closestPoint(PolylineProjector(alongX(50)), {kNaN, 0, 0});
     EXPECT_EQ(hit.segment, 0);
@@ -200,7 +207,7 @@ TEST(PolylineProjector, NaNQueriesOfLongPolylinesNameTheFirstSegment)
     EXPECT_TRUE(std::isnan(hit.point.x));
 }
 
-TEST(PolylineProjector, CopiesAndMovesKeepAnswering)
+TEST(PolylineProjector, CopiesAndMovedProjectorsGiveTheSameResults)
 {
     PolylineProjector polyline(test::smoothCurve(500));
     polyline.project({0.5, 0.1, 0});
@@ -233,8 +240,8 @@ TEST(ProjectMany, GivesTheBitsOfSingleCalls)
     sinew::projectMany(PolylineProjector(alongX(30)), nullptr, 0, nullptr);
 }
 
-// Against the definition: what a query is made of decides which tie or margin it meets.
-class PolylineProjectorOracle : public testing::Test
+// Comparisons with the reference implementation. Queries of several kinds meet different ties and margins.
+class PolylineProjectorReference : public testing::Test
 {
 protected:
     test::Random random{20250303};
@@ -264,53 +271,53 @@ protected:
         }
     }
 
-    void hold(std::vector<Vector3> const& points, int queries)
+    void compare(std::vector<Vector3> const& points, int queries)
     {
         PolylineProjector const polyline(points);
         reference::Projector const oracle(points);
         EXPECT_EQ(polyline.arcLengths.size(), points.size());
-        for (int i = 0; i < queries; ++i) expectDefinedAnswer(polyline, oracle, query(points));
+        for (int i = 0; i < queries; ++i) expectReferenceResult(polyline, oracle, query(points));
     }
 
     std::vector<int> const sizes{2, 3, 10, 19, 20, 21, 37, 64, 65, 100, 257, 1000};
 };
 
-TEST_F(PolylineProjectorOracle, Smooth)
+TEST_F(PolylineProjectorReference, AgreesOnSmoothCurves)
 {
-    for (int n : sizes) hold(test::smoothCurve(n), 300);
-    hold(test::smoothCurve(30000), 300);
+    for (int n : sizes) compare(test::smoothCurve(n), 300);
+    compare(test::smoothCurve(30000), 300);
 }
 
-TEST_F(PolylineProjectorOracle, Noisy)
+TEST_F(PolylineProjectorReference, AgreesOnNoisyCurves)
 {
-    for (int n : sizes) hold(test::noisyCurve(n, random), 300);
-    hold(test::noisyCurve(10000, random), 50);
+    for (int n : sizes) compare(test::noisyCurve(n, random), 300);
+    compare(test::noisyCurve(10000, random), 50);
 }
 
-TEST_F(PolylineProjectorOracle, RandomVertices)
+TEST_F(PolylineProjectorReference, AgreesOnRandomVertices)
 {
-    for (int n : sizes) hold(random.points(n), 300);
+    for (int n : sizes) compare(random.points(n), 300);
 }
 
-TEST_F(PolylineProjectorOracle, ClosedLoops)
+TEST_F(PolylineProjectorReference, AgreesOnClosedLoops)
 {
-    for (int n : sizes) hold(test::islandBoundary(n, random), 300);
+    for (int n : sizes) compare(test::islandBoundary(n, random), 300);
 }
 
-TEST_F(PolylineProjectorOracle, SelfTouchingWithRepeatedVertices)
+TEST_F(PolylineProjectorReference, AgreesOnSelfTouchingWalksWithRepeatedVertices)
 {
-    for (int n : sizes) hold(test::latticeWalk(n, random), 300);
-    for (int trial = 0; trial < 200; ++trial) hold(test::latticeWalk(20 + random.below(60), random), 30);
+    for (int n : sizes) compare(test::latticeWalk(n, random), 300);
+    for (int trial = 0; trial < 200; ++trial) compare(test::latticeWalk(20 + random.below(60), random), 30);
 }
 
-TEST_F(PolylineProjectorOracle, Straight)
+TEST_F(PolylineProjectorReference, AgreesOnStraightLines)
 {
-    for (int n : sizes) hold(test::straightLine(n), 300);
-    for (int n : sizes) hold(alongX(n), 300);
-    hold(test::straightLine(20000, 1e-4), 300);
+    for (int n : sizes) compare(test::straightLine(n), 300);
+    for (int n : sizes) compare(alongX(n), 300);
+    compare(test::straightLine(20000, 1e-4), 300);
 }
 
-TEST_F(PolylineProjectorOracle, EveryScale)
+TEST_F(PolylineProjectorReference, AgreesAtEveryScale)
 {
     for (double scale : {1e-160, 1e-100, 1e-12, 1e-7, 1e-3, 1e3, 1e7, 1e40, 1e80, 1e155, 1e300}) {
         std::vector<Vector3> points = test::noisyCurve(90, random);
@@ -318,34 +325,34 @@ TEST_F(PolylineProjectorOracle, EveryScale)
         PolylineProjector const polyline(points);
         reference::Projector const oracle(points);
         for (int i = 0; i < 200; ++i) {
-            expectDefinedAnswer(polyline, oracle, random.point() * scale);
-            expectDefinedAnswer(polyline, oracle, points[random.below(90)] + random.point() * (scale * 1e-4));
+            expectReferenceResult(polyline, oracle, random.point() * scale);
+            expectReferenceResult(polyline, oracle, points[random.below(90)] + random.point() * (scale * 1e-4));
         }
     }
 }
 
-TEST_F(PolylineProjectorOracle, HostileVertices)
+TEST_F(PolylineProjectorReference, AgreesOnHostileVertices)
 {
     for (int trial = 0; trial < 400; ++trial) {
         std::vector<Vector3> points = random.points(2 + random.below(80));
         for (int i = random.below(4); i >= 0; --i)
             points[random.below(static_cast<int>(points.size()))] = random.hostilePoint();
-        hold(points, 20);
+        compare(points, 20);
     }
 }
 
-TEST_F(PolylineProjectorOracle, AllVerticesEqual)
+TEST_F(PolylineProjectorReference, AgreesIfAllVerticesAreEqual)
 {
-    for (int n : sizes) hold(std::vector<Vector3>(n, Vector3(0.1, 0.2, 0.3)), 100);
+    for (int n : sizes) compare(std::vector<Vector3>(n, Vector3(0.1, 0.2, 0.3)), 100);
 }
 
-TEST_F(PolylineProjectorOracle, InfiniteQueries)
+TEST_F(PolylineProjectorReference, AgreesForInfiniteQueries)
 {
     for (int n : sizes) {
         std::vector<Vector3> const points = test::smoothCurve(n);
         for (Vector3 const& q :
              {Vector3(kInfinity, 0, 0), Vector3(0, -kInfinity, kNaN), Vector3(kInfinity, kInfinity, 1)}) {
-            expectDefinedAnswer(PolylineProjector(points), reference::Projector(points), q);
+            expectReferenceResult(PolylineProjector(points), reference::Projector(points), q);
         }
     }
 }

@@ -1,4 +1,4 @@
-// Run under the thread sanitizer too: the first projections race to build what makes the later ones fast.
+// These tests also run under the thread sanitizer: the first projections build the shared index at the same time.
 
 #include <sinew/fields/polyline_projector.h>
 
@@ -7,15 +7,15 @@
 
 #include <gtest/gtest.h>
 
-#include "fields/reference_polyline.h"
 #include "fields/polylines.h"
+#include "fields/reference_polyline.h"
 #include "support/bits.h"
 
 namespace {
 
-// Runs `work(i)` on four threads that start as nearly together as can be.
+// Runs `work(i)` for i = 0 .. 3 on four threads that start at nearly the same time.
 template <typename Work>
-void together(Work const& work)
+void runTogether(Work const& work)
 {
     std::atomic<int> ready{0};
     std::vector<std::thread> threads;
@@ -31,7 +31,7 @@ void together(Work const& work)
 
 } // namespace
 
-TEST(PolylineProjectorThreads, FirstProjectionsMayRace)
+TEST(PolylineProjectorThreads, FirstProjectionsMayRunAtTheSameTime)
 {
     test::Random random(20250340);
     for (int n : {12, 20, 400}) {
@@ -41,7 +41,7 @@ TEST(PolylineProjectorThreads, FirstProjectionsMayRace)
             reference::Projector const oracle(points);
             PolylineProjector const polyline(points);
             std::atomic<int> wrong{0};
-            together([&](int) {
+            runTogether([&](int) {
                 for (Vector3 const& q : queries) {
                     sinew::PolylineHit const hit = sinew::closestPoint(polyline, q);
                     sinew::PolylineHit const expected = oracle.project(q);
@@ -53,7 +53,7 @@ TEST(PolylineProjectorThreads, FirstProjectionsMayRace)
     }
 }
 
-TEST(PolylineProjectorThreads, CopiesAreMadeAndDroppedWhileOthersQuery)
+TEST(PolylineProjectorThreads, CopiesMayBeMadeAndDestroyedDuringQueries)
 {
     test::Random random(20250341);
     for (int trial = 0; trial < 20; ++trial) {
@@ -62,7 +62,7 @@ TEST(PolylineProjectorThreads, CopiesAreMadeAndDroppedWhileOthersQuery)
         Vector3 const q = random.point();
         int const expected = reference::Projector(points).project(q).segment;
         std::atomic<int> wrong{0};
-        together([&](int thread) {
+        runTogether([&](int thread) {
             for (int i = 0; i < 20; ++i) {
                 if (thread % 2 == 0) {
                     PolylineProjector copy(polyline);

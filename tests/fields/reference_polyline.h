@@ -1,14 +1,16 @@
 #pragma once
 
-/// The nearest point on a polyline, written down step by step as it is defined: the oracle of tests and benches.
+/// The reference implementation of the nearest point on a polyline, step by step as it is defined. Tests and benches
+/// compare the library with it.
 
 #include <algorithm>
 #include <cmath>
-#include <queue>
 #include <vector>
 
 #include <sinew/core/vector_geometry.h>
 #include <sinew/fields/polyline_projector.h>
+
+#include "fields/reference_queue.h"
 
 namespace reference {
 
@@ -18,10 +20,6 @@ struct EllipseInt
     int first;
     int last;
 };
-inline bool operator<(EllipseInt const& a, EllipseInt const& b)
-{
-    return a.bound > b.bound;
-}
 
 class Projector
 {
@@ -80,7 +78,7 @@ public:
         double const c = (points[0] - points[n - 1]).length();
         double const rootBound =
             std::sqrt(distSqToLineSegment(q, points[0], points[n - 1], nullptr)) - std::sqrt(L * L - c * c);
-        std::priority_queue<EllipseInt> queue;
+        Queue<EllipseInt> queue;
         queue.push({std::max(0.0, rootBound), 0, n - 1});
         while (!queue.empty()) {
             EllipseInt const top = queue.top();

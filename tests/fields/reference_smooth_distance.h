@@ -1,14 +1,16 @@
 #pragma once
 
-/// The smooth distance to a polyline, written down step by step as it is defined: the oracle of tests and benches.
+/// The reference implementation of the smooth distance to a polyline, step by step as it is defined. Tests and benches
+/// compare the library with it.
 
 #include <algorithm>
 #include <cmath>
-#include <queue>
 #include <vector>
 
 #include <sinew/core/matrix3.h>
 #include <sinew/core/vector_geometry.h>
+
+#include "fields/reference_queue.h"
 
 namespace reference {
 
@@ -89,10 +91,6 @@ struct ChunkInterval
     int last;
     double bound;
 };
-inline bool operator<(ChunkInterval const& a, ChunkInterval const& b)
-{
-    return a.bound > b.bound;
-}
 
 inline void smoothDistToPolyline(std::vector<Vector3> p, Vector3 const& q, double h, double* dist, Vector3* grad,
                                  Matrix3* hess)
@@ -118,7 +116,7 @@ inline void smoothDistToPolyline(std::vector<Vector3> p, Vector3 const& q, doubl
         for (int i = 1; i < n; ++i) arc[i] = arc[i - 1] + (p[i - 1] - p[i]).length();
         double dmin = (p[0] - q).lengthSq();
         reference::updateSmoothDist(dmin, q, p[0], acc, h, g, H);
-        std::priority_queue<ChunkInterval> heap;
+        Queue<ChunkInterval> queue;
         for (int i = 0; i < n - 1;) {
             int j = i + 10;
             if (2 * j > 2 * n - 10) j = n - 1;
@@ -128,12 +126,12 @@ inline void smoothDistToPolyline(std::vector<Vector3> p, Vector3 const& q, doubl
             double const L = arc[j] - arc[i];
             double const c = (p[i] - p[j]).length();
             double const toChord = std::sqrt(distSqToLineSegment(q, p[i], p[j], nullptr));
-            heap.push({i, j, std::max(0.0, toChord - std::sqrt(std::max(0.0, L * L - c * c)))});
+            queue.push({i, j, std::max(0.0, toChord - std::sqrt(std::max(0.0, L * L - c * c)))});
             i = j;
         }
-        while (!heap.empty()) {
-            ChunkInterval const top = heap.top();
-            heap.pop();
+        while (!queue.empty()) {
+            ChunkInterval const top = queue.top();
+            queue.pop();
             if (top.bound * top.bound - h * (0.375 * n + 1.0) > dmin) break;
             for (int k = top.first + 1; k < top.last; ++k) dmin = std::min(dmin, foldSegment(k));
         }

@@ -4,13 +4,14 @@
 
 #include <gtest/gtest.h>
 
-#include "fields/reference_smooth_distance.h"
 #include "fields/polylines.h"
+#include "fields/reference_smooth_distance.h"
 #include "support/bits.h"
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 struct Field
 {
@@ -31,7 +32,7 @@ Field fieldAt(std::vector<Vector3> const& polyline, Vector3 const& q, double h)
     return f;
 }
 
-Field definedFieldAt(std::vector<Vector3> const& polyline, Vector3 const& q, double h)
+Field referenceFieldAt(std::vector<Vector3> const& polyline, Vector3 const& q, double h)
 {
     Field f;
     reference::smoothDistToPolyline(polyline, q, h, &f.dist, &f.grad, &f.hess);
@@ -40,7 +41,7 @@ Field definedFieldAt(std::vector<Vector3> const& polyline, Vector3 const& q, dou
 
 } // namespace
 
-TEST(SmoothWeight, HasItsDefinedValues)
+TEST(SmoothWeight, GivesTheDefinedValues)
 {
     double w = 0, dw = 0, d2w = 0;
     EXPECT_TRUE(SmoothWeight(0, 2).evaluate(1, &w, &dw, &d2w));
@@ -53,7 +54,7 @@ TEST(SmoothWeight, HasItsDefinedValues)
     EXPECT_EQ(d2w, -1.5);
 }
 
-TEST(SmoothWeight, RimAndBeyondAreZero)
+TEST(SmoothWeight, IsZeroFromTheRadiusOutwards)
 {
     SmoothWeight const weight(1, 2);
     for (double x : {-1.0, 3.0, 3.0 - 1e-8, -5.0, 1e300}) {
@@ -77,7 +78,7 @@ TEST(SmoothWeight, KeepsItsParameters)
     EXPECT_EQ(weight.margin, 4 * 1e-8);
 }
 
-TEST(SmoothWeight, TinyRadiusMakesABox)
+TEST(SmoothWeight, ATinyRadiusGivesABox)
 {
     SmoothWeight const box(0, 1e-8);
     EXPECT_EQ(box.invRadius, 0.0);
@@ -89,22 +90,36 @@ TEST(SmoothWeight, TinyRadiusMakesABox)
     box.evaluate(1.1e-8, &w, nullptr, nullptr);
     EXPECT_EQ(w, 0.0);
     EXPECT_EQ(SmoothWeight(0, 1.1e-8).invRadius, 1 / 1.1e-8);
-    EXPECT_EQ(SmoothWeight(0, 1e-8).invRadius, 0.0) << "1e-8 itself still is tiny";
+    EXPECT_EQ(SmoothWeight(0, 1e-8).invRadius, 0.0) << "a radius of exactly 1e-8 gives a box";
     EXPECT_GT(SmoothWeight(0, std::nextafter(1e-8, 1.0)).invRadius, 0.0);
 }
 
-TEST(SmoothWeight, NullOutputsAndNaN)
+TEST(SmoothWeight, ANegativeRadiusGivesZeroAndANaNRadiusOne)
+{
+    double w = 7;
+    SmoothWeight(0, -1).evaluate(0, &w, nullptr, nullptr);
+    EXPECT_EQ(w, 0.0);
+    SmoothWeight(0, kNaN).evaluate(1e6, &w, nullptr, nullptr);
+    EXPECT_EQ(w, 1.0);
+}
+
+TEST(SmoothWeight, OutputsMayBeNull)
 {
     EXPECT_TRUE(SmoothWeight(0, 1).evaluate(0.5, nullptr, nullptr, nullptr));
+    EXPECT_TRUE(SmoothWeight(0, 1).evaluate(1.5, nullptr, nullptr, nullptr));
+}
+
+TEST(SmoothWeight, NaNGivesNaN)
+{
     double w = 0;
     EXPECT_TRUE(SmoothWeight(0, 1).evaluate(kNaN, &w, nullptr, nullptr));
     EXPECT_TRUE(std::isnan(w));
 }
 
-TEST(SmoothWeight, DerivativesMatchDifferences)
+TEST(SmoothWeight, DerivativesMatchDifferenceQuotients)
 {
     SmoothWeight const weight(0.3, 1.7);
-    double const step = 1e-5; // differences of second order: errors near step^2 and 1e-16 / step
+    double const step = 1e-5; // central differences: errors of about step^2 and 1e-16 / step
     for (double x = -1.3; x < 1.9; x += 0.1) {
         double w, dw, d2w, before, after, slopeBefore, slopeAfter;
         weight.evaluate(x, &w, &dw, &d2w);
@@ -115,7 +130,7 @@ TEST(SmoothWeight, DerivativesMatchDifferences)
     }
 }
 
-TEST(SmoothMax, HasItsDefinedValues)
+TEST(SmoothMax, GivesTheDefinedValuesInAndOutsideTheBlend)
 {
     double grad[3], hess[6];
     EXPECT_EQ(smoothMax(1, 1, 2, grad, hess), 1.375);
@@ -133,18 +148,18 @@ TEST(SmoothMax, HasItsDefinedValues)
     for (double entry : hess) EXPECT_EQ(entry, 0.0);
 }
 
-TEST(SmoothMax, MixedDerivativesByTheWidthAreDividedOnceMore)
+TEST(SmoothMax, MixedDerivativesByTheWidthAreDividedByItOnceMore)
 {
     double hess[6];
     smoothMax(1, 2, 4, nullptr, hess); // x = 1/4, k = (15/16 * 1.5) * 0.5 / 4
     double const k = 0.17578125;
     EXPECT_EQ(hess[0], k);
     EXPECT_EQ(hess[3], k / 16);
-    EXPECT_EQ(hess[4], k * 0.25 / 4); // the derivative itself would be k * 0.25 here and -k * 0.25 below
+    EXPECT_EQ(hess[4], k * 0.25 / 4); // the exact derivative is k * 0.25 here and -k * 0.25 below
     EXPECT_EQ(hess[5], -k * 0.25 / 4);
 }
 
-TEST(SmoothMax, EndsOfTheBlendBelongToIt)
+TEST(SmoothMax, TheEndsOfTheBlendBelongToIt)
 {
     double grad[3];
     EXPECT_EQ(smoothMax(0, 1, 1, grad, nullptr), 1.0); // x = 1: q = 1
@@ -155,32 +170,33 @@ TEST(SmoothMax, EndsOfTheBlendBelongToIt)
     EXPECT_EQ(hess[0], 0.0);
 }
 
-TEST(SmoothMax, WithoutWidthItSteps)
+TEST(SmoothMax, WidthsBelow1eMinus13GiveTheMaximumAndStepDerivatives)
 {
     double grad[3], hess[6];
     EXPECT_EQ(smoothMax(2, 2, 0.99e-13, grad, hess), 2.0);
-    EXPECT_EQ(grad[0], 0.0) << "equal numbers have no slope at all";
+    EXPECT_EQ(grad[0], 0.0) << "equal numbers have derivatives of zero";
     EXPECT_EQ(grad[1], 0.0);
     EXPECT_EQ(smoothMax(2, 1, 0, grad, nullptr), 2.0);
     EXPECT_EQ(grad[0], 1.0);
     EXPECT_EQ(smoothMax(2, 2, 1e-13, grad, nullptr), (1e-13 * 0.375 + 2 + 2) * 0.5);
-    EXPECT_EQ(grad[0], 0.5) << "1e-13 itself blends";
+    EXPECT_EQ(grad[0], 0.5) << "a width of exactly 1e-13 blends";
     EXPECT_EQ(smoothMax(1, 2, -3, nullptr, nullptr), 2.0);
-    EXPECT_FALSE(std::signbit(smoothMax(0.0, -0.0, 0.0, nullptr, nullptr))) << "of equal numbers the first";
+    EXPECT_FALSE(std::signbit(smoothMax(0.0, -0.0, 0.0, nullptr, nullptr))) << "the first of equal numbers";
     EXPECT_TRUE(std::signbit(smoothMax(-0.0, 0.0, 0.0, nullptr, nullptr)));
 }
 
-TEST(SmoothMax, NaNWidthCountsAsBlend)
+TEST(SmoothMax, ANaNWidthCountsAsBlend)
 {
     double grad[3];
     EXPECT_TRUE(std::isnan(smoothMax(1, 5, kNaN, grad, nullptr)));
     EXPECT_TRUE(std::isnan(grad[0]));
     EXPECT_TRUE(std::isnan(smoothMax(kNaN, 5, 1, nullptr, nullptr)));
-    EXPECT_TRUE(std::isnan(smoothMax(kNaN, 5, 0, nullptr, nullptr))) << "the first number wins an undecided step";
+    EXPECT_TRUE(std::isnan(smoothMax(kNaN, 5, 0, nullptr, nullptr)))
+        << "without a blend the first number is the result";
     EXPECT_EQ(smoothMax(5, kNaN, 0, nullptr, nullptr), 5.0);
 }
 
-TEST(SmoothMax, FirstDerivativesMatchDifferences)
+TEST(SmoothMax, FirstDerivativesMatchDifferenceQuotients)
 {
     test::Random random(20250310);
     double const step = 1e-5;
@@ -188,14 +204,23 @@ TEST(SmoothMax, FirstDerivativesMatchDifferences)
         double const a = random.uniform(), b = random.uniform(), h = random.uniform(0.1, 1.5);
         double grad[3], hess[6];
         smoothMax(a, b, h, grad, hess);
-        EXPECT_NEAR(grad[0], (smoothMax(a + step, b, h, 0, 0) - smoothMax(a - step, b, h, 0, 0)) / (2 * step), 1e-7);
-        EXPECT_NEAR(grad[1], (smoothMax(a, b + step, h, 0, 0) - smoothMax(a, b - step, h, 0, 0)) / (2 * step), 1e-7);
-        EXPECT_NEAR(grad[2], (smoothMax(a, b, h + step, 0, 0) - smoothMax(a, b, h - step, 0, 0)) / (2 * step), 1e-7);
+        EXPECT_NEAR(grad[0],
+                    (smoothMax(a + step, b, h, nullptr, nullptr) - smoothMax(a - step, b, h, nullptr, nullptr)) /
+                        (2 * step),
+                    1e-7);
+        EXPECT_NEAR(grad[1],
+                    (smoothMax(a, b + step, h, nullptr, nullptr) - smoothMax(a, b - step, h, nullptr, nullptr)) /
+                        (2 * step),
+                    1e-7);
+        EXPECT_NEAR(grad[2],
+                    (smoothMax(a, b, h + step, nullptr, nullptr) - smoothMax(a, b, h - step, nullptr, nullptr)) /
+                        (2 * step),
+                    1e-7);
         EXPECT_GE(smoothMax(a, b, h, nullptr, nullptr), std::max(a, b) - 1e-15) << "rounding of numbers below one";
     }
 }
 
-TEST(UpdateSmoothDist, ReplacesAFarMinimum)
+TEST(UpdateSmoothDist, ReplacesAMinimumBeyondTheBlend)
 {
     double acc = 1e13;
     Vector3 grad;
@@ -220,7 +245,8 @@ TEST(UpdateSmoothDist, NarrowsTheBlendToTheSmallerNumber)
 
 TEST(UpdateSmoothDist, AWidthEqualToANumberIsNotNarrowed)
 {
-    // x = -1/2 and 1/2 in the blend. A narrowed width would be the same, but its derivative would join the gradient.
+    // x = -1/2 and 1/2 in the blend. A narrowed width would have the same value, but its derivative would be added to
+    // the gradient.
     double acc = 1.0;
     Vector3 grad(4, 0, 0);
     updateSmoothDist(1.5, {1, 0, 0}, {0, 0, 0}, acc, 1.0, &grad, nullptr);
@@ -231,7 +257,7 @@ TEST(UpdateSmoothDist, AWidthEqualToANumberIsNotNarrowed)
     EXPECT_EQ(grad, Vector3(0.84375 * 2 + 0.15625 * 4, 0, 0));
 }
 
-TEST(UpdateSmoothDist, FollowsItsRuleWithAndWithoutNarrowing)
+TEST(UpdateSmoothDist, AgreesWithTheReferenceWithAndWithoutNarrowing)
 {
     test::Random random(20250311);
     for (int trial = 0; trial < 4000; ++trial) {
@@ -240,17 +266,17 @@ TEST(UpdateSmoothDist, FollowsItsRuleWithAndWithoutNarrowing)
         double const h = random.oneIn(3) ? random.uniform(0, 3) : random.uniform(0, 0.3);
         Vector3 const x = hostile ? random.hostilePoint() : random.point();
         Vector3 const y = random.point();
-        Field ours, defined;
-        ours.dist = defined.dist = random.oneIn(6) ? d : random.uniform(0, 2);
-        ours.grad = defined.grad = random.point();
-        ours.hess = defined.hess = Matrix3(random.point(), random.point(), random.point());
+        Field ours, expected;
+        ours.dist = expected.dist = random.oneIn(6) ? d : random.uniform(0, 2);
+        ours.grad = expected.grad = random.point();
+        ours.hess = expected.hess = Matrix3(random.point(), random.point(), random.point());
         updateSmoothDist(d, x, y, ours.dist, h, &ours.grad, &ours.hess);
-        reference::updateSmoothDist(d, x, y, defined.dist, h, &defined.grad, &defined.hess);
-        EXPECT_TRUE(sameField(ours, defined)) << "trial " << trial;
+        reference::updateSmoothDist(d, x, y, expected.dist, h, &expected.grad, &expected.hess);
+        EXPECT_TRUE(sameField(ours, expected)) << "trial " << trial;
     }
 }
 
-TEST(UpdateSmoothDist, TheHessianReadsTheIncomingGradient)
+TEST(UpdateSmoothDist, TheHessianDependsOnTheIncomingGradient)
 {
     // Equal numbers in the blend: H = (k, -k, k), so the (0, 0) entry is -k (g - e)^2 + hess / 2 + 1 with g = 3, e = 2.
     double acc = 1.0;
@@ -262,7 +288,7 @@ TEST(UpdateSmoothDist, TheHessianReadsTheIncomingGradient)
     EXPECT_EQ(grad, Vector3(2.5, 0, 0));
 }
 
-TEST(UpdateSmoothDist, WithoutAGradientTheIncomingOneIsZero)
+TEST(UpdateSmoothDist, WithoutAGradientTheIncomingGradientCountsAsZero)
 {
     double acc = 1.0;
     double other = 1.0;
@@ -275,7 +301,7 @@ TEST(UpdateSmoothDist, WithoutAGradientTheIncomingOneIsZero)
     EXPECT_EQ(acc, other);
 }
 
-TEST(SmoothDistToPolyline, OnASegmentItIsZero)
+TEST(SmoothDistToPolyline, IsZeroOnASegment)
 {
     for (double h : {1e-14, 0.1, 10.0}) EXPECT_EQ(fieldAt({{0, 0, 0}, {4, 0, 0}}, {1, 0, 0}, h).dist, 0.0);
 }
@@ -292,7 +318,7 @@ TEST(SmoothDistToPolyline, FewerThanTwoVerticesWriteNothing)
     }
 }
 
-TEST(SmoothDistToPolyline, WithoutBlendItIsTheSquaredDistance)
+TEST(SmoothDistToPolyline, WithoutABlendItIsTheSquaredDistance)
 {
     test::Random random(20250312);
     std::vector<Vector3> const polyline = test::smoothCurve(15);
@@ -305,9 +331,9 @@ TEST(SmoothDistToPolyline, WithoutBlendItIsTheSquaredDistance)
     }
 }
 
-TEST(SmoothDistToPolyline, TwentyVerticesFoldInPointsAndLeaveOutTheFirstSegment)
+TEST(SmoothDistToPolyline, From20VerticesOnChunksStartWithAPointInsteadOfTheirFirstSegment)
 {
-    // The nearest segment, the first, is not visited: the nearest of what is folded in is its end.
+    // The first segment is the nearest one. It is not folded in with 20 vertices, but its ends are.
     std::vector<Vector3> points;
     for (int i = 0; i < 19; ++i) points.emplace_back(i, 0, 0);
     EXPECT_EQ(fieldAt(points, {0.5, 1, 0}, 0).dist, 1.0);
@@ -317,9 +343,10 @@ TEST(SmoothDistToPolyline, TwentyVerticesFoldInPointsAndLeaveOutTheFirstSegment)
     EXPECT_EQ(fieldAt(points, {10.5, 1, 0}, 0).dist, 1.25) << "the second chunk starts at vertex 10";
 }
 
-TEST(SmoothDistToPolyline, ARestOfFewVerticesJoinsTheLastChunk)
+TEST(SmoothDistToPolyline, ARestOfThreeSegmentsJoinsTheLastChunk)
 {
-    // With 25 vertices the second chunk ends at 20, with 24 at the last vertex: only then segment 20 is visited.
+    // With 25 vertices segment 20 is the first one of the third chunk, which is not folded in. With 24 vertices the
+    // second chunk extends to the last vertex.
     for (int n : {24, 25}) {
         std::vector<Vector3> points;
         for (int i = 0; i < n; ++i) points.emplace_back(i, 0, 0);
@@ -327,11 +354,11 @@ TEST(SmoothDistToPolyline, ARestOfFewVerticesJoinsTheLastChunk)
     }
 }
 
-TEST(SmoothDistToPolyline, HowFarChunksAreVisitedGrowsWithWidthAndVertices)
+TEST(SmoothDistToPolyline, TheLimitForVisitedChunksGrowsWithWidthAndVertices)
 {
-    // A chunk beyond the nearest of the vertices folded in first, plus the width times (0.375 n + 1), is left out. With
-    // a positive width it could not have mattered; a negative one shows where the line is drawn. Here the vertices
-    // lie at a squared distance of 26 and the chunk between them at 1.
+    // A chunk is skipped if its squared bound exceeds the squared distance of the nearest vertex folded in so far by
+    // more than the width times (0.375 n + 1). With a positive width such a chunk cannot change the result; a negative
+    // width shows the limit. Here the vertices are at a squared distance of 26 and the chunk between them at 1.
     for (int const n : {20, 21}) {
         std::vector<Vector3> polyline;
         for (int i = 0; i < n; ++i) polyline.push_back(Vector3(i - 5, 0, 0));
@@ -344,12 +371,13 @@ TEST(SmoothDistToPolyline, HowFarChunksAreVisitedGrowsWithWidthAndVertices)
     }
 }
 
-TEST(SmoothDistToPolyline, GradientMatchesDifferencesBetweenTwoParallelSegments)
+TEST(SmoothDistToPolyline, GradientMatchesDifferenceQuotientsBetweenTwoParallelSegments)
 {
-    // One segment above and one below, joined far away: the nearest points move with the query only along the
-    // segments, where nothing changes, so that the gradient holds with the points held fixed.
+    // One segment is above and one below; they are joined far away. The nearest points move along the segments only,
+    // which does not change the distances to first order, so the gradient for fixed points is exact.
     std::vector<Vector3> const polyline = {{-5, 1, 0}, {5, 1, 0}, {5, -1, 0}, {-5, -1, 0}};
-    double const step = 1e-5; // squared distances near 25 cancel to 1: 25 * 1e-16 / step is far below the tolerance
+    double const step =
+        1e-5; // squared distances near 25 cancel to 1: the error 25 * 1e-16 / step is below the tolerance
     for (double y = -0.4; y < 0.45; y += 0.05) {
         Field const f = fieldAt(polyline, {0, y, 0}, 0.9);
         double const slope =
@@ -362,6 +390,40 @@ TEST(SmoothDistToPolyline, GradientMatchesDifferencesBetweenTwoParallelSegments)
         if (f.dist > 0.9) {
             EXPECT_NEAR(f.hess(1, 1), bend, 1e-7) << y;
         }
+    }
+}
+
+// The chunks have equal bounds at this query, and the order in which they are folded in changes the value. It must be
+// the same with every standard library.
+TEST(SmoothDistToPolyline, ChunksOfEqualBoundsAreTakenInAFixedOrder)
+{
+    std::vector<Vector3> points;
+    for (int i = 0; i < 41; ++i) points.emplace_back(i % 3, i / 10, i % 7);
+    Vector3 const q(-1.5, 2.25, 0.5);
+    EXPECT_EQ(fieldAt(points, q, 4.0).dist, 0x1.10f7d6d778f4p+1); // by ascending index: 0x1.0a4185e8e1caap+1
+    EXPECT_TRUE(sameField(fieldAt(points, q, 4.0), referenceFieldAt(points, q, 4.0)));
+}
+
+TEST(SmoothDistToPolyline, NaNAndInfiniteInputGiveTheDocumentedMinimum)
+{
+    for (int n : {2, 19, 20, 40}) {
+        std::vector<Vector3> points = test::alongX(n);
+        bool const isChunked = n >= 20;
+        Field f = fieldAt(points, {kNaN, 0, 0}, 0.1);
+        EXPECT_EQ(std::isnan(f.dist), isChunked) << n;
+        EXPECT_TRUE(isChunked || f.dist == 0.0) << n;
+        EXPECT_TRUE(std::isnan(f.grad.x)) << n;
+        f = fieldAt(points, {kNaN, 0, 0}, 0.0);
+        EXPECT_EQ(f.dist, 0.0) << n;
+        EXPECT_TRUE(std::isnan(f.grad.x)) << n;
+        f = fieldAt(points, {kInfinity, 0, 0}, 0.1);
+        EXPECT_EQ(f.dist, 1e13) << n;
+        EXPECT_TRUE(std::isnan(f.grad.x)) << n;
+        EXPECT_TRUE(std::isnan(fieldAt(points, {0, 1, 0}, kNaN).dist)) << n;
+        points[1].z = kNaN;
+        f = fieldAt(points, {0.5, 1, 0}, 0.1);
+        EXPECT_TRUE(f.dist == 0.0 || std::isnan(f.dist)) << n;
+        EXPECT_TRUE(std::isnan(f.grad.x)) << n;
     }
 }
 
@@ -382,13 +444,13 @@ TEST(SmoothDistToPolyline, WantedOutputsDoNotChangeEachOther)
     }
 }
 
-// Against the definition, and the many against the single calls.
-class SmoothDistOracle : public testing::Test
+// Comparisons with the reference implementation: single calls, and calls for many points.
+class SmoothDistReference : public testing::Test
 {
 protected:
     test::Random random{20250314};
 
-    void hold(std::vector<Vector3> const& polyline, std::vector<Vector3> const& queries)
+    void compare(std::vector<Vector3> const& polyline, std::vector<Vector3> const& queries)
     {
         for (double h : {0.0, 1e-13, 1e-4, 0.03, 0.5, 20.0, -1.0, 1e12, kNaN}) {
             std::vector<double> dists(queries.size());
@@ -399,12 +461,12 @@ protected:
                                   hessians.data());
             sinew::smoothDistMany(polyline, queries.data(), queries.size(), h, distsAlone.data(), nullptr, nullptr);
             for (std::size_t i = 0; i < queries.size(); ++i) {
-                Field const defined = definedFieldAt(polyline, queries[i], h);
+                Field const expected = referenceFieldAt(polyline, queries[i], h);
                 std::string const where = "query " + std::to_string(i) + ", h " + std::to_string(h) + ", " +
                                           std::to_string(polyline.size()) + " vertices";
-                EXPECT_TRUE(sameField(fieldAt(polyline, queries[i], h), defined)) << where;
-                EXPECT_TRUE(sameField({dists[i], grads[i], hessians[i]}, defined)) << where;
-                EXPECT_TRUE(test::sameBits(distsAlone[i], defined.dist)) << where;
+                EXPECT_TRUE(sameField(fieldAt(polyline, queries[i], h), expected)) << where;
+                EXPECT_TRUE(sameField({dists[i], grads[i], hessians[i]}, expected)) << where;
+                EXPECT_TRUE(test::sameBits(distsAlone[i], expected.dist)) << where;
             }
         }
     }
@@ -412,40 +474,40 @@ protected:
     std::vector<int> const sizes{2, 3, 12, 19, 20, 24, 25, 26, 64, 333};
 };
 
-TEST_F(SmoothDistOracle, SmoothNoisyAndClosed)
+TEST_F(SmoothDistReference, AgreesOnSmoothNoisyAndClosedPolylines)
 {
     for (int n : sizes) {
-        hold(test::smoothCurve(n), random.points(15));
-        hold(test::noisyCurve(n, random, 0.1), random.points(15));
-        hold(test::islandBoundary(n, random), random.points(15));
+        compare(test::smoothCurve(n), random.points(15));
+        compare(test::noisyCurve(n, random, 0.1), random.points(15));
+        compare(test::islandBoundary(n, random), random.points(15));
     }
 }
 
-TEST_F(SmoothDistOracle, PlanarWithZerosOfEitherSign)
+TEST_F(SmoothDistReference, AgreesInAPlaneWithZerosOfBothSigns)
 {
     for (int n : sizes) {
         std::vector<Vector3> queries = random.points(15);
         for (Vector3& q : queries) q.z = random.oneIn(2) ? 0.0 : -0.0;
-        hold(test::islandBoundary(n, random), queries);
+        compare(test::islandBoundary(n, random), queries);
         std::vector<Vector3> mirrored = test::islandBoundary(n, random);
         for (Vector3& p : mirrored) p.z = -0.0;
-        hold(mirrored, queries);
+        compare(mirrored, queries);
     }
 }
 
-TEST_F(SmoothDistOracle, TouchingRepeatedAndStraight)
+TEST_F(SmoothDistReference, AgreesOnSelfTouchingRepeatedAndStraightPolylines)
 {
     for (int n : sizes) {
         std::vector<Vector3> queries;
         for (int i = 0; i < 15; ++i)
             queries.emplace_back(random.below(5) - 2, random.below(5) - 2, 0.5 * random.below(5));
-        hold(test::latticeWalk(n, random), queries);
-        hold(std::vector<Vector3>(n, Vector3(1, 1, 1)), queries);
-        hold(test::straightLine(n, 0.5), queries);
+        compare(test::latticeWalk(n, random), queries);
+        compare(std::vector<Vector3>(n, Vector3(1, 1, 1)), queries);
+        compare(test::straightLine(n, 0.5), queries);
     }
 }
 
-TEST_F(SmoothDistOracle, HostileInput)
+TEST_F(SmoothDistReference, AgreesOnHostileInput)
 {
     for (int trial = 0; trial < 200; ++trial) {
         std::vector<Vector3> polyline = random.points(2 + random.below(60));
@@ -453,11 +515,11 @@ TEST_F(SmoothDistOracle, HostileInput)
         if (random.oneIn(2)) polyline[random.below(static_cast<int>(polyline.size()))] = random.hostilePoint();
         queries.push_back(random.hostilePoint());
         queries.push_back(polyline[random.below(static_cast<int>(polyline.size()))]);
-        hold(polyline, queries);
+        compare(polyline, queries);
     }
 }
 
-TEST_F(SmoothDistOracle, EveryScale)
+TEST_F(SmoothDistReference, AgreesAtEveryScale)
 {
     for (double scale : {1e-160, 1e-9, 1e-6, 1e6, 1e9, 1e90, 1e120, 1e155, 1e300}) {
         for (int n : {7, 40}) {
@@ -465,7 +527,7 @@ TEST_F(SmoothDistOracle, EveryScale)
             std::vector<Vector3> queries = random.points(5);
             for (Vector3& p : polyline) p *= scale;
             for (Vector3& q : queries) q *= scale;
-            hold(polyline, queries);
+            compare(polyline, queries);
         }
     }
 }

@@ -1,8 +1,9 @@
-// One hash a room over the bits of many results on seeded input. The hashes are no truth of their own (the rooms' tests
-// hold that): they say that every compiler, optimisation level and vector width gives the same bits. A change of
-// numbers shows here first; if it is meant, record the printed hash and say so in the changelog.
+// One hash for each module, over the bits of many results on seeded input. The hashes do not show that results are
+// right; the tests of the modules do. They show that every compiler, optimisation level and vector width gives the same
+// bits. If a change of numbers is intended, record the printed hash and describe the change in the changelog.
 //
-// Only operations that IEEE 754 fixes take part. Sines, logarithms and the like differ between system math libraries.
+// All operations used here are defined by IEEE 754. Sines, logarithms and similar functions are not used, because they
+// differ between the math libraries of systems.
 
 #include <sinew/sinew.h>
 
@@ -37,7 +38,7 @@ public:
     void add(bool value) { add(static_cast<std::uint64_t>(value)); }
     void add(double value)
     {
-        std::uint64_t word = 0x7ff8000000000000u; // one NaN for all: their payloads are open
+        std::uint64_t word = 0x7ff8000000000000u; // the same for every NaN: IEEE 754 does not fix their payloads
         if (value == value) std::memcpy(&word, &value, sizeof word);
         add(word);
     }
@@ -77,8 +78,8 @@ private:
 
 Matrix3 randomMatrix(Random& random)
 {
-    // Braces, here and below: they fix the order in which the arguments are drawn, parentheses leave it to the
-    // compiler.
+    // Braces, here and below, fix the order in which the arguments are evaluated. With parentheses the compiler chooses
+    // it.
     return Matrix3{random.point(), random.point(), random.point()};
 }
 
@@ -93,7 +94,7 @@ std::vector<Vector3> wave(Random& random, int count)
     return points;
 }
 
-// A square grid of cells with jittered inner vertices, two triangles a cell.
+// A square grid of cells with randomly moved vertices, two triangles for each cell.
 MeshFunction2D randomMesh(Random& random, int cells)
 {
     std::vector<Point> params;

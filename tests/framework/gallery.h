@@ -1,7 +1,7 @@
 #pragma once
 
-/// A host's own persistent classes, for the tests: members of every supported type, a base with fields, an object as a
-/// member, sequences of objects and of sequences.
+/// Persistent classes of a host, for the tests and the fuzz target: members of every supported type, a base class with
+/// fields, an object as a member, sequences of objects and of sequences.
 
 #include <limits>
 #include <sstream>
@@ -46,7 +46,7 @@ public:
     }
 };
 
-/// `Work` is not the first base, so an object and its persistent part have different addresses.
+/// The first base class of `Painting`, so that a painting and its `Work` part have different addresses.
 struct Insured
 {
     double sum = 0;
@@ -95,7 +95,7 @@ public:
     }
 };
 
-/// A tree: its depth is limited by the document only.
+/// A tree, whose depth only the document limits.
 class Branch : public Serializable
 {
 public:
@@ -111,6 +111,7 @@ public:
     }
 };
 
+/// A string with the characters and markup that XML treats specially, and with characters of two to four bytes.
 inline std::string randomText(test::Random& random)
 {
     static char const* const pieces[] = {"a",    "<",   "&",         ">",    "]]>", "\r", "\n",   "\t",
@@ -152,6 +153,7 @@ inline Painting randomPainting(test::Random& random)
     return p;
 }
 
+/// `object` as a document with the root element `name`.
 template <typename T>
 std::string textOf(T& object, std::string const& name = "root")
 {
@@ -160,6 +162,7 @@ std::string textOf(T& object, std::string const& name = "root")
     return out.str();
 }
 
+/// A new object that the document `text` has been read into.
 template <typename T>
 T parse(std::string const& text)
 {
@@ -169,7 +172,7 @@ T parse(std::string const& text)
     return object;
 }
 
-/// The message with which `text` is refused; empty if it is not.
+/// The message with which reading `text` fails; empty if it succeeds.
 template <typename T>
 std::string refusal(std::string const& text)
 {

@@ -1,4 +1,5 @@
-// Documents from strangers: whatever they hold, reading ends in an object or in LoadFail, with little memory and stack.
+// Untrusted documents: whatever they contain, reading ends with an object or with LoadFail and needs little memory and
+// little stack.
 
 #include <sinew/framework/serializable.h>
 
@@ -19,6 +20,14 @@ using gallery::refusal;
 
 namespace {
 
+constexpr std::size_t kSmallStack = 256 * 1024;
+
+// The documented limit of what reading a text of `size` bytes may allocate.
+constexpr long long allocationLimit(std::size_t size)
+{
+    return 64 * 1024 + 64 * static_cast<long long>(size);
+}
+
 std::string repeated(std::string const& piece, std::size_t count)
 {
     std::string text;
@@ -32,11 +41,11 @@ std::string nested(std::size_t levels, std::string const& name = "a")
     return repeated("<" + name + ">", levels) + repeated("</" + name + ">", levels);
 }
 
-/// One way of being large, of about `size` bytes.
+// Documents that are large in one way.
 struct Family
 {
     char const* name;
-    std::function<std::string(std::size_t size)> make;
+    std::function<std::string(std::size_t size)> make; // a document of about `size` bytes
 };
 
 std::vector<Family> families()
@@ -61,7 +70,7 @@ std::vector<Family> families()
         {"sequence of empty sequences", around("<r><rows>", "<row/>", "</rows></r>")},
         {"sequence of numbers", around("<r><bids>", "<bid>1</bid>", "</bids></r>")},
         {"attributes", numbered("<r ", "a", "='' ", "/>")},
-        {"attributes alike for long", numbered("<r ", repeated("a", 200), "='' ", "/>")},
+        {"attributes with a long common prefix", numbered("<r ", repeated("a", 200), "='' ", "/>")},
         {"repeated attribute", around("<r ", "a='' ", "/>")},
         {"repeated fields", around("<r>", "<bids><bid>1</bid></bids>", "</r>")},
         {"one huge text", around("<r><super><title>", "x", "</title></super></r>")},
@@ -70,7 +79,7 @@ std::vector<Family> families()
         {"one huge comment", around("<r><!--", "- ", "--></r>")},
         {"one huge instruction", around("<?t ", "? ", "?><r/>")},
         {"references", around("<r><super><title>", "&#65;", "</title></super></r>")},
-        {"reference that does not end", around("<r>&#", "0", "</r>")},
+        {"unterminated reference", around("<r>&#", "0", "</r>")},
         {"comments in a text", around("<r><super><title>", "x<!---->", "</title></super></r>")},
         {"CDATA sections", around("<r><super><title>", "<![CDATA[]]]>", "</title></super></r>")},
         {"line ends", around("<r>", "\r\n", "</r>")},
@@ -83,12 +92,12 @@ std::vector<Family> families()
     };
 }
 
-/// Runs `action` on a thread of its own with 256 KiB of stack.
+// Runs `action` on a thread with 256 KiB of stack.
 void onSmallStack(std::function<void()> action)
 {
     pthread_attr_t attributes;
     ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, kSmallStack), 0);
     pthread_t thread;
     auto const run = [](void* argument) -> void* {
         (*static_cast<std::function<void()>*>(argument))();
@@ -99,7 +108,7 @@ void onSmallStack(std::function<void()> action)
     pthread_attr_destroy(&attributes);
 }
 
-/// A tree of branches in which element nesting reaches `levels`: the root, then pairs of <twigs><twig>.
+// A tree of branches whose elements are nested `levels` deep: the root, then pairs of <twigs><twig>.
 std::string branches(int levels)
 {
     std::string const open = repeated("<twigs><twig>", static_cast<std::size_t>(levels - 1) / 2);
@@ -109,7 +118,7 @@ std::string branches(int levels)
 
 } // namespace
 
-TEST(HostileText, MalformedDocumentsAreRefusedWithTheirReason)
+TEST(HostileText, MalformedDocumentsAreRefusedWithTheReason)
 {
     struct Case
     {
@@ -200,7 +209,7 @@ TEST(HostileText, MalformedDocumentsAreRefusedWithTheirReason)
          }) {
         std::string const message = refusal<gallery::Work>(c.text);
         EXPECT_NE(message.find(c.reason), std::string::npos) << c.text << "\n" << message;
-        EXPECT_EQ(message.rfind("line ", 0), 0u) << "tells line and column: " << message;
+        EXPECT_EQ(message.rfind("line ", 0), 0u) << "line and column come first: " << message;
     }
     EXPECT_NE(refusal<gallery::Work>(std::string("<a>\0</a>", 8)), "") << "a zero byte";
 }
@@ -210,8 +219,8 @@ TEST(HostileText, NestingIsLimited)
     auto const limit = static_cast<std::size_t>(sinew::kMaxNesting);
     EXPECT_EQ(refusal<gallery::Work>(nested(limit)), "");
     EXPECT_NE(refusal<gallery::Work>(nested(limit + 1)).find("nested more than 128 deep"), std::string::npos);
-    EXPECT_EQ(refusal<gallery::Work>("<a>" + repeated(nested(limit - 1), 50) + "</a>"), "") << "levels are given back";
-    EXPECT_EQ(refusal<gallery::Branch>(branches(sinew::kMaxNesting)), "") << "through fields as well";
+    EXPECT_EQ(refusal<gallery::Work>("<a>" + repeated(nested(limit - 1), 50) + "</a>"), "") << "siblings do not add up";
+    EXPECT_EQ(refusal<gallery::Branch>(branches(sinew::kMaxNesting)), "") << "the limit holds for fields as well";
     EXPECT_NE(refusal<gallery::Branch>(branches(sinew::kMaxNesting + 1)), "");
 }
 
@@ -224,8 +233,8 @@ TEST(HostileText, AMillionLevelsAreRefusedOnASmallStack)
     });
 }
 
-// A reader that looked at everything twice for every item would need hours for this.
-TEST(HostileText, MegabytesOfEachFamilyAreDealtWith)
+// With a time that grows with the square of the size, this test would take hours.
+TEST(HostileText, MegabytesOfEachFamilyAreReadOrRefused)
 {
     for (Family const& family : families()) {
         SCOPED_TRACE(family.name);
@@ -234,7 +243,7 @@ TEST(HostileText, MegabytesOfEachFamilyAreDealtWith)
     }
 }
 
-TEST(HostileText, AllocatesLittle)
+TEST(HostileText, AllocationsStayBelowTheDocumentedLimit)
 {
     for (Family const& family : families()) {
         for (std::size_t const size : {100u, 3000u, 100000u, 1000000u}) {
@@ -247,13 +256,13 @@ TEST(HostileText, AllocatesLittle)
                 sinew::readDocument(in, painting);
             } catch (Serializable::LoadFail const&) {
             }
-            long long const allocated = test::allocatedBytes() - before; // all requests summed, released or not
-            EXPECT_LE(allocated, 64 * 1024 + 64 * static_cast<long long>(text.size()));
+            long long const allocated = test::allocatedBytes() - before; // the sum of all requests, released or not
+            EXPECT_LE(allocated, allocationLimit(text.size()));
         }
     }
 }
 
-TEST(HostileText, OnlyLoadFailAndBadAllocLeaveTheReader)
+TEST(HostileText, ReadingThrowsOnlyLoadFailAndBadAlloc)
 {
     test::Random random(91);
     gallery::Painting painting = gallery::randomPainting(random);
@@ -275,7 +284,7 @@ TEST(HostileText, OnlyLoadFailAndBadAllocLeaveTheReader)
     }
 }
 
-TEST(HostileText, RandomDamageNeverEscapes)
+TEST(HostileText, RandomlyDamagedDocumentsAreReadOrRefused)
 {
     test::Random random(92);
     gallery::Painting painting = gallery::randomPainting(random);

@@ -1,4 +1,4 @@
-// A plug-in with a persistent class of its own.
+// A plug-in that registers a persistent class.
 
 #include <sinew/framework/fields.h>
 #include <sinew/framework/registry.h>

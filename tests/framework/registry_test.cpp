@@ -1,27 +1,33 @@
 #include <sinew/framework/registry.h>
 
 #include <memory>
+#include <new>
 #include <optional>
 #include <sstream>
+#include <string>
+#include <typeinfo>
+#include <vector>
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
 
 #include "gallery.h"
+#include "support/failing_new.h"
 
 namespace {
 
-// Used before main runs, from a source file that knows nothing of the library's own initialisation order.
+// Both are initialised before main runs. Their order relative to the library's own static objects is not defined.
 SerializableFactory<gallery::Painting> const paintingFactory("GalleryPainting");
 bool const foundDuringInitialisation = FactoryByName::find("GalleryPainting") != nullptr;
 
-std::vector<std::string> lines;
+std::vector<std::string> lines; // what keepLine has received
 void keepLine(std::string const& action, std::string const& type, std::string const& name)
 {
     lines.push_back(action + "|" + type + "|" + name);
 }
 
+// Installs `keepLine` for the duration of a test.
 struct LogSink
 {
     LogSink()
@@ -32,6 +38,7 @@ struct LogSink
     ~LogSink() { sinew::setRegistryLogSink(nullptr); }
 };
 
+// No object of this type is ever registered.
 struct Unused : NamedObject<Unused*>
 {
 };
@@ -62,13 +69,13 @@ TEST(Registry, MakesObjectsByNameAndByTypeName)
 
 TEST(Registry, UnknownNamesGiveNull)
 {
-    EXPECT_EQ(FactoryByName::find("nobody"), nullptr);
-    EXPECT_EQ(FactoryByTypeID::find("GalleryPainting"), nullptr) << "the registries are apart";
+    EXPECT_EQ(FactoryByName::find("Unregistered"), nullptr);
+    EXPECT_EQ(FactoryByTypeID::find("GalleryPainting"), nullptr) << "names of one registry are unknown to the other";
     EXPECT_EQ(Unused::find("x"), nullptr) << "a registry that was never used";
     EXPECT_TRUE(Unused::names().empty());
 }
 
-TEST(Registry, YoungestOfANameIsFoundAndTheOneBeforeComesBack)
+TEST(Registry, FindsTheLatestObjectOfANameThatStillExists)
 {
     std::optional<Tool> first(std::in_place, "saw");
     std::optional<Tool> second(std::in_place, "saw");
@@ -84,7 +91,7 @@ TEST(Registry, YoungestOfANameIsFoundAndTheOneBeforeComesBack)
     EXPECT_TRUE(Tool::names().empty());
 }
 
-TEST(Registry, LogTellsOfRegistriesAndEntries)
+TEST(Registry, LogsNewRegistriesRegistrationsAndRemovals)
 {
     struct Nail : NamedObject<Nail*>
     {
@@ -107,7 +114,47 @@ TEST(Registry, LogTellsOfRegistriesAndEntries)
     EXPECT_EQ(lines.size(), 1u);
 }
 
-TEST(Registry, FactoryStandsInBothRegistries)
+TEST(Registry, NamesAreSortedAndEachIsListedOnce)
+{
+    Tool const saw("saw");
+    Tool const axe("axe");
+    Tool const otherSaw("saw");
+    EXPECT_EQ(Tool::names(), (std::vector<std::string>{"axe", "saw"}));
+}
+
+TEST(Registry, RegistrationWithoutMemoryLeavesNoEntry)
+{
+    std::string const name = "a name that is too long for the buffer inside a string";
+    struct Drill : NamedObject<Drill*>
+    {
+        explicit Drill(std::string const& n) : NamedObject(n) {}
+    };
+    std::unique_ptr<Drill> made;
+    for (long allowed = 0; !made; ++allowed) {
+        SCOPED_TRACE(allowed);
+        try {
+            test::FailingNew const failing(allowed);
+            made = std::make_unique<Drill>(name);
+        } catch (std::bad_alloc const&) {
+            EXPECT_EQ(Drill::find(name), nullptr);
+        }
+    }
+    EXPECT_EQ(Drill::find(name), made.get());
+}
+
+TEST(Registry, RemovalNeedsNoMemory)
+{
+    LogSink const sink;
+    std::optional<Tool> tool(std::in_place, "saw");
+    sinew::setRegistryLogSink([](std::string const&, std::string const&, std::string const&) {});
+    {
+        test::FailingNew const failing(0);
+        tool.reset();
+    }
+    EXPECT_EQ(Tool::find("saw"), nullptr);
+}
+
+TEST(Registry, FactoryIsInBothRegistries)
 {
     struct Easel : Serializable
     {
@@ -126,7 +173,7 @@ TEST(Registry, FactoryStandsInBothRegistries)
     EXPECT_EQ(lines.size(), 4u);
 }
 
-TEST(Registry, APluginLoadedAThousandTimesLeavesItAsItWas)
+TEST(Registry, LoadingAPluginAThousandTimesChangesNothing)
 {
     std::vector<std::string> const byName = FactoryByName::names();
     std::vector<std::string> const byType = FactoryByTypeID::names();
@@ -141,16 +188,16 @@ TEST(Registry, APluginLoadedAThousandTimesLeavesItAsItWas)
     for (int warmUp = 0; warmUp < 3; ++warmUp) ASSERT_NO_FATAL_FAILURE(openAndClose());
     std::size_t const before = mallinfo2().uordblks;
     for (int i = 0; i < 1000; ++i) ASSERT_NO_FATAL_FAILURE(openAndClose());
-    // Freed blocks that the allocator keeps at hand count as used; one lost in every round would be 16000 bytes or
-    // more.
+    // mallinfo2 counts as used the freed blocks that the allocator keeps for reuse. One block lost per round would be
+    // 16000 bytes or more.
     EXPECT_LT(mallinfo2().uordblks, before + 8000);
     EXPECT_EQ(FactoryByName::find("PluginPart"), nullptr);
     EXPECT_EQ(FactoryByName::names(), byName);
     EXPECT_EQ(FactoryByTypeID::names(), byType);
-    EXPECT_EQ(dlopen(SINEW_PLUGIN, RTLD_NOW | RTLD_NOLOAD), nullptr) << "the plug-in is gone";
+    EXPECT_EQ(dlopen(SINEW_PLUGIN, RTLD_NOW | RTLD_NOLOAD), nullptr) << "the plug-in is unloaded";
 }
 
-TEST(CreateFromDocument, MakesTheClassOfTheRootElementAndReadsIt)
+TEST(CreateFromDocument, MakesAnObjectOfTheRootElementsClassAndReadsIt)
 {
     std::istringstream in("<GalleryPainting><super><year>1888</year></super></GalleryPainting>");
     std::unique_ptr<Serializable> const made = sinew::createFromDocument(in);
@@ -161,11 +208,11 @@ TEST(CreateFromDocument, MakesTheClassOfTheRootElementAndReadsIt)
 
 TEST(CreateFromDocument, UnknownRootIsALoadFail)
 {
-    std::istringstream in("\n<Nobody/>");
+    std::istringstream in("\n<Unregistered/>");
     try {
         sinew::createFromDocument(in);
         FAIL();
     } catch (Serializable::LoadFail const& failure) {
-        EXPECT_STREQ(failure.what(), "line 2, column 1: <Nobody>: no class is registered under this name");
+        EXPECT_STREQ(failure.what(), "line 2, column 1: <Unregistered>: no class is registered under this name");
     }
 }

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Counts its own calls and how many of its kind are alive.
+// Counts the calls of its operations, and how many objects of the type exist.
 struct Watched : smart_base
 {
     static inline int alive = 0;
@@ -40,12 +40,12 @@ struct Padding
     virtual ~Padding() = default;
     double something = 1;
 };
-/// An object whose `smart_base` is not at its start.
+// An object whose `smart_base` is not at its beginning.
 struct Offset : Padding, Watched
 {
 };
 
-/// An interface that knows nothing of counting.
+// An interface without a reference count.
 struct Drawable
 {
     virtual ~Drawable() = default;
@@ -87,7 +87,7 @@ TEST(SmartBase, ReleaseDestroysAtZeroAndBelow)
     object->releaseReference();
     EXPECT_EQ(Watched::alive, 0);
 
-    (new Watched)->releaseReference(); // from 0 to -1: nobody held it, so it goes as well
+    (new Watched)->releaseReference(); // from 0 to -1
     EXPECT_EQ(Watched::alive, 0);
 }
 
@@ -122,7 +122,7 @@ std::ptrdiff_t slotOf(Member member)
     return (words[0] - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
 }
 
-TEST(SmartBase, VirtualSlotsStandInTheAgreedOrder)
+TEST(SmartBase, VirtualOperationsAreInTheDocumentedOrder)
 {
     EXPECT_EQ(slotOf(&smart_base::addReference), 2);
     EXPECT_EQ(slotOf(&smart_base::releaseReference), 3);
@@ -137,7 +137,7 @@ TEST(SmartBase, CountFollowsTheVirtualTable)
     EXPECT_EQ(at, static_cast<std::ptrdiff_t>(sizeof(void*)));
 }
 
-TEST(SmartPtr, IsTheCountingPointerThenTheObject)
+TEST(SmartPtr, ConsistsOfTheCountingPointerAndTheObjectPointer)
 {
     auto* object = new Offset;
     smart_ptr<Offset> const held(object);
@@ -161,7 +161,7 @@ TEST(SmartPtr, EmptyHoldsNothing)
     EXPECT_EQ(smart_ptr<Watched>(empty), nullptr);
 }
 
-TEST(SmartPtr, GoesThroughTheVirtualTable)
+TEST(SmartPtr, CountsThroughTheVirtualTable)
 {
     smart_ptr<Watched> const held(new Watched);
     {
@@ -173,7 +173,7 @@ TEST(SmartPtr, GoesThroughTheVirtualTable)
     EXPECT_EQ(held->releases, 2);
 }
 
-TEST(SmartPtr, MovingTouchesNoCount)
+TEST(SmartPtr, MovingChangesNoCount)
 {
     smart_ptr<Offset> held(new Offset);
     smart_ptr<Offset> moved = std::move(held);
@@ -204,7 +204,7 @@ TEST(SmartPtr, ResetToTheSameObjectKeepsIt)
     EXPECT_EQ(Watched::alive, 0);
 }
 
-TEST(SmartPtr, HoldsAnInterfaceThroughItsImplementationsCount)
+TEST(SmartPtr, HoldsAnInterfaceThroughTheCountOfItsImplementation)
 {
     smart_ptr<Drawable> drawable = smart_ptr<Shape>(new Shape);
     EXPECT_EQ(drawable->draw(), 7);
@@ -213,7 +213,7 @@ TEST(SmartPtr, HoldsAnInterfaceThroughItsImplementationsCount)
     EXPECT_EQ(Watched::alive, 0);
 }
 
-TEST(SmartPtr, ConvertsOnlyWhereThePointersDo)
+TEST(SmartPtr, ConvertsExactlyWhereRawPointersConvert)
 {
     static_assert(std::is_convertible_v<smart_ptr<Offset>, smart_ptr<Watched>>);
     static_assert(std::is_convertible_v<smart_ptr<Watched>, smart_ptr<Watched const>>);
@@ -223,7 +223,7 @@ TEST(SmartPtr, ConvertsOnlyWhereThePointersDo)
     static_assert(std::is_nothrow_swappable_v<smart_ptr<Watched>>);
 }
 
-TEST(SmartPtr, DestructorSeesTheHandleInItsNewState)
+TEST(SmartPtr, DestructorSeesTheNewStateOfTheHandle)
 {
     struct Probe : smart_base
     {
@@ -250,11 +250,12 @@ struct Refused : std::runtime_error
     Refused() : std::runtime_error("refused") {}
 };
 
-/// An object of the model test: may hold an older one, so dropping it drops a chain from inside destructors.
+// An object of the model test. It may hold an object that was made before it, so destroying it may destroy a chain of
+// objects from inside destructors.
 struct Node : Watched
 {
     static inline std::vector<bool> exists; // by id
-    static inline int refuseAfter = -1;     // so many more calls of addReference succeed; negative: all
+    static inline int refuseAfter = -1;     // number of calls of addReference that still succeed; negative: all
 
     int id;
     smart_ptr<Node> next;
@@ -269,8 +270,8 @@ struct Node : Watched
     }
 };
 
-/// What the counts should be, kept by hand.
-class Shadow
+// The model: the counts that the objects should have, computed without handles.
+class ExpectedCounts
 {
 public:
     struct Entry
@@ -294,16 +295,18 @@ public:
     }
 };
 
+// Handles of three types that are changed at random. Beside each handle it keeps the id of the object that the handle
+// should hold.
 class Model
 {
 public:
-    static constexpr int kSlots = 24;
+    static constexpr int kSlots = 24; // of each type of handle
 
     explicit Model(std::uint64_t seed) : random_(seed), nodes_(kSlots), bases_(kSlots), consts_(kSlots) {}
 
     void step()
     {
-        // One step in eight may meet an object that refuses to be counted, at its first or a later reference.
+        // In one step of eight addReference throws, at the first call or at a later one.
         Node::refuseAfter = random_.oneIn(8) ? random_.below(4) : -1;
         int const to = random_.below(kSlots);
         int const from = random_.below(kSlots);
@@ -356,19 +359,19 @@ public:
     {
         int existing = 0;
         for (bool exists : Node::exists) existing += exists;
-        ASSERT_EQ(existing, static_cast<int>(shadow_.entries.size()));
+        ASSERT_EQ(existing, static_cast<int>(expected_.entries.size()));
         for (int i = 0; i < kSlots; ++i) {
             ASSERT_EQ(nodes_[i] ? nodes_[i]->id : -1, nodeIds_[i]);
             ASSERT_EQ(consts_[i] ? consts_[i]->id : -1, constIds_[i]);
             ASSERT_EQ(static_cast<bool>(bases_[i]), baseIds_[i] >= 0);
             if (nodes_[i]) {
-                ASSERT_EQ(nodes_[i]->referenceCount, shadow_.entries.at(nodeIds_[i]).count);
+                ASSERT_EQ(nodes_[i]->referenceCount, expected_.entries.at(nodeIds_[i]).count);
             }
             if (bases_[i]) {
-                ASSERT_EQ(bases_[i]->referenceCount, shadow_.entries.at(baseIds_[i]).count);
+                ASSERT_EQ(bases_[i]->referenceCount, expected_.entries.at(baseIds_[i]).count);
             }
             if (consts_[i]) {
-                ASSERT_EQ(consts_[i]->referenceCount, shadow_.entries.at(constIds_[i]).count);
+                ASSERT_EQ(consts_[i]->referenceCount, expected_.entries.at(constIds_[i]).count);
             }
         }
     }
@@ -376,19 +379,19 @@ public:
 private:
     using Ids = std::vector<int>;
 
-    // Runs `change`; only if it does not throw, the shadow follows: new reference first, old one after.
+    // Runs `change`. If it does not throw, changes the expected counts: first the new reference, then the old one.
     template <typename Change>
     void commit(int& slotId, int newId, Change change)
     {
         change();
-        shadow_.add(newId);
+        expected_.add(newId);
         int const old = std::exchange(slotId, newId);
-        shadow_.drop(old);
+        expected_.drop(old);
     }
 
     void fill(int to)
     {
-        Node::refuseAfter = -1; // a refused first reference would leave an object that nobody owns
+        Node::refuseAfter = -1; // if the first reference were refused, no handle would own the new object
         auto* node = new Node;
         commit(nodeIds_[to], node->id, [&] { nodes_[to].reset(node); });
     }
@@ -398,18 +401,18 @@ private:
         nodes_[to] = std::move(nodes_[from]);
         if (to == from) return;
         int const moved = std::exchange(nodeIds_[from], -1);
-        shadow_.drop(std::exchange(nodeIds_[to], moved));
+        expected_.drop(std::exchange(nodeIds_[to], moved));
     }
 
-    // Only to older objects, so that no cycle keeps itself alive.
+    // An object holds only objects that were made before it, so that there is no cycle.
     void link(int to, int from)
     {
         if (!nodes_[to] || !nodes_[from] || nodeIds_[from] >= nodeIds_[to]) return;
-        commit(shadow_.entries.at(nodeIds_[to]).next, nodeIds_[from], [&] { nodes_[to]->next = nodes_[from]; });
+        commit(expected_.entries.at(nodeIds_[to]).next, nodeIds_[from], [&] { nodes_[to]->next = nodes_[from]; });
     }
 
     test::Random random_;
-    Shadow shadow_;
+    ExpectedCounts expected_;
     std::vector<smart_ptr<Node>> nodes_;
     std::vector<smart_ptr<smart_base>> bases_;
     std::vector<smart_ptr<Node const>> consts_;
@@ -420,7 +423,7 @@ private:
 
 } // namespace
 
-TEST(SmartPtr, CountsAgreeWithAShadowThroughAMillionRandomOperations)
+TEST(SmartPtr, CountsAgreeWithAModelThroughAMillionRandomOperations)
 {
     for (std::uint64_t seed = 1; seed <= 24; ++seed) {
         SCOPED_TRACE(seed);
@@ -439,7 +442,7 @@ TEST(SmartPtr, CountsAgreeWithAShadowThroughAMillionRandomOperations)
     }
 }
 
-TEST(SmartPtr, RefusedReferenceLeavesHandleAndCountsAsTheyWere)
+TEST(SmartPtr, ThrowingAddReferenceChangesNoHandleAndNoCount)
 {
     smart_ptr<Node> a(new Node);
     smart_ptr<Node> b(new Node);

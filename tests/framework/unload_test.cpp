@@ -1,4 +1,5 @@
-// The library loaded by name and unloaded again, as a host's plug-in brings it along; this program does not link it.
+// Loads the library by its file name and unloads it again, as happens when a plug-in of a host depends on it. This
+// program does not link the library.
 
 #include <fstream>
 #include <string>
@@ -30,7 +31,7 @@ void countDeletions(std::string const& action, std::string const&, std::string c
     deletions += action == "delete";
 }
 
-// C++ functions of the library, by the names that the platform's ABI gives them.
+// The names that the platform's ABI gives to two functions of the library.
 constexpr char const* kFindNamed =
     "_ZN5sinew6detail9findNamedEPKcRKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE";
 constexpr char const* kSetSink =
@@ -54,15 +55,15 @@ void openAndClose()
 
 } // namespace
 
-TEST(Unload, AThousandTimesLeavesMemoryAndMappingsWhereTheyWere)
+TEST(Unload, LoadingAndUnloadingAThousandTimesKeepsNoMemoryAndNoMapping)
 {
     for (int warmUp = 0; warmUp < 3; ++warmUp) ASSERT_NO_FATAL_FAILURE(openAndClose());
     std::size_t const before = bytesInUse();
     deletions = 0;
     for (int i = 0; i < 1000; ++i) ASSERT_NO_FATAL_FAILURE(openAndClose());
-    EXPECT_EQ(deletions, 2000) << "the class leaves both registries each time";
-    EXPECT_FALSE(isMapped("libsinew.so")) << "something keeps the library from being unloaded";
-    // Freed blocks that the allocator keeps at hand count as used; one lost in every round would be 16000 bytes or
-    // more.
+    EXPECT_EQ(deletions, 2000) << "each time the class is removed from both registries";
+    EXPECT_FALSE(isMapped("libsinew.so")) << "the library has not been unloaded";
+    // mallinfo2 counts as used the freed blocks that the allocator keeps for reuse. One block lost per round would be
+    // 16000 bytes or more.
     EXPECT_LT(bytesInUse(), before + 8000);
 }

@@ -1,5 +1,10 @@
 #include <sinew/meshfunc/mesh_diagnosis.h>
 
+#include <cstdint>
+#include <limits>
+#include <utility>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "meshfunc/mesh_samples.h"
@@ -9,115 +14,197 @@ using test::Mesh;
 
 namespace {
 
-using Finding = std::pair<MeshFault, std::size_t>;
+using Found = sinew::Finding<MeshFault>;
+using Indices = std::vector<std::int64_t>;
+using Kinds = std::vector<std::pair<MeshFault, Indices>>;
 
-std::vector<Finding> findings(MeshFunction2D const& f)
+std::vector<Found> findings(MeshFunction2D const& f)
 {
-    std::vector<Finding> found;
-    for (auto const& problem : sinew::diagnose(f)) {
-        found.emplace_back(problem.fault, problem.index);
-        EXPECT_FALSE(problem.sentence.empty());
-    }
-    return found;
+    return sinew::diagnose(f).findings;
 }
-std::vector<Finding> findings(Mesh const& mesh)
+std::vector<Found> findings(Mesh const& mesh)
 {
     return findings(mesh.function());
 }
 
-using Findings = std::vector<Finding>;
+// The kinds and indices of all findings.
+template <typename Function>
+Kinds kinds(Function const& f)
+{
+    Kinds found;
+    for (Found const& finding : findings(f)) found.emplace_back(finding.kind, finding.indices);
+    return found;
+}
+
+// The value of the only finding of this kind.
+template <typename Function>
+double valueOf(MeshFault kind, Function const& f)
+{
+    double value = std::numeric_limits<double>::quiet_NaN();
+    int count = 0;
+    for (Found const& finding : findings(f)) {
+        if (finding.kind != kind) continue;
+        value = finding.value;
+        ++count;
+    }
+    EXPECT_EQ(count, 1);
+    return value;
+}
 
 } // namespace
 
 TEST(MeshDiagnosis, SoundMeshesHaveNoFindings)
 {
     test::Random random(51);
-    EXPECT_EQ(findings(test::gridMesh(random, 9, 9)), Findings());
-    EXPECT_EQ(findings(test::islands(4)), Findings());
-    EXPECT_EQ(findings(MeshFunction2D(true)), Findings());
+    EXPECT_EQ(kinds(test::gridMesh(random, 9, 9)), Kinds());
+    EXPECT_EQ(kinds(test::islands(4)), Kinds());
+    EXPECT_EQ(kinds(MeshFunction2D(true)), Kinds());
+    EXPECT_EQ(sinew::diagnose(MeshFunction2D(true)).text(), "");
 }
 
-TEST(MeshDiagnosis, MirroredMeshesAreSoundToo)
+TEST(MeshDiagnosis, MirroredMeshHasNoFindings)
 {
     Mesh mesh = test::square();
     mesh.facets = {0, 2, 1, 1, 2, 3};
-    EXPECT_EQ(findings(mesh), Findings());
+    EXPECT_EQ(kinds(mesh), Kinds());
 }
 
-TEST(MeshDiagnosis, MissingVertexAndIncompleteFacets)
+TEST(MeshDiagnosis, SentencesAreOneLineEach)
 {
     Mesh mesh = test::square();
     mesh.facets = {0, 1, 2, 1, 3, 4, 0};
-    EXPECT_EQ(
-        findings(mesh),
-        (Findings{{MeshFault::incompleteFacets, 6}, {MeshFault::missingVertex, 1}, {MeshFault::unusedVertex, 3}}));
+    sinew::MeshDiagnosis const diagnosis = sinew::diagnose(mesh.function());
+    std::string expected;
+    for (Found const& finding : diagnosis.findings) {
+        ASSERT_FALSE(finding.sentence.empty());
+        EXPECT_EQ(finding.sentence.back(), '.');
+        EXPECT_EQ(finding.sentence.find('\n'), std::string::npos);
+        expected += finding.sentence + "\n";
+    }
+    EXPECT_EQ(diagnosis.findings.size(), 3u);
+    EXPECT_EQ(diagnosis.text(), expected);
 }
 
-TEST(MeshDiagnosis, MissingValue)
+TEST(MeshDiagnosis, ReportsMissingVerticesAndIncompleteFacets)
+{
+    Mesh mesh = test::square();
+    mesh.facets = {0, 1, 2, 1, 3, 4, 0};
+    EXPECT_EQ(kinds(mesh), (Kinds{{MeshFault::incompleteFacets, {6}},
+                                  {MeshFault::missingVertex, {1, 1, 3, 4}},
+                                  {MeshFault::unusedVertex, {3}}}));
+    EXPECT_EQ(valueOf(MeshFault::incompleteFacets, mesh), 1);
+    EXPECT_EQ(valueOf(MeshFault::missingVertex, mesh), 4);
+    mesh.facets = {0, 1, 2, -7, 3, 4, 0, 1};
+    EXPECT_EQ(valueOf(MeshFault::incompleteFacets, mesh), 2);
+    EXPECT_EQ(valueOf(MeshFault::missingVertex, mesh), -7) << "the first of two missing vertices";
+}
+
+TEST(MeshDiagnosis, ReportsAVertexWithoutAValue)
 {
     Mesh mesh = test::square();
     mesh.values.pop_back();
-    EXPECT_EQ(findings(mesh),
-              (Findings{{MeshFault::missingVertex, 1}, {MeshFault::unusedVertex, 3}, {MeshFault::missingValue, 3}}));
+    EXPECT_EQ(kinds(mesh), (Kinds{{MeshFault::missingVertex, {1, 1, 3, 2}},
+                                  {MeshFault::unusedVertex, {3}},
+                                  {MeshFault::missingValue, {3}}}));
 }
 
-TEST(MeshDiagnosis, DegenerateTriangles)
+TEST(MeshDiagnosis, ReportsDegenerateTriangles)
 {
     Mesh mesh = test::square();
     mesh.addTriangle(1, 1, 1);
     mesh.params[3] = {std::numeric_limits<double>::quiet_NaN(), 1};
-    EXPECT_EQ(findings(mesh), (Findings{{MeshFault::degenerateTriangle, 1},
-                                        {MeshFault::degenerateTriangle, 2},
-                                        {MeshFault::unpackableNumber, 3}}));
+    EXPECT_EQ(kinds(mesh), (Kinds{{MeshFault::degenerateTriangle, {1, 1, 3, 2}},
+                                  {MeshFault::degenerateTriangle, {2, 1, 1, 1}},
+                                  {MeshFault::unpackableNumber, {3}}}));
+    EXPECT_TRUE(std::isnan(findings(mesh)[0].value));
+    EXPECT_EQ(findings(mesh)[1].value, 0);
 }
 
-TEST(MeshDiagnosis, InvertedTriangleIsTheMinoritys)
+TEST(MeshDiagnosis, DegenerateThresholdIsStrict)
+{
+    for (double height : {1.0000000000000001e-16, -0.99e-16}) {
+        Mesh mesh = test::oneTriangle();
+        mesh.params[2] = {0, height};
+        if (height > 0) {
+            EXPECT_EQ(kinds(mesh), Kinds());
+        } else {
+            EXPECT_EQ(kinds(mesh), (Kinds{{MeshFault::degenerateTriangle, {0, 0, 1, 2}}}));
+            EXPECT_EQ(valueOf(MeshFault::degenerateTriangle, mesh), height);
+        }
+    }
+}
+
+TEST(MeshDiagnosis, InvertedTrianglesAreThoseOfTheMinority)
 {
     Mesh mesh = test::islands(2);
     std::swap(mesh.facets[3], mesh.facets[4]);
-    EXPECT_EQ(findings(mesh), (Findings{{MeshFault::invertedTriangle, 1}}));
+    EXPECT_EQ(kinds(mesh), (Kinds{{MeshFault::invertedTriangle, {1, 2, 0, 3}}}));
+    EXPECT_LT(valueOf(MeshFault::invertedTriangle, mesh), 0);
     Mesh tie = test::square();
     std::swap(tie.facets[0], tie.facets[1]);
-    EXPECT_EQ(findings(tie), (Findings{{MeshFault::invertedTriangle, 0}})) << "between equals, positive is right";
+    EXPECT_EQ(kinds(tie), (Kinds{{MeshFault::invertedTriangle, {0, 1, 0, 2}}})) << "a tie inverts the negative one";
 }
 
-TEST(MeshDiagnosis, RepeatedTriangleInAnyOrder)
+TEST(MeshDiagnosis, ReportsRepeatedTrianglesInAnyOrderOfCorners)
 {
     Mesh mesh = test::square();
     mesh.addTriangle(2, 0, 1);
-    EXPECT_EQ(findings(mesh), (Findings{{MeshFault::repeatedTriangle, 2}, {MeshFault::nonManifoldEdge, 2}}));
+    EXPECT_EQ(kinds(mesh), (Kinds{{MeshFault::repeatedTriangle, {2, 0}}, {MeshFault::nonManifoldEdge, {2, 1, 2}}}));
+    mesh.addTriangle(0, 1, 2);
+    EXPECT_EQ(kinds(mesh)[1], (std::pair<MeshFault, Indices>{MeshFault::repeatedTriangle, {3, 0}}))
+        << "the first triangle with these vertices";
 }
 
-TEST(MeshDiagnosis, ThirdTriangleAtAnEdge)
+TEST(MeshDiagnosis, ReportsTheThirdTriangleAtAnEdge)
 {
     Mesh mesh = test::square();
     mesh.addVertex(0.9, 0.9);
     mesh.addTriangle(1, 4, 2);
-    EXPECT_EQ(findings(mesh), (Findings{{MeshFault::nonManifoldEdge, 2}}));
+    EXPECT_EQ(kinds(mesh), (Kinds{{MeshFault::nonManifoldEdge, {2, 1, 2}}}));
+    EXPECT_EQ(valueOf(MeshFault::nonManifoldEdge, mesh), 3);
 }
 
-TEST(MeshDiagnosis, NumbersOutsideThePackedRange)
+TEST(MeshDiagnosis, NamesATriangleOnceForAllItsCrowdedEdges)
+{
+    Mesh mesh = test::oneTriangle();
+    mesh.addTriangle(0, 1, 2);
+    mesh.addTriangle(0, 1, 2);
+    EXPECT_EQ(kinds(mesh), (Kinds{{MeshFault::repeatedTriangle, {1, 0}},
+                                  {MeshFault::repeatedTriangle, {2, 0}},
+                                  {MeshFault::nonManifoldEdge, {2, 0, 1}}}))
+        << "the edge with the smallest vertices";
+}
+
+TEST(MeshDiagnosis, ReportsNumbersOutsideThePackedRange)
 {
     double const largest = 14 - 0x1p-20; // the last step
     for (double fits : {-2.0, largest}) {
         Mesh mesh = test::oneTriangle();
         mesh.values[1] = {fits, 0};
         mesh.normaldots[2] = static_cast<float>(fits == largest ? 13.5 : fits);
-        EXPECT_EQ(findings(mesh), Findings());
+        EXPECT_EQ(kinds(mesh), Kinds());
     }
-    for (double lost : {-2.0000001, 14.0, std::numeric_limits<double>::quiet_NaN()}) {
+    for (double changed : {-2.0000001, 14.0, std::numeric_limits<double>::quiet_NaN()}) {
         Mesh mesh = test::oneTriangle();
-        mesh.values[1] = {0, lost};
-        mesh.normaldots[2] = static_cast<float>(lost * 1.001);
-        EXPECT_EQ(findings(mesh), (Findings{{MeshFault::unpackableNumber, 1}, {MeshFault::unpackableScalar, 2}}));
+        mesh.values[1] = {0, changed};
+        mesh.normaldots[2] = static_cast<float>(changed * 1.001);
+        EXPECT_EQ(kinds(mesh), (Kinds{{MeshFault::unpackableNumber, {1}}, {MeshFault::unpackableScalar, {2}}}));
+        if (changed != changed) continue;
+        EXPECT_EQ(valueOf(MeshFault::unpackableNumber, mesh), changed);
+        EXPECT_EQ(valueOf(MeshFault::unpackableScalar, mesh), static_cast<double>(mesh.normaldots[2]));
     }
+    Mesh both = test::oneTriangle();
+    both.params[1] = {1, 20};
+    both.values[1] = {30, 40};
+    EXPECT_EQ(valueOf(MeshFault::unpackableNumber, both), 20) << "the first of three numbers";
 }
 
-TEST(MeshDiagnosis, CountsBeyondThePackedRange)
+TEST(MeshDiagnosis, ReportsCountsBeyondThePackedRange)
 {
     MeshFunction2D f = test::oneTriangle().function();
     f.normaldots.assign(262143, 0.0f);
-    EXPECT_EQ(findings(f), Findings());
+    EXPECT_EQ(kinds(f), Kinds());
     f.normaldots.push_back(0);
-    EXPECT_EQ(findings(f), (Findings{{MeshFault::unpackableCount, 262144}}));
+    EXPECT_EQ(kinds(f), (Kinds{{MeshFault::unpackableCount, {}}}));
+    EXPECT_EQ(valueOf(MeshFault::unpackableCount, f), 262144);
 }

@@ -1,4 +1,4 @@
-// The library against the plain method, bit for bit, on meshes of every kind.
+// The library compared with the reference implementation, bit for bit, on meshes of every kind.
 
 #include <algorithm>
 
@@ -32,7 +32,7 @@ void expectSameStructure(MeshFunction2D const& f, reference::MeshFunction2D cons
 }
 
 using Query = bool (*)(MeshFunction2D const&, Point const&, Point*, float*);
-using PlainQuery = bool (*)(reference::MeshFunction2D const&, Point const&, Point*, float*);
+using ReferenceQuery = bool (*)(reference::MeshFunction2D const&, Point const&, Point*, float*);
 
 template <typename F>
 bool evaluate(F const& f, Point const& p, Point* value, float* scalar)
@@ -50,20 +50,21 @@ bool extrapolateOld(F const& f, Point const& p, Point* value, float* scalar)
     return f.extrapolateOld(p, value, scalar);
 }
 
-/// Asks both and compares everything, unwritten outputs included. Returns whether there was an answer.
-bool sameAnswer(Query query, MeshFunction2D const& f, PlainQuery plainQuery, reference::MeshFunction2D const& oracle,
-                Point const& p)
+// Runs both queries and compares all outputs, including unwritten ones. Returns whether there was a result.
+bool expectSameResult(Query query, MeshFunction2D const& f, ReferenceQuery referenceQuery,
+                      reference::MeshFunction2D const& oracle, Point const& p)
 {
     Point value(7, 7), expected(7, 7);
     float scalar = 7, expectedScalar = 7;
     bool const found = query(f, p, &value, &scalar);
-    EXPECT_EQ(found, plainQuery(oracle, p, &expected, &expectedScalar)) << p.x << ' ' << p.y;
+    EXPECT_EQ(found, referenceQuery(oracle, p, &expected, &expectedScalar)) << p.x << ' ' << p.y;
     EXPECT_TRUE(sameBits(value, expected)) << p.x << ' ' << p.y;
     EXPECT_TRUE(sameBits(scalar, expectedScalar)) << p.x << ' ' << p.y;
     return found;
 }
 
-/// A point that is likely to be a close call: on or near vertices and edges, in triangles, in and around the domain.
+// A point that is likely to be a difficult case: on or near vertices and edges, in triangles, in and around the
+// domain.
 Point probe(Random& random, Mesh const& mesh)
 {
     auto const vertex = [&] { return mesh.params[random.below(static_cast<int>(mesh.params.size()))]; };
@@ -85,7 +86,7 @@ Point probe(Random& random, Mesh const& mesh)
         double const u = random.uniform(0, 1), v = random.uniform(0, 1 - u);
         return corner(t, 0) + u * (corner(t, 1) - corner(t, 0)) + v * (corner(t, 2) - corner(t, 0));
     }
-    case 4: { // just beside an edge, around the tolerance
+    case 4: { // beside an edge, at distances around the tolerance
         double const s = random.uniform(0, 1), beside = random.uniform(-3e-8, 3e-8);
         return corner(t, 0) + s * (corner(t, 1) - corner(t, 0)) + beside * (corner(t, 2) - corner(t, 0));
     }
@@ -96,7 +97,7 @@ Point probe(Random& random, Mesh const& mesh)
     }
 }
 
-/// Builds both from the mesh and compares what they hold and what they answer.
+// Builds both functions from the mesh, and compares their members and the results of queries.
 void expectSame(Random& random, Mesh const& mesh, int queries)
 {
     reference::MeshFunction2D oracle(mesh.params, mesh.values, mesh.facets, mesh.normaldots);
@@ -104,10 +105,10 @@ void expectSame(Random& random, Mesh const& mesh, int queries)
     expectSameStructure(f, oracle);
     for (int i = 0; i < queries; ++i) {
         Point const p = probe(random, mesh);
-        sameAnswer(evaluate, f, evaluate, oracle, p);
+        expectSameResult(evaluate, f, evaluate, oracle, p);
         if (i % 8 == 0) {
-            sameAnswer(extrapolate, f, extrapolate, oracle, p);
-            sameAnswer(extrapolateOld, f, extrapolateOld, oracle, p);
+            expectSameResult(extrapolate, f, extrapolate, oracle, p);
+            expectSameResult(extrapolateOld, f, extrapolateOld, oracle, p);
         }
         if (testing::Test::HasFailure()) return;
     }
@@ -115,7 +116,7 @@ void expectSame(Random& random, Mesh const& mesh, int queries)
 
 } // namespace
 
-TEST(MeshFunctionAgainstPlain, EvenMeshes)
+TEST(MeshFunctionAgainstReference, EvenMeshes)
 {
     Random random(101);
     for (int side : {1, 2, 5, 20, 60, 150}) {
@@ -126,14 +127,14 @@ TEST(MeshFunctionAgainstPlain, EvenMeshes)
     }
 }
 
-TEST(MeshFunctionAgainstPlain, RegularMeshesWithPointsOnCellBorders)
+TEST(MeshFunctionAgainstReference, RegularMeshesWithPointsOnCellBorders)
 {
     Random random(102);
     expectSame(random, test::gridMesh(random, 64, 64, 0), 4000);
     expectSame(random, test::gridMesh(random, 50, 50, 0), 4000);
 }
 
-TEST(MeshFunctionAgainstPlain, UnevenMeshes)
+TEST(MeshFunctionAgainstReference, UnevenMeshes)
 {
     Random random(103);
     for (double power : {2.0, 3.0, 5.0, 8.0}) {
@@ -143,16 +144,16 @@ TEST(MeshFunctionAgainstPlain, UnevenMeshes)
     }
 }
 
-TEST(MeshFunctionAgainstPlain, FoldedMeshes)
+TEST(MeshFunctionAgainstReference, FoldedMeshes)
 {
-    Random random(104); // shaken so hard that triangles turn over and overlap
+    Random random(104); // vertices move so far that triangles turn over and overlap
     for (double shake : {0.8, 3.0, 20.0}) {
         SCOPED_TRACE(shake);
         expectSame(random, test::gridMesh(random, 60, 60, shake), 3000);
     }
 }
 
-TEST(MeshFunctionAgainstPlain, OverlappingSoups)
+TEST(MeshFunctionAgainstReference, OverlappingSoups)
 {
     Random random(105);
     for (double size : {0.001, 0.02, 0.1, 1.0}) {
@@ -161,7 +162,7 @@ TEST(MeshFunctionAgainstPlain, OverlappingSoups)
     }
 }
 
-TEST(MeshFunctionAgainstPlain, Slivers)
+TEST(MeshFunctionAgainstReference, Slivers)
 {
     Random random(106);
     for (int trial = 0; trial < 12; ++trial) {
@@ -180,7 +181,7 @@ TEST(MeshFunctionAgainstPlain, Slivers)
     }
 }
 
-TEST(MeshFunctionAgainstPlain, FansAroundOneVertex)
+TEST(MeshFunctionAgainstReference, FansAroundOneVertex)
 {
     Random random(107);
     Mesh mesh;
@@ -193,7 +194,7 @@ TEST(MeshFunctionAgainstPlain, FansAroundOneVertex)
     expectSame(random, mesh, 3000);
 }
 
-TEST(MeshFunctionAgainstPlain, ManyTrianglesOnTheSameSpot)
+TEST(MeshFunctionAgainstReference, ManyTrianglesInTheSamePlace)
 {
     Random random(108);
     Mesh mesh = test::gridMesh(random, 10, 10);
@@ -202,9 +203,9 @@ TEST(MeshFunctionAgainstPlain, ManyTrianglesOnTheSameSpot)
     expectSame(random, mesh, 2000);
 }
 
-TEST(MeshFunctionAgainstPlain, ListsOfEveryLengthFindTheirFirstAndTheirLast)
+TEST(MeshFunctionAgainstReference, ListsOfEveryLengthAreSearchedFromFirstToLast)
 {
-    // Each triangle reaches a little beyond the one before, by less than any grid tells apart.
+    // Each triangle is larger than the one before by less than the width of any cell.
     double const step = 2e-7;
     for (int count = 1; count <= 40; ++count) {
         SCOPED_TRACE(count);
@@ -217,15 +218,15 @@ TEST(MeshFunctionAgainstPlain, ListsOfEveryLengthFindTheirFirstAndTheirLast)
         }
         reference::MeshFunction2D const oracle(mesh.params, mesh.values, mesh.facets, mesh.normaldots);
         MeshFunction2D const f = mesh.function();
-        for (int i = 0; i <= count; ++i) { // held by triangle i and those after it
+        for (int i = 0; i <= count; ++i) { // lies in triangle i and those after it
             double const x = 0.3 + 0.01 * i;
             Point const p(x, 1 + (i - 0.5) * step - x);
-            EXPECT_EQ(sameAnswer(evaluate, f, evaluate, oracle, p), i < count) << i;
+            EXPECT_EQ(expectSameResult(evaluate, f, evaluate, oracle, p), i < count) << i;
         }
     }
 }
 
-TEST(MeshFunctionAgainstPlain, FarFromTheOriginAndAtEveryScale)
+TEST(MeshFunctionAgainstReference, FarFromTheOriginAndAtEveryScale)
 {
     Random random(109);
     for (double scale : {1e-6, 1e-3, 1.0, 1e6, 1e60, 1e140, 1e152}) {
@@ -239,30 +240,30 @@ TEST(MeshFunctionAgainstPlain, FarFromTheOriginAndAtEveryScale)
     }
 }
 
-TEST(MeshFunctionAgainstPlain, HostileCoordinates)
+TEST(MeshFunctionAgainstReference, HostileCoordinates)
 {
     Random random(110);
     for (int trial = 0; trial < 60; ++trial) {
         SCOPED_TRACE(trial);
         Mesh mesh = test::gridMesh(random, 30, 30);
-        int const spoiled = random.oneIn(2) ? 1 : random.below(300);
-        for (int i = 0; i < spoiled; ++i) {
+        int const replaced = random.oneIn(2) ? 1 : random.below(300);
+        for (int i = 0; i < replaced; ++i) {
             mesh.params[random.below(static_cast<int>(mesh.params.size()))] = {random.hostile(), random.hostile()};
         }
         expectSame(random, mesh, 300);
     }
 }
 
-TEST(MeshFunctionAgainstPlain, NaNTrianglesAcceptAnyPointOfTheirCells)
+TEST(MeshFunctionAgainstReference, NaNTrianglesAcceptAnyPointOfTheirCells)
 {
     Random random(111);
     Mesh mesh = test::gridMesh(random, 60, 60);
-    // One corner NaN: listed from cell 0 to its other corners, among them crowded cells.
+    // With one NaN corner a triangle is listed from cell 0 to its other corners. Some of these cells are crowded.
     mesh.params[static_cast<std::size_t>(7 * 61 + 7)] = {std::numeric_limits<double>::quiet_NaN(), 0.1};
     expectSame(random, mesh, 4000);
 }
 
-TEST(MeshFunctionAgainstPlain, HostileFacets)
+TEST(MeshFunctionAgainstReference, HostileFacets)
 {
     Random random(112);
     for (int trial = 0; trial < 30; ++trial) {
@@ -280,9 +281,9 @@ TEST(MeshFunctionAgainstPlain, HostileFacets)
     }
 }
 
-TEST(MeshFunctionAgainstPlain, TinyRandomMeshes)
+TEST(MeshFunctionAgainstReference, TinyRandomMeshes)
 {
-    Random random(113); // few vertices, so that edges meet again and again, in both directions
+    Random random(113); // few vertices, so that many triangles share edges, in both directions
     for (int trial = 0; trial < 3000; ++trial) {
         SCOPED_TRACE(trial);
         Mesh mesh;
@@ -294,7 +295,7 @@ TEST(MeshFunctionAgainstPlain, TinyRandomMeshes)
     }
 }
 
-TEST(MeshFunctionAgainstPlain, ManyLoops)
+TEST(MeshFunctionAgainstReference, ManyLoops)
 {
     Random random(114);
     Mesh const mesh = test::islands(30);
@@ -303,10 +304,10 @@ TEST(MeshFunctionAgainstPlain, ManyLoops)
     for (int i = 0; i < 400; ++i) {
         double const reach = random.oneIn(3) ? 1e6 : (random.oneIn(2) ? 10 : 1);
         Point const p(random.uniform(-reach, 1 + reach), random.uniform(-reach, 1 + reach));
-        sameAnswer(extrapolate, f, extrapolate, oracle, p);
+        expectSameResult(extrapolate, f, extrapolate, oracle, p);
     }
-    for (int i = 0; i < 200; ++i) { // on the lines of symmetry, where loops tie
+    for (int i = 0; i < 200; ++i) { // on the lines of symmetry, where loops are equally near
         Point const p((random.below(31) - 0.2) / 30, (random.below(31) - 0.2) / 30);
-        sameAnswer(extrapolate, f, extrapolate, oracle, p);
+        expectSameResult(extrapolate, f, extrapolate, oracle, p);
     }
 }

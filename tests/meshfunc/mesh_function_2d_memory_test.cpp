@@ -1,4 +1,4 @@
-// What mesh functions keep to be fast, seen from inside: how much memory it takes, and when it is taken.
+// Memory of the search structures of mesh functions: how much they hold, and when they allocate it.
 
 #include <gtest/gtest.h>
 
@@ -12,11 +12,12 @@ using sinew::detail::TriangleLocator;
 using test::Mesh;
 using test::Point;
 
-/// Bytes for each triangle after every cell was asked.
+// Bytes for each triangle after a query in every cell.
 double bytesPerTriangle(MeshFunction2D const& f)
 {
-    auto const locator = TriangleLocator::build(f);
-    for (std::size_t cell = 0; cell < f.gridCells.size(); ++cell) locator->triangles(f, cell);
+    auto const view = [&f] { return sinew::detail::viewOf(f); };
+    auto const locator = TriangleLocator::build(view());
+    for (std::size_t cell = 0; cell < f.gridCells.size(); ++cell) locator->triangles(cell, view);
     return static_cast<double>(locator->memory()) / (static_cast<double>(f.facets.size()) / 3);
 }
 
@@ -72,16 +73,16 @@ TEST(MeshFunctionMemory, SmallMeshesAllocateNothingInQueries)
     EXPECT_EQ(test::allocationCount(), before);
 }
 
-TEST(MeshFunctionMemory, LargeMeshesAllocateOnceACell)
+TEST(MeshFunctionMemory, LargeMeshesAllocateInTheFirstQueryOfACellOnly)
 {
     test::Random random(44);
     MeshFunction2D const f = test::gridMesh(random, 300, 300).function();
     std::vector<Point> points;
     for (int i = 0; i < 2000; ++i) points.push_back(random.point2(0, 1));
-    long long const unasked = test::allocationCount();
+    long long const beforeFirst = test::allocationCount();
     for (Point const& p : points) f.evaluate(p, nullptr, nullptr);
-    long long const asked = test::allocationCount();
-    EXPECT_GT(asked, unasked) << "not prepared before it is asked";
+    long long const afterFirst = test::allocationCount();
+    EXPECT_GT(afterFirst, beforeFirst) << "construction does not build the structures";
     for (Point const& p : points) f.evaluate(p, nullptr, nullptr);
-    EXPECT_EQ(test::allocationCount(), asked);
+    EXPECT_EQ(test::allocationCount(), afterFirst);
 }

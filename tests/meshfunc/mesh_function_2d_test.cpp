@@ -15,8 +15,8 @@ using test::sameBits;
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInf = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
 
 std::vector<Vector3> loopPoints(MeshFunction2D const& f, std::size_t k)
 {
@@ -34,8 +34,6 @@ std::vector<Vector3> at(Mesh const& mesh, std::vector<int> const& vertices)
     for (int v : vertices) points.push_back(at(mesh, v));
     return points;
 }
-
-std::vector<std::vector<int>> const kNoLists;
 
 } // namespace
 
@@ -60,7 +58,7 @@ TEST(MeshFunctionConstruction, EmptyFunctionHasNoGrid)
     }
 }
 
-TEST(MeshFunctionConstruction, FromDataAlwaysExtrapolates)
+TEST(MeshFunctionConstruction, ConstructorFromDataSetsTheExtrapolateFlag)
 {
     EXPECT_TRUE(test::oneTriangle().function().extrapolateFlag);
 }
@@ -89,7 +87,7 @@ TEST(MeshFunctionConstruction, UnusedVerticesWidenTheGridToo)
     EXPECT_GT(mesh.function().domainMax.x, 10);
 }
 
-TEST(MeshFunctionConstruction, EqualPointsLeaveNoGridAndNoBoundary)
+TEST(MeshFunctionConstruction, EqualPointsGiveNoGridAndNoBoundary)
 {
     Mesh mesh;
     for (int i = 0; i < 3; ++i) mesh.addVertex(0.5, 0.5);
@@ -101,9 +99,9 @@ TEST(MeshFunctionConstruction, EqualPointsLeaveNoGridAndNoBoundary)
     EXPECT_TRUE(f.boundaryFacets.empty());
 }
 
-TEST(MeshFunctionConstruction, DegenerateDiagonalIsStrict)
+TEST(MeshFunctionConstruction, DiagonalThresholdIsStrict)
 {
-    // 1e-8 squared is 1.0000000000000001e-16 in double precision, the threshold itself: not below it.
+    // 1e-8 squared is 1.0000000000000001e-16 in double precision. That is the threshold itself, so it is not below it.
     ASSERT_EQ(1e-8 * 1e-8, 1.0000000000000001e-16);
     for (double extent : {1e-8, 0.99e-8}) {
         Mesh mesh;
@@ -115,7 +113,7 @@ TEST(MeshFunctionConstruction, DegenerateDiagonalIsStrict)
     }
 }
 
-TEST(MeshFunctionConstruction, DomainWithoutWidthTakesTheFirstColumn)
+TEST(MeshFunctionConstruction, DomainWithoutWidthUsesOnlyTheFirstColumn)
 {
     Mesh mesh;
     mesh.addVertex(2, 0);
@@ -134,10 +132,10 @@ TEST(MeshFunctionConstruction, DomainWithoutWidthTakesTheFirstColumn)
     EXPECT_FALSE(f.extrapolateOld({kNaN, 1}, &value, nullptr));
 }
 
-TEST(MeshFunctionConstruction, EveryCellOfTheBoxOfATriangleListsIt)
+TEST(MeshFunctionConstruction, EveryCellInTheBoxOfATriangleListsIt)
 {
     MeshFunction2D const f = test::oneTriangle().function();
-    // The corners lie a hundredth of the extent inside the grid: in its corner cells.
+    // The corners lie a hundredth of the extent inside the grid, which is in its corner cells.
     for (auto const& list : f.gridCells) EXPECT_EQ(list, std::vector<int>{0});
 }
 
@@ -159,9 +157,9 @@ TEST(MeshFunctionConstruction, CellsAreIndexedColumnByColumn)
 
 TEST(MeshFunctionConstruction, UpperCornerFallsIntoTheLastCell)
 {
-    // Reached only when rounding or the public members put a vertex on domainMax itself; a tiny domain far from the
-    // origin does it: its margin is lost.
-    double const far = 9007199254740992.0; // 2^53: the next doubles are 2 apart
+    // A vertex lies on domainMax only after rounding or after a change of public members. Here the domain is small and
+    // far from the origin, so that rounding removes the margin.
+    double const far = 9007199254740992.0; // 2^53: neighbouring doubles differ by 2
     Mesh mesh;
     mesh.addVertex(far, far);
     mesh.addVertex(far + 8, far);
@@ -175,7 +173,7 @@ TEST(MeshFunctionConstruction, UpperCornerFallsIntoTheLastCell)
     EXPECT_TRUE(f.evaluate({far + 8, far}, &value, nullptr));
 }
 
-TEST(MeshFunctionConstruction, ListsAscend)
+TEST(MeshFunctionConstruction, CellListsAscend)
 {
     test::Random random(11);
     MeshFunction2D const f = test::soup(random, 300, 0.4).function();
@@ -207,7 +205,7 @@ TEST(MeshFunctionConstruction, NaNFirstVertexPutsEverythingIntoCellZero)
     EXPECT_TRUE(std::isnan(value.x));
 }
 
-TEST(MeshFunctionConstruction, InfiniteAndHugeVerticesAreHarmless)
+TEST(MeshFunctionConstruction, InfiniteAndHugeVerticesAreAccepted)
 {
     for (double odd : {kInf, -kInf, 1e308, -1e308, 1e154}) {
         Mesh mesh = test::square();
@@ -223,7 +221,7 @@ TEST(MeshFunctionConstruction, InfiniteAndHugeVerticesAreHarmless)
     }
 }
 
-TEST(MeshFunctionConstruction, TriangleWithAMissingVertexIsNotThere)
+TEST(MeshFunctionConstruction, TriangleWithAMissingVertexIsIgnored)
 {
     for (int missing : {-1, 4, 1000000000, std::numeric_limits<int>::min()}) {
         for (int corner = 0; corner < 3; ++corner) {
@@ -235,7 +233,7 @@ TEST(MeshFunctionConstruction, TriangleWithAMissingVertexIsNotThere)
             EXPECT_EQ(f.boundaryFacets[0], (std::vector<int>{1, 1, 1}));
             Point p;
             ASSERT_TRUE(f.getAnyPointInDomain(p));
-            EXPECT_GT(p.x + p.y, 1) << "the first triangle that is there";
+            EXPECT_GT(p.x + p.y, 1) << "the first triangle that is not ignored";
             EXPECT_FALSE(f.evaluate({0.1, 0.1}, &p, nullptr));
         }
     }
@@ -251,7 +249,7 @@ TEST(MeshFunctionConstruction, VertexWithoutAValueIsMissing)
     EXPECT_EQ(f.boundaryFacets[0], (std::vector<int>{0, 0, 0}));
 }
 
-TEST(MeshFunctionConstruction, OnlyMissingVerticesLeaveNothingToFind)
+TEST(MeshFunctionConstruction, AllQueriesFailIfEveryTriangleIsIgnored)
 {
     Mesh mesh = test::square();
     mesh.facets = {7, 8, 9};
@@ -272,11 +270,11 @@ TEST(MeshFunctionConstruction, FacetsPastTheLastWholeTriangleAreIgnored)
     MeshFunction2D const f = mesh.function();
     Point value;
     EXPECT_TRUE(f.evaluate({0.25, 0.25}, &value, nullptr));
-    EXPECT_TRUE(f.boundaryProjectors.empty()) << "a length that is no multiple of 3 leaves no boundary";
+    EXPECT_TRUE(f.boundaryProjectors.empty()) << "a length that is no multiple of 3 gives no boundary";
     EXPECT_FALSE(f.extrapolate({2, 2}, &value, nullptr));
 }
 
-TEST(MeshFunctionConstruction, RebuildFollowsChanges)
+TEST(MeshFunctionConstruction, RebuildUsesTheChangedVectors)
 {
     MeshFunction2D f = test::square().function();
     f.params.clear();
@@ -296,7 +294,7 @@ TEST(MeshFunctionConstruction, RebuildFollowsChanges)
     EXPECT_EQ(f.boundaryFacets.size(), 1u);
     f.extrapolateFlag = false;
     f.initEvaluatorHelper();
-    EXPECT_TRUE(f.boundaryProjectors.empty()) << "boundaries are built only for the flag";
+    EXPECT_TRUE(f.boundaryProjectors.empty()) << "boundaries are built only while the flag is set";
 }
 
 // ---- boundary loops ----
@@ -319,12 +317,12 @@ TEST(MeshFunctionBoundary, SharedEdgeInOppositeDirectionsIsInterior)
     EXPECT_EQ(f.boundaryFacets[0], (std::vector<int>{0, 1, 1, 0}));
 }
 
-TEST(MeshFunctionBoundary, SharedEdgeInTheSameDirectionStaysWithTheLaterTriangle)
+TEST(MeshFunctionBoundary, SharedEdgeInTheSameDirectionBelongsToTheLaterTriangle)
 {
     Mesh mesh = test::square();
-    mesh.facets = {0, 1, 2, 1, 2, 3}; // both run 1 -> 2
+    mesh.facets = {0, 1, 2, 1, 2, 3}; // both have the edge 1 -> 2
     MeshFunction2D const f = mesh.function();
-    // Edges left: 0 -> 1 (0), 1 -> 2 (1), 2 -> 0 (0), 2 -> 3 (1), 3 -> 1 (1).
+    // Boundary edges and their triangles: 0 -> 1 (0), 1 -> 2 (1), 2 -> 0 (0), 2 -> 3 (1), 3 -> 1 (1).
     ASSERT_EQ(f.boundaryFacets.size(), 2u);
     EXPECT_EQ(loopPoints(f, 0), at(mesh, {0, 1, 2, 0}));
     EXPECT_EQ(f.boundaryFacets[0], (std::vector<int>{0, 1, 0}));
@@ -332,18 +330,19 @@ TEST(MeshFunctionBoundary, SharedEdgeInTheSameDirectionStaysWithTheLaterTriangle
     EXPECT_EQ(f.boundaryFacets[1], (std::vector<int>{1, 1}));
 }
 
-TEST(MeshFunctionBoundary, ThirdTriangleOnAnInteriorEdgeStartsAnew)
+TEST(MeshFunctionBoundary, ThirdTriangleAtAnInteriorEdgeAddsABoundaryEdge)
 {
     Mesh mesh = test::square();
     mesh.addVertex(2, 2);
-    mesh.addTriangle(1, 4, 2); // runs 2 -> 1 as the second triangle did; the pair before it is already gone
+    // The third triangle has the edge 2 -> 1, like the second one. The pair 1 -> 2, 2 -> 1 was removed before.
+    mesh.addTriangle(1, 4, 2);
     MeshFunction2D const f = mesh.function();
     std::size_t segments = 0;
     for (auto const& loop : f.boundaryFacets) segments += loop.size();
     EXPECT_EQ(segments, 7u);
 }
 
-TEST(MeshFunctionBoundary, TouchingLoopsLeaveTowardsTheSmallerVertexFirst)
+TEST(MeshFunctionBoundary, LoopsLeaveASharedVertexTowardsTheSmallerVertexFirst)
 {
     Mesh mesh; // two triangles that touch at vertex 2 only
     mesh.addVertex(0, 0);
@@ -359,19 +358,19 @@ TEST(MeshFunctionBoundary, TouchingLoopsLeaveTowardsTheSmallerVertexFirst)
     EXPECT_EQ(loopPoints(f, 1), at(mesh, {2, 3, 4, 2}));
 }
 
-TEST(MeshFunctionBoundary, LoopWalksOnThroughATouchedVertex)
+TEST(MeshFunctionBoundary, LoopContinuesThroughAVertexWithUnusedEdges)
 {
     Mesh mesh = test::oneTriangle(); // touches the second triangle at vertex 0, where the first loop starts
     mesh.addVertex(-1, 0);
     mesh.addVertex(0, -1);
     mesh.addTriangle(0, 3, 4);
     MeshFunction2D const f = mesh.function();
-    ASSERT_EQ(f.boundaryFacets.size(), 1u) << "a loop ends only where no edge leaves";
+    ASSERT_EQ(f.boundaryFacets.size(), 1u) << "a loop ends only at a vertex without an unused edge";
     EXPECT_EQ(loopPoints(f, 0), at(mesh, {0, 1, 2, 0, 3, 4, 0}));
     EXPECT_EQ(f.boundaryFacets[0], (std::vector<int>{0, 0, 0, 1, 1, 1}));
 }
 
-TEST(MeshFunctionBoundary, LoopsStartAtTheSmallestVertexLeft)
+TEST(MeshFunctionBoundary, LoopsStartAtTheSmallestUnusedVertex)
 {
     Mesh mesh = test::islands(3);
     MeshFunction2D const f = mesh.function();
@@ -390,7 +389,7 @@ TEST(MeshFunctionBoundary, EdgeFromAVertexToItselfIsItsOwnReverse)
     EXPECT_TRUE(mesh.function().boundaryFacets.empty());
 }
 
-TEST(MeshFunctionBoundary, ClosedSurfaceHasNone)
+TEST(MeshFunctionBoundary, ClosedSurfaceHasNoBoundary)
 {
     Mesh mesh = test::square();
     mesh.facets = {0, 1, 2, 0, 2, 3, 0, 3, 1, 1, 3, 2}; // a tetrahedron, flattened
@@ -400,13 +399,13 @@ TEST(MeshFunctionBoundary, ClosedSurfaceHasNone)
     EXPECT_FALSE(f.extrapolate({5, 5}, &value, nullptr));
 }
 
-TEST(MeshFunctionBoundary, LoopsOfAManifoldClose)
+TEST(MeshFunctionBoundary, LoopsOfAManifoldAreClosed)
 {
     test::Random random(12);
     for (int trial = 0; trial < 20; ++trial) {
         SCOPED_TRACE(trial);
         Mesh mesh = test::gridMesh(random, 2 + random.below(12), 2 + random.below(12));
-        std::vector<int> kept; // knock holes into it; they may touch
+        std::vector<int> kept; // with holes, which may touch
         for (std::size_t t = 0; t < mesh.facets.size() / 3; ++t) {
             if (!random.oneIn(4)) kept.insert(kept.end(), &mesh.facets[3 * t], &mesh.facets[3 * t] + 3);
         }
@@ -465,7 +464,7 @@ TEST(MeshFunctionEvaluate, EitherOutputMayBeNull)
     EXPECT_NE(scalar, 7);
 }
 
-TEST(MeshFunctionEvaluate, OutsideLeavesTheOutputs)
+TEST(MeshFunctionEvaluate, PointOutsideLeavesTheOutputsUnwritten)
 {
     MeshFunction2D const f = test::oneTriangle().function();
     for (Point const& p : {Point(0.6, 0.6), Point(-0.1, 0.5), Point(5, 5), Point(-1e300, 0), Point(kInf, kInf)}) {
@@ -477,12 +476,12 @@ TEST(MeshFunctionEvaluate, OutsideLeavesTheOutputs)
     }
 }
 
-TEST(MeshFunctionEvaluate, LowerTriangleTakesASharedEdge)
+TEST(MeshFunctionEvaluate, PointOnASharedEdgeUsesTheTriangleWithTheSmallerIndex)
 {
     Mesh mesh = test::square();
     std::vector<Point> const onEdge = {{0.5, 0.5}, {0.25, 0.75}, {1, 0}};
     for (Point const& p : onEdge) {
-        // Different values on the two sides show who answered: give each triangle vertices of its own.
+        // Each triangle has its own vertices and values, so that the value shows which triangle was used.
         Mesh split;
         for (int i : mesh.facets) split.addVertex(mesh.params[i].x, mesh.params[i].y);
         for (int i = 0; i < 6; ++i) split.values[i] = {double(i / 3), 0};
@@ -508,9 +507,10 @@ TEST(MeshFunctionEvaluate, WeightsDownToMinus1e8AreInside)
     EXPECT_TRUE(f.evaluate({-1e-8, 0.5}, nullptr, nullptr)) << "exactly -1e-8 is not below it";
 }
 
-TEST(MeshFunctionEvaluate, RangeTestLeaves1e8OfACellAroundTheGrid)
+TEST(MeshFunctionEvaluate, RangeTestAcceptsPointsUpTo1e8OfACellOutsideTheGrid)
 {
-    // A triangle bigger than the grid it lies in, so that only the range test can refuse: it reads the public grid.
+    // The triangle is larger than the grid, so that only the range test can reject a point. The test reads the public
+    // grid.
     MeshFunction2D f = test::oneTriangle().function();
     f.domainMin = {0.25, 0.25};
     f.domainMax = {0.35, 0.35};
@@ -539,10 +539,11 @@ TEST(MeshFunctionEvaluate, MissingScalarsGiveMinusOne)
     EXPECT_EQ(scalar, 1);
 }
 
-TEST(MeshFunctionEvaluate, ScalarSumsAreRoundedToFloatOneByOne)
+TEST(MeshFunctionEvaluate, EachPartialSumOfScalarsIsRoundedToFloat)
 {
     Mesh mesh = test::oneTriangle();
-    // Floats near 2^23 are 1 apart: two parts of 0.4 are lost one by one, while their sum would round up.
+    // Floats near 2^23 differ by 1. Two summands of 0.4 each are rounded away one after the other; their sum would
+    // round up.
     mesh.normaldots = {1.6f, 16777216.0f, 1.6f};
     double const u = 0.5, v = 0.25, w = 0.25;
     float s = static_cast<float>(16777216.0f * u);
@@ -554,18 +555,18 @@ TEST(MeshFunctionEvaluate, ScalarSumsAreRoundedToFloatOneByOne)
     EXPECT_EQ(scalar, s);
 }
 
-TEST(MeshFunctionEvaluate, DegenerateDeterminantIsStrict)
+TEST(MeshFunctionEvaluate, DeterminantThresholdIsStrict)
 {
     for (double height : {1.0000000000000001e-16, 0.99e-16}) {
         Mesh mesh = test::oneTriangle();
         mesh.params[2] = {0, height};
         EXPECT_EQ(mesh.function().evaluate({0.5, 0}, nullptr, nullptr), height >= 1e-16);
-        mesh.facets = {0, 2, 1}; // a negative determinant is judged by its size
+        mesh.facets = {0, 2, 1}; // the threshold applies to the magnitude
         EXPECT_EQ(mesh.function().evaluate({0.5, 0}, nullptr, nullptr), height >= 1e-16);
     }
 }
 
-TEST(MeshFunctionEvaluate, NaNPointTakesTheFirstTriangleOfCellZero)
+TEST(MeshFunctionEvaluate, NaNPointUsesTheFirstTriangleOfCellZero)
 {
     MeshFunction2D const f = test::square().function();
     Point value;
@@ -595,7 +596,7 @@ TEST(MeshFunctionEvaluate, VerticesAndEdgesOfAMeshAreInside)
 
 // ---- one triangle ----
 
-TEST(MeshFunctionInFacet, GoesOnOutsideUnlessChecked)
+TEST(MeshFunctionInFacet, AppliesToPointsOutsideUnlessChecked)
 {
     Mesh mesh = test::oneTriangle();
     mesh.values = {{0, 0}, {1, 0}, {0, 1}};
@@ -627,10 +628,10 @@ TEST(MeshFunctionInFacet, MultipliesByTheReciprocalOfTheDeterminant)
         EXPECT_TRUE(sameBits(value, u * mesh.values[1] + v * mesh.values[2] + w * mesh.values[0]));
         differs |= !sameBits(value, w * mesh.values[0] + u * mesh.values[1] + v * mesh.values[2]);
     }
-    EXPECT_TRUE(differs) << "the order of the sum shows";
+    EXPECT_TRUE(differs) << "the order of the sum changes the bits";
 }
 
-TEST(MeshFunctionInFacet, IndexOutsideTheVerticesIsFalse)
+TEST(MeshFunctionInFacet, IndexOutsideTheVerticesReturnsFalse)
 {
     MeshFunction2D const f = test::oneTriangle().function();
     Point value(7, 7);
@@ -673,7 +674,7 @@ TEST(MeshFunctionDistToEdge, MarginBeyondTheEndsIsPartOfTheSegment)
     EXPECT_FALSE(on);
 }
 
-TEST(MeshFunctionDistToEdge, ZeroLengthIsAPoint)
+TEST(MeshFunctionDistToEdge, SegmentWithoutLengthActsAsAPoint)
 {
     MeshFunction2D const f = test::oneTriangle().function();
     bool on = true;
@@ -688,9 +689,9 @@ TEST(MeshFunctionDistToEdge, MeasuresBetweenValuesOnRequest)
     EXPECT_EQ(mesh.function().iDistToEdge(0, 1, {0.5, 7}, nullptr, true), 9);
 }
 
-// ---- continuing outside ----
+// ---- extrapolation ----
 
-TEST(MeshFunctionExtrapolate, InsideIsEvaluate)
+TEST(MeshFunctionExtrapolate, InsideEqualsEvaluate)
 {
     test::Random random(15);
     Mesh const mesh = test::gridMesh(random, 7, 5);
@@ -706,7 +707,7 @@ TEST(MeshFunctionExtrapolate, InsideIsEvaluate)
     }
 }
 
-TEST(MeshFunctionExtrapolate, ContinuesTheNearestBoundaryTriangle)
+TEST(MeshFunctionExtrapolate, OutsideUsesTheNearestBoundaryTriangle)
 {
     Mesh const mesh = test::square();
     MeshFunction2D const f = mesh.function();
@@ -739,7 +740,7 @@ TEST(MeshFunctionExtrapolate, EarlierLoopWinsATie)
     }
 }
 
-TEST(MeshFunctionExtrapolate, TooFarOrNowhereIsFalse)
+TEST(MeshFunctionExtrapolate, FarInfiniteAndNaNPointsReturnFalse)
 {
     MeshFunction2D const f = test::square().function();
     Point value(7, 7);
@@ -753,7 +754,7 @@ TEST(MeshFunctionExtrapolate, TooFarOrNowhereIsFalse)
 TEST(MeshFunctionExtrapolate, LongLoopsFollowTheSameRules)
 {
     test::Random random(16);
-    MeshFunction2D const f = test::gridMesh(random, 30, 30).function(); // 120 segments: the bounded search
+    MeshFunction2D const f = test::gridMesh(random, 30, 30).function(); // 120 segments: enough for the indexed search
     Point value(7, 7);
     EXPECT_TRUE(f.extrapolate({-3, 0.5}, nullptr, nullptr));
     EXPECT_FALSE(f.extrapolate({3.2e6, 0}, &value, nullptr));
@@ -761,7 +762,7 @@ TEST(MeshFunctionExtrapolate, LongLoopsFollowTheSameRules)
     EXPECT_EQ(value, Point(7, 7));
 }
 
-TEST(MeshFunctionExtrapolate, DegenerateNearestTriangleFails)
+TEST(MeshFunctionExtrapolate, DegenerateNearestTriangleReturnsFalse)
 {
     Mesh mesh = test::oneTriangle();
     int const a = mesh.addVertex(5, 0);
@@ -771,7 +772,7 @@ TEST(MeshFunctionExtrapolate, DegenerateNearestTriangleFails)
     EXPECT_FALSE(mesh.function().extrapolate({6, 1}, nullptr, nullptr));
 }
 
-TEST(MeshFunctionExtrapolate, WithoutTheFlagItIsTheGridWalk)
+TEST(MeshFunctionExtrapolate, WithoutTheFlagEqualsExtrapolateOld)
 {
     test::Random random(17);
     MeshFunction2D f = test::islands(2).function();
@@ -786,7 +787,7 @@ TEST(MeshFunctionExtrapolate, WithoutTheFlagItIsTheGridWalk)
 
 TEST(MeshFunctionExtrapolateOld, DoesNotTryToEvaluateFirst)
 {
-    // Two triangles one above the other: the point lies in the first, the second has the nearer edge.
+    // The two triangles overlap. The point lies in the first one; the second one has the nearer edge.
     Mesh mesh = test::oneTriangle();
     int const a = mesh.addVertex(0.2, 0.21);
     mesh.addVertex(0.4, 0.21);
@@ -801,9 +802,9 @@ TEST(MeshFunctionExtrapolateOld, DoesNotTryToEvaluateFirst)
     EXPECT_EQ(value.x, 1);
 }
 
-TEST(MeshFunctionExtrapolateOld, EmptyCornerWalksTowardsTheMiddle)
+TEST(MeshFunctionExtrapolateOld, EmptyCellWalksTowardsTheMiddle)
 {
-    // Small triangles around the domain's middle and one off the walk from the lower corner.
+    // Small triangles at the middle of the domain, on the way to it from the lower corner, and beside that way.
     Mesh mesh;
     auto const add = [&](double x, double y) {
         int const a = mesh.addVertex(x, y);
@@ -825,7 +826,7 @@ TEST(MeshFunctionExtrapolateOld, EmptyCornerWalksTowardsTheMiddle)
     EXPECT_EQ(value.x, 1);
 }
 
-TEST(MeshFunctionExtrapolateOld, EmptyMiddleFails)
+TEST(MeshFunctionExtrapolateOld, EmptyMiddleCellReturnsFalse)
 {
     Mesh mesh;
     int const a = mesh.addVertex(0, 0);
@@ -834,14 +835,15 @@ TEST(MeshFunctionExtrapolateOld, EmptyMiddleFails)
     mesh.addTriangle(a, a + 1, a + 2);
     mesh.addVertex(1, 1);
     MeshFunction2D const f = mesh.function();
-    EXPECT_FALSE(f.extrapolateOld({0.51, 0.51}, nullptr, nullptr)) << "cell (10, 10) has nowhere to walk to";
-    EXPECT_TRUE(f.extrapolateOld({0.6, 0.6}, nullptr, nullptr)) << "through the middle and on to the corner";
+    EXPECT_FALSE(f.extrapolateOld({0.51, 0.51}, nullptr, nullptr))
+        << "from cell (10, 10) there is no direction to walk";
+    EXPECT_TRUE(f.extrapolateOld({0.6, 0.6}, nullptr, nullptr)) << "through the middle to the corner";
     EXPECT_FALSE(f.extrapolateOld({0.6, 0.2}, nullptr, nullptr)) << "leaves the grid without meeting a triangle";
 }
 
-TEST(MeshFunctionExtrapolateOld, AmongTiesALaterFootOnTheSegmentWins)
+TEST(MeshFunctionExtrapolateOld, AmongTiesALaterEdgeThatHoldsTheProjectionWins)
 {
-    // The corner (0.5, 0.5) is equally far from p along edges that end there; the second triangle's edge passes it.
+    // The corner (0.5, 0.5) ends edges of the first triangle. An edge of the second triangle passes through it.
     Mesh mesh;
     mesh.addVertex(0, 0);
     mesh.addVertex(0.5, 0);
@@ -855,7 +857,7 @@ TEST(MeshFunctionExtrapolateOld, AmongTiesALaterFootOnTheSegmentWins)
     Point value;
     ASSERT_TRUE(mesh.function().extrapolateOld({0.52, 0.9}, &value, nullptr));
     EXPECT_EQ(value.x, 1);
-    // An edge that ties without its foot on it does not replace an earlier one.
+    // An edge that ties but does not hold the projection of the point does not replace an earlier one.
     ASSERT_TRUE(mesh.function().extrapolateOld({0.5, 0.6}, &value, nullptr));
     std::swap(mesh.facets[0], mesh.facets[3]);
     std::swap(mesh.facets[1], mesh.facets[4]);
@@ -872,7 +874,7 @@ TEST(MeshFunctionExtrapolateOld, NaNPointStartsAtCellZero)
     EXPECT_TRUE(std::isnan(value.x));
 }
 
-TEST(MeshFunctionAnyPoint, IsTheCentroidTimesTheConstant)
+TEST(MeshFunctionAnyPoint, MultipliesByTheConstantForOneThird)
 {
     Mesh mesh = test::oneTriangle();
     mesh.params = {{0.1, 0.7}, {0.9, 0.2}, {0.4, 0.6}};
@@ -902,7 +904,7 @@ TEST(MeshFunctionAnyPoint, NeedsNoGrid)
 
 // ---- many points at once ----
 
-TEST(MeshFunctionMany, SameAsOneByOne)
+TEST(MeshFunctionMany, SameBitsAsSingleQueries)
 {
     test::Random random(20);
     MeshFunction2D const f = test::gridMesh(random, 9, 9).function();
@@ -915,21 +917,21 @@ TEST(MeshFunctionMany, SameAsOneByOne)
         std::vector<float> scalars(kCount, 7);
         auto const found = std::make_unique<bool[]>(kCount);
         auto const many = outside ? sinew::extrapolateMany : sinew::evaluateMany;
-        std::size_t const answered = many(f, points.data(), kCount, values.data(), scalars.data(), found.get());
-        std::size_t expectedAnswers = 0;
+        std::size_t const foundCount = many(f, points.data(), kCount, values.data(), scalars.data(), found.get());
+        std::size_t expectedCount = 0;
         for (std::size_t i = 0; i < kCount; ++i) {
             Point value(7, 7);
             float scalar = 7;
             bool const hit =
                 outside ? f.extrapolate(points[i], &value, &scalar) : f.evaluate(points[i], &value, &scalar);
             EXPECT_EQ(found[i], hit);
-            EXPECT_TRUE(sameBits(values[i], value)) << "unwritten where there is none";
+            EXPECT_TRUE(sameBits(values[i], value)) << "unwritten where there is no value";
             EXPECT_TRUE(sameBits(scalars[i], scalar));
-            expectedAnswers += hit;
+            expectedCount += hit;
         }
-        EXPECT_EQ(answered, expectedAnswers);
-        EXPECT_GT(answered, 0u);
-        EXPECT_LT(answered, kCount);
+        EXPECT_EQ(foundCount, expectedCount);
+        EXPECT_GT(foundCount, 0u);
+        EXPECT_LT(foundCount, kCount);
     }
 }
 
@@ -944,7 +946,7 @@ TEST(MeshFunctionMany, EveryOutputMayBeNull)
 
 // ---- copies and moves ----
 
-TEST(MeshFunctionCopy, SurvivesItsSource)
+TEST(MeshFunctionCopy, RemainsValidAfterItsSourceIsDestroyed)
 {
     test::Random random(18);
     Mesh const mesh = test::gridMesh(random, 6, 6);
@@ -978,7 +980,7 @@ TEST(MeshFunctionCopy, KeepsTheFlag)
     }
 }
 
-TEST(MeshFunctionCopy, ChangesToTheCopyStayThere)
+TEST(MeshFunctionCopy, ChangesToTheCopyDoNotAffectTheSource)
 {
     MeshFunction2D const source = test::square().function();
     MeshFunction2D copy = source;
@@ -996,7 +998,7 @@ TEST(MeshFunctionCopy, ChangesToTheCopyStayThere)
     EXPECT_TRUE(copy.evaluate({0.2, 0.2}, &value, nullptr));
 }
 
-TEST(MeshFunctionMove, TakesEverythingAndLeavesAnUsableShell)
+TEST(MeshFunctionMove, MovesEverythingAndLeavesAReusableObject)
 {
     static_assert(std::is_nothrow_move_constructible_v<MeshFunction2D>);
     static_assert(std::is_nothrow_move_assignable_v<MeshFunction2D>);
@@ -1024,7 +1026,7 @@ TEST(MeshFunctionCopy, EmptyFunctionsCopyToo)
 
 // ---- public members changed without a rebuild ----
 
-TEST(MeshFunctionStale, NewValuesCountAtOnce)
+TEST(MeshFunctionStale, NewValuesTakeEffectImmediately)
 {
     MeshFunction2D f = test::oneTriangle().function();
     f.values = {{4, 4}, {4, 4}, {4, 4}};
@@ -1039,9 +1041,10 @@ TEST(MeshFunctionStale, NewValuesCountAtOnce)
     EXPECT_EQ(scalar, -1);
 }
 
-TEST(MeshFunctionStale, ValuesThatCameAndWentAreNotRead)
+TEST(MeshFunctionStale, RemovedValuesAreNotRead)
 {
-    // So large that queries prepare the cells: here while there are values that go again afterwards.
+    // The mesh is so large that queries build the structures of its cells. Here a query builds one while there are
+    // values that are removed afterwards.
     test::Random random(21);
     test::Mesh mesh = test::gridMesh(random, 200, 200);
     std::size_t const count = mesh.params.size();
@@ -1049,7 +1052,7 @@ TEST(MeshFunctionStale, ValuesThatCameAndWentAreNotRead)
     std::copy_n(mesh.params.begin(), count, mesh.params.begin() + static_cast<std::ptrdiff_t>(count));
     MeshFunction2D f = mesh.function();
     f.values.resize(2 * count);
-    for (int& i : f.facets) i += static_cast<int>(count); // the same places, other vertices
+    for (int& i : f.facets) i += static_cast<int>(count); // the same positions, other vertices
     EXPECT_TRUE(f.evaluate({0.3, 0.4}, nullptr, nullptr));
     f.values = mesh.values;
     EXPECT_FALSE(f.evaluate({0.3, 0.4}, nullptr, nullptr));

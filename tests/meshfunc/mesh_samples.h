@@ -1,6 +1,6 @@
 #pragma once
 
-/// Meshes to try mesh functions on, each a plain bundle of what their constructor takes.
+/// Meshes for the tests and benches of mesh functions.
 
 #include <cmath>
 #include <limits>
@@ -15,6 +15,7 @@ namespace test {
 
 using Point = tzNM::vect2<double>;
 
+/// The arguments of the constructor of `MeshFunction2D`.
 struct Mesh
 {
     std::vector<Point> params;
@@ -25,7 +26,7 @@ struct Mesh
     int addVertex(double x, double y)
     {
         params.emplace_back(x, y);
-        values.emplace_back(2 * x - y, 0.5 * y + x * x); // anything, but different at every vertex
+        values.emplace_back(2 * x - y, 0.5 * y + x * x); // arbitrary, but different at every vertex
         normaldots.push_back(static_cast<float>(std::sin(7 * x + 3 * y)));
         return static_cast<int>(params.size()) - 1;
     }
@@ -54,7 +55,8 @@ inline Mesh square()
     return mesh;
 }
 
-/// columns x rows squares over the unit square, each cut in two; inner vertices shaken by up to `shake` of a square.
+/// columns x rows squares over the unit square, each cut into two triangles. Inner vertices are moved by up to `shake`
+/// of a square along each axis.
 inline Mesh gridMesh(Random& random, int columns, int rows, double shake = 0.3)
 {
     Mesh mesh;
@@ -81,7 +83,7 @@ inline Mesh gridMesh(Random& random, int columns, int rows, double shake = 0.3)
     return mesh;
 }
 
-/// A grid whose columns and rows crowd towards one corner: x becomes x to the given power.
+/// A grid whose columns and rows are denser towards one corner: x is replaced by x to the given power.
 inline Mesh unevenMesh(Random& random, int columns, int rows, double power)
 {
     Mesh const even = gridMesh(random, columns, rows, 0.2);
@@ -91,7 +93,7 @@ inline Mesh unevenMesh(Random& random, int columns, int rows, double power)
     return mesh;
 }
 
-/// Triangles anywhere, over and under each other, of any orientation.
+/// Triangles at random places and of any orientation. They overlap.
 inline Mesh soup(Random& random, int triangles, double size)
 {
     Mesh mesh;
@@ -104,7 +106,7 @@ inline Mesh soup(Random& random, int triangles, double size)
     return mesh;
 }
 
-/// count x count separate small squares in a unit square: as many boundary loops.
+/// count x count separate small squares in a unit square. Each has one boundary loop.
 inline Mesh islands(int count)
 {
     Mesh mesh;

@@ -21,8 +21,8 @@
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 std::string documentOf(MeshFunction2D& f)
 {
@@ -31,7 +31,7 @@ std::string documentOf(MeshFunction2D& f)
     return out.str();
 }
 
-/// A document around a packed text, as `save` writes it.
+// A document around a packed text, as `save` writes it.
 std::string documentAround(std::string const& packed)
 {
     return "<MeshFunction2D><saveString>" + packed + "</saveString></MeshFunction2D>";
@@ -55,8 +55,8 @@ void read(std::string const& document, MeshFunction2D& f)
     sinew::readDocument(in, f);
 }
 
-/// What loading `document` throws, or nothing.
-std::string refusal(std::string const& document, MeshFunction2D* f = nullptr)
+// The message of the exception that loading `document` throws; empty if it throws none.
+std::string failureOf(std::string const& document, MeshFunction2D* f = nullptr)
 {
     MeshFunction2D scratch(true);
     try {
@@ -142,7 +142,7 @@ TEST(PackedText, MinusOneScalarsSurvive)
     EXPECT_EQ(loaded.normaldots, f.normaldots);
 }
 
-TEST(PackedText, RoundsUpAtHalfAStepAndTruncatesTowardsZeroBelowTheRange)
+TEST(PackedText, RoundsUpFromHalfAStepAndTruncatesTowardsZeroBelowTheRange)
 {
     double const step = 0x1p-20;
     struct Case
@@ -162,7 +162,7 @@ TEST(PackedText, RoundsUpAtHalfAStepAndTruncatesTowardsZeroBelowTheRange)
     }
 }
 
-TEST(PackedText, WhatDoesNotFitWrapsByItsLowBits)
+TEST(PackedText, NumbersOutsideTheRangeKeepTheirLowBits)
 {
     auto const charactersOf = [](double x) {
         MeshFunction2D f(true);
@@ -170,14 +170,14 @@ TEST(PackedText, WhatDoesNotFitWrapsByItsLowBits)
         f.values = {{-2, -2}};
         return packed(f).substr(4, 4);
     };
-    EXPECT_EQ(charactersOf(0x1p20 + 0.5), charactersOf(0.5)) << "beyond 32 bits: the low 24 of 64";
-    EXPECT_EQ(charactersOf(-0x1p30 - 1.0), charactersOf(-1.0 + 0x1p-20)) << "below zero the half rounds up";
+    EXPECT_EQ(charactersOf(0x1p20 + 0.5), charactersOf(0.5)) << "more than 32 bits: the lowest 24 of 64 are kept";
+    EXPECT_EQ(charactersOf(-0x1p30 - 1.0), charactersOf(-1.0 + 0x1p-20)) << "below zero, truncation rounds up";
     for (double const x : {0x1p43, -0x1p44, 1e300, kInfinity, -kInfinity, kNaN, -kNaN}) {
         EXPECT_EQ(charactersOf(x), "????") << x;
     }
 }
 
-TEST(PackedText, SameAsThePlainMethodOnRandomAndHostileMeshes)
+TEST(PackedText, SameAsTheReferenceOnRandomAndHostileMeshes)
 {
     test::Random random(501);
     for (int trial = 0; trial < 400; ++trial) {
@@ -194,7 +194,7 @@ TEST(PackedText, SameAsThePlainMethodOnRandomAndHostileMeshes)
 
         MeshFunction2D loaded(false);
         MeshFunction2D expected(false);
-        ASSERT_EQ(refusal(documentAround(text), &loaded), "");
+        ASSERT_EQ(failureOf(documentAround(text), &loaded), "");
         ASSERT_EQ(reference::Unpacker(text).unpack(expected), "");
         expectSameVectors(loaded, expected);
     }
@@ -211,7 +211,7 @@ TEST(PackedText, MissingValuesAreWrittenAsZero)
     EXPECT_EQ(f.values.size(), 1u);
 }
 
-TEST(Save, LeavesTheFunctionAsItWas)
+TEST(Save, DoesNotChangeTheFunction)
 {
     test::Random random(502);
     MeshFunction2D f = test::gridMesh(random, 5, 4).function();
@@ -239,7 +239,7 @@ TEST(Save, RestoresTheVectorsWhenWritingThrows)
     OutTag tag(nowhere, "f");
     EXPECT_ANY_THROW(f.save(tag));
     expectSameVectors(f, before);
-    EXPECT_EQ(f.saveString, reference::pack(f)) << "the packed text stays";
+    EXPECT_EQ(f.saveString, reference::pack(f)) << "saveString keeps the packed text";
 }
 
 TEST(Load, GivesTheSameFunctionWithGridAndBoundaries)
@@ -257,7 +257,7 @@ TEST(Load, GivesTheSameFunctionWithGridAndBoundaries)
     MeshFunction2D again(false);
     read(text, again);
     expectSameVectors(again, loaded);
-    EXPECT_EQ(documentOf(again), text) << "numbers on the grid of the format survive exactly";
+    EXPECT_EQ(documentOf(again), text) << "multiples of the step are kept exactly";
     for (int i = 0; i < 1000; ++i) {
         test::Point const p = random.point2(-1, 2);
         test::Point a, b;
@@ -266,16 +266,16 @@ TEST(Load, GivesTheSameFunctionWithGridAndBoundaries)
     }
 }
 
-TEST(Load, FiveMessagesInTheirOrder)
+TEST(Load, EachFailureHasItsMessage)
 {
     std::string const begin = "Error loading MeshFunction2D: ";
-    auto const message = [](std::string const& text) { return refusal(documentAround(text)); };
-    EXPECT_EQ(message(""), "") << "an empty text means fields of their own";
+    auto const message = [](std::string const& text) { return failureOf(documentAround(text)); };
+    EXPECT_EQ(message(""), "") << "an empty text is the older form of the document";
     for (char const* const text : {"0", "0?", "0??", "1", "1??"}) {
         EXPECT_EQ(message(text), begin + "saveString way too short") << text;
     }
     EXPECT_EQ(message("1???"), begin + "wrong magic number");
-    EXPECT_EQ(message(" 0??????????"), begin + "wrong magic number") << "white space counts";
+    EXPECT_EQ(message(" 0??????????"), begin + "wrong magic number") << "white space is not skipped";
     EXPECT_EQ(message("0???"), begin + "first part of saveString too short");
     EXPECT_EQ(message("0~~~"), begin + "first part of saveString too short");
 
@@ -292,38 +292,38 @@ TEST(Load, FiveMessagesInTheirOrder)
     EXPECT_EQ(cut(23), begin + "second part of saveString too short");
     EXPECT_EQ(cut(24), begin + "third part of saveString too short") << "16 + 4 * 2 characters";
     EXPECT_EQ(cut(29), begin + "third part of saveString too short");
-    EXPECT_EQ(cut(30), "") << "the facet count is not there and read as 0";
+    EXPECT_EQ(cut(30), "") << "the number of facet entries is missing and read as 0";
     EXPECT_EQ(cut(34), begin + "third part of saveString too short");
     EXPECT_EQ(cut(38), begin + "third part of saveString too short");
-    EXPECT_EQ(cut(39), "") << "16 + 8 + 9 + 6 characters, four short";
+    EXPECT_EQ(cut(39), "") << "16 + 8 + 9 + 6 characters, four less than a whole text";
     f.normaldots.clear();
     f.facets.clear();
     EXPECT_EQ(message(reference::pack(f).substr(0, 21)), begin + "first part of saveString too short");
     EXPECT_EQ(message(reference::pack(f).substr(0, 22)), "") << "(8 * 1 + 3) * 2 characters";
 }
 
-TEST(Load, CountsBelowZeroBelongToTheirPart)
+TEST(Load, NegativeCountsFailWithTheMessageOfTheirPart)
 {
     std::string const begin = "Error loading MeshFunction2D: ";
     std::string const below = "!!!"; // 33 is less than 63
     std::string const tail(40, '?');
-    EXPECT_EQ(refusal(documentAround("0" + below + tail)), begin + "first part of saveString too short");
-    EXPECT_EQ(refusal(documentAround("0???" + below + tail)), begin + "second part of saveString too short");
-    EXPECT_EQ(refusal(documentAround("0??????" + below + tail)), begin + "third part of saveString too short");
+    EXPECT_EQ(failureOf(documentAround("0" + below + tail)), begin + "first part of saveString too short");
+    EXPECT_EQ(failureOf(documentAround("0???" + below + tail)), begin + "second part of saveString too short");
+    EXPECT_EQ(failureOf(documentAround("0??????" + below + tail)), begin + "third part of saveString too short");
 }
 
 TEST(Load, CharactersOutsideTheRangeDecodeByTheSameFormula)
 {
     MeshFunction2D f(true);
     // Three indices: "   " below the range, DEL above it, and the two bytes of an accented letter, which are negative.
-    ASSERT_EQ(refusal(documentAround("0??????B??   \x7F\x7F\x7F\xC3\xA9?"), &f), "");
+    ASSERT_EQ(failureOf(documentAround("0??????B??   \x7F\x7F\x7F\xC3\xA9?"), &f), "");
     EXPECT_EQ(f.facets, (std::vector<int>{32 + 64 * 32 + 4096 * 32 - 262143, 127 + 64 * 127 + 4096 * 127 - 262143,
                                           -61 + 64 * -87 + 4096 * 63 - 262143}));
     test::Point value;
     EXPECT_FALSE(f.evaluate({0, 0}, &value, nullptr));
 }
 
-TEST(Load, FailsAsThePlainMethodForEveryTruncatedPrefix)
+TEST(Load, FailsAsTheReferenceForEveryTruncatedPrefix)
 {
     test::Random random(504);
     MeshFunction2D f = test::gridMesh(random, 3, 3).function();
@@ -332,13 +332,13 @@ TEST(Load, FailsAsThePlainMethodForEveryTruncatedPrefix)
         SCOPED_TRACE(length);
         MeshFunction2D loaded(true), expected(true);
         std::string const wrong = reference::Unpacker(text.substr(0, length)).unpack(expected);
-        EXPECT_EQ(refusal(documentAround(text.substr(0, length)), &loaded),
+        EXPECT_EQ(failureOf(documentAround(text.substr(0, length)), &loaded),
                   wrong.empty() ? "" : "Error loading MeshFunction2D: " + wrong);
         if (wrong.empty()) expectSameVectors(loaded, expected);
     }
 }
 
-TEST(Load, FailsAsThePlainMethodForEveryDamagedCharacter)
+TEST(Load, FailsAsTheReferenceForEveryDamagedCharacter)
 {
     test::Random random(505);
     MeshFunction2D f = test::gridMesh(random, 2, 2).function();
@@ -349,7 +349,7 @@ TEST(Load, FailsAsThePlainMethodForEveryDamagedCharacter)
             damaged[at] = damage;
             MeshFunction2D loaded(true), expected(true);
             std::string const wrong = reference::Unpacker(damaged).unpack(expected);
-            ASSERT_EQ(refusal(documentAround(damaged), &loaded),
+            ASSERT_EQ(failureOf(documentAround(damaged), &loaded),
                       wrong.empty() ? "" : "Error loading MeshFunction2D: " + wrong)
                 << at << damage;
             if (wrong.empty()) expectSameVectors(loaded, expected);
@@ -357,16 +357,16 @@ TEST(Load, FailsAsThePlainMethodForEveryDamagedCharacter)
     }
 }
 
-TEST(Load, EveryTruncatedDocumentIsRefused)
+TEST(Load, EveryTruncatedDocumentFails)
 {
     MeshFunction2D f = test::square().function();
     std::string const document = documentOf(f);
     for (std::size_t length = 0; length + 1 < document.size(); ++length) { // the last character is the line feed
-        ASSERT_NE(refusal(document.substr(0, length)), "") << length;
+        ASSERT_NE(failureOf(document.substr(0, length)), "") << length;
     }
 }
 
-TEST(Load, FieldsOfTheirOwnAreReadWhenSaveStringIsEmpty)
+TEST(Load, OlderFormOfTheDocumentIsReadWhenSaveStringIsEmpty)
 {
     std::string const document = R"(<any>
   <facets><facet>0</facet><facet>1</facet><facet>2</facet></facets>
@@ -378,7 +378,7 @@ TEST(Load, FieldsOfTheirOwnAreReadWhenSaveStringIsEmpty)
   <super/>
 </any>)";
     MeshFunction2D f(false);
-    ASSERT_EQ(refusal(document, &f), "");
+    ASSERT_EQ(failureOf(document, &f), "");
     EXPECT_EQ(f.params, (std::vector<test::Point>{{0, 0}, {1, 0}, {0, 1}}));
     EXPECT_EQ(f.normaldots, (std::vector<float>{-1, 0.5f, 1e-3f}));
     EXPECT_TRUE(f.extrapolateFlag);
@@ -388,12 +388,12 @@ TEST(Load, FieldsOfTheirOwnAreReadWhenSaveStringIsEmpty)
     EXPECT_EQ(f.boundaryProjectors.size(), 1u);
 }
 
-TEST(Load, OneDamagedFieldIsRefused)
+TEST(Load, OneDamagedFieldFails)
 {
     auto const with = [](std::string const& params, std::string const& scalars, std::string const& facets,
                          std::string const& flag) {
-        return refusal("<f><params>" + params + "</params><normaldots>" + scalars + "</normaldots><facets>" + facets +
-                       "</facets><extrapolateFlag>" + flag + "</extrapolateFlag></f>");
+        return failureOf("<f><params>" + params + "</params><normaldots>" + scalars + "</normaldots><facets>" + facets +
+                         "</facets><extrapolateFlag>" + flag + "</extrapolateFlag></f>");
     };
     std::string const p = "<param u='0' v='1'/>", s = "<normaldot>1</normaldot>", t = "<facet>1</facet>";
     EXPECT_EQ(with(p, s, t, "1"), "");
@@ -414,7 +414,7 @@ TEST(Load, OneDamagedFieldIsRefused)
     for (char const* const bad : {"", "2", "yes", "1 1"}) EXPECT_NE(with(p, s, t, bad), "") << bad;
 }
 
-TEST(Load, ReadsWhatAnotherParserHasRewritten)
+TEST(Load, ReadsDocumentsRewrittenByAnotherParser)
 {
     test::Random random(506);
     MeshFunction2D f = test::gridMesh(random, 6, 6).function();
@@ -433,7 +433,7 @@ TEST(Load, ReadsWhatAnotherParserHasRewritten)
         std::string text = out.str();
         for (std::size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 2) text.replace(at, 1, "\r\n");
         MeshFunction2D loaded(false), direct(false);
-        ASSERT_EQ(refusal(text, &loaded), "");
+        ASSERT_EQ(failureOf(text, &loaded), "");
         read(documentOf(f), direct);
         expectSameVectors(loaded, direct);
     }
@@ -444,19 +444,19 @@ TEST(Load, NumbersIgnoreTheLocaleOfTheProcess)
     test::Random random(507);
     MeshFunction2D f = test::gridMesh(random, 4, 4).function();
     std::string const classic = documentOf(f);
-    std::string const old =
+    std::string const olderForm =
         "<f><params><param u=\"1234.5\" v=\"1e+06\"/></params>"
         "<normaldots><normaldot>1234.5</normaldot></normaldots><facets><facet>12345</facet></facets></f>";
     test::CommaLocale const comma;
     std::ostringstream foreign;
     foreign << 1234.5;
-    ASSERT_EQ(foreign.str(), "1.234,5") << "the locale is in force";
+    ASSERT_EQ(foreign.str(), "1.234,5") << "the locale is active";
 
     EXPECT_EQ(documentOf(f), classic);
     MeshFunction2D loaded(false);
-    ASSERT_EQ(refusal(classic, &loaded), "");
+    ASSERT_EQ(failureOf(classic, &loaded), "");
     EXPECT_EQ(loaded.facets, f.facets);
-    ASSERT_EQ(refusal(old, &loaded), "");
+    ASSERT_EQ(failureOf(olderForm, &loaded), "");
     EXPECT_EQ(loaded.params[0], test::Point(1234.5, 1e6));
     EXPECT_EQ(loaded.normaldots[0], 1234.5f);
     EXPECT_EQ(loaded.facets[0], 12345);
@@ -492,7 +492,7 @@ TEST(TypeHandlers, WriteOneEmptyTagOfAttributes)
     EXPECT_EQ(out.str(), "<param u=\"0.333333\" v=\"1e-07\"/>\n");
 }
 
-TEST(MeshFunctionRegistration, MakesEmptyFunctionsByBothKeys)
+TEST(MeshFunctionRegistration, CreatesEmptyFunctionsByBothKeys)
 {
     auto const* byName = FactoryByName::find("MeshFunction2D");
     auto const* byType = FactoryByTypeID::find(typeid(MeshFunction2D).name());
@@ -515,7 +515,7 @@ TEST(MeshFunctionRegistration, CreatesFromADocument)
     EXPECT_TRUE(loaded->extrapolateFlag);
 }
 
-TEST(MeshFunctionPersistence, WorksInsideAHostsObjectAndInADerivedClass)
+TEST(MeshFunctionPersistence, WorksAsAMemberOfAnotherClassAndInADerivedClass)
 {
     struct Tagged : MeshFunction2D
     {
@@ -543,7 +543,7 @@ TEST(MeshFunctionPersistence, WorksInsideAHostsObjectAndInADerivedClass)
     };
     Host host;
     host.map = test::square().function();
-    host.map.normaldots.clear(); // sines, which the format does not hold exactly
+    host.map.normaldots.clear(); // sines, which the format rounds
     host.maps.resize(2);
     host.maps[1].label = "second";
     host.maps[1].params = {{0.5, 0.5}};

@@ -1,7 +1,7 @@
 #pragma once
 
-/// The plain method of mesh functions: the definition, step by step, with a hash of ordered maps for the boundary and
-/// nothing but the 20 x 20 grid for the queries. The library is held against it bit for bit.
+/// The reference implementation of mesh functions: the definition step by step, with a hash of ordered maps for the
+/// boundary and only the 20 x 20 grid for the queries. Tests and benches compare the library with it bit for bit.
 
 #include <algorithm>
 #include <cmath>

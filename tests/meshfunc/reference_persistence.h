@@ -1,6 +1,6 @@
 #pragma once
 
-/// Packing and unpacking of mesh functions by the definition, one character at a time.
+/// The reference implementation of packing and unpacking mesh functions: the definition, one character at a time.
 
 #include <cstdint>
 #include <string>
@@ -47,7 +47,8 @@ inline std::string pack(MeshFunction2D const& f)
     return text;
 }
 
-/// Fills the four vectors from a text that outlives it; returns what is wrong with the text, or nothing.
+/// Unpacks a text into the four vectors of a mesh function. The text must outlive this object. unpack() returns what is
+/// wrong with the text, or an empty string.
 class Unpacker
 {
 public:

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Texture compaction by its definition, texel by texel.
+/// The reference implementation of texture compaction: the definition, texel by texel.
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +13,8 @@
 
 namespace reference {
 
-/// A coordinate in texels, floored and shifted, as a column of the texture. NaN takes column 0.
+/// The column of a coordinate in texels: the coordinate is floored and shifted, then clamped to the texture. NaN gives
+/// column 0.
 inline int texel(double coordinate, double shift, int size)
 {
     double const shifted = std::floor(coordinate) + shift;
@@ -21,7 +22,7 @@ inline int texel(double coordinate, double shift, int size)
     return static_cast<int>(std::min<double>(shifted, size - 1));
 }
 
-/// `emptyTexels` as `EmptyRectTester` holds it; its size is trusted to match.
+/// `emptyTexels` as `EmptyRectTester` holds it, of width * height entries.
 inline bool isRectEmpty(std::vector<int> const& emptyTexels, int width, int height, double minX, double minY,
                         double maxX, double maxY)
 {
@@ -39,7 +40,7 @@ inline bool isRectEmpty(std::vector<int> const& emptyTexels, int width, int heig
     return true;
 }
 
-/// The compacted texture: new size, and the box of used texels with its margin unless nothing moves.
+/// The compacted texture: its size, and the motion of the box of used texels unless nothing moves.
 struct Optimized
 {
     int newWidth;
@@ -71,7 +72,7 @@ inline Optimized optimize(std::vector<bool> const& mask, int width, int height)
     return {newWidth, newHeight, {{x0, y0, w, h, -x0, -y0}}};
 }
 
-/// What is left of a mesh function's vectors, all of whose triangles name vertices that exist.
+/// The vectors of a mesh function after erasing.
 struct Erased
 {
     std::vector<tzNM::vect2<double>> params, values;
@@ -79,6 +80,7 @@ struct Erased
     std::vector<int> facets;
 };
 
+/// All triangles must name vertices that exist.
 inline Erased eraseExtraTriangles(MeshFunction2D const& f, EmptyRectTester const& tester)
 {
     Erased result{f.params, f.values, f.normaldots, f.facets};

@@ -13,8 +13,8 @@
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 struct Texture
 {
@@ -75,17 +75,17 @@ Texture randomTexture(test::Random& random, int width, int height)
     return texture;
 }
 
-// Around the borders of words and blocks, and a few in between.
-int const kSizes[] = {1, 2, 7, 8, 9, 63, 64, 65, 127, 128, 129, 200, 513};
+// Sizes around the borders of words and blocks, and a few between them.
+constexpr int kSizes[] = {1, 2, 7, 8, 9, 63, 64, 65, 127, 128, 129, 200, 513};
 
 } // namespace
 
-TEST(Clip, BringsAValueIntoTheRange)
+TEST(Clip, ClampsAValueToTheRange)
 {
     EXPECT_EQ(clip(5, 0, 10), 5);
     EXPECT_EQ(clip(-5, 0, 10), 0);
     EXPECT_EQ(clip(50, 0, 10), 10);
-    EXPECT_EQ(clip(5, 10, 3), 10) << "the lower bound wins";
+    EXPECT_EQ(clip(5, 10, 3), 10) << "the lower bound is applied last";
     EXPECT_EQ(clip(20, 10, 3), 10);
     EXPECT_EQ(clip(std::numeric_limits<int>::min(), -1, 1), -1);
 }
@@ -103,7 +103,7 @@ TEST(EmptyRectTester, HoldsOneForEveryUnusedTexel)
     EXPECT_EQ(tester.emptyTexels, (std::vector<int>{1, 0, 1, 1, 1, 0}));
 }
 
-TEST(EmptyRectTester, MaskOfTheWrongSizeIsNeverEmpty)
+TEST(EmptyRectTester, MaskOfTheWrongSizeMakesNoRectangleEmpty)
 {
     for (std::size_t entries : {0U, 5U, 7U, 100U}) {
         EmptyRectTester const tester(std::vector<bool>(entries), 3, 2);
@@ -116,7 +116,7 @@ TEST(EmptyRectTester, MaskOfTheWrongSizeIsNeverEmpty)
     EXPECT_FALSE(EmptyRectTester({}, 65536, 65536).isRectEmpty(0, 0, 1, 1)) << "2^32 texels are not 0";
 }
 
-TEST(EmptyRectTester, SizesChangedByTheHostAreNoLongerTrusted)
+TEST(EmptyRectTester, NoRectangleIsEmptyAfterAChangeOfTheSizes)
 {
     EmptyRectTester tester = Texture(100, 200).tester();
     EXPECT_TRUE(tester.isRectEmpty(0, 0, 1, 1));
@@ -126,7 +126,7 @@ TEST(EmptyRectTester, SizesChangedByTheHostAreNoLongerTrusted)
     tester.emptyTexels.pop_back();
     EXPECT_FALSE(tester.isRectEmpty(0, 0, 1, 1));
 
-    EmptyRectTester taller = Texture(64, 40).tester(); // as many texels, and a row is one word still
+    EmptyRectTester taller = Texture(64, 40).tester(); // the same number of texels, and a row is still one word
     taller.width = 40;
     taller.height = 64;
     EXPECT_FALSE(taller.isRectEmpty(0, 0, 1, 1));
@@ -141,7 +141,7 @@ TEST(EmptyRectTester, MarginIsOneTexel)
         return tester.isRectEmpty(x0 / 16, y0 / 16, x1 / 16, y1 / 16);
     };
     EXPECT_FALSE(empty(8.2, 8.2, 8.4, 8.4)) << "the used texel itself";
-    EXPECT_FALSE(empty(9, 8, 9.5, 8.5)) << "touched by the margin only";
+    EXPECT_FALSE(empty(9, 8, 9.5, 8.5)) << "only the margin holds it";
     EXPECT_FALSE(empty(7, 8, 7.5, 8.5));
     EXPECT_FALSE(empty(8, 9, 8.5, 9.5));
     EXPECT_FALSE(empty(8, 7, 8.5, 7.5));
@@ -151,7 +151,7 @@ TEST(EmptyRectTester, MarginIsOneTexel)
     EXPECT_TRUE(empty(8, 5, 8.5, 6.9));
 }
 
-TEST(EmptyRectTester, OutsideCoordinatesAreBroughtToTheEdge)
+TEST(EmptyRectTester, CoordinatesOutsideAreClampedToTheEdge)
 {
     Texture texture(16, 16);
     texture.use(0, 0);
@@ -165,19 +165,19 @@ TEST(EmptyRectTester, OutsideCoordinatesAreBroughtToTheEdge)
         EXPECT_FALSE(tester.isRectEmpty(-far, -far, far, far));
     }
     EXPECT_FALSE(tester.isRectEmpty(kNaN, kNaN, kNaN, kNaN)) << "NaN is coordinate 0";
-    EXPECT_TRUE(tester.isRectEmpty(0.5, 0.5, kNaN, kNaN)) << "turned round";
+    EXPECT_TRUE(tester.isRectEmpty(0.5, 0.5, kNaN, kNaN)) << "the minimum is above the maximum";
 }
 
-TEST(EmptyRectTester, RectangleTurnedRoundIsEmpty)
+TEST(EmptyRectTester, RectangleWithItsMinimumAboveItsMaximumIsEmpty)
 {
     Texture texture(16, 16);
     texture.use(0, 0, 15, 15);
     EXPECT_TRUE(texture.tester().isRectEmpty(0.8, 0, 0.2, 1));
     EXPECT_TRUE(texture.tester().isRectEmpty(0, 0.8, 1, 0.2));
-    EXPECT_FALSE(texture.tester().isRectEmpty(8.0 / 16, 0, 6.0 / 16, 1)) << "both margins meet";
+    EXPECT_FALSE(texture.tester().isRectEmpty(8.0 / 16, 0, 6.0 / 16, 1)) << "the margins on both sides meet";
 }
 
-TEST(EmptyRectTester, AgreesTexelByTexel)
+TEST(EmptyRectTester, SameAsTheReference)
 {
     test::Random random(701);
     for (int width : kSizes) {
@@ -190,7 +190,7 @@ TEST(EmptyRectTester, AgreesTexelByTexel)
             for (int trial = 0; trial < 200; ++trial) {
                 double rect[4];
                 for (double& c : rect) c = random.oneIn(20) ? random.hostile() : random.uniform(-0.2, 1.2);
-                if (random.oneIn(2)) { // small rectangles, which find emptiness more often
+                if (random.oneIn(2)) { // small rectangles, which are empty more often
                     rect[2] = rect[0] + random.uniform(0, 9.0 / width);
                     rect[3] = rect[1] + random.uniform(0, 9.0 / height);
                 }
@@ -202,17 +202,17 @@ TEST(EmptyRectTester, AgreesTexelByTexel)
     }
 }
 
-TEST(EmptyRectTester, SingleTexelIsSeenFromEveryRange)
+TEST(EmptyRectTester, SingleUsedTexelIsFoundInEveryRange)
 {
-    // Every range of texels around one used texel, across the borders of words and blocks.
+    // Every range of columns, with one used texel at the borders of words and blocks.
     for (int at : {0, 7, 8, 62, 63, 64, 65, 71, 72}) {
         Texture texture(73, 17);
         texture.use(at, 8);
         EmptyRectTester const tester = texture.tester();
         for (int x0 = 0; x0 < 73; ++x0) {
             for (int x1 = x0; x1 < 73; ++x1) {
-                bool const seen = x0 - 1 <= at && at <= x1 + 1;
-                ASSERT_EQ(tester.isRectEmpty((x0 + 0.5) / 73, 0.5, (x1 + 0.5) / 73, 0.5), !seen) << x0 << " " << x1;
+                bool const found = x0 - 1 <= at && at <= x1 + 1;
+                ASSERT_EQ(tester.isRectEmpty((x0 + 0.5) / 73, 0.5, (x1 + 0.5) / 73, 0.5), !found) << x0 << " " << x1;
             }
         }
     }
@@ -236,7 +236,7 @@ TEST(TextureOptimizer, UsedPartMovesToTheCorner)
     EXPECT_EQ(v, (35.0 + -29) / 16);
 }
 
-TEST(TextureOptimizer, HalfAlongBothAxesIsNotWorthIt)
+TEST(TextureOptimizer, PartOfHalfTheTextureAlongBothAxesDoesNotMove)
 {
     Texture both(256, 256);
     both.use(10, 20, 135, 217); // with the margin 128 columns and 200 rows
@@ -261,7 +261,7 @@ TEST(TextureOptimizer, MarginStaysInsideTheTexture)
     EXPECT_EQ(opposite.optimizer().newWidth, 2);
 }
 
-TEST(TextureOptimizer, PowerOfTwoStaysAsItIs)
+TEST(TextureOptimizer, SizeThatIsAPowerOfTwoIsKept)
 {
     Texture texture(100, 100);
     texture.use(10, 10, 23, 24);
@@ -273,7 +273,7 @@ TEST(TextureOptimizer, PowerOfTwoStaysAsItIs)
     EXPECT_EQ(column.optimizer().newWidth, 1) << "the smallest power is 1";
 }
 
-TEST(TextureOptimizer, NothingUsedGivesNoTexture)
+TEST(TextureOptimizer, NoUsedTexelGivesATextureOfSizeZero)
 {
     expectUnmoved(Texture(64, 64).optimizer(), 0, 0);
     expectUnmoved(TextureOptimizer({}, 0, 0), 0, 0);
@@ -288,7 +288,7 @@ TEST(TextureOptimizer, MaskOfTheWrongSizeKeepsTheTexture)
     expectUnmoved(TextureOptimizer({}, 65536, 65536), 65536, 65536);
 }
 
-TEST(TextureOptimizer, AgreesTexelByTexel)
+TEST(TextureOptimizer, SameAsTheReference)
 {
     test::Random random(702);
     for (int width : kSizes) {
@@ -309,9 +309,9 @@ TEST(TextureOptimizer, AgreesTexelByTexel)
     }
 }
 
-TEST(TextureOptimizer, TexelsBeyondTheMaskDoNotCount)
+TEST(TextureOptimizer, BitsBeyondTheMaskAreIgnored)
 {
-    // The last word of the mask holds bits that are not part of it; erasing entries leaves them set.
+    // The last word of the mask has bits that are not part of it. They stay set when entries are erased.
     std::vector<bool> mask(128, true);
     mask.resize(70);
     std::fill(mask.begin(), mask.end(), false);
@@ -345,8 +345,8 @@ TEST(TextureOptimizer, NearestRectangleMovesThePointAndTheFirstWinsTies)
     EXPECT_EQ(mappedBy(24, 15), 0);
     EXPECT_EQ(mappedBy(25, 15), 1);
     optimizer.motions[1].x = 31;
-    EXPECT_EQ(mappedBy(25, 15), 0) << "6 away from both: the first";
-    EXPECT_EQ(mappedBy(25.9, 15), 0) << "the texel counts, not the point in it";
+    EXPECT_EQ(mappedBy(25, 15), 0) << "6 away from both: the first one applies";
+    EXPECT_EQ(mappedBy(25.9, 15), 0) << "the distance is that of the texel, not of the point in it";
     EXPECT_EQ(mappedBy(-50, -50), 0);
     EXPECT_EQ(mappedBy(500, 12), 1);
 }
@@ -365,7 +365,7 @@ TEST(TextureOptimizer, HugeAndNaNCoordinatesMapByArithmetic)
     EXPECT_EQ(v, -9.0 / 4);
 }
 
-// ---- the mesh function's part ----
+// ---- MeshFunction2D ----
 
 namespace {
 
@@ -377,7 +377,7 @@ MeshFunction2D texturedMesh(test::Random& random, int columns, int rows)
     return mesh.function();
 }
 
-bool hasBounds(MeshFunction2D const& f)
+bool hasValidFacets(MeshFunction2D const& f)
 {
     for (int vertex : f.facets) {
         if (vertex < 0 || static_cast<std::size_t>(vertex) >= f.params.size()) return false;
@@ -387,13 +387,13 @@ bool hasBounds(MeshFunction2D const& f)
 
 } // namespace
 
-TEST(EraseExtraTriangles, LeavesWhatShowsUsedTexels)
+TEST(EraseExtraTriangles, KeepsTheTrianglesThatShowUsedTexels)
 {
     test::Random random(703);
     for (int trial = 0; trial < 40; ++trial) {
         SCOPED_TRACE(trial);
         MeshFunction2D f = texturedMesh(random, 1 + random.below(8), 1 + random.below(8));
-        if (trial % 4 == 0) f.normaldots.pop_back(); // not one a vertex: left alone
+        if (trial % 4 == 0) f.normaldots.pop_back(); // not one for each vertex: unchanged
         Texture const texture = randomTexture(random, 40, 30);
         reference::Erased const expected = reference::eraseExtraTriangles(f, texture.tester());
         f.eraseExtraTriangles(texture.tester());
@@ -401,17 +401,17 @@ TEST(EraseExtraTriangles, LeavesWhatShowsUsedTexels)
         EXPECT_TRUE(test::sameBits(f.params, expected.params));
         EXPECT_TRUE(test::sameBits(f.values, expected.values));
         EXPECT_TRUE(test::sameBits(f.normaldots, expected.normaldots));
-        EXPECT_TRUE(hasBounds(f));
-        // Rebuilt: the same as a function made of what is left.
+        EXPECT_TRUE(hasValidFacets(f));
+        // The function was rebuilt: it equals a new function of the remaining vertices and triangles.
         MeshFunction2D const fresh(f.params, f.values, f.facets, f.normaldots);
         EXPECT_EQ(f.gridCells, fresh.gridCells);
         EXPECT_EQ(f.boundaryFacets, fresh.boundaryFacets);
     }
 }
 
-TEST(EraseExtraTriangles, LastTriangleTakesTheErasedOnesPlace)
+TEST(EraseExtraTriangles, LastTriangleReplacesAnErasedOne)
 {
-    // Four triangles apart from each other, one in each quarter of the texture.
+    // Four separate triangles, one in each quarter of the texture.
     test::Mesh mesh;
     for (int i = 0; i < 4; ++i) {
         double const x = 0.1 + 0.5 * (i % 2), y = 0.1 + 0.5 * (i / 2);
@@ -424,14 +424,15 @@ TEST(EraseExtraTriangles, LastTriangleTakesTheErasedOnesPlace)
     texture.use(17, 2, 30, 14);  // shown by triangle 1
     texture.use(17, 18, 30, 30); // shown by triangle 3
     f.eraseExtraTriangles(texture.tester());
-    EXPECT_EQ(f.facets, (std::vector<int>{3, 4, 5, 0, 1, 2})) << "3 moved to place 0, then 2 fell at the end";
-    EXPECT_EQ(f.params.size(), 6U) << "the vertices of the erased triangles are gone, the others keep their order";
+    EXPECT_EQ(f.facets, (std::vector<int>{3, 4, 5, 0, 1, 2}))
+        << "triangle 3 replaced triangle 0, then triangle 2 was erased at the end";
+    EXPECT_EQ(f.params.size(), 6U) << "the vertices of erased triangles are removed, the others keep their order";
     EXPECT_TRUE(test::sameBits(f.params[0], mesh.params[3]));
     EXPECT_TRUE(test::sameBits(f.params[3], mesh.params[9]));
     EXPECT_EQ(f.normaldots.size(), 6U);
 }
 
-TEST(EraseExtraTriangles, NothingUsedLeavesAnEmptyFunction)
+TEST(EraseExtraTriangles, NoUsedTexelLeavesAnEmptyFunction)
 {
     test::Random random(704);
     MeshFunction2D f = texturedMesh(random, 3, 3);
@@ -467,7 +468,7 @@ TEST(EraseExtraTriangles, FacetsThatAreNotTriplesChangeNothing)
     EXPECT_EQ(f.params.size(), vertices);
 }
 
-TEST(EraseExtraTriangles, TrianglesWithMissingVerticesGo)
+TEST(EraseExtraTriangles, TrianglesWithMissingVerticesAreErased)
 {
     Texture all(16, 16);
     all.use(0, 0, 15, 15);
@@ -483,7 +484,7 @@ TEST(EraseExtraTriangles, TrianglesWithMissingVerticesGo)
     }
 }
 
-TEST(EraseExtraTriangles, SurplusOfParamsOrValuesGoes)
+TEST(EraseExtraTriangles, SurplusParamsOrValuesAreRemoved)
 {
     Texture all(16, 16);
     all.use(0, 0, 15, 15);
@@ -497,7 +498,7 @@ TEST(EraseExtraTriangles, SurplusOfParamsOrValuesGoes)
     }
 }
 
-TEST(RemapToOptimized, ValuesMoveAndNothingElse)
+TEST(RemapToOptimized, ChangesOnlyTheValues)
 {
     test::Random random(707);
     MeshFunction2D f = texturedMesh(random, 4, 4);
@@ -516,9 +517,9 @@ TEST(RemapToOptimized, ValuesMoveAndNothingElse)
     EXPECT_EQ(f.gridCells, before.gridCells);
 }
 
-TEST(RemapToOptimized, TexelsStayUnderTheMesh)
+TEST(RemapToOptimized, EveryPointShowsTheSameTexelAsBefore)
 {
-    // What a point of the domain showed in the old texture it shows in the new one.
+    // A point of the domain shows the same texel in the new texture as in the old one.
     test::Random random(708);
     Texture texture(128, 64);
     texture.use(40, 20, 70, 33);

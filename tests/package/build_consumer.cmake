@@ -13,7 +13,7 @@ function(run)
   set(output "${output}" PARENT_SCOPE)
 endfunction()
 
-# expect_fence(<language> <out>): the first fenced block of that language in the README that holds `marker`.
+# readme_block(<language> <marker> <out>): the first fenced block of the language in the README that contains the marker.
 function(readme_block language marker out)
   file(READ "${ROOT}/README.md" text)
   string(REPLACE ";" "\\;" text "${text}")
@@ -27,7 +27,7 @@ function(readme_block language marker out)
       return()
     endif()
   endforeach()
-  message(FATAL_ERROR "README.md holds no ${language} block with '${marker}'")
+  message(FATAL_ERROR "README.md contains no ${language} block with '${marker}'")
 endfunction()
 
 function(configure_build_run source_dir program)
@@ -52,14 +52,14 @@ elseif(CASE STREQUAL "cmake_static")
   configure_build_run("${here}/consumer" consumer -DLIBRARY=sinew::sinew_static)
   expect("sinew works")
 elseif(CASE STREQUAL "cmake_subdirectory")
-  # Unoptimised: what is asked is whether it embeds, and the whole library is built once more for it.
+  # Without optimisation, to save time: the whole library is built again, and the test only checks that it can be embedded.
   configure_build_run("${here}/consumer" consumer -DLIBRARY=sinew::sinew "-DEMBED=${ROOT}" -DCMAKE_BUILD_TYPE=Debug)
   expect("sinew works")
 elseif(CASE STREQUAL "pkg_config")
   find_program(pkg_config pkg-config REQUIRED)
   set(ENV{PKG_CONFIG_PATH} "${STAGE}/${LIBDIR}/pkgconfig")
   run("${pkg_config}" "--define-variable=prefix=${STAGE}" --cflags --libs sinew)
-  # The flags come with blanks escaped by backslashes, as a shell reads them.
+  # pkg-config escapes blanks in the flags by backslashes, for a shell.
   string(STRIP "${output}" flags)
   separate_arguments(flags UNIX_COMMAND "${flags}")
   run("${CXX}" -std=c++17 "${here}/consumer/main.cpp" -o consumer ${flags} "-Wl,-rpath,${STAGE}/${LIBDIR}")
@@ -75,7 +75,7 @@ elseif(CASE STREQUAL "readme")
   string(STRIP "${printed}" printed)
   expect("${printed}")
 elseif(CASE STREQUAL "headers_alone")
-  # Every installed header compiles alone, and none drags in a header that was not installed.
+  # Every installed header compiles alone, and includes only installed headers.
   file(GLOB_RECURSE headers RELATIVE "${STAGE}/include" "${STAGE}/include/sinew/*.h")
   foreach(header IN LISTS headers)
     string(MAKE_C_IDENTIFIER "${header}" stem)
@@ -83,5 +83,5 @@ elseif(CASE STREQUAL "headers_alone")
     run("${CXX}" -std=c++17 -Wall -Wextra -Wpedantic -Werror -fsyntax-only "-I${STAGE}/include" "${WORK}/${stem}.cpp")
   endforeach()
 else()
-  message(FATAL_ERROR "no case '${CASE}'")
+  message(FATAL_ERROR "there is no case '${CASE}'")
 endif()

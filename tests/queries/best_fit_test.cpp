@@ -13,7 +13,7 @@ namespace {
 
 using test::sameBits;
 
-Vector3 const kUnwritten(-7, -8, -9);
+constexpr Vector3 kUnwritten(-7, -8, -9);
 
 double sumOfSquaresToLine(std::vector<Vector3> const& points, Vector3 const& center, Vector3 const& dir)
 {
@@ -31,7 +31,7 @@ double sumOfSquaresToPlane(std::vector<Vector3> const& points, Vector3 const& ce
 
 } // namespace
 
-TEST(BestFitPlane, OfASquareIsItsPlane)
+TEST(BestFitPlane, FindsThePlaneOfASquare)
 {
     Vector3 center;
     UVector3 normal(1, 0, 0);
@@ -42,7 +42,7 @@ TEST(BestFitPlane, OfASquareIsItsPlane)
     EXPECT_EQ(normal.y, 0.0);
 }
 
-TEST(BestFitLine, RunsAlongTheGreatestSpread)
+TEST(BestFitLine, HasTheDirectionOfGreatestSpread)
 {
     Vector3 center;
     UVector3 dir;
@@ -52,7 +52,7 @@ TEST(BestFitLine, RunsAlongTheGreatestSpread)
     EXPECT_NEAR(dir.z, 0.0, 1e-15);
 }
 
-TEST(BestFit, FewerThanTwoPointsGiveFalseAndWriteNothing)
+TEST(BestFit, ReturnsFalseAndWritesNothingForFewerThanTwoPoints)
 {
     for (std::vector<Vector3> const& points : {std::vector<Vector3>{}, std::vector<Vector3>{{1, 2, 3}}}) {
         for (auto const fit : {bestFitLine, bestFitPlane}) {
@@ -89,10 +89,10 @@ TEST(BestFit, CoincidentAndCollinearPointsGiveUnitVectors)
     EXPECT_EQ(axis.length(), 1.0);
     ASSERT_TRUE(bestFitPlane({{0, 0, 0}, {0, 0, 1}, {0, 0, 3}}, &center, &axis));
     EXPECT_DOUBLE_EQ(axis.length(), 1.0);
-    EXPECT_NEAR(axis.z, 0.0, 1e-15) << "any normal across the line will do";
+    EXPECT_NEAR(axis.z, 0.0, 1e-15) << "any normal perpendicular to the line is correct";
 }
 
-TEST(BestFit, CentroidIsTheSumTimesOneReciprocal)
+TEST(BestFit, CentroidIsTheSumTimesTheReciprocalOfTheCount)
 {
     std::vector<Vector3> const points = {{0.1, 0, 0}, {0.2, 0, 0}, {0.4, 0, 0}, {0.7, 0, 0}, {0.1, 0, 0}, {0.6, 0, 0}};
     double const sum = 0.1 + 0.2 + 0.4 + 0.7 + 0.1 + 0.6;
@@ -115,7 +115,7 @@ TEST(BestFit, CenterMayBeOneOfThePoints)
     EXPECT_EQ(dir, expected);
 }
 
-TEST(BestFit, NoTurnedAxisFitsBetter)
+TEST(BestFit, NoRotatedAxisAndNoMovedCenterFitsBetter)
 {
     test::Random random(20250311);
     for (int trial = 0; trial < 300; ++trial) {
@@ -136,7 +136,7 @@ TEST(BestFit, NoTurnedAxisFitsBetter)
     }
 }
 
-TEST(BestFit, NaNSpreadsAndNothingHangs)
+TEST(BestFit, ANaNCoordinateGivesANaNCoordinateOfTheCentroid)
 {
     double const nan = std::numeric_limits<double>::quiet_NaN();
     Vector3 center;
@@ -145,7 +145,7 @@ TEST(BestFit, NaNSpreadsAndNothingHangs)
     EXPECT_EQ(center.y, 0.0);
 }
 
-TEST(BestFit, SameBitsAsThePlainMethod)
+TEST(BestFit, HasTheBitsOfTheReference)
 {
     test::Random random(20250312);
     for (int trial = 0; trial < 4000; ++trial) {
@@ -155,12 +155,12 @@ TEST(BestFit, SameBitsAsThePlainMethod)
         for (int i = 0; i < count; ++i) points.push_back(hostile ? random.hostilePoint() : random.point());
         bool const largest = random.oneIn(2);
         Vector3 center;
-        Vector3 plainCenter;
+        Vector3 referenceCenter;
         UVector3 axis;
-        UVector3 plainAxis;
+        UVector3 referenceAxis;
         ASSERT_EQ(_getCenterAndEigv(points, &center, &axis, largest),
-                  reference::getCenterAndEigv(points, &plainCenter, &plainAxis, largest));
-        ASSERT_TRUE(sameBits(center, plainCenter)) << "trial " << trial;
-        ASSERT_TRUE(sameBits(axis, plainAxis)) << "trial " << trial;
+                  reference::getCenterAndEigv(points, &referenceCenter, &referenceAxis, largest));
+        ASSERT_TRUE(sameBits(center, referenceCenter)) << "trial " << trial;
+        ASSERT_TRUE(sameBits(axis, referenceAxis)) << "trial " << trial;
     }
 }

@@ -17,18 +17,18 @@ namespace {
 
 using test::sameBits;
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 UVector3 const kX(1, 0, 0);
 UVector3 const kY(0, 1, 0);
 UVector3 const kZ(0, 0, 1);
-Vector3 const kOrigin;
+constexpr Vector3 kOrigin;
 
 double below(double x)
 {
     return std::nextafter(x, 0.0);
 }
 
-// A direction with exactly these components, which the constructor would normalise again.
+// A direction with exactly these components. The constructor of UVector3 would normalise them.
 UVector3 exactly(double x, double y, double z)
 {
     UVector3 d;
@@ -43,7 +43,7 @@ bool allNaN(Vector3 const& v)
     return std::isnan(v.x) && std::isnan(v.y) && std::isnan(v.z);
 }
 
-// The input of every record at once.
+// Random input for all records.
 struct Scene
 {
     Vector3 points[4];
@@ -53,7 +53,7 @@ struct Scene
 
     explicit Scene(test::Random& random)
     {
-        int const kind = random.below(4); // 2: a coarse lattice, full of ties and degenerate cases; 3: hostile
+        int const kind = random.below(4); // 2: a coarse lattice with many ties and degenerate cases; 3: hostile
         auto const next = [&]() -> Vector3 {
             if (kind == 3) return random.hostilePoint();
             if (kind != 2) return random.point();
@@ -70,7 +70,7 @@ struct Scene
 
 } // namespace
 
-TEST(IntersectionRecords, BeginWithAThirtyTwoBitCode)
+TEST(IntersectionRecords, StartWithA32BitCodeAndKeepTheOrderOfTheirFields)
 {
     static_assert(std::is_same<decltype(LineLineInt::result), std::int32_t>::value);
     static_assert(offsetof(LineLineInt, result) == 0 && offsetof(LineLineInt, point) == 8 &&
@@ -89,7 +89,7 @@ TEST(IntersectionRecords, BeginWithAThirtyTwoBitCode)
 
 // LineLineInt ----------------------------------------------------------------------------------------------------
 
-TEST(LineLineInt, MeetingLinesGiveThePointAndBothDistances)
+TEST(LineLineInt, LinesThatMeetGiveThePointAndBothParameters)
 {
     LineLineInt const unit({1, 0, 0}, kX, {4, -2, 0}, kY, 1e-6);
     EXPECT_EQ(unit.result, 0);
@@ -104,7 +104,7 @@ TEST(LineLineInt, MeetingLinesGiveThePointAndBothDistances)
     EXPECT_EQ(scaled.t2, 0.5);
 }
 
-TEST(LineLineInt, SkewLinesKeepTheParametersOfClosestApproach)
+TEST(LineLineInt, SkewLinesGiveTheParametersOfTheirClosestPoints)
 {
     LineLineInt const unit({1, 0, 0}, kX, {4, -2, 0.5}, kY, 0.1);
     EXPECT_EQ(unit.result, 3);
@@ -118,17 +118,17 @@ TEST(LineLineInt, SkewLinesKeepTheParametersOfClosestApproach)
     EXPECT_EQ(scaled.t2, 0.5);
 }
 
-TEST(LineLineInt, PointIsOnLineOneAndNotBetweenTheLines)
+TEST(LineLineInt, ThePointIsOnLineOneNotTheMidpoint)
 {
     EXPECT_EQ(LineLineInt({1, 0, 0}, kX, {4, -2, 0.5}, kY, 0.6).point, Vector3(4, 0, 0));
     EXPECT_EQ(LineLineInt({4, -2, 0.5}, kY, {1, 0, 0}, kX, 0.6).point, Vector3(4, 0, 0.5));
 }
 
-TEST(LineLineInt, ToleranceIsADistanceComparedStrictlyBySquares)
+TEST(LineLineInt, TheToleranceIsADistanceWhoseSignDoesNotMatter)
 {
     for (double const tol : {0.5, -0.5, 0.0}) EXPECT_EQ(LineLineInt({0, 0, 0}, kX, {0, 0, 0.5}, kY, tol).result, 3);
     for (double const tol : {0.51, -0.51}) EXPECT_EQ(LineLineInt({0, 0, 0}, kX, {0, 0, 0.5}, kY, tol).result, 0);
-    EXPECT_EQ(LineLineInt({0, 0, 0}, kX, {0, 0, 0}, kY, 0.0).result, 3) << "tolerance 0 accepts nothing";
+    EXPECT_EQ(LineLineInt({0, 0, 0}, kX, {0, 0, 0}, kY, 0.0).result, 3) << "no lines meet for a tolerance of 0";
     EXPECT_EQ(LineLineInt({0, 0, 0}, kX, {0, 0, 1}, kX, 1.0).result, 1);
     EXPECT_EQ(LineLineInt({0, 0, 0}, Vector3(kX), {0, 0, 1}, Vector3(kX), 1.0).result, 1);
 }
@@ -159,23 +159,23 @@ TEST(LineLineInt, ParallelLinesAreApartOrCoincident)
     }
 }
 
-TEST(LineLineInt, UnitDirectionsAreParallelOnlyToTheLastBit)
+TEST(LineLineInt, UnitDirectionsAreParallelOnlyIfTheCosineIsOne)
 {
     UVector3 const nearly = exactly(below(1.0), 1.5e-8, 0);
     EXPECT_EQ(LineLineInt(kOrigin, kX, {0, 0, 0.5}, nearly, 0.1).result, 3);
     EXPECT_EQ(LineLineInt(kOrigin, kX, {0, 0, 0.5}, exactly(1, 1e-9, 0), 0.1).result, 1);
     EXPECT_EQ(LineLineInt(kOrigin, Vector3(kX), {0, 0, 0.5}, Vector3(nearly), 0.1).result, 1)
-        << "the other constructor has a tolerance of 0.03 degrees";
+        << "the threshold of the other constructor is 0.03 degrees";
 }
 
-TEST(LineLineInt, GeneralDirectionsAreParallelWithinThreeHundredthsOfADegree)
+TEST(LineLineInt, GeneralDirectionsAreParallelWithin0Point03Degrees)
 {
     Vector3 const p2(0, 0, 0.5);
     EXPECT_EQ(LineLineInt(kOrigin, Vector3(2, 0, 0), p2, Vector3(-1, 0.0005, 0), 0.1).result, 1);
     EXPECT_EQ(LineLineInt(kOrigin, Vector3(2, 0, 0), p2, Vector3(-1, 0.0006, 0), 0.1).result, 3);
 }
 
-TEST(LineLineInt, ANullDirectionIsSkewToEverything)
+TEST(LineLineInt, ANullDirectionIsSkewToEveryDirection)
 {
     LineLineInt const zero(kOrigin, Vector3(), {0, 1, 0}, Vector3(1, 0, 0), 5);
     EXPECT_EQ(zero.result, 3);
@@ -184,7 +184,7 @@ TEST(LineLineInt, ANullDirectionIsSkewToEverything)
     EXPECT_EQ(LineLineInt(kOrigin, Vector3(), kOrigin, Vector3(), 5).result, 3);
 }
 
-TEST(LineLineInt, NaNIsSkewOrApart)
+TEST(LineLineInt, NaNInputGivesSkewOrApart)
 {
     LineLineInt const unit({kNaN, 0, 0}, kX, {0, 1, 0}, kY, 5);
     EXPECT_EQ(unit.result, 3);
@@ -195,7 +195,7 @@ TEST(LineLineInt, NaNIsSkewOrApart)
     EXPECT_EQ(LineLineInt(kOrigin, Vector3(kNaN, 0, 0), {0, 1, 0}, Vector3(kX), 5).result, 3);
 }
 
-TEST(LineLineInt, NoPointsOfTheLinesAreCloserThanTheParametersSay)
+TEST(LineLineInt, NoPointsNearTheClosestPointsAreCloser)
 {
     test::Random random(20250321);
     for (int trial = 0; trial < 2000; ++trial) {
@@ -211,13 +211,13 @@ TEST(LineLineInt, NoPointsOfTheLinesAreCloserThanTheParametersSay)
             EXPECT_LE(gap, dist(p1 + d1 * general.t1, p2 + d2 * (general.t2 + step)) + 1e-12);
         }
         LineLineInt const unit(p1, UVector3(d1), p2, UVector3(d2), 1e9);
-        EXPECT_NEAR(dist(unit.point, general.point), 0.0, 1e-6) << "conditioning of nearly parallel lines";
+        EXPECT_NEAR(dist(unit.point, general.point), 0.0, 1e-6) << "nearly parallel lines are ill-conditioned";
     }
 }
 
 // PlanePlaneInt --------------------------------------------------------------------------------------------------
 
-TEST(PlanePlaneInt, MeetInALineThroughTheNearestPointToTheFirst)
+TEST(PlanePlaneInt, PlanesThatMeetGiveTheNearestPointOfTheirLine)
 {
     PlanePlaneInt const r({0, 7, 2}, kZ, {3, 1, 1}, kX, 1e-6);
     EXPECT_EQ(r.result, 0);
@@ -240,26 +240,26 @@ TEST(PlanePlaneInt, ParallelPlanesLeavePointAndDirectionZero)
     }
 }
 
-TEST(PlanePlaneInt, NearlyParallelPlanesReportNoDirectionEither)
+TEST(PlanePlaneInt, NearlyParallelPlanesHaveNoDirection)
 {
     EXPECT_EQ(PlanePlaneInt(kOrigin, kZ, {0, 0, 1}, exactly(9e-9, 0, 1), 0.1).dir, Vector3());
 }
 
-TEST(PlanePlaneInt, ToleranceIsADistanceAndStrict)
+TEST(PlanePlaneInt, TheToleranceIsAStrictLimitOfADistance)
 {
     EXPECT_EQ(PlanePlaneInt(kOrigin, kZ, {0, 0, 2}, kZ, 2).result, 1);
     EXPECT_EQ(PlanePlaneInt(kOrigin, kZ, {0, 0, 2}, kZ, 2.1).result, 2);
-    EXPECT_EQ(PlanePlaneInt(kOrigin, kZ, {0, 0, 2}, kZ, -2.1).result, 1) << "not squared";
+    EXPECT_EQ(PlanePlaneInt(kOrigin, kZ, {0, 0, 2}, kZ, -2.1).result, 1) << "a negative tolerance accepts nothing";
     EXPECT_EQ(PlanePlaneInt(kOrigin, kZ, kOrigin, kZ, 0).result, 1);
 }
 
-TEST(PlanePlaneInt, ParallelTestIsStrictAtAnAngleOfTenToTheMinusEight)
+TEST(PlanePlaneInt, TheParallelTestIsStrictAtAnAngleOf1eMinus8)
 {
     EXPECT_EQ(PlanePlaneInt(kOrigin, kZ, {0, 0, 1}, exactly(1e-8, 0, 1), 0.1).result, 0);
     EXPECT_EQ(PlanePlaneInt(kOrigin, kZ, {0, 0, 1}, exactly(below(1e-8), 0, 1), 0.1).result, 1);
 }
 
-TEST(PlanePlaneInt, NaNMeetsUnlessParallel)
+TEST(PlanePlaneInt, NaNInputGivesMeetUnlessTheNormalsAreParallel)
 {
     PlanePlaneInt const r(kOrigin, UVector3(kNaN, 0, 0), {0, 0, 1}, kZ, 1);
     EXPECT_EQ(r.result, 0);
@@ -268,7 +268,7 @@ TEST(PlanePlaneInt, NaNMeetsUnlessParallel)
     EXPECT_EQ(PlanePlaneInt(kOrigin, kZ, kOrigin, kZ, kNaN).result, 1);
 }
 
-TEST(PlanePlaneInt, PointLiesInBothPlanes)
+TEST(PlanePlaneInt, TheCommonLineLiesInBothPlanes)
 {
     test::Random random(20250322);
     for (int trial = 0; trial < 2000; ++trial) {
@@ -290,7 +290,7 @@ TEST(PlanePlaneInt, PointLiesInBothPlanes)
 
 // LinePlaneInt ---------------------------------------------------------------------------------------------------
 
-TEST(LinePlaneInt, CrossesOnEitherSideOfTheOrigin)
+TEST(LinePlaneInt, CrossesOnBothSidesOfTheOrigin)
 {
     LinePlaneInt const ahead({1, 2, 5}, UVector3(0, 0, -1), {9, 9, 2}, kZ, 1e-6);
     EXPECT_EQ(ahead.result, 0);
@@ -299,7 +299,7 @@ TEST(LinePlaneInt, CrossesOnEitherSideOfTheOrigin)
     EXPECT_EQ(LinePlaneInt({1, 2, 5}, kZ, {9, 9, 2}, kZ, 1e-6).t, -3.0);
 }
 
-TEST(LinePlaneInt, ParallelLinesLieInThePlaneOrOffIt)
+TEST(LinePlaneInt, AParallelLineLiesInThePlaneOrOffIt)
 {
     LinePlaneInt const in({1, 2, 0}, kX, {9, 9, 0}, kZ, 0.5);
     EXPECT_EQ(in.result, 2);
@@ -311,10 +311,10 @@ TEST(LinePlaneInt, ParallelLinesLieInThePlaneOrOffIt)
         EXPECT_EQ(off.point, Vector3(1, 2, lift));
         EXPECT_EQ(off.t, 0.0);
     }
-    EXPECT_EQ(LinePlaneInt({1, 2, 0.5}, kX, {9, 9, 0}, kZ, 0.5).result, 1) << "strict";
+    EXPECT_EQ(LinePlaneInt({1, 2, 0.5}, kX, {9, 9, 0}, kZ, 0.5).result, 1) << "the comparison is strict";
 }
 
-TEST(LinePlaneInt, ParallelTestIsFixedAndStrictWhateverTheTolerance)
+TEST(LinePlaneInt, TheParallelTestIsStrictAndIndependentOfTheTolerance)
 {
     for (double const tol : {0.0, 1.0, 100.0}) {
         EXPECT_EQ(LinePlaneInt({0, 0, 1}, exactly(1, 0, 1e-8), kOrigin, kZ, tol).result, 0);
@@ -323,7 +323,7 @@ TEST(LinePlaneInt, ParallelTestIsFixedAndStrictWhateverTheTolerance)
     }
 }
 
-TEST(LinePlaneInt, NaNCrossesUnlessParallel)
+TEST(LinePlaneInt, NaNInputGivesCrossesUnlessTheLineIsParallel)
 {
     LinePlaneInt const r(kOrigin, UVector3(kNaN, 0, 0), {0, 0, 1}, kZ, 1);
     EXPECT_EQ(r.result, 0);
@@ -362,7 +362,7 @@ TEST(LineTriangleInt, HitsFromBothSidesInEveryOrderOfCorners)
     }
 }
 
-TEST(LineTriangleInt, MissOfTheTriangleKeepsThePlaneHit)
+TEST(LineTriangleInt, AMissOfTheTriangleGivesTheCrossingOfThePlane)
 {
     LineTriangleInt const r({6, 6, 4}, UVector3(0, 0, -1), kA, kB, kC, 1e-9);
     EXPECT_EQ(r.result, 1);
@@ -370,7 +370,7 @@ TEST(LineTriangleInt, MissOfTheTriangleKeepsThePlaneHit)
     EXPECT_EQ(r.t, 4.0);
 }
 
-TEST(LineTriangleInt, MissOfTheSphereLeavesPointAndParameterZero)
+TEST(LineTriangleInt, AMissOfTheSphereGivesAZeroPointAndParameter)
 {
     LineTriangleInt const r({60, 60, 4}, UVector3(0, 0, -1), kA, kB, kC, 1e-9);
     EXPECT_EQ(r.result, 1);
@@ -378,9 +378,9 @@ TEST(LineTriangleInt, MissOfTheSphereLeavesPointAndParameterZero)
     EXPECT_EQ(r.t, 0.0);
 }
 
-TEST(LineTriangleInt, ToleranceIsAddedTwiceToTheSquaredRadius)
+TEST(LineTriangleInt, TheToleranceIsAddedTwiceToTheSquaredRadius)
 {
-    // Centroid 0 and squared radius 18, exactly; 20 with a tolerance of 1.
+    // The centroid is 0 and the squared radius is exactly 18, or 20 for a tolerance of 1.
     Vector3 const a(3, 0, 0);
     Vector3 const b(0, 3, 0);
     Vector3 const c(-3, -3, 0);
@@ -389,14 +389,15 @@ TEST(LineTriangleInt, ToleranceIsAddedTwiceToTheSquaredRadius)
     };
     EXPECT_TRUE(reachesThePlane(19.5, 1));
     EXPECT_FALSE(reachesThePlane(20.5, 1));
-    EXPECT_FALSE(reachesThePlane(19.5, 0.5)) << "a distance of 0.5 added to the radius would reach";
-    EXPECT_TRUE(reachesThePlane(18, 0)) << "strict";
+    EXPECT_FALSE(reachesThePlane(19.5, 0.5)) << "0.5 added to the radius instead would accept this line";
+    EXPECT_TRUE(reachesThePlane(18, 0)) << "the comparison is strict";
 }
 
-TEST(LineTriangleInt, ToleranceAtTheSidesIsADoubledArea)
+TEST(LineTriangleInt, TheToleranceAtTheSidesIsADoubledArea)
 {
-    // 0.0625 outside a side of length 10: an area of 0.625; outside the long side: times its length, the root of 200.
-    EXPECT_EQ(LineTriangleInt({5, -0.0625, 1}, kZ, kA, kB, kC, 0.625).result, 0) << "not strict";
+    // A point 0.0625 outside a side of length 10 gives a doubled area of 0.625. The last two lines pass the long side,
+    // of length sqrt(200), at a distance of 0.0625 / sqrt(2); the area is the same.
+    EXPECT_EQ(LineTriangleInt({5, -0.0625, 1}, kZ, kA, kB, kC, 0.625).result, 0) << "the comparison is not strict";
     EXPECT_EQ(LineTriangleInt({5, -0.0625, 1}, kZ, kA, kB, kC, 0.62).result, 1);
     EXPECT_EQ(LineTriangleInt({-0.0625, 5, 1}, kZ, kA, kB, kC, 0.625).result, 0);
     EXPECT_EQ(LineTriangleInt({-0.0625, 5, 1}, kZ, kA, kB, kC, 0.62).result, 1);
@@ -404,20 +405,20 @@ TEST(LineTriangleInt, ToleranceAtTheSidesIsADoubledArea)
     EXPECT_EQ(LineTriangleInt({5.0625, 5, 1}, kZ, kA, kB, kC, 0.62).result, 1);
 }
 
-TEST(LineTriangleInt, NegativeToleranceShrinksTheTriangle)
+TEST(LineTriangleInt, ANegativeToleranceShrinksTheTriangle)
 {
     EXPECT_EQ(LineTriangleInt({5, 0.0625, 1}, kZ, kA, kB, kC, -0.62).result, 0);
     EXPECT_EQ(LineTriangleInt({5, 0.0625, 1}, kZ, kA, kB, kC, -0.63).result, 1);
 }
 
-TEST(LineTriangleInt, CornersAndSidesAreHits)
+TEST(LineTriangleInt, LinesThroughCornersAndSidesAreHits)
 {
     for (Vector3 const& p : {kA, kB, kC, Vector3(5, 0, 0), Vector3(0, 5, 0), Vector3(5, 5, 0)}) {
         EXPECT_EQ(LineTriangleInt(p + Vector3(0, 0, 3), kZ, kA, kB, kC, 0).result, 0) << p;
     }
 }
 
-TEST(LineTriangleInt, ParallelLinesLieInThePlaneOrOffIt)
+TEST(LineTriangleInt, AParallelLineLiesInThePlaneOrOffIt)
 {
     LineTriangleInt const in({2, 2, 0}, kX, kA, kB, kC, 0.5);
     EXPECT_EQ(in.result, 2);
@@ -426,24 +427,25 @@ TEST(LineTriangleInt, ParallelLinesLieInThePlaneOrOffIt)
     EXPECT_EQ(off.result, 3);
     EXPECT_EQ(off.point, Vector3());
     EXPECT_EQ(off.t, 0.0);
-    EXPECT_EQ(LineTriangleInt({2, 2, 0.5}, kX, kA, kB, kC, 0.5).result, 3) << "strict";
+    EXPECT_EQ(LineTriangleInt({2, 2, 0.5}, kX, kA, kB, kC, 0.5).result, 3) << "the comparison is strict";
 }
 
-TEST(LineTriangleInt, DegenerateTriangles)
+TEST(LineTriangleInt, DegenerateTrianglesAreReportedAfterTheSphereTest)
 {
     EXPECT_EQ(LineTriangleInt({1, 0, 1}, kZ, {0, 0, 0}, {1, 0, 0}, {2, 0, 0}, 1e-9).result, 4);
     EXPECT_EQ(LineTriangleInt({0, 0, 1}, kZ, kA, kA, kA, 1e-9).result, 4);
     EXPECT_EQ(LineTriangleInt({1, 0, 1}, kX, {0, 0, 1}, {1, 0, 1}, {2, 0, 1}, 1e-9).result, 4)
-        << "degenerate comes before parallel";
+        << "the degenerate test precedes the parallel test";
     EXPECT_EQ(LineTriangleInt({9, 9, 1}, kZ, {0, 0, 0}, {1, 0, 0}, {2, 0, 0}, 1e-9).result, 1)
-        << "the sphere comes before degenerate";
-    EXPECT_EQ(LineTriangleInt({2, 2, 99}, kX, kA, kB, kC, 0.5).result, 1) << "the sphere comes before parallel";
-    // 1e-13 squared is 1e-26 to the last bit: a normal of that length is not null.
+        << "the sphere test precedes the degenerate test";
+    EXPECT_EQ(LineTriangleInt({2, 2, 99}, kX, kA, kB, kC, 0.5).result, 1)
+        << "the sphere test precedes the parallel test";
+    // The square of 1e-13 is exactly 1e-26: a normal of this length is not null.
     EXPECT_EQ(LineTriangleInt({0, 0.25, 1}, kZ, {0, 0, 0}, {1e-13, 0, 0}, {0, 1, 0}, 1e-9).result, 0);
     EXPECT_EQ(LineTriangleInt({0, 0.25, 1}, kZ, {0, 0, 0}, {0.99e-13, 0, 0}, {0, 1, 0}, 1e-9).result, 4);
 }
 
-TEST(LineTriangleInt, NaNIsAMissOrParallel)
+TEST(LineTriangleInt, NaNInputGivesAMissOrParallel)
 {
     EXPECT_EQ(LineTriangleInt({kNaN, 2, 1}, kZ, kA, kB, kC, 1).result, 1);
     EXPECT_EQ(LineTriangleInt({2, 2, 1}, UVector3(kNaN, 0, 1), kA, kB, kC, 1).result, 1);
@@ -454,7 +456,7 @@ TEST(LineTriangleInt, NaNIsAMissOrParallel)
 
 // LineSphereInt --------------------------------------------------------------------------------------------------
 
-TEST(LineSphereInt, ThroughTheCenterEntersFirst)
+TEST(LineSphereInt, TheEntryComesBeforeTheExit)
 {
     LineSphereInt const r({-5, 0, 0}, kX, kOrigin, 1, 1e-9);
     EXPECT_EQ(r.result, 2);
@@ -468,7 +470,7 @@ TEST(LineSphereInt, ThroughTheCenterEntersFirst)
     EXPECT_EQ(back.point1, Vector3(1, 0, 0));
 }
 
-TEST(LineSphereInt, MissLeavesEverythingZero)
+TEST(LineSphereInt, AMissGivesZeroFields)
 {
     LineSphereInt const r({-5, 2, 0}, kX, kOrigin, 1, 0.1);
     EXPECT_EQ(r.result, 0);
@@ -478,7 +480,7 @@ TEST(LineSphereInt, MissLeavesEverythingZero)
     EXPECT_EQ(r.t2, 0.0);
 }
 
-TEST(LineSphereInt, TangentHasOnePointTwice)
+TEST(LineSphereInt, ATangentGivesItsPointTwice)
 {
     LineSphereInt const r({-5, 1, 0}, kX, kOrigin, 1, 1e-9);
     EXPECT_EQ(r.result, 1);
@@ -488,32 +490,32 @@ TEST(LineSphereInt, TangentHasOnePointTwice)
     EXPECT_EQ(r.point2, Vector3(0, 1, 0));
 }
 
-TEST(LineSphereInt, ToleranceIsComparedWithSquaresAndStrictly)
+TEST(LineSphereInt, TheToleranceIsAStrictLimitOfSquaredLengths)
 {
-    // Squared distance 2.25.
+    // The squared distance of the line from the center is 2.25.
     auto const code = [](double radius, double tol) {
         return LineSphereInt({-5, 1.5, 0}, kX, kOrigin, radius, tol).result;
     };
     EXPECT_EQ(code(1, 1.25), 1) << "2.25 is not above 1 + 1.25";
-    EXPECT_EQ(code(1, 1.24), 0) << "though the distance is only 0.5 above the radius";
+    EXPECT_EQ(code(1, 1.24), 0) << "2.25 is above 1 + 1.24, although the distance exceeds the radius by only 0.5";
     EXPECT_EQ(code(2, 1.75), 2) << "2.25 is not above 4 - 1.75";
     EXPECT_EQ(code(2, 1.76), 1);
 }
 
-TEST(LineSphereInt, WithoutToleranceAnExactTangentIsTwoEqualPoints)
+TEST(LineSphereInt, AnExactTangentIsTwoEqualPointsWithoutTolerance)
 {
     LineSphereInt const r({-5, 1, 0}, kX, kOrigin, 1, 0);
     EXPECT_EQ(r.result, 2);
     EXPECT_EQ(r.t1, r.t2);
 }
 
-TEST(LineSphereInt, SignOfTheRadiusDoesNotMatter)
+TEST(LineSphereInt, TheSignOfTheRadiusDoesNotMatter)
 {
     EXPECT_EQ(LineSphereInt({-5, 0, 0}, kX, kOrigin, -1, 1e-9).result, 2);
     EXPECT_EQ(LineSphereInt({-5, 0, 0}, kX, kOrigin, -1, 1e-9).t1, 4.0);
 }
 
-TEST(LineSphereInt, NaNIsTwoPointsOfNaN)
+TEST(LineSphereInt, NaNInputGivesTwoNaNPoints)
 {
     LineSphereInt const r({kNaN, 0, 0}, kX, kOrigin, 1, 1e-9);
     EXPECT_EQ(r.result, 2);
@@ -521,7 +523,7 @@ TEST(LineSphereInt, NaNIsTwoPointsOfNaN)
     EXPECT_EQ(LineSphereInt(kOrigin, kX, kOrigin, kNaN, 1e-9).result, 2);
 }
 
-TEST(LineSphereInt, PointsLieOnTheSphereAndTheLine)
+TEST(LineSphereInt, ThePointsLieOnTheSphereAndTheLine)
 {
     test::Random random(20250323);
     for (int trial = 0; trial < 2000; ++trial) {
@@ -540,7 +542,7 @@ TEST(LineSphereInt, PointsLieOnTheSphereAndTheLine)
 
 // TriangleWeightsFinder ------------------------------------------------------------------------------------------
 
-TEST(TriangleWeightsFinder, CornersAndCentroid)
+TEST(TriangleWeightsFinder, CornersAndCentroidHaveTheirWeights)
 {
     Vector3 const a(0, 0, 1);
     Vector3 const b(1, 0, 2);
@@ -566,19 +568,19 @@ TEST(TriangleWeightsFinder, ProjectsAlongTheDominantAxis)
     }
 }
 
-TEST(TriangleWeightsFinder, TiesProjectAlongTheEarlierAxis)
+TEST(TriangleWeightsFinder, OfEqualComponentsTheFirstAxisIsUsed)
 {
-    // Normal (-1, -1, 0): seen along x, p is the second corner; along y it is far outside.
+    // Normal (-1, -1, 0): projected along x, p is the second corner; projected along y, it is far outside.
     EXPECT_EQ(TriangleWeightsFinder({5, -1, 0}, {0, 0, 0}, {1, -1, 0}, {0, 0, 1}).weights, Vector3(0, 1, 0));
-    // Normal (0, 1, 1): along y, not along z.
+    // Normal (0, 1, 1): projected along y, not along z.
     EXPECT_EQ(TriangleWeightsFinder({0, 7, -1}, {0, 0, 0}, {1, 0, 0}, {0, 1, -1}).weights, Vector3(0, 0, 1));
-    // Normal (1, 0, 1): along x, not along z.
+    // Normal (1, 0, 1): projected along x, not along z.
     EXPECT_EQ(TriangleWeightsFinder({7, 0, -1}, {0, 0, 0}, {0, 1, 0}, {1, 0, -1}).weights, Vector3(0, 0, 1));
-    // Normal (1, 1, 1): along x.
+    // Normal (1, 1, 1): projected along x.
     EXPECT_EQ(TriangleWeightsFinder({99, 1, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}).weights, Vector3(0, 1, 0));
 }
 
-TEST(TriangleWeightsFinder, WeightsFollowTheCorners)
+TEST(TriangleWeightsFinder, WeightsFollowTheOrderOfTheCorners)
 {
     test::Random random(20250324);
     for (int trial = 0; trial < 1000; ++trial) {
@@ -591,7 +593,7 @@ TEST(TriangleWeightsFinder, WeightsFollowTheCorners)
         Vector3 const abc = TriangleWeightsFinder(p, a, b, c).weights;
         Vector3 const bca = TriangleWeightsFinder(p, b, c, a).weights;
         Vector3 const acb = TriangleWeightsFinder(p, a, c, b).weights;
-        EXPECT_NEAR(dist(abc, wanted), 0.0, 1e-12) << "negative weights outside, not clamped";
+        EXPECT_NEAR(dist(abc, wanted), 0.0, 1e-12) << "weights outside are negative, not clamped";
         EXPECT_NEAR(dist(bca, Vector3(wanted.y, wanted.z, wanted.x)), 0.0, 1e-12);
         EXPECT_NEAR(dist(acb, Vector3(wanted.x, wanted.z, wanted.y)), 0.0, 1e-12);
     }
@@ -601,35 +603,36 @@ TEST(TriangleWeightsFinder, SmallAndDegenerateTrianglesHaveZeroWeights)
 {
     EXPECT_EQ(TriangleWeightsFinder({1, 1, 1}, kA, kA, kA).weights, Vector3());
     EXPECT_EQ(TriangleWeightsFinder({1, 0, 0}, {0, 0, 0}, {1, 0, 0}, {2, 0, 0}).weights, Vector3());
-    // A determinant of 2^-26 (1.5e-8) is regular, one of 2^-28 (3.7e-9) is not, though far above 1e-20.
+    // A determinant of 2^-26 (1.5e-8) is regular. One of 2^-28 (3.7e-9) is not, although it is far above 1e-20.
     double const large = 0x1p-13;
     double const small = 0x1p-14;
     EXPECT_EQ(TriangleWeightsFinder({0, 0, 0}, {0, 0, 0}, {large, 0, 0}, {0, large, 0}).weights, Vector3(1, 0, 0));
     EXPECT_EQ(TriangleWeightsFinder({0, 0, 0}, {0, 0, 0}, {small, 0, 0}, {0, small, 0}).weights, Vector3());
 }
 
-TEST(TriangleWeightsFinder, BothDeterminantLimitsAreStrict)
+TEST(TriangleWeightsFinder, BothThresholdsOfTheDeterminantAreStrict)
 {
     auto const weights = [](double determinant, double x) {
         return TriangleWeightsFinder({x, 0, 0}, {0, 0, 0}, {determinant, 0, 0}, {0, 1, 0}).weights;
     };
     EXPECT_EQ(weights(1e-8, 1e-8), Vector3(0, 1, 0)) << "regular";
     EXPECT_EQ(weights(std::nextafter(1e-8, 0.0), 1e-8), Vector3());
-    // Below, the weights are a product with the zero matrix, which an infinite point shows, or no product at all.
+    // Between the thresholds the weights are a product with the zero matrix, which is NaN for an infinite point. Up to
+    // the lower threshold they are (0, 0, 0) without a product.
     double const infinity = std::numeric_limits<double>::infinity();
     EXPECT_TRUE(std::isnan(weights(std::nextafter(1e-20, 1.0), infinity).x));
     EXPECT_EQ(weights(1e-20, infinity), Vector3());
 }
 
-TEST(TriangleWeightsFinder, NaNGivesZeroOrNaN)
+TEST(TriangleWeightsFinder, NaNInputGivesZeroOrNaN)
 {
     EXPECT_EQ(TriangleWeightsFinder({0, 0, 0}, {kNaN, 0, 0}, kB, kC).weights, Vector3());
     EXPECT_TRUE(std::isnan(TriangleWeightsFinder({kNaN, 0, 0}, kA, kB, kC).weights.x));
 }
 
-// All of them ----------------------------------------------------------------------------------------------------
+// All records ---------------------------------------------------------------------------------------------------
 
-TEST(IntersectionRecords, SameBitsAsThePlainMethods)
+TEST(IntersectionRecords, HaveTheBitsOfTheReference)
 {
     test::Random random(20250325);
     int codes[5][5] = {};
@@ -640,40 +643,42 @@ TEST(IntersectionRecords, SameBitsAsThePlainMethods)
         Vector3 const& q = s.points[1];
 
         LineLineInt const unit(p, s.d1, q, s.d2, s.tol);
-        reference::LineLine const plainUnit = reference::lineLineUnit(p, s.d1, q, s.d2, s.tol);
-        ASSERT_EQ(unit.result, plainUnit.result);
-        ASSERT_TRUE(sameBits(unit.point, plainUnit.point) && sameBits(unit.t1, plainUnit.t1) &&
-                    sameBits(unit.t2, plainUnit.t2));
+        reference::LineLine const referenceUnit = reference::lineLineUnit(p, s.d1, q, s.d2, s.tol);
+        ASSERT_EQ(unit.result, referenceUnit.result);
+        ASSERT_TRUE(sameBits(unit.point, referenceUnit.point) && sameBits(unit.t1, referenceUnit.t1) &&
+                    sameBits(unit.t2, referenceUnit.t2));
 
         Vector3 const& e1 = s.points[2];
         Vector3 const e2 = random.oneIn(4) ? e1 * -3 : s.points[3];
         LineLineInt const general(p, e1, q, e2, s.tol);
-        reference::LineLine const plainGeneral = reference::lineLine(p, e1, q, e2, s.tol);
-        ASSERT_EQ(general.result, plainGeneral.result);
-        ASSERT_TRUE(sameBits(general.point, plainGeneral.point) && sameBits(general.t1, plainGeneral.t1) &&
-                    sameBits(general.t2, plainGeneral.t2));
+        reference::LineLine const referenceGeneral = reference::lineLine(p, e1, q, e2, s.tol);
+        ASSERT_EQ(general.result, referenceGeneral.result);
+        ASSERT_TRUE(sameBits(general.point, referenceGeneral.point) && sameBits(general.t1, referenceGeneral.t1) &&
+                    sameBits(general.t2, referenceGeneral.t2));
 
         PlanePlaneInt const planes(p, s.d1, q, s.d2, s.tol);
-        reference::PlanePlane const plainPlanes = reference::planePlane(p, s.d1, q, s.d2, s.tol);
-        ASSERT_EQ(planes.result, plainPlanes.result);
-        ASSERT_TRUE(sameBits(planes.point, plainPlanes.point) && sameBits(planes.dir, plainPlanes.dir));
+        reference::PlanePlane const referencePlanes = reference::planePlane(p, s.d1, q, s.d2, s.tol);
+        ASSERT_EQ(planes.result, referencePlanes.result);
+        ASSERT_TRUE(sameBits(planes.point, referencePlanes.point) && sameBits(planes.dir, referencePlanes.dir));
 
         LinePlaneInt const plane(p, s.d1, q, s.d2, s.tol);
-        reference::LinePlane const plainPlane = reference::linePlane(p, s.d1, q, s.d2, s.tol);
-        ASSERT_EQ(plane.result, plainPlane.result);
-        ASSERT_TRUE(sameBits(plane.point, plainPlane.point) && sameBits(plane.t, plainPlane.t));
+        reference::LinePlane const referencePlane = reference::linePlane(p, s.d1, q, s.d2, s.tol);
+        ASSERT_EQ(plane.result, referencePlane.result);
+        ASSERT_TRUE(sameBits(plane.point, referencePlane.point) && sameBits(plane.t, referencePlane.t));
 
         LineTriangleInt const triangle(p, s.d1, q, s.points[2], s.points[3], s.tol);
-        reference::LinePlane const plainTriangle = reference::lineTriangle(p, s.d1, q, s.points[2], s.points[3], s.tol);
-        ASSERT_EQ(triangle.result, plainTriangle.result);
-        ASSERT_TRUE(sameBits(triangle.point, plainTriangle.point) && sameBits(triangle.t, plainTriangle.t));
+        reference::LinePlane const referenceTriangle =
+            reference::lineTriangle(p, s.d1, q, s.points[2], s.points[3], s.tol);
+        ASSERT_EQ(triangle.result, referenceTriangle.result);
+        ASSERT_TRUE(sameBits(triangle.point, referenceTriangle.point) && sameBits(triangle.t, referenceTriangle.t));
 
         double const radius = s.points[2].x;
         LineSphereInt const sphere(p, s.d1, q, radius, s.tol);
-        reference::LineSphere const plainSphere = reference::lineSphere(p, s.d1, q, radius, s.tol);
-        ASSERT_EQ(sphere.result, plainSphere.result);
-        ASSERT_TRUE(sameBits(sphere.point1, plainSphere.point1) && sameBits(sphere.point2, plainSphere.point2) &&
-                    sameBits(sphere.t1, plainSphere.t1) && sameBits(sphere.t2, plainSphere.t2));
+        reference::LineSphere const referenceSphere = reference::lineSphere(p, s.d1, q, radius, s.tol);
+        ASSERT_EQ(sphere.result, referenceSphere.result);
+        ASSERT_TRUE(sameBits(sphere.point1, referenceSphere.point1) &&
+                    sameBits(sphere.point2, referenceSphere.point2) && sameBits(sphere.t1, referenceSphere.t1) &&
+                    sameBits(sphere.t2, referenceSphere.t2));
 
         ASSERT_TRUE(sameBits(TriangleWeightsFinder(p, q, s.points[2], s.points[3]).weights,
                              reference::triangleWeights(p, q, s.points[2], s.points[3])));

@@ -15,9 +15,9 @@ namespace {
 
 using test::sameBits;
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
-double const kUnwritten = -12345.678;
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kUnwritten = -12345.678;
 
 double above(double x)
 {
@@ -60,7 +60,7 @@ void expectRoots(Roots const& found, std::array<double, 3> const& expected, doub
     for (std::size_t k = 0; k < 3; ++k) EXPECT_NEAR(found.values[k], expected[k], tolerance) << "root " << k;
 }
 
-// How often the fast search and the plain one gave different bits in `trials` cubics of the family.
+// The number of cubics, of `trials` from the family, for which the library and the reference differ in any bit.
 template <typename Family>
 int differences(std::uint64_t seed, int trials, Family family)
 {
@@ -68,14 +68,15 @@ int differences(std::uint64_t seed, int trials, Family family)
     int different = 0;
     for (int trial = 0; trial < trials; ++trial) {
         std::array<double, 4> const k = family(random);
-        Roots const fast = cubic(k[0], k[1], k[2], k[3]);
-        Roots slow;
-        slow.count = reference::solveCubic(k[0], k[1], k[2], k[3], slow.values.data());
-        bool same = fast.count == slow.count;
-        for (std::size_t i = 0; i < 3; ++i) same = same && sameBits(fast.values[i], slow.values[i]);
+        Roots const found = cubic(k[0], k[1], k[2], k[3]);
+        Roots expected;
+        expected.count = reference::solveCubic(k[0], k[1], k[2], k[3], expected.values.data());
+        bool same = found.count == expected.count;
+        for (std::size_t i = 0; i < 3; ++i) same = same && sameBits(found.values[i], expected.values[i]);
         if (same) continue;
         if (++different == 1) {
-            ADD_FAILURE() << std::hexfloat << "first at " << k[0] << " " << k[1] << " " << k[2] << " " << k[3];
+            ADD_FAILURE() << std::hexfloat << "the first differs at " << k[0] << " " << k[1] << " " << k[2] << " "
+                          << k[3];
         }
     }
     return different;
@@ -88,7 +89,7 @@ std::array<double, 4> fromRoots(double scale, double r0, double r1, double r2)
 
 } // namespace
 
-TEST(SolveQuadratic, TwoRootsAscendForAPositiveLeadingCoefficient)
+TEST(SolveQuadratic, RootsAscendForAPositiveLeadingCoefficient)
 {
     Roots const r = quadratic(1, -3, 2);
     EXPECT_EQ(r.count, 2);
@@ -96,7 +97,7 @@ TEST(SolveQuadratic, TwoRootsAscendForAPositiveLeadingCoefficient)
     EXPECT_EQ(r.values[1], 2.0);
 }
 
-TEST(SolveQuadratic, TwoRootsDescendForANegativeLeadingCoefficient)
+TEST(SolveQuadratic, RootsDescendForANegativeLeadingCoefficient)
 {
     Roots const r = quadratic(-1, 3, -2);
     EXPECT_EQ(r.count, 2);
@@ -119,9 +120,9 @@ TEST(SolveQuadratic, NegativeDiscriminantGivesNoRoot)
     EXPECT_EQ(r.values[0], kUnwritten);
 }
 
-TEST(SolveQuadratic, DiscriminantWithinItsToleranceIsADoubleRoot)
+TEST(SolveQuadratic, ADiscriminantWithinTheThresholdGivesADoubleRoot)
 {
-    // With a = 1 and b = 0 the discriminant is -4 c, exactly.
+    // For a = 1 and b = 0 the discriminant is exactly -4 c.
     EXPECT_EQ(quadratic(1, 0, 2.5e-14).count, 2) << "-1e-13 itself is not below -1e-13";
     EXPECT_EQ(quadratic(1, 0, above(2.5e-14)).count, 0);
 
@@ -132,7 +133,7 @@ TEST(SolveQuadratic, DiscriminantWithinItsToleranceIsADoubleRoot)
     EXPECT_EQ(equal.values[0], equal.values[1]);
 }
 
-TEST(SolveQuadratic, LeadingCoefficientOfTheToleranceStaysQuadratic)
+TEST(SolveQuadratic, ALeadingCoefficientEqualToTheThresholdIsNotZero)
 {
     for (double const a : {1e-13, -1e-13}) EXPECT_EQ(quadratic(a, 1, 1).count, 2);
     for (double const a : {below(1e-13), above(-1e-13), 0.0, -0.0}) {
@@ -143,7 +144,7 @@ TEST(SolveQuadratic, LeadingCoefficientOfTheToleranceStaysQuadratic)
     }
 }
 
-TEST(SolveQuadratic, WithoutAnyUnknownThereIsNoRoot)
+TEST(SolveQuadratic, AConstantHasNoRoot)
 {
     EXPECT_EQ(quadratic(0, 0, 1).count, 0);
     EXPECT_EQ(quadratic(0, 0, 0).count, 0);
@@ -152,7 +153,7 @@ TEST(SolveQuadratic, WithoutAnyUnknownThereIsNoRoot)
     EXPECT_EQ(quadratic(0, 0, 1).values[0], kUnwritten);
 }
 
-TEST(SolveQuadratic, RootsAreProductsWithOneReciprocal)
+TEST(SolveQuadratic, RootsAreProductsWithTheReciprocalOfTheLeadingCoefficient)
 {
     double const a = 3;
     double const b = -7.1;
@@ -164,7 +165,7 @@ TEST(SolveQuadratic, RootsAreProductsWithOneReciprocal)
     EXPECT_EQ(r.values[1], (s - b) * (0.5 / a));
 }
 
-TEST(SolveQuadratic, NaNAndInfinityComeBackAsNaN)
+TEST(SolveQuadratic, NaNAndInfiniteCoefficientsGiveNonFiniteRootsOrNone)
 {
     for (Roots const& r : {quadratic(kNaN, 1, 1), quadratic(1, kNaN, 1), quadratic(1, 1, kNaN)}) {
         EXPECT_EQ(r.count, 2);
@@ -176,18 +177,18 @@ TEST(SolveQuadratic, NaNAndInfinityComeBackAsNaN)
     EXPECT_EQ(quadratic(1, 0, -kInfinity).values[1], kInfinity);
 }
 
-TEST(SolveQuadratic, SameBitsAsThePlainMethod)
+TEST(SolveQuadratic, HasTheBitsOfTheReference)
 {
     test::Random random(20250301);
     for (int trial = 0; trial < 50000; ++trial) {
         double const a = random.hostile();
         double const b = random.hostile();
         double const c = random.hostile();
-        Roots const fast = quadratic(a, b, c);
-        Roots slow;
-        slow.count = reference::solveQuadratic(a, b, c, slow.values.data());
-        ASSERT_EQ(fast.count, slow.count) << a << " " << b << " " << c;
-        ASSERT_TRUE(sameBits(fast.values[0], slow.values[0]) && sameBits(fast.values[1], slow.values[1]))
+        Roots const found = quadratic(a, b, c);
+        Roots expected;
+        expected.count = reference::solveQuadratic(a, b, c, expected.values.data());
+        ASSERT_EQ(found.count, expected.count) << a << " " << b << " " << c;
+        ASSERT_TRUE(sameBits(found.values[0], expected.values[0]) && sameBits(found.values[1], expected.values[1]))
             << a << " " << b << " " << c;
     }
 }
@@ -198,7 +199,7 @@ TEST(SolveCubic, ThreeRootsAscend)
     expectRoots(cubic(-1, 6, -11, 6), {1, 2, 3}, 1e-12);
 }
 
-TEST(SolveCubic, EveryOrderOfRootsAndEitherSignGivesThemAscending)
+TEST(SolveCubic, RootsAscendForEverySignOfTheLeadingCoefficient)
 {
     std::array<double, 3> const roots = {-7.25, 0.5, 41};
     for (double const scale : {1.0, -1.0, 0.25, -8.0}) {
@@ -210,7 +211,7 @@ TEST(SolveCubic, EveryOrderOfRootsAndEitherSignGivesThemAscending)
     }
 }
 
-TEST(SolveCubic, ALoneRootIsReturnedAlone)
+TEST(SolveCubic, ASingleRootIsWrittenAlone)
 {
     Roots const r = cubic(1, 0, 0, -8);
     EXPECT_EQ(r.count, 1);
@@ -219,14 +220,14 @@ TEST(SolveCubic, ALoneRootIsReturnedAlone)
     EXPECT_EQ(r.values[2], kUnwritten);
 }
 
-TEST(SolveCubic, TripleRootIsCaughtAtTheCriticalPoint)
+TEST(SolveCubic, ATripleRootIsFoundAtTheCriticalPoint)
 {
     Roots const r = cubic(1, -3, 3, -1);
     EXPECT_EQ(r.count, 3);
     for (double const root : r.values) EXPECT_EQ(root, 1.0);
 }
 
-TEST(SolveCubic, DoubleRootIsCaughtAtTheCriticalPoint)
+TEST(SolveCubic, ADoubleRootIsFoundAtTheCriticalPoint)
 {
     Roots const right = cubic(1, 0, -3, 2);
     EXPECT_EQ(right.count, 3);
@@ -236,7 +237,7 @@ TEST(SolveCubic, DoubleRootIsCaughtAtTheCriticalPoint)
     EXPECT_EQ(left.values, (std::array<double, 3>{-1, -1, 2}));
 }
 
-TEST(SolveCubic, CriticalValueOfTheToleranceIsARoot)
+TEST(SolveCubic, ACriticalPointWithAValueEqualToTheThresholdIsARoot)
 {
     // The only critical point of x^3 + d is 0, and its value is d.
     EXPECT_EQ(cubic(1, 0, 0, 1e-13).count, 3);
@@ -248,7 +249,7 @@ TEST(SolveCubic, CriticalValueOfTheToleranceIsARoot)
     EXPECT_EQ(cubic(1, 0, 0, below(-1e-13)).count, 1);
 }
 
-TEST(SolveCubic, TheFirstOfTwoFlatCriticalPointsWins)
+TEST(SolveCubic, TheFirstOfTwoCriticalPointsWithinTheThresholdIsARoot)
 {
     for (double const sign : {1.0, -1.0}) {
         double const c = -1e-10;
@@ -262,14 +263,14 @@ TEST(SolveCubic, TheFirstOfTwoFlatCriticalPointsWins)
     }
 }
 
-TEST(SolveCubic, WithoutCubicTermItIsTheQuadratic)
+TEST(SolveCubic, WithoutACubicTermTheRootsAreThoseOfTheQuadratic)
 {
-    EXPECT_EQ(cubic(0, -1, 3, -2).values[0], 2.0) << "in the order of the quadratic, unsorted";
+    EXPECT_EQ(cubic(0, -1, 3, -2).values[0], 2.0) << "in the order of solveQuadratic, not sorted";
     EXPECT_EQ(cubic(below(1e-13), 1, -3, 2).count, 2);
     EXPECT_EQ(cubic(0, 0, 2, -4).count, 1);
     EXPECT_EQ(cubic(0, 0, 0, 5).count, 0);
     EXPECT_EQ(cubic(0, 0, 0, 5).values[0], kUnwritten);
-    EXPECT_NE(cubic(1e-13, 1, -3, 2).count, 2) << "1e-13 itself is a cubic term";
+    EXPECT_NE(cubic(1e-13, 1, -3, 2).count, 2) << "1e-13 itself counts as a cubic term";
 }
 
 TEST(SolveCubic, FindsRootsFarOutsideTheFirstBracket)
@@ -282,7 +283,7 @@ TEST(SolveCubic, FindsRootsFarOutsideTheFirstBracket)
     expectRoots(cubicWithRoots(1, 1e5, -3e5, 2e6), {-3e5, 1e5, 2e6}, 1e-8);
 }
 
-TEST(SolveCubic, EveryRootIsARootToWithinRounding)
+TEST(SolveCubic, ValuesAtTheRootsAreZeroToRounding)
 {
     test::Random random(20250302);
     for (int trial = 0; trial < 20000; ++trial) {
@@ -294,7 +295,7 @@ TEST(SolveCubic, EveryRootIsARootToWithinRounding)
         ASSERT_TRUE(r.count == 1 || r.count == 3);
         for (int k = 0; k < r.count; ++k) {
             double const x = r.values[static_cast<std::size_t>(k)];
-            // Rounding of the terms, in a polynomial whose first root may carry a residual of 1e-13 into the others.
+            // The rounding of the terms, and the residual of the first root, up to 1e-13, that the others inherit.
             double const terms = ((a * std::fabs(x) + 5) * std::fabs(x) + 5) * std::fabs(x) + 5;
             EXPECT_NEAR(((a * x + b) * x + c) * x + d, 0.0, 1e-12 + 1e-14 * terms) << "trial " << trial;
             if (k > 0) {
@@ -304,7 +305,7 @@ TEST(SolveCubic, EveryRootIsARootToWithinRounding)
     }
 }
 
-TEST(SolveCubic, SameBitsAsThePlainSearchOnOrdinaryCubics)
+TEST(SolveCubic, HasTheBitsOfTheReferenceOnOrdinaryCubics)
 {
     EXPECT_EQ(
         differences(
@@ -315,17 +316,18 @@ TEST(SolveCubic, SameBitsAsThePlainSearchOnOrdinaryCubics)
         0);
     EXPECT_EQ(differences(2, 40000,
                           [](test::Random& random) {
-                              // Small whole coefficients: exact values, so that ends tie and roots are hit exactly.
-                              auto const whole = [&random] { return static_cast<double>(random.below(19) - 9); };
-                              double const a = whole();
-                              double const b = whole();
-                              double const c = whole();
-                              return std::array<double, 4>{a, b, c, whole()};
+                              // Small integer coefficients. The values are exact, so some roots are found exactly
+                              // and some ends of a bracket have equal values.
+                              auto const integer = [&random] { return static_cast<double>(random.below(19) - 9); };
+                              double const a = integer();
+                              double const b = integer();
+                              double const c = integer();
+                              return std::array<double, 4>{a, b, c, integer()};
                           }),
               0);
 }
 
-TEST(SolveCubic, SameBitsAsThePlainSearchOnLargeRoots)
+TEST(SolveCubic, HasTheBitsOfTheReferenceOnLargeRoots)
 {
     EXPECT_EQ(differences(3, 60000,
                           [](test::Random& random) {
@@ -347,7 +349,7 @@ TEST(SolveCubic, SameBitsAsThePlainSearchOnLargeRoots)
               0);
 }
 
-TEST(SolveCubic, SameBitsAsThePlainSearchOnCloseRoots)
+TEST(SolveCubic, HasTheBitsOfTheReferenceOnCloseRoots)
 {
     EXPECT_EQ(differences(5, 40000,
                           [](test::Random& random) {
@@ -359,7 +361,7 @@ TEST(SolveCubic, SameBitsAsThePlainSearchOnCloseRoots)
               0);
 }
 
-TEST(SolveCubic, SameBitsAsThePlainSearchOnHostileCoefficients)
+TEST(SolveCubic, HasTheBitsOfTheReferenceOnHostileCoefficients)
 {
     EXPECT_EQ(differences(6, 40000,
                           [](test::Random& random) {
@@ -371,7 +373,7 @@ TEST(SolveCubic, SameBitsAsThePlainSearchOnHostileCoefficients)
               0);
     EXPECT_EQ(differences(7, 40000,
                           [](test::Random& random) {
-                              // Up to the ends of the range: values overflow and products underflow.
+                              // Exponents of the whole range of doubles: values overflow and products underflow.
                               double const a = random.spread(-43, 1000);
                               double const b = random.spread(-1000, 1000);
                               double const c = random.spread(-1000, 1000);
@@ -380,7 +382,7 @@ TEST(SolveCubic, SameBitsAsThePlainSearchOnHostileCoefficients)
               0);
 }
 
-TEST(SolveCubic, ReturnsForEveryKindOfNumber)
+TEST(SolveCubic, ReturnsForEveryCombinationOfSpecialNumbers)
 {
     double const kinds[] = {0.0,   -0.0,   1.0,       -1.0,       1e-13, -1e-13, 5e-324, 1e300,
                             1e308, -1e308, kInfinity, -kInfinity, kNaN,  1e154,  1e-300};

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Best fit step by step as it is defined: a centred copy of the points, nine sums of outer products.
+/// Reference implementation of the best fit: a centred copy of the points, and nine sums of outer products.
 
 #include <vector>
 

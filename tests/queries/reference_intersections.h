@@ -1,6 +1,7 @@
 #pragma once
 
-/// The intersection records step by step as they are defined, with the fields of the real ones.
+/// Reference implementation of the intersection records, step by step as they are defined. The structs have the fields
+/// of the library's records.
 
 #include <cmath>
 

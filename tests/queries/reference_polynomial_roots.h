@@ -1,6 +1,7 @@
 #pragma once
 
-/// Root finding step by step as it is defined, without leaving the search early: the oracle of the fast way.
+/// Reference implementation of the root finders, step by step as they are defined. Unlike the library, the search does
+/// not stop early.
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The 2D segment functions step by step as they are defined.
+/// Reference implementation of the 2D segment functions, step by step as they are defined.
 
 #include <cmath>
 

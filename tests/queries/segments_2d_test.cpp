@@ -13,16 +13,16 @@ namespace {
 
 using test::sameBits;
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 UVector3 const kRight(1, 0, 0);
-Vector3 const kLo(0, 0, 0);
-Vector3 const kHi(1, 1, 0);
+constexpr Vector3 kLo(0, 0, 0);
+constexpr Vector3 kHi(1, 1, 0);
 
 bool meetsUnitSquare(Vector3 const& a, Vector3 const& b)
 {
     bool const forward = segIntersectRect2D(a, b, kLo, kHi);
-    EXPECT_EQ(forward, segIntersectRect2D(b, a, kLo, kHi)) << "either end may come first";
+    EXPECT_EQ(forward, segIntersectRect2D(b, a, kLo, kHi)) << "the order of the ends does not matter";
     return forward;
 }
 
@@ -35,7 +35,8 @@ bool inclusively(Vector3 const& a, Vector3 const& b, Vector3 const& c, Vector3 c
     return segsIntersect(a, b, c, d, tol, true);
 }
 
-// Points of a coarse grid, where ends touch and directions repeat; general ones; hostile ones.
+// Kind 0: points of a coarse grid, where ends coincide and directions repeat; 1 and 2: points in general position;
+// 3: hostile points.
 Vector3 nextPoint(test::Random& random, int kind)
 {
     if (kind == 0) return {static_cast<double>(random.below(5)), static_cast<double>(random.below(5)), 0.0};
@@ -60,7 +61,7 @@ TEST(SegClipHalfPlane2D, MovesTheEndOutside)
     EXPECT_EQ(b, Vector3(1, 0, 0));
 }
 
-TEST(SegClipHalfPlane2D, LeavesASegmentInsideAlone)
+TEST(SegClipHalfPlane2D, DoesNotChangeASegmentInside)
 {
     for (double const x : {1.0, 1.5}) {
         Vector3 a(x, 3, 0);
@@ -71,7 +72,7 @@ TEST(SegClipHalfPlane2D, LeavesASegmentInsideAlone)
     }
 }
 
-TEST(SegClipHalfPlane2D, RejectsTheBoundaryLineAndTouchesFromOutside)
+TEST(SegClipHalfPlane2D, RejectsSegmentsOnTheBoundaryAndContactsFromOutside)
 {
     Vector3 const ends[][2] = {{{1, 0, 0}, {1, 5, 0}},
                                {{1, 0, 0}, {0, 5, 0}},
@@ -87,7 +88,7 @@ TEST(SegClipHalfPlane2D, RejectsTheBoundaryLineAndTouchesFromOutside)
     }
 }
 
-TEST(SegClipHalfPlane2D, CountsAllThreeCoordinates)
+TEST(SegClipHalfPlane2D, UsesAllThreeCoordinates)
 {
     Vector3 a(0, 0, -1);
     Vector3 b(0, 0, 3);
@@ -100,11 +101,11 @@ TEST(SegClipHalfPlane2D, NaNMovesAnEndToNaN)
     Vector3 a(0, 0, 0);
     Vector3 b(kNaN, 0, 0);
     EXPECT_TRUE(segClipHalfPlane2D(a, b, {1, 0, 0}, kRight));
-    EXPECT_TRUE(std::isnan(a.x)) << "a is outside, so a is moved";
+    EXPECT_TRUE(std::isnan(a.x)) << "a lies outside, so a is moved";
     a = Vector3(kNaN, 0, 0);
     b = Vector3(3, 0, 0);
     EXPECT_TRUE(segClipHalfPlane2D(a, b, {1, 0, 0}, kRight));
-    EXPECT_TRUE(std::isnan(b.x)) << "a is not known to be outside, so b is moved";
+    EXPECT_TRUE(std::isnan(b.x)) << "the distance of a is not negative or zero, so b is moved";
 }
 
 TEST(SegClipRect2D, ClipsBothEnds)
@@ -122,25 +123,25 @@ TEST(SegClipRect2D, ClipsBothEnds)
     EXPECT_EQ(b, Vector3(0.5, 0.75, 0));
 }
 
-TEST(SegClipRect2D, RejectionLeavesTheOutputsPartlyClipped)
+TEST(SegClipRect2D, OutputsArePartlyClippedAfterARejection)
 {
-    // Passes left and bottom, then misses the right side's half-plane.
+    // The left side accepts the segment, the bottom side clips it, and the right side rejects it.
     Vector3 a;
     Vector3 b;
     EXPECT_FALSE(segClipRect2D({2, -1, 0}, {4, 1, 0}, kLo, kHi, a, b));
     EXPECT_EQ(a, Vector3(3, 0, 0));
     EXPECT_EQ(b, Vector3(4, 1, 0));
-    // Left comes before bottom: nothing is clipped when the left side rejects.
+    // The left side is tested before the bottom side. It rejects the segment, so nothing is clipped.
     EXPECT_FALSE(segClipRect2D({-2, -1, 0}, {-1, 1, 0}, kLo, kHi, a, b));
     EXPECT_EQ(a, Vector3(-2, -1, 0));
     EXPECT_EQ(b, Vector3(-1, 1, 0));
-    // Right comes before top.
+    // The right side is tested before the top side.
     EXPECT_FALSE(segClipRect2D({0.5, 3, 0}, {1.5, 2, 0}, kLo, kHi, a, b));
     EXPECT_EQ(a, Vector3(0.5, 3, 0));
     EXPECT_EQ(b, Vector3(1, 2.5, 0));
 }
 
-TEST(SegClipRect2D, SidesAndCornersAreRejected)
+TEST(SegClipRect2D, SegmentsOnASideOrThroughACornerAreRejected)
 {
     Vector3 a;
     Vector3 b;
@@ -163,7 +164,7 @@ TEST(SegClipRect2D, OutputsMayBeTheInputs)
     EXPECT_EQ(a, Vector3(1, 0.5, 0));
 }
 
-TEST(SegIntersectRect2D, AnEndInsideMeets)
+TEST(SegIntersectRect2D, ASegmentWithAnEndInsideMeets)
 {
     EXPECT_TRUE(meetsUnitSquare({0.5, 0.5, 0}, {5, 5, 0}));
     EXPECT_TRUE(meetsUnitSquare({0.2, 0.5, 0}, {0.8, 0.5, 0}));
@@ -171,7 +172,7 @@ TEST(SegIntersectRect2D, AnEndInsideMeets)
     EXPECT_TRUE(meetsUnitSquare({0, 0.5, 0}, {0.5, 0.5, 0})) << "an end on a side, from inside";
 }
 
-TEST(SegIntersectRect2D, TouchingASideFromOutsideOrAlongItDoesNot)
+TEST(SegIntersectRect2D, ASegmentThatTouchesASideFromOutsideOrRunsAlongItDoesNotMeet)
 {
     EXPECT_FALSE(meetsUnitSquare({0, 0, 0}, {0, 1, 0}));
     EXPECT_FALSE(meetsUnitSquare({1, 0.2, 0}, {1, 0.8, 0}));
@@ -194,25 +195,25 @@ TEST(SegIntersectRect2D, DiagonalsThroughTheInteriorMeet)
     EXPECT_FALSE(meetsUnitSquare({0.6, -0.5, 0}, {1.6, 0.5, 0}));
 }
 
-TEST(SegIntersectRect2D, NonFiniteZFailsTheDiagonalTest)
+TEST(SegIntersectRect2D, ANonFiniteZDisablesTheDiagonalTest)
 {
     Vector3 const a(-1, -1, 0);
     Vector3 const b(2, 2, 0);
     for (double const z : {kInfinity, -kInfinity, kNaN}) {
         EXPECT_FALSE(segIntersectRect2D({-1, -1, z}, b, kLo, kHi));
-        EXPECT_TRUE(segIntersectRect2D(a, {2, 2, z}, kLo, kHi)) << "the z of b does not enter";
-        // Parts only the corners (0, 0) and (1, 1), which carry the z of the rectangle.
+        EXPECT_TRUE(segIntersectRect2D(a, {2, 2, z}, kLo, kHi)) << "the z of b is not used";
+        // This segment separates only the corners (0, 0) and (1, 1); the test of these uses the z of lo and hi.
         EXPECT_TRUE(segIntersectRect2D({-0.25, 0.75, 0}, {0.75, -0.25, 0}, kLo, kHi));
         EXPECT_FALSE(segIntersectRect2D({-0.25, 0.75, 0}, {0.75, -0.25, 0}, {0, 0, z}, kHi));
         EXPECT_FALSE(segIntersectRect2D({-0.25, 0.75, 0}, {0.75, -0.25, 0}, kLo, {1, 1, z}));
-        EXPECT_TRUE(segIntersectRect2D(a, b, {0, 0, z}, kHi)) << "the other two corners have no z";
+        EXPECT_TRUE(segIntersectRect2D(a, b, {0, 0, z}, kHi)) << "the test of the other two corners does not use z";
     }
     EXPECT_TRUE(segIntersectRect2D({-1, -1, 1e9}, b, kLo, kHi)) << "a finite z changes nothing";
 }
 
-TEST(SegIntersectRect2D, AnEndOnASideLiesInTheRectangle)
+TEST(SegIntersectRect2D, AnEndOnASideCountsAsInside)
 {
-    // The infinite z fails the test that would otherwise find these segments; only the end on the side is left.
+    // The infinite z disables the diagonal tests, so only the test of the end on the side can accept these segments.
     Vector3 const middle(0.5, 0.5, 0);
     for (Vector3 const& side : {Vector3(0, 0.5, 0), Vector3(1, 0.5, 0), Vector3(0.5, 0, 0), Vector3(0.5, 1, 0)}) {
         Vector3 const beyond = side + (middle - side) * 3.0;
@@ -222,13 +223,13 @@ TEST(SegIntersectRect2D, AnEndOnASideLiesInTheRectangle)
     }
 }
 
-TEST(SegIntersectRect2D, NaNMeetsOnlyThroughTheOtherEnd)
+TEST(SegIntersectRect2D, ASegmentWithANaNEndMeetsOnlyIfTheOtherEndIsInside)
 {
     EXPECT_FALSE(meetsUnitSquare({kNaN, 0.5, 0}, {2, 0.5, 0}));
     EXPECT_TRUE(meetsUnitSquare({kNaN, 0.5, 0}, {0.5, 0.5, 0}));
 }
 
-TEST(SegIntersectRect2D, AgreesWithClippingAwayFromTouches)
+TEST(SegIntersectRect2D, AgreesWithClippingOnRandomSegments)
 {
     test::Random random(20250331);
     for (int trial = 0; trial < 20000; ++trial) {
@@ -246,11 +247,11 @@ TEST(SegIntersectRect2D, AgreesWithClippingAwayFromTouches)
             EXPECT_LE(p.y, 1 + 1e-15);
             EXPECT_NEAR(cross(b - a, p - a).z, 0.0, 1e-14);
         }
-        EXPECT_GE((outB - outA) * (b - a), 0.0) << "the direction stays";
+        EXPECT_GE((outB - outA) * (b - a), 0.0) << "clipping keeps the direction";
     }
 }
 
-TEST(SegsIntersect, CrossingInTheMiddleHoldsInBothModes)
+TEST(SegsIntersect, SegmentsThatCrossIntersectInBothModes)
 {
     for (bool const inclusive : {true, false}) {
         EXPECT_TRUE(segsIntersect({0, 0, 0}, {1, 0, 0}, {0.5, -1, 0}, {0.5, 1, 0}, 0.01, inclusive));
@@ -260,7 +261,7 @@ TEST(SegsIntersect, CrossingInTheMiddleHoldsInBothModes)
     }
 }
 
-TEST(SegsIntersect, TouchingAnEndDependsOnTheMode)
+TEST(SegsIntersect, AContactAtAnEndIntersectsOnlyInTheInclusiveMode)
 {
     EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {1, -1, 0}, {1, 1, 0}, 0.01));
     EXPECT_FALSE(strictly({0, 0, 0}, {1, 0, 0}, {1, -1, 0}, {1, 1, 0}, 0.01));
@@ -268,9 +269,9 @@ TEST(SegsIntersect, TouchingAnEndDependsOnTheMode)
     EXPECT_FALSE(strictly({0, 0, 0}, {1, 0, 0}, {0, -1, 0}, {0, 1, 0}, 0.01));
 }
 
-TEST(SegsIntersect, AlongTheReferenceTheLimitsAreInclusive)
+TEST(SegsIntersect, LimitsAlongTheReferenceAreIncluded)
 {
-    // Crossings at 1 + 0.25 and -0.25 lie on the limits of a tolerance of 0.25; 0.75 and 0.25 on the strict ones.
+    // For a tolerance of 0.25 the limits are -0.25 and 1.25 in the inclusive mode, 0.25 and 0.75 in the strict mode.
     for (double const x : {1.25, -0.25}) {
         EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {x, -1, 0}, {x, 1, 0}, 0.25));
         EXPECT_FALSE(inclusively({0, 0, 0}, {1, 0, 0}, {x, -1, 0}, {x, 1, 0}, 0.24));
@@ -281,9 +282,9 @@ TEST(SegsIntersect, AlongTheReferenceTheLimitsAreInclusive)
     }
 }
 
-TEST(SegsIntersect, AnEndOnALimitAlongTheReferenceIsNotBeyondIt)
+TEST(SegsIntersect, AnEndOnALimitAlongTheReferenceIsNotRejected)
 {
-    // The other end is beyond; both lie close to the line, where the overlap alone decides.
+    // The other end is beyond the limit. Both ends are close to the line, so only the overlap along it decides.
     for (double const y : {0.125, -0.125}) {
         EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {-0.25, 0, 0}, {-0.5, y, 0}, 0.25));
         EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {-0.5, y, 0}, {-0.25, 0, 0}, 0.25));
@@ -294,19 +295,19 @@ TEST(SegsIntersect, AnEndOnALimitAlongTheReferenceIsNotBeyondIt)
     EXPECT_FALSE(inclusively({0, 0, 0}, {1, 0, 0}, {1.26, 0, 0}, {1.5, 0.125, 0}, 0.25));
 }
 
-TEST(SegsIntersect, AcrossTheReferenceTheLimitsAreExcluded)
+TEST(SegsIntersect, LimitsAcrossTheReferenceAreExcluded)
 {
-    // Inclusive: both ends of c-d at a distance of tol on one side are off.
+    // If both ends of c-d are at the distance tol on one side, the segments do not intersect.
     EXPECT_FALSE(inclusively({0, 0, 0}, {1, 0, 0}, {0.2, 0.25, 0}, {0.8, 0.25, 0}, 0.25));
     EXPECT_FALSE(inclusively({0, 0, 0}, {1, 0, 0}, {0.2, -0.25, 0}, {0.8, -0.25, 0}, 0.25));
     EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {0.5, 0.24, 0}, {0.5, 3, 0}, 0.25));
     EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {0.5, -0.24, 0}, {0.5, -3, 0}, 0.25));
-    EXPECT_FALSE(inclusively({0, 0, 0}, {1, 0, 0}, {0.5, 0, 0}, {0.5, 1, 0}, 0)) << "a touch without tolerance";
+    EXPECT_FALSE(inclusively({0, 0, 0}, {1, 0, 0}, {0.5, 0, 0}, {0.5, 1, 0}, 0)) << "a contact without tolerance";
 }
 
-TEST(SegsIntersect, TheStrictSideTestUsesBothSigns)
+TEST(SegsIntersect, TheStrictModeRequiresAnOverlapOnBothSides)
 {
-    // Strictly, an end must lie beyond +tol on one side for the lower limit, and below -tol for the upper one.
+    // In the strict mode one end must lie above tol and the other below -tol.
     EXPECT_TRUE(strictly({0, 0, 0}, {1, 0, 0}, {0.5, -0.26, 0}, {0.5, 0.26, 0}, 0.25));
     EXPECT_FALSE(strictly({0, 0, 0}, {1, 0, 0}, {0.5, -1, 0}, {0.5, 0.25, 0}, 0.25));
     EXPECT_FALSE(strictly({0, 0, 0}, {1, 0, 0}, {0.5, -0.25, 0}, {0.5, 1, 0}, 0.25));
@@ -317,18 +318,19 @@ TEST(SegsIntersect, NearlyCollinearSegmentsIntersectWhereTheyOverlap)
     EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {0.9, 0.001, 0}, {3, 0.001, 0}, 0.01));
     EXPECT_FALSE(inclusively({0, 0, 0}, {1, 0, 0}, {1.1, 0.001, 0}, {3, 0.001, 0}, 0.01));
     EXPECT_TRUE(inclusively({0, 0, 0}, {1, 0, 0}, {0.2, 0.004, 0}, {0.8, 0.006, 0}, 0.01))
-        << "0.004 + 0.006 = 0.01 goes on to the crossing point, which lies inside";
-    EXPECT_FALSE(strictly({0, 0, 0}, {1, 0, 0}, {0.2, 0, 0}, {0.8, 0, 0}, 0.01)) << "no overlap across the line";
+        << "the sum of the distances is not less than 0.01, so the crossing point decides; it lies inside";
+    EXPECT_FALSE(strictly({0, 0, 0}, {1, 0, 0}, {0.2, 0, 0}, {0.8, 0, 0}, 0.01))
+        << "c-d does not extend to both sides of the line";
 }
 
-TEST(SegsIntersect, AnEqualReferenceAcceptsAnythingWithinAPositiveTolerance)
+TEST(SegsIntersect, AReferenceOfLengthZeroIntersectsEverythingForAPositiveTolerance)
 {
     EXPECT_TRUE(inclusively({3, 3, 0}, {3, 3, 0}, {0, 0, 0}, {1, 0, 0}, 0.01));
     EXPECT_FALSE(inclusively({3, 3, 0}, {3, 3, 0}, {2, 3, 0}, {4, 3, 0}, 0));
     EXPECT_FALSE(strictly({3, 3, 0}, {3, 3, 0}, {2, 3, 0}, {4, 3, 0}, 0.01));
 }
 
-TEST(SegsIntersect, NaNDoesNotIntersect)
+TEST(SegsIntersect, ASegmentWithNaNDoesNotIntersect)
 {
     for (bool const inclusive : {true, false}) {
         EXPECT_FALSE(segsIntersect({0, 0, 0}, {1, 0, 0}, {kNaN, -1, 0}, {0.5, 1, 0}, 0.01, inclusive));
@@ -336,11 +338,11 @@ TEST(SegsIntersect, NaNDoesNotIntersect)
     }
 }
 
-TEST(Segments2D, SameBitsAsThePlainMethods)
+TEST(Segments2D, HaveTheBitsOfTheReference)
 {
     test::Random random(20250332);
-    int yes[4] = {};
-    int const trials = 100000;
+    int accepted[4] = {};
+    constexpr int trials = 100000;
     for (int trial = 0; trial < trials; ++trial) {
         SCOPED_TRACE(trial);
         int const kind = random.below(4);
@@ -369,12 +371,12 @@ TEST(Segments2D, SameBitsAsThePlainMethods)
         bool const crosses = segsIntersect(a, b, c, d, tol, inclusive);
         ASSERT_EQ(crosses, reference::segsIntersect(a, b, c, d, tol, inclusive));
 
-        yes[0] += half;
-        yes[1] += rect;
-        yes[2] += meets;
-        yes[3] += crosses;
+        accepted[0] += half;
+        accepted[1] += rect;
+        accepted[2] += meets;
+        accepted[3] += crosses;
     }
-    for (int const count : yes) {
+    for (int const count : accepted) {
         EXPECT_GT(count, trials / 50);
         EXPECT_LT(count, trials - trials / 50);
     }

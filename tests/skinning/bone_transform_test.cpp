@@ -15,9 +15,9 @@ using test::Random;
 using test::randomBone;
 using test::sameBits;
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kPi = 3.14159265358979323846;
-double const kRounding = 1e-12; // a dozen roundings of numbers near 1
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kPi = 3.14159265358979323846;
+constexpr double kRounding = 1e-12; // several roundings of numbers near 1
 
 ::testing::AssertionResult near(Vector3 const& a, Vector3 const& b, double tolerance = kRounding)
 {
@@ -60,24 +60,24 @@ TEST(BoneTransform, IsTwelveDoublesAndStartsAsTheIdentity)
     EXPECT_EQ(BoneTransform() * Vector3(1, 2, 3), Vector3(1, 2, 3));
 }
 
-TEST(BoneTransform, ABoneAtRestStays)
+TEST(BoneTransform, ABoneInItsRestPositionIsTheIdentity)
 {
     BoneTransform const bone({1, 2, 3}, {4, 6, 3}, {1, 2, 3}, {4, 6, 3}, 0.0);
     EXPECT_TRUE(near(bone, BoneTransform()));
 }
 
-TEST(BoneTransform, AMovedBoneTranslates)
+TEST(BoneTransform, ABoneMovedWithoutRotationIsATranslation)
 {
     BoneTransform const bone({0, 0, 0}, {0, 1, 0}, {5, 6, 7}, {5, 7, 7}, 0.0);
     EXPECT_TRUE(near(bone.linear, Matrix3()));
     EXPECT_TRUE(near(bone.translation, {5, 6, 7}));
 }
 
-TEST(BoneTransform, TwistTurnsRightHandedAboutThePosedDirection)
+TEST(BoneTransform, TwistRotatesRightHandedAboutThePosedDirection)
 {
     BoneTransform const bone({0, 0, 0}, {0, 0, 2}, {0, 0, 0}, {0, 0, 2}, kPi / 2);
     EXPECT_TRUE(near(bone * Vector3(1, 0, 0.5), {0, 1, 0.5}));
-    EXPECT_TRUE(near(bone * Vector3(0, 0, 2), {0, 0, 2})) << "points of the bone itself stay";
+    EXPECT_TRUE(near(bone * Vector3(0, 0, 2), {0, 0, 2})) << "the points of the bone do not move";
 }
 
 TEST(BoneTransform, StretchesAlongTheBoneOnly)
@@ -87,14 +87,14 @@ TEST(BoneTransform, StretchesAlongTheBoneOnly)
     EXPECT_TRUE(near(bone * Vector3(3, 0, 4), {3, 0, 4}));
 }
 
-TEST(BoneTransform, OppositeDirectionsTurnAboutTheFirstBasisVector)
+TEST(BoneTransform, OppositeDirectionsAreRotatedAboutTheFirstBasisVector)
 {
-    // getBasis((0, 0, 1)) begins with (0, 1, 0): y stays and x is reversed.
+    // The first vector of getBasis((0, 0, 1)) is (0, 1, 0), so y does not change and x is reversed.
     BoneTransform const bone({0, 0, 0}, {0, 0, 1}, {0, 0, 0}, {0, 0, -1}, 0.0);
     EXPECT_TRUE(near(bone * Vector3(1, 2, 3), {-1, 2, -3}));
 }
 
-TEST(BoneTransform, CarriesBothEndsOfRandomBones)
+TEST(BoneTransform, MapsBothEndsOfRandomBones)
 {
     Random random(41);
     for (int trial = 0; trial < 2000; ++trial) {
@@ -104,12 +104,12 @@ TEST(BoneTransform, CarriesBothEndsOfRandomBones)
         double const stretch = dist(p[2], p[3]) / dist(p[0], p[1]);
         EXPECT_TRUE(near(bone * p[0], p[2], 1e-12 * (1 + stretch)));
         EXPECT_TRUE(near(bone * p[1], p[3], 1e-12 * (1 + stretch)));
-        // Across the bone lengths hold, so the volume changes by the stretch alone.
+        // Lengths perpendicular to the bone do not change, so the determinant is the stretch.
         EXPECT_NEAR(bone.linear.determinant(), stretch, 1e-10 * stretch);
     }
 }
 
-TEST(BoneTransform, AZeroRestLengthNeverThrowsAndShowsInTheNumbers)
+TEST(BoneTransform, AZeroRestLengthGivesNonFiniteNumbers)
 {
     BoneTransform const bone({1, 1, 1}, {1, 1, 1}, {0, 0, 0}, {0, 0, 1}, 0.0);
     bool finite = true;
@@ -119,7 +119,7 @@ TEST(BoneTransform, AZeroRestLengthNeverThrowsAndShowsInTheNumbers)
     EXPECT_FALSE(finite);
 }
 
-TEST(BoneTransform, CompositionAppliesTheRightOneFirst)
+TEST(BoneTransform, CompositionAppliesTheRightOperandFirst)
 {
     BoneTransform const turn = rotation({0, 0, 1}, kPi / 2);
     BoneTransform move;
@@ -128,13 +128,13 @@ TEST(BoneTransform, CompositionAppliesTheRightOneFirst)
     EXPECT_TRUE(near((move * turn) * Vector3(0, 0, 0), {1, 0, 0}));
 }
 
-TEST(BoneTransform, InverseUndoes)
+TEST(BoneTransform, CompositionWithTheInverseIsTheIdentity)
 {
     Random random(42);
     for (int trial = 0; trial < 500; ++trial) {
         SCOPED_TRACE(trial);
         BoneTransform const bone = randomBone(random);
-        if (std::fabs(bone.linear.determinant()) < 0.05) continue; // ill-conditioned: not what is tested here
+        if (std::fabs(bone.linear.determinant()) < 0.05) continue; // ill-conditioned
         EXPECT_TRUE(near(bone * bone.inverse(), BoneTransform(), 1e-10));
     }
 }
@@ -148,7 +148,7 @@ TEST(BoneTransform, InverseOfASingularMapIsZero)
     EXPECT_EQ(flat.inverse().translation, Vector3());
 }
 
-TEST(BoneInterpolate, OutsideTheOpenIntervalTheEndsAreExact)
+TEST(BoneInterpolate, OutsideTheOpenIntervalTheResultIsExactlyAnEnd)
 {
     Random random(43);
     BoneTransform const target = randomBone(random);
@@ -158,7 +158,7 @@ TEST(BoneInterpolate, OutsideTheOpenIntervalTheEndsAreExact)
     EXPECT_TRUE(same(BoneTransform::interpolate(target, 2.0), target));
 }
 
-TEST(BoneInterpolate, NaNGoesOnToTheGeneralSteps)
+TEST(BoneInterpolate, ANaNFractionGivesNaN)
 {
     BoneTransform const target = rotation({0, 0, 1}, 1.0, {1, 2, 3});
     BoneTransform const blended = BoneTransform::interpolate(target, kNaN);
@@ -166,7 +166,7 @@ TEST(BoneInterpolate, NaNGoesOnToTheGeneralSteps)
     EXPECT_TRUE(std::isnan(blended.linear(0, 0)));
 }
 
-TEST(BoneInterpolate, TurnsARotationByAFractionOfItsAngle)
+TEST(BoneInterpolate, RotatesByTheFractionOfTheAngle)
 {
     Random random(44);
     for (int trial = 0; trial < 500; ++trial) {
@@ -181,7 +181,7 @@ TEST(BoneInterpolate, TurnsARotationByAFractionOfItsAngle)
     }
 }
 
-TEST(BoneInterpolate, RaisesAStretchToAPower)
+TEST(BoneInterpolate, RaisesTheStretchToThePowerOfTheFraction)
 {
     BoneTransform target;
     target.linear = Matrix3(Vector3(4, 0, 0), Vector3(0, 1, 0), Vector3(0, 0, 0.25));
@@ -189,22 +189,21 @@ TEST(BoneInterpolate, RaisesAStretchToAPower)
     EXPECT_TRUE(near(half.linear, Matrix3(Vector3(2, 0, 0), Vector3(0, 1, 0), Vector3(0, 0, 0.5))));
 }
 
-TEST(BoneInterpolate, StretchAndRotationMeetTheTargetAtTheEnd)
+TEST(BoneInterpolate, ApproachesTheTargetAsTheFractionApproachesOne)
 {
     Random random(45);
     for (int trial = 0; trial < 500; ++trial) {
         SCOPED_TRACE(trial);
         BoneTransform const target = randomBone(random);
         double const stretch = target.linear.determinant();
-        if (stretch < 0.1 || stretch > 10) continue; // beyond, rounding of the eigenvalues dominates
+        if (stretch < 0.1 || stretch > 10) continue; // the rounding of the eigenvalues dominates there
         BoneTransform const blended = BoneTransform::interpolate(target, 1 - 1e-9);
         EXPECT_TRUE(near(blended.linear, target.linear, 1e-5));
     }
 }
 
-TEST(BoneInterpolate, ASingularTargetStaysFinite)
+TEST(BoneInterpolate, ASingularTargetGivesFiniteNumbers)
 {
-    // A singular target gives what the zero inverse leads to: finite numbers, no failure.
     BoneTransform flat;
     flat.linear.zero();
     BoneTransform const half = BoneTransform::interpolate(flat, 0.5);
@@ -212,7 +211,7 @@ TEST(BoneInterpolate, ASingularTargetStaysFinite)
     EXPECT_EQ(half.linear(0, 0), 0.0);
 }
 
-TEST(BoneInterpolate, BetweenTranslationsIsTheMean)
+TEST(BoneInterpolate, HalfwayBetweenTwoTranslationsIsTheirMean)
 {
     BoneTransform a;
     BoneTransform b;
@@ -221,7 +220,7 @@ TEST(BoneInterpolate, BetweenTranslationsIsTheMean)
     EXPECT_TRUE(near(BoneTransform::interpolate(a, b, 0.5), rotation({0, 0, 1}, 0.0, {2, 2, 2})));
 }
 
-TEST(BoneInterpolate, BetweenTwoIsFromTimesTheBlendOfTheirDifference)
+TEST(BoneInterpolate, BetweenTwoTransformsIsTheFirstTimesTheInterpolatedDifference)
 {
     Random random(46);
     for (int trial = 0; trial < 200; ++trial) {
@@ -234,8 +233,8 @@ TEST(BoneInterpolate, BetweenTwoIsFromTimesTheBlendOfTheirDifference)
     }
 }
 
-// Holds the grouping of every product: rounding tells them apart.
-TEST(BoneTransform, SameBitsAsThePlainWay)
+// A different grouping of the products would round differently and fail here.
+TEST(BoneTransform, HasTheBitsOfTheReference)
 {
     Random random(47);
     for (int trial = 0; trial < 3000; ++trial) {
@@ -243,17 +242,17 @@ TEST(BoneTransform, SameBitsAsThePlainWay)
         bool const hostile = random.oneIn(6);
         auto const point = [&] { return hostile ? random.hostilePoint() : random.point(); };
         Vector3 p[4] = {point(), point(), point(), point()};
-        if (random.oneIn(8)) p[3] = p[2] + (p[1] - p[0]); // moved
-        if (random.oneIn(8)) p[3] = p[2] - (p[1] - p[0]); // opposite
+        if (random.oneIn(8)) p[3] = p[2] + (p[1] - p[0]); // the same direction and length
+        if (random.oneIn(8)) p[3] = p[2] - (p[1] - p[0]); // the opposite direction
         if (random.oneIn(20)) p[1] = p[0];
         if (random.oneIn(20)) p[3] = p[2];
         double const twist = random.oneIn(4) ? 0.0 : random.uniform(-4, 4);
-        EXPECT_TRUE(
-            same(BoneTransform(p[0], p[1], p[2], p[3], twist), reference::boneTransform(p[0], p[1], p[2], p[3], twist)));
+        EXPECT_TRUE(same(BoneTransform(p[0], p[1], p[2], p[3], twist),
+                         reference::boneTransform(p[0], p[1], p[2], p[3], twist)));
     }
 }
 
-TEST(BoneInterpolate, SameBitsAsThePlainWay)
+TEST(BoneInterpolate, HasTheBitsOfTheReference)
 {
     Random random(48);
     for (int trial = 0; trial < 3000; ++trial) {
@@ -264,7 +263,7 @@ TEST(BoneInterpolate, SameBitsAsThePlainWay)
         if (random.oneIn(8)) b.linear = random.uniform(-2, 2) * Matrix3();
         if (random.oneIn(8)) b.linear.tensor(random.point(), random.point());
         if (random.oneIn(10)) b.linear = Matrix3(random.hostilePoint(), random.point(), random.point());
-        if (random.oneIn(10)) a = BoneTransform(); // its inverse translates by -0.0
+        if (random.oneIn(10)) a = BoneTransform(); // the translation of its inverse is -0.0
         if (random.oneIn(10)) b.translation = Vector3();
         double const t = random.uniform(-0.2, 1.2);
         EXPECT_TRUE(same(BoneTransform::interpolate(b, t), reference::interpolate(b, t)));
@@ -274,9 +273,10 @@ TEST(BoneInterpolate, SameBitsAsThePlainWay)
     }
 }
 
-TEST(BoneInterpolate, AnEigenvalueBelowZeroByRoundingIsTakenByItsMagnitude)
+TEST(BoneInterpolate, TheMagnitudeOfANegativeEigenvalueIsUsed)
 {
-    // Flat but for rounding, and large enough for the inverse to exist: without the magnitude some would be NaN.
+    // Singular except for rounding, and so large that the determinant exceeds the threshold of the inverse. Rounding
+    // makes some eigenvalues negative; their square roots would be NaN.
     Random random(49);
     int negative = 0;
     for (int trial = 0; trial < 500; ++trial) {

@@ -14,7 +14,7 @@ namespace {
 using test::Random;
 using test::sameBits;
 
-double const kRounding = 1e-14; // a few roundings of numbers near 1
+constexpr double kRounding = 1e-14; // a few roundings of numbers near 1
 
 BoneTransform translation(double x, double y, double z)
 {
@@ -23,7 +23,8 @@ BoneTransform translation(double x, double y, double z)
     return result;
 }
 
-// One vertex at (1, 2, 3) with normal z, unplaced, under two bones that translate along x and y.
+// One vertex at (1, 2, 3) with the normal z and the default placement. Bone 0 translates along x, bone 1 along y, and
+// bone 2 is the identity.
 struct OneVertex
 {
     smart_ptr<DisplayData> display{new DisplayData};
@@ -50,7 +51,7 @@ struct OneVertex
 
 } // namespace
 
-TEST(GetTransformed, WithoutWeightTableTheVertexIsPlaced)
+TEST(GetTransformed, WithoutAWeightTableTheVertexIsOnlyPlaced)
 {
     OneVertex scene;
     scene.display->placement = Transform(2.0);
@@ -60,7 +61,7 @@ TEST(GetTransformed, WithoutWeightTableTheVertexIsPlaced)
     EXPECT_EQ(normal, Vector3(0, 0, 1));
 }
 
-TEST(GetTransformed, WithoutInfluencesTheVertexIsPlaced)
+TEST(GetTransformed, WithoutInfluencesTheVertexIsOnlyPlaced)
 {
     OneVertex scene;
     scene.influence({});
@@ -70,7 +71,7 @@ TEST(GetTransformed, WithoutInfluencesTheVertexIsPlaced)
     EXPECT_EQ(normal, Vector3(0, 0, 1));
 }
 
-TEST(GetTransformed, ALoneInfluenceIsWeightedForThePositionAloneButFullWithTheNormal)
+TEST(GetTransformed, ASingleInfluenceIsWeightedWithoutANormalAndFullWithOne)
 {
     OneVertex scene;
     scene.influence({{0, 0.3}});
@@ -80,7 +81,7 @@ TEST(GetTransformed, ALoneInfluenceIsWeightedForThePositionAloneButFullWithTheNo
     EXPECT_EQ(scene.positionWithNormal(normal), moved);
 }
 
-TEST(GetTransformed, ANegativeBoneIsTheIdentityForThePositionAlone)
+TEST(GetTransformed, ANegativeBoneIsTheIdentityWithoutANormal)
 {
     OneVertex scene;
     scene.influence({{-1, 0.5}, {0, 0.5}});
@@ -105,10 +106,11 @@ TEST(GetTransformed, SumsInListOrder)
     scene.influence({{0, 1.0}, {1, 1.0}, {2, 1.0}});
     double const forward = scene.position().x;
     scene.influence({{2, 1.0}, {0, 1.0}, {1, 1.0}});
-    EXPECT_NE(forward, scene.position().x) << "big terms first leave the small one; small first lose it";
+    EXPECT_NE(forward, scene.position().x)
+        << "the small term survives only if the large ones cancel before it is added";
 }
 
-TEST(GetTransformed, ASumOfPositionsStartsFromZero)
+TEST(GetTransformed, TheSumOfPositionsStartsFromZero)
 {
     OneVertex scene;
     scene.display->surface->positions = {Vector3(-0.0, -0.0, -0.0)};
@@ -120,8 +122,8 @@ TEST(GetTransformed, ASumOfPositionsStartsFromZero)
 
 TEST(GetTransformed, NormalsFollowTheDeformedTangents)
 {
-    // A stretch along x by 2 turns the normal (1, 1, 0) towards y: (0.5, 1, 0), where rotating it as a vector would
-    // give (2, 1, 0).
+    // A stretch along x by 2 changes the normal (1, 1, 0) to (0.5, 1, 0). Applied to the normal as to a vector, it
+    // would give (2, 1, 0).
     OneVertex scene;
     scene.display->surface->normals = {UVector3(1, 1, 0)};
     BoneTransform stretch;
@@ -133,17 +135,17 @@ TEST(GetTransformed, NormalsFollowTheDeformedTangents)
     EXPECT_NEAR(dist(normal, UVector3(0.5, 1, 0)), 0, kRounding);
 }
 
-TEST(GetTransformed, PlacementTurnsAndMirrorsTheNormal)
+TEST(GetTransformed, PlacementRotatesAndMirrorsTheNormal)
 {
     OneVertex scene;
     scene.display->placement = Transform(-2.0);
     scene.display->placement.translation = Vector3(100, 100, 100);
     UVector3 normal;
     EXPECT_EQ(scene.positionWithNormal(normal), Vector3(98, 96, 94));
-    EXPECT_EQ(normal, Vector3(0, 0, -1)) << "translation does not touch a direction, a negative scale reverses it";
+    EXPECT_EQ(normal, Vector3(0, 0, -1)) << "a translation does not change a direction, a negative scale reverses it";
 }
 
-TEST(GetTransformed, EqualsThePlainWayOnRandomScenes)
+TEST(GetTransformed, HasTheBitsOfTheReferenceOnRandomScenes)
 {
     Random random(51);
     for (int trial = 0; trial < 300; ++trial) {
@@ -153,18 +155,18 @@ TEST(GetTransformed, EqualsThePlainWayOnRandomScenes)
         if (trial % 3 == 0) display->boneWeights->influences[3] = {{-1, 0.5}, {2, 0.5}};
         for (int v = 0; v < 20; ++v) {
             EXPECT_TRUE(sameBits(figure->getTransformed(v, display), reference::getTransformed(*figure, v, *display)));
-            if (trial % 3 == 0 && v == 3) continue; // a negative bone has no meaning where a normal is asked for
-            UVector3 ours;
-            UVector3 theirs;
+            if (trial % 3 == 0 && v == 3) continue; // a negative bone is not allowed with a normal
+            UVector3 newNormal;
+            UVector3 referenceNormal;
             UVector3 const& normal = display->surface->normals[v];
-            EXPECT_TRUE(sameBits(figure->getTransformed(v, display, normal, ours),
-                                 reference::getTransformed(*figure, v, *display, normal, theirs)));
-            EXPECT_TRUE(sameBits(ours, theirs));
+            EXPECT_TRUE(sameBits(figure->getTransformed(v, display, normal, newNormal),
+                                 reference::getTransformed(*figure, v, *display, normal, referenceNormal)));
+            EXPECT_TRUE(sameBits(newNormal, referenceNormal));
         }
     }
 }
 
-TEST(GetTransformed, WorksOnCurves)
+TEST(GetTransformed, AcceptsCurves)
 {
     smart_ptr<CurveDisplayData> curve(new CurveDisplayData);
     curve->geometry = smart_ptr<GeometryData>(new GeometryData);
@@ -172,7 +174,7 @@ TEST(GetTransformed, WorksOnCurves)
     EXPECT_EQ(BoneTransformVector().getTransformed(0, curve), Vector3(1, 2, 3));
 }
 
-TEST(BoneTransformModifyer, EqualsThePlainWay)
+TEST(BoneTransformModifyer, HasTheBitsOfTheReference)
 {
     Random random(52);
     for (int const vertices : {0, 1, 2, 7, 8, 9, 16, 31, 64, 333}) {
@@ -194,7 +196,7 @@ TEST(BoneTransformModifyer, EqualsThePlainWay)
     }
 }
 
-TEST(BoneTransformModifyer, EqualsThePlainWayOnHostileNumbers)
+TEST(BoneTransformModifyer, HasTheBitsOfTheReferenceOnHostileNumbers)
 {
     Random random(53);
     for (int trial = 0; trial < 300; ++trial) {
@@ -223,7 +225,7 @@ TEST(BoneTransformModifyer, EqualsThePlainWayOnHostileNumbers)
     }
 }
 
-TEST(BoneTransformModifyer, LeavesTheSourceAlone)
+TEST(BoneTransformModifyer, DoesNotChangeTheSource)
 {
     Random random(54);
     smart_ptr<DisplayData> const display = test::randomDisplay(random, 10, 3);
@@ -233,14 +235,14 @@ TEST(BoneTransformModifyer, LeavesTheSourceAlone)
     EXPECT_EQ(display->surface->referenceCount, 1);
 }
 
-TEST(BoneTransformModifyer, TakesPositionsFromTheHostsOwnGetter)
+TEST(BoneTransformModifyer, TakesPositionsFromAnOverriddenGetter)
 {
-    struct Elsewhere : DisplayData
+    struct GeometryElsewhere : DisplayData
     {
         smart_ptr<GeometryData> other{new GeometryData};
         smart_ptr<GeometryData const> getGeometry() const override { return other; }
     };
-    smart_ptr<Elsewhere> display(new Elsewhere);
+    smart_ptr<GeometryElsewhere> display(new GeometryElsewhere);
     display->surface = smart_ptr<SurfaceGeometryData>(new SurfaceGeometryData);
     display->surface->positions = {Vector3(1, 1, 1)};
     display->surface->normals = {UVector3(0, 0, 1)};
@@ -249,7 +251,7 @@ TEST(BoneTransformModifyer, TakesPositionsFromTheHostsOwnGetter)
     EXPECT_EQ(BoneTransformModifyer(figure)(smart_ptr<DisplayData const>(display))->positions[0], Vector3(5, 6, 7));
 }
 
-TEST(BoneTransformModifyer, ListsThatDoNotMatchEndAtTheShortest)
+TEST(BoneTransformModifyer, DeformsOnlyVerticesThatAllListsReach)
 {
     Random random(55);
     for (int shortened = 0; shortened < 3; ++shortened) {

@@ -1,7 +1,7 @@
 #pragma once
 
-/// The map of a bone and the blend of maps, one product a step in the order of their definition: the oracle that holds
-/// how the products are grouped.
+/// Reference implementation of bone transforms and their interpolation: one matrix product a step, in the order of the
+/// definition. The tests compare bits with it, which fixes how the library groups the products.
 
 #include <cmath>
 

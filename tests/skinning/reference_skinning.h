@@ -1,7 +1,7 @@
 #pragma once
 
-/// The plain way to deform a surface: one vertex at a time, everything fetched anew, written straight from the
-/// definition. The oracle for the library's way.
+/// Reference implementation of the deformation of a surface, written directly from the definition: one vertex at a
+/// time, with every getter called again for each vertex.
 
 #include <sinew/core/vector_geometry.h>
 #include <sinew/skinning/bone_transform_vector.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-/// A small host for the skinning tests: surfaces with random influences, placed somewhere.
+/// Input for the skinning tests: surfaces with random influences and placements.
 
 #include <sinew/skinning/bone_transform_vector.h>
 
@@ -40,7 +40,7 @@ inline smart_ptr<SurfaceGeometryData> randomSurface(Random& random, int vertices
     return surface;
 }
 
-/// Influence lists of 0 to `most` entries over `bones` bones; weights need not sum to 1.
+/// Influence lists of 0 to `most` elements that refer to `bones` bones. The weights do not sum to 1.
 inline smart_ptr<BoneWeightTable> randomWeights(Random& random, int vertices, int bones, int most)
 {
     smart_ptr<BoneWeightTable> table(new BoneWeightTable);

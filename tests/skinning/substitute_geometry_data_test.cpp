@@ -18,7 +18,7 @@ namespace {
 using test::Random;
 using test::sameBits;
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 smart_ptr<DisplayData> triangleAtScale(double scale)
 {
@@ -55,7 +55,7 @@ TEST(MirrorGuard, PositiveScaleSubstitutesNothing)
         EXPECT_EQ(guard.savedPlacement.scale, 2);
         display->placement = Transform(3.0);
     }
-    EXPECT_EQ(display->placement.scale, 3) << "an idle guard puts nothing back";
+    EXPECT_EQ(display->placement.scale, 3) << "a guard that substitutes nothing restores nothing";
     EXPECT_EQ(display->surface, surface);
     EXPECT_EQ(surface->referenceCount, 2);
 }
@@ -70,8 +70,8 @@ TEST(MirrorGuard, NegativeZeroAndNaNScalesReverseTheWinding)
             SubstituteGeometryData const guard(display);
             EXPECT_EQ(display->surface->indices, kReversed);
             EXPECT_TRUE(sameBits(display->surface->positions, surface->positions));
-            EXPECT_TRUE(sameBits(display->placement.scale, scale)) << "the placement stays";
-            EXPECT_EQ(surface->indices, kOriginal) << "the original is not touched";
+            EXPECT_TRUE(sameBits(display->placement.scale, scale)) << "the placement does not change";
+            EXPECT_EQ(surface->indices, kOriginal) << "the original does not change";
         }
         EXPECT_EQ(display->surface, surface);
         EXPECT_EQ(surface->referenceCount, 2);
@@ -79,7 +79,7 @@ TEST(MirrorGuard, NegativeZeroAndNaNScalesReverseTheWinding)
     }
 }
 
-TEST(Guards, DisplayDataWithoutASurfaceHasNoneAgainAfterwards)
+TEST(Guards, RestoreANullSurface)
 {
     smart_ptr<DisplayData> const display(new DisplayData);
     display->placement = Transform(-1.0);
@@ -92,7 +92,7 @@ TEST(Guards, DisplayDataWithoutASurfaceHasNoneAgainAfterwards)
     EXPECT_EQ(display->placement, Transform(-1.0));
 }
 
-TEST(BonesGuard, ShowsTheDeformedSurfaceInTheWorld)
+TEST(BonesGuard, SubstitutesTheDeformedSurfaceInWorldSpace)
 {
     Random random(61);
     smart_ptr<DisplayData> const display = test::randomDisplay(random, 40, 3);
@@ -104,7 +104,7 @@ TEST(BonesGuard, ShowsTheDeformedSurfaceInTheWorld)
     {
         SubstituteGeometryData const guard(display, bones);
         EXPECT_TRUE(sameBits(display->surface->positions, expected.positions));
-        EXPECT_EQ(display->placement, Transform()) << "or the placement would be applied twice";
+        EXPECT_EQ(display->placement, Transform()) << "the positions already include the placement";
         EXPECT_EQ(guard.savedPlacement, placement);
         EXPECT_EQ(guard.savedSurface, surface);
         EXPECT_EQ(guard.display, display);
@@ -118,7 +118,7 @@ TEST(BonesGuard, ShowsTheDeformedSurfaceInTheWorld)
     EXPECT_EQ(bones->referenceCount, 1);
 }
 
-TEST(BonesGuard, ReversesTheWindingBelowZeroOnly)
+TEST(BonesGuard, ReversesTheWindingOnlyForANegativeScale)
 {
     for (double const scale : {1.0, 0.0, -0.0, kNaN}) {
         smart_ptr<DisplayData> const display = triangleAtScale(scale);
@@ -130,7 +130,7 @@ TEST(BonesGuard, ReversesTheWindingBelowZeroOnly)
     EXPECT_EQ(display->surface->indices, kReversed);
 }
 
-TEST(BonesGuard, PutsBackWhateverTheHostAssignedInBetween)
+TEST(BonesGuard, RestoresTheOriginalWhateverTheHostAssigned)
 {
     smart_ptr<DisplayData> const display = triangleAtScale(-2);
     smart_ptr<SurfaceGeometryData> const surface = display->surface;
@@ -143,7 +143,7 @@ TEST(BonesGuard, PutsBackWhateverTheHostAssignedInBetween)
     EXPECT_EQ(display->placement, Transform(-2.0));
 }
 
-TEST(BonesGuard, NestedGuardsUnwindInReverseOrder)
+TEST(BonesGuard, NestedGuardsRestoreInReverseOrder)
 {
     smart_ptr<DisplayData> const display = triangleAtScale(-1);
     smart_ptr<SurfaceGeometryData> const surface = display->surface;
@@ -158,7 +158,7 @@ TEST(BonesGuard, NestedGuardsUnwindInReverseOrder)
     EXPECT_EQ(display->placement, Transform(-1.0));
 }
 
-TEST(BonesGuard, IncompleteLastTriangleIsLeftAlone)
+TEST(MirrorGuard, AnIncompleteLastTriangleIsNotChanged)
 {
     smart_ptr<DisplayData> const display = triangleAtScale(-1);
     display->surface->indices = {0, 1, 2, 2};
@@ -166,7 +166,7 @@ TEST(BonesGuard, IncompleteLastTriangleIsLeftAlone)
     EXPECT_EQ(display->surface->indices, (std::vector<int>{1, 0, 2, 2}));
 }
 
-TEST(CurveGuard, RemembersAndRestoresTheGeometryOnly)
+TEST(CurveGuard, RestoresTheGeometryButNotThePlacement)
 {
     smart_ptr<CurveDisplayData> const curve(new CurveDisplayData);
     smart_ptr<GeometryData> const geometry(new GeometryData);
@@ -193,7 +193,7 @@ TEST(CurveGuard, AcceptsNullBones)
     EXPECT_EQ(guard.curve, curve);
 }
 
-TEST(Guards, SurviveEveryAllocationThatFails)
+TEST(Guards, LeaveEverythingUnchangedWhenAnAllocationFails)
 {
     Random random(62);
     smart_ptr<DisplayData> const display = test::randomDisplay(random, 20, 3);
@@ -204,7 +204,7 @@ TEST(Guards, SurviveEveryAllocationThatFails)
         bool finished = false;
         for (long k = 0; !finished; ++k) {
             SCOPED_TRACE(k);
-            ASSERT_LT(k, 1000) << "construction must need finitely many allocations";
+            ASSERT_LT(k, 1000) << "the construction never succeeds";
             bool failed = false;
             try {
                 test::FailingNew const failing(k);
@@ -226,7 +226,7 @@ TEST(Guards, SurviveEveryAllocationThatFails)
     }
 }
 
-TEST(GeometryData, CopiesKeepTheirOwnCounts)
+TEST(GeometryData, CopyingDoesNotCopyTheReferenceCount)
 {
     smart_ptr<SurfaceGeometryData> const a(new SurfaceGeometryData);
     smart_ptr<SurfaceGeometryData> const b(new SurfaceGeometryData);
@@ -257,16 +257,16 @@ TEST(GeometryData, IsDeletedOnceWhenItsCountReachesZero)
     EXPECT_EQ(deleted, 1);
 }
 
-TEST(Hooks, GoThroughTheHostsOverrides)
+TEST(IntrusiveFunctions, CallTheOverridesOfTheHost)
 {
-    struct Recycled : DecalDisplayData
+    struct CountingDecal : DecalDisplayData
     {
         mutable int added = 0;
         mutable int released = 0;
         void addReference() const override { ++added; }
         void releaseReference() const override { ++released; }
     };
-    Recycled decal;
+    CountingDecal decal;
     intrusive_ptr_add_ref(static_cast<DecalDisplayData const*>(&decal));
     intrusive_ptr_add_ref(static_cast<DisplayData const*>(&decal));
     intrusive_ptr_release(static_cast<DecalDisplayData const*>(&decal));
@@ -284,9 +284,9 @@ TEST(Hooks, GoThroughTheHostsOverrides)
     EXPECT_EQ(curve->referenceCount, 1);
 }
 
-// Hosts are built against this layout: fields in their order, counting operations in their slots.
+// Hosts are compiled against this layout: the order of the fields and the slots of the virtual functions.
 #if defined(__GNUC__) && defined(__x86_64__)
-TEST(Layout, FieldsStandInTheirOrder)
+TEST(Layout, FieldsHaveTheirDocumentedOrder)
 {
     SurfaceGeometryData surface;
     char const* const start = reinterpret_cast<char const*>(&surface);
@@ -304,7 +304,7 @@ TEST(Layout, FieldsStandInTheirOrder)
     EXPECT_EQ(reinterpret_cast<char const*>(&guard.savedPlacement) - guardStart, 64);
 }
 
-TEST(Layout, CountingStandsInSlotsThreeToFiveAndTheGeometryGetterInSix)
+TEST(Layout, CountingFunctionsHaveSlotsThreeToFiveAndTheGetterSlotSix)
 {
     struct Probe : DisplayData
     {
@@ -315,7 +315,8 @@ TEST(Layout, CountingStandsInSlotsThreeToFiveAndTheGeometryGetterInSix)
     Probe probe;
     DisplayData const original;
     auto const slots = [](void const* object) { return *static_cast<void* const* const*>(object); };
-    // Slots 0 and 1 hold the two destructors. Only what Probe overrides differs from DisplayData in 2 to 5.
+    // The indices here start at 0. Indices 0 and 1 are the two destructors. Of 2 to 5, only those that Probe overrides
+    // differ from DisplayData.
     EXPECT_NE(slots(&probe)[2], slots(&original)[2]);
     EXPECT_EQ(slots(&probe)[3], slots(&original)[3]);
     EXPECT_EQ(slots(&probe)[4], slots(&original)[4]);

@@ -1,4 +1,5 @@
-// Every kernel that this machine runs against the plain way.
+// The kernel at every vector width that this machine supports, against the reference implementation.
+
 #include <sinew/skinning/detail/surface_deformer.h>
 
 #include <gtest/gtest.h>
@@ -6,6 +7,7 @@
 #include "skinning/reference_skinning.h"
 #include "skinning/skinning_scene.h"
 #include "support/bits.h"
+#include "support/vector_widths.h"
 
 namespace {
 
@@ -13,21 +15,12 @@ using sinew::detail::VectorWidth;
 using test::Random;
 using test::sameBits;
 
-std::vector<VectorWidth> widthsHere()
-{
-    std::vector<VectorWidth> result = {VectorWidth::baseline};
-    VectorWidth const widest = sinew::detail::widestVectors();
-    if (widest != VectorWidth::baseline) result.push_back(VectorWidth::avx2);
-    if (widest == VectorWidth::avx512) result.push_back(VectorWidth::avx512);
-    return result;
-}
-
-void expectPlainBits(BoneTransformVector const& figure, DisplayData const& display)
+void expectReferenceBits(BoneTransformVector const& figure, DisplayData const& display)
 {
     SurfaceGeometryData expected;
     reference::deform(figure, display, expected);
     std::size_t const count = display.surface->positions.size();
-    for (VectorWidth const width : widthsHere()) {
+    for (VectorWidth const width : test::vectorWidths()) {
         SCOPED_TRACE(testing::Message() << "width " << static_cast<int>(width));
         std::vector<Vector3> positions(count);
         std::vector<UVector3> normals(count);
@@ -43,7 +36,7 @@ void expectPlainBits(BoneTransformVector const& figure, DisplayData const& displ
 
 } // namespace
 
-TEST(SurfaceDeformer, EveryKernelEqualsThePlainWay)
+TEST(SurfaceDeformer, HasTheBitsOfTheReferenceAtEveryWidth)
 {
     Random random(71);
     for (int trial = 0; trial < 400; ++trial) {
@@ -51,11 +44,11 @@ TEST(SurfaceDeformer, EveryKernelEqualsThePlainWay)
         smart_ptr<BoneTransformVector> const figure = test::randomBones(random, 7);
         smart_ptr<DisplayData> const display = test::randomDisplay(random, random.below(40), 7, 1 + trial % 8);
         if (random.oneIn(10)) display->boneWeights.reset();
-        expectPlainBits(*figure, *display);
+        expectReferenceBits(*figure, *display);
     }
 }
 
-TEST(SurfaceDeformer, EveryKernelTakesEveryBasisBranch)
+TEST(SurfaceDeformer, HasTheBitsOfTheReferenceInEveryBranchOfTheBasis)
 {
     Random random(72);
     smart_ptr<BoneTransformVector> const figure = test::randomBones(random, 3);
@@ -63,20 +56,20 @@ TEST(SurfaceDeformer, EveryKernelTakesEveryBasisBranch)
     display->placement = Transform();
     double const steps[] = {-1.0, -0.0, 0.0, 1e-14, 1.0};
     for (int i = 0; i < 125; ++i) {
-        // Null vectors, ties between components, and signs of zero.
+        // All combinations: null vectors, equal components, and both signs of zero.
         static_cast<Vector3&>(display->surface->normals[i]) = Vector3(steps[i % 5], steps[i / 5 % 5], steps[i / 25]);
     }
-    expectPlainBits(*figure, *display);
+    expectReferenceBits(*figure, *display);
 }
 
-TEST(SurfaceDeformer, ANormalWhoseSquaredLengthIsTheLimitIsNotNull)
+TEST(SurfaceDeformer, ANormalWithASquaredLengthOfTheThresholdIsNotNull)
 {
     Random random(73);
     smart_ptr<BoneTransformVector> const figure = test::randomBones(random, 1);
     smart_ptr<DisplayData> const display = test::randomDisplay(random, 2, 1, 1);
     display->placement = Transform();
     display->boneWeights.reset();
-    static_cast<Vector3&>(display->surface->normals[0]) = Vector3(1e-13, 0, 0); // squared, 1e-26 to the last bit
+    static_cast<Vector3&>(display->surface->normals[0]) = Vector3(1e-13, 0, 0); // its square is exactly 1e-26
     static_cast<Vector3&>(display->surface->normals[1]) = Vector3(0.99e-13, 0, 0);
-    expectPlainBits(*figure, *display);
+    expectReferenceBits(*figure, *display);
 }

@@ -9,7 +9,7 @@
 using sinew::detail::DegreeQueue;
 using sinew::detail::IndexSet;
 
-TEST(IndexSet, GivesTheSmallestFirst)
+TEST(IndexSet, RemovesTheSmallestMemberFirst)
 {
     test::Random random(20250330);
     for (int size : {1, 2, 63, 64, 65, 4095, 4096, 4097, 300000}) {
@@ -29,16 +29,16 @@ TEST(IndexSet, GivesTheSmallestFirst)
     }
 }
 
-TEST(DegreeQueue, GivesTheSmallestDegreeThenTheSmallestNode)
+TEST(DegreeQueue, PopsTheSmallestDegreeThenTheSmallestNode)
 {
     test::Random random(20250331);
-    int const n = 500;
+    constexpr int n = 500;
     DegreeQueue queue(n);
     std::set<std::pair<int, int>> expected; // degree, node
     for (int step = 0; step < 5000; ++step) {
         if (expected.empty() || random.oneIn(2)) {
             int const node = random.below(n);
-            int const degree = random.below(random.oneIn(2) ? 40 : n); // on both sides of the low degrees
+            int const degree = random.below(random.oneIn(2) ? 40 : n); // low degrees and high ones
             if (expected.insert({degree, node}).second) queue.push(node, degree);
         } else {
             auto const [node, degree] = queue.pop();

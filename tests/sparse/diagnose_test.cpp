@@ -9,13 +9,14 @@
 #include "support/random.h"
 
 using sinew::diagnose;
+using sinew::Finding;
 using sinew::MatrixDiagnosis;
-using sinew::MatrixFinding;
+using sinew::MatrixFault;
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 using Rows = std::vector<std::vector<std::pair<int, double>>>;
 
@@ -26,25 +27,23 @@ MatrixDiagnosis of(Rows rows)
     return diagnose(matrix);
 }
 
-// Three rows of which the middle one is given.
+// The diagnosis of a matrix of three rows, the middle one given and the others correct.
 MatrixDiagnosis withRow(Rows::value_type row)
 {
     return of({{{0, 4.0}}, std::move(row), {{2, 4.0}}});
 }
 
-void expectOnly(MatrixDiagnosis const& diagnosis, MatrixFinding::Kind kind, int row, int column, int count)
+void expectOnly(MatrixDiagnosis const& diagnosis, MatrixFault kind, std::vector<std::int64_t> const& indices)
 {
     ASSERT_EQ(diagnosis.findings.size(), 1u) << diagnosis.text();
-    MatrixFinding const& finding = diagnosis.findings[0];
+    Finding<MatrixFault> const& finding = diagnosis.findings[0];
     EXPECT_EQ(finding.kind, kind);
-    EXPECT_EQ(finding.row, row);
-    EXPECT_EQ(finding.column, column);
-    EXPECT_EQ(finding.count, count);
+    EXPECT_EQ(finding.indices, indices);
 }
 
 } // namespace
 
-TEST(Diagnose, FindsNothingWrongWithAGoodMatrix)
+TEST(Diagnose, FindsNothingInAPositiveDefiniteMatrix)
 {
     MatrixDiagnosis const diagnosis = of({{{0, 4.0}}, {{0, 2.0}, {1, 10.0}}});
     EXPECT_TRUE(diagnosis.wellFormed);
@@ -54,64 +53,66 @@ TEST(Diagnose, FindsNothingWrongWithAGoodMatrix)
     EXPECT_EQ(diagnosis.smallestPivotRow, 0);
     EXPECT_EQ(diagnosis.largestPivot, 9.0);
     EXPECT_EQ(diagnosis.largestPivotRow, 1);
-    EXPECT_EQ(diagnosis.text(), "The pivots range from 4 (row 0) to 9 (row 1).\n");
+    EXPECT_EQ(diagnosis.text(), "");
+    EXPECT_EQ(diagnosis.pivotText(), "The pivots range from 4 (row 0) to 9 (row 1).\n");
 }
 
-TEST(Diagnose, WithoutRows)
+TEST(Diagnose, ReportsAMatrixWithoutRows)
 {
     MatrixDiagnosis const diagnosis = of({});
     EXPECT_TRUE(diagnosis.wellFormed);
     EXPECT_FALSE(diagnosis.positiveDefinite);
-    expectOnly(diagnosis, MatrixFinding::noRows, -1, -1, 1);
+    expectOnly(diagnosis, MatrixFault::noRows, {});
     EXPECT_EQ(diagnosis.text(), "The matrix has no rows.\n");
     EXPECT_EQ(diagnosis.smallestPivotRow, -1);
+    EXPECT_EQ(diagnosis.pivotText(), "");
 }
 
-TEST(Diagnose, TellsAMissingFromAMisplacedAndARepeatedDiagonal)
+TEST(Diagnose, DistinguishesMissingMisplacedAndRepeatedDiagonals)
 {
-    expectOnly(withRow({{0, 1.0}}), MatrixFinding::missingDiagonal, 1, 1, 1);
-    expectOnly(withRow({}), MatrixFinding::missingDiagonal, 1, 1, 1);
-    expectOnly(withRow({{1, 4.0}, {0, 1.0}}), MatrixFinding::misplacedDiagonal, 1, 1, 1);
-    expectOnly(withRow({{1, 4.0}, {1, 5.0}}), MatrixFinding::repeatedDiagonal, 1, 1, 1);
+    expectOnly(withRow({{0, 1.0}}), MatrixFault::missingDiagonal, {1});
+    expectOnly(withRow({}), MatrixFault::missingDiagonal, {1});
+    expectOnly(withRow({{1, 4.0}, {0, 1.0}}), MatrixFault::misplacedDiagonal, {1});
+    expectOnly(withRow({{1, 4.0}, {1, 5.0}}), MatrixFault::repeatedDiagonal, {1});
     EXPECT_FALSE(withRow({{1, 4.0}, {1, 5.0}}).wellFormed);
 }
 
-TEST(Diagnose, TellsTheUpperTriangleFromColumnsOutOfRange)
+TEST(Diagnose, DistinguishesTheUpperTriangleFromColumnsOutOfRange)
 {
-    expectOnly(withRow({{2, 1.0}, {1, 4.0}}), MatrixFinding::upperTriangle, 1, 2, 1);
-    expectOnly(withRow({{3, 1.0}, {1, 4.0}}), MatrixFinding::columnOutOfRange, 1, 3, 1);
-    expectOnly(withRow({{-1, 1.0}, {1, 4.0}}), MatrixFinding::columnOutOfRange, 1, -1, 1);
-    expectOnly(withRow({{std::numeric_limits<int>::max(), 1.0}, {1, 4.0}}), MatrixFinding::columnOutOfRange, 1,
-               std::numeric_limits<int>::max(), 1);
+    expectOnly(withRow({{2, 1.0}, {1, 4.0}}), MatrixFault::upperTriangle, {1, 2});
+    expectOnly(withRow({{3, 1.0}, {1, 4.0}}), MatrixFault::columnOutOfRange, {1, 3});
+    expectOnly(withRow({{-1, 1.0}, {1, 4.0}}), MatrixFault::columnOutOfRange, {1, -1});
+    expectOnly(withRow({{std::numeric_limits<int>::max(), 1.0}, {1, 4.0}}), MatrixFault::columnOutOfRange,
+               {1, std::numeric_limits<int>::max()});
 }
 
-TEST(Diagnose, MentionsRepeatedPairsOfAMatrixThatIsFineOtherwise)
+TEST(Diagnose, ReportsRepeatedPairsOfAWellFormedMatrix)
 {
     MatrixDiagnosis const diagnosis = withRow({{0, 1.0}, {0, 2.0}, {0, 3.0}, {1, 4.0}});
-    expectOnly(diagnosis, MatrixFinding::repeatedPair, 1, 0, 1);
+    expectOnly(diagnosis, MatrixFault::repeatedPair, {1, 0});
     EXPECT_TRUE(diagnosis.wellFormed);
     EXPECT_TRUE(diagnosis.positiveDefinite);
 }
 
-TEST(Diagnose, MentionsNaNAndInfinity)
+TEST(Diagnose, ReportsNaNAndInfinity)
 {
     MatrixDiagnosis const nan = withRow({{0, kNaN}, {1, 4.0}});
-    expectOnly(nan, MatrixFinding::notANumber, 1, 0, 1);
+    expectOnly(nan, MatrixFault::notANumber, {1, 0});
     EXPECT_TRUE(std::isnan(nan.findings[0].value));
     EXPECT_TRUE(nan.wellFormed);
-    EXPECT_FALSE(nan.positiveDefinite) << "it factors, but with NaN pivots";
+    EXPECT_FALSE(nan.positiveDefinite) << "it factors with NaN pivots";
     EXPECT_EQ(nan.largestPivot, 4.0);
-    expectOnly(withRow({{1, kInfinity}}), MatrixFinding::infinite, 1, 1, 1);
+    expectOnly(withRow({{1, kInfinity}}), MatrixFault::infinite, {1, 1});
 }
 
 TEST(Diagnose, NamesTheFirstBadPivotInTheCallersNumbering)
 {
-    // The star's hub, row 0, is eliminated third: 1 - 1 - 1 / 4 * 4.
+    // The hub of the star, row 0, is eliminated third. Its pivot is 1 - 1 / 1 - 4 / 4.
     MatrixDiagnosis const diagnosis =
         of({{{0, 1.0}}, {{0, 1.0}, {1, 1.0}}, {{0, 2.0}, {2, 4.0}}, {{0, 1.0}, {3, 2.0}}});
     EXPECT_TRUE(diagnosis.wellFormed);
     EXPECT_FALSE(diagnosis.positiveDefinite);
-    expectOnly(diagnosis, MatrixFinding::badPivot, 0, 0, 1);
+    expectOnly(diagnosis, MatrixFault::badPivot, {0});
     EXPECT_EQ(diagnosis.findings[0].value, -1.0);
     EXPECT_EQ(diagnosis.findings[0].sentence,
               "Row 0 has the pivot -1, which is not positive: the matrix is not positive definite.");
@@ -119,17 +120,27 @@ TEST(Diagnose, NamesTheFirstBadPivotInTheCallersNumbering)
     EXPECT_EQ(diagnosis.largestPivotRow, 2);
 }
 
-TEST(Diagnose, CountsRowsAndNamesTheFirst)
+TEST(Diagnose, ListsAllRowsAndDescribesTheFirst)
 {
     Rows rows = {{{0, 1.0}}, {{5, 1.0}, {7, 1.0}, {1, 1.0}}, {{2, 1.0}}, {{6, 2.0}, {3, 1.0}}};
     MatrixDiagnosis const diagnosis = of(rows);
-    expectOnly(diagnosis, MatrixFinding::columnOutOfRange, 1, 5, 2);
-    EXPECT_EQ(diagnosis.text(), "Row 1 has an entry in column 5, outside the matrix. So has 1 other row.\n");
+    expectOnly(diagnosis, MatrixFault::columnOutOfRange, {1, 5, 3, 6});
+    EXPECT_EQ(diagnosis.findings[0].value, 1.0) << "the value of the first entry";
+    EXPECT_EQ(diagnosis.text(),
+              "Row 1 has an entry in column 5, outside the matrix; 1 other row has the same fault.\n");
     rows.push_back({{9, 1.0}, {4, 1.0}});
-    EXPECT_EQ(of(rows).text(), "Row 1 has an entry in column 5, outside the matrix. So have 2 other rows.\n");
+    EXPECT_EQ(of(rows).text(),
+              "Row 1 has an entry in column 5, outside the matrix; 2 other rows have the same fault.\n");
 }
 
-TEST(Diagnose, ReportsSeveralKindsEachWithASentence)
+TEST(Diagnose, ListsTheRowsAloneForFaultsOfTheDiagonal)
+{
+    MatrixDiagnosis const diagnosis = of({{}, {{1, 1.0}}, {{0, 1.0}}});
+    expectOnly(diagnosis, MatrixFault::missingDiagonal, {0, 2});
+    EXPECT_EQ(diagnosis.text(), "Row 0 has no diagonal entry; 1 other row has the same fault.\n");
+}
+
+TEST(Diagnose, ReportsEachKindWithASentenceInTheOrderOfKinds)
 {
     MatrixDiagnosis const diagnosis = of({{{0, kNaN}}, {{0, kInfinity}}, {{0, 1.0}, {0, 1.0}, {9, 1.0}, {2, 1.0}}});
     ASSERT_EQ(diagnosis.findings.size(), 5u);

@@ -5,12 +5,11 @@
 #include "sparse/matrices.h"
 #include "sparse/reference_sparse.h"
 #include "support/random.h"
+#include "support/vector_widths.h"
 
 using sinew::detail::Factorization;
 using sinew::detail::FactorMethod;
 using sinew::detail::NumericResult;
-using sinew::detail::panelKernel;
-using sinew::detail::PanelKernel;
 using sinew::detail::VectorWidth;
 using test::Random;
 
@@ -18,37 +17,42 @@ namespace {
 
 struct Variant
 {
-    char const* name;
     FactorMethod method;
-    PanelKernel kernel;
+    VectorWidth width;
+
+    std::string name() const
+    {
+        if (method == FactorMethod::rows) return "rows";
+        return "panels, vector width " + std::to_string(static_cast<int>(width));
+    }
+    NumericResult factor(SPDMatrix const& matrix, std::vector<int> const& perm) const
+    {
+        return Factorization(matrix.rows, perm, method).factor(matrix.rows, width);
+    }
 };
 
-// Every road to a factor that this machine can take.
+// Both methods, and the panels at every vector width of this machine, the baseline first.
 std::vector<Variant> variants()
 {
-    std::vector<Variant> result = {{"rows", FactorMethod::rows, nullptr}};
-    for (auto const& [name, width] :
-         {std::pair{"baseline", VectorWidth::baseline}, {"avx2", VectorWidth::avx2}, {"avx512", VectorWidth::avx512}}) {
-        if (PanelKernel const kernel = panelKernel(width)) result.push_back({name, FactorMethod::panels, kernel});
-    }
+    std::vector<Variant> result = {{FactorMethod::rows, VectorWidth::baseline}};
+    for (VectorWidth width : test::vectorWidths()) result.push_back({FactorMethod::panels, width});
     return result;
 }
 
-void expectAsPlain(SPDMatrix const& matrix)
+void expectAsReference(SPDMatrix const& matrix)
 {
     std::vector<int> const perm = matrix.computePerm();
     LLTMatrix const expected = reference::factor(matrix, perm);
     for (Variant const& variant : variants()) {
-        SCOPED_TRACE(variant.name);
-        NumericResult const result =
-            Factorization(matrix.rows, perm, variant.method).factor(matrix.rows, variant.kernel);
+        SCOPED_TRACE(variant.name());
+        NumericResult const result = variant.factor(matrix, perm);
         EXPECT_EQ(result.failedAt >= 0, expected.rows.empty() && !matrix.rows.empty());
         if (result.failedAt >= 0) continue;
         EXPECT_EQ(test::difference(result.factor, expected), "");
     }
 }
 
-// A random lower triangle with all entries up to `n`, diagonally dominant.
+// A random, diagonally dominant matrix with all n (n + 1) / 2 entries of its lower triangle.
 SPDMatrix dense(int n, Random& random)
 {
     return test::matrixOf(test::hubs(n, n), n, random);
@@ -56,12 +60,12 @@ SPDMatrix dense(int n, Random& random)
 
 } // namespace
 
-TEST(Factorization, EveryVariantGivesTheBitsOfPlain)
+TEST(Factorization, EveryVariantGivesTheBitsOfTheReference)
 {
     Random random(20250340);
     for (int trial = 0; trial < 1000; ++trial) {
         SCOPED_TRACE(trial);
-        expectAsPlain(test::randomShape(random, trial % 10 == 0 ? 400 : 60));
+        expectAsReference(test::randomShape(random, trial % 10 == 0 ? 400 : 60));
         if (HasFailure()) return;
     }
 }
@@ -71,12 +75,12 @@ TEST(Factorization, EveryVariantAgreesOnWidePanels)
     Random random(20250341);
     for (int n : {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 33, 47, 48, 49, 64, 65, 95, 97, 130}) {
         SCOPED_TRACE(n);
-        expectAsPlain(dense(n, random));
+        expectAsReference(dense(n, random));
     }
-    expectAsPlain(test::matrixOf(test::grid3D(12), 1728, random));
-    expectAsPlain(test::matrixOf(test::grid2D(70, 70), 4900, random));
-    expectAsPlain(test::matrixOf(test::randomGraph(500, 2500, random), 500, random));
-    expectAsPlain(test::matrixOf(test::shuffled(test::surfaceMesh(60, random), 3600, random), 3600, random));
+    expectAsReference(test::matrixOf(test::grid3D(12), 1728, random));
+    expectAsReference(test::matrixOf(test::grid2D(70, 70), 4900, random));
+    expectAsReference(test::matrixOf(test::randomGraph(500, 2500, random), 500, random));
+    expectAsReference(test::matrixOf(test::shuffled(test::surfaceMesh(60, random), 3600, random), 3600, random));
 }
 
 TEST(Factorization, EveryVariantAgreesOnHostileValues)
@@ -90,7 +94,7 @@ TEST(Factorization, EveryVariantAgreesOnHostileValues)
                 if (random.oneIn(200)) entry.second = random.hostile();
             }
         }
-        expectAsPlain(matrix);
+        expectAsReference(matrix);
         if (HasFailure()) return;
     }
 }
@@ -103,7 +107,7 @@ TEST(Factorization, EveryVariantAgreesOnDenormalsAndHugeNumbers)
         for (auto& row : matrix.rows) {
             for (auto& entry : row) entry.second *= scale;
         }
-        expectAsPlain(matrix);
+        expectAsReference(matrix);
     }
 }
 
@@ -114,21 +118,21 @@ TEST(Factorization, EveryVariantStopsAtTheFirstBadPivot)
         SCOPED_TRACE(trial);
         SPDMatrix matrix = test::randomShape(random, 150);
         int const n = static_cast<int>(matrix.rows.size());
-        for (int k = 0; k < 2; ++k) matrix.rows[random.below(n)].back().second = -random.uniform(0.0, 1.0);
+        for (int k = 0; k < 2; ++k)
+            matrix.rows[static_cast<std::size_t>(random.below(n))].back().second = -random.uniform(0.0, 1.0);
         std::vector<int> const perm = matrix.computePerm();
         int failedAt = -1;
         double pivot = 0;
         for (Variant const& variant : variants()) {
-            NumericResult const result =
-                Factorization(matrix.rows, perm, variant.method).factor(matrix.rows, variant.kernel);
+            NumericResult const result = variant.factor(matrix, perm);
             ASSERT_GE(result.failedAt, 0);
             ASSERT_EQ(result.pivots.size(), static_cast<std::size_t>(result.failedAt) + 1);
             if (failedAt < 0) {
                 failedAt = result.failedAt;
                 pivot = result.pivots.back();
             }
-            EXPECT_EQ(result.failedAt, failedAt) << variant.name;
-            EXPECT_EQ(result.pivots.back(), pivot) << variant.name;
+            EXPECT_EQ(result.failedAt, failedAt) << variant.name();
+            EXPECT_EQ(result.pivots.back(), pivot) << variant.name();
             EXPECT_LE(pivot, 0.0);
         }
     }
@@ -136,13 +140,14 @@ TEST(Factorization, EveryVariantStopsAtTheFirstBadPivot)
 
 TEST(Factorization, CountsEntriesAndUpdates)
 {
-    // A path of three without fill: two entries, one product for each pivot after the first.
+    // A path of three nodes has no fill-in: two entries, and one product for each pivot after the first.
     SPDMatrix path;
     path.rows = {{{0, 2.0}}, {{0, -1.0}, {1, 2.0}}, {{1, -1.0}, {2, 2.0}}};
     Factorization const ofPath(path.rows, path.computePerm());
     EXPECT_EQ(ofPath.entryCount(), 2);
     EXPECT_EQ(ofPath.updateCount(), 2);
-    // A full 4 x 4: 3 + 2 + 1 entries; a column with m below the diagonal changes m pivots and m (m - 1) / 2 entries.
+    // A full 4 x 4 matrix has 3 + 2 + 1 entries below the diagonal. A column with m of them updates m pivots and
+    // m (m - 1) / 2 entries.
     Random random(20250345);
     SPDMatrix const full = dense(4, random);
     Factorization const ofFull(full.rows, full.computePerm());

@@ -22,7 +22,7 @@ std::vector<double> randomVector(std::size_t n, Random& random)
     return result;
 }
 
-// A x in the caller's numbering, from the lower triangle.
+// A x in the caller's numbering, where `matrix` holds the lower triangle of A.
 std::vector<double> product(SPDMatrix const& matrix, std::vector<double> const& x)
 {
     std::vector<double> result(x.size(), 0.0);
@@ -37,7 +37,7 @@ std::vector<double> product(SPDMatrix const& matrix, std::vector<double> const& 
 
 } // namespace
 
-TEST(LLTMatrix, SolvesOneByOne)
+TEST(LLTMatrix, SolvesASystemOfOneUnknown)
 {
     SPDMatrix matrix;
     matrix.rows = {{{0, 4.0}}};
@@ -52,11 +52,11 @@ TEST(LLTMatrix, DividesByTheDiagonalTwice)
     matrix.rows = {{{0, 3.0}}, {{1, 7.0}}};
     std::vector<double> b = {1.0, 5.0};
     ASSERT_TRUE(matrix.factor().solve(b));
-    ASSERT_NE(5.0 / std::sqrt(7.0) / std::sqrt(7.0), 5.0 / 7.0) << "the case cannot tell the two apart";
+    ASSERT_NE(5.0 / std::sqrt(7.0) / std::sqrt(7.0), 5.0 / 7.0) << "the values must distinguish the two formulas";
     EXPECT_EQ(b, (std::vector<double>{1.0 / std::sqrt(3.0) / std::sqrt(3.0), 5.0 / std::sqrt(7.0) / std::sqrt(7.0)}));
 }
 
-TEST(LLTMatrix, WrongSizeLeavesTheRightHandSideAlone)
+TEST(LLTMatrix, WrongSizeLeavesTheRightHandSideUnchanged)
 {
     SPDMatrix matrix;
     matrix.rows = {{{0, 4.0}}, {{0, 1.0}, {1, 4.0}}};
@@ -98,7 +98,7 @@ TEST(LLTMatrix, InitMtTransposesWithAscendingRows)
 {
     LLTMatrix factor;
     factor.rows = {{}, {{0, 1.0}}, {{0, 2.0}, {1, 3.0}}};
-    factor.Mt = {{{7, 7.0}}}; // replaced, whatever it was
+    factor.Mt = {{{7, 7.0}}}; // wrong; it is replaced
     factor.initMt();
     EXPECT_EQ(factor.Mt, (decltype(factor.Mt){{{1, 1.0}, {2, 2.0}}, {{2, 3.0}}, {}}));
 }
@@ -113,14 +113,15 @@ TEST(LLTMatrix, SolutionHasASmallResidual)
         std::vector<double> x = b;
         ASSERT_TRUE(matrix.factor().solve(x));
         std::vector<double> const back = product(matrix, x);
-        // |x| stays below 100 (diagonal excess at least 0.01) and rows sum to at most about 50 * 100.
+        // |x| is below 100, because each diagonal exceeds the sum of its row by at least 0.01. The terms of a row
+        // therefore add up to at most about 50 * 100.
         for (std::size_t i = 0; i < b.size(); ++i) EXPECT_NEAR(back[i], b[i], 1e-10);
     }
 }
 
 TEST(LLTMatrix, SolvesInTheCallersNumbering)
 {
-    // perm of the star with its hub first is not its own inverse.
+    // A star with its hub first. Its permutation is not its own inverse, so an exchange of the two is detected.
     SPDMatrix matrix;
     matrix.rows = {{{0, 16.0}}, {{0, 0.0}, {1, 1.0}}, {{0, 0.0}, {2, 4.0}}, {{0, 0.0}, {3, 64.0}}};
     LLTMatrix const factor = matrix.factor();
@@ -130,7 +131,7 @@ TEST(LLTMatrix, SolvesInTheCallersNumbering)
     EXPECT_EQ(b, (std::vector<double>{1.0, 2.0, 3.0, 4.0}));
 }
 
-TEST(LLTMatrix, SameBitsAsPlain)
+TEST(LLTMatrix, SameBitsAsTheReference)
 {
     Random random(20250311);
     for (int trial = 0; trial < 300; ++trial) {
@@ -145,9 +146,10 @@ TEST(LLTMatrix, SameBitsAsPlain)
     }
 }
 
-TEST(LLTMatrix, SolvesWithWhateverItsFieldsHold)
+TEST(LLTMatrix, SolvesWithEditedFields)
 {
-    // Edited factors: values changed in `rows` alone, lists in another order, entries on either side of the diagonal.
+    // Values are changed in `rows` alone or in `Mt` alone, lists are reordered, and entries are added on both sides of
+    // the diagonal.
     Random random(20250312);
     for (int trial = 0; trial < 300; ++trial) {
         SCOPED_TRACE(trial);

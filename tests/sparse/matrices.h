@@ -1,6 +1,6 @@
 #pragma once
 
-/// Seeded sparse matrices of known shape, for tests and benches.
+/// Seeded sparse matrices of known graphs, for tests and benches.
 
 #include <algorithm>
 #include <cmath>
@@ -42,7 +42,7 @@ inline Edges grid3D(int size)
     return edges;
 }
 
-/// A closed surface: a torus of `size` x `size` vertices, each of its quads cut along a random diagonal.
+/// A closed triangle mesh: a torus of `size` x `size` vertices. Each quad is divided along a random diagonal.
 inline Edges surfaceMesh(int size, Random& random)
 {
     Edges edges;
@@ -79,7 +79,7 @@ inline Edges randomGraph(int n, int count, Random& random)
     return edges;
 }
 
-/// Every pair among the first `hubs` nodes and between them and the others: a clique if hubs = n, a star if hubs = 1.
+/// Edges between the first `hubCount` nodes and all others: a clique if hubCount = n, a star if hubCount = 1.
 inline Edges hubs(int n, int hubCount)
 {
     Edges edges;
@@ -89,7 +89,7 @@ inline Edges hubs(int n, int hubCount)
     return edges;
 }
 
-/// The hub 0 and a ring of all the others.
+/// Node 0 is connected with all others, which form a ring.
 inline Edges wheel(int n)
 {
     Edges edges = hubs(n, 1);
@@ -98,7 +98,7 @@ inline Edges wheel(int n)
     return edges;
 }
 
-/// The same graph with its nodes numbered at random.
+/// The same graph with its nodes renumbered at random.
 inline Edges shuffled(Edges edges, int n, Random& random)
 {
     std::vector<int> number(n);
@@ -111,7 +111,7 @@ inline Edges shuffled(Edges edges, int n, Random& random)
     return edges;
 }
 
-/// A diagonally dominant matrix of this graph: each pair of nodes once, columns in the order of the edges.
+/// A diagonally dominant matrix of this graph, with ascending columns. Repeated edges count once.
 inline SPDMatrix matrixOf(Edges edges, int n, Random& random)
 {
     for (auto& [a, b] : edges) {
@@ -141,7 +141,7 @@ inline void shuffleRows(SPDMatrix& matrix, Random& random)
     }
 }
 
-/// A graph of one of the shapes above, of at most about `limit` nodes, in its own or a random numbering.
+/// A matrix of one of the graphs above with at most `limit` nodes, in the numbering of the graph or a random one.
 inline SPDMatrix randomShape(Random& random, int limit)
 {
     int const n = 1 + random.below(limit);
@@ -194,7 +194,7 @@ inline std::size_t entryCount(LLTMatrix const& factor)
     return count;
 }
 
-/// What differs between two factors, or nothing.
+/// The name of the first field whose bits differ, or an empty string.
 inline std::string difference(LLTMatrix const& a, LLTMatrix const& b)
 {
     if (a.perm != b.perm) return "perm";

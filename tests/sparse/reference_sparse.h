@@ -1,7 +1,7 @@
 #pragma once
 
-/// The sparse solver the plain way: hashed neighbour sets and a row-by-row factor, each a few lines. It is slow, and
-/// it is the definition: the library must return the same permutation and the same bits.
+/// The reference implementation of the sparse solver: hashed sets of neighbours, and a factor computed row by row. It
+/// is slow. It defines the result: the library must return the same permutation and the same bits.
 
 #include <algorithm>
 #include <cmath>
@@ -49,7 +49,7 @@ inline std::vector<int> computePerm(SPDMatrix const& matrix)
     return perm;
 }
 
-/// Column, then value, with NaN above every number.
+/// Orders by column, then by value. NaN is greater than every number.
 inline bool entryBelow(std::pair<int, double> const& a, std::pair<int, double> const& b)
 {
     if (a.first != b.first) return a.first < b.first;
@@ -103,7 +103,7 @@ inline LLTMatrix factor(SPDMatrix const& matrix, std::vector<int> const& perm)
             marked[k] = true;
         };
         for (std::size_t k = 0; k + 1 < list.size(); ++k) reach(list[k].first);
-        for (std::size_t k = 0; k < pattern.size(); ++k) { // the list grows while it is walked
+        for (std::size_t k = 0; k < pattern.size(); ++k) { // the loop also visits the entries that it appends
             for (auto const& entry : colL[pattern[k]]) reach(entry.first);
         }
         std::sort(pattern.begin(), pattern.end());
@@ -128,7 +128,7 @@ inline LLTMatrix factor(SPDMatrix const& matrix, std::vector<int> const& perm)
             d -= l * l;
             result.rows[i].push_back({k, l});
         }
-        if (d <= 0) return LLTMatrix(); // false for NaN, which is let through
+        if (d <= 0) return LLTMatrix(); // false for NaN, which is not rejected
         result.diag[i] = std::sqrt(d);
         invDiag[i] = 1 / result.diag[i];
     }

@@ -8,7 +8,7 @@
 
 using test::Random;
 
-TEST(SolveMany, GivesEachRightHandSideTheBitsOfItsOwnSolve)
+TEST(SolveMany, EachSolutionHasTheBitsOfASingleSolve)
 {
     Random random(20250360);
     for (int count = 0; count <= 21; ++count) {
@@ -25,7 +25,7 @@ TEST(SolveMany, GivesEachRightHandSideTheBitsOfItsOwnSolve)
     }
 }
 
-TEST(SolveMany, OneWrongSizeLeavesAllUntouched)
+TEST(SolveMany, OneWrongSizeLeavesAllUnchanged)
 {
     SPDMatrix matrix;
     matrix.rows = {{{0, 4.0}}, {{0, 1.0}, {1, 4.0}}};

@@ -16,8 +16,8 @@ using test::sameBits;
 
 namespace {
 
-double const kNaN = std::numeric_limits<double>::quiet_NaN();
-double const kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 using Rows = std::vector<std::vector<std::pair<int, double>>>;
 
@@ -40,7 +40,7 @@ std::vector<int> identity(int n)
     return result;
 }
 
-void expectAsPlain(SPDMatrix const& matrix)
+void expectAsReference(SPDMatrix const& matrix)
 {
     EXPECT_EQ(matrix.computePerm(), reference::computePerm(matrix));
     EXPECT_EQ(test::difference(matrix.factor(), reference::factor(matrix)), "");
@@ -78,7 +78,7 @@ TEST(SPDMatrix, WithoutRowsGivesTheEmptyFactor)
     EXPECT_TRUE(isEmpty(SPDMatrix().factor()));
 }
 
-TEST(SPDMatrix, OneByOne)
+TEST(SPDMatrix, FactorsASingleRow)
 {
     LLTMatrix const factor = matrixOf({{{0, 4.0}}}).factor();
     EXPECT_EQ(factor.diag, std::vector<double>{2.0});
@@ -87,7 +87,7 @@ TEST(SPDMatrix, OneByOne)
     EXPECT_EQ(factor.perm, std::vector<int>{0});
 }
 
-TEST(SPDMatrix, DiagonalKeepsItsOrder)
+TEST(SPDMatrix, DiagonalMatrixKeepsItsOrder)
 {
     SPDMatrix matrix;
     for (int i = 0; i < 100; ++i) matrix.rows.push_back({{i, 1.0 + i}});
@@ -97,20 +97,21 @@ TEST(SPDMatrix, DiagonalKeepsItsOrder)
     for (int i = 0; i < 100; ++i) EXPECT_EQ(factor.diag[i], std::sqrt(1.0 + i));
 }
 
-TEST(SPDMatrix, TridiagonalIsEatenFromTheEndsWithoutFill)
+TEST(SPDMatrix, TridiagonalMatrixIsEliminatedFromTheEndsWithoutFillIn)
 {
     Rows rows = {{{0, 2.0}}};
     for (int i = 1; i < 7; ++i) rows.push_back({{i - 1, -1.0}, {i, 2.0}});
     SPDMatrix const matrix = matrixOf(rows);
-    // Degree 1 are 0 and 6; 0 is smaller and makes 1 an end, and so on until 6 is the last.
+    // Nodes 0 and 6 have degree 1, and 0 is the smaller one. After its elimination node 1 has degree 1, then node 2,
+    // and so on. Node 6 is the last one.
     EXPECT_EQ(matrix.computePerm(), identity(7));
     EXPECT_EQ(test::entryCount(matrix.factor()), 6u);
 }
 
 TEST(SPDMatrix, SmallestIndexWinsAmongEqualDegrees)
 {
-    // A ring of six: all have degree 2. 0 goes, 1 and 5 become neighbours and still have 2, so 1 is next, then 2;
-    // 3 then has the neighbours 4 and 5 alone.
+    // A ring of six nodes: all have degree 2. After the elimination of 0, nodes 1 and 5 are neighbours and still have
+    // degree 2. Therefore 1 is next, then 2. Node 3 then has the neighbours 4 and 5.
     Rows const rows = {{{0, 3.0}},
                        {{0, -1.0}, {1, 3.0}},
                        {{1, -1.0}, {2, 3.0}},
@@ -122,15 +123,16 @@ TEST(SPDMatrix, SmallestIndexWinsAmongEqualDegrees)
 
 TEST(SPDMatrix, PermIsThePositionNotTheOrder)
 {
-    // A star with its hub first: leaves 1 and 2 go first; 3 and the hub are then left with one neighbour each, and the
-    // hub has the smaller index.
+    // A star with its hub first. Leaves 1 and 2 are eliminated first. Then leaf 3 and the hub have one neighbour each,
+    // and the hub has the smaller index.
     Rows const rows = {{{0, 9.0}}, {{0, 1.0}, {1, 2.0}}, {{0, 1.0}, {2, 2.0}}, {{0, 1.0}, {3, 2.0}}};
     EXPECT_EQ(matrixOf(rows).computePerm(), (std::vector<int>{2, 0, 1, 3}));
 }
 
 TEST(SPDMatrix, FollowsTheDefiningSequenceOfRoundings)
 {
-    // One update by hand: L[2][1] = a21 * (1 / L11) - (L10 * L20) * (1 / L11), not a division, not one difference.
+    // One update by hand: L[2][1] = a21 * (1 / L11) - (L10 * L20) * (1 / L11). A division by L11, or one product of the
+    // difference with 1 / L11, would round differently.
     double const a = 3.1, b = 0.7, c = 5.3, d = 0.9, e = 1.3, f = 7.7;
     LLTMatrix const factor = matrixOf({{{0, a}}, {{0, b}, {1, c}}, {{0, d}, {1, e}, {2, f}}}).factor();
     ASSERT_EQ(factor.perm, identity(3));
@@ -164,11 +166,11 @@ TEST(SPDMatrix, PermutationDoesNotDependOnValues)
     EXPECT_EQ(matrix.computePerm(), identity(2));
 }
 
-TEST(SPDMatrix, NaNPivotIsLetThroughAndSpreads)
+TEST(SPDMatrix, NaNPivotIsAcceptedAndPropagates)
 {
     LLTMatrix const factor = matrixOf({{{0, kNaN}}, {{0, 1.0}, {1, 4.0}}, {{2, 9.0}}}).factor();
     ASSERT_EQ(factor.perm, (std::vector<int>{1, 2, 0}));
-    EXPECT_EQ(factor.diag[0], 3.0) << "the unconnected row is not touched";
+    EXPECT_EQ(factor.diag[0], 3.0) << "a row without connection to the NaN is not changed";
     EXPECT_TRUE(std::isnan(factor.diag[1]));
     EXPECT_TRUE(std::isnan(factor.diag[2]));
     EXPECT_TRUE(std::isnan(factor.rows[2][0].second));
@@ -218,14 +220,14 @@ TEST(SPDMatrix, LaterOfRepeatedZerosOfEitherSignWins)
 
 TEST(SPDMatrix, RepeatedColumnDoesNotRaiseTheDegree)
 {
-    // Node 2 has one neighbour, given three times; it ties with 0, and 1 has two.
+    // Node 2 has one neighbour, given three times. Its degree is therefore that of node 0; node 1 has two neighbours.
     Rows const rows = {{{0, 9.0}}, {{0, 1.0}, {1, 9.0}}, {{1, 1.0}, {1, 1.0}, {1, 1.0}, {2, 9.0}}, {{3, 9.0}}};
     SPDMatrix const matrix = matrixOf(rows);
     EXPECT_EQ(matrix.computePerm(), (std::vector<int>{1, 2, 3, 0}));
-    expectAsPlain(matrix);
+    expectAsReference(matrix);
 }
 
-TEST(SPDMatrix, MalformedRowsGiveTheEmptyAnswers)
+TEST(SPDMatrix, MalformedRowsGiveEmptyResults)
 {
     Rows const good = {{{0, 4.0}}, {{0, 1.0}, {1, 4.0}}, {{0, 1.0}, {1, 1.0}, {2, 4.0}}};
     ASSERT_FALSE(isEmpty(matrixOf(good).factor()));
@@ -258,21 +260,21 @@ TEST(SPDMatrix, ReproducesTheMatrix)
         SPDMatrix const matrix = test::randomShape(random, 80);
         LLTMatrix const factor = matrix.factor();
         ASSERT_EQ(factor.rows.size(), matrix.rows.size());
-        EXPECT_LT(residual(matrix, factor), 1e-12); // entries up to about 50, rounding of each about 1e-14
+        EXPECT_LT(residual(matrix, factor), 1e-12); // entries are at most about 50, with rounding errors near 1e-14
     }
 }
 
-TEST(SPDMatrix, SameBitsAsPlainOnManyShapes)
+TEST(SPDMatrix, SameBitsAsTheReferenceOnManyShapes)
 {
     Random random(20250302);
     for (int trial = 0; trial < 3000; ++trial) {
         SCOPED_TRACE(trial);
-        expectAsPlain(test::randomShape(random, trial % 10 == 0 ? 300 : 40));
+        expectAsReference(test::randomShape(random, trial % 10 == 0 ? 300 : 40));
         if (HasFailure()) return;
     }
 }
 
-TEST(SPDMatrix, SameBitsAsPlainOnRepeatedPairs)
+TEST(SPDMatrix, SameBitsAsTheReferenceOnRepeatedPairs)
 {
     Random random(20250303);
     for (int trial = 0; trial < 300; ++trial) {
@@ -286,11 +288,11 @@ TEST(SPDMatrix, SameBitsAsPlainOnRepeatedPairs)
                 row.insert(row.end() - 1, {column, value});
             }
         }
-        expectAsPlain(matrix);
+        expectAsReference(matrix);
     }
 }
 
-TEST(SPDMatrix, SameBitsAsPlainOnHostileValues)
+TEST(SPDMatrix, SameBitsAsTheReferenceOnHostileValues)
 {
     Random random(20250304);
     int failed = 0;
@@ -306,19 +308,19 @@ TEST(SPDMatrix, SameBitsAsPlainOnHostileValues)
         failed += factor.rows.empty();
         EXPECT_EQ(test::difference(factor, reference::factor(matrix)), "");
     }
-    EXPECT_GT(failed, 100) << "the input should meet both outcomes";
+    EXPECT_GT(failed, 100) << "the input must lead to both outcomes";
     EXPECT_LT(failed, 900);
 }
 
-TEST(SPDMatrix, SameBitsAsPlainOnLargerMatrices)
+TEST(SPDMatrix, SameBitsAsTheReferenceOnLargerMatrices)
 {
     Random random(20250305);
-    expectAsPlain(test::matrixOf(test::grid2D(60, 60), 3600, random));
-    expectAsPlain(test::matrixOf(test::grid3D(11), 1331, random));
-    expectAsPlain(test::matrixOf(test::shuffled(test::surfaceMesh(50, random), 2500, random), 2500, random));
-    expectAsPlain(test::matrixOf(test::hubs(2000, 5), 2000, random));
-    expectAsPlain(test::matrixOf(test::hubs(150, 150), 150, random));
-    expectAsPlain(test::matrixOf(test::wheel(3000), 3000, random));
-    expectAsPlain(test::matrixOf(test::shuffled(test::randomTree(3000, random), 3000, random), 3000, random));
-    expectAsPlain(test::matrixOf(test::randomGraph(1200, 2400, random), 1200, random));
+    expectAsReference(test::matrixOf(test::grid2D(60, 60), 3600, random));
+    expectAsReference(test::matrixOf(test::grid3D(11), 1331, random));
+    expectAsReference(test::matrixOf(test::shuffled(test::surfaceMesh(50, random), 2500, random), 2500, random));
+    expectAsReference(test::matrixOf(test::hubs(2000, 5), 2000, random));
+    expectAsReference(test::matrixOf(test::hubs(150, 150), 150, random));
+    expectAsReference(test::matrixOf(test::wheel(3000), 3000, random));
+    expectAsReference(test::matrixOf(test::shuffled(test::randomTree(3000, random), 3000, random), 3000, random));
+    expectAsReference(test::matrixOf(test::randomGraph(1200, 2400, random), 1200, random));
 }

@@ -22,7 +22,7 @@ std::int64_t pairCount(std::vector<std::vector<std::pair<int, double>>> const& r
 
 } // namespace
 
-TEST(SymbolicFactor, FactorsEveryMatrixOfThePatternWithTheBitsOfTheMatrixItself)
+TEST(SymbolicFactor, GivesTheBitsOfTheMatrixsOwnFactor)
 {
     Random random(20250350);
     for (int trial = 0; trial < 60; ++trial) {
@@ -34,13 +34,13 @@ TEST(SymbolicFactor, FactorsEveryMatrixOfThePatternWithTheBitsOfTheMatrixItself)
             EXPECT_EQ(test::difference(symbolic.factor(matrix), matrix.factor()), "");
             for (auto& row : matrix.rows) {
                 for (auto& entry : row) entry.second *= random.uniform(0.9, 1.1);
-                if (random.oneIn(100)) row.back().second = random.hostile(); // may cease to be positive definite
+                if (random.oneIn(100)) row.back().second = random.hostile(); // may make the matrix indefinite
             }
         }
     }
 }
 
-TEST(SymbolicFactor, TellsTheSizesBeforeAnyNumberIsComputed)
+TEST(SymbolicFactor, PredictsTheSizesOfTheFactor)
 {
     Random random(20250351);
     for (int trial = 0; trial < 50; ++trial) {
@@ -52,7 +52,7 @@ TEST(SymbolicFactor, TellsTheSizesBeforeAnyNumberIsComputed)
         EXPECT_EQ(symbolic.size(), n);
         EXPECT_EQ(symbolic.entryCount(), pairCount(factor.rows) + n);
         EXPECT_EQ(symbolic.fillCount(), pairCount(factor.rows) + n - pairCount(matrix.rows));
-        std::int64_t flops = 2 * n; // a root and a reciprocal each
+        std::int64_t flops = 2 * n; // a root and a reciprocal for each pivot
         std::int64_t bytes = 0;
         for (std::int64_t k = 0; k < n; ++k) {
             auto const below = static_cast<std::int64_t>(factor.Mt[k].size());
@@ -88,34 +88,34 @@ TEST(SymbolicFactor, CountsARepeatedPairOnce)
     EXPECT_EQ(test::difference(symbolic.factor(matrix), reference::factor(matrix)), "");
 }
 
-TEST(SymbolicFactor, RefusesAnotherPattern)
+TEST(SymbolicFactor, RejectsAnotherPattern)
 {
     Random random(20250353);
     SPDMatrix const matrix = test::matrixOf(test::grid2D(5, 5), 25, random);
     SymbolicFactor const symbolic(matrix);
     ASSERT_TRUE(symbolic.matches(matrix));
-    auto const refuses = [&](SPDMatrix const& other) {
+    auto const rejects = [&](SPDMatrix const& other) {
         return !symbolic.matches(other) && symbolic.factor(other).rows.empty();
     };
     SPDMatrix shorter = matrix;
     shorter.rows.pop_back();
-    EXPECT_TRUE(refuses(shorter));
+    EXPECT_TRUE(rejects(shorter));
     SPDMatrix longer = matrix;
     longer.rows.push_back({{25, 1.0}});
-    EXPECT_TRUE(refuses(longer));
+    EXPECT_TRUE(rejects(longer));
     SPDMatrix fuller = matrix;
     fuller.rows[7].insert(fuller.rows[7].begin(), {0, 0.0});
-    EXPECT_TRUE(refuses(fuller));
+    EXPECT_TRUE(rejects(fuller));
     SPDMatrix reordered = matrix;
     std::swap(reordered.rows[24][0], reordered.rows[24][1]);
-    EXPECT_TRUE(refuses(reordered));
+    EXPECT_TRUE(rejects(reordered));
     SPDMatrix moved = matrix;
     moved.rows[24][0].first -= 1;
-    EXPECT_TRUE(refuses(moved));
-    EXPECT_TRUE(refuses(SPDMatrix()));
+    EXPECT_TRUE(rejects(moved));
+    EXPECT_TRUE(rejects(SPDMatrix()));
 }
 
-TEST(SymbolicFactor, OfMalformedOrEmptyMatricesFactorsNothing)
+TEST(SymbolicFactor, MalformedOrEmptyMatricesGiveSizeZero)
 {
     SPDMatrix malformed;
     malformed.rows = {{{0, 1.0}}, {{0, 1.0}}};
@@ -147,9 +147,9 @@ TEST(SymbolicFactor, CanBeMoved)
 
 TEST(SymbolicFactor, CountsInSixtyFourBits)
 {
-    // A full matrix of 2000 rows takes about n^3 operations, more than 2^31, and is analysed in an instant.
+    // The factor of a full matrix takes about n^3 operations, here more than 2^31. The analysis alone is fast.
     Random random(20250355);
-    int const n = 2000;
+    constexpr int n = 2000;
     SymbolicFactor const symbolic(test::matrixOf(test::hubs(n, n), n, random));
     std::int64_t const size = n;
     EXPECT_EQ(symbolic.entryCount(), size * (size + 1) / 2);

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Comparison of results bit for bit: the way our own methods are compared with each other.
+/// Comparison of results bit for bit, for methods of sinew that must agree exactly.
 
 #include <cstring>
 #include <string>
@@ -15,7 +15,7 @@
 
 namespace test {
 
-/// Equal bits, except that any NaN equals any other: IEEE leaves the sign and payload of a NaN open.
+/// Whether both have the same bits. Any NaN equals any other NaN, because IEEE does not fix the sign and the payload.
 inline bool sameBits(double a, double b)
 {
     return (a != a && b != b) || std::memcmp(&a, &b, sizeof a) == 0;

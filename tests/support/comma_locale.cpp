@@ -26,7 +26,7 @@ bool setInstalled()
     return false;
 }
 
-// Few machines have a foreign locale installed, but most can compile one. Kept for the other test programs.
+// Few machines have such a locale installed, but most can compile one. The file is kept for the other test programs.
 bool setCompiled()
 {
     fs::path const directory = fs::temp_directory_path() / "sinew-test-locale";
@@ -46,8 +46,8 @@ class WholeProgram : public testing::Environment
 public:
     void SetUp() override
     {
-        char const* const wanted = std::getenv("SINEW_TEST_LOCALE");
-        if (wanted && std::string(wanted) == "comma") locale_.emplace();
+        char const* const name = std::getenv("SINEW_TEST_LOCALE");
+        if (name && std::string(name) == "comma") locale_.emplace();
     }
     void TearDown() override { locale_.reset(); }
 
@@ -61,7 +61,7 @@ testing::Environment* const wholeProgram = testing::AddGlobalTestEnvironment(new
 
 namespace test {
 
-// The global C++ locale goes first: setting one that has a name would set the C library's as well.
+// The global C++ locale is set first, because setting one that has a name sets that of the C library too.
 CommaLocale::CommaLocale()
     : nameBefore_(std::setlocale(LC_ALL, nullptr)),
       globalBefore_(std::locale::global(std::locale(std::locale::classic(), new Comma)))

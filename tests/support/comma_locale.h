@@ -1,16 +1,17 @@
 #pragma once
 
-/// A foreign locale for numbers: link comma_locale.cpp into the test program.
+/// A locale with a decimal comma. Link comma_locale.cpp into the test program.
 ///
-/// With SINEW_TEST_LOCALE=comma in its environment a whole test program runs under it.
+/// If the environment contains SINEW_TEST_LOCALE=comma, the whole test program runs under this locale.
 
 #include <locale>
 #include <string>
 
 namespace test {
 
-/// While it lives, 1234.5 is "1.234,5": for streams through std::locale::global, and for the C library's printing and
-/// scanning through setlocale, if the system has or can make a locale with a decimal comma.
+/// While an object of this class exists, 1234.5 is written "1.234,5". Streams take this from std::locale::global. The
+/// printing and scanning functions of the C library take it from setlocale, if the system has a locale with a decimal
+/// comma or can compile one. The destructor restores both.
 class CommaLocale
 {
 public:
@@ -19,7 +20,7 @@ public:
     CommaLocale(CommaLocale const&) = delete;
     CommaLocale& operator=(CommaLocale const&) = delete;
 
-    /// Whether the C library's half is in force.
+    /// Whether the C library uses a decimal comma now.
     static bool inCLibrary();
 
 private:

@@ -1,4 +1,4 @@
-// In a source of its own: the compiler must not see through the pairs while it compiles a test.
+// A separate source, so that the compiler cannot remove pairs of new and delete when it compiles a test.
 #include "support/failing_new.h"
 
 #include <atomic>
@@ -7,13 +7,13 @@
 
 namespace {
 
-// Allocations left until operator new fails; negative: it never does.
+// Number of allocations that still succeed. Negative: all succeed.
 long allocationsLeft = -1;
 
 std::atomic<long long> bytesSoFar{0};
 std::atomic<long long> countSoFar{0};
 
-void note(std::size_t size)
+void count(std::size_t size)
 {
     bytesSoFar += static_cast<long long>(size);
     ++countSoFar;
@@ -47,15 +47,15 @@ long long test::allocationCount()
     return countSoFar;
 }
 
-// All other forms of new and delete end in these.
+// All other forms of new and delete call these.
 void* operator new(std::size_t size)
 {
-    note(size);
+    count(size);
     return orThrow(std::malloc(size ? size : 1));
 }
 void* operator new(std::size_t size, std::align_val_t alignment)
 {
-    note(size);
+    count(size);
     auto const step = static_cast<std::size_t>(alignment);
     return orThrow(std::aligned_alloc(step, (size + step - 1) / step * step));
 }

@@ -1,10 +1,10 @@
 #pragma once
 
-/// A global operator new that counts, and fails on request: link failing_new.cpp into the test program.
+/// A global operator new that counts allocations and can be made to fail. Link failing_new.cpp into the test program.
 
 namespace test {
 
-/// While it lives, the allocation after `allowed` more ones fails with std::bad_alloc, and so does every later one.
+/// While an object of this class exists, `allowed` allocations succeed and all later ones throw std::bad_alloc.
 class FailingNew
 {
 public:
@@ -14,10 +14,10 @@ public:
     FailingNew& operator=(FailingNew const&) = delete;
 };
 
-/// The sizes of all allocations so far, summed, whether they were released or not.
+/// The sum of the sizes of all allocations so far, including those already released.
 long long allocatedBytes();
 
-/// How many allocations there were so far.
+/// The number of allocations so far.
 long long allocationCount();
 
 } // namespace test

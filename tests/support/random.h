@@ -1,10 +1,11 @@
 #pragma once
 
-/// Seeded random input. Only the raw 64-bit engine of the standard library is used: its distributions differ between
-/// implementations, and a failure must replay everywhere.
+/// Random input from a seed. Only the 64-bit engine of the standard library is used, not its distributions, which
+/// differ between implementations: a failure must be reproducible everywhere.
 
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <limits>
 #include <random>
 #include <vector>
@@ -14,16 +15,19 @@
 
 namespace test {
 
+/// A generator of numbers and points. The same seed gives the same sequence on every platform.
 class Random
 {
 public:
     explicit Random(std::uint64_t seed) : engine_(seed) {}
 
+    /// 64 random bits.
     std::uint64_t bits() { return engine_(); }
 
     /// Uniform in [0, n), n > 0.
     int below(int n) { return static_cast<int>(engine_() % static_cast<std::uint64_t>(n)); }
 
+    /// True with a probability of 1 / n, n > 0.
     bool oneIn(int n) { return below(n) == 0; }
 
     /// Uniform in [low, high).
@@ -33,43 +37,46 @@ public:
         return low + (high - low) * unit;
     }
 
-    /// Any sign, magnitude spread evenly over powers of two between 2^low and 2^high.
+    /// A number of either sign whose magnitude lies in [2^low, 2^high), with each power of two equally likely.
     double spread(int low = -40, int high = 40)
     {
-        // Drawn one by one: the order in which arguments are evaluated is the compiler's choice.
+        // One statement each, because the compiler chooses the order in which arguments are evaluated.
         double const significand = uniform(1.0, 2.0);
         double const magnitude = std::ldexp(significand, low + below(high - low));
         return oneIn(2) ? magnitude : -magnitude;
     }
 
-    /// Mostly ordinary numbers, now and then zero, a denormal, a huge number, an infinity or NaN.
+    /// An ordinary number, or with a probability of 1 / 8 a special one: zero, a denormal, a threshold, a huge
+    /// number, an infinity or NaN.
     double hostile()
     {
         using limits = std::numeric_limits<double>;
-        static double const odd[] = {0.0,
-                                     -0.0,
-                                     limits::denorm_min(),
-                                     limits::min(),
-                                     limits::max(),
-                                     1e13,
-                                     1e-13,
-                                     limits::infinity(),
-                                     -limits::infinity(),
-                                     limits::quiet_NaN(),
-                                     1e154,
-                                     limits::lowest(),
-                                     1e-8,
-                                     1.0};
-        if (oneIn(8)) return odd[below(static_cast<int>(sizeof odd / sizeof *odd))];
+        static constexpr double kSpecial[] = {0.0,
+                                              -0.0,
+                                              limits::denorm_min(),
+                                              limits::min(),
+                                              limits::max(),
+                                              1e13,
+                                              1e-13,
+                                              limits::infinity(),
+                                              -limits::infinity(),
+                                              limits::quiet_NaN(),
+                                              1e154,
+                                              limits::lowest(),
+                                              1e-8,
+                                              1.0};
+        if (oneIn(8)) return kSpecial[below(static_cast<int>(std::size(kSpecial)))];
         return oneIn(2) ? uniform() : spread();
     }
 
+    /// A point with coordinates in [low, high).
     Vector3 point(double low = -1.0, double high = 1.0)
     {
         double const x = uniform(low, high);
         double const y = uniform(low, high);
         return {x, y, uniform(low, high)};
     }
+    /// A point whose coordinates are `hostile` numbers.
     Vector3 hostilePoint()
     {
         double const x = hostile();

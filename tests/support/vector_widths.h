@@ -1,6 +1,6 @@
 #pragma once
 
-/// The vector widths that the kernels can be tested at here.
+/// The vector widths at which a test can run the kernels.
 
 #include <vector>
 

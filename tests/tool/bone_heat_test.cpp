@@ -1,8 +1,8 @@
 #include <tool/figure/bone_heat.h>
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+
+#include <gtest/gtest.h>
 
 #include <tool/io/weights.h>
 #include <tool/support/user_error.h>
@@ -11,7 +11,7 @@
 
 namespace {
 
-/// A closed tube around the x axis from 0 to `length`, with rings of `sectors` vertices and a vertex at either end.
+// A closed tube around the x axis from 0 to `length`, with rings of `sectors` vertices and a vertex at each end.
 struct Tube
 {
     std::vector<Vector3> positions;
@@ -44,7 +44,7 @@ struct Tube
 
 tool::Skeleton const kTwoBones = tool::parseTgf("1 0 0 0\n2 2 0 0\n3 4 0 0\n#\n1 2\n2 3\n", "s.tgf");
 
-void expectProper(tool::BoneHeat const& heat, std::size_t vertices)
+void expectValidWeights(tool::BoneHeat const& heat, std::size_t vertices)
 {
     ASSERT_EQ(heat.weights.size(), vertices);
     for (auto const& row : heat.weights) {
@@ -56,35 +56,36 @@ void expectProper(tool::BoneHeat const& heat, std::size_t vertices)
         }
         ASSERT_NEAR(sum, 1, 1e-14);
     }
-    EXPECT_GE(heat.lowest, -1e-12); // as solved: the tidying up has nothing to do
+    EXPECT_GE(heat.lowest, -1e-12); // the solution before clamping
     EXPECT_LE(heat.highest, 1 + 1e-12);
     EXPECT_LT(heat.largestSumError, 1e-12);
     EXPECT_LT(heat.largestResidual, 1e-12);
 }
 
-TEST(BoneHeat, FallsAlongATubeAndIsEvenAtTheJoint)
+TEST(BoneHeat, DecreasesAlongATubeAndIsOneHalfAtTheJoint)
 {
     Tube const tube(4, 0.4, 41, 12);
     tool::BoneHeat const heat = tool::boneHeat(tube.positions, tube.triangles, kTwoBones);
-    expectProper(heat, tube.positions.size());
+    expectValidWeights(heat, tube.positions.size());
     for (int i = 0; i + 1 < 41; ++i) EXPECT_GT(heat.weights[12u * i][0], heat.weights[12u * (i + 1)][0]) << i;
     EXPECT_NEAR(heat.weights[12 * 20][0], 0.5, 1e-9);
     EXPECT_GT(heat.weights[0][0], 0.95);
     EXPECT_EQ(heat.pieces, 1);
 }
 
-TEST(BoneHeat, FollowsTheFlatSolutionOfItsEquation)
+TEST(BoneHeat, AgreesWithTheOneDimensionalSolution)
 {
-    // Far from its ends a tube's weights obey w'' = w / r^2 on either side of the joint: exp(-|x| / r) / 2.
+    // Far from the ends of a tube the weights obey w'' = w / r^2 on both sides of the joint. The solution is exp(-|x| /
+    // r) / 2.
     Tube const tube(4, 0.3, 401, 24);
     tool::BoneHeat const heat = tool::boneHeat(tube.positions, tube.triangles, kTwoBones);
     for (int i = 200; i <= 300; i += 20) {
         double const x = (i - 200) * 0.01;
-        EXPECT_NEAR(heat.weights[24u * i][0], 0.5 * std::exp(-x / 0.3), 0.006) << x; // rings and sectors are coarse
+        EXPECT_NEAR(heat.weights[24u * i][0], 0.5 * std::exp(-x / 0.3), 0.006) << x; // the error of a coarse mesh
     }
 }
 
-TEST(BoneHeat, GivesEveryLoosePieceWeights)
+TEST(BoneHeat, GivesSeparatePiecesWeights)
 {
     Tube tube(4, 0.4, 21, 8);
     Tube const button(0.2, 0.05, 3, 5, {3.4, 0.6, 0});
@@ -93,43 +94,43 @@ TEST(BoneHeat, GivesEveryLoosePieceWeights)
     for (tool::Triangle const& t : button.triangles)
         tube.triangles.push_back({t[0] + shift, t[1] + shift, t[2] + shift});
     tool::BoneHeat const heat = tool::boneHeat(tube.positions, tube.triangles, kTwoBones);
-    expectProper(heat, tube.positions.size());
+    expectValidWeights(heat, tube.positions.size());
     EXPECT_EQ(heat.pieces, 2);
-    EXPECT_NEAR(heat.weights.back()[1], 1, 1e-9) << "all of the button is nearest to the second bone";
+    EXPECT_NEAR(heat.weights.back()[1], 1, 1e-9) << "the second bone is the nearest one to all vertices of the button";
 }
 
-TEST(BoneHeat, CrossesSeams)
+TEST(BoneHeat, FlowsAcrossSeams)
 {
     Tube const whole(4, 0.4, 21, 8);
-    Tube torn = whole; // every triangle with corners of its own
-    torn.positions.clear();
-    for (tool::Triangle& t : torn.triangles) {
+    Tube split = whole; // every triangle has separate corners
+    split.positions.clear();
+    for (tool::Triangle& t : split.triangles) {
         for (int& v : t) {
-            torn.positions.push_back(whole.positions[static_cast<std::size_t>(v)]);
-            v = static_cast<int>(torn.positions.size()) - 1;
+            split.positions.push_back(whole.positions[static_cast<std::size_t>(v)]);
+            v = static_cast<int>(split.positions.size()) - 1;
         }
     }
     tool::BoneHeat const heat = tool::boneHeat(whole.positions, whole.triangles, kTwoBones);
-    tool::BoneHeat const tornHeat = tool::boneHeat(torn.positions, torn.triangles, kTwoBones);
-    EXPECT_EQ(tornHeat.pieces, 1);
-    EXPECT_EQ(tornHeat.joined, torn.positions.size() - whole.positions.size());
+    tool::BoneHeat const splitHeat = tool::boneHeat(split.positions, split.triangles, kTwoBones);
+    EXPECT_EQ(splitHeat.pieces, 1);
+    EXPECT_EQ(splitHeat.joined, split.positions.size() - whole.positions.size());
     for (std::size_t t = 0; t < whole.triangles.size(); ++t) {
         for (std::size_t k = 0; k < 3; ++k) {
-            double const there = tornHeat.weights[static_cast<std::size_t>(torn.triangles[t][k])][0];
+            double const there = splitHeat.weights[static_cast<std::size_t>(split.triangles[t][k])][0];
             EXPECT_NEAR(there, heat.weights[static_cast<std::size_t>(whole.triangles[t][k])][0], 1e-12);
         }
     }
 }
 
-TEST(BoneHeat, GivesLooseVerticesTheirNearestBone)
+TEST(BoneHeat, GivesVerticesWithoutTrianglesTheirNearestBones)
 {
     Tube tube(4, 0.4, 11, 6);
     tube.positions.push_back({3.5, 2, 0});
     tube.positions.push_back({0.5, 2, 0});
-    tube.positions.push_back({2, 2, 0}); // as near to both
+    tube.positions.push_back({2, 2, 0}); // equally near to both bones
     tube.triangles.push_back({0, 1, 1}); // a triangle without area
     tool::BoneHeat const heat = tool::boneHeat(tube.positions, tube.triangles, kTwoBones);
-    expectProper(heat, tube.positions.size());
+    expectValidWeights(heat, tube.positions.size());
     EXPECT_EQ(heat.withoutArea, 3u);
     std::size_t const n = heat.weights.size();
     EXPECT_EQ(heat.weights[n - 3], (std::vector<double>{0, 1}));
@@ -137,22 +138,22 @@ TEST(BoneHeat, GivesLooseVerticesTheirNearestBone)
     EXPECT_EQ(heat.weights[n - 1], (std::vector<double>{0.5, 0.5}));
 }
 
-TEST(BoneHeat, StaysProperOnWildTriangles)
+TEST(BoneHeat, GivesValidWeightsOnRandomTriangles)
 {
     test::Random random(11);
     std::vector<Vector3> const positions = random.points(60, -1, 5);
     std::vector<tool::Triangle> triangles;
     for (int i = 0; i < 150; ++i) triangles.push_back({random.below(60), random.below(60), random.below(60)});
     tool::BoneHeat const heat = tool::boneHeat(positions, triangles, kTwoBones);
-    expectProper(heat, positions.size());
+    expectValidWeights(heat, positions.size());
     EXPECT_GT(heat.raisedEdges, 0u);
 }
 
-TEST(BoneHeat, TakesAVertexOnABone)
+TEST(BoneHeat, GivesValidWeightsWithAVertexOnABone)
 {
     Tube tube(4, 0.4, 11, 6);
     tube.positions[0] = {1, 0, 0};
-    expectProper(tool::boneHeat(tube.positions, tube.triangles, kTwoBones), tube.positions.size());
+    expectValidWeights(tool::boneHeat(tube.positions, tube.triangles, kTwoBones), tube.positions.size());
 }
 
 TEST(Dmat, ReadsBackTheSameBits)
@@ -167,13 +168,13 @@ TEST(Dmat, ReadsBackTheSameBits)
     EXPECT_EQ(tool::parseDmat(text, "w.dmat", 7, 3), weights);
 }
 
-TEST(Dmat, KeepsColumnsAsBones)
+TEST(Dmat, HasOneColumnForEachBone)
 {
     tool::BoneWeights const weights = tool::parseDmat("2 3\n1\n2\n3\n4\n5\n6\n", "w.dmat", 3, 2);
     EXPECT_EQ(weights, (tool::BoneWeights{{1, 4}, {2, 5}, {3, 6}}));
 }
 
-TEST(Dmat, NamesWhatIsWrong)
+TEST(Dmat, ErrorsNameFileLineAndReason)
 {
     auto const message = [](std::string const& text) {
         try {

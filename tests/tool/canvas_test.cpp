@@ -1,9 +1,9 @@
 #include <tool/draw/canvas.h>
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <limits>
+
+#include <gtest/gtest.h>
 
 #include <sinew/core/vector_geometry.h>
 
@@ -16,7 +16,7 @@ using tool::Colour;
 
 bool near(Colour const& a, Colour const& b)
 {
-    double const step = 1.5 / 255; // what a byte a channel keeps
+    double const step = 1.5 / 255; // the rounding of a channel to a byte
     return std::fabs(a.r - b.r) < step && std::fabs(a.g - b.g) < step && std::fabs(a.b - b.b) < step;
 }
 
@@ -41,7 +41,30 @@ TEST(Canvas, KeepsAnImageUpright)
     EXPECT_TRUE(near(sheet.pixelsOf().at(0, 3), {0, 0, 1}));
 }
 
-TEST(PlaneMap, TurnsTheYAxisAndBack)
+TEST(SvgOf, KeepsShapesAndTurnsTextIntoOutlines)
+{
+    std::string const text = tool::svgOf(100, 50, [](Canvas& canvas) {
+        canvas.polylines({{{0, 0}, {9, 5}}, {{1, 2}, {3, 4}}}, {});
+        canvas.text({10, 10}, "a");
+    });
+    EXPECT_NE(text.find("width=\"100px\" height=\"50px\""), std::string::npos);
+    EXPECT_NE(text.find("M 0 0 L 9 5 M 1 2 L 3 4"), std::string::npos) << text;
+    EXPECT_EQ(text.find("<text"), std::string::npos);
+    EXPECT_NE(text.find("</svg>"), std::string::npos) << "the end of the file";
+}
+
+TEST(SvgOf, EmbedsImagesAtTwoPixelsAUnit)
+{
+    int pixels = 0;
+    std::string const text = tool::svgOf(4, 4, [&](Canvas& canvas) {
+        pixels = canvas.pixels(4);
+        canvas.image(tool::Image(pixels, pixels, {0, 0, 1}), {0, 0, 4, 4});
+    });
+    EXPECT_EQ(pixels, 8);
+    EXPECT_NE(text.find("data:image/png;base64,"), std::string::npos);
+}
+
+TEST(PlaneMap, MapsYUpwardsAndHasAnInverse)
 {
     tool::PlaneMap const map({0, 0}, {2, 1}, {0, 0, 200, 200});
     EXPECT_EQ(map({0, 0}).x, 0);
@@ -52,7 +75,7 @@ TEST(PlaneMap, TurnsTheYAxisAndBack)
     EXPECT_NEAR(back.y, 0.7, 1e-12);
 }
 
-TEST(ColourMaps, ClampAndTakeNaN)
+TEST(ColourMaps, ClampTheirArgumentAndAcceptNaN)
 {
     EXPECT_TRUE(near(tool::viridis(-5), tool::viridis(0)));
     EXPECT_TRUE(near(tool::viridis(7), tool::viridis(1)));
@@ -61,7 +84,7 @@ TEST(ColourMaps, ClampAndTakeNaN)
     EXPECT_TRUE(near(tool::categorical(-1), tool::categorical(7)));
 }
 
-TEST(ColourMaps, ViridisOnlyGetsLighter)
+TEST(ColourMaps, ViridisBecomesLighter)
 {
     double last = -1;
     for (int i = 0; i <= 100; ++i) {
@@ -82,7 +105,7 @@ TEST(NiceNumbers, GroupThousands)
 TEST(Render, TheNearerTriangleHidesTheFarther)
 {
     tool::Solid far{{{-1, -1, 0}, {1, -1, 0}, {0, 2, 0}}, {{0, 1, 2}}};
-    tool::Solid close{{{-1, -1, 1}, {1, -1, 1}, {0, 2, 1}}, {{0, 2, 1}}}; // turned away: both sides show
+    tool::Solid close{{{-1, -1, 1}, {1, -1, 1}, {0, 2, 1}}, {{0, 2, 1}}}; // seen from behind: both sides are drawn
     far.colour = {1, 0, 0};
     close.colour = {0, 0, 1};
     tool::View const view({-1, -1, 0}, {1, 2, 1}, 0, 0, {0, 0, 60, 60});
@@ -92,7 +115,7 @@ TEST(Render, TheNearerTriangleHidesTheFarther)
     }
 }
 
-TEST(Render, AgreesWithTheViewOnWhereThingsAre)
+TEST(Render, DrawsPointsWhereTheViewMapsThem)
 {
     Vector3 const low(-1, -1, -1), high(1, 1, 1);
     tool::View const view(low, high, 30, 20, {10, 20, 80, 60});
@@ -101,9 +124,9 @@ TEST(Render, AgreesWithTheViewOnWhereThingsAre)
         {at - view.right() * 0.1 - view.up() * 0.1, at + view.right() * 0.1 - view.up() * 0.1, at + view.up() * 0.15},
         {{0, 1, 2}}};
     dot.colour = {1, 0, 0};
-    tool::RenderOptions plain;
-    plain.ground = false;
-    tool::Image const image = tool::render({dot}, view, 1, plain);
+    tool::RenderOptions options;
+    options.ground = false;
+    tool::Image const image = tool::render({dot}, view, 1, options);
     tool::Point const p = view(at);
     Colour const there = image.at(static_cast<int>(p.x - 10), static_cast<int>(p.y - 20));
     EXPECT_GT(there.r, 3 * there.g);
@@ -111,7 +134,7 @@ TEST(Render, AgreesWithTheViewOnWhereThingsAre)
     EXPECT_LT(dist(projectOnLine(at, view.eye(), UVector3(ray)), at), 1e-9);
 }
 
-TEST(Render, NothingGivesTheBackground)
+TEST(Render, DrawsTheBackgroundWithoutSolids)
 {
     tool::View const view({0, 0, 0}, {1, 1, 1}, 0, 30, {0, 0, 8, 8});
     EXPECT_TRUE(near(tool::render({}, view, 1).at(4, 4), tool::palette::paper));

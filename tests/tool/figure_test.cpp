@@ -1,10 +1,10 @@
-/// The body around a skeleton, and the mesher that makes its surface.
-
-#include <gtest/gtest.h>
+// The body around a skeleton, and the mesher that makes its surface.
 
 #include <cmath>
 #include <map>
 #include <set>
+
+#include <gtest/gtest.h>
 
 #include <sinew/core/vector_geometry.h>
 
@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Distance to a circle of radius 1 in the xy plane, less the radius of the tube.
+// The distance to a circle of radius 1 in the xy plane, minus the radius of the tube.
 class Torus : public tool::BodyField
 {
 public:
@@ -38,7 +38,7 @@ public:
     }
 };
 
-/// Random signs on a lattice, outside at the border: every case of the cubes, and far more sheets than any body has.
+// Random signs on a lattice, positive at the border. This covers all cases of a cube, with many close sheets.
 class Noise : public tool::BodyField
 {
 public:
@@ -76,7 +76,7 @@ TEST(MeshZeros, MakesAClosedTorusOnTheSurface)
     EXPECT_NEAR(volume, 2 * pi * pi * 0.09, 0.01 * 2 * pi * pi * 0.09); // positive: triangles face outwards
 }
 
-TEST(MeshZeros, SkipsBlocksThatTheBoundExcludesAndNothingElse)
+TEST(MeshZeros, SkipsBlocksWithoutChangingTheMesh)
 {
     struct Everywhere : Torus
     {
@@ -90,9 +90,9 @@ TEST(MeshZeros, SkipsBlocksThatTheBoundExcludesAndNothingElse)
     EXPECT_EQ(some.triangles, all.triangles);
 }
 
-TEST(MeshZeros, LeavesNoOpenQuadrilateralInAnyCase)
+TEST(MeshZeros, HasNoHolesForAnySigns)
 {
-    // Every directed edge of the surface must be passed as often one way as the other: no hole, whatever the signs.
+    // Triangles must use every edge equally often in both directions. Otherwise there is a hole.
     tool::MeshedSurface const surface = tool::meshZeros(Noise(), {0, 0, 0}, {16, 16, 16}, 1);
     std::map<std::pair<int, int>, int> balance;
     for (tool::Triangle const& t : surface.triangles) {
@@ -105,7 +105,7 @@ TEST(MeshZeros, LeavesNoOpenQuadrilateralInAnyCase)
     EXPECT_GT(surface.triangles.size(), 10000u);
 }
 
-TEST(MeshZeros, NothingInTheBoxGivesAnEmptySurface)
+TEST(MeshZeros, GivesAnEmptySurfaceForAnEmptyBox)
 {
     tool::MeshedSurface const surface = tool::meshZeros(Torus(), {3, 3, 3}, {4, 4, 4}, 0.1);
     EXPECT_TRUE(surface.positions.empty());
@@ -118,7 +118,8 @@ TEST(TopologyOf, CountsOpenEdges)
     EXPECT_EQ(topology.openEdges, 4u);
     EXPECT_EQ(topology.pieces, 1);
     EXPECT_EQ(topology.eulerNumber, 1); // 4 used vertices, 5 edges, 2 triangles
-    EXPECT_EQ(tool::topologyOf({{0, 1, 2}, {0, 1, 3}}, 4).openEdges, 5u) << "an edge passed twice the same way is open";
+    EXPECT_EQ(tool::topologyOf({{0, 1, 2}, {0, 1, 3}}, 4).openEdges, 5u)
+        << "an edge used twice in the same direction is open";
 }
 
 tool::Skeleton skeletonOf(std::string const& text)

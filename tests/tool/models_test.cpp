@@ -1,8 +1,8 @@
 #include <tool/models/models.h>
 
-#include <gtest/gtest.h>
-
 #include <set>
+
+#include <gtest/gtest.h>
 
 #include <tool/figure/mesh_pieces.h>
 #include <tool/io/obj_reader.h>
@@ -13,20 +13,20 @@
 
 namespace {
 
-TEST(BundledKoi, IsWhatItsMakerPrints)
+TEST(BundledKoi, EqualsTheOutputOfItsGenerator)
 {
     test::Outcome const made = test::run(test::quoted(SINEW_MAKE_KOI));
     EXPECT_EQ(made.status, 0);
     EXPECT_TRUE(made.output == tool::bundledKoiObj()) << "run sinew_make_koi > tool/models/koi.obj";
 }
 
-TEST(BundledKoi, HasIslandsOpeningsAndTouchingLoops)
+TEST(BundledKoi, HasIslandsHolesAndTouchingLoops)
 {
     MeshFunction2D const function = tool::sideViewFunction(tool::parseObj(tool::bundledKoiObj(), "koi.obj"));
     int islands = 0;
     tool::pieceOfTriangle(function.facets, function.params.size(), islands);
     EXPECT_GE(islands, 3);
-    EXPECT_GT(static_cast<int>(function.boundaryProjectors.size()), islands); // openings are loops of their own
+    EXPECT_GT(static_cast<int>(function.boundaryProjectors.size()), islands); // every hole adds a loop
 
     std::multiset<std::pair<double, double>> visits;
     for (auto const& loop : function.boundaryProjectors) {
@@ -34,7 +34,7 @@ TEST(BundledKoi, HasIslandsOpeningsAndTouchingLoops)
     }
     int touching = 0;
     for (auto const& place : visits) touching += visits.count(place) == 2;
-    EXPECT_EQ(touching, 2 * 2); // one vertex a side, each visited twice
+    EXPECT_EQ(touching, 2 * 2); // one vertex on each side, and two visits of each
 }
 
 TEST(BundledKoi, LiesInsideItsTexture)
@@ -44,7 +44,7 @@ TEST(BundledKoi, LiesInsideItsTexture)
     }
 }
 
-TEST(BundledKoi, TurnsAllTextureTrianglesTheSameWay)
+TEST(BundledKoi, HasOneOrientationOfTrianglesInEachIsland)
 {
     tool::TexturedMesh const mesh = tool::parseObj(tool::bundledKoiObj(), "koi.obj");
     std::vector<int> sign(mesh.groups.size(), 0);
@@ -67,7 +67,7 @@ TEST(BundledFigure, IsOneTreeOfNamedJoints)
     EXPECT_EQ(skeleton.bones.size() + 1, skeleton.joints.size());
     std::set<int> reached{0};
     for (auto const& [parent, child] : skeleton.bones) {
-        EXPECT_TRUE(reached.count(parent)) << "bones come after the bones they hang on";
+        EXPECT_TRUE(reached.count(parent)) << "a bone comes after its parent";
         EXPECT_TRUE(reached.insert(child).second);
     }
     for (std::string const& name : skeleton.jointNames) EXPECT_EQ(name.find("joint"), std::string::npos);

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// The message that reading this text gives, or "read" if it reads.
+// The error message for a text, or "read" if there is none.
 std::string messageFor(std::string const& text)
 {
     try {
@@ -19,7 +19,7 @@ std::string messageFor(std::string const& text)
 
 std::string const kCorners = "v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nvt 1 0\nvt 0 1\n";
 
-TEST(ParseObj, KeepsPositionsTextureAndGroups)
+TEST(ParseObj, ReadsPositionsTextureAndGroups)
 {
     tool::TexturedMesh const mesh =
         tool::parseObj(kCorners + "o one\nf 1/1 2/2 3/3\no two\nf 3/1 2/2 1/3\n", "a/m.obj");
@@ -35,7 +35,7 @@ TEST(ParseObj, KeepsPositionsTextureAndGroups)
     EXPECT_EQ(mesh.groupOfTriangle, (std::vector<int>{0, 1}));
 }
 
-TEST(ParseObj, CutsPolygonsIntoTriangles)
+TEST(ParseObj, DividesPolygonsIntoTriangles)
 {
     tool::TexturedMesh const mesh = tool::parseObj(kCorners + "v 1 1 0\nf 1 2 4 3\n", "m.obj");
     EXPECT_EQ(mesh.triangles.size(), 2u);
@@ -54,10 +54,10 @@ TEST(ParseObj, ReadsWindowsLineEndsAndComments)
     EXPECT_EQ(messageFor("# made elsewhere\r\nv 0 0 0\r\nv 1 0 0 # right\r\nv 0 1 0\r\nf 1 2 3\r\n"), "read");
 }
 
-TEST(ParseObj, KeepsAllDigitsOfANumber)
+TEST(ParseObj, ReadsAllDigitsOfANumber)
 {
     tool::TexturedMesh const mesh = tool::parseObj("v 0.1 1e-5 -2.5E3\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", "m.obj");
-    EXPECT_NEAR(mesh.positions[0].x, 0.1, 1e-16); // the loader may miss the nearest double by one step
+    EXPECT_NEAR(mesh.positions[0].x, 0.1, 1e-16); // the result of the loader may be a neighbour of the nearest double
     EXPECT_NEAR(mesh.positions[0].y, 1e-5, 1e-20);
     EXPECT_EQ(mesh.positions[0].z, -2500);
 }
@@ -66,14 +66,14 @@ struct Damage
 {
     char const* name;
     char const* text;
-    char const* message; ///< what the message must contain
+    char const* message; // a part of the expected message
 };
 
 class DamagedObj : public testing::TestWithParam<Damage>
 {
 };
 
-TEST_P(DamagedObj, IsOneLineThatNamesFileAndLine)
+TEST_P(DamagedObj, GivesOneLineWithFileAndLineNumber)
 {
     std::string const message = messageFor(kCorners + GetParam().text);
     EXPECT_NE(message.find(GetParam().message), std::string::npos) << message;
@@ -89,15 +89,15 @@ INSTANTIATE_TEST_SUITE_P(
         Damage{"NaN", "v 1 nan 3\n", "m.obj:7: a vertex has a coordinate that is not finite"},
         Damage{"Infinity", "vt inf 0\n", "m.obj:7: a texture coordinate has a coordinate that is not finite"},
         Damage{"Huge", "v 1e999 0 0\n", "not finite"},
-        Damage{"ShortVertex", "v 1 2\n", "m.obj:7: a vertex needs 3 numbers, here are 2"},
-        Damage{"ShortTexture", "vt 1\n", "needs 2 numbers, here are 1"},
+        Damage{"ShortVertex", "v 1 2\n", "m.obj:7: a vertex needs 3 numbers, but has 2"},
+        Damage{"ShortTexture", "vt 1\n", "needs 2 numbers, but has 1"},
         Damage{"VertexBeyond", "f 1 2 4\n", "m.obj:7: a face names vertex 4, but there are 3 so far"},
         Damage{"VertexZero", "f 0 1 2\n", "a face names vertex 0"},
         Damage{"VertexBefore", "f -4 1 2\n", "a face names vertex -4"},
         Damage{"HugeIndex", "f 1 2 99999999999999999999\n", "is not the number of a vertex"},
         Damage{"TextureBeyond", "f 1/1 2/2 3/4\n", "a face names texture coordinate 4"},
         Damage{"NormalBeyond", "f 1//1 2//1 3//1\n", "a face names normal 1, but there are 0"},
-        Damage{"TwoCorners", "f 1 2\n", "a face needs at least 3 corners, here are 2"},
+        Damage{"TwoCorners", "f 1 2\n", "a face needs at least 3 corners, but has 2"},
         Damage{"NotAnIndex", "f 1 2 x\n", "\"x\" is not the number of a vertex"},
         Damage{"MixedTexture", "f 1/1 2/2 3\n", "m.obj:7: some corners have texture coordinates and some have"},
         Damage{"MixedFaces", "f 1/1 2/2 3/3\nf 1 2 3\n", "m.obj:8: some corners"},
@@ -105,16 +105,16 @@ INSTANTIATE_TEST_SUITE_P(
         Damage{"Binary", "\x01\x02\xff garbage\n", "m.obj: no faces in this file"}),
     [](auto const& tested) { return tested.param.name; });
 
-TEST(ParseObj, SurvivesEveryTruncation)
+TEST(ParseObj, ReadsOrRefusesEveryTruncation)
 {
     std::string const whole = kCorners + "vn 0 0 1\nf 1/1/1 2/2/1 3/3/1\n";
     for (std::size_t length = 0; length < whole.size(); ++length) {
         SCOPED_TRACE(length);
-        messageFor(whole.substr(0, length)); // an answer or a UserError; anything else escapes and fails the test
+        messageFor(whole.substr(0, length)); // another exception than UserError fails the test
     }
 }
 
-TEST(ParseObj, AFaceWithoutAreaIsStillAFace)
+TEST(ParseObj, ReadsAFaceWithoutArea)
 {
     EXPECT_EQ(tool::parseObj(kCorners + "f 1/1 1/1 2/2\n", "m.obj").triangles.size(), 1u);
 }

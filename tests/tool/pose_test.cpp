@@ -1,20 +1,16 @@
 #include <tool/figure/pose.h>
 
 #include <cmath>
-#include <sstream>
 
 #include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
 #include <tool/draw/animation.h>
 #include <tool/draw/canvas.h>
-#include <tool/io/files.h>
 #include <tool/io/glb.h>
 #include <tool/models/models.h>
-#include <tool/tour/stage.h>
 
-#include "scratch_folder.h"
+#include "stage_run.h"
 
 namespace {
 
@@ -36,7 +32,7 @@ double boneLength(Skeleton const& skeleton, std::vector<Vector3> const& joints, 
     return dist(joints[static_cast<std::size_t>(a)], joints[static_cast<std::size_t>(b)]);
 }
 
-/// Two triangles on one bone.
+// Two triangles on one bone.
 struct Strip
 {
     Skeleton skeleton = tool::parseTgf("1 0 0 0 a\n2 1 0 0 b\n#\n1 2\n", "strip.tgf");
@@ -102,9 +98,9 @@ TEST(Pose, TurnsKeepTheLengthOfEveryBoneAndCarryRestOntoPose)
     }
 }
 
-TEST(Pose, TwistMakesABoneFollowAllTurnsAboveIt)
+TEST(Pose, TwistMakesABoneFollowTheTurnsOfItsAncestors)
 {
-    // A turn about the bone's own direction moves no joint, but what hangs on the bone must turn with it.
+    // A turn about the direction of the bone moves no joint. The points around the bone must turn with it.
     Skeleton const skeleton = tool::parseTgf("1 0 0 0 a\n2 0 1 0 b\n#\n1 2\n", "one.tgf");
     tool::PosedSkeleton const posed = tool::takePose(skeleton, tool::poseOf(skeleton, {{"b", 1, 90}}));
     EXPECT_NEAR(dist(posed.bones[0] * Vector3(0, 0.5, 1), Vector3(1, 0.5, 0)), 0, 1e-12);
@@ -124,7 +120,7 @@ TEST(Pose, TheLowestJointStaysOnTheGround)
     EXPECT_NEAR(lowest(lifted.joints), lowest(skeleton.joints) + 0.5, 1e-12);
 }
 
-TEST(Pose, AWalkEndsWhereItBegan)
+TEST(Pose, AWalkIsPeriodic)
 {
     Skeleton const skeleton = figure();
     tool::PosedSkeleton const first = tool::takePose(skeleton, tool::walking(skeleton, 0));
@@ -132,7 +128,7 @@ TEST(Pose, AWalkEndsWhereItBegan)
     for (std::size_t j = 0; j < first.joints.size(); ++j) EXPECT_NEAR(dist(first.joints[j], last.joints[j]), 0, 1e-9);
 }
 
-TEST(Pose, SkeletonsWithoutNamesAndWithRingsTakeEightPosesToo)
+TEST(Pose, EightPosesExistForSkeletonsWithoutNamesAndWithRings)
 {
     for (Skeleton const& skeleton : {ring(), tool::parseTgf("1 0 0 0\n2 0 0 1\n3 0 0 2\n#\n1 2\n2 3\n", "line.tgf")}) {
         std::vector<tool::NamedPose> const poses = tool::eightPoses(skeleton);
@@ -154,7 +150,7 @@ TEST(AnimatedPng, HoldsEveryFrameInOrder)
               (std::vector<std::string>{"IHDR", "acTL", "fcTL", "IDAT", "fcTL", "fdAT", "fcTL", "fdAT", "IEND"}));
 }
 
-TEST(AnimatedPng, RefusesWhatIsNoPng)
+TEST(AnimatedPng, RefusesAnEmptyListAndOtherFiles)
 {
     EXPECT_THROW(tool::animatedPng({}, 40), std::runtime_error);
     EXPECT_THROW(tool::animatedPng({"GIF89a"}, 40), std::runtime_error);
@@ -187,34 +183,22 @@ TEST(Glb, DescribesMeshSkinAndMotion)
     EXPECT_FALSE(documentOf(strip.glb()).contains("animations"));
 }
 
-TEST(PoseStage, PosesAUsersMeshWithItsWeightsAndPutsItBack)
+TEST(PoseStage, PosesTheUsersMeshWithItsWeightsAndRestoresIt)
 {
-    test::ScratchFolder const folder;
-    tool::TourOptions options;
-    options.pixels = 0.1;
-    std::ostringstream log;
-    tool::Progress progress(log, false);
-    tool::Report report(folder / "", "title", "subtitle");
-    tool::TourContext tour{options, progress, report};
+    test::StageRun run;
     Strip const strip;
-    tour.skeleton = strip.skeleton;
-    tour.figure = {strip.positions, strip.normals, strip.triangles};
-    tour.givenWeights = strip.weights;
-    tool::poseStage(tour);
-    EXPECT_TRUE(report.failedClaims().empty());
-    EXPECT_FALSE(tool::readFile(folder / "poses.png").empty());
-    EXPECT_FALSE(tool::readFile(folder / "figure.glb").empty());
+    run.tour.skeleton = strip.skeleton;
+    run.tour.figure = {strip.positions, strip.normals, strip.triangles};
+    run.tour.givenWeights = strip.weights;
+    tool::poseStage(run.tour);
+    EXPECT_TRUE(run.report.failedClaims().empty());
+    EXPECT_FALSE(tool::readFile(run.folder / "poses.png").empty());
+    EXPECT_FALSE(tool::readFile(run.folder / "figure.glb").empty());
 }
 
-TEST(PoseStage, WithoutWeightsItHasNothingToShow)
+TEST(PoseStage, AddsNoSectionWithoutWeights)
 {
-    test::ScratchFolder const folder;
-    tool::TourOptions options;
-    std::ostringstream log;
-    tool::Progress progress(log, false);
-    tool::Report report(folder / "", "title", "subtitle");
-    tool::TourContext tour{options, progress, report};
-    tool::poseStage(tour);
-    EXPECT_EQ(report.write("").empty(), false);
-    EXPECT_EQ(tool::readFile(folder / "index.html").find("Poses"), std::string::npos);
+    test::StageRun run;
+    tool::poseStage(run.tour);
+    EXPECT_EQ(run.page().find("Poses"), std::string::npos);
 }

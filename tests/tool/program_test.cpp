@@ -1,4 +1,4 @@
-/// The program as a user meets it: its statuses and its messages.
+// The program from the command line: its statuses and its messages.
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ Outcome tour(std::string const& arguments)
     return test::run(quoted(SINEW_PROGRAM) + " tour --scale 0.05 " + arguments);
 }
 
-/// One line, a non-zero status, and the words that tell what is wrong.
+// Expects the status 1 and one line with the words.
 void expectRefusal(Outcome const& outcome, std::string const& words)
 {
     EXPECT_EQ(outcome.status, 1) << outcome.output;
@@ -26,7 +26,7 @@ void expectRefusal(Outcome const& outcome, std::string const& words)
 
 std::string const kTriangle = "v 0 0 0\nv 1 0 0\nv 0 1 0.2\nvt 0.1 0.1\nvt 0.9 0.1\nvt 0.1 0.9\n";
 
-TEST(Program, ListsItsCommandsWhenAskedForNothing)
+TEST(Program, FailsWithoutACommandAndListsTheCommandsInItsHelp)
 {
     Outcome const outcome = test::run(quoted(SINEW_PROGRAM));
     EXPECT_NE(outcome.status, 0);
@@ -35,16 +35,16 @@ TEST(Program, ListsItsCommandsWhenAskedForNothing)
     EXPECT_NE(test::run(quoted(SINEW_PROGRAM) + " dance").status, 0);
 }
 
-TEST(Program, ToursAMeshOfTheUsersOwn)
+TEST(Program, ToursTheUsersMesh)
 {
     ScratchFolder const folder;
     std::string const mesh = folder.write("my mesh.obj", kTriangle + "f 1/1 2/2 3/3\n");
-    Outcome const outcome = tour("--mesh " + quoted(mesh) + " --output " + quoted(folder / "made on the way/out"));
+    Outcome const outcome = tour("--mesh " + quoted(mesh) + " --output " + quoted(folder / "new folder/out"));
     EXPECT_EQ(outcome.status, 0) << outcome.output;
-    EXPECT_TRUE(std::filesystem::exists(folder / "made on the way/out/index.html"));
+    EXPECT_TRUE(std::filesystem::exists(folder / "new folder/out/index.html"));
 }
 
-TEST(Program, RefusesFilesThatAreNotThere)
+TEST(Program, RefusesMissingFilesFoldersAndEmptyFiles)
 {
     ScratchFolder const folder;
     expectRefusal(tour("--mesh " + quoted(folder / "none.obj")), "none.obj: no such file");
@@ -68,11 +68,11 @@ TEST(Program, RefusesAMeshWithoutTexture)
                   "bare.obj: this mesh has no texture coordinates");
 }
 
-TEST(Program, RefusesWeightsThatDoNotBelong)
+TEST(Program, RefusesWeightsOfAnotherModel)
 {
     ScratchFolder const folder;
     std::string const weights = " --weights " + quoted(folder.write("w.dmat", "1 2\n1\n1\n"));
-    expectRefusal(tour(weights), "w.dmat: weights need the mesh and the bones they are for");
+    expectRefusal(tour(weights), "w.dmat: weights need a mesh and a skeleton");
     std::string const mesh = " --mesh " + quoted(folder.write("m.obj", kTriangle + "f 1/1 2/2 3/3\n"));
     std::string const bones = " --skeleton " + quoted(folder.write("s.tgf", "1 0 0 0\n2 1 0 0\n#\n1 2\n"));
     expectRefusal(tour(mesh + bones + weights), "w.dmat:1: 2 rows (vertices), but the model has 3");
@@ -83,7 +83,7 @@ TEST(Program, RefusesAFolderItCannotWrite)
     ScratchFolder const folder;
     std::string const file = folder.write("file", "x");
     expectRefusal(tour("--output " + quoted(file)), "file: this is a file, not a folder");
-    expectRefusal(tour("--output " + quoted(file + "/below")), "the folder cannot be made");
+    expectRefusal(tour("--output " + quoted(file + "/below")), "the folder cannot be created");
 }
 
 TEST(Program, RefusesMeshesThatCannotBeShown)
@@ -99,7 +99,7 @@ TEST(Program, RefusesMeshesThatCannotBeShown)
     expectRefusal(tour("--mesh " + quoted(folder.write("h.obj", huge))), "h.obj: a coordinate is beyond 1e100");
 }
 
-TEST(Program, RefusesASkeletonBeyondTheReachOfDistances)
+TEST(Program, RefusesSkeletonsThatAreTooLargeOrTooSmall)
 {
     ScratchFolder const folder;
     expectRefusal(tour("--skeleton " + quoted(folder.write("s.tgf", "1 2e6 0 0\n2 0 0 0\n#\n1 2\n"))),
@@ -108,7 +108,7 @@ TEST(Program, RefusesASkeletonBeyondTheReachOfDistances)
                   "s.tgf: the skeleton is smaller than 1e-6 units");
 }
 
-TEST(Program, ShowsOddMeshes)
+TEST(Program, ToursDegenerateMeshes)
 {
     ScratchFolder const folder;
     std::string const flatInSpace = "v 0 0 0\nvt 0 0\nvt 1 0\nvt 0 1\nf 1/1 1/2 1/3\n";
@@ -117,7 +117,7 @@ TEST(Program, ShowsOddMeshes)
     std::string const twice = kTriangle + "f 1/1 2/2 3/3\nf 1/1 2/2 3/3\nf 3/3 2/2 1/1\nf 1/1 1/1 2/2\n";
     for (std::string const& text : {flatInSpace, large, tiny, twice}) {
         Outcome const outcome =
-            tour("--mesh " + quoted(folder.write("odd.obj", text)) + " --output " + quoted(folder / "out"));
+            tour("--mesh " + quoted(folder.write("degenerate.obj", text)) + " --output " + quoted(folder / "out"));
         EXPECT_EQ(outcome.status, 0) << text << outcome.output;
     }
 }

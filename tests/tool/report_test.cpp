@@ -20,7 +20,7 @@ TEST(Base64, EncodesEveryRemainder)
     EXPECT_EQ(tool::base64("\xff\xfe"), "//4=");
 }
 
-TEST(Report, EscapesWhatUsersName)
+TEST(Report, EscapesTextFromUsers)
 {
     test::ScratchFolder const folder;
     tool::Report report(folder / "", "T", "S");
@@ -41,7 +41,7 @@ TEST(Report, CollectsTheClaimsThatFail)
     EXPECT_EQ(report.failedClaims(), (std::vector<std::string>{"First: broken (2 of 3)"}));
 }
 
-TEST(Report, ClosesWhatItOpens)
+TEST(Report, ClosesEveryElement)
 {
     test::ScratchFolder const folder;
     tool::Report report(folder / "", "T", "S");

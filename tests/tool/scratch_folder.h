@@ -1,6 +1,6 @@
 #pragma once
 
-/// A folder of a test's own that vanishes with the object, and running a program in a shell.
+// A temporary folder for a test, and a function that runs a program.
 
 #include <sys/wait.h>
 
@@ -14,12 +14,13 @@
 
 namespace test {
 
+// A new folder, which the destructor removes.
 class ScratchFolder
 {
 public:
     ScratchFolder()
     {
-        // A space in the name: every path the program handles must survive one.
+        // The name contains a space, because the program must handle such paths.
         std::string form = (std::filesystem::temp_directory_path() / "sinew test XXXXXX").string();
         if (mkdtemp(form.data()) != nullptr) path_ = form;
     }
@@ -43,9 +44,10 @@ private:
     std::filesystem::path path_;
 };
 
+// The result of a program.
 struct Outcome
 {
-    int status = -1; ///< of the program; -1 when it was killed by a signal
+    int status = -1; // of the program; -1 when it was killed by a signal
     std::string output;
 };
 
@@ -54,7 +56,7 @@ inline std::string quoted(std::string const& word)
     return "'" + word + "'";
 }
 
-/// Runs a shell command; both of its streams are captured.
+// Runs a shell command. The output contains both of its streams.
 inline Outcome run(std::string const& command)
 {
     Outcome outcome;

@@ -1,20 +1,17 @@
 #include <algorithm>
 #include <map>
 #include <set>
-#include <sstream>
 
 #include <gtest/gtest.h>
 
 #include <sinew/core/func_binder.h>
 
 #include <tool/figure/limbs.h>
-#include <tool/io/files.h>
 #include <tool/models/models.h>
 #include <tool/support/user_error.h>
 #include <tool/tour/outcome_panel.h>
-#include <tool/tour/stage.h>
 
-#include "scratch_folder.h"
+#include "stage_run.h"
 
 namespace {
 
@@ -31,24 +28,18 @@ std::vector<std::string> namesOf(std::vector<tool::Limb> const& limbs)
     return names;
 }
 
-/// The skeleton stage alone, on a skeleton of the user's. Returns the page.
+// Runs the stage on a skeleton of the user. Returns the page.
 std::string stageOn(std::string const& tgf, std::vector<std::string>* failed = nullptr)
 {
-    test::ScratchFolder const folder;
-    tool::TourOptions options;
-    options.pixels = 0.1;
-    options.skeletonFile = "user.tgf";
-    std::ostringstream log;
-    tool::Progress progress(log, false);
-    tool::Report report(folder / "", "title", "subtitle");
-    tool::TourContext tour{options, progress, report};
-    tour.skeleton = skeletonOf(tgf);
-    tour.skeletonIsBundled = false;
-    tool::skeletonStage(tour);
-    EXPECT_FALSE(tool::readFile(folder / "limbs.png").empty());
-    EXPECT_FALSE(tool::readFile(folder / "outcomes.png").empty());
-    if (failed) *failed = report.failedClaims();
-    return tool::readFile(report.write(""));
+    test::StageRun run;
+    run.options.skeletonFile = "user.tgf";
+    run.tour.skeleton = skeletonOf(tgf);
+    run.tour.skeletonIsBundled = false;
+    tool::skeletonStage(run.tour);
+    EXPECT_FALSE(tool::readFile(run.folder / "limbs.png").empty());
+    EXPECT_FALSE(tool::readFile(run.folder / "outcomes.png").empty());
+    if (failed) *failed = run.report.failedClaims();
+    return run.page();
 }
 
 } // namespace
@@ -61,7 +52,7 @@ TEST(LimbsOf, OfTheFigureAreSpineHeadArmsAndLegs)
                                         "pelvis - left-toes", "pelvis - right-toes"}));
 }
 
-TEST(LimbsOf, HoldEveryBoneOnce)
+TEST(LimbsOf, ContainEveryBoneOnce)
 {
     char const* const skeletons[] = {
         "1 0 0 0 a\n2 1 0 0 b\n#\n1 2\n",                                                      // one bone
@@ -106,8 +97,8 @@ TEST(OutcomePanel, ShowsEveryCodeOfEveryRecordOnce)
     tool::Canvas sheet(tool::kOutcomePanelWidth, tool::kOutcomePanelHeight, 0.1);
     std::map<std::string, std::vector<int>> codes;
     for (tool::OutcomeScene const& scene : tool::drawOutcomePanel(sheet)) {
-        EXPECT_EQ(scene.answered, scene.expected) << scene.record;
-        codes[scene.record].push_back(scene.answered);
+        EXPECT_EQ(scene.result, scene.expected) << scene.record;
+        codes[scene.record].push_back(scene.result);
     }
     std::map<std::string, std::vector<int>> const all = {{"LineLineInt", {0, 1, 2, 3}},
                                                          {"PlanePlaneInt", {0, 1, 2}},
@@ -117,7 +108,7 @@ TEST(OutcomePanel, ShowsEveryCodeOfEveryRecordOnce)
     EXPECT_EQ(codes, all);
 }
 
-TEST(SkeletonStage, HoldsItsClaimsOnEverySortOfSkeleton)
+TEST(SkeletonStage, PassesItsChecksForEveryKindOfSkeleton)
 {
     char const* const skeletons[] = {
         "1 0 0 0 a\n2 1 0 0 b\n#\n1 2\n",                                   // one bone
@@ -139,7 +130,7 @@ TEST(SkeletonStage, HoldsItsClaimsOnEverySortOfSkeleton)
     }
 }
 
-TEST(SkeletonStage, LeavesTheSwitchboardEmpty)
+TEST(SkeletonStage, UnregistersTheDebugDrawingCallbacks)
 {
     stageOn("1 0 0 0 a\n2 1 0 0 b\n#\n1 2\n");
     vxFuncBinder const& binder = *vxFuncBinder::iGet();
@@ -148,7 +139,7 @@ TEST(SkeletonStage, LeavesTheSwitchboardEmpty)
     EXPECT_EQ(binder.drawPointsSlot, nullptr);
 }
 
-TEST(SkeletonStage, TellsWhatItCannotShow)
+TEST(SkeletonStage, RefusesHugeCoordinatesAndEqualJoints)
 {
     EXPECT_THROW(stageOn("1 0 0 0 a\n2 1e101 0 0 b\n#\n1 2\n"), tool::UserError);
     EXPECT_THROW(stageOn("1 3 3 3 a\n2 3 3 3 b\n#\n1 2\n"), tool::UserError);

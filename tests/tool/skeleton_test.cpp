@@ -43,12 +43,12 @@ TEST(ParseTgf, ReadsARadiusAfterAName)
     EXPECT_NE(messageFor("1 0 0 0 hip -1\n").find("is not a radius"), std::string::npos);
 }
 
-TEST(ParseTgf, ToleratesAClosingMark)
+TEST(ParseTgf, IgnoresASecondMark)
 {
     EXPECT_EQ(tool::parseTgf("1 0 0 0\n2 1 0 0\n#\n1 2\n#\n", "s.tgf").bones.size(), 1u);
 }
 
-TEST(ParseTgf, NamesTheDamagedLine)
+TEST(ParseTgf, ErrorsNameTheLine)
 {
     EXPECT_NE(messageFor("1 0 zero 0\n#\n").find("s.tgf:1: \"zero\" is not a coordinate"), std::string::npos);
     EXPECT_NE(messageFor("1 0 0\n#\n").find("s.tgf:1: \"\" is not a coordinate"), std::string::npos);

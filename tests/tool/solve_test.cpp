@@ -17,7 +17,7 @@ using test::ScratchFolder;
 
 std::string const kBanner = "%%MatrixMarket matrix coordinate real symmetric\n";
 
-// The message for a file that is refused.
+// The error message for a text, or "accepted" if there is none.
 std::string refusal(std::string const& text)
 {
     try {
@@ -44,7 +44,7 @@ TEST(MatrixMarket, ReadsIntegersCapitalsAndWindowsLineEnds)
     EXPECT_EQ(matrix.rows, (std::vector<std::vector<std::pair<int, double>>>{{{0, 4.0}}}));
 }
 
-TEST(MatrixMarket, RefusesWhatItCannotReadWithTheLine)
+TEST(MatrixMarket, ErrorsNameTheLineAndTheReason)
 {
     EXPECT_NE(refusal("1 1 1\n1 1 4\n").find("a.mtx:1: this is not a Matrix Market matrix"), std::string::npos);
     EXPECT_NE(refusal("%%MatrixMarket matrix array real symmetric\n1 1\n4\n").find("coordinate"), std::string::npos);
@@ -65,7 +65,7 @@ TEST(MatrixMarket, RefusesWhatItCannotReadWithTheLine)
     EXPECT_NE(refusal(kBanner + "2 2 3\n1 1 4\n2 1 1\n1 2 1\n").find("row 2 gives column 1 twice"), std::string::npos);
 }
 
-TEST(MatrixMarket, EveryTruncationIsRefusedOrStillComplete)
+TEST(MatrixMarket, RefusesEveryTruncation)
 {
     std::string const whole = kBanner + "2 2 3\n1 1 4\n2 1 1\n2 2 5\n";
     for (std::size_t length = 0; length + 2 < whole.size(); ++length) {
@@ -74,7 +74,7 @@ TEST(MatrixMarket, EveryTruncationIsRefusedOrStillComplete)
     EXPECT_EQ(refusal(whole), "accepted");
 }
 
-TEST(Solve, ReportsAndDraws)
+TEST(Solve, PrintsAReportAndDrawsThePattern)
 {
     ScratchFolder const folder;
     std::string text = kBanner + "100 100 199\n";
@@ -85,7 +85,7 @@ TEST(Solve, ReportsAndDraws)
     options.pictureFile = folder / "chain.png";
     std::ostringstream out;
     EXPECT_EQ(tool::runSolve(options, out), 0);
-    EXPECT_NE(out.str().find("199 entries, 0 of them fill"), std::string::npos) << out.str();
+    EXPECT_NE(out.str().find("199 entries, 0 of them fill-in"), std::string::npos) << out.str();
     EXPECT_NE(out.str().find("residual"), std::string::npos);
     EXPECT_EQ(tool::readFile(options.pictureFile).substr(1, 3), "PNG");
 }

@@ -33,8 +33,8 @@ std::string chunk(std::string const& kind, std::string const& data)
 
 struct Png
 {
-    std::string header;            ///< data of IHDR
-    std::vector<std::string> data; ///< of every IDAT
+    std::string header;            // data of IHDR
+    std::vector<std::string> data; // of every IDAT
 };
 
 Png parse(std::string const& png)
@@ -52,7 +52,7 @@ Png parse(std::string const& png)
     return result;
 }
 
-/// Shows the whole picture for the given time and replaces what was there.
+// The frame covers the whole picture, replaces the frame before it, and is shown for the given time.
 std::string frameControl(std::uint32_t sequence, std::string const& header, int milliseconds)
 {
     return chunk("fcTL", bigEndian(sequence, 4) + header.substr(0, 8) + bigEndian(0, 4) + bigEndian(0, 4) +

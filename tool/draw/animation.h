@@ -1,6 +1,6 @@
 #pragma once
 
-/// Animated PNG: frames that browsers play, still frames for programs that only know PNG.
+/// Animated PNG files. Browsers play them; programs that know only PNG show the first frame.
 /// Source of the format: Animated PNG (APNG), Mozilla, 2004; PNG, Third Edition, W3C.
 
 #include <string>
@@ -8,8 +8,12 @@
 
 namespace tool {
 
-/// One endlessly repeated animation of PNG files of equal size; the first one is also what a still shows.
+/// An animation of PNG files, repeated without end. Programs that know only PNG show the first frame.
+///
+/// @param frames  the bytes of at least one PNG file; all pictures have equal sizes.
 /// @param millisecondsPerFrame  1 to 65535.
+///
+/// Throws `std::runtime_error` without frames, or when a frame is not a PNG file.
 std::string animatedPng(std::vector<std::string> const& frames, int millisecondsPerFrame);
 
 } // namespace tool

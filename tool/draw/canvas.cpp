@@ -6,13 +6,14 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include <cairo/cairo-svg.h>
 #include <cairo/cairo.h>
 
 #ifndef __has_feature
 #define __has_feature(feature) 0
 #endif
 #if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
-/// The font library keeps what it has read until the program ends, which the leak checker takes for a leak of ours.
+// The font library keeps what it has read until the program ends. The leak checker would report that as our leak.
 extern "C" char const* __lsan_default_suppressions()
 {
     return "leak:libfontconfig\n";
@@ -27,7 +28,13 @@ namespace tool {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-char const* const kFont = "DejaVu Sans"; // cairo's packages bring it; another system's default stands in for it
+char const* const kFont = "DejaVu Sans"; // comes with cairo's packages; elsewhere the system's default is used
+
+// Images in an SVG file have two pixels a unit. They are sharp on displays of high resolution, and the file is small.
+constexpr double kSvgPixelsPerUnit = 2;
+
+// Of the part of a plane that a `PlaneMap` shows. Only a part without width or height needs it, for a finite scale.
+constexpr double kSmallestExtent = 1e-300;
 
 void setColour(cairo_t* context, Colour const& c)
 {
@@ -46,7 +53,7 @@ std::uint32_t toByte(double value)
     return value > 0 ? static_cast<std::uint32_t>(std::fmin(value, 1.0) * 255.0 + 0.5) : 0;
 }
 
-/// Cairo's pixel: opacity and premultiplied colours in one native 32-bit word.
+// Cairo's pixel: opacity and premultiplied colours in one native 32-bit word.
 std::uint32_t packed(Colour const& c)
 {
     return toByte(c.a) << 24 | toByte(c.r * c.a) << 16 | toByte(c.g * c.a) << 8 | toByte(c.b * c.a);
@@ -67,6 +74,18 @@ std::uint32_t* pixelRow(cairo_surface_t* surface, int y)
     return reinterpret_cast<std::uint32_t*>(bytes);
 }
 
+int pixelsFor(double units, double pixelsPerUnit)
+{
+    return std::max(1, static_cast<int>(std::lround(units * pixelsPerUnit)));
+}
+
+// How cairo hands over the bytes of a file: `to` is the std::string that collects them.
+cairo_status_t appendBytes(void* to, unsigned char const* data, unsigned int length)
+{
+    static_cast<std::string*>(to)->append(reinterpret_cast<char const*>(data), length);
+    return CAIRO_STATUS_SUCCESS;
+}
+
 } // namespace
 
 void Canvas::Release::operator()(cairo_t* context) const
@@ -75,13 +94,18 @@ void Canvas::Release::operator()(cairo_t* context) const
 }
 
 Canvas::Canvas(double width, double height, double pixelsPerUnit, Colour background)
-    : width_(width), height_(height), pixelsPerUnit_(pixelsPerUnit)
+    : Canvas(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, pixelsFor(width, pixelsPerUnit),
+                                        pixelsFor(height, pixelsPerUnit)),
+             width, height, pixelsPerUnit, background)
 {
-    cairo_surface_t* const surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, pixels(width), pixels(height));
-    context_.reset(cairo_create(surface));
-    cairo_surface_destroy(surface); // the context holds it from here on
-    if (cairo_status(context_.get()) != CAIRO_STATUS_SUCCESS) throw std::runtime_error("a picture cannot be made");
     cairo_scale(context_.get(), pixelsPerUnit, pixelsPerUnit);
+}
+
+Canvas::Canvas(cairo_surface_t* surface, double width, double height, double pixelsPerUnit, Colour background)
+    : width_(width), height_(height), pixelsPerUnit_(pixelsPerUnit), context_(cairo_create(surface))
+{
+    cairo_surface_destroy(surface); // the context holds it from here on
+    if (cairo_status(context_.get()) != CAIRO_STATUS_SUCCESS) throw std::runtime_error("a picture cannot be created");
     cairo_set_line_join(context_.get(), CAIRO_LINE_JOIN_ROUND);
     cairo_set_line_cap(context_.get(), CAIRO_LINE_CAP_ROUND);
     setColour(context_.get(), background);
@@ -94,12 +118,12 @@ Canvas& Canvas::operator=(Canvas&&) noexcept = default;
 
 int Canvas::pixels(double units) const
 {
-    return std::max(1, static_cast<int>(std::lround(units * pixelsPerUnit_)));
+    return pixelsFor(units, pixelsPerUnit_);
 }
 
-void Canvas::path(std::vector<Point> const& points, bool closed)
+void Canvas::addToPath(std::vector<Point> const& points, bool closed)
 {
-    cairo_new_path(context_.get());
+    cairo_new_sub_path(context_.get());
     for (Point const& p : points) cairo_line_to(context_.get(), p.x, p.y);
     if (closed) cairo_close_path(context_.get());
 }
@@ -119,7 +143,13 @@ void Canvas::line(Point a, Point b, Stroke const& stroke)
 
 void Canvas::polyline(std::vector<Point> const& points, Stroke const& stroke, bool closed)
 {
-    path(points, closed);
+    polylines({points}, stroke, closed);
+}
+
+void Canvas::polylines(std::vector<std::vector<Point>> const& lines, Stroke const& stroke, bool closed)
+{
+    cairo_new_path(context_.get());
+    for (std::vector<Point> const& points : lines) addToPath(points, closed);
     finish(stroke);
 }
 
@@ -137,7 +167,13 @@ void Canvas::arrow(Point from, Point to, Stroke const& stroke)
 
 void Canvas::polygon(std::vector<Point> const& points, Colour fill)
 {
-    path(points, true);
+    polygons({points}, fill);
+}
+
+void Canvas::polygons(std::vector<std::vector<Point>> const& outlines, Colour fill)
+{
+    cairo_new_path(context_.get());
+    for (std::vector<Point> const& points : outlines) addToPath(points, true);
     setColour(context_.get(), fill);
     cairo_fill(context_.get());
 }
@@ -213,7 +249,8 @@ void Canvas::image(Image const& image, Rect const& where)
     cairo_translate(c, where.x, where.y);
     cairo_scale(c, where.width / image.width(), where.height / image.height());
     cairo_set_source_surface(c, surface, 0, 0);
-    cairo_pattern_set_extend(cairo_get_source(c), CAIRO_EXTEND_PAD); // no pale rim where the border is interpolated
+    // At the border cairo interpolates with pixels outside the image. Without this they would be transparent.
+    cairo_pattern_set_extend(cairo_get_source(c), CAIRO_EXTEND_PAD);
     cairo_rectangle(c, 0, 0, image.width(), image.height());
     cairo_fill(c);
     cairo_restore(c);
@@ -235,12 +272,9 @@ void Canvas::endClip()
 std::string Canvas::png() const
 {
     std::string bytes;
-    auto const append = [](void* to, unsigned char const* data, unsigned int length) {
-        static_cast<std::string*>(to)->append(reinterpret_cast<char const*>(data), length);
-        return CAIRO_STATUS_SUCCESS;
-    };
     cairo_surface_flush(cairo_get_target(context_.get()));
-    if (cairo_surface_write_to_png_stream(cairo_get_target(context_.get()), append, &bytes) != CAIRO_STATUS_SUCCESS) {
+    if (cairo_surface_write_to_png_stream(cairo_get_target(context_.get()), appendBytes, &bytes) !=
+        CAIRO_STATUS_SUCCESS) {
         throw std::runtime_error("a picture cannot be encoded");
     }
     return bytes;
@@ -257,10 +291,22 @@ Image Canvas::pixelsOf() const
     return image;
 }
 
+std::string svgOf(double width, double height, std::function<void(Canvas&)> const& draw, Colour background)
+{
+    std::string text;
+    cairo_surface_t* const surface = cairo_svg_surface_create_for_stream(appendBytes, &text, width, height);
+    cairo_svg_surface_set_document_unit(surface, CAIRO_SVG_UNIT_PX);
+    Canvas canvas(surface, width, height, kSvgPixelsPerUnit, background);
+    draw(canvas);
+    cairo_surface_finish(surface); // writes the rest of the text
+    if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) throw std::runtime_error("a picture cannot be encoded");
+    return text;
+}
+
 PlaneMap::PlaneMap(Point low, Point high, Rect const& where)
 {
-    double const width = std::max(high.x - low.x, 1e-300); // a flat part of the plane still gets a finite scale
-    double const height = std::max(high.y - low.y, 1e-300);
+    double const width = std::max(high.x - low.x, kSmallestExtent);
+    double const height = std::max(high.y - low.y, kSmallestExtent);
     scale_ = std::min(where.width / width, where.height / height);
     origin_.x = where.x + where.width / 2 - scale_ * (low.x + high.x) / 2;
     origin_.y = where.y + where.height / 2 + scale_ * (low.y + high.y) / 2;
@@ -296,11 +342,11 @@ std::string niceNumber(double value, int digits)
     return buffer;
 }
 
-std::string niceCount(long long value)
+std::string groupedDigits(std::string digits)
 {
-    std::string digits = std::to_string(value);
-    for (int i = static_cast<int>(digits.size()) - 3; i > (value < 0 ? 1 : 0); i -= 3) {
-        digits.insert(static_cast<std::size_t>(i), "\u202f"); // a narrow space that does not break
+    int const first = digits[0] == '-' ? 1 : 0;
+    for (int i = static_cast<int>(digits.size()) - 3; i > first; i -= 3) {
+        digits.insert(static_cast<std::size_t>(i), "\u202f"); // a narrow space at which no line breaks
     }
     return digits;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-/// Colours and colour maps. The maps are perceptually even and keep their order for colour-blind eyes and in grey.
+/// Colours and colour maps. Equal steps of a map's argument look equally large. `viridis` also keeps its order in grey
+/// and for colour-blind readers.
 
 #include <cstdint>
 
@@ -29,20 +30,21 @@ struct Colour
 /// From `a` at t = 0 to `b` at t = 1; t is clamped, NaN counts as 0.
 Colour mix(Colour const& a, Colour const& b, double t);
 
-/// The colour's grey of equal lightness, mixed in by `amount` in [0, 1].
+/// The colour, mixed with the grey of equal luminance: `amount` 0 gives the colour, 1 the grey; clamped.
 Colour desaturate(Colour const& colour, double amount);
 
-/// Dark violet through green to yellow, for quantities with a low and a high end; t in [0, 1], clamped.
+/// From dark violet (t = 0) over green to yellow (t = 1), for quantities with a low and a high end. t is clamped; NaN
+/// counts as 0. Source of the map: S. van der Walt, N. Smith, matplotlib's viridis, 2015, as ten samples.
 Colour viridis(double t);
 
-/// Blue through near-white to rust, for signed quantities; t in [-1, 1], clamped.
+/// From blue (t = -1) over near-white (0) to rust (1), for signed quantities. t is clamped; NaN counts as -1.
 Colour diverging(double t);
 
-/// Eight colours that colour-blind eyes tell apart, repeated for larger indices.
+/// Eight colours that colour-blind readers can distinguish. Other indices, also negative ones, repeat them.
 /// Source: M. Okabe, K. Ito, Color Universal Design, 2008.
 Colour categorical(int index);
 
-/// The colours that pictures share, so that they look like one set.
+/// The colours that all pictures share.
 namespace palette {
 constexpr Colour paper = Colour::hex(0xfbfaf7);
 constexpr Colour ink = Colour::hex(0x22262b);

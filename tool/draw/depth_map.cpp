@@ -7,12 +7,13 @@
 #include <sinew/core/vector_geometry.h>
 
 #include <tool/draw/raster.h>
+#include <tool/support/as_index.h>
 
 namespace tool {
 
 DepthMap::DepthMap(Vector3 const& towardsLight, Vector3 const& centre, double radius, int size)
     : towards_(towardsLight), centre_(centre), cellsPerLength_(0.5 * size / (1.02 * radius)), size_(size),
-      nearest_(static_cast<std::size_t>(size) * static_cast<std::size_t>(size), -std::numeric_limits<float>::infinity())
+      nearest_(asIndex(size) * asIndex(size), -std::numeric_limits<float>::infinity())
 {
     getBasis(towardsLight, right_, up_);
 }
@@ -28,7 +29,7 @@ void DepthMap::add(Vector3 const& a, Vector3 const& b, Vector3 const& c)
     Vector3 const corners[] = {inMap(a), inMap(b), inMap(c)};
     forEachPixelInTriangle(corners, size_, size_, [&](int x, int y, double wa, double wb, double wc) {
         float const height = static_cast<float>(wa * corners[0].z + wb * corners[1].z + wc * corners[2].z);
-        float& cell = nearest_[static_cast<std::size_t>(y * size_ + x)];
+        float& cell = nearest_[asIndex(y * size_ + x)];
         cell = std::max(cell, height);
     });
 }
@@ -36,13 +37,13 @@ void DepthMap::add(Vector3 const& a, Vector3 const& b, Vector3 const& c)
 double DepthMap::lit(Vector3 const& p, double bias) const
 {
     Vector3 const at = inMap(p);
-    // Written so that NaN, from coordinates whose squares overflow, lands on cell 0.
+    // fmax and fmin turn NaN, which comes from coordinates whose squares overflow, into cell 0.
     double const x = std::fmin(std::fmax(at.x - 0.5, 0.0), size_ - 1.001);
     double const y = std::fmin(std::fmax(at.y - 0.5, 0.0), size_ - 1.001);
     int const x0 = static_cast<int>(x);
     int const y0 = static_cast<int>(y);
     auto const free = [&](int i, int j) {
-        return nearest_[static_cast<std::size_t>((y0 + j) * size_ + x0 + i)] > at.z + bias ? 0.0 : 1.0;
+        return nearest_[asIndex((y0 + j) * size_ + x0 + i)] > at.z + bias ? 0.0 : 1.0;
     };
     double const s = x - x0;
     double const t = y - y0;

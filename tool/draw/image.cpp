@@ -1,28 +1,13 @@
 #include <tool/draw/image.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace tool {
 
-Image Image::halved() const
-{
-    Image half(width_ / 2, height_ / 2);
-    for (int y = 0; y < half.height_; ++y) {
-        for (int x = 0; x < half.width_; ++x) {
-            Colour sum(0, 0, 0, 0);
-            for (int k = 0; k < 4; ++k) {
-                Colour const& c = at(std::min(2 * x + k % 2, width_ - 1), std::min(2 * y + k / 2, height_ - 1));
-                sum = {sum.r + c.r * c.a, sum.g + c.g * c.a, sum.b + c.b * c.a, sum.a + c.a};
-            }
-            if (sum.a > 0) half.at(x, y) = {sum.r / sum.a, sum.g / sum.a, sum.b / sum.a, sum.a / 4};
-        }
-    }
-    return half;
-}
-
 Colour Image::sample(double u, double v) const
 {
-    // Written so that NaN lands on 0.
+    // fmax and fmin turn NaN into 0.
     double const x = std::fmin(std::fmax(u * width_ - 0.5, 0.0), width_ - 1.0);
     double const y = std::fmin(std::fmax((1 - v) * height_ - 0.5, 0.0), height_ - 1.0);
     int const x0 = static_cast<int>(x);

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The pixels of a triangle.
+/// The pixels of a triangle, for the renderer and its depth maps.
 
 #include <algorithm>
 #include <cmath>
@@ -10,16 +10,18 @@
 namespace tool {
 
 /// Calls visit(x, y, wa, wb, wc) for every pixel of a width x height grid whose centre (x + 0.5, y + 0.5) lies in the
-/// triangle of the corners' x and y; the three weights sum to 1. Either orientation; a triangle without area has no
-/// pixels.
+/// triangle. The triangle is given by the x and y of its corners, in either orientation. wa, wb and wc are barycentric
+/// weights with the sum 1. A triangle without area has no pixels.
 template <typename Visit>
 void forEachPixelInTriangle(Vector3 const (&corner)[3], int width, int height, Visit visit)
 {
+    // Pixel centres are 1 apart, so a triangle with less area than this can contain one only by coincidence.
+    constexpr double kSmallestTwiceArea = 1e-12;
     Vector3 const &a = corner[0], &b = corner[1], &c = corner[2];
     double const area = (b.x - a.x) * (c.y - a.y) - (c.x - a.x) * (b.y - a.y);
-    if (!(std::fabs(area) > 1e-12)) return;
+    if (!(std::fabs(area) > kSmallestTwiceArea)) return; // also when a corner is NaN
     auto const bound = [](double value, int limit) {
-        return static_cast<int>(std::fmin(std::fmax(value, 0.0), limit)); // NaN counts as 0
+        return static_cast<int>(std::fmin(std::fmax(value, 0.0), limit)); // NaN becomes 0
     };
     int const left = bound(std::floor(std::min({a.x, b.x, c.x}) - 0.5), width);
     int const right = bound(std::ceil(std::max({a.x, b.x, c.x}) + 0.5), width);

@@ -6,17 +6,28 @@
 
 #include <tool/draw/depth_map.h>
 #include <tool/draw/raster.h>
+#include <tool/support/as_index.h>
 
 namespace tool {
 namespace {
 
-constexpr int kSupersampling = 2;      // samples a pixel in each direction
-constexpr int kMostSkyDirections = 40; // for the ambient shadows
-constexpr int kSkyMapSize = 160;       // cells a side; many coarse maps average to a smooth shadow
-constexpr int kLargestKeyMap = 1400;
-constexpr double kGoldenAngle = 2.39996322972865332; // spreads directions evenly over the sky
+constexpr int kSupersampling = 2; // samples of a pixel in each direction
 
-// Light adds up in linear terms; squares and roots are close enough to the display's encoding for pictures.
+// The depth maps. Small pictures have smaller and fewer ones: coarse shadow edges cannot be seen in them.
+constexpr int kSmallestKeyMap = 200; // cells along a side
+constexpr int kLargestKeyMap = 1400;
+constexpr int kFewestSkyDirections = 12;
+constexpr int kMostSkyDirections = 40;
+constexpr int kSkyMapSize = 160;                     // cells along a side; many coarse maps average to a smooth shadow
+constexpr double kGoldenAngle = 2.39996322972865332; // distributes directions evenly over the sky
+
+// How much nearer to the light another surface must be to throw a shadow, in radii of the scene. It exceeds the depth
+// that a surface has within one cell of a map, so that no surface shades itself.
+constexpr double kKeyBias = 0.006;
+constexpr double kSkyBias = 0.018;
+constexpr double kGroundBias = 0.01;
+
+// Light is summed in linear values. A square approximates the display's encoding well enough here.
 Vector3 toLinear(Colour const& c)
 {
     return {c.r * c.r, c.g * c.g, c.b * c.b};
@@ -27,16 +38,18 @@ Colour fromLinear(Vector3 const& light)
     return {std::sqrt(light.x), std::sqrt(light.y), std::sqrt(light.z)};
 }
 
-/// A soft shoulder above 0.7 instead of clipped highlights.
-Vector3 developed(Vector3 const& light)
+// Compresses values above kShoulder smoothly to below 1, so that highlights are not clipped.
+Vector3 compressed(Vector3 const& light)
 {
+    constexpr double kShoulder = 0.7;
     auto const channel = [](double v) {
-        return v < 0.7 ? std::max(v, 0.0) : 0.7 + 0.3 * (1 - std::exp(-(v - 0.7) / 0.3));
+        double const rest = 1 - kShoulder;
+        return v < kShoulder ? std::max(v, 0.0) : kShoulder + rest * (1 - std::exp(-(v - kShoulder) / rest));
     };
     return {channel(light.x), channel(light.y), channel(light.z)};
 }
 
-/// What one sample of the picture shows.
+// The point of a surface that one sample of the picture shows; no surface if `solid` is negative.
 struct Sample
 {
     float depth = std::numeric_limits<float>::infinity();
@@ -52,15 +65,14 @@ public:
         : solids_(solids), view_(view), options_(options), samplesPerUnit_(pixelsPerUnit * kSupersampling),
           width_(std::max(1, static_cast<int>(std::lround(view.where().width * pixelsPerUnit)))),
           height_(std::max(1, static_cast<int>(std::lround(view.where().height * pixelsPerUnit)))),
-          samples_(static_cast<std::size_t>(width_ * kSupersampling) *
-                   static_cast<std::size_t>(height_ * kSupersampling))
+          samples_(asIndex(width_ * kSupersampling) * asIndex(height_ * kSupersampling))
     {
         measure();
         light();
         rasterise();
     }
 
-    /// For further pictures; the shape must stay.
+    // For further pictures of the same shape.
     void setColours(std::vector<Colour> const& colours) { solids_[0].colours = colours; }
 
     Image picture() const
@@ -99,17 +111,16 @@ private:
         return map;
     }
 
-    static Vector3 const& at(Solid const& solid, int i) { return solid.positions[static_cast<std::size_t>(i)]; }
+    static Vector3 const& at(Solid const& solid, int i) { return solid.positions[asIndex(i)]; }
 
     void light()
     {
         towardsKey_ = UVector3(view_.up() * 0.75 - view_.right() * 0.55 - view_.forward() * 0.75);
-        towardsKey_.y = std::max(towardsKey_.y, 0.3); // never from below the ground
+        towardsKey_.y = std::max(towardsKey_.y, 0.3); // always from above the ground
         towardsKey_ = UVector3(towardsKey_);
-        // Small pictures do with less: the eye sees neither fine shadow edges nor steps in soft ones there.
         int const pictureSize = width_ + height_;
-        int const directions = std::clamp(pictureSize / 12, 12, kMostSkyDirections);
-        keyMap_.push_back(mapTowards(towardsKey_, std::clamp(2 * pictureSize, 200, kLargestKeyMap)));
+        int const directions = std::clamp(pictureSize / 12, kFewestSkyDirections, kMostSkyDirections);
+        keyMap_.push_back(mapTowards(towardsKey_, std::clamp(2 * pictureSize, kSmallestKeyMap, kLargestKeyMap)));
         for (int i = 0; i < directions; ++i) {
             double const up = 0.04 + 0.96 * (i + 0.5) / directions;
             double const across = std::sqrt(1 - up * up);
@@ -125,15 +136,16 @@ private:
         }
     }
 
-    /// The share of the even sky that reaches a point of a surface; both sides of the surface count as one.
+    // The share of the sky's light that reaches a point of a surface. The side that faces the eye is lit.
     double skyAt(Vector3 const& p, Vector3 const& normal) const
     {
-        double const bias = 0.018 * radius_;
+        double const bias = kSkyBias * radius_;
         Vector3 const n = normal * (view_.eye() - p) < 0 ? -normal : normal;
         double reached = 0;
         double possible = 0;
         for (std::size_t i = 0; i < skyMaps_.size(); ++i) {
-            double const cosine = 0.35 + 0.65 * (n * skyDirections_[i]); // light bounces: a wrapped cosine
+            double const cosine =
+                0.35 + 0.65 * (n * skyDirections_[i]); // wrapped, for the light that other things reflect
             if (cosine <= 0) continue;
             possible += 1;
             reached += cosine * skyMaps_[i].lit(p + n * bias, 0.5 * bias);
@@ -158,23 +170,22 @@ private:
             corners[k] = {(p.x - view_.where().x) * samplesPerUnit_, (p.y - view_.where().y) * samplesPerUnit_, depth};
         }
         int const width = width_ * kSupersampling;
-        forEachPixelInTriangle(
-            corners, width, height_ * kSupersampling, [&](int x, int y, double a, double b, double c) {
-                // Straight lines in space are even in 1 / depth on the sheet.
-                double const wa = a / corners[0].z;
-                double const wb = b / corners[1].z;
-                double const wc = c / corners[2].z;
-                double const depth = 1 / (wa + wb + wc);
-                Sample& sample = samples_[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
-                                          static_cast<std::size_t>(x)];
-                if (!(depth < sample.depth)) return;
-                sample.depth = static_cast<float>(depth);
-                sample.solid = static_cast<int>(s);
-                sample.triangle = static_cast<int>(t);
-                sample.weights[0] = static_cast<float>(wa * depth);
-                sample.weights[1] = static_cast<float>(wb * depth);
-                sample.weights[2] = static_cast<float>(wc * depth);
-            });
+        forEachPixelInTriangle(corners, width, height_ * kSupersampling,
+                               [&](int x, int y, double a, double b, double c) {
+                                   // Along a straight line on the sheet, 1 / depth is linear, not depth.
+                                   double const wa = a / corners[0].z;
+                                   double const wb = b / corners[1].z;
+                                   double const wc = c / corners[2].z;
+                                   double const depth = 1 / (wa + wb + wc);
+                                   Sample& sample = samples_[asIndex(y) * asIndex(width) + asIndex(x)];
+                                   if (!(depth < sample.depth)) return;
+                                   sample.depth = static_cast<float>(depth);
+                                   sample.solid = static_cast<int>(s);
+                                   sample.triangle = static_cast<int>(t);
+                                   sample.weights[0] = static_cast<float>(wa * depth);
+                                   sample.weights[1] = static_cast<float>(wb * depth);
+                                   sample.weights[2] = static_cast<float>(wc * depth);
+                               });
     }
 
     Colour pixel(int x, int y) const
@@ -183,9 +194,8 @@ private:
         int empty = 0;
         for (int j = 0; j < kSupersampling; ++j) {
             for (int i = 0; i < kSupersampling; ++i) {
-                Sample const& sample = samples_[static_cast<std::size_t>(y * kSupersampling + j) *
-                                                    static_cast<std::size_t>(width_ * kSupersampling) +
-                                                static_cast<std::size_t>(x * kSupersampling + i)];
+                Sample const& sample = samples_[asIndex(y * kSupersampling + j) * asIndex(width_ * kSupersampling) +
+                                                asIndex(x * kSupersampling + i)];
                 if (sample.solid < 0) {
                     ++empty;
                 } else {
@@ -199,9 +209,9 @@ private:
 
     Vector3 shade(Sample const& sample) const
     {
-        std::size_t const s = static_cast<std::size_t>(sample.solid);
+        std::size_t const s = asIndex(sample.solid);
         Solid const& solid = solids_[s];
-        std::size_t const t = static_cast<std::size_t>(sample.triangle);
+        std::size_t const t = asIndex(sample.triangle);
         Triangle const& triangle = solid.triangles[t];
         double const weights[3] = {sample.weights[0], sample.weights[1], sample.weights[2]};
         Vector3 p;
@@ -209,7 +219,7 @@ private:
         double sky = 0;
         Colour colour(0, 0, 0);
         for (std::size_t k = 0; k < 3; ++k) {
-            std::size_t const v = static_cast<std::size_t>(triangle[k]);
+            std::size_t const v = asIndex(triangle[k]);
             p += solid.positions[v] * weights[k];
             n += normals_[s][v] * weights[k];
             sky += sky_[s][v] * weights[k];
@@ -230,7 +240,7 @@ private:
     {
         Vector3 const towardsEye = UVector3(view_.eye() - p);
         if (n * towardsEye < 0) n = -n;
-        double const bias = 0.006 * radius_;
+        double const bias = kKeyBias * radius_;
         double const key = std::max(0.0, n * towardsKey_) * keyMap_[0].lit(p + n * bias, bias);
         Vector3 const half = UVector3(towardsKey_ + towardsEye);
         double const highlight = key > 0 ? gloss * std::pow(std::max(0.0, n * half), 40) : 0;
@@ -238,10 +248,10 @@ private:
         Vector3 const skyLight(0.46 * sky, 0.50 * sky, 0.56 * sky);
         Vector3 const light = keyLight + skyLight + Vector3(0.05, 0.045, 0.04);
         Vector3 const diffuse(albedo.x * light.x, albedo.y * light.y, albedo.z * light.z);
-        return developed(diffuse + Vector3(1, 1, 1) * highlight);
+        return compressed(diffuse + Vector3(1, 1, 1) * highlight);
     }
 
-    /// The ground in the colour of the background, darkened by what stands on it.
+    // The ground: the colour of the background, darkened by the shadows of the solids. It fades with the distance.
     Vector3 groundAt(int x, int y) const
     {
         Vector3 const paper = toLinear(options_.background);
@@ -254,7 +264,7 @@ private:
         double const away = dist(p, Vector3(centre_.x, low_.y, centre_.z)) / radius_;
         double const fade = std::clamp(1.6 - 0.6 * away, 0.0, 1.0);
         if (fade == 0) return paper;
-        double const bias = 0.01 * radius_;
+        double const bias = kGroundBias * radius_;
         double sky = 0;
         double all = 0;
         for (std::size_t i = 0; i < skyMaps_.size(); ++i) {
@@ -277,7 +287,7 @@ private:
     Vector3 low_, high_, centre_;
     double radius_ = 1;
     Vector3 towardsKey_;
-    std::vector<DepthMap> keyMap_; // one, made after the bounds are known
+    std::vector<DepthMap> keyMap_; // one element, made when the bounds are known
     std::vector<DepthMap> skyMaps_;
     std::vector<Vector3> skyDirections_;
 };
@@ -310,27 +320,16 @@ std::vector<Vector3> vertexNormals(std::vector<Vector3> const& positions, std::v
 {
     std::vector<Vector3> sums(positions.size());
     for (Triangle const& t : triangles) {
-        Vector3 const& a = positions[static_cast<std::size_t>(t[0])];
-        Vector3 const n = cross(positions[static_cast<std::size_t>(t[1])] - a,
-                                positions[static_cast<std::size_t>(t[2])] - a); // twice the area long
-        for (int const v : t) sums[static_cast<std::size_t>(v)] += n;
+        Vector3 const& a = positions[asIndex(t[0])];
+        Vector3 const n = cross(positions[asIndex(t[1])] - a,
+                                positions[asIndex(t[2])] - a); // twice the area long
+        for (int const v : t) sums[asIndex(v)] += n;
     }
     for (Vector3& sum : sums) {
-        double const length = sum.length(); // tiny triangles of a fine mesh still have a direction
+        double const length = sum.length(); // not the null test of vectors: small triangles have a direction too
         sum = length > 0 ? sum * (1 / length) : Vector3(0, 0, 1);
     }
     return sums;
-}
-
-void boundsOf(std::vector<Vector3> const& points, Vector3& low, Vector3& high)
-{
-    low = high = points.empty() ? Vector3() : points[0];
-    for (Vector3 const& p : points) {
-        for (int k = 0; k < 3; ++k) {
-            low[k] = std::min(low[k], p[k]);
-            high[k] = std::max(high[k], p[k]);
-        }
-    }
 }
 
 } // namespace tool

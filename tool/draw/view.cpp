@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <cmath>
 
+#include <tool/support/bounds.h>
+
 namespace tool {
 namespace {
 
 constexpr double kRadiansPerDegree = 3.14159265358979323846 / 180;
-constexpr double kLargestZoom = 100;   // a single point fills nothing
-constexpr double kDistanceInRadii = 5; // a long lens: little distortion, still some depth
+constexpr double kLargestZoom = 100;     // for points that lie in one place
+constexpr double kDistanceInRadii = 5;   // of the eye from the box: large enough for little perspective distortion
+constexpr double kSmallestExtent = 1e-9; // of the points, in space and on the canvas: no division by zero
 
 } // namespace
 
@@ -20,9 +23,9 @@ View::View(Vector3 const& low, Vector3 const& high, double azimuthDegrees, doubl
     double const elevation = elevationDegrees * kRadiansPerDegree;
     Vector3 const towardsEye(std::cos(elevation) * std::sin(azimuth), std::sin(elevation),
                              std::cos(elevation) * std::cos(azimuth));
-    double const radius = std::max(0.5 * dist(low, high), 1e-9);
+    double const radius = std::max(0.5 * dist(low, high), kSmallestExtent);
     forward_ = -towardsEye;
-    right_ = Vector3(std::cos(azimuth), 0, -std::sin(azimuth)); // stays defined when looking straight down
+    right_ = Vector3(std::cos(azimuth), 0, -std::sin(azimuth)); // defined also when the camera looks straight down
     up_ = cross(right_, forward_);
     eye_ = (low + high) * 0.5 + towardsEye * (kDistanceInRadii * radius);
     double const tangent = 1 / std::sqrt(kDistanceInRadii * kDistanceInRadii - 1);
@@ -32,11 +35,8 @@ View::View(Vector3 const& low, Vector3 const& high, double azimuthDegrees, doubl
 View View::fitted(std::vector<Vector3> const& points, double azimuthDegrees, double elevationDegrees, Rect const& where,
                   double fill)
 {
-    Vector3 low = points.empty() ? Vector3() : points[0], high = low;
-    for (Vector3 const& p : points) {
-        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
-        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
-    }
+    Vector3 low, high;
+    boundsOf(points, low, high);
     View view(low, high, azimuthDegrees, elevationDegrees, where);
     Point least = view.middle_, most = least;
     for (Vector3 const& p : points) {
@@ -44,7 +44,8 @@ View View::fitted(std::vector<Vector3> const& points, double azimuthDegrees, dou
         least = {std::min(least.x, at.x), std::min(least.y, at.y)};
         most = {std::max(most.x, at.x), std::max(most.y, at.y)};
     }
-    double const wide = std::max(most.x - least.x, 1e-9), tall = std::max(most.y - least.y, 1e-9);
+    double const wide = std::max(most.x - least.x, kSmallestExtent);
+    double const tall = std::max(most.y - least.y, kSmallestExtent);
     double const scale = std::min({fill * where.width / wide, fill * where.height / tall, kLargestZoom});
     Point const centre{0.5 * (least.x + most.x), 0.5 * (least.y + most.y)};
     view.unitsPerTangent_ *= scale;

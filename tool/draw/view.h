@@ -1,7 +1,6 @@
 #pragma once
 
-/// How space is seen on a sheet: a perspective camera that looks at a box, mapped to a rectangle of a canvas. The same
-/// view serves the renderer and everything that is drawn over its picture.
+/// The perspective camera of all pictures of space.
 
 #include <vector>
 
@@ -11,24 +10,28 @@
 
 namespace tool {
 
+/// A perspective camera that looks at a box and maps space to a rectangle of a canvas. The renderer uses it, and so
+/// does everything that is drawn over its picture.
 class View
 {
 public:
     /// Looks at the middle of the box from `low` to `high` so that its bounding sphere fits into `where`.
     ///
-    /// @param azimuthDegrees    0 looks from +z, 90 from +x; @param elevationDegrees  90 looks straight down (y is up).
-    /// @param zoom              above 1 comes closer: boxes seldom fill their spheres.
+    /// @param azimuthDegrees    0 looks from +z, 90 from +x.
+    /// @param elevationDegrees  90 looks straight down (y is up).
+    /// @param zoom              factor of enlargement. Few boxes fill their bounding spheres, so it may exceed 1.
     View(Vector3 const& low, Vector3 const& high, double azimuthDegrees, double elevationDegrees, Rect const& where,
          double zoom = 1);
 
-    /// Looks at the points so that they fill `fill` of `where`, in the direction that has less room for them, centred.
+    /// Looks at the points. They are centred and as large as possible with `fill` of the width and of the height of
+    /// `where`.
     static View fitted(std::vector<Vector3> const& points, double azimuthDegrees, double elevationDegrees,
                        Rect const& where, double fill = 0.86);
 
-    /// The place on the canvas; `depth`, if given, receives the distance along the view direction.
+    /// The point on the canvas. `depth` may be null; it receives the distance from the eye along the view direction.
     Point operator()(Vector3 const& p, double* depth = nullptr) const;
 
-    /// Unit vector of the ray that leaves the eye through a place on the canvas.
+    /// Unit vector of the ray from the eye through a point on the canvas.
     Vector3 rayThrough(Point at) const;
 
     Vector3 const& eye() const { return eye_; }

@@ -2,27 +2,24 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cmath>
 #include <limits>
 #include <map>
 
-#include <sinew/core/vector_geometry.h>
 #include <sinew/sparse/llt_matrix.h>
 #include <sinew/sparse/spd_matrix.h>
 
 #include <tool/figure/mesh_pieces.h>
+#include <tool/support/as_index.h>
+#include <tool/support/bounds.h>
+#include <tool/support/stopwatch.h>
 
 namespace tool {
 namespace {
 
-constexpr double kEquallyNear = 1e-4; // relative difference of distances that still shares the heat
-constexpr double kClosest = 1e-3;     // of the surface's size: how near a bone may come before its heat stops rising
-
-double secondsSince(std::chrono::steady_clock::time_point start)
-{
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
+constexpr double kEquallyNear = 1e-4; // relative difference of distances up to which bones count as equally near
+constexpr double kClosest = 1e-3;     // relative to the surface's size: smaller distances to a bone are raised to it
+constexpr double kSmallestClosest = 1e-300; // for a surface without extent: no division by zero
 
 class HeatProblem
 {
@@ -38,9 +35,9 @@ public:
     BoneHeat solve()
     {
         SPDMatrix const matrix = assemble();
-        auto const started = std::chrono::steady_clock::now();
+        Stopwatch const factoring;
         LLTMatrix const factor = matrix.factor();
-        result_.factorSeconds = secondsSince(started);
+        result_.factorSeconds = factoring.seconds();
         for (auto const& row : factor.rows) result_.factorEntries += row.size() + 1;
         if (factor.rows.size() == places_.size()) solveBones(matrix, factor);
         return std::move(result_);
@@ -66,7 +63,7 @@ private:
         std::vector<int> facets;
         for (Triangle const& t : triangles) {
             int corner[3];
-            for (std::size_t k = 0; k < 3; ++k) corner[k] = placeOf_[static_cast<std::size_t>(t[k])];
+            for (std::size_t k = 0; k < 3; ++k) corner[k] = placeOf_[asIndex(t[k])];
             facets.insert(facets.end(), corner, corner + 3);
             addTriangle(corner);
         }
@@ -86,28 +83,21 @@ private:
             int const i = corner[(k + 1) % 3], j = corner[(k + 2) % 3];
             Vector3 const a = p[(k + 1) % 3] - p[k], b = p[(k + 2) % 3] - p[k];
             edges_[{std::max(i, j), std::min(i, j)}] += 0.5 * (a * b) / twiceArea; // half the cotangent at corner k
-            areas_[static_cast<std::size_t>(corner[k])] += twiceArea / 6;
+            areas_[asIndex(corner[k])] += twiceArea / 6;
         }
     }
 
-    Vector3 const& place(int i) const { return places_[static_cast<std::size_t>(i)]; }
+    Vector3 const& place(int i) const { return places_[asIndex(i)]; }
 
     void findNearestBones()
     {
-        Vector3 low = places_.empty() ? Vector3() : places_[0], high = low;
-        for (Vector3 const& p : places_) {
-            for (int k = 0; k < 3; ++k) {
-                low[k] = std::min(low[k], p[k]);
-                high[k] = std::max(high[k], p[k]);
-            }
-        }
-        double const closest = std::max(kClosest * dist(low, high), 1e-300);
+        Vector3 low, high;
+        boundsOf(places_, low, high);
+        double const closest = std::max(kClosest * dist(low, high), kSmallestClosest);
         for (Vector3 const& p : places_) {
             std::vector<double> distances;
-            for (auto const& [a, b] : skeleton_.bones) {
-                distances.push_back(
-                    std::sqrt(distSqToLineSegment(p, skeleton_.joints[static_cast<std::size_t>(a)],
-                                                  skeleton_.joints[static_cast<std::size_t>(b)], nullptr)));
+            for (std::size_t b = 0; b < skeleton_.bones.size(); ++b) {
+                distances.push_back(distanceToBone(skeleton_, b, p));
             }
             double const least = *std::min_element(distances.begin(), distances.end());
             nearest_.emplace_back();
@@ -119,7 +109,7 @@ private:
         }
     }
 
-    /// L + A H. A vertex without area has no neighbours either; a unit diagonal gives it its nearest bone.
+    // L + A H. A vertex without area has no neighbours either. The diagonal 1 gives it its nearest bones.
     SPDMatrix assemble()
     {
         std::vector<double> diagonal(places_.size(), 0);
@@ -127,7 +117,7 @@ private:
         matrix.rows.resize(places_.size());
         for (auto const& [edge, weight] : edges_) {
             if (weight == 0) continue;
-            std::size_t const i = static_cast<std::size_t>(edge.first), j = static_cast<std::size_t>(edge.second);
+            std::size_t const i = asIndex(edge.first), j = asIndex(edge.second);
             matrix.rows[i].emplace_back(edge.second, -weight);
             diagonal[i] += weight;
             diagonal[j] += weight;
@@ -152,19 +142,19 @@ private:
         for (std::size_t b = 0; b < bones; ++b) {
             std::vector<double> const right = rightSide(static_cast<int>(b));
             std::vector<double> x = right;
-            auto const started = std::chrono::steady_clock::now();
+            Stopwatch const solving;
             factor.solve(x);
-            result_.solveSeconds += secondsSince(started);
-            noteResidual(matrix, x, right);
+            result_.solveSeconds += solving.seconds();
+            measureResidual(matrix, x, right);
             for (std::size_t i = 0; i < x.size(); ++i) raw[i][b] = x[i];
         }
-        measure(raw);
+        measureWeights(raw);
         for (auto& row : raw) {
             double sum = 0;
             for (double& w : row) sum += w = std::clamp(w, 0.0, 1.0);
             for (double& w : row) w /= sum;
         }
-        for (int const i : placeOf_) result_.weights.push_back(raw[static_cast<std::size_t>(i)]);
+        for (int const i : placeOf_) result_.weights.push_back(raw[asIndex(i)]);
     }
 
     std::vector<double> rightSide(int bone) const
@@ -179,24 +169,24 @@ private:
         return right;
     }
 
-    void noteResidual(SPDMatrix const& matrix, std::vector<double> const& x, std::vector<double> const& right)
+    void measureResidual(SPDMatrix const& matrix, std::vector<double> const& x, std::vector<double> const& right)
     {
         std::vector<double> difference = right;
         double scale = 0;
         for (std::size_t i = 0; i < x.size(); ++i) {
             scale = std::max(scale, std::fabs(right[i]));
             for (auto const& [column, value] : matrix.rows[i]) {
-                std::size_t const j = static_cast<std::size_t>(column);
+                std::size_t const j = asIndex(column);
                 difference[i] -= value * x[j];
                 if (j != i) difference[j] -= value * x[i];
             }
         }
-        if (scale == 0) return; // a bone that is nearest to nothing heats nothing
+        if (scale == 0) return; // a bone that is nearest to no vertex heats none
         for (double const d : difference)
             result_.largestResidual = std::max(result_.largestResidual, std::fabs(d) / scale);
     }
 
-    void measure(BoneWeights const& raw)
+    void measureWeights(BoneWeights const& raw)
     {
         result_.lowest = std::numeric_limits<double>::infinity();
         result_.highest = -result_.lowest;
@@ -213,13 +203,13 @@ private:
 
     std::vector<Vector3> const& positions_;
     Skeleton const& skeleton_;
-    std::vector<Vector3> places_;                 ///< the distinct positions: the unknowns
-    std::vector<int> placeOf_;                    ///< of every vertex
-    std::vector<double> areas_;                   ///< a third of the triangles around each place
-    std::map<std::pair<int, int>, double> edges_; ///< (larger, smaller place): cotangent weight
-    std::vector<std::vector<int>> nearest_;       ///< bones nearest to each place
-    std::vector<double> heat_;                    ///< one over the squared distance to them
-    std::vector<double> source_;                  ///< area times heat
+    std::vector<Vector3> places_;                 // the distinct positions: the unknowns
+    std::vector<int> placeOf_;                    // for each vertex, the index of its position in places_
+    std::vector<double> areas_;                   // for each place, a third of the area of the triangles around it
+    std::map<std::pair<int, int>, double> edges_; // cotangent weight by (larger, smaller) place
+    std::vector<std::vector<int>> nearest_;       // for each place, the nearest bones
+    std::vector<double> heat_;                    // for each place, one over the squared distance to them
+    std::vector<double> source_;                  // for each place, area times heat
     BoneHeat result_;
 };
 

@@ -1,7 +1,6 @@
 #pragma once
 
-/// Bone weights by heat balance: every bone in turn is hot, the others are cold, and the surface's temperature is the
-/// bone's weight.
+/// Bone weights by heat balance on a surface.
 
 #include <vector>
 
@@ -15,15 +14,16 @@ namespace tool {
 /// weight[v][b]: how far vertex v follows bone b; in [0, 1], a row sums to 1.
 using BoneWeights = std::vector<std::vector<double>>;
 
+/// The weights, and what is known about the surface and the system that gave them.
 struct BoneHeat
 {
     BoneWeights weights; ///< empty if the system could not be factored
 
     // The surface.
-    int pieces = 0;              ///< of the surface, after vertices at the same place have been joined
-    std::size_t joined = 0;      ///< vertices that share their place with an earlier one
-    std::size_t withoutArea = 0; ///< vertices on no triangle with area; they follow the bone that is nearest
-    std::size_t raisedEdges = 0; ///< edges whose cotangent weight was negative and counts as 0
+    int pieces = 0;              ///< connected pieces, after vertices at equal positions have been joined
+    std::size_t joined = 0;      ///< vertices whose position equals that of an earlier one
+    std::size_t withoutArea = 0; ///< vertices on no triangle with area; they get the weights of their nearest bones
+    std::size_t raisedEdges = 0; ///< edges whose cotangent weight was negative and was set to 0
 
     // The system.
     std::size_t unknowns = 0;
@@ -32,7 +32,7 @@ struct BoneHeat
     double factorSeconds = 0;
     double solveSeconds = 0; ///< for all bones together
 
-    // How well the weights came out, before they were tidied up to lie in [0, 1] and sum to 1.
+    // The solution, before the weights are clamped to [0, 1] and divided by their sum.
     double lowest = 0;
     double highest = 0;
     double largestSumError = 0; ///< largest |sum - 1| of a vertex
@@ -41,15 +41,20 @@ struct BoneHeat
 
 /// Weights of the skeleton's bones on a surface.
 ///
-/// Solves (L + A H) w = A H p for every bone: L the cotangent Laplacian with its edge weights kept at 0 or above (so
-/// that no weight leaves [0, 1]), A the vertices' areas, H one over the squared distance to the nearest bone, p 1 where
-/// that is the bone at hand, shared where several are equally near. One factorisation serves all bones.
+/// One bone is hot and the others are cold; the temperature of the surface is the weight of the hot bone. For every
+/// bone this solves (L + A H) w = A H p:
 ///
-/// Vertices at exactly the same place are one vertex of the system: files split them at seams, and heat must cross a
-/// seam. Pieces that hang on nothing are heated by the bones nearest to them, so that none is left without weights.
+/// - L is the cotangent Laplacian. Negative edge weights are set to 0, so that all w lie in [0, 1].
+/// - A is the diagonal matrix of the vertices' areas.
+/// - H is the diagonal matrix of one over the squared distance to the nearest bone.
+/// - p is 1 where the hot bone is the nearest one, 1/n where it is one of n equally near bones, and 0 elsewhere.
 ///
-/// Source: I. Baran, J. Popovic, Automatic Rigging and Animation of 3D Characters, SIGGRAPH 2007, section 4. They leave
-/// out bones that a vertex does not see; here the nearest bone counts whether seen or not.
+/// All bones share one factorisation. Vertices at exactly equal positions are one unknown, because files split vertices
+/// at seams and heat must cross seams. Each separate piece of the surface is heated by the bones nearest to it, so
+/// every vertex gets weights.
+///
+/// Source: I. Baran, J. Popovic, Automatic Rigging and Animation of 3D Characters, SIGGRAPH 2007, section 4. The paper
+/// ignores bones that are hidden from a vertex; here the nearest bone counts even if it is hidden.
 BoneHeat boneHeat(std::vector<Vector3> const& positions, std::vector<Triangle> const& triangles,
                   Skeleton const& skeleton);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include <sinew/core/vector_geometry.h>
 #include <sinew/fields/smooth_distance.h>
@@ -9,20 +10,17 @@
 namespace tool {
 namespace {
 
-constexpr double kBlend = 0.55;             // between limbs, of squared distances in radii
-constexpr double kSegmentBlend = 0.30;      // between a limb's segments, of its smallest radius squared
-constexpr double kLargestTaper = 2.4;       // of an end's squared radius to its neighbour's
-constexpr double kRadiusPerBone = 0.16;     // where a skeleton gives no radii
-constexpr double kLoweringPerFold = 0.1875; // a smooth minimum is at most 3/16 of its width below the plain one
+constexpr double kBlend = 0.55;          // width of the blend between limbs, as a squared distance in radii
+constexpr double kSegmentBlend = 0.30;   // width of the blend between a limb's segments, in squared smallest radii
+constexpr double kLargestTaper = 2.4;    // of the squared radius at a limb's end to that of the next joint
+constexpr double kRadiusPerBone = 0.16;  // of a mean bone's length, where a skeleton gives no radii
+constexpr double kSmallestRadius = 1e-6; // where the bones have no length either
+constexpr double kReach = 1.6;           // of the bounding box beyond the joints, in largest radii
 
-std::vector<Vector3> pointsOf(Skeleton const& skeleton, Limb const& limb)
-{
-    std::vector<Vector3> points;
-    for (int const j : limb.joints) points.push_back(skeleton.joints[static_cast<std::size_t>(j)]);
-    return points;
-}
+// A smooth minimum of two values lies at most 3/16 of the blend's width below the smaller value.
+constexpr double kLoweringPerMinimum = 0.1875;
 
-/// A thin limb that starts at a joint of a thick one, an arm at the chest, does not start thick.
+// A thin limb that starts at a joint of a thick one (an arm at the chest) does not start as thick as that joint.
 void taperEnds(std::vector<double>& radiusSq)
 {
     radiusSq.front() = std::min(radiusSq.front(), kLargestTaper * radiusSq[1]);
@@ -34,10 +32,8 @@ void taperEnds(std::vector<double>& radiusSq)
 std::vector<double> radiiOf(Skeleton const& skeleton)
 {
     double total = 0;
-    for (auto const& [a, b] : skeleton.bones) {
-        total += dist(skeleton.joints[static_cast<std::size_t>(a)], skeleton.joints[static_cast<std::size_t>(b)]);
-    }
-    double const usual = std::max(kRadiusPerBone * total / static_cast<double>(skeleton.bones.size()), 1e-6);
+    for (std::size_t b = 0; b < skeleton.bones.size(); ++b) total += dist(skeleton.startOf(b), skeleton.endOf(b));
+    double const usual = std::max(kRadiusPerBone * total / static_cast<double>(skeleton.bones.size()), kSmallestRadius);
     std::vector<double> radii = skeleton.radii;
     radii.resize(skeleton.joints.size(), 0);
     for (double& r : radii) r = r > 0 ? r : usual;
@@ -48,9 +44,9 @@ LimbField::LimbField(Skeleton const& skeleton)
 {
     std::vector<double> const radii = radiiOf(skeleton);
     for (Limb const& limb : limbsOf(skeleton)) {
-        LimbPart part{PolylineProjector(pointsOf(skeleton, limb)), {}};
+        LimbPart part{PolylineProjector(jointsOf(skeleton, limb)), {}};
         for (int const j : limb.joints) {
-            double const r = radii[static_cast<std::size_t>(j)];
+            double const r = radii[asIndex(j)];
             part.radiusSq.push_back(r * r);
         }
         taperEnds(part.radiusSq);
@@ -61,8 +57,8 @@ LimbField::LimbField(Skeleton const& skeleton)
     }
 }
 
-/// Shepard's interpolation of the joints' squared radii: smooth everywhere, and never beyond the given ones.
-/// Source: D. Shepard, A two-dimensional interpolation function for irregularly-spaced data, 1968.
+// Shepard's interpolation of the joints' squared radii. It is smooth, and lies between the smallest and the largest
+// one. Source: D. Shepard, A two-dimensional interpolation function for irregularly-spaced data, 1968.
 double LimbField::squaredRadius(LimbPart const& limb, Vector3 const& p, Vector3* gradient)
 {
     double weights = 0;
@@ -126,14 +122,15 @@ void LimbField::values(std::vector<Vector3> const& points, std::vector<double>& 
 
 bool LimbField::mayCross(Vector3 const& centre, double radius) const
 {
-    double const highest = 1 + kLoweringPerFold * kBlend * static_cast<double>(limbs_.size());
+    // The field of at least one limb is at most this where the body's field is zero.
+    double const highest = 1 + kLoweringPerMinimum * kBlend * static_cast<double>(limbs_.size());
     bool reaches = false;
     for (LimbPart const& limb : limbs_) {
         double const distance = dist(sinew::closestPoint(limb.projector, centre).point, centre);
-        if (distance + radius < std::sqrt(limb.smallestRadiusSq)) return false; // wholly inside this limb
+        if (distance + radius < std::sqrt(limb.smallestRadiusSq)) return false; // the ball lies inside this limb
         double const nearest = std::max(0.0, distance - radius);
-        double const folds = static_cast<double>(limb.projector.points.size());
-        double const lowest = nearest * nearest - kLoweringPerFold * limb.blend * folds;
+        double const minima = static_cast<double>(limb.projector.points.size());
+        double const lowest = nearest * nearest - kLoweringPerMinimum * limb.blend * minima;
         if (lowest <= highest * limb.largestRadiusSq) reaches = true;
     }
     return reaches;
@@ -141,10 +138,10 @@ bool LimbField::mayCross(Vector3 const& centre, double radius) const
 
 void LimbField::bounds(Vector3& low, Vector3& high) const
 {
-    low = Vector3(1, 1, 1) * 1e300;
+    low = Vector3(1, 1, 1) * std::numeric_limits<double>::infinity();
     high = -low;
     for (LimbPart const& limb : limbs_) {
-        double const reach = 1.6 * std::sqrt(limb.largestRadiusSq);
+        double const reach = kReach * std::sqrt(limb.largestRadiusSq);
         for (Vector3 const& p : limb.projector.points) {
             for (int k = 0; k < 3; ++k) {
                 low[k] = std::min(low[k], p[k] - reach);

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The body around a skeleton: a field made of smooth distances to the skeleton's limbs.
+/// The field whose zeros are the surface of a body around a skeleton.
 
 #include <vector>
 
@@ -12,11 +12,14 @@
 
 namespace tool {
 
-/// The radius of the body at every joint: the skeleton's where it gives one, otherwise in proportion to its bones.
+/// The radius of the body at every joint: the skeleton's radius where it gives one, otherwise one in proportion to the
+/// mean length of its bones.
 std::vector<double> radiiOf(Skeleton const& skeleton);
 
-/// For each limb: smooth squared distance to its polyline over a squared radius that changes smoothly along it. The
-/// limbs' fields are blended by a smooth minimum, and the body is where that is below 1.
+/// The field of a body around a skeleton, made of smooth distances.
+///
+/// The field of a limb is the smooth squared distance to the limb's polyline, divided by a squared radius that varies
+/// smoothly along the limb. The fields of all limbs are combined by a smooth minimum, and 1 is subtracted.
 class LimbField : public BodyField
 {
 public:
@@ -26,17 +29,17 @@ public:
     void values(std::vector<Vector3> const& points, std::vector<double>& values) const override;
     bool mayCross(Vector3 const& centre, double radius) const override;
 
-    /// A box around the body.
+    /// A box that contains the body.
     void bounds(Vector3& low, Vector3& high) const;
 
-    /// The derivative of the gradient, by central differences of step `step`.
+    /// The second derivatives, by central differences of the gradient with the step `step`.
     void hessian(Vector3 const& p, double step, Vector3 (&rows)[3]) const;
 
 private:
     struct LimbPart
     {
         PolylineProjector projector;
-        std::vector<double> radiusSq; ///< at the vertices
+        std::vector<double> radiusSq; ///< at the vertices of the polyline
         double largestRadiusSq = 0;
         double smallestRadiusSq = 0;
         double blend = 0; ///< width of the smooth minimum over the limb's segments, a squared length

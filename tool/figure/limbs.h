@@ -1,6 +1,6 @@
 #pragma once
 
-/// The limbs of a skeleton: what people call an arm or a leg, found in the graph of its bones.
+/// The limbs of a skeleton, such as arms and legs, found in the graph of its bones.
 
 #include <string>
 #include <vector>
@@ -17,10 +17,14 @@ struct Limb
     std::string name;        ///< "chest - left-hand"
 };
 
-/// Cuts the skeleton where it branches or ends. Every bone is in exactly one limb; rings without a branch come last.
+/// Divides the skeleton where it branches. Every bone is in exactly one limb. Rings without a branch come last.
 std::vector<Limb> limbsOf(Skeleton const& skeleton);
 
-/// Points along the limb, evenly on each bone, its ends included: `perBone` (at least 1) for each bone and one more.
+/// The positions of the limb's joints, in order.
+std::vector<Vector3> jointsOf(Skeleton const& skeleton, Limb const& limb);
+
+/// Points along the limb, with its ends: `perBone` (at least 1) equally spaced points for each bone, and the last
+/// joint.
 std::vector<Vector3> pointsAlong(Skeleton const& skeleton, Limb const& limb, int perBone);
 
 /// Length of the limb along its bones.

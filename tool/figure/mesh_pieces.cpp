@@ -2,14 +2,18 @@
 
 #include <numeric>
 
+#include <tool/support/as_index.h>
+
 namespace tool {
 namespace {
 
+// The root of the tree that holds i. Source: R. E. Tarjan, J. van Leeuwen, Worst-case Analysis of Set Union Algorithms,
+// Journal of the ACM 31, 1984 (path halving).
 int rootOf(std::vector<int>& parent, int i)
 {
-    while (parent[static_cast<std::size_t>(i)] != i) {
-        int& up = parent[static_cast<std::size_t>(i)];
-        up = parent[static_cast<std::size_t>(up)]; // halves the path for the next search
+    while (parent[asIndex(i)] != i) {
+        int& up = parent[asIndex(i)];
+        up = parent[asIndex(up)]; // shortens the path for later searches
         i = up;
     }
     return i;
@@ -25,14 +29,14 @@ std::vector<int> pieceOfTriangle(std::vector<int> const& facets, std::size_t ver
         for (std::size_t k = 1; k < 3; ++k) {
             int const a = rootOf(parent, facets[i]);
             int const b = rootOf(parent, facets[i + k]);
-            parent[static_cast<std::size_t>(b)] = a;
+            parent[asIndex(b)] = a;
         }
     }
     std::vector<int> number(vertexCount, -1);
     std::vector<int> piece;
     pieceCount = 0;
     for (std::size_t i = 0; i + 2 < facets.size(); i += 3) {
-        int& n = number[static_cast<std::size_t>(rootOf(parent, facets[i]))];
+        int& n = number[asIndex(rootOf(parent, facets[i]))];
         if (n < 0) n = pieceCount++;
         piece.push_back(n);
     }

@@ -1,13 +1,14 @@
 #pragma once
 
-/// The pieces that a triangle mesh falls into.
+/// The connected pieces of a triangle mesh.
 
 #include <vector>
 
 namespace tool {
 
-/// The piece of every triangle (three indices each in `facets`), numbered from 0 in the order of their first triangles:
-/// triangles that share a vertex, directly or through others, are one piece.
+/// For every triangle (three indices in `facets`), the number of its piece. Triangles that share a vertex, directly or
+/// through other triangles, are one piece. Pieces are numbered from 0, in the order of their first triangles.
+/// @param pieceCount  receives the number of pieces.
 std::vector<int> pieceOfTriangle(std::vector<int> const& facets, std::size_t vertexCount, int& pieceCount);
 
 } // namespace tool

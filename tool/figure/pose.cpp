@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <cmath>
 
+#include <tool/support/as_index.h>
+
 namespace tool {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-
-std::size_t at(int index)
-{
-    return static_cast<std::size_t>(index);
-}
+constexpr double kStraightSineSq = 1e-4; // squared sine of the angle between bones, below which they count as parallel
+constexpr double kWaveDegrees = 38;      // amplitude of a bone's swing
+constexpr double kPhasePerBone = 0.13;   // by which each bone swings later than the bone before it
 
 Matrix3 rotationAbout(int axis, double degrees)
 {
@@ -20,28 +20,28 @@ Matrix3 rotationAbout(int axis, double degrees)
     return Matrix3::rotationMatrix(UVector3(direction), degrees * kPi / 180);
 }
 
-/// For every bone the one that ends where it starts, or -1 at a root.
+// The parent of every bone: the first bone that ends where it starts, or -1 if there is none.
 std::vector<int> parentsOf(Skeleton const& skeleton)
 {
     std::vector<int> boneInto(skeleton.joints.size(), -1);
     std::vector<int> parents;
     for (std::size_t b = 0; b < skeleton.bones.size(); ++b) {
-        int& into = boneInto[at(skeleton.bones[b][1])];
+        int& into = boneInto[asIndex(skeleton.bones[b][1])];
         if (into < 0) into = static_cast<int>(b);
     }
-    for (auto const& bone : skeleton.bones) parents.push_back(boneInto[at(bone[0])]);
+    for (auto const& bone : skeleton.bones) parents.push_back(boneInto[asIndex(bone[0])]);
     return parents;
 }
 
-/// Bones with every bone after its parent; what hangs in a ring comes last, in file order.
-std::vector<std::size_t> outwards(std::vector<int> const& parents)
+// All bones in an order with parents before children. Bones of rings without a root come last, in file order.
+std::vector<std::size_t> parentsFirst(std::vector<int> const& parents)
 {
     std::vector<std::size_t> order;
     std::vector<bool> done(parents.size(), false);
     for (bool progress = true; progress;) {
         progress = false;
         for (std::size_t b = 0; b < parents.size(); ++b) {
-            if (done[b] || (parents[b] >= 0 && !done[at(parents[b])])) continue;
+            if (done[b] || (parents[b] >= 0 && !done[asIndex(parents[b])])) continue;
             done[b] = progress = true;
             order.push_back(b);
         }
@@ -59,7 +59,8 @@ double lowest(std::vector<Vector3> const& joints)
     return y;
 }
 
-/// The twist about the posed direction that completes the smallest rotation to `orientation`.
+// The angle about the posed direction which, applied after the smallest rotation from `rest` to `posed`, gives
+// `orientation`.
 double twistOf(Matrix3 const& orientation, Vector3 const& rest, Vector3 const& posed)
 {
     UVector3 const axis(posed);
@@ -76,7 +77,7 @@ Pose poseOf(Skeleton const& skeleton, std::vector<Turn> const& turns, double lif
     pose.lift = lift;
     for (Turn const& turn : turns) {
         for (std::size_t b = 0; b < skeleton.bones.size(); ++b) {
-            if (skeleton.jointNames[at(skeleton.bones[b][1])] != turn.joint) continue;
+            if (skeleton.jointNames[asIndex(skeleton.bones[b][1])] != turn.joint) continue;
             pose.turns[b] = rotationAbout(turn.axis, turn.degrees) * pose.turns[b];
         }
     }
@@ -89,22 +90,22 @@ PosedSkeleton takePose(Skeleton const& skeleton, Pose const& pose)
     std::vector<Matrix3> orientation(skeleton.bones.size());
     std::vector<bool> placed(skeleton.joints.size(), false);
     PosedSkeleton result{skeleton.joints, std::vector<BoneTransform>(skeleton.bones.size())};
-    for (std::size_t const b : outwards(parents)) {
+    for (std::size_t const b : parentsFirst(parents)) {
         auto const [from, to] = skeleton.bones[b];
-        orientation[b] = parents[b] < 0 ? pose.turns[b] : orientation[at(parents[b])] * pose.turns[b];
-        if (placed[at(to)]) continue;
-        placed[at(to)] = true;
-        result.joints[at(to)] =
-            result.joints[at(from)] + orientation[b] * (skeleton.joints[at(to)] - skeleton.joints[at(from)]);
+        orientation[b] = parents[b] < 0 ? pose.turns[b] : orientation[asIndex(parents[b])] * pose.turns[b];
+        if (placed[asIndex(to)]) continue;
+        placed[asIndex(to)] = true;
+        result.joints[asIndex(to)] =
+            result.joints[asIndex(from)] + orientation[b] * (skeleton.endOf(b) - skeleton.startOf(b));
     }
     Vector3 const shift(0, lowest(skeleton.joints) - lowest(result.joints) + pose.lift, 0);
     for (Vector3& joint : result.joints) joint += shift;
     for (std::size_t b = 0; b < skeleton.bones.size(); ++b) {
         auto const [from, to] = skeleton.bones[b];
-        Vector3 const& restStart = skeleton.joints[at(from)];
-        Vector3 const& restEnd = skeleton.joints[at(to)];
-        Vector3 const& start = result.joints[at(from)];
-        Vector3 const& end = result.joints[at(to)];
+        Vector3 const& restStart = skeleton.startOf(b);
+        Vector3 const& restEnd = skeleton.endOf(b);
+        Vector3 const& start = result.joints[asIndex(from)];
+        Vector3 const& end = result.joints[asIndex(to)];
         double const twist = twistOf(orientation[b], restEnd - restStart, end - start);
         result.bones[b] = BoneTransform(restStart, restEnd, start, end, twist);
     }
@@ -119,12 +120,12 @@ Pose walking(Skeleton const& skeleton, double phase)
         std::string const side = isLeft ? "left-" : "right-";
         double const swing = isLeft ? left : left + kPi;
         double const outside = isLeft ? 1 : -1;
-        // Legs point down: a turn of less than 0 about x carries them forwards. The knee bends while its leg swings.
+        // Legs point down, so a negative turn about x moves them forwards. The knee bends while its leg swings.
         double const lifted = std::max(0.0, std::cos(swing));
         turns.push_back({side + "knee", 0, -25 * std::sin(swing) - 8 * lifted});
         turns.push_back({side + "ankle", 0, 6 + 46 * lifted * lifted});
         turns.push_back({side + "toes", 0, 6 - 14 * lifted});
-        // Arms hang closer than at rest and swing against the legs.
+        // Arms hang closer to the body than at rest, and swing opposite to the legs.
         turns.push_back({side + "elbow", 2, -16 * outside});
         turns.push_back({side + "elbow", 0, 24 * std::sin(swing)});
         turns.push_back({side + "wrist", 0, -26 + 12 * std::sin(swing)});
@@ -142,16 +143,17 @@ Pose waving(Skeleton const& skeleton, double phase)
     std::vector<int> const parents = parentsOf(skeleton);
     for (std::size_t b = 0; b < parents.size(); ++b) {
         if (parents[b] < 0) continue;
-        // Across the bone and the one before it, where they bend at rest; across the bone otherwise.
-        auto const along = [&](std::size_t bone) {
-            return skeleton.joints[at(skeleton.bones[bone][1])] - skeleton.joints[at(skeleton.bones[bone][0])];
-        };
-        Vector3 axis = cross(along(at(parents[b])), along(b));
-        if (axis.lengthSq() < 1e-4 * along(b).lengthSq() * along(at(parents[b])).lengthSq()) {
-            axis = cross(Vector3(0, 0, 1), along(b));
+        // The axis is perpendicular to the bone and to its parent. Where these are parallel, it is perpendicular to the
+        // bone and to z.
+        Vector3 const bone = skeleton.endOf(b) - skeleton.startOf(b);
+        std::size_t const parentBone = asIndex(parents[b]);
+        Vector3 const parent = skeleton.endOf(parentBone) - skeleton.startOf(parentBone);
+        Vector3 axis = cross(parent, bone);
+        if (axis.lengthSq() < kStraightSineSq * bone.lengthSq() * parent.lengthSq()) {
+            axis = cross(Vector3(0, 0, 1), bone);
             if (axis.isNull()) axis = Vector3(1, 0, 0);
         }
-        double const degrees = 38 * std::sin(2 * kPi * (phase - 0.13 * static_cast<double>(b)));
+        double const degrees = kWaveDegrees * std::sin(2 * kPi * (phase - kPhasePerBone * static_cast<double>(b)));
         pose.turns[b] = Matrix3::rotationMatrix(UVector3(axis), degrees * kPi / 180);
     }
     return pose;
@@ -164,13 +166,11 @@ bool hasNamesOfTheFigure(Skeleton const& skeleton)
            std::find(names.begin(), names.end(), "right-elbow") != names.end();
 }
 
-std::vector<NamedPose> eightPoses(Skeleton const& skeleton)
+namespace {
+
+std::vector<NamedPose> posesOfTheFigure(Skeleton const& skeleton)
 {
     std::vector<NamedPose> poses;
-    if (!hasNamesOfTheFigure(skeleton)) {
-        for (int k = 0; k < 8; ++k) poses.push_back({std::to_string(k + 1) + " of 8", waving(skeleton, k / 8.0)});
-        return poses;
-    }
     auto const add = [&](char const* name, std::vector<Turn> const& turns, double lift = 0) {
         poses.push_back({name, poseOf(skeleton, turns, lift)});
     };
@@ -219,6 +219,16 @@ std::vector<NamedPose> eightPoses(Skeleton const& skeleton)
          {"right-elbow", 0, -30},
          {"chest", 0, -6}},
         0.22);
+    return poses;
+}
+
+} // namespace
+
+std::vector<NamedPose> eightPoses(Skeleton const& skeleton)
+{
+    if (hasNamesOfTheFigure(skeleton)) return posesOfTheFigure(skeleton);
+    std::vector<NamedPose> poses;
+    for (int k = 0; k < 8; ++k) poses.push_back({std::to_string(k + 1) + " of 8", waving(skeleton, k / 8.0)});
     return poses;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Poses of a skeleton: joint angles in, bone transforms out.
+/// Poses of a skeleton: from joint angles to bone transforms.
 
 #include <string>
 #include <vector>
@@ -12,22 +12,23 @@
 
 namespace tool {
 
-/// How every bone is turned against its rest direction, on top of what its parent does.
+/// The rotation of every bone, relative to its parent.
 struct Pose
 {
-    std::vector<Matrix3> turns; ///< rotations, parallel to the skeleton's bones; about the bone's first joint
-    double lift = 0;            ///< how far the lowest joint is above where the lowest one was at rest
+    std::vector<Matrix3> turns; ///< rotations about the bone's first joint, parallel to the skeleton's bones
+    double lift = 0;            ///< height of the lowest joint above the lowest joint at rest
 };
 
-/// A turn of one bone: named by the joint it ends in, about a coordinate axis (0, 1, 2), in degrees, right-handed.
+/// A rotation of one bone.
 struct Turn
 {
-    std::string joint;
-    int axis;
-    double degrees;
+    std::string joint; ///< name of the joint at the bone's end
+    int axis;          ///< coordinate axis: 0, 1 or 2
+    double degrees;    ///< right-handed
 };
 
-/// The pose with the given turns, in their order for one bone; joints that the skeleton does not have are passed over.
+/// The pose with the given turns. Several turns of one bone apply in their order. Turns of joints that the skeleton
+/// does not have are ignored.
 Pose poseOf(Skeleton const& skeleton, std::vector<Turn> const& turns, double lift = 0);
 
 /// A skeleton in a pose.
@@ -37,13 +38,14 @@ struct PosedSkeleton
     std::vector<BoneTransform> bones; ///< parallel to the skeleton's bones
 };
 
-/// Turns every bone about its first joint, from the roots outwards, and puts the lowest joint on the ground again.
+/// Rotates every bone about its first joint, parents before children, and then shifts the skeleton so that its lowest
+/// joint is at the rest height plus `pose.lift`.
 ///
-/// Each bone gets the twist that makes its transform a pure rotation by all the turns above it. Bones that close a ring
-/// follow the joints that others have placed; they may be stretched.
+/// Each bone gets the twist that makes its transform a pure rotation by the turns of the bone and of all its ancestors.
+/// A bone that closes a ring connects joints which other bones have placed; it may be stretched.
 PosedSkeleton takePose(Skeleton const& skeleton, Pose const& pose);
 
-/// A step of a walk of the bundled figure, at `phase` in [0, 1) of two steps.
+/// The bundled figure in a walk. `phase` in [0, 1) is the part of a cycle of two steps.
 Pose walking(Skeleton const& skeleton, double phase);
 
 struct NamedPose
@@ -52,14 +54,14 @@ struct NamedPose
     Pose pose;
 };
 
-/// Eight poses: of the bundled figure where the skeleton has its joints' names, otherwise eight moments of a wave that
-/// runs along every chain of bones.
+/// Eight poses of a skeleton: the bundled figure's where `hasNamesOfTheFigure`, otherwise eight phases of `waving`.
 std::vector<NamedPose> eightPoses(Skeleton const& skeleton);
 
-/// Whether the skeleton's joints bear the names of the bundled figure's.
+/// Whether the skeleton has the joint names that the poses of the bundled figure use.
 bool hasNamesOfTheFigure(Skeleton const& skeleton);
 
-/// A moment of the wave at `phase` in [0, 1): every bone but the first of a chain bends to and fro.
+/// A wave that runs along every chain of bones: each bone but the first of a chain swings. `phase` in [0, 1) is the
+/// part of a swing.
 Pose waving(Skeleton const& skeleton, double phase);
 
 } // namespace tool

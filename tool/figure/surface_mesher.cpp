@@ -8,17 +8,21 @@
 #include <unordered_map>
 
 #include <tool/figure/mesh_pieces.h>
+#include <tool/support/as_index.h>
 
 namespace tool {
 namespace {
 
-constexpr int kBlock = 8;    // cubes a side of a block
-constexpr int kEvenings = 4; // rounds of moving vertices along the surface
-constexpr int kNewtonSteps = 12;
-constexpr double kOnSurface = 1e-14; // |field| below which no step can improve
+constexpr int kBlock = 8;              // cubes along a side of a block
+constexpr int kSmoothingRounds = 4;    // of moving vertices along the surface
+constexpr int kNewtonSteps = 12;       // in the last round
+constexpr int kEarlyNewtonSteps = 3;   // in the rounds before it, after which the vertices move again
+constexpr int kHalvings = 6;           // of a Newton step that does not decrease |field|
+constexpr double kLongestMove = 1e300; // a longer Newton step comes from a gradient that is practically zero
+constexpr double kOnSurface = 1e-14;   // |field| that rounding leaves: no step can improve it
 
-// ---- one cube: corner c lies at (c & 1, c >> 1 & 1, c >> 2); edge 4 * axis + 2 * b + a runs along `axis`, with a and
-// b the coordinates on the next axis and the one after that
+// ---- one cube. Corner c lies at (c & 1, c >> 1 & 1, c >> 2). Edge 4 * axis + 2 * b + a runs along `axis`; a and b are
+// its coordinates on the next axis and on the one after that.
 
 int edgeBetween(int c0, int c1)
 {
@@ -27,7 +31,19 @@ int edgeBetween(int c0, int c1)
     return 4 * axis + 2 * (base >> (axis + 2) % 3 & 1) + (base >> (axis + 1) % 3 & 1);
 }
 
-/// For each crossed edge of a cube the patch it belongs to, -1 for the others.
+// Calls visit(from, to, edge) for the two corners and the number of every edge.
+template <typename Visit>
+void forEachEdge(Visit visit)
+{
+    for (int from = 0; from < 8; ++from) {
+        for (int axis = 0; axis < 3; ++axis) {
+            int const to = from | 1 << axis;
+            if (to != from) visit(from, to, asIndex(edgeBetween(from, to)));
+        }
+    }
+}
+
+// The patch of each crossed edge of a cube; -1 for the other edges.
 struct Patches
 {
     std::array<int, 12> ofEdge;
@@ -36,13 +52,13 @@ struct Patches
 
 void join(std::array<int, 12>& label, int a, int b)
 {
-    int const from = label[static_cast<std::size_t>(b)];
-    int const to = label[static_cast<std::size_t>(a)];
+    int const from = label[asIndex(b)];
+    int const to = label[asIndex(a)];
     for (int& l : label) l = l == from ? to : l;
 }
 
-/// The crossings of a face belong together: two of them always, four around each inside corner. That rule depends on
-/// the face alone, so both cubes that share it agree.
+// Joins the crossings of a face in pairs. Two crossings are one pair. Of four crossings, the two next to each inside
+// corner are a pair. The rule depends on the face alone, so both cubes that share it make the same pairs.
 void joinOnFace(std::array<int, 12>& label, int const (&corners)[4], int inside)
 {
     bool const is[4] = {(inside >> corners[0] & 1) != 0, (inside >> corners[1] & 1) != 0,
@@ -65,7 +81,7 @@ void joinOnFace(std::array<int, 12>& label, int const (&corners)[4], int inside)
 Patches patchesOf(int inside)
 {
     Patches patches;
-    for (int e = 0; e < 12; ++e) patches.ofEdge[static_cast<std::size_t>(e)] = e;
+    for (int e = 0; e < 12; ++e) patches.ofEdge[asIndex(e)] = e;
     for (int axis = 0; axis < 3; ++axis) {
         int const u = 1 << (axis + 1) % 3;
         int const v = 1 << (axis + 2) % 3;
@@ -76,20 +92,16 @@ Patches patchesOf(int inside)
     }
     std::array<int, 12> number;
     number.fill(-1);
-    for (int c = 0; c < 8; ++c) {
-        for (int axis = 0; axis < 3; ++axis) {
-            int const other = c | 1 << axis;
-            if (other == c) continue;
-            int& label = patches.ofEdge[static_cast<std::size_t>(edgeBetween(c, other))];
-            if ((inside >> c & 1) == (inside >> other & 1)) {
-                label = -1;
-                continue;
-            }
-            int& n = number[static_cast<std::size_t>(label)];
-            if (n < 0) n = patches.count++;
-            label = n;
+    forEachEdge([&](int from, int to, std::size_t edge) {
+        int& label = patches.ofEdge[edge];
+        if ((inside >> from & 1) == (inside >> to & 1)) {
+            label = -1;
+            return;
         }
-    }
+        int& n = number[asIndex(label)];
+        if (n < 0) n = patches.count++;
+        label = n;
+    });
     return patches;
 }
 
@@ -112,7 +124,7 @@ public:
             }
         }
         connect();
-        settle();
+        moveOntoSurface();
         triangulate();
         return std::move(result_);
     }
@@ -123,7 +135,7 @@ private:
     struct Cube
     {
         Place at;
-        int inside; ///< bit c: corner c is inside
+        int inside; // bit c: corner c is inside
         std::array<int, 12> vertexOfEdge;
     };
 
@@ -160,45 +172,46 @@ private:
 
     void visitCube(Place const& first, Place const& in)
     {
-        std::array<std::size_t, 8> index;
+        std::array<std::size_t, 8> corners; // indices into points_ and values_
         int inside = 0;
         for (int c = 0; c < 8; ++c) {
             int const x = in[0] + (c & 1), y = in[1] + (c >> 1 & 1), z = in[2] + (c >> 2);
-            index[static_cast<std::size_t>(c)] = static_cast<std::size_t>((z * (kBlock + 1) + y) * (kBlock + 1) + x);
-            if (values_[index[static_cast<std::size_t>(c)]] < 0) inside |= 1 << c;
+            corners[asIndex(c)] = asIndex((z * (kBlock + 1) + y) * (kBlock + 1) + x);
+            if (values_[corners[asIndex(c)]] < 0) inside |= 1 << c;
         }
         if (inside == 0 || inside == 255) return;
-        Patches const patches = patchesOf(inside);
-        std::size_t const firstVertex = result_.positions.size();
-        std::vector<int> crossings(static_cast<std::size_t>(patches.count), 0);
-        result_.positions.resize(firstVertex + static_cast<std::size_t>(patches.count));
         Cube cube{{first[0] + in[0], first[1] + in[1], first[2] + in[2]}, inside, {}};
-        cube.vertexOfEdge.fill(-1);
-        for (int c = 0; c < 8; ++c) {
-            for (int axis = 0; axis < 3; ++axis) {
-                int const other = c | 1 << axis;
-                if (other == c) continue;
-                std::size_t const edge = static_cast<std::size_t>(edgeBetween(c, other));
-                if (patches.ofEdge[edge] < 0) continue;
-                std::size_t const patch = static_cast<std::size_t>(patches.ofEdge[edge]);
-                std::size_t const a = index[static_cast<std::size_t>(c)], b = index[static_cast<std::size_t>(other)];
-                double const t = values_[a] / (values_[a] - values_[b]);
-                result_.positions[firstVertex + patch] += points_[a] + (points_[b] - points_[a]) * t;
-                ++crossings[patch];
-                cube.vertexOfEdge[edge] = static_cast<int>(firstVertex + patch);
-            }
-        }
-        for (std::size_t k = 0; k < crossings.size(); ++k) result_.positions[firstVertex + k] *= 1.0 / crossings[k];
+        addVertices(cube, corners);
         cubeAt_.emplace(key(cube.at), cubes_.size());
         cubes_.push_back(cube);
     }
 
-    /// One quadrilateral for each crossed edge, of the patches in the four cubes around it.
+    // One vertex for each patch, at the mean of the crossings of its edges.
+    void addVertices(Cube& cube, std::array<std::size_t, 8> const& corners)
+    {
+        Patches const patches = patchesOf(cube.inside);
+        std::size_t const firstVertex = result_.positions.size();
+        std::vector<int> crossings(asIndex(patches.count), 0);
+        result_.positions.resize(firstVertex + crossings.size());
+        cube.vertexOfEdge.fill(-1);
+        forEachEdge([&](int from, int to, std::size_t edge) {
+            if (patches.ofEdge[edge] < 0) return;
+            std::size_t const patch = asIndex(patches.ofEdge[edge]);
+            std::size_t const a = corners[asIndex(from)], b = corners[asIndex(to)];
+            double const t = values_[a] / (values_[a] - values_[b]);
+            result_.positions[firstVertex + patch] += points_[a] + (points_[b] - points_[a]) * t;
+            ++crossings[patch];
+            cube.vertexOfEdge[edge] = static_cast<int>(firstVertex + patch);
+        });
+        for (std::size_t k = 0; k < crossings.size(); ++k) result_.positions[firstVertex + k] *= 1.0 / crossings[k];
+    }
+
+    // One quadrilateral for each crossed edge, of the patches in the four cubes around it.
     void connect()
     {
         for (Cube const& cube : cubes_) {
             for (int axis = 0; axis < 3; ++axis) {
-                if (cube.vertexOfEdge[static_cast<std::size_t>(4 * axis)] >= 0) connect(cube, axis);
+                if (cube.vertexOfEdge[asIndex(4 * axis)] >= 0) connect(cube, axis);
             }
         }
     }
@@ -209,36 +222,37 @@ private:
         std::array<int, 4> quad;
         for (std::size_t k = 0; k < 4; ++k) {
             Place at = cube.at;
-            at[static_cast<std::size_t>((axis + 1) % 3)] -= kAround[k][0];
-            at[static_cast<std::size_t>((axis + 2) % 3)] -= kAround[k][1];
+            at[asIndex((axis + 1) % 3)] -= kAround[k][0];
+            at[asIndex((axis + 2) % 3)] -= kAround[k][1];
             auto const found = cubeAt_.find(key(at));
-            if (found == cubeAt_.end()) return; // beyond the box; shows as open edges
+            if (found == cubeAt_.end()) return; // outside the box: the surface has an open edge here
             int const edge = 4 * axis + 2 * kAround[k][1] + kAround[k][0];
-            quad[k] = cubes_[found->second].vertexOfEdge[static_cast<std::size_t>(edge)];
+            quad[k] = cubes_[found->second].vertexOfEdge[asIndex(edge)];
         }
         if ((cube.inside & 1) == 0) std::swap(quad[1], quad[3]);
         quads_.push_back(quad);
     }
 
-    void settle()
+    void moveOntoSurface()
     {
         std::size_t const count = result_.positions.size();
         result_.normals.resize(count);
-        for (int round = 0; round <= kEvenings; ++round) {
-            if (round > 0) evenOut();
-            for (std::size_t v = 0; v < count; ++v) bringOntoSurface(v, round == kEvenings ? kNewtonSteps : 3);
+        for (int round = 0; round <= kSmoothingRounds; ++round) {
+            if (round > 0) smooth();
+            bool const last = round == kSmoothingRounds;
+            for (std::size_t v = 0; v < count; ++v) moveOntoSurface(v, last ? kNewtonSteps : kEarlyNewtonSteps);
         }
     }
 
-    /// Moves every vertex half of the way to the middle of its neighbours.
-    void evenOut()
+    // Moves every vertex half of the way to the mean of its neighbours.
+    void smooth()
     {
         std::vector<Vector3> sums(result_.positions.size());
         std::vector<int> counts(result_.positions.size(), 0);
         for (auto const& quad : quads_) {
             for (std::size_t k = 0; k < 4; ++k) {
-                std::size_t const from = static_cast<std::size_t>(quad[k]);
-                sums[from] += result_.positions[static_cast<std::size_t>(quad[(k + 1) % 4])];
+                std::size_t const from = asIndex(quad[k]);
+                sums[from] += result_.positions[asIndex(quad[(k + 1) % 4])];
                 ++counts[from];
             }
         }
@@ -248,26 +262,26 @@ private:
         }
     }
 
-    void bringOntoSurface(std::size_t v, int steps)
+    void moveOntoSurface(std::size_t v, int steps)
     {
         Vector3& p = result_.positions[v];
         Vector3 gradient;
         double value = field_.value(p, &gradient);
         for (int step = 0; step < steps && std::fabs(value) > kOnSurface; ++step) {
-            if (!stepTowards(p, gradient, value)) break; // as close as rounding lets it come
+            if (!stepTowards(p, gradient, value)) break; // rounding allows no smaller value
         }
         result_.normals[v] = UVector3(gradient);
         if (steps == kNewtonSteps) result_.largestValue = std::max(result_.largestValue, std::fabs(value));
     }
 
-    /// One Newton step, no longer than a cube and shortened until the field's value shrinks; false if it never does.
+    // One Newton step of at most one cube's edge, halved until |field| decreases. False if it does not decrease.
     bool stepTowards(Vector3& p, Vector3& gradient, double& value) const
     {
         Vector3 move = gradient * (-value / gradient.lengthSq());
         double const length = move.length();
-        if (!(length < 1e300)) return false; // no direction to go in
+        if (!(length < kLongestMove)) return false; // the gradient is zero or NaN
         if (length > cell_) move *= cell_ / length;
-        for (int halving = 0; halving < 6; ++halving, move *= 0.5) {
+        for (int halving = 0; halving < kHalvings; ++halving, move *= 0.5) {
             Vector3 nextGradient;
             double const nextValue = field_.value(p + move, &nextGradient);
             if (!(std::fabs(nextValue) < std::fabs(value))) continue;
@@ -282,7 +296,7 @@ private:
     void triangulate()
     {
         for (auto const& q : quads_) {
-            auto const at = [&](std::size_t k) { return result_.positions[static_cast<std::size_t>(q[k])]; };
+            auto const at = [&](std::size_t k) { return result_.positions[asIndex(q[k])]; };
             if (distSq(at(0), at(2)) <= distSq(at(1), at(3))) {
                 result_.triangles.push_back({q[0], q[1], q[2]});
                 result_.triangles.push_back({q[0], q[2], q[3]});
@@ -297,7 +311,7 @@ private:
     Vector3 low_;
     double cell_;
     int blocks_[3];
-    std::vector<Vector3> points_; ///< corners of the block at hand
+    std::vector<Vector3> points_; // corners of the cubes of the current block
     std::vector<double> values_;
     std::vector<Cube> cubes_;
     std::unordered_map<std::uint64_t, std::size_t> cubeAt_;
@@ -314,7 +328,7 @@ MeshedSurface meshZeros(BodyField const& field, Vector3 const& low, Vector3 cons
 
 SurfaceTopology topologyOf(std::vector<Triangle> const& triangles, std::size_t vertexCount)
 {
-    std::map<std::pair<int, int>, std::pair<int, int>> passes; // of each edge: upwards and downwards in index
+    std::map<std::pair<int, int>, std::pair<int, int>> passes; // uses of each edge: towards the larger index, and back
     std::vector<int> facets;
     std::vector<bool> used(vertexCount, false);
     for (Triangle const& t : triangles) {
@@ -323,7 +337,7 @@ SurfaceTopology topologyOf(std::vector<Triangle> const& triangles, std::size_t v
             auto& pass = passes[{std::min(a, b), std::max(a, b)}];
             ++(a < b ? pass.first : pass.second);
             facets.push_back(a);
-            used[static_cast<std::size_t>(a)] = true;
+            used[asIndex(a)] = true;
         }
     }
     SurfaceTopology topology;

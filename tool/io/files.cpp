@@ -18,7 +18,7 @@ std::string readFile(std::string const& path)
     std::ifstream in(path, std::ios::binary);
     if (!in) throw UserError(path, "the file cannot be opened", "Check that you may read it");
     std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad()) throw UserError(path, "reading failed", "Check the disk it lies on");
+    if (in.bad()) throw UserError(path, "reading failed", "Check the disk");
     if (bytes.empty()) throw UserError(path, "the file is empty", "Export it again");
     return bytes;
 }
@@ -28,7 +28,8 @@ void writeFile(std::string const& path, std::string_view bytes)
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     out.close();
-    if (!out) throw UserError(path, "the file cannot be written", "Check the free space and your right to write there");
+    if (!out)
+        throw UserError(path, "the file cannot be written", "Check the free space and the permissions of the folder");
 }
 
 void makeWritableFolder(std::string const& path)
@@ -40,14 +41,14 @@ void makeWritableFolder(std::string const& path)
     }
     fs::create_directories(path, error);
     if (error) {
-        throw UserError(path, "the folder cannot be made (" + error.message() + ")",
+        throw UserError(path, "the folder cannot be created (" + error.message() + ")",
                         "Choose another folder with --output");
     }
-    // Permissions, quotas and read-only mounts all show only when a file is really made.
+    // Only creating a file shows whether permissions, quotas and read-only mounts allow it.
     fs::path const probe = fs::path(path) / ".sinew-write-test";
-    bool const made = static_cast<bool>(std::ofstream(probe));
+    bool const created = static_cast<bool>(std::ofstream(probe));
     fs::remove(probe, error);
-    if (!made) throw UserError(path, "files cannot be written here", "Choose another folder with --output");
+    if (!created) throw UserError(path, "files cannot be written here", "Choose another folder with --output");
 }
 
 } // namespace tool

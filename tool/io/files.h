@@ -1,19 +1,19 @@
 #pragma once
 
-/// Whole files in and out, with errors that a user can act on.
+/// Reading and writing of whole files, with errors that name the file and what the user can do.
 
 #include <string>
 #include <string_view>
 
 namespace tool {
 
-/// The bytes of a file. A missing file, a folder, an unreadable or an empty file throws `UserError`.
+/// The bytes of a file. Throws `UserError` if the path is missing, is a folder, cannot be read, or is an empty file.
 std::string readFile(std::string const& path);
 
-/// Writes a whole file, replacing what is there; throws `UserError` when any of it could not be written.
+/// Writes a whole file and replaces an existing one. Throws `UserError` if any byte could not be written.
 void writeFile(std::string const& path, std::string_view bytes);
 
-/// Makes the folder with its parents and makes sure that files can be written there; throws `UserError` otherwise.
+/// Creates the folder and its parents, and checks that files can be written there. Throws `UserError` if they cannot.
 void makeWritableFolder(std::string const& path);
 
 } // namespace tool

@@ -9,19 +9,21 @@
 
 #include <nlohmann/json.hpp>
 
+#include <tool/support/as_index.h>
+
 namespace tool {
 namespace {
 
 using nlohmann::json;
 
-// Numbers of the format.
+// Constants of the format.
 constexpr int kFloat = 5126;
 constexpr int kUnsignedShort = 5123;
 constexpr int kUnsignedInt = 5125;
 constexpr int kArrayBuffer = 34962;
 constexpr int kElementArrayBuffer = 34963;
 
-/// Unit quaternion (x, y, z, w) of a rotation, by its axis and angle.
+// Unit quaternion (x, y, z, w) of a rotation, by its axis and angle.
 std::array<double, 4> quaternionOf(Matrix3 const& rotation)
 {
     UVector3 const axis = rotation.getRotationAxis();
@@ -30,16 +32,16 @@ std::array<double, 4> quaternionOf(Matrix3 const& rotation)
     return {v.x, v.y, v.z, std::cos(half)};
 }
 
-/// The buffer of a glTF file and the tables that say what lies where in it.
+// The buffer of a glTF file, and the tables of what it contains.
 class Buffer
 {
 public:
-    /// Appends `values` as floats; returns the accessor's index.
+    // Appends `values` as floats; returns the accessor's index.
     int floats(std::vector<double> const& values, int perElement, char const* type, int target = 0, bool bounds = false)
     {
         std::size_t const start = begin();
         for (double const value : values) append(static_cast<float>(value));
-        json accessor = finish(start, kFloat, values.size() / static_cast<std::size_t>(perElement), type, target);
+        json accessor = finish(start, kFloat, values.size() / asIndex(perElement), type, target);
         if (bounds) addBounds(accessor, values, perElement);
         accessors_.push_back(accessor);
         return static_cast<int>(accessors_.size()) - 1;
@@ -50,8 +52,7 @@ public:
     {
         std::size_t const start = begin();
         for (Integer const value : values) append(value);
-        accessors_.push_back(
-            finish(start, componentType, values.size() / static_cast<std::size_t>(perElement), type, target));
+        accessors_.push_back(finish(start, componentType, values.size() / asIndex(perElement), type, target));
         return static_cast<int>(accessors_.size()) - 1;
     }
 
@@ -87,10 +88,9 @@ private:
         json low = json::array();
         json high = json::array();
         for (int k = 0; k < perElement; ++k) {
-            float least = static_cast<float>(values[static_cast<std::size_t>(k)]);
+            float least = static_cast<float>(values[asIndex(k)]);
             float most = least;
-            for (std::size_t i = static_cast<std::size_t>(k); i < values.size();
-                 i += static_cast<std::size_t>(perElement)) {
+            for (std::size_t i = asIndex(k); i < values.size(); i += asIndex(perElement)) {
                 least = std::min(least, static_cast<float>(values[i]));
                 most = std::max(most, static_cast<float>(values[i]));
             }
@@ -113,7 +113,7 @@ std::vector<double> flat(std::vector<Vector3> const& vectors)
     return numbers;
 }
 
-/// The four greatest weights of every vertex and their bones; the weights sum to 1.
+// The four greatest weights of every vertex and their bones; the weights sum to 1.
 void addInfluences(SkinnedFigure const& figure, Buffer& buffer, json& attributes)
 {
     std::vector<std::uint16_t> joints;
@@ -128,7 +128,7 @@ void addInfluences(SkinnedFigure const& figure, Buffer& buffer, json& attributes
         for (std::size_t k = 0; k < kept; ++k) sum += row[order[k]];
         for (std::size_t k = 0; k < 4; ++k) {
             double const weight = k < kept && sum > 0 ? row[order[k]] / sum : k == 0 ? 1.0 : 0.0;
-            // A joint without weight is 0: validators ask for it.
+            // Validators require joint 0 where the weight is 0.
             joints.push_back(weight > 0 && k < kept ? static_cast<std::uint16_t>(order[k]) : std::uint16_t{0});
             weights.push_back(weight);
         }
@@ -152,18 +152,13 @@ json meshOf(SkinnedFigure const& figure, Buffer& buffer)
     return {{"name", "figure"}, {"primitives", json::array({primitive})}};
 }
 
-Vector3 const& startOf(Skeleton const& skeleton, std::size_t bone)
-{
-    return skeleton.joints[static_cast<std::size_t>(skeleton.bones[bone][0])];
-}
-
-/// Bone b is node b, at its first joint; all bones hang on one root, each with its own place in space.
+// Bone b is node b, at its first joint. All bones are children of one root, so each translation is a point in space.
 json nodesOf(Skeleton const& skeleton)
 {
     json nodes = json::array();
     json children = json::array();
     for (std::size_t b = 0; b < skeleton.bones.size(); ++b) {
-        Vector3 const& start = startOf(skeleton, b);
+        Vector3 const& start = skeleton.startOf(b);
         nodes.push_back({{"name", skeleton.boneName(b)}, {"translation", {start.x, start.y, start.z}}});
         children.push_back(b);
     }
@@ -177,7 +172,7 @@ json skinOf(Skeleton const& skeleton, Buffer& buffer)
     std::vector<double> inverses;
     json joints = json::array();
     for (std::size_t b = 0; b < skeleton.bones.size(); ++b) {
-        Vector3 const s = -startOf(skeleton, b);
+        Vector3 const s = -skeleton.startOf(b);
         inverses.insert(inverses.end(), {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, s.x, s.y, s.z, 1}); // column by column
         joints.push_back(b);
     }
@@ -186,7 +181,8 @@ json skinOf(Skeleton const& skeleton, Buffer& buffer)
             {"inverseBindMatrices", buffer.floats(inverses, 16, "MAT4")}};
 }
 
-/// Every bone's rotation over time, the signs chosen so that neighbouring quaternions are near each other.
+// A bone's rotation over time as quaternions. The sign of each is chosen so that it is near the quaternion before it:
+// a viewer interpolates between them.
 std::vector<double> rotationsOf(std::vector<KeyFrame> const& frames, std::size_t bone)
 {
     std::vector<double> numbers;
@@ -215,7 +211,7 @@ json animationOf(Skeleton const& skeleton, std::vector<KeyFrame> const& frames, 
     };
     for (std::size_t b = 0; b < skeleton.bones.size(); ++b) {
         std::vector<Vector3> places;
-        for (KeyFrame const& frame : frames) places.push_back(frame.bones[b] * startOf(skeleton, b));
+        for (KeyFrame const& frame : frames) places.push_back(frame.bones[b] * skeleton.startOf(b));
         add(b, "translation", buffer.floats(flat(places), 3, "VEC3"));
         add(b, "rotation", buffer.floats(rotationsOf(frames, b), 4, "VEC4"));
     }

@@ -11,7 +11,6 @@
 #include <tool/support/user_error.h>
 
 namespace tool {
-
 namespace {
 
 class Parser
@@ -30,7 +29,7 @@ public:
         if (!(sizes >> rows >> columns >> entries) || hasMore(sizes)) fail("expected three sizes");
         if (rows != columns) fail("the matrix is not square");
         if (rows < 1 || rows > std::numeric_limits<int>::max() || entries < 0) fail("the sizes are out of range");
-        // Every row needs its diagonal, so a file with fewer entries than rows is wrong before memory is spent on it.
+        // Every row needs its diagonal. A file with fewer entries than rows is refused before memory is allocated.
         if (entries < rows) fail("there are fewer entries than rows, so a diagonal entry is missing");
         matrix_.rows.resize(static_cast<std::size_t>(rows));
         for (long long k = 0; k < entries; ++k) readEntry(rows);
@@ -91,7 +90,7 @@ private:
             if (twice == row.end()) continue;
             throw UserError(
                 file_, "row " + std::to_string(i + 1) + " gives column " + std::to_string(twice->first + 1) + " twice",
-                "Add the values up first");
+                "Add their values and keep one entry");
         }
     }
 
@@ -103,7 +102,7 @@ private:
 
     [[noreturn]] void fail(std::string const& what) const
     {
-        throw UserError(file_, line_, what, "Expected is a coordinate real symmetric Matrix Market file");
+        throw UserError(file_, line_, what, "The file must be a Matrix Market file: coordinate real symmetric");
     }
 
     std::istringstream in_;

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Matrix Market files: sparse symmetric matrices as text.
+/// Sparse symmetric matrices from Matrix Market files.
 
 #include <string>
 
@@ -8,17 +8,16 @@
 
 namespace tool {
 
-/// Reads the matrix in `text`; `file` names it in error messages.
+/// Reads the matrix in `text`; error messages name it `file`.
 ///
-/// Understood is "matrix coordinate real symmetric" (or integer). An entry may stand on either side of the diagonal,
-/// but only once; rows are given in any order and keep their diagonal last in the result. A row without a diagonal
-/// entry stays without. Anything else, damaged lines and indices out of range included, throws `UserError` with its
-/// line.
+/// The form must be "matrix coordinate real symmetric" (or integer). Entries may come in any order, each on either side
+/// of the diagonal, and only once. In the result every row has its diagonal last; a row without a diagonal entry in the
+/// file has none. Everything else, such as a damaged line or an index out of range, throws `UserError` with the line.
 ///
 /// Source: R. Boisvert, R. Pozo, K. Remington, The Matrix Market exchange formats: initial design, 1996.
 SPDMatrix parseMatrixMarket(std::string const& text, std::string const& file);
 
-/// `parseMatrixMarket` of a file's content.
+/// `parseMatrixMarket` of the content of a file.
 SPDMatrix readMatrixMarket(std::string const& path);
 
 } // namespace tool

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Words and numbers in text files, the same under every locale.
+/// Words and numbers in text files, independent of the locale.
 
 #include <charconv>
 #include <limits>
@@ -9,7 +9,7 @@
 
 namespace tool {
 
-/// Cuts the next word off the front of `rest`; empty at the end of it or at a comment (#).
+/// Removes the next word from the front of `rest` and returns it. Empty at the end and at a comment (#).
 inline std::string_view nextWord(std::string_view& rest)
 {
     char const* const blanks = " \t\r\v\f";
@@ -21,7 +21,8 @@ inline std::string_view nextWord(std::string_view& rest)
     return word;
 }
 
-/// True when the whole word is a number; "nan" and "inf" are. Too large a number is an infinity, too small a one is 0.
+/// Whether the whole word is a number; `value` receives it. "nan" and "inf" are numbers. A number that is too large
+/// for a double gives infinity, one that is too small gives 0. `value` may be changed when the result is false.
 inline bool parseDouble(std::string_view word, double& value)
 {
     if (!word.empty() && word.front() == '+') word.remove_prefix(1);
@@ -35,13 +36,14 @@ inline bool parseDouble(std::string_view word, double& value)
     return end == word.data() + word.size();
 }
 
+/// Whether the whole word is a whole number that fits a long; `value` receives it.
 inline bool parseLong(std::string_view word, long& value)
 {
     auto const [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
     return error == std::errc() && end == word.data() + word.size();
 }
 
-/// Calls `visit(line)` for every line, without its end.
+/// Calls `visit(line)` for every line, without its "\n".
 template <typename Visit>
 void forEachLine(std::string_view text, Visit visit)
 {

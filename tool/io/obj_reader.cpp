@@ -18,8 +18,8 @@ namespace {
 
 char const* const kExportAgain = "Export the mesh again, or correct this line";
 
-/// Checks a file line by line. The loader itself is forgiving (it reads a word as 0), which would turn a damaged file
-/// into a damaged picture.
+// Checks a file line by line. The loader itself accepts damaged files (it reads a word as 0), and the pictures would be
+// wrong.
 class LineChecker
 {
 public:
@@ -52,8 +52,9 @@ private:
     {
         for (int i = 0; i < needed; ++i) {
             std::string_view const word = nextWord(rest);
-            if (word.empty())
-                fail(thing + " needs " + std::to_string(needed) + " numbers, here are " + std::to_string(i));
+            if (word.empty()) {
+                fail(thing + " needs " + std::to_string(needed) + " numbers, but has " + std::to_string(i));
+            }
             double value = 0;
             if (!parseDouble(word, value)) fail("\"" + std::string(word) + "\" is not a number");
             if (!std::isfinite(value)) fail(thing + " has a coordinate that is not finite (" + std::string(word) + ")");
@@ -67,11 +68,11 @@ private:
             checkCorner(word);
             ++corners;
         }
-        if (corners < 3) fail("a face needs at least 3 corners, here are " + std::to_string(corners));
+        if (corners < 3) fail("a face needs at least 3 corners, but has " + std::to_string(corners));
         ++faces_;
     }
 
-    /// A corner is v, v/vt, v//vn or v/vt/vn.
+    // A corner is v, v/vt, v//vn or v/vt/vn.
     void checkCorner(std::string_view word)
     {
         std::string_view parts[3];
@@ -89,7 +90,7 @@ private:
         anyCorner_ = true;
     }
 
-    /// Indices count from 1; negative ones count back from the latest entry.
+    // Indices count from 1. Negative indices count backwards from the latest entry.
     void checkIndex(std::string_view word, long count, std::string const& thing) const
     {
         long index = 0;

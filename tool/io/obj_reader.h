@@ -1,6 +1,6 @@
 #pragma once
 
-/// Wavefront OBJ files: positions, texture coordinates and faces, which are cut into triangles.
+/// Triangle meshes from Wavefront OBJ files.
 
 #include <string>
 
@@ -8,15 +8,15 @@
 
 namespace tool {
 
-/// Reads the mesh in `text`; `file` names it in error messages.
+/// Reads the mesh in `text`; error messages name it `file`. Polygons are divided into triangles.
 ///
-/// Every line that carries numbers is checked before the mesh is built: a number that does not parse, NaN, an infinity,
-/// a face with fewer than three corners or with a corner that does not exist throws `UserError` with its line. So does
-/// a mesh without faces. A mesh with texture coordinates at only some corners counts as damaged too, and one without
-/// any reads as a mesh for which `hasTexture()` is false.
+/// All lines with numbers are checked before the mesh is built. These throw `UserError` with the line: a number that
+/// does not parse, NaN, an infinity, a face with fewer than three corners or with a corner that does not exist, and
+/// texture coordinates at some corners but not at all. A mesh without faces throws `UserError` without a line. A mesh
+/// without texture coordinates is read; its `hasTexture()` is false.
 TexturedMesh parseObj(std::string const& text, std::string const& file);
 
-/// `parseObj` of a file's content.
+/// `parseObj` of the content of a file.
 TexturedMesh readObj(std::string const& path);
 
 } // namespace tool

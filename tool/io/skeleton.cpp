@@ -3,6 +3,8 @@
 #include <cmath>
 #include <map>
 
+#include <sinew/core/vector_geometry.h>
+
 #include <tool/io/files.h>
 #include <tool/io/number_text.h>
 #include <tool/support/user_error.h>
@@ -57,12 +59,12 @@ private:
         }
         int const index = static_cast<int>(skeleton_.joints.size());
         if (!indexOfNumber_.emplace(number, index).second) {
-            fail("joint " + std::to_string(number) + " was given before", "Give every joint a number of its own");
+            fail("joint " + std::to_string(number) + " was given before", "Give each joint a different number");
         }
         skeleton_.joints.emplace_back(coordinates[0], coordinates[1], coordinates[2]);
         std::string_view const word = nextWord(rest);
         double radius = 0;
-        // Some programs write more numbers after the coordinates: a name is what is not one.
+        // Some programs write more numbers after the coordinates. Only a word that is not a number is a name.
         bool const named = !word.empty() && !parseDouble(word, radius);
         skeleton_.jointNames.push_back(named ? std::string(word) : "joint " + std::to_string(number));
         radius = 0;
@@ -102,7 +104,12 @@ private:
 std::string Skeleton::boneName(std::size_t bone) const
 {
     auto const& [from, to] = bones[bone];
-    return jointNames[static_cast<std::size_t>(from)] + " - " + jointNames[static_cast<std::size_t>(to)];
+    return jointNames[asIndex(from)] + " - " + jointNames[asIndex(to)];
+}
+
+double distanceToBone(Skeleton const& skeleton, std::size_t bone, Vector3 const& p)
+{
+    return std::sqrt(distSqToLineSegment(p, skeleton.startOf(bone), skeleton.endOf(bone), nullptr));
 }
 
 Skeleton parseTgf(std::string const& text, std::string const& file)

@@ -1,6 +1,6 @@
 #pragma once
 
-/// A triangle mesh as the tour uses it: a surface in space and, if the file has one, its flattened texture domain.
+/// The triangle mesh that the tour uses.
 
 #include <array>
 #include <string>
@@ -11,15 +11,17 @@
 
 namespace tool {
 
+/// The indices of a triangle's three corners.
 using Triangle = std::array<int, 3>;
 
+/// A surface in space and, if the file has texture coordinates, its triangles in the texture.
 struct TexturedMesh
 {
-    std::string name; ///< for captions: the file's name without its folder
+    std::string name; ///< for captions: the name of the file without its folder
     std::vector<Vector3> positions;
     std::vector<tzNM::vect2<double>> texcoords; ///< empty when the mesh has no texture
     std::vector<Triangle> triangles;            ///< corners as indices into `positions`
-    std::vector<Triangle> texTriangles;         ///< the same corners as indices into `texcoords`; parallel, or empty
+    std::vector<Triangle> texTriangles;         ///< the corners as indices into `texcoords`; parallel, or empty
     std::vector<int> groupOfTriangle;           ///< index into `groups`, parallel to `triangles`
     std::vector<std::string> groups;            ///< object or group names of the file
 

@@ -11,7 +11,7 @@ namespace tool {
 BoneWeights parseDmat(std::string const& text, std::string const& file, std::size_t vertices, std::size_t bones)
 {
     std::size_t lineNumber = 0;
-    std::size_t seen = 0; // numbers, the two of the size included
+    std::size_t seen = 0; // numbers that were read, with the two of the size
     BoneWeights weights(vertices, std::vector<double>(bones, 0));
     std::size_t const expected[] = {bones, vertices};
     char const* const names[] = {"columns (bones)", "rows (vertices)"};
@@ -28,13 +28,13 @@ BoneWeights parseDmat(std::string const& text, std::string const& file, std::siz
                     throw UserError(file, lineNumber,
                                     std::string(word) + " " + names[seen] + ", but the model has " +
                                         std::to_string(expected[seen]),
-                                    "Give the weights that belong to this mesh and skeleton");
+                                    "Use the weights of this mesh and skeleton");
                 }
                 continue;
             }
             std::size_t const index = seen - 2;
             if (index >= vertices * bones) {
-                throw UserError(file, lineNumber, "more numbers than the size announces", "Export the weights again");
+                throw UserError(file, lineNumber, "more numbers than the first line says", "Export the weights again");
             }
             weights[index % vertices][index / vertices] = value;
         }
@@ -43,7 +43,7 @@ BoneWeights parseDmat(std::string const& text, std::string const& file, std::siz
         throw UserError(file,
                         "only " + std::to_string(seen < 2 ? 0 : seen - 2) + " of " + std::to_string(vertices * bones) +
                             " weights",
-                        "The file seems to be cut off; export it again");
+                        "The file seems to be incomplete; export it again");
     }
     return weights;
 }
@@ -55,7 +55,8 @@ std::string printDmat(BoneWeights const& weights)
     char buffer[40];
     for (std::size_t b = 0; b < bones; ++b) {
         for (auto const& row : weights) {
-            text.append(buffer, std::to_chars(buffer, buffer + sizeof buffer, row[b]).ptr); // shortest that reads back
+            text.append(buffer,
+                        std::to_chars(buffer, buffer + sizeof buffer, row[b]).ptr); // shortest text with the same bits
             text += '\n';
         }
     }

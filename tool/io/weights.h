@@ -1,7 +1,7 @@
 #pragma once
 
-/// Bone weights as text (`.dmat`): a line "columns rows", then the matrix's numbers, column by column, one a line. A
-/// column is a bone, a row a vertex.
+/// Bone weights as text (`.dmat`): a line "columns rows", then the numbers of the matrix, column by column, one a line.
+/// A column is a bone; a row is a vertex.
 
 #include <string>
 
@@ -9,12 +9,13 @@
 
 namespace tool {
 
-/// Reads the weights in `text`; `file` names it in error messages. There must be one row for each of `vertices` and one
-/// column for each of `bones`; another size, a number that does not parse or is not finite, and too few or too many
-/// numbers throw `UserError`.
+/// Reads the weights in `text`; error messages name it `file`.
+///
+/// Throws `UserError` if the size is not `bones` columns and `vertices` rows, if a number does not parse or is not
+/// finite, and if there are too few or too many numbers.
 BoneWeights parseDmat(std::string const& text, std::string const& file, std::size_t vertices, std::size_t bones);
 
-/// The text that `parseDmat` reads back to the same bits.
+/// The weights as text. `parseDmat` reads the same bits from it.
 std::string printDmat(BoneWeights const& weights);
 
 } // namespace tool

@@ -1,9 +1,9 @@
-/// Makes the koi that comes with the program and prints it as Wavefront OBJ.
-///
-/// The body is two sides that meet in seams along the back and the belly; x runs from the snout to the tail, y is up.
-/// Each side, each fin and each eye is an island of the texture. What makes the islands interesting is deliberate: the
-/// eye sits in an opening inside a side's island, and the gill is a slit whose lower end lies on the outline, so that
-/// two boundary loops touch there.
+// Makes the koi that comes with the program and prints it as Wavefront OBJ.
+//
+// The body has two sides that meet in seams along the back and the belly; x runs from the snout to the tail, y is up.
+// Each side, each fin and each eye is an island of the texture. The islands contain two hard cases for mesh functions
+// on purpose: the eye lies in a hole of a side's island, and the gill is a slit whose lower end lies on the outline,
+// where two boundary loops touch.
 
 #include <array>
 #include <cmath>
@@ -33,14 +33,14 @@ double smoothstep(double t)
 
 double halfHeight(double s)
 {
-    // Cut off at both ends of the sine's arch: a mouth that is open a little, and a root for the tail.
+    // The ends of the sine's arch are cut off: the mouth is slightly open, and the tail has a root.
     double const arch = std::sin(kPi * std::pow(0.004 + 0.896 * s, 0.7));
     return 0.14 * std::pow(arch, 0.8);
 }
 
 double halfWidth(double s)
 {
-    // Down to nothing at the end, where the sides meet and the tail begins.
+    // Zero at the end, where the sides meet and the tail begins.
     return halfHeight(s) * (0.78 - 0.42 * s) * std::sqrt(1 - std::pow(s < 1 ? s : 1, 9));
 }
 
@@ -49,7 +49,7 @@ double middle(double s)
     return -0.012 * std::sin(kPi * s);
 }
 
-/// The swimming bend: shifts the cross-section at x sideways and turns it with the bent spine.
+// The bend of a swimming fish: moves the cross-section at x sideways and turns it with the spine.
 Vector3 swim(Vector3 const& p)
 {
     auto const shift = [](double x) { return 0.13 * std::pow(x > 0 ? x : 0, 1.4) * std::sin(5.2 * x - 2.3); };
@@ -78,7 +78,7 @@ public:
 
     void beginIsland(std::string const& name) { faces_ += "o " + name + "\n"; }
 
-    /// Equal positions of different islands are one vertex: the seams are closed in space.
+    // Equal positions of different islands become one vertex, so that the seams are closed in space.
     Corner corner(Vector3 const& p, Vector2 const& uv)
     {
         char text[96];
@@ -97,7 +97,8 @@ public:
         faces_ += text;
     }
 
-    /// Scales the island's texture coordinates, added since `first`, and moves their lower left corner to `corner`.
+    // Scales the texture coordinates of an island, which begin at index `first`, and moves their lower left corner to
+    // `corner`.
     void placeIsland(std::size_t first, Vector2 const& corner)
     {
         Vector2 low = texcoords_[first];
@@ -125,7 +126,7 @@ private:
     std::string faces_;
 };
 
-/// One side of the body as a grid of columns (snout to tail) and rows (back to belly).
+// One side of the body as a grid of columns (snout to tail) and rows (back to belly).
 class BodySide
 {
 public:
@@ -147,7 +148,7 @@ public:
         }
     }
 
-    /// The eye: rings from the rim of its opening to a bulging middle, an island of its own.
+    // The eye is a separate island: rings from the rim of the hole to a raised centre.
     void writeEye()
     {
         std::vector<Vector2> const rim = eyeRim();
@@ -191,7 +192,7 @@ private:
         return std::abs(i - kEyeColumn) < kEyeHalf && std::abs(j - kEyeRow) < kEyeHalf;
     }
 
-    /// Grid coordinates with the square opening of the eye drawn round; the pull fades out around it.
+    // Moves grid coordinates so that the square hole of the eye becomes round. The effect decreases to zero around it.
     static Vector2 rounded(double i, double j)
     {
         Vector2 const d{i - kEyeColumn, j - kEyeRow};
@@ -202,7 +203,7 @@ private:
         return {kEyeColumn + d.x * pull, kEyeRow + d.y * pull};
     }
 
-    /// How far row j of the gill is open, in columns: nothing at either end.
+    // The width of the gill opening in row j, in columns: zero at both ends.
     static double gillWidth(int j)
     {
         return j <= kGillTop || j >= kRows ? 0 : 0.85 * std::sin(kPi * (j - kGillTop) / (kRows - kGillTop));
@@ -213,7 +214,7 @@ private:
         Vector2 at = rounded(i, j);
         int const behind = i - kGillColumn;
         if (behindGill || behind > 0) at.x += gillWidth(j) * std::fmax(0, 1 - 0.2 * behind);
-        // The gill cover stands off a little in front of the slit.
+        // The gill cover is slightly raised in front of the slit.
         double const lift = behindGill || behind > 0 ? 0 : std::fmax(0, 1 + behind / 4.0);
         return corner(at, 0.09 * lift * lift * gillWidth(j));
     }
@@ -225,12 +226,12 @@ private:
         return out_.corner(bodyPoint(s, theta, side_, swell), texcoord(s, theta));
     }
 
-    /// Unrolled: lengths along the side and around it are kept.
+    // The side unrolled into the plane: lengths along it and around it are kept.
     Vector2 texcoord(double s, double theta) const
     {
         double const a = halfHeight(s);
         double const b = halfWidth(s);
-        double const girth = kPi * (3 * (a + b) - std::sqrt((3 * a + b) * (a + 3 * b))) / 2; // half an ellipse's
+        double const girth = kPi * (3 * (a + b) - std::sqrt((3 * a + b) * (a + 3 * b))) / 2; // of half an ellipse
         return {side_ * kBodyLength * s, middle(s) + girth * (0.5 - theta / kPi)};
     }
 
@@ -245,7 +246,7 @@ private:
         return rim;
     }
 
-    /// @param shrink  1 at the rim, 0 in the middle of the eye.
+    // @param shrink  1 at the rim, 0 in the middle of the eye.
     ObjWriter::Corner eyeCorner(Vector2 const& at, double shrink)
     {
         return corner(at, 0.22 * std::sqrt(1 - shrink * shrink));
@@ -266,7 +267,7 @@ private:
         }
     }
 
-    /// Outward on both sides: the mirrored side turns the other way round.
+    // Triangles of both sides face outwards: on the mirrored side their order is reversed.
     void triangle(ObjWriter::Corner const& a, ObjWriter::Corner const& b, ObjWriter::Corner const& c)
     {
         if (side_ > 0) {
@@ -278,11 +279,12 @@ private:
 
     ObjWriter& out_;
     double side_;
-    ObjWriter::Corner before_[kColumns + 1][kRows + 1]; // as seen from the column in front of it
-    ObjWriter::Corner after_[kColumns + 1][kRows + 1];  // as seen from the column behind it: apart at the gill
+    // The corners that the cells in front of a column use, and those behind it. They differ at the gill.
+    ObjWriter::Corner before_[kColumns + 1][kRows + 1];
+    ObjWriter::Corner after_[kColumns + 1][kRows + 1];
 };
 
-/// A fin: a sheet from its root (a = 0) to its edge (a = 1), with rays b in [0, 1].
+// A fin: a sheet from its root (a = 0) to its edge (a = 1), with rays b in [0, 1].
 template <typename Shape>
 void writeFin(ObjWriter& out, std::string const& name, Vector2 const& corner, int rays, int steps, Shape const& shape)
 {
@@ -335,7 +337,7 @@ FinPoint analPoint(double a, double b)
     return {{x, y, 0.01 * a * std::sin(4 * b)}, {x, y}};
 }
 
-/// The paired fins: fans that stand off from the body, backwards and down.
+// The paired fins: fans that point away from the body, backwards and down.
 struct PairedFin
 {
     double side, s, theta, length, root;
@@ -346,7 +348,7 @@ struct PairedFin
         double const reach = length * (0.72 + 0.28 * std::sin(kPi * (0.15 + 0.7 * b))) * a;
         double const along = std::cos(angle) * reach;
         double const down = std::sin(angle) * reach;
-        double const onRoot = root * (1 - b); // the ray that points back starts at the rear end
+        double const onRoot = root * (1 - b); // the ray that points backwards starts at the rear end
         double const sBase = s + onRoot / kBodyLength;
         Vector3 const base(kBodyLength * sBase, middle(sBase) + halfHeight(sBase) * std::cos(theta),
                            0.97 * side * halfWidth(sBase) * std::sin(theta));

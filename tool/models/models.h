@@ -1,17 +1,17 @@
 #pragma once
 
-/// The models that come with the program, as the text of their files. They are part of the program itself, so that it
-/// finds them wherever it is installed.
+/// The models that come with the program, as the text of their files. The program contains them, so it needs no data
+/// files where it is installed.
 
 #include <string>
 
 namespace tool {
 
-/// A koi: texture islands for its two sides, its eyes and its fins. Each side has an opening for the eye inside its
-/// island and a gill opening that touches the island's outline at one vertex.
+/// A koi as Wavefront OBJ. Its two sides, its eyes and its fins are texture islands. The island of each side has a hole
+/// for the eye, and a gill opening that touches the island's outline at one vertex.
 std::string bundledKoiObj();
 
-/// A standing figure in a relaxed pose: 22 joints, y up, metres, facing +z.
+/// The skeleton of a standing figure as TGF, in a relaxed pose: 22 joints, y up, in metres, facing +z.
 std::string bundledFigureTgf();
 
 } // namespace tool

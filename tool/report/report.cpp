@@ -26,22 +26,32 @@ std::string row(std::string const& cell, std::vector<std::string> const& words)
     return html + "</tr>\n";
 }
 
+// Groups of pictures are grids; groups of checks and of files are lists.
+char const* tagOfGroup(std::string const& kind)
+{
+    return kind == "pictures" ? "div" : "ul";
+}
+
+std::string endOfGroup(std::string const& kind)
+{
+    return kind.empty() ? "" : std::string("</") + tagOfGroup(kind) + ">\n";
+}
+
 } // namespace
 
 void Section::closeGroup()
 {
-    if (!group_.empty()) body_ += group_ == "div" ? "</div>\n" : "</ul>\n";
+    body_ += endOfGroup(group_);
     group_.clear();
 }
 
-/// Puts an item into the open list or grid of its kind, opening one where needed.
+// Adds an item to the open group. If that is of another kind, closes it and opens a new one.
 void Section::inGroup(std::string const& kind, std::string const& html)
 {
-    std::string const tag = kind == "pictures" ? "div" : kind;
-    if (group_ != tag) {
+    if (group_ != kind) {
         closeGroup();
-        body_ += tag == "div" ? "<div class=\"pictures\">\n" : "<ul class=\"" + kind + "\">\n";
-        group_ = tag;
+        body_ += std::string("<") + tagOfGroup(kind) + " class=\"" + kind + "\">\n";
+        group_ = kind;
     }
     body_ += html;
 }
@@ -102,9 +112,8 @@ void Section::file(std::string const& name, std::string const& bytes, std::strin
 
 std::string Section::html(int index) const
 {
-    std::string const close = group_.empty() ? "" : group_ == "div" ? "</div>\n" : "</ul>\n";
-    return "<section id=\"s" + std::to_string(index) + "\">\n<h2>" + escapeHtml(title_) + "</h2>\n" + body_ + close +
-           "</section>\n";
+    return "<section id=\"s" + std::to_string(index) + "\">\n<h2>" + escapeHtml(title_) + "</h2>\n" + body_ +
+           endOfGroup(group_) + "</section>\n";
 }
 
 std::string Report::write(std::string const& footer) const

@@ -1,7 +1,7 @@
 #pragma once
 
-/// The page that the tour leaves behind: `index.html` with every picture inside it, so that the one file can be sent to
-/// anyone; the pictures also lie beside it as files.
+/// The page that the tour writes: `index.html`, with all pictures embedded, so that the one file can be sent to others.
+/// The pictures are also written as files beside it.
 
 #include <deque>
 #include <string>
@@ -20,8 +20,8 @@ enum class Width
     third
 };
 
-/// One section of the page. What is added appears in the order in which it was added; pictures narrower than the page
-/// share a row with their neighbours. All words are plain text: markup in them is escaped.
+/// One section of the page. Its items appear in the order in which they are added. Consecutive pictures that are
+/// narrower than the page share a row. All words are text without markup; HTML in them is escaped.
 class Section
 {
 public:
@@ -30,20 +30,22 @@ public:
     /// A paragraph.
     void text(std::string const& words);
 
-    /// A picture with a caption that a stranger understands. `file` is its name in the output folder, "islands.png".
+    /// A picture, and a caption for readers who do not know the library.
+    /// @param file  its name in the output folder, e.g. "islands.png".
     void picture(std::string const& file, Canvas const& canvas, std::string const& caption, Width width = Width::full);
-    /// The same for bytes that are encoded already (an animated PNG, say), `pixelWidth` x `pixelHeight` large.
+    /// A picture that is encoded already, such as an animated PNG.
     void picture(std::string const& file, std::string const& pngBytes, int pixelWidth, int pixelHeight,
                  std::string const& caption, Width width = Width::full);
 
-    /// A small table: what it is and how much.
+    /// A table of two columns: the names of quantities, and their values.
     void numbers(std::string const& title, std::vector<std::pair<std::string, std::string>> const& rows);
     /// A table with a heading for every column.
     void table(std::string const& title, std::vector<std::string> const& headings,
                std::vector<std::vector<std::string>> const& rows);
 
-    /// A claim that was tested while the tour ran. A claim that does not hold shows in red and makes the program end
-    /// with a non-zero status. `detail` gives the measured number.
+    /// A claim that the tour has tested. If it does not hold, it is shown in red, and the program ends with a non-zero
+    /// status.
+    /// @param detail  the measured number.
     void check(bool holds, std::string const& claim, std::string const& detail);
 
     /// Writes a file into the output folder and lists it.
@@ -55,31 +57,33 @@ public:
 
 private:
     void closeGroup();
-    void inGroup(std::string const& tag, std::string const& html);
+    void inGroup(std::string const& kind, std::string const& html);
 
     std::string folder_;
     std::string title_;
     std::string body_;
-    std::string group_; ///< what kind of group is open in `body_` (pictures, checks), or empty
+    std::string group_; ///< the kind of the open group in `body_`: pictures, checks or files; empty if none
     std::vector<std::string> failed_;
 };
 
+/// The page and its sections.
 class Report
 {
 public:
-    /// @param folder  where everything is written; it must exist.
+    /// @param folder  the folder for the page and the pictures; it must exist.
     Report(std::string folder, std::string title, std::string subtitle)
         : folder_(std::move(folder)), title_(std::move(title)), subtitle_(std::move(subtitle))
     {
     }
 
-    /// A new section at the end of the page. The reference stays valid.
+    /// Adds a section at the end of the page. The reference stays valid as long as the report.
     Section& add(std::string const& title) { return sections_.emplace_back(folder_, title); }
 
-    /// Writes `index.html` and returns its path.
+    /// Writes `index.html` and returns its path. Throws `UserError` if it cannot be written.
     std::string write(std::string const& footer) const;
 
     std::string const& folder() const { return folder_; }
+    /// The claims of all sections that do not hold.
     std::vector<std::string> failedClaims() const;
 
 private:

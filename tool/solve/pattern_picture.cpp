@@ -7,15 +7,16 @@
 #include <tool/draw/canvas.h>
 
 namespace tool {
-
 namespace {
 
+// In units of the canvas.
 constexpr double kPanel = 560;
 constexpr double kMargin = 40;
 constexpr double kTop = 70;
-constexpr int kLargestImage = 700;
 
-// Shares the rows and columns among at most kLargestImage pixels.
+constexpr int kLargestImage = 700; // pixels along a side
+
+// One pixel for each entry, or for a block of entries where the matrix is larger than kLargestImage.
 class PatternImage
 {
 public:
@@ -65,10 +66,10 @@ std::string drawPatterns(SPDMatrix const& matrix, LLTMatrix const& factor)
         }
     }
     Canvas canvas(3 * kMargin + 2 * kPanel, kTop + kPanel + 80);
-    drawPanel(canvas, kMargin, before, "As given");
-    drawPanel(canvas, 2 * kMargin + kPanel, after, "In elimination order");
+    drawPanel(canvas, kMargin, before, "Order of the file");
+    drawPanel(canvas, 2 * kMargin + kPanel, after, "Elimination order");
     drawLegend(canvas, {2 * kMargin + kPanel, kTop + kPanel + 30},
-               {{palette::ink, "entry of the matrix"}, {fill, "entry that the factor adds"}}, 15);
+               {{palette::ink, "entry of the matrix"}, {fill, "fill-in: entry of the factor only"}}, 15);
     return canvas.png();
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Pictures of where a matrix has entries.
+/// Pictures of the pattern of a sparse matrix.
 
 #include <string>
 
@@ -9,8 +9,8 @@
 
 namespace tool {
 
-/// A PNG with the lower triangle as the rows have it on the left, and in elimination order, with the entries that the
-/// factor adds in a colour of their own, on the right.
+/// A PNG with two patterns. On the left is the lower triangle of the matrix in its own order. On the right is the
+/// pattern of the factor, in elimination order; entries of the matrix and fill-in have different colours.
 std::string drawPatterns(SPDMatrix const& matrix, LLTMatrix const& factor);
 
 } // namespace tool

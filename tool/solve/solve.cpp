@@ -1,7 +1,7 @@
 #include <tool/solve/solve.h>
 
 #include <algorithm>
-#include <chrono>
+
 #include <cmath>
 #include <cstddef>
 #include <iomanip>
@@ -13,27 +13,20 @@
 #include <tool/io/files.h>
 #include <tool/io/matrix_market.h>
 #include <tool/solve/pattern_picture.h>
+#include <tool/support/as_index.h>
+#include <tool/support/stopwatch.h>
 #include <tool/support/user_error.h>
 
 namespace tool {
-
 namespace {
-
-template <typename Work>
-double milliseconds(Work work)
-{
-    auto const begin = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
-}
 
 std::vector<double> product(SPDMatrix const& matrix, std::vector<double> const& x)
 {
     std::vector<double> result(x.size(), 0.0);
     for (std::size_t i = 0; i < x.size(); ++i) {
         for (auto const& [c, v] : matrix.rows[i]) {
-            result[i] += v * x[static_cast<std::size_t>(c)];
-            if (static_cast<std::size_t>(c) != i) result[static_cast<std::size_t>(c)] += v * x[i];
+            result[i] += v * x[asIndex(c)];
+            if (asIndex(c) != i) result[asIndex(c)] += v * x[i];
         }
     }
     return result;
@@ -75,27 +68,31 @@ int runSolve(SolveOptions const& options, std::ostream& out)
     std::vector<double> const ones(matrix.rows.size(), 1.0);
     std::vector<double> const b = product(matrix, ones);
     std::vector<double> x = b;
-    LLTMatrix factor;
-    auto const begin = std::chrono::steady_clock::now();
+
+    Stopwatch const analysing;
     sinew::SymbolicFactor const symbolic(matrix);
-    std::chrono::duration<double, std::milli> const analysis = std::chrono::steady_clock::now() - begin;
-    double const numbers = milliseconds([&] { factor = symbolic.factor(matrix); });
+    double const analysis = analysing.seconds();
+    Stopwatch const factoring;
+    LLTMatrix const factor = symbolic.factor(matrix);
+    double const factorisation = factoring.seconds();
     if (factor.rows.empty()) refuse(options.matrixFile, matrix);
-    double const solution = milliseconds([&] { factor.solve(x); });
+    Stopwatch const solving;
+    factor.solve(x);
+    double const solution = solving.seconds();
 
     line(out, "rows") << matrix.rows.size() << "\n";
     line(out, "entries") << entries << " in the lower triangle\n";
-    line(out, "factor") << symbolic.entryCount() << " entries, " << symbolic.fillCount() << " of them fill\n";
+    line(out, "factor") << symbolic.entryCount() << " entries, " << symbolic.fillCount() << " of them fill-in\n";
     out << std::setprecision(3);
     line(out, "memory") << static_cast<double>(symbolic.factorBytes()) / 1e6 << " MB for the factor\n";
     line(out, "operations") << static_cast<double>(symbolic.flopCount()) << "\n";
-    line(out, "order, analyse") << analysis.count() << " ms\n";
-    line(out, "factor") << numbers << " ms\n";
-    line(out, "solve") << solution << " ms\n";
+    line(out, "order, analyse") << 1e3 * analysis << " ms\n";
+    line(out, "factor") << 1e3 * factorisation << " ms\n";
+    line(out, "solve") << 1e3 * solution << " ms\n";
     double const size = largest(b);
     line(out, "residual") << largestDifference(product(matrix, x), b) / (size > 0 ? size : 1.0)
                           << " of the right-hand side\n";
-    line(out, "error") << largestDifference(x, ones) << " from the known solution, all ones\n";
+    line(out, "error") << largestDifference(x, ones) << " of the known solution, which is all ones\n";
     if (!options.pictureFile.empty()) {
         writeFile(options.pictureFile, drawPatterns(matrix, factor));
         line(out, "picture") << options.pictureFile << "\n";

@@ -1,22 +1,24 @@
 #pragma once
 
-/// The command that orders, factors and solves a sparse system from a file and reports on it.
+/// The command `sinew solve`.
 
 #include <ostream>
 #include <string>
 
 namespace tool {
 
+/// What the user has chosen on the command line.
 struct SolveOptions
 {
     std::string matrixFile;
-    std::string pictureFile = "pattern.png"; // empty: no picture
+    std::string pictureFile = "pattern.png"; ///< empty for no picture
 };
 
-/// Prints size, entries, fill, times and residual to `out`, and draws the pattern before and after ordering.
+/// Orders, factors and solves a sparse system, prints size, entries, fill-in, times and residual to `out`, and draws
+/// the pattern before and after the ordering.
 ///
-/// The system solved is A x = A 1, whose solution is known. A matrix that is not positive definite throws `UserError`
-/// with the reason. The result is the program's status.
+/// The system is A x = A 1, whose solution is known. Returns the program's status, 0. Throws `UserError` with the
+/// reason if the file is damaged or the matrix is not positive definite.
 int runSolve(SolveOptions const& options, std::ostream& out);
 
 } // namespace tool

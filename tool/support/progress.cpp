@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include <tool/support/as_index.h>
+
 namespace tool {
 namespace {
 
@@ -26,8 +28,8 @@ void Progress::update(double fraction)
     if (!terminal_ || now - drawn_ < kRedrawEvery) return;
     drawn_ = now;
     int const filled = static_cast<int>(std::clamp(fraction, 0.0, 1.0) * kBarWidth);
-    out_ << kEraseLine << "  " << step_ << "  [" << std::string(static_cast<std::size_t>(filled), '=')
-         << std::string(static_cast<std::size_t>(kBarWidth - filled), ' ') << "]" << std::flush;
+    out_ << kEraseLine << "  " << step_ << "  [" << std::string(asIndex(filled), '=')
+         << std::string(asIndex(kBarWidth - filled), ' ') << "]" << std::flush;
 }
 
 void Progress::end(std::string const& remark)

@@ -1,7 +1,6 @@
 #pragma once
 
-/// What is being done and how far it is. On a terminal one line that is redrawn; elsewhere (a log, a pipe) one plain
-/// line for each finished step, so that logs stay readable.
+/// The progress of a long command.
 
 #include <chrono>
 #include <ostream>
@@ -9,19 +8,23 @@
 
 namespace tool {
 
+/// Shows which step runs and how much of it is done. On a terminal it redraws one line. Elsewhere (a log, a pipe) it
+/// prints one line for each finished step, so that logs stay readable.
 class Progress
 {
 public:
     /// @param terminal  whether `out` can redraw a line.
     Progress(std::ostream& out, bool terminal) : out_(out), terminal_(terminal) {}
 
-    /// Starts a step and ends the one before it.
+    /// Starts a step. If another one runs, ends it first.
     void begin(std::string const& step);
 
-    /// How much of the step is done, in [0, 1]. Cheap enough for an inner loop: it draws at most 10 times a second.
+    /// Shows how much of the step is done.
+    /// @param fraction  in [0, 1]; other values are clamped.
+    /// Cheap enough for an inner loop: it draws at most 10 times a second.
     void update(double fraction);
 
-    /// Ends the step with its time and, if given, a remark.
+    /// Ends the step: prints its time, its name and the remark.
     void end(std::string const& remark = "");
 
 private:

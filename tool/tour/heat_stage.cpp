@@ -1,17 +1,19 @@
-/// Bone weights by heat balance on the surface of the figure.
+// The stage of the module `sparse`: bone weights by heat balance on the surface of the figure.
+
+#include <tool/tour/stage.h>
 
 #include <algorithm>
 #include <cmath>
 
 #include <tool/draw/renderer.h>
 #include <tool/io/weights.h>
+#include <tool/support/bounds.h>
 #include <tool/support/user_error.h>
-#include <tool/tour/stage.h>
 
 namespace tool {
 namespace {
 
-/// From which side a figure is best seen: its broad side, a little turned.
+// The azimuth of a view on the broad side of a figure, turned a little.
 double azimuthOf(Vector3 const& low, Vector3 const& high)
 {
     return high.z - low.z > high.x - low.x ? 65 : 25;
@@ -28,7 +30,7 @@ Solid solidOf(Figure const& figure)
 Colour boneColour(std::size_t bone)
 {
     Colour const base = categorical(static_cast<int>(bone));
-    // After a round through the colours the next ones are paler, so that neighbours still differ.
+    // Every eight bones the colours repeat in a paler shade, so that bones with equal colours are rare.
     return mix(base, {1, 1, 1}, 0.3 * static_cast<double>(bone / 8 % 3));
 }
 
@@ -37,7 +39,7 @@ void addBoneColours(TourContext& tour, Section& section)
     Figure const& figure = tour.figure;
     Solid solid = solidOf(figure);
     for (auto const& row : tour.weights) {
-        Vector3 sum; // blended as light: squares of the channels
+        Vector3 sum; // the mean of linear values, which are about the squares of the channels
         for (std::size_t b = 0; b < row.size(); ++b) {
             Colour const c = boneColour(b);
             sum += Vector3(c.r * c.r, c.g * c.g, c.b * c.b) * row[b];
@@ -53,12 +55,12 @@ void addBoneColours(TourContext& tour, Section& section)
     drawSolids(sheet, {solid}, view);
     section.picture(
         "bone-colours.png", sheet,
-        "Every bone has a colour, and every point of the surface the blend of the bones it follows: sharp on a "
-        "bone, soft across a joint.",
+        "Every bone has a colour. The colour of a point is the mean of the colours of its bones, weighted by "
+        "the bone weights. It changes gradually at the joints.",
         Width::half);
 }
 
-/// One small picture a bone, all on one sheet.
+// One sheet with a small picture for each bone.
 void addBones(TourContext& tour, Section& section)
 {
     std::size_t const bones = tour.skeleton.bones.size();
@@ -87,16 +89,14 @@ void addBones(TourContext& tour, Section& section)
                    {upright ? 11.0 : 16.0, palette::faintInk, Align::centre});
     }
     drawColourBar(sheet, {400, sheet.height() - 44, 400, 14}, viridis, "0", "1", "weight");
-    section.picture("bone-weights.png", sheet,
-                    "One picture a bone: how far the surface follows it. Grey parts do not follow it at all.");
+    section.picture(
+        "bone-weights.png", sheet,
+        "One picture for each bone: its weight at every point of the surface. The weight of grey parts is 0.");
 }
 
-/// Our weights against given ones, a dot for each vertex and bone.
-void addScatter(TourContext& tour, Section& section)
+// A grid over the unit square, the labels of its lines and axes, and the line on which both weights are equal.
+void drawAxes(Canvas& sheet, PlaneMap const& map)
 {
-    double const size = 1000;
-    Canvas sheet = tour.sheet(size, size);
-    PlaneMap const map({0, 0}, {1, 1}, Rect{0, 0, size, size}.inset(90));
     for (int i = 0; i <= 5; ++i) {
         double const t = i / 5.0;
         sheet.line(map({t, 0}), map({t, 1}), {palette::rule, 1});
@@ -106,6 +106,17 @@ void addScatter(TourContext& tour, Section& section)
         sheet.text({left.x - 12, left.y + 6}, niceNumber(t), {17, palette::faintInk, Align::right});
     }
     sheet.line(map({0, 0}), map({1, 1}), {palette::faintInk, 1.5, {7, 6}});
+    sheet.text({sheet.width() / 2, sheet.height() - 26}, "given weight", {19, palette::ink, Align::centre});
+    sheet.text({24, 50}, "weight by heat", {19, palette::ink});
+}
+
+// A comparison with the weights of the user: a dot for each vertex and bone.
+void addScatter(TourContext& tour, Section& section)
+{
+    constexpr double kSize = 1000;
+    Canvas sheet = tour.sheet(kSize, kSize);
+    PlaneMap const map({0, 0}, {1, 1}, Rect{0, 0, kSize, kSize}.inset(90));
+    drawAxes(sheet, map);
     double squares = 0, count = 0, sum = 0;
     std::vector<LegendEntry> legend;
     for (std::size_t b = 0; b < tour.skeleton.bones.size(); ++b) {
@@ -118,16 +129,13 @@ void addScatter(TourContext& tour, Section& section)
         }
         if (b < 8) legend.push_back({boneColour(b), tour.skeleton.boneName(b)});
     }
-    sheet.text({size / 2, size - 26}, "given weight", {19, palette::ink, Align::centre});
-    sheet.text({24, 50}, "weight by heat", {19, palette::ink});
     drawLegend(sheet, map({0.03, 0.96}), legend, 17);
-    section.picture(
-        "against-given.png", sheet,
-        "Weights by heat against the given ones; on the dashed line they agree. They differ most "
-        "near the ends: heat fades away without ever reaching 0 or 1, while weights that were made by "
-        "a smoother energy with bounds, or painted, are exactly 0 and 1 away from a joint. In between, heat "
-        "blends over a width that follows the thickness of the limb.",
-        Width::half);
+    section.picture("against-given.png", sheet,
+                    "Weights by heat against the given weights. On the dashed line they are equal. The differences are "
+                    "largest near 0 and 1: weights by heat approach these values but do not reach them. Weights that "
+                    "were painted, or computed with bounds, are exactly 0 or 1 away from the joints. Between 0 and 1, "
+                    "heat changes over a distance that depends on the thickness of the limb.",
+                    Width::half);
     section.numbers("Against the given weights",
                     {{"mean difference", niceNumber(sum / count, 3)},
                      {"root mean square difference", niceNumber(std::sqrt(squares / count), 3)}});
@@ -135,22 +143,21 @@ void addScatter(TourContext& tour, Section& section)
 
 void addNumbers(Section& section, BoneHeat const& heat, std::size_t bones)
 {
-    auto const count = [](std::size_t n) { return niceCount(static_cast<long long>(n)); };
-    section.numbers("The system", {{"unknowns", count(heat.unknowns)},
-                                   {"entries of the matrix's lower triangle", count(heat.matrixEntries)},
-                                   {"entries of its factor", count(heat.factorEntries)},
+    section.numbers("The system", {{"unknowns", niceCount(heat.unknowns)},
+                                   {"entries of the matrix's lower triangle", niceCount(heat.matrixEntries)},
+                                   {"entries of its factor", niceCount(heat.factorEntries)},
                                    {"milliseconds to order and factor, once", niceNumber(1e3 * heat.factorSeconds, 3)},
                                    {"milliseconds to solve, for each bone",
                                     niceNumber(1e3 * heat.solveSeconds / static_cast<double>(bones), 3)},
                                    {"largest residual, relative", niceNumber(heat.largestResidual, 2)}});
-    section.numbers("The surface", {{"pieces", niceCount(heat.pieces)},
-                                    {"vertices joined to one at the same place", count(heat.joined)},
-                                    {"vertices on no triangle, given their nearest bone", count(heat.withoutArea)},
-                                    {"edges with a negative cotangent weight, counted as 0", count(heat.raisedEdges)}});
+    section.numbers("The surface",
+                    {{"pieces", niceCount(heat.pieces)},
+                     {"vertices joined to one at an equal position", niceCount(heat.joined)},
+                     {"vertices on no triangle, which follow their nearest bone", niceCount(heat.withoutArea)},
+                     {"edges with a negative cotangent weight, set to 0", niceCount(heat.raisedEdges)}});
     if (heat.pieces > 1) {
         section.text("The surface has " + niceCount(heat.pieces) +
-                     " pieces that hang on nothing. Heat does not cross from "
-                     "one to another; each is warmed by the bones nearest to it.");
+                     " separate pieces. Heat does not flow between them. Each piece is heated by its nearest bones.");
     }
 }
 
@@ -159,13 +166,14 @@ void addNumbers(Section& section, BoneHeat const& heat, std::size_t bones)
 void heatStage(TourContext& tour)
 {
     Section& section = tour.report.add("Bone weights");
-    section.text(
-        "To follow a skeleton every point of the surface must know how far it follows each bone. Let one bone be "
-        "hot and all others cold: the temperature to which the surface settles is that bone's weight. This is one "
-        "sparse system, factored once and solved for every bone.");
+    section.text("The figure follows the bones of its skeleton. For that, every point of the surface needs a weight "
+                 "for each bone. "
+                 "If one bone is hot and all others are cold, the temperature of the surface in balance is the weight "
+                 "of the hot "
+                 "bone. The temperatures are the solutions of one sparse system. It is factored once and solved for "
+                 "every bone.");
     BoneHeat heat = boneHeat(tour.figure.positions, tour.figure.triangles, tour.skeleton);
-    section.check(!heat.weights.empty(), "The system is positive definite",
-                  niceCount(static_cast<long long>(heat.unknowns)) + " unknowns");
+    section.check(!heat.weights.empty(), "The system is positive definite", niceCount(heat.unknowns) + " unknowns");
     if (heat.weights.empty()) return;
     tour.weights = std::move(heat.weights);
 
@@ -173,13 +181,13 @@ void heatStage(TourContext& tour)
     if (!tour.givenWeights.empty()) addScatter(tour, section);
     addBones(tour, section);
     addNumbers(section, heat, tour.skeleton.bones.size());
-    double const rounding = 1e-9;
-    section.check(heat.lowest >= -rounding && heat.highest <= 1 + rounding, "All weights lie between 0 and 1",
+    constexpr double kRounding = 1e-9;
+    section.check(heat.lowest >= -kRounding && heat.highest <= 1 + kRounding, "All weights lie between 0 and 1",
                   "as solved: lowest " + niceNumber(heat.lowest, 2) + ", highest " + niceNumber(heat.highest, 12));
-    section.check(heat.largestSumError <= rounding, "The weights of every vertex sum to 1",
+    section.check(heat.largestSumError <= kRounding, "The weights of every vertex sum to 1",
                   "as solved: within " + niceNumber(heat.largestSumError, 2));
     section.file("weights.dmat", printDmat(tour.weights),
-                 "The weights as text: columns, rows, then the numbers column by column; a column is a bone.");
+                 "The weights as text: columns, rows, then the numbers, column by column. A column is a bone.");
 }
 
 } // namespace tool

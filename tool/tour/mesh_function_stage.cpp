@@ -1,7 +1,9 @@
-/// The mesh function of a textured model: its domain, its values, and what it says beyond its border.
+// The stage of the module `meshfunc`: the mesh function of a textured model, with its domain, its values, and its
+// extrapolation outside the domain.
+
+#include <tool/tour/stage.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <map>
@@ -9,50 +11,49 @@
 
 #include <tool/draw/renderer.h>
 #include <tool/figure/mesh_pieces.h>
-#include <tool/tour/stage.h>
+#include <tool/support/as_index.h>
+#include <tool/support/bounds.h>
+#include <tool/support/stopwatch.h>
 #include <tool/tour/textured_function.h>
 
 namespace tool {
 namespace {
 
 constexpr double kSheet = 1200;
-constexpr double kTexels = 800;  // a side of the texture, at full size
-constexpr double kMargin = 110;  // of the sheet around the domain: "beyond it"
-constexpr double kChequers = 24; // along the longer edge of the side view
+constexpr double kTexels = 800;        // along a side of the texture, at full size
+constexpr double kMargin = 110;        // of the sheet around the domain, for the extrapolation
+constexpr double kChequers = 24;       // along the longer edge of the side view
+constexpr int kTimedEvery = 7;         // one in so many pixels is evaluated again to measure the time
+constexpr double kSmallestView = 1e-9; // of the values that a side view shows: no division by zero
+constexpr std::size_t kMostRings = 40; // more rings around vertices would hide the picture
 
-constexpr int kTimedEvery = 7; // pixels of which one is asked again for the clock
-
-/// What one pixel of the domain's picture was told.
-struct Answer
+// The function's value at one pixel of the domain's picture.
+struct PixelValue
 {
     bool inside = false;
-    bool known = false;
+    bool known = false; // false where it cannot be extrapolated
     Vector2 value;
     float scalar = 0;
 };
 
-/// The function asked once for every pixel of a sheet.
+// The function's values at all pixels of a sheet, counts of them, and the mean times of an evaluation.
 struct Survey
 {
     int width = 0;
     int height = 0;
-    std::vector<Answer> answers;
-    long long inside = 0;
-    long long outside = 0;
-    long long unanswered = 0;
+    std::vector<PixelValue> pixels;
+    std::size_t inside = 0;
+    std::size_t outside = 0;
+    std::size_t unknown = 0; // part of `outside`
     double nanosecondsInside = 0;
     double nanosecondsOutside = 0;
 };
 
 PlaneMap domainMap(MeshFunction2D const& function)
 {
-    Point low{function.params[0].x, function.params[0].y};
-    Point high = low;
-    for (Vector2 const& p : function.params) {
-        low = {std::min(low.x, p.x), std::min(low.y, p.y)};
-        high = {std::max(high.x, p.x), std::max(high.y, p.y)};
-    }
-    return {low, high, Rect{0, 0, kSheet, kSheet}.inset(kMargin)};
+    Vector2 low, high;
+    boundsOf(function.params, low, high);
+    return {{low.x, low.y}, {high.x, high.y}, Rect{0, 0, kSheet, kSheet}.inset(kMargin)};
 }
 
 Point onSheet(PlaneMap const& map, Vector2 const& p)
@@ -60,57 +61,56 @@ Point onSheet(PlaneMap const& map, Vector2 const& p)
     return map({p.x, p.y});
 }
 
-/// Nanoseconds for each of the points, asked as a host would ask.
-template <typename Ask>
-double timePerPoint(std::vector<Vector2> const& points, Ask const& ask)
+// Nanoseconds to evaluate the function at one of the points.
+double nanosecondsPerPoint(MeshFunction2D const& function, std::vector<Vector2> const& points)
 {
     if (points.empty()) return 0;
-    auto const started = std::chrono::steady_clock::now();
+    Stopwatch const watch;
     double sum = 0;
-    for (Vector2 const& p : points) sum += ask(p);
-    double const seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
-    return sum == sum ? 1e9 * seconds / static_cast<double>(points.size()) : 0; // the sum must not be optimised away
+    for (Vector2 const& p : points) {
+        Vector2 value;
+        float scalar = 0;
+        function.extrapolate(p, &value, &scalar);
+        sum += value.x + scalar;
+    }
+    double const seconds = watch.seconds();
+    // The use of the sum keeps the compiler from removing the loop.
+    return sum == sum ? 1e9 * seconds / static_cast<double>(points.size()) : 0;
 }
 
-Survey survey(TourContext& tour, MeshFunction2D const& function, PlaneMap const& map)
+Survey surveyOf(TourContext& tour, MeshFunction2D const& function, PlaneMap const& map)
 {
     Survey result;
     result.width = result.height = tour.sheet(kSheet, 1).pixels(kSheet);
-    result.answers.reserve(static_cast<std::size_t>(result.width) * static_cast<std::size_t>(result.height));
+    result.pixels.reserve(asIndex(result.width) * asIndex(result.height));
     std::vector<Vector2> inside, outside;
     for (int y = 0; y < result.height; ++y) {
         tour.progress.update(static_cast<double>(y) / result.height);
         for (int x = 0; x < result.width; ++x) {
             Point const world = map.inverse({(x + 0.5) * kSheet / result.width, (y + 0.5) * kSheet / result.height});
             Vector2 const p(world.x, world.y);
-            Answer answer;
-            answer.inside = function.evaluate(p, &answer.value, &answer.scalar);
-            answer.known = answer.inside || function.extrapolate(p, &answer.value, &answer.scalar);
-            ++(answer.inside ? result.inside : result.outside);
-            if ((x + y * 3) % kTimedEvery == 0) (answer.inside ? inside : outside).push_back(p);
-            if (!answer.known) ++result.unanswered;
-            result.answers.push_back(answer);
+            PixelValue pixel;
+            pixel.inside = function.evaluate(p, &pixel.value, &pixel.scalar);
+            pixel.known = pixel.inside || function.extrapolate(p, &pixel.value, &pixel.scalar);
+            ++(pixel.inside ? result.inside : result.outside);
+            if ((x + y * 3) % kTimedEvery == 0) (pixel.inside ? inside : outside).push_back(p);
+            if (!pixel.known) ++result.unknown;
+            result.pixels.push_back(pixel);
         }
     }
-    auto const ask = [&](Vector2 const& p) {
-        Vector2 value;
-        float scalar = 0;
-        function.extrapolate(p, &value, &scalar);
-        return value.x + scalar;
-    };
-    result.nanosecondsInside = timePerPoint(inside, ask);
-    result.nanosecondsOutside = timePerPoint(outside, ask);
+    result.nanosecondsInside = nanosecondsPerPoint(function, inside);
+    result.nanosecondsOutside = nanosecondsPerPoint(function, outside);
     return result;
 }
 
-/// Paler, greyer, and hatched: the treatment of everything that the islands do not cover.
+// The colour of a point outside the islands: paler, greyer and hatched.
 Colour asOutside(Colour const& colour, double x, double y)
 {
     bool const stripe = std::fmod(x + y, 14.0) < 4;
     return mix(desaturate(colour, 0.75), palette::paper, stripe ? 0.82 : 0.55);
 }
 
-/// A picture of the domain: `colourOf` an answer, hatched outside.
+// A picture of the domain: `colourOf` the values, hatched outside the islands.
 template <typename ColourOf>
 Image paint(Survey const& survey, ColourOf const& colourOf)
 {
@@ -118,10 +118,10 @@ Image paint(Survey const& survey, ColourOf const& colourOf)
     double const unitsPerPixel = kSheet / survey.width;
     for (int y = 0; y < survey.height; ++y) {
         for (int x = 0; x < survey.width; ++x) {
-            Answer const& answer = survey.answers[static_cast<std::size_t>(y * survey.width + x)];
-            if (!answer.known) continue;
-            Colour const colour = colourOf(answer);
-            image.at(x, y) = answer.inside ? colour : asOutside(colour, x * unitsPerPixel, y * unitsPerPixel);
+            PixelValue const& pixel = survey.pixels[asIndex(y * survey.width + x)];
+            if (!pixel.known) continue;
+            Colour const colour = colourOf(pixel);
+            image.at(x, y) = pixel.inside ? colour : asOutside(colour, x * unitsPerPixel, y * unitsPerPixel);
         }
     }
     return image;
@@ -144,7 +144,7 @@ void drawLoops(Canvas& sheet, MeshFunction2D const& function, PlaneMap const& ma
     }
 }
 
-/// The places that boundary loops pass more than once.
+// The positions that boundary loops visit more than once.
 std::vector<Point> touchingVertices(MeshFunction2D const& function)
 {
     std::map<std::pair<double, double>, int> visits;
@@ -164,7 +164,7 @@ void drawIslands(Canvas& sheet, MeshFunction2D const& function, PlaneMap const& 
     for (std::size_t t = 0; t < island.size(); ++t) {
         std::vector<Point> corners;
         for (std::size_t k = 0; k < 3; ++k) {
-            corners.push_back(onSheet(map, function.params[static_cast<std::size_t>(function.facets[3 * t + k])]));
+            corners.push_back(onSheet(map, function.params[asIndex(function.facets[3 * t + k])]));
         }
         Colour const colour = categorical(island[t] + 1);
         sheet.polygon(corners, mix(palette::paper, colour, 0.22));
@@ -172,7 +172,7 @@ void drawIslands(Canvas& sheet, MeshFunction2D const& function, PlaneMap const& 
     }
 }
 
-std::string counted(long long count, std::string const& one, std::string const& many)
+std::string counted(std::size_t count, std::string const& one, std::string const& many)
 {
     return niceCount(count) + " " + (count == 1 ? one : many);
 }
@@ -184,108 +184,119 @@ int addIslands(TourContext& tour, Section& section, MeshFunction2D const& functi
     drawIslands(sheet, function, map, islandCount);
     drawLoops(sheet, function, map, 4);
     std::vector<Point> const touching = touchingVertices(function);
-    if (touching.size() <= 40) { // more than that and the rings hide the picture
+    if (touching.size() <= kMostRings) {
         for (Point const& p : touching) {
             sheet.ring(map(p), 15, {palette::paper, 7});
             sheet.ring(map(p), 15, {palette::accent, 3.5});
         }
     }
-    std::string caption = "The texture of the model falls into " + counted(islandCount, "island", "islands") +
-                          ", bounded by " +
-                          counted(static_cast<long long>(function.boundaryProjectors.size()), "loop", "loops") +
-                          "; every loop has a colour of its own.";
+    std::string caption = "The texture of the model: " + counted(asIndex(islandCount), "island", "islands") + " and " +
+                          counted(function.boundaryProjectors.size(), "boundary loop", "boundary loops") +
+                          ", each loop in a different colour.";
     if (!touching.empty()) {
-        caption += " Rings mark " + counted(static_cast<long long>(touching.size()), "vertex", "vertices") +
-                   " where the border meets itself.";
+        caption +=
+            " Rings mark " + counted(touching.size(), "vertex", "vertices") + " where the boundary touches itself.";
     }
     section.picture("islands.png", sheet, caption, Width::half);
     return islandCount;
 }
 
-/// The side view with its straight chequer, the triangles of the model lightly over it.
-void addSideView(TourContext& tour, Section& section, MeshFunction2D const& function)
+// A sheet with the triangles of the model in the side view, in ink on paper.
+Canvas drawSilhouette(TourContext& tour, MeshFunction2D const& function, PlaneMap const& map)
 {
     Canvas sheet = tour.sheet(kSheet, kSheet);
-    Point high{1e-9, 1e-9};
-    for (Vector2 const& v : function.values) high = {std::max(high.x, v.x), std::max(high.y, v.y)};
-    PlaneMap const map({0, 0}, high, Rect{0, 0, kSheet, kSheet}.inset(70));
     for (std::size_t t = 0; t + 2 < function.facets.size(); t += 3) {
         std::vector<Point> corners;
         for (std::size_t k = 0; k < 3; ++k) {
-            corners.push_back(onSheet(map, function.values[static_cast<std::size_t>(function.facets[t + k])]));
+            corners.push_back(onSheet(map, function.values[asIndex(function.facets[t + k])]));
         }
         sheet.polygon(corners, palette::ink);
-        sheet.polyline(corners, {palette::ink, 1}, true); // closes the hairlines between neighbours
+        sheet.polyline(corners, {palette::ink, 1}, true); // covers the hairlines between neighbours
     }
+    return sheet;
+}
+
+// The side view: a straight chequer, hatched outside the model.
+void addSideView(TourContext& tour, Section& section, MeshFunction2D const& function)
+{
+    Vector2 low, high;
+    boundsOf(function.values, low, high);
+    PlaneMap const map({0, 0}, {std::max(high.x, kSmallestView), std::max(high.y, kSmallestView)},
+                       Rect{0, 0, kSheet, kSheet}.inset(70));
+    Canvas sheet = drawSilhouette(tour, function, map);
     Image image = sheet.pixelsOf();
+    double const unitsPerPixel = kSheet / image.width();
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
             Colour& colour = image.at(x, y);
             double const covered =
                 std::clamp((palette::paper.r - colour.r) / (palette::paper.r - palette::ink.r), 0.0, 1.0);
-            Point const value = map.inverse({(x + 0.5) * kSheet / image.width(), (y + 0.5) * kSheet / image.height()});
-            Vector2 const at(value.x, value.y);
-            double const unitsPerPixel = kSheet / image.width();
-            colour = mix(asOutside(chequer(at), x * unitsPerPixel, y * unitsPerPixel), chequer(at), covered);
+            Point const at = map.inverse({(x + 0.5) * unitsPerPixel, (y + 0.5) * unitsPerPixel});
+            Colour const inside = chequer({at.x, at.y});
+            colour = mix(asOutside(inside, x * unitsPerPixel, y * unitsPerPixel), inside, covered);
         }
     }
     sheet.image(image, {0, 0, kSheet, kSheet});
     section.picture("side-view.png", sheet,
-                    "What is mapped to: the model seen from its side, on a straight chequer that runs from dark at the "
-                    "left to yellow at the right.",
+                    "The values of the mesh function: positions in a side view of the model. A straight chequer covers "
+                    "the view; its colours run from dark at the left to yellow at the right.",
                     Width::half);
 }
 
 void addValues(TourContext& tour, Section& section, MeshFunction2D const& function, PlaneMap const& map,
-               Survey const& answers)
+               Survey const& survey)
 {
     Canvas chequered = tour.sheet(kSheet, kSheet);
-    chequered.image(paint(answers, [](Answer const& a) { return chequer(a.value); }), {0, 0, kSheet, kSheet});
+    chequered.image(paint(survey, [](PixelValue const& p) { return chequer(p.value); }), {0, 0, kSheet, kSheet});
     drawLoops(chequered, function, map, 2);
     section.picture("values.png", chequered,
-                    "The mesh function, asked at every pixel of the texture: the same chequer, pulled back. Where it "
-                    "bends, flattening has stretched the model. Pale and hatched: outside the islands, where the "
-                    "nearest border triangle is continued.",
+                    "The mesh function, evaluated at every pixel of the texture: the chequer of the side view appears "
+                    "in the texture. It is bent where flattening has stretched the model. Pale and hatched: the "
+                    "function outside the islands, extrapolated from the nearest boundary triangle.",
                     Width::half);
 
     Canvas scalar = tour.sheet(kSheet, kSheet);
-    scalar.image(paint(answers, [](Answer const& a) { return diverging(a.scalar); }), {0, 0, kSheet, kSheet});
+    scalar.image(paint(survey, [](PixelValue const& p) { return diverging(p.scalar); }), {0, 0, kSheet, kSheet});
     drawLoops(scalar, function, map, 1.5);
     drawColourBar(
         scalar, {kSheet / 2 - 210, kSheet - 62, 420, 18}, [](double t) { return diverging(2 * t - 1); },
-        "-1, facing away", "facing us, 1", "scalar");
+        "-1: facing away", "1: facing the viewer", "scalar");
     section.picture("scalar.png", scalar,
-                    "The scalar channel: the cosine between the surface's normal and the direction to the onlooker. "
-                    "Negative (blue) is the far side.",
+                    "The scalar of the mesh function: the cosine of the angle between the surface's normal and the "
+                    "direction to the viewer. It is negative (blue) on the far side.",
                     Width::half);
 }
 
-/// A round eye painted over the islands of the bundled model that are called eyes.
+// A round eye on an island of the texture, from its bounds.
+void paintEye(Image& texture, Vector2 const& low, Vector2 const& high)
+{
+    Vector2 const centre = (low + high) * 0.5;
+    double const radius = 0.5 * (high.x - low.x);
+    for (int y = 0; y < texture.height(); ++y) {
+        for (int x = 0; x < texture.width(); ++x) {
+            Vector2 const at((x + 0.5) / texture.width(), 1 - (y + 0.5) / texture.height());
+            double const r = (at - centre).length() / radius;
+            if (r > 1.3) continue;
+            texture.at(x, y) = r < 0.52   ? Colour::hex(0x14161a)
+                               : r < 0.74 ? Colour::hex(0xd8a531)
+                                          : Colour::hex(0x2b2a2c);
+        }
+    }
+}
+
+// The eyes of the bundled model: its islands whose names begin with "eye".
 void paintEyes(TexturedMesh const& mesh, Image& texture)
 {
     for (std::size_t g = 0; g < mesh.groups.size(); ++g) {
         if (mesh.groups[g].rfind("eye", 0) != 0) continue;
-        Vector2 low(1, 1), high(0, 0);
+        std::vector<Vector2> corners;
         for (std::size_t t = 0; t < mesh.texTriangles.size(); ++t) {
-            if (mesh.groupOfTriangle[t] != static_cast<int>(g)) continue;
-            for (int const i : mesh.texTriangles[t]) {
-                Vector2 const& p = mesh.texcoords[static_cast<std::size_t>(i)];
-                low = {std::min(low.x, p.x), std::min(low.y, p.y)};
-                high = {std::max(high.x, p.x), std::max(high.y, p.y)};
-            }
+            if (asIndex(mesh.groupOfTriangle[t]) != g) continue;
+            for (int const i : mesh.texTriangles[t]) corners.push_back(mesh.texcoords[asIndex(i)]);
         }
-        Vector2 const centre = (low + high) * 0.5;
-        double const radius = 0.5 * (high.x - low.x);
-        for (int y = 0; y < texture.height(); ++y) {
-            for (int x = 0; x < texture.width(); ++x) {
-                Vector2 const at((x + 0.5) / texture.width(), 1 - (y + 0.5) / texture.height());
-                double const r = (at - centre).length() / radius;
-                if (r > 1.3) continue;
-                texture.at(x, y) = r < 0.52   ? Colour::hex(0x14161a)
-                                   : r < 0.74 ? Colour::hex(0xd8a531)
-                                              : Colour::hex(0x2b2a2c);
-            }
-        }
+        Vector2 low, high;
+        boundsOf(corners, low, high);
+        paintEye(texture, low, high);
     }
 }
 
@@ -297,65 +308,54 @@ void addModel(TourContext& tour, Section& section, MeshFunction2D const& functio
     if (tour.meshIsBundled) paintEyes(mesh, texture);
 
     Canvas sheet = tour.sheet(1200, 720);
-    SideView const side(mesh.positions);
-    double const azimuth = side.towards == 0 ? 62 : 28;
-    View const view = View::fitted(mesh.positions, azimuth, 16, {0, 0, 1200, 720}, 0.84);
-    Solid solid{mesh.positions, mesh.triangles};
-    solid.gloss = 0.3;
-    solid.colourAt = [&](std::size_t t, double const* weights) {
-        Vector2 at;
-        for (std::size_t k = 0; k < 3; ++k) {
-            at += mesh.texcoords[static_cast<std::size_t>(mesh.texTriangles[t][k])] * weights[k];
-        }
-        return texture.sample(at.x, at.y);
-    };
-    drawSolids(sheet, {solid}, view);
+    View const view = View::fitted(mesh.positions, sideAzimuth(mesh), 16, {0, 0, 1200, 720}, 0.84);
+    auto const sample = [&texture](Vector2 const& at) { return texture.sample(at.x, at.y); };
+    drawSolids(sheet, {texturedSolid(mesh, sample)}, view);
     section.picture("model.png", sheet,
                     mesh.name +
-                        ", wearing a texture that was painted through its mesh function: a flat pattern, drawn in "
-                        "the side view, was looked up for every texel.");
+                        " with a texture that was made with its mesh function: for every texel, the function gives the "
+                        "position in the side view, and a flat pattern gives the colour there.");
 
     flat.image(texture, {0, 0, kSheet, kSheet});
     PlaneMap const map({0, 0}, {1, 1}, {0, 0, kSheet, kSheet});
-    drawLoops(flat, function, map, 5, palette::paper); // a pale rim keeps the outline visible on dark patches
+    drawLoops(flat, function, map, 5, palette::paper); // a pale rim makes the outline visible on dark patches
     drawLoops(flat, function, map, 2, palette::ink);
-    section.picture("texture.png", flat,
-                    "That texture. Beyond the islands' borders the continued function goes on painting, so that no "
-                    "seam of the model shows a wrong colour.",
-                    Width::half);
+    section.picture(
+        "texture.png", flat,
+        "This texture. Outside the islands it is painted with the extrapolated function, so that no seam of "
+        "the model shows a wrong colour.",
+        Width::half);
 }
 
-void addChecks(Section& section, MeshFunction2D const& function, Survey const& answers, bool bundled)
+void addChecks(Section& section, MeshFunction2D const& function, Survey const& survey, bool bundled)
 {
-    long long inside = 0;
-    long long asked = 0;
-    long long same = 0;
+    std::size_t tested = 0;
+    std::size_t inside = 0;
+    std::size_t same = 0;
     for (std::size_t t = 0; t + 2 < function.facets.size(); t += 3) {
         int const a = function.facets[t], b = function.facets[t + 1], c = function.facets[t + 2];
-        Vector2 const third =
-            (function.params[static_cast<std::size_t>(a)] + function.params[static_cast<std::size_t>(b)] +
-             function.params[static_cast<std::size_t>(c)]) /
-            3.0;
-        Vector2 value, continued;
-        if (!function.iEvalInFacet(a, b, c, third, &value, nullptr, true)) continue; // a triangle without area
-        ++asked;
-        if (!function.evaluate(third, &value, nullptr)) continue;
+        Vector2 const middle =
+            (function.params[asIndex(a)] + function.params[asIndex(b)] + function.params[asIndex(c)]) / 3.0;
+        Vector2 value, extrapolated;
+        if (!function.iEvalInFacet(a, b, c, middle, &value, nullptr, true)) continue; // a triangle without area
+        ++tested;
+        if (!function.evaluate(middle, &value, nullptr)) continue;
         ++inside;
-        if (function.extrapolate(third, &continued, nullptr) && std::memcmp(&value, &continued, sizeof value) == 0)
-            ++same;
+        bool const known = function.extrapolate(middle, &extrapolated, nullptr);
+        if (known && std::memcmp(&value, &extrapolated, sizeof value) == 0) ++same;
     }
-    section.check(inside == asked, "The middle of every triangle is inside",
-                  niceCount(inside) + " of " + niceCount(asked));
-    section.check(same == asked, "Inside, continuing changes no bit", niceCount(same) + " of " + niceCount(asked));
+    section.check(inside == tested, "The middle of every triangle is inside",
+                  niceCount(inside) + " of " + niceCount(tested));
+    section.check(same == tested, "Inside, extrapolate gives the same bits as evaluate",
+                  niceCount(same) + " of " + niceCount(tested));
     std::size_t closed = 0;
     for (auto const& loop : function.boundaryProjectors) closed += loop->points.front() == loop->points.back() ? 1 : 0;
-    section.check(closed == function.boundaryProjectors.size(), "Every boundary loop closes",
-                  niceCount(static_cast<long long>(closed)) + " of " +
-                      niceCount(static_cast<long long>(function.boundaryProjectors.size())));
-    // No promise for any mesh: a border triangle without area, or one that is too far away, continues nothing.
+    section.check(closed == function.boundaryProjectors.size(), "Every boundary loop is closed",
+                  niceCount(closed) + " of " + niceCount(function.boundaryProjectors.size()));
+    // Not for every mesh: a boundary triangle without area, or one that is too far away, gives no value.
     if (!bundled) return;
-    section.check(answers.unanswered == 0, "Every pixel beyond the islands has a value",
-                  niceCount(answers.outside - answers.unanswered) + " of " + niceCount(answers.outside));
+    section.check(survey.unknown == 0, "Every pixel outside the islands has a value",
+                  niceCount(survey.outside - survey.unknown) + " of " + niceCount(survey.outside));
 }
 
 } // namespace
@@ -364,29 +364,28 @@ void meshFunctionStage(TourContext& tour)
 {
     Section& section = tour.report.add("Mesh functions");
     section.text(
-        "A texture is a flattened skin. A mesh function knows, for any point of the flat skin, where on the model "
-        "it belongs: exactly inside the islands, and sensibly continued beyond their borders.");
+        "A texture is the flattened surface of a model. A mesh function gives, for any point of the texture, a "
+        "position on the model: exactly inside the islands, and extrapolated outside them.");
     MeshFunction2D const function = sideViewFunction(tour.mesh);
     PlaneMap const map = domainMap(function);
     addModel(tour, section, function);
     int const islands = addIslands(tour, section, function, map);
     addSideView(tour, section, function);
-    Survey const answers = survey(tour, function, map);
-    addValues(tour, section, function, map, answers);
+    Survey const survey = surveyOf(tour, function, map);
+    addValues(tour, section, function, map, survey);
     section.numbers("In numbers",
                     {
-                        {"vertices", niceCount(static_cast<long long>(function.params.size()))},
-                        {"triangles", niceCount(static_cast<long long>(function.facets.size() / 3))},
+                        {"vertices", niceCount(function.params.size())},
+                        {"triangles", niceCount(function.facets.size() / 3)},
                         {"islands", niceCount(islands)},
-                        {"boundary loops", niceCount(static_cast<long long>(function.boundaryProjectors.size()))},
-                        {"vertices where the border meets itself",
-                         niceCount(static_cast<long long>(touchingVertices(function).size()))},
-                        {"points answered inside", niceCount(answers.inside)},
-                        {"points answered outside", niceCount(answers.outside - answers.unanswered)},
-                        {"nanoseconds a point, inside", niceNumber(answers.nanosecondsInside, 3)},
-                        {"nanoseconds a point, outside", niceNumber(answers.nanosecondsOutside, 3)},
+                        {"boundary loops", niceCount(function.boundaryProjectors.size())},
+                        {"vertices where the boundary touches itself", niceCount(touchingVertices(function).size())},
+                        {"pixels inside", niceCount(survey.inside)},
+                        {"pixels outside with a value", niceCount(survey.outside - survey.unknown)},
+                        {"nanoseconds for a point inside", niceNumber(survey.nanosecondsInside, 3)},
+                        {"nanoseconds for a point outside", niceNumber(survey.nanosecondsOutside, 3)},
                     });
-    addChecks(section, function, answers, tour.meshIsBundled);
+    addChecks(section, function, survey, tour.meshIsBundled);
 }
 
 } // namespace tool

@@ -13,8 +13,9 @@ namespace {
 
 constexpr double kTitleHeight = 36;
 constexpr double kCell = 192;
-constexpr double kLineHalf = 1.25; // how far lines are drawn to both sides
+constexpr double kLineHalf = 1.25; // how far lines are drawn in both directions
 constexpr double kTol = 1e-6;
+constexpr double kPi = 3.14159265358979323846;
 
 Colour const kFirst = Colour::hex(0x0072b2);
 Colour const kSecond = Colour::hex(0xd55e00);
@@ -25,7 +26,7 @@ UVector3 const kX(1, 0, 0);
 UVector3 const kY(0, 1, 0);
 UVector3 const kZ(0, 0, 1);
 
-/// Draws in a box of [-1, 1] on each axis, seen from the front right and a little above.
+// Draws in the box [-1, 1]^3, seen from the front right and a little from above.
 class Pen
 {
 public:
@@ -36,7 +37,7 @@ public:
         segment(p - d * kLineHalf, p + d * kLineHalf, {colour, width});
     }
 
-    /// The half of a line that is nearer to the eye, seen from the point where it passes a face.
+    // The half of a line that is nearer to the eye, from the point where it crosses a face.
     void nearHalf(Vector3 const& p, Vector3 const& d, Vector3 const& hit, Colour colour)
     {
         Vector3 const end = p + d * (d * view_.forward() < 0 ? kLineHalf : -kLineHalf);
@@ -70,7 +71,7 @@ public:
         sheet_.ring(middle, onSheet, {palette::faintInk, 1});
         std::vector<Point> equator;
         for (int i = 0; i < 48; ++i) {
-            double const angle = 6.283185307179586 * i / 48;
+            double const angle = 2 * kPi * i / 48;
             equator.push_back(view_(centre + Vector3(std::cos(angle), 0, std::sin(angle)) * radius));
         }
         sheet_.polyline(equator, {palette::rule, 1}, true);
@@ -93,7 +94,7 @@ struct Scene
 {
     int expected;
     char const* label;
-    std::function<int(Pen&)> drawAndAsk; ///< returns the record's code
+    std::function<int(Pen&)> draw; // returns the record's code
 };
 
 struct Row
@@ -127,7 +128,7 @@ Row lineLineRow()
               }},
              {2, "parallel, coincident",
               [=](Pen& pen) {
-                  pen.line({0, 0, 0}, rising, kSecond, 8); // shows on both sides of the first
+                  pen.line({0, 0, 0}, rising, kSecond, 8); // visible on both sides of the first line
                   return lineLine(pen, {0, 0, 0}, rising, Vector3(rising) * 0.5, rising, false);
               }},
              {3, "skew", [=](Pen& pen) {
@@ -279,12 +280,12 @@ std::vector<OutcomeScene> drawOutcomePanel(Canvas& sheet)
             sheet.rectangle(cell.inset(4), {1, 1, 1}, 6);
             sheet.beginClip(cell.inset(4));
             Pen pen(sheet, {cell.x + 10, cell.y + 6, cell.width - 20, cell.height - 42}); // above the label
-            int const answered = scene.drawAndAsk(pen);
+            int const result = scene.draw(pen);
             sheet.endClip();
-            sheet.text({x + 16, cell.y + cell.height - 14}, std::to_string(answered),
+            sheet.text({x + 16, cell.y + cell.height - 14}, std::to_string(result),
                        {24, palette::accent, Align::left, true});
             sheet.text({x + 40, cell.y + cell.height - 15}, scene.label, {15});
-            outcomes.push_back({row.record, scene.expected, answered});
+            outcomes.push_back({row.record, scene.expected, result});
             x += kCell + 36;
         }
         y += kTitleHeight + kCell;

@@ -1,6 +1,6 @@
 #pragma once
 
-/// A small scene for every outcome code of every intersection record, drawn and asked.
+/// A picture with a small scene for every outcome code of every intersection record.
 
 #include <string>
 #include <vector>
@@ -9,18 +9,18 @@
 
 namespace tool {
 
-/// What came of one scene: the record's name, the code that the scene was built for and the code that was answered.
+/// One scene and its outcome.
 struct OutcomeScene
 {
-    std::string record;
-    int expected = -1;
-    int answered = -1;
+    std::string record; ///< name of the record's class
+    int expected = -1;  ///< the code that the scene is made for
+    int result = -1;    ///< the code that the record returned
 };
 
 constexpr double kOutcomePanelWidth = 1200;
 constexpr double kOutcomePanelHeight = 1150;
 
-/// Draws all scenes on a sheet of the size above, a row a record, and returns them in the order of the sheet.
+/// Draws all scenes on a sheet of the size above, with one row for each record. Returns them in the order of the sheet.
 std::vector<OutcomeScene> drawOutcomePanel(Canvas& sheet);
 
 } // namespace tool

@@ -1,7 +1,10 @@
-/// The figure in motion: eight poses, a walk, a mirror image, and a file that other programs open.
+// The stage of the module `skinning`: the figure in eight poses, in motion, mirrored, and as a file for other programs.
+
+#include <tool/tour/stage.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include <sinew/skinning/substitute_geometry_data.h>
 #include <sinew/skinning/weights.h>
@@ -10,22 +13,31 @@
 #include <tool/draw/renderer.h>
 #include <tool/figure/pose.h>
 #include <tool/io/glb.h>
-#include <tool/tour/stage.h>
+#include <tool/support/as_index.h>
+#include <tool/support/bounds.h>
 
 namespace tool {
 namespace {
 
 constexpr int kMotionFrames = 24;
 constexpr int kMillisecondsPerFrame = 50;
-Colour const kClay = Colour::hex(0xcdb79b);
+constexpr double kShareOfPoses = 0.4; // of the stage's progress; the motion is the rest
+constexpr Colour kClay = Colour::hex(0xcdb79b);
 
-/// The figure as a host holds it: on display, with its weights; and copies to compare with afterwards.
+// The figure as display data of a host, and copies for a comparison at the end.
 struct Actor
 {
     smart_ptr<DisplayData> display{new DisplayData};
     smart_ptr<SurfaceGeometryData> original;
     SurfaceGeometryData before;
 };
+
+std::vector<int> indicesOf(std::vector<Triangle> const& triangles)
+{
+    std::vector<int> indices;
+    for (Triangle const& t : triangles) indices.insert(indices.end(), t.begin(), t.end());
+    return indices;
+}
 
 Actor makeActor(Figure const& figure, BoneWeights const& weights)
 {
@@ -35,9 +47,7 @@ Actor makeActor(Figure const& figure, BoneWeights const& weights)
     std::vector<Vector3> const normals =
         figure.normals.empty() ? vertexNormals(figure.positions, figure.triangles) : figure.normals;
     actor.original->normals.assign(normals.begin(), normals.end());
-    for (Triangle const& t : figure.triangles) {
-        actor.original->indices.insert(actor.original->indices.end(), t.begin(), t.end());
-    }
+    actor.original->indices = indicesOf(figure.triangles);
     smart_ptr<BoneWeightTable> const table(new BoneWeightTable);
     for (std::vector<double> const& row : weights) {
         table->influences.emplace_back();
@@ -51,7 +61,7 @@ Actor makeActor(Figure const& figure, BoneWeights const& weights)
     return actor;
 }
 
-/// What the display data shows at this moment, in the world.
+// The surface that the display data shows now, in the world's frame.
 Solid solidOf(DisplayData const& display)
 {
     Solid solid;
@@ -78,7 +88,7 @@ bool allFinite(std::vector<Vector3> const& points)
     return std::all_of(points.begin(), points.end(), [](Vector3 const& p) { return std::isfinite(p.x + p.y + p.z); });
 }
 
-/// The box around several solids.
+// The bounding box of several solids.
 void boundsOf(std::vector<Solid> const& solids, Vector3& low, Vector3& high)
 {
     std::vector<Vector3> corners;
@@ -91,14 +101,15 @@ void boundsOf(std::vector<Solid> const& solids, Vector3& low, Vector3& high)
     tool::boundsOf(corners, low, high);
 }
 
-/// A view of all solids, as near as it can be with each of them inside `where`.
+// A view of all solids that fills `where`, with a margin.
 View viewOf(std::vector<Solid> const& solids, double azimuth, double elevation, Rect const& where)
 {
-    constexpr double kFilled = 0.88; // of the rectangle: the rest is air, and what a nearer eye sees larger
+    constexpr double kFilled = 0.88;         // of the rectangle; with the zoom, near parts become a little larger still
+    constexpr double kSmallestWidest = 0.05; // of half the rectangle: limits the zoom
     Vector3 low, high;
     boundsOf(solids, low, high);
     View const probe(low, high, azimuth, elevation, where);
-    double widest = 0.05;
+    double widest = kSmallestWidest;
     for (Solid const& solid : solids) {
         for (Vector3 const& p : solid.positions) {
             Point const at = probe(p);
@@ -109,7 +120,8 @@ View viewOf(std::vector<Solid> const& solids, double azimuth, double elevation, 
     return View(low, high, azimuth, elevation, where, kFilled / widest);
 }
 
-/// Too small to be seen: it keeps the ground where the lowest pose stands while another one leaps.
+// A solid that is too small to be seen. It keeps the ground at the height of the lowest pose in the pictures of all
+// poses.
 Solid speckAt(Vector3 const& p)
 {
     Solid speck;
@@ -133,7 +145,7 @@ void addPoses(TourContext& tour, Section& section, Actor const& actor)
     constexpr double kWidth = 360, kHeight = 460;
     Canvas sheet = tour.sheet(4 * kWidth, 2 * kHeight);
     for (std::size_t k = 0; k < solids.size(); ++k) {
-        tour.progress.update(0.4 * static_cast<double>(k) / 8);
+        tour.progress.update(kShareOfPoses * static_cast<double>(k) / static_cast<double>(solids.size()));
         Rect const cell{kWidth * static_cast<double>(k % 4), kHeight * static_cast<double>(k / 4), kWidth, kHeight};
         Rect const above{cell.x, cell.y, cell.width, cell.height - 30};
         drawSolids(sheet, {solids[k], speckAt(Vector3(0.5 * (low.x + high.x), low.y, 0.5 * (low.z + high.z)))},
@@ -142,16 +154,16 @@ void addPoses(TourContext& tour, Section& section, Actor const& actor)
                    {18, palette::faintInk, Align::centre, false});
     }
     section.picture("poses.png", sheet,
-                    "Eight poses. Every vertex follows its bones by its weights; the normals that the light falls on "
-                    "are the crossed tangents of the deformed surface.");
-    section.check(finite, "Every posed vertex and normal is a finite number", niceCount(8) + " poses");
+                    "Eight poses. Every vertex follows its bones by its weights. The normals are cross products of the "
+                    "tangents of the deformed surface.");
+    section.check(finite, "Every posed vertex and every normal is finite", niceCount(poses.size()) + " poses");
 }
 
 std::vector<KeyFrame> motionOf(Skeleton const& skeleton)
 {
     std::vector<KeyFrame> frames;
     for (int f = 0; f <= kMotionFrames; ++f) {
-        double const phase = static_cast<double>(f % kMotionFrames) / kMotionFrames; // the last frame is the first
+        double const phase = static_cast<double>(f % kMotionFrames) / kMotionFrames; // the last frame equals the first
         Pose const pose = hasNamesOfTheFigure(skeleton) ? walking(skeleton, phase) : waving(skeleton, phase);
         frames.push_back({f * kMillisecondsPerFrame / 1000.0, takePose(skeleton, pose).bones});
     }
@@ -167,7 +179,8 @@ void addMotion(TourContext& tour, Section& section, Actor const& actor, std::vec
     std::vector<std::string> frames;
     int width = 0, height = 0;
     for (std::size_t f = 0; f < solids.size(); ++f) {
-        tour.progress.update(0.4 + 0.5 * static_cast<double>(f) / static_cast<double>(solids.size()));
+        double const done = static_cast<double>(f) / static_cast<double>(solids.size());
+        tour.progress.update(kShareOfPoses + (1 - kShareOfPoses) * done);
         Canvas sheet = tour.sheet(420, 520);
         drawSolids(sheet, {solids[f]}, viewOf(solids, 50, 8, {0, 0, 420, 520}));
         frames.push_back(sheet.png());
@@ -176,62 +189,60 @@ void addMotion(TourContext& tour, Section& section, Actor const& actor, std::vec
     }
     bool const walks = hasNamesOfTheFigure(tour.skeleton);
     section.picture("motion.png", animatedPng(frames, kMillisecondsPerFrame), width, height,
-                    walks ? "A walk of two steps, again and again (an animated PNG)."
-                          : "A wave through every chain of bones, again and again (an animated PNG).",
+                    walks ? "A walk, repeated without end (an animated PNG)."
+                          : "A wave through every chain of bones, repeated without end (an animated PNG).",
                     Width::half);
 }
 
-/// The mirror in a plane beside the figure, through the guard for display data alone.
+// The mirror image of a solid in a plane beside it. Display data with a reflection as its placement is shown through a
+// guard, without bones.
+Solid mirrorImage(Solid const& solid)
+{
+    Vector3 low, high;
+    tool::boundsOf(solid.positions, low, high);
+    smart_ptr<DisplayData> const image(new DisplayData);
+    image->surface = smart_ptr<SurfaceGeometryData>(new SurfaceGeometryData);
+    image->surface->positions = solid.positions;
+    image->surface->normals.assign(solid.normals.begin(), solid.normals.end());
+    image->surface->indices = indicesOf(solid.triangles);
+    Vector3 const beside(high.x + 0.06 * (high - low).length(), 0, 0);
+    image->placement = Transform::reflection(beside, UVector3(1, 0, 0));
+    SubstituteGeometryData const guard(image);
+    Solid mirrored = solidOf(*image);
+    mirrored.colour = Colour::hex(0x9bb4cd);
+    return mirrored;
+}
+
+// The share of the triangles whose corners run counter-clockwise around their normals.
+double agreementWithNormals(Solid const& solid)
+{
+    if (solid.triangles.empty()) return 1;
+    std::size_t agree = 0;
+    for (Triangle const& t : solid.triangles) {
+        auto const at = [&](std::size_t corner) { return solid.positions[asIndex(t[corner])]; };
+        Vector3 const normal = cross(at(1) - at(0), at(2) - at(0));
+        agree += normal * solid.normals[asIndex(t[0])] > 0 ? 1 : 0;
+    }
+    return static_cast<double>(agree) / static_cast<double>(solid.triangles.size());
+}
+
 void addMirror(TourContext& tour, Section& section, Actor const& actor)
 {
     Pose const pose = eightPoses(tour.skeleton)[2].pose;
     Solid const posed = posedSolid(actor, takePose(tour.skeleton, pose));
-    Vector3 low, high;
-    tool::boundsOf(posed.positions, low, high);
-
-    smart_ptr<DisplayData> const image(new DisplayData);
-    image->surface = smart_ptr<SurfaceGeometryData>(new SurfaceGeometryData);
-    image->surface->positions = posed.positions;
-    image->surface->normals.assign(posed.normals.begin(), posed.normals.end());
-    for (Triangle const& t : posed.triangles) {
-        image->surface->indices.insert(image->surface->indices.end(), t.begin(), t.end());
-    }
-    Vector3 const beside(high.x + 0.06 * (high - low).length(), 0, 0);
-    image->placement = Transform::reflection(beside, UVector3(1, 0, 0));
-    Solid mirrored;
-    {
-        SubstituteGeometryData const guard(image);
-        mirrored = solidOf(*image);
-    }
-    mirrored.colour = Colour::hex(0x9bb4cd);
-
-    // With its winding reversed the image's faces look outwards as the original's do.
-    auto const agreement = [](Solid const& solid) {
-        long agree = 0;
-        for (Triangle const& t : solid.triangles) {
-            auto const at = [&](int corner) {
-                return solid.positions[static_cast<std::size_t>(t[static_cast<std::size_t>(corner)])];
-            };
-            Vector3 const normal = cross(at(1) - at(0), at(2) - at(0));
-            agree += normal * solid.normals[static_cast<std::size_t>(t[0])] > 0 ? 1 : 0;
-        }
-        return solid.triangles.empty() ? 1.0 : static_cast<double>(agree) / static_cast<double>(solid.triangles.size());
-    };
+    Solid const mirrored = mirrorImage(posed);
     Canvas sheet = tour.sheet(420, 520);
     drawSolids(sheet, {posed, mirrored}, viewOf({posed, mirrored}, 12, 8, {0, 0, 420, 520}));
     section.picture("mirror.png", sheet,
-                    "The figure and its mirror image, shown through the guard: its triangles are wound the other way, "
-                    "so that they still face outwards.",
+                    "The figure and its mirror image, shown through the guard. The guard reverses the order of the "
+                    "corners of each triangle, so that the triangles of the image face outwards too.",
                     Width::half);
-    section.check(std::fabs(agreement(mirrored) - agreement(posed)) < 1e-3,
-                  "The mirror image faces outwards as the original does",
-                  niceNumber(100 * agreement(mirrored), 4) + " % of its triangles agree with their normals, " +
-                      niceNumber(100 * agreement(posed), 4) + " % of the original's");
-}
-
-bool sameBits(std::vector<double> const& a, std::vector<double> const& b)
-{
-    return a == b; // finite numbers; checked above
+    constexpr double kRounding = 1e-3; // rounding may change the side of triangles that are seen edge-on
+    double const agreement = agreementWithNormals(posed), mirroredAgreement = agreementWithNormals(mirrored);
+    section.check(std::fabs(mirroredAgreement - agreement) < kRounding,
+                  "The triangles of the mirror image face outwards as those of the original do",
+                  niceNumber(100 * mirroredAgreement, 4) + " % of its triangles agree with their normals, " +
+                      niceNumber(100 * agreement, 4) + " % of the original's");
 }
 
 std::vector<double> numbersOf(SurfaceGeometryData const& surface)
@@ -242,17 +253,22 @@ std::vector<double> numbersOf(SurfaceGeometryData const& surface)
     return numbers;
 }
 
+bool sameBits(std::vector<double> const& a, std::vector<double> const& b)
+{
+    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof a[0]) == 0);
+}
+
 void checkThatTheOriginalIsBack(Section& section, Actor const& actor)
 {
     bool const same = actor.display->surface == actor.original &&
                       sameBits(numbersOf(*actor.original), numbersOf(actor.before)) &&
                       actor.original->indices == actor.before.indices && actor.display->placement == Transform();
-    section.check(same, "After all guards the original surface and placement are back, bit for bit",
-                  niceCount(static_cast<long long>(actor.before.positions.size())) + " vertices compared");
+    section.check(same, "After the last guard, surface and placement are the original ones, bit for bit",
+                  niceCount(actor.before.positions.size()) + " vertices compared");
     section.check(actor.original->referenceCount == 2 && actor.display->referenceCount == 1,
-                  "Every reference that a guard took was given back",
-                  "surface held " + niceCount(actor.original->referenceCount) + " times, display data " +
-                      niceCount(actor.display->referenceCount) + " time");
+                  "The guards have released all their references",
+                  "reference counts: surface " + niceCount(actor.original->referenceCount) + ", display data " +
+                      niceCount(actor.display->referenceCount));
 }
 
 } // namespace
@@ -264,15 +280,15 @@ void poseStage(TourContext& tour)
     if (tour.figure.positions.empty() || weights.size() != tour.figure.positions.size()) return;
 
     Section& section = tour.report.add("Poses");
-    section.text(std::string("Bones carry the figure into poses, ") +
-                 (given ? "with the weights that came with it" : "with the weights that heat gave its vertices") +
-                 ". Each picture is drawn inside a guard that shows the display data deformed and puts the original "
-                 "back when it goes out of scope.");
+    section.text(
+        std::string("The bones move the figure into poses, with ") +
+        (given ? "the weights that came with it" : "the weights that heat gave to its vertices") +
+        ". While a picture is drawn, a guard lets the display data show the deformed surface. At the end of its "
+        "scope the guard restores the original.");
     Actor const actor = makeActor(tour.figure, weights);
-    std::vector<sinew::WeightProblem> const problems =
-        sinew::checkWeights(*actor.display->boneWeights, tour.figure.positions.size(), tour.skeleton.bones.size());
-    for (std::size_t k = 0; k < problems.size() && k < 3; ++k)
-        section.text("A look at the weights: " + problems[k].sentence + ".");
+    auto const found =
+        sinew::diagnose(*actor.display->boneWeights, tour.figure.positions.size(), tour.skeleton.bones.size()).findings;
+    for (std::size_t k = 0; k < found.size() && k < 3; ++k) section.text("A look at the weights: " + found[k].sentence);
 
     addPoses(tour, section, actor);
     std::vector<KeyFrame> const motion = motionOf(tour.skeleton);
@@ -281,7 +297,7 @@ void poseStage(TourContext& tour)
     std::vector<Vector3> const normals(actor.original->normals.begin(), actor.original->normals.end());
     section.file("figure.glb",
                  skinnedGlb({tour.figure.positions, normals, tour.figure.triangles, weights, tour.skeleton}, motion),
-                 "The figure, skinned and moving, for any program that opens glTF.");
+                 "The figure with its bones and the motion, for programs that read glTF.");
     checkThatTheOriginalIsBack(section, actor);
 }
 

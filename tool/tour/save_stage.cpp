@@ -1,5 +1,7 @@
-/// Mesh functions that live on: saved, loaded in a foreign country, made by name; and a texture sheet that is shrunk to
-/// the part a model uses, with the model unchanged.
+// The stage of persistence and of texture compaction, in the modules `framework` and `meshfunc`: a mesh function is
+// saved and loaded, also under another locale; a texture sheet is reduced to the part that a model uses.
+
+#include <tool/tour/stage.h>
 
 #include <algorithm>
 #include <cmath>
@@ -12,26 +14,30 @@
 #include <sinew/meshfunc/type_handlers.h>
 
 #include <tool/draw/renderer.h>
-#include <tool/tour/stage.h>
+#include <tool/support/as_index.h>
+#include <tool/support/bounds.h>
 #include <tool/tour/textured_function.h>
 
 namespace tool {
 namespace {
 
-constexpr double kStep = 0x1p-20; // of coordinates in the packed text
-constexpr std::size_t kPackedLimit = 262143;
+// The limits of the packed text.
+constexpr double kStep = 0x1p-20; // of coordinates
+constexpr double kLowestCoordinate = -2;
+constexpr double kHighestCoordinate = 14;    // excluded
+constexpr std::size_t kPackedLimit = 262143; // vertices; also indices
 
 // ---- saving --------------------------------------------------------------------------------------------------------
 
-/// The same function with a field for every vector, as older texts have it.
-class PlainFields : public Serializable
+// A mesh function with one field for each vector. This is the older form of the document.
+class OlderForm : public Serializable
 {
 public:
     std::vector<Vector2> params, values;
     std::vector<float> normaldots;
     std::vector<int> facets;
 
-    explicit PlainFields(MeshFunction2D const& f)
+    explicit OlderForm(MeshFunction2D const& f)
         : params(f.params), values(f.values), normaldots(f.normaldots), facets(f.facets)
     {
     }
@@ -39,10 +45,10 @@ public:
     smart_ptr<Field> describeFields(std::string const& name) override
     {
         ClassDesc desc;
-        desc.add("params", &PlainFields::params);
-        desc.add("values", &PlainFields::values);
-        desc.add("normaldots", &PlainFields::normaldots);
-        desc.add("facets", &PlainFields::facets);
+        desc.add("params", &OlderForm::params);
+        desc.add("values", &OlderForm::values);
+        desc.add("normaldots", &OlderForm::normaldots);
+        desc.add("facets", &OlderForm::facets);
         return new CompositeField(name, desc);
     }
 };
@@ -54,14 +60,14 @@ std::string documentOf(Serializable& object)
     return out.str();
 }
 
-/// A host that has set its process to a decimal comma.
-class CommaCountry
+// Sets the global locale of the process to one with a decimal comma, and restores it at the end of the scope.
+class CommaLocale
 {
 public:
-    CommaCountry() : before_(std::locale::global(std::locale(std::locale::classic(), new Comma))) {}
-    ~CommaCountry() { std::locale::global(before_); }
-    CommaCountry(CommaCountry const&) = delete;
-    CommaCountry& operator=(CommaCountry const&) = delete;
+    CommaLocale() : before_(std::locale::global(std::locale(std::locale::classic(), new Comma))) {}
+    ~CommaLocale() { std::locale::global(before_); }
+    CommaLocale(CommaLocale const&) = delete;
+    CommaLocale& operator=(CommaLocale const&) = delete;
 
 private:
     struct Comma : std::numpunct<char>
@@ -83,108 +89,122 @@ double largestDifference(std::vector<Vector2> const& a, std::vector<Vector2> con
     return largest;
 }
 
-/// Whether the packed text can hold the function: it is made for texture coordinates of one model.
+// Whether the packed text can represent the function.
 bool fits(MeshFunction2D const& f)
 {
-    auto const inRange = [](Vector2 const& p) { return p.x >= -2 && p.x < 14 && p.y >= -2 && p.y < 14; };
+    auto const inRange = [](Vector2 const& p) {
+        return p.x >= kLowestCoordinate && p.x < kHighestCoordinate && p.y >= kLowestCoordinate &&
+               p.y < kHighestCoordinate;
+    };
     return f.params.size() <= kPackedLimit && f.facets.size() <= kPackedLimit &&
            std::all_of(f.params.begin(), f.params.end(), inRange) &&
            std::all_of(f.values.begin(), f.values.end(), inRange);
 }
 
-void addSizes(Section& section, MeshFunction2D const& f, std::string const& packed, std::string const& plain)
+void addSizes(Section& section, MeshFunction2D const& f, std::string const& packed, std::string const& older)
 {
     auto const row = [&](std::string const& form, std::size_t bytes) {
         auto const count = static_cast<double>(std::max<std::size_t>(f.params.size(), 1));
-        return std::vector<std::string>{form, niceCount(static_cast<long long>(bytes)),
-                                        niceNumber(static_cast<double>(bytes) / count, 3)};
+        return std::vector<std::string>{form, niceCount(bytes), niceNumber(static_cast<double>(bytes) / count, 3)};
     };
     std::size_t const inMemory =
         f.params.size() * 2 * sizeof(Vector2) + f.normaldots.size() * sizeof(float) + f.facets.size() * sizeof(int);
-    section.table("What the function of " + niceCount(static_cast<long long>(f.params.size())) + " vertices takes",
-                  {"form", "bytes", "a vertex"},
-                  {row("packed text, as it is saved", packed.size()),
-                   row("a field for every vector, as older texts have it", plain.size()),
+    section.table("Size of the function of " + niceCount(f.params.size()) + " vertices",
+                  {"form", "bytes", "bytes a vertex"},
+                  {row("packed text", packed.size()), row("one field for each vector, the older form", older.size()),
                    row("the arrays in memory", inMemory)});
+}
+
+// The results of a host that works under a locale with a decimal comma.
+struct UnderCommaLocale
+{
+    std::string number; // 1234.5 in the locale, to show that it is in effect
+    std::string saved;
+    std::unique_ptr<Serializable> loaded;
+};
+
+UnderCommaLocale saveAndLoadUnderCommaLocale(MeshFunction2D& function, std::string const& text)
+{
+    CommaLocale const guard;
+    UnderCommaLocale result;
+    std::ostringstream number;
+    number << 1234.5;
+    result.number = number.str();
+    result.saved = documentOf(function);
+    std::istringstream in(text);
+    result.loaded = sinew::createFromDocument(in);
+    return result;
 }
 
 void addSaving(TourContext& tour, Section& section)
 {
     MeshFunction2D function = sideViewFunction(tour.mesh);
     if (!fits(function)) {
-        section.text("This model is too large for the packed text, or its texture coordinates lie beyond [-2, 14); the "
-                     "text would wrap them, so the tour leaves saving out.");
+        section.text(
+            "This model is too large for the packed text, or some of its coordinates lie outside [-2, 14). The "
+            "packed text would change such coordinates. The tour therefore omits saving.");
         return;
     }
     std::string const text = documentOf(function);
-    PlainFields plain(function);
-    addSizes(section, function, text, documentOf(plain));
-    section.file("mesh-function.xml", text, "the function as it was saved");
+    OlderForm older(function);
+    addSizes(section, function, text, documentOf(older));
+    section.file("mesh-function.xml", text, "the saved mesh function");
 
-    std::unique_ptr<Serializable> made;
-    std::string foreignNumber, foreignText;
-    {
-        CommaCountry const abroad;
-        std::ostringstream number;
-        number << 1234.5;
-        foreignNumber = number.str();
-        foreignText = documentOf(function);
-        std::istringstream in(text);
-        made = sinew::createFromDocument(in);
-    }
-    section.check(foreignText == text, "Saving gives the same bytes in a country with a decimal comma",
-                  niceCount(static_cast<long long>(text.size())) + " bytes, while 1234.5 prints as " + foreignNumber);
-    auto* const loaded = dynamic_cast<MeshFunction2D*>(made.get());
-    section.check(loaded != nullptr, "The name in the document makes a mesh function", "MeshFunction2D");
+    UnderCommaLocale const comma = saveAndLoadUnderCommaLocale(function, text);
+    section.check(comma.saved == text, "Saving gives the same bytes under a locale with a decimal comma",
+                  niceCount(text.size()) + " bytes; 1234.5 is printed as " + comma.number);
+    auto* const loaded = dynamic_cast<MeshFunction2D*>(comma.loaded.get());
+    section.check(loaded != nullptr, "The name in the document creates a mesh function", "MeshFunction2D");
     if (!loaded) return;
     double const moved = std::max(largestDifference(loaded->params, function.params),
                                   largestDifference(loaded->values, function.values));
-    section.check(moved <= kStep, "Loaded there, it is the same to a step of the packed text",
-                  "coordinates moved by " + niceNumber(moved, 2) + " at most, a step is " + niceNumber(kStep, 2));
-    section.check(loaded->facets == function.facets, "Every triangle came back",
-                  niceCount(static_cast<long long>(loaded->facets.size() / 3)));
-    section.check(documentOf(*loaded) == text, "Saved again, not a byte differs",
-                  niceCount(static_cast<long long>(text.size())) + " bytes compared");
+    section.check(moved <= kStep,
+                  "Loaded under that locale, no coordinate moves by more than a step of the packed text",
+                  "by " + niceNumber(moved, 2) + " at most; a step is " + niceNumber(kStep, 2));
+    section.check(loaded->facets == function.facets, "All triangles are loaded", niceCount(loaded->facets.size() / 3));
+    section.check(documentOf(*loaded) == text, "Saving the loaded function gives the same bytes",
+                  niceCount(text.size()) + " bytes compared");
 }
 
-// ---- shrinking -----------------------------------------------------------------------------------------------------
+// ---- compaction ----------------------------------------------------------------------------------------------------
 
-/// A sheet of texels that the model shares with others, and the function from the model's own texture to the sheet.
+// A sheet of texels that several models share, and the function from the model's texture to the sheet.
 struct SharedSheet
 {
     MeshFunction2D function{true};
     Image texels{1, 1};
-    std::vector<bool> used; ///< at x + width * y, y upwards
+    std::vector<bool> used; // at x + width * y, y upwards
     int size = 0;
 };
 
-// Where the model lies on the sheet, which is the unit square: less than half of it along each side.
+// The square of the model on the sheet, which is the unit square. Its side is less than half of the sheet's, so that
+// compaction can halve both sides.
 constexpr Vector2 kPlace{0.46, 0.34};
 constexpr double kPlaceSize = 0.42;
+constexpr double kPlaceMargin = 0.02;      // around it, of its side; painted with the model's pattern too
+constexpr double kSmallestExtent = 1e-300; // of texture coordinates in one place: no division by zero
 
-/// What other models keep on the sheet: quiet stripes, none of the pattern's colours.
+// The texels of other models: stripes in colours that the model's pattern does not have.
 Colour otherModels(int x, int y, int size)
 {
     double const band = std::sin(18.0 * (x + 0.6 * y) / size) * std::sin(11.0 * (y - 0.3 * x) / size);
     return mix(Colour::hex(0x9fb4b0), Colour::hex(0x5f7d86), 0.5 + 0.5 * band);
 }
 
+// Marks all texels in the bounding boxes of the triangles on the sheet.
 void markUsed(SharedSheet& sheet)
 {
-    sheet.used.assign(static_cast<std::size_t>(sheet.size) * static_cast<std::size_t>(sheet.size), false);
+    sheet.used.assign(asIndex(sheet.size) * asIndex(sheet.size), false);
     MeshFunction2D const& f = sheet.function;
     auto const texel = [&](double v) { return clip(static_cast<int>(std::floor(v * sheet.size)), 0, sheet.size - 1); };
     for (std::size_t t = 0; t + 2 < f.facets.size(); t += 3) {
-        Vector2 low = f.values[static_cast<std::size_t>(f.facets[t])], high = low;
-        for (std::size_t k = 1; k < 3; ++k) {
-            Vector2 const& p = f.values[static_cast<std::size_t>(f.facets[t + k])];
-            low = {std::min(low.x, p.x), std::min(low.y, p.y)};
-            high = {std::max(high.x, p.x), std::max(high.y, p.y)};
-        }
+        std::vector<Vector2> corners;
+        for (std::size_t k = 0; k < 3; ++k) corners.push_back(f.values[asIndex(f.facets[t + k])]);
+        Vector2 low, high;
+        boundsOf(corners, low, high);
         for (int y = texel(low.y); y <= texel(high.y); ++y) {
             for (int x = texel(low.x); x <= texel(high.x); ++x) {
-                sheet.used[static_cast<std::size_t>(x) +
-                           static_cast<std::size_t>(sheet.size) * static_cast<std::size_t>(y)] = true;
+                sheet.used[asIndex(x) + asIndex(sheet.size) * asIndex(y)] = true;
             }
         }
     }
@@ -194,12 +214,9 @@ SharedSheet makeSheet(TexturedMesh const& mesh, MeshFunction2D const& sideView, 
 {
     SharedSheet sheet;
     sheet.size = size;
-    Vector2 low = mesh.texcoords.front(), high = low;
-    for (Vector2 const& p : mesh.texcoords) {
-        low = {std::min(low.x, p.x), std::min(low.y, p.y)};
-        high = {std::max(high.x, p.x), std::max(high.y, p.y)};
-    }
-    double const extent = std::max({high.x - low.x, high.y - low.y, 1e-300});
+    Vector2 low, high;
+    boundsOf(mesh.texcoords, low, high);
+    double const extent = std::max({high.x - low.x, high.y - low.y, kSmallestExtent});
     std::vector<int> facets;
     for (Triangle const& t : mesh.texTriangles) facets.insert(facets.end(), t.begin(), t.end());
     std::vector<Vector2> places;
@@ -211,7 +228,8 @@ SharedSheet makeSheet(TexturedMesh const& mesh, MeshFunction2D const& sideView, 
         for (int x = 0; x < size; ++x) {
             Vector2 const onSheet((x + 0.5) / size, (y + 0.5) / size);
             Vector2 const inside = (onSheet - kPlace) * (1 / kPlaceSize);
-            bool const ours = std::min(inside.x, inside.y) > -0.02 && std::max(inside.x, inside.y) < 1.02;
+            bool const ours =
+                std::min(inside.x, inside.y) > -kPlaceMargin && std::max(inside.x, inside.y) < 1 + kPlaceMargin;
             Vector2 value;
             bool const painted = ours && sideView.extrapolate(low + inside * extent, &value, nullptr);
             sheet.texels.at(x, size - 1 - y) = painted ? koiPattern(value) : otherModels(x, y, size);
@@ -221,7 +239,7 @@ SharedSheet makeSheet(TexturedMesh const& mesh, MeshFunction2D const& sideView, 
     return sheet;
 }
 
-/// What a host does with the optimizer's answer: copies the texels that move.
+// The smaller sheet, with the texels that a host copies as the optimiser says.
 Image movedTexels(Image const& from, TextureOptimizer const& optimizer)
 {
     Image to(optimizer.newWidth, optimizer.newHeight, palette::rule);
@@ -241,24 +259,17 @@ Canvas drawModel(TourContext& tour, MeshFunction2D const& function, Image const&
     Canvas sheet = tour.sheet(800, 520);
     Vector3 low, high;
     boundsOf(mesh.positions, low, high);
-    View const view(low, high, SideView(mesh.positions).towards == 0 ? 62 : 28, 16, {0, 0, 800, 520},
-                    tour.meshIsBundled ? 1.5 : 1.05);
-    Solid solid{mesh.positions, mesh.triangles};
-    solid.gloss = 0.3;
-    solid.colourAt = [&](std::size_t t, double const* weights) {
-        Vector2 own;
-        for (std::size_t k = 0; k < 3; ++k) {
-            own += mesh.texcoords[static_cast<std::size_t>(mesh.texTriangles[t][k])] * weights[k];
-        }
-        Vector2 at;
-        function.extrapolate(own, &at, nullptr);
-        return texels.sample(at.x, at.y);
+    View const view(low, high, sideAzimuth(mesh), 16, {0, 0, 800, 520}, tour.meshIsBundled ? 1.5 : 1.05);
+    auto const colourAt = [&](Vector2 const& texcoord) {
+        Vector2 onSheet;
+        function.extrapolate(texcoord, &onSheet, nullptr);
+        return texels.sample(onSheet.x, onSheet.y);
     };
-    drawSolids(sheet, {solid}, view);
+    drawSolids(sheet, {texturedSolid(mesh, colourAt)}, view);
     return sheet;
 }
 
-/// The largest difference of any channel of any pixel, of 255.
+// The largest difference of a colour channel of any pixel, where the largest value of a channel is 255.
 int largestDifference(Image const& a, Image const& b)
 {
     int largest = 0;
@@ -279,7 +290,7 @@ void drawTexture(TourContext& tour, Section& section, char const* file, Image co
 {
     constexpr double kSide = 760;
     Canvas sheet = tour.sheet(kSide + 40, kSide + 40);
-    double const unit = kSide / fullSize; // one scale for both sheets: the smaller one looks smaller
+    double const unit = kSide / fullSize; // the same for both sheets, so that their sizes can be compared
     Rect const where{20, 20 + kSide - unit * texels.height(), unit * texels.width(), unit * texels.height()};
     sheet.image(texels, where);
     sheet.frame(where, {palette::faintInk, 1.5});
@@ -289,7 +300,7 @@ void drawTexture(TourContext& tour, Section& section, char const* file, Image co
     section.picture(file, sheet, caption, Width::half);
 }
 
-void addShrinking(TourContext& tour, Section& section)
+void addCompaction(TourContext& tour, Section& section)
 {
     int size = 128;
     while (size < 512 && size < 512 * tour.options.pixels) size *= 2;
@@ -301,34 +312,34 @@ void addShrinking(TourContext& tour, Section& section)
     after.eraseExtraTriangles(EmptyRectTester(before.used, size, size));
     after.remapToOptimized(optimizer);
     section.check(optimizer.motions.size() == 1, "The used part of the sheet moves as one rectangle",
-                  niceCount(static_cast<long long>(optimizer.motions.size())) + " motion");
+                  niceCount(optimizer.motions.size()) + " motion");
     if (optimizer.motions.size() != 1) return;
     TextureOptimizer::RectMotion const& m = optimizer.motions.front();
     Image const shrunk = movedTexels(before.texels, optimizer);
 
-    drawTexture(
-        tour, section, "sheet-before.png", before.texels, size, m, 0, 0,
-        "A texture sheet that a model shares with others. Framed: what the model uses, and a margin of one texel.");
-    drawTexture(
-        tour, section, "sheet-after.png", shrunk, size, m, m.dx, m.dy,
-        "The sheet after compaction, drawn to the same scale: the framed rectangle has moved to the corner of the "
-        "smallest sheet with sides of powers of two.");
+    drawTexture(tour, section, "sheet-before.png", before.texels, size, m, 0, 0,
+                "A texture sheet that several models share. The frame contains the part that one model uses, with a "
+                "margin of one texel.");
+    drawTexture(tour, section, "sheet-after.png", shrunk, size, m, m.dx, m.dy,
+                "The sheet after compaction, in the same scale. The framed rectangle has moved to the corner of the "
+                "smallest sheet whose sides are powers of two.");
     Canvas const with = drawModel(tour, before.function, before.texels);
     Canvas const without = drawModel(tour, after, shrunk);
-    section.picture("model-before.png", with, "The model, drawn from the shared sheet.", Width::half);
-    section.picture("model-after.png", without, "The model, drawn from the small one.", Width::half);
+    section.picture("model-before.png", with, "The model, with its texture on the shared sheet.", Width::half);
+    section.picture("model-after.png", without, "The model, with its texture on the smaller sheet.", Width::half);
 
     auto const texelsOf = [](int w, int h) { return niceCount(static_cast<long long>(w) * h); };
-    section.numbers("Shrinking the sheet", {
-                                               {"texels before", texelsOf(size, size)},
-                                               {"texels after", texelsOf(optimizer.newWidth, optimizer.newHeight)},
-                                               {"columns moved by", niceCount(m.dx)},
-                                               {"rows moved by", niceCount(m.dy)},
-                                           });
+    section.numbers("The compaction", {
+                                          {"texels before", texelsOf(size, size)},
+                                          {"texels after", texelsOf(optimizer.newWidth, optimizer.newHeight)},
+                                          {"columns moved by", niceCount(m.dx)},
+                                          {"rows moved by", niceCount(m.dy)},
+                                      });
     int const difference = largestDifference(with.pixelsOf(), without.pixelsOf());
     section.check(difference <= 1, "The picture of the model does not change",
                   "the largest difference of any pixel is " + niceCount(difference) + " of 255");
-    section.check(optimizer.newWidth * optimizer.newHeight * 4 <= size * size, "The sheet shrinks to a quarter or less",
+    section.check(optimizer.newWidth * optimizer.newHeight * 4 <= size * size,
+                  "The new sheet has a quarter of the texels or less",
                   niceCount(optimizer.newWidth) + " x " + niceCount(optimizer.newHeight));
 }
 
@@ -336,16 +347,16 @@ void addShrinking(TourContext& tour, Section& section)
 
 void saveStage(TourContext& tour)
 {
-    Section& section = tour.report.add("Saving, and smaller textures");
+    Section& section = tour.report.add("Saving and texture compaction");
     section.text(
-        "A mesh function is saved as text: well-formed XML in which the long vectors are packed into printable "
-        "characters. Any country's settings read and write the same bytes, and the name of the root element is "
-        "enough to make the object again.");
+        "A mesh function is saved as XML, with its long vectors packed into printable characters. The bytes do "
+        "not depend on the locale. The name of the root element suffices to create the object when it is loaded.");
     addSaving(tour, section);
     section.text(
-        "Models that share a texture sheet use a part of it each. The compaction finds the smallest sheet that "
-        "holds one model's part, says which rectangle to copy, and points the mesh function to it.");
-    addShrinking(tour, section);
+        "Several models may share a texture sheet; each uses a part of it. Compaction finds the smallest sheet "
+        "that can hold the part of one model, and the rectangle of texels to copy. It then changes the mesh "
+        "function so that it gives positions on the new sheet.");
+    addCompaction(tour, section);
 }
 
 } // namespace tool

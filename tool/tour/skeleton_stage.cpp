@@ -1,5 +1,7 @@
-/// The skeleton: a line, a plane and a box for every limb, drawn through the library's switchboard for debug drawing,
-/// and every outcome of the intersection records.
+// The stage of the modules `core` and `queries`: a line, a plane and a box for every limb of the skeleton, drawn by the
+// library's debug-drawing callbacks; and all outcomes of the intersection records.
+
+#include <tool/tour/stage.h>
 
 #include <algorithm>
 #include <cmath>
@@ -12,23 +14,23 @@
 #include <tool/draw/renderer.h>
 #include <tool/draw/view.h>
 #include <tool/figure/limbs.h>
+#include <tool/support/as_index.h>
 #include <tool/support/user_error.h>
 #include <tool/tour/outcome_panel.h>
-#include <tool/tour/stage.h>
 
 namespace tool {
 namespace {
 
 constexpr double kWidth = 1200;
 constexpr double kHeight = 800;
-constexpr double kAzimuth = 36; // far enough from the front to see planes that face us sideways
+constexpr double kAzimuth = 36; // degrees; turned from the front, so that sideways planes are not seen edge-on
 constexpr double kElevation = 10;
 constexpr int kPointsPerBone = 12;
-constexpr double kLargestCoordinate = 1e100; // squares of it are still numbers
-constexpr int kInk = -1;                     // as a colour number of the debug drawing; others count the limbs
+constexpr double kLargestCoordinate = 1e100; // its square is finite
+constexpr int kInk = -1;                     // the debug drawing's colour number for ink; others are numbers of limbs
 
-/// What the debug drawing appears on while one of these is alive. Colours are the number of a limb; the thickness of a
-/// vector and the size of points are in units of the sheet.
+// While this object lives, the debug drawing appears on a sheet. Colours are numbers of limbs; the thickness of vectors
+// and the size of points are in units of the sheet.
 class DebugDisplay
 {
 public:
@@ -66,14 +68,14 @@ private:
         sheet_.circle(at(p), radius, colourOf(colour));
     }
 
-    static DebugDisplay* current_; // the callbacks are plain functions
+    static DebugDisplay* current_; // the callbacks have no other access to the object
     Canvas& sheet_;
     View const* view_ = nullptr;
     int calls_ = 0;
 };
 DebugDisplay* DebugDisplay::current_ = nullptr;
 
-/// A limb and what was fitted to it.
+// A limb, and the line, the plane and the box that fit it.
 struct FittedLimb
 {
     Limb limb;
@@ -83,6 +85,7 @@ struct FittedLimb
     UVector3 normal;
     Bbox box;
 
+    // Root mean square distance of the points from the line, and from the plane.
     double fromLine() const
     {
         return rootMeanSquare([&](Vector3 const& p) { return cross(p - centre, along).length(); });
@@ -100,7 +103,7 @@ struct FittedLimb
         return std::sqrt(sum / static_cast<double>(points.size()));
     }
 
-    /// Smallest and largest coordinate of the points along a direction from the centre.
+    // Smallest and largest coordinate of the points along a direction, measured from the centre.
     std::pair<double, double> extent(Vector3 const& direction) const
     {
         std::pair<double, double> range{0, 0};
@@ -112,12 +115,12 @@ struct FittedLimb
     }
 };
 
-/// The skeleton moved to the origin and scaled to a size of 2. The library's tolerances are absolute, so a skeleton in
-/// microns or in miles is brought to a sensible size first; distances are told in the user's unit again.
+// The skeleton, moved to the origin and scaled to a size of 2, because the library's tolerances are absolute: a
+// skeleton in microns or in miles would be too small or too large for them. The page gives lengths in the user's unit.
 struct Stage
 {
     Skeleton skeleton;
-    double unit = 1; ///< of the user's lengths in one of ours
+    double unit = 1; // a unit of this skeleton in the user's units
     std::vector<FittedLimb> limbs;
 };
 
@@ -137,12 +140,13 @@ Stage prepare(TourContext const& tour)
     Vector3 const size = box.max - box.min;
     double const largest = std::max({size.x, size.y, size.z});
     if (!(largest > 0)) {
-        throw UserError(tour.options.skeletonFile, "all joints lie in one place", "Give the joints different places");
+        throw UserError(tour.options.skeletonFile, "all joints have the same position",
+                        "Give the joints different positions");
     }
     stage.unit = largest / 2;
     for (Vector3& p : stage.skeleton.joints) {
         p -= box.min + size * 0.5;
-        for (int k = 0; k < 3; ++k) p[k] /= stage.unit; // not the reciprocal, which a tiny unit would overflow
+        for (int k = 0; k < 3; ++k) p[k] /= stage.unit; // the reciprocal of a tiny unit would be infinite
     }
     for (Limb& limb : limbsOf(stage.skeleton)) {
         FittedLimb fitted;
@@ -156,7 +160,7 @@ Stage prepare(TourContext const& tour)
     return stage;
 }
 
-/// The view that fills `where` with the skeleton.
+// The view that fills `where` with the skeleton.
 View viewOf(Skeleton const& skeleton, Rect const& where)
 {
     Bbox const box(skeleton.joints);
@@ -174,8 +178,7 @@ View viewOf(Skeleton const& skeleton, Rect const& where)
 void drawBones(Skeleton const& skeleton, double thickness)
 {
     for (auto const& bone : skeleton.bones) {
-        vxFuncBinder::drawVector(skeleton.joints[static_cast<std::size_t>(bone[0])],
-                                 skeleton.joints[static_cast<std::size_t>(bone[1])], kInk, thickness);
+        vxFuncBinder::drawVector(skeleton.joints[asIndex(bone[0])], skeleton.joints[asIndex(bone[1])], kInk, thickness);
     }
     vxFuncBinder::drawPoints(skeleton.joints, kInk, 4);
 }
@@ -189,7 +192,7 @@ void drawLine(FittedLimb const& limb, int colour)
     vxFuncBinder::drawPoint(limb.centre, colour);
 }
 
-/// A patch of the plane as a grid, its lines along and across the limb.
+// A part of the plane as a grid, with lines along and across the limb.
 void drawPlane(FittedLimb const& limb, int colour)
 {
     constexpr int kAlong = 8;
@@ -230,7 +233,7 @@ void drawBox(FittedLimb const& limb, int colour)
 
 void drawNames(Canvas& sheet, std::vector<FittedLimb> const& limbs)
 {
-    constexpr std::size_t kNamed = 9; // more would not fit, and the colours repeat
+    constexpr std::size_t kNamed = 9; // more names do not fit, and the colours repeat
     double x = 40;
     double y = kHeight - 76;
     for (std::size_t k = 0; k < std::min(limbs.size(), kNamed); ++k) {
@@ -245,7 +248,7 @@ void drawNames(Canvas& sheet, std::vector<FittedLimb> const& limbs)
     }
 }
 
-/// Draws the three fits side by side; returns the number of calls that came through the switchboard.
+// Draws the three fits side by side. Returns the number of calls of the debug-drawing callbacks.
 int drawFits(Canvas& sheet, Stage const& stage)
 {
     struct Fit
@@ -280,20 +283,20 @@ void addTable(Section& section, Stage const& stage)
                         niceNumber(limb.fromLine() * stage.unit, 3), niceNumber(limb.fromPlane() * stage.unit, 3),
                         niceNumber(size.x, 3) + " x " + niceNumber(size.y, 3) + " x " + niceNumber(size.z, 3)});
     }
-    std::string const more =
-        stage.limbs.size() > kRows ? " (the first " + niceCount(static_cast<long long>(kRows)) + ")" : "";
+    std::string const more = stage.limbs.size() > kRows ? " (the first " + niceCount(kRows) + ")" : "";
     section.table("The limbs, in the unit of the file" + more,
-                  {"limb", "bones", "length", "mean distance from its line", "from its plane", "box"}, rows);
+                  {"limb", "bones", "length", "RMS distance from its line", "from its plane", "box"}, rows);
 }
 
 void addChecks(Section& section, Stage const& stage, int drawn)
 {
-    constexpr double kRounding = 1e-7; // of lengths near 1; the eigen-solver stops at 1e-8 beside the diagonal
+    constexpr double kRounding = 1e-7; // of lengths near 1; the eigen-solver leaves up to 1e-8 off the diagonal
     int lines = 0;
     int planes = 0;
     int boxes = 0;
     for (FittedLimb const& limb : stage.limbs) {
-        // The line through the limb's ends and the coordinate planes are other candidates, and none may be better.
+        // The line through the limb's ends must not fit better than the best-fit line; nor must a coordinate plane fit
+        // better than the best-fit plane.
         Vector3 const start = limb.points.front();
         UVector3 const chord(limb.points.back() - start);
         double const chordDistance =
@@ -313,26 +316,28 @@ void addChecks(Section& section, Stage const& stage, int drawn)
     section.check(lines == count, "The best-fit line is at least as near as the line through the limb's ends",
                   ofAll(lines));
     section.check(planes == count, "The best-fit plane is at least as near as any coordinate plane", ofAll(planes));
-    section.check(boxes == count, "The box holds its limb", ofAll(boxes));
+    section.check(boxes == count, "The box contains its limb", ofAll(boxes));
     section.check(drawn > 0 && vxFuncBinder::iGet()->drawVectorSlot == nullptr,
-                  "Everything was drawn through the switchboard, which is empty again", niceCount(drawn) + " calls");
+                  "The debug-drawing callbacks drew everything, and are unregistered again",
+                  niceCount(drawn) + " calls");
 }
 
 void addOutcomes(TourContext& tour)
 {
     Section& section = tour.report.add("Intersections and their outcomes");
-    section.text("An intersection record answers one question in its constructor: its first field is an outcome code, "
-                 "which the host reads before the others. These are all the codes there are, each on a scene that "
-                 "was built for it; the number in each picture is the library's answer.");
+    section.text("The constructor of an intersection record computes the intersection. The record's first field is an "
+                 "outcome code, which the host reads before the other fields. Each picture below shows a scene for one "
+                 "of the codes; its number is the code that the library returned.");
     Canvas sheet = tour.sheet(kOutcomePanelWidth, kOutcomePanelHeight);
     std::vector<OutcomeScene> const scenes = drawOutcomePanel(sheet);
-    section.picture("outcomes.png", sheet,
-                    "Every outcome of the five records. Blue: the line (or the first of two), orange: the second. Red: "
-                    "what the record found.");
+    section.picture(
+        "outcomes.png", sheet,
+        "All outcomes of the five records. Blue: the line, or the first of two. Orange: the second. Red: the "
+        "points and lines of the result.");
     auto const right = std::count_if(scenes.begin(), scenes.end(),
-                                     [](OutcomeScene const& scene) { return scene.answered == scene.expected; });
-    section.check(right == static_cast<long>(scenes.size()), "Every scene has the outcome it was built for",
-                  niceCount(right) + " of " + niceCount(static_cast<long long>(scenes.size())));
+                                     [](OutcomeScene const& scene) { return scene.result == scene.expected; });
+    section.check(right == static_cast<long>(scenes.size()), "Every scene has the expected outcome",
+                  niceCount(right) + " of " + niceCount(scenes.size()));
 }
 
 } // namespace
@@ -340,18 +345,20 @@ void addOutcomes(TourContext& tour)
 void skeletonStage(TourContext& tour)
 {
     Stage const stage = prepare(tour);
-    Section& section = tour.report.add("Joints, bones and what fits them");
-    section.text("A skeleton is joints and the bones between them. Each limb, from one branching to the next, gets the "
-                 "line, the plane and the box that fit it best. The library draws nothing itself: what you see came "
-                 "out of the callbacks that a host registers to look at its geometry.");
+    Section& section = tour.report.add("Lines, planes and boxes of a skeleton");
+    section.text(
+        "A skeleton consists of joints and of the bones between them. A limb is a part of it without branches. "
+        "For each limb, the library computes the line and the plane that fit it best, and its box. The library "
+        "has no graphics: the pictures are drawn by callbacks that the host registers to look at its geometry.");
     Canvas sheet = tour.sheet(kWidth, kHeight);
     int const drawn = drawFits(sheet, stage);
     drawNames(sheet, stage.limbs);
     section.picture(
         "limbs.png", sheet,
         std::string(tour.skeletonIsBundled ? "The standing figure that comes with the program" : "Your skeleton") +
-            ", three times: with the lines, the planes and the boxes of its limbs. Lines and planes come "
-            "from the spread of the points along the bones: its largest and its smallest direction.");
+            ", with the lines, the planes and the boxes of its limbs. The points of a limb vary most along its line, "
+            "and "
+            "least along the normal of its plane.");
     addTable(section, stage);
     addChecks(section, stage, drawn);
     addOutcomes(tour);

@@ -1,25 +1,27 @@
 #pragma once
 
-/// The stages of the tour, and what they share.
+/// The stages of the tour, and the data that they share.
 ///
-/// A stage is a free function `void xyzStage(TourContext& tour)` in a file of its own, `tool/tour/xyz_stage.cpp`. It is
-/// declared at the end of this header and listed, in the order of the tour, in `tool/tour/tour.cpp`. All geometry comes
-/// from the library; a stage only prepares input, draws and tells. It:
+/// A stage is a free function `void xyzStage(TourContext& tour)` in `tool/tour/xyz_stage.cpp`. It is declared at the
+/// end of this header and listed, in the order of the tour, in `tool/tour/tour.cpp`. All geometry comes from the
+/// library; a stage only prepares input, draws, and describes the results. It:
 ///
 ///   1. opens its section:            Section& section = tour.report.add("Distances");
-///      and says in a sentence or two, to somebody who has never heard of sinew, what is shown: section.text("...")
-///   2. draws on sheets of its own:   Canvas sheet = tour.sheet(1200, 700);
-///      in units, never in pixels; per-pixel pictures ask `sheet.pixels(units)` how many pixels they need, fill an
-///      `Image` of that size and put it on the sheet
-///   3. adds them with a caption:     section.picture("distances.png", sheet, "What one sees.", Width::half);
+///      and describes in one or two sentences what it shows: section.text("...");
+///      the reader does not know sinew
+///   2. draws on sheets:              Canvas sheet = tour.sheet(1200, 700);
+///      in units, never in pixels; a picture that is computed pixel by pixel is an `Image` of `sheet.pixels(units)`
+///      pixels, which is then put on the sheet
+///   3. adds them with a caption:     section.picture("distances.png", sheet, "What is to be seen.", Width::half);
 ///   4. adds numbers and tables:      section.numbers("Sizes", {{"vertices", niceCount(n)}});
-///   5. adds what it tested:          section.check(open == 0, "The surface is closed", "0 open edges");
-///      a check that fails makes the whole tour end with a non-zero status, so check what must hold, not what is pretty
-///   6. tells of long work:           tour.progress.update(fractionDone);
-///   7. leaves for later stages what they need in the fields of the context that say so.
+///   5. adds what it has tested:      section.check(open == 0, "The surface is closed", "0 open edges");
+///      a check that fails gives the program a non-zero status, so check only what must hold for every input
+///   6. reports progress:             tour.progress.update(fractionDone);
+///   7. writes results that later stages need to the fields of the context that are documented for it.
 ///
-/// Bad input from the user throws `UserError`; nothing else is caught. A stage takes at most a few seconds at full
-/// size, and well under a second at the tests' scale: let the effort follow `tour.pixels`.
+/// Bad input from the user throws `UserError`; no other exception is caught. A stage takes at most a few seconds at
+/// full size, and much less than a second at the scale of the tests. Its effort should therefore depend on
+/// `tour.options.pixels`.
 
 #include <optional>
 #include <string>
@@ -34,7 +36,7 @@
 
 namespace tool {
 
-/// A closed surface around a skeleton: what is posed.
+/// The surface that is posed.
 struct Figure
 {
     std::vector<Vector3> positions;
@@ -42,42 +44,42 @@ struct Figure
     std::vector<Triangle> triangles;
 };
 
-/// What the user asked for; empty paths stand for the models that come with the program.
+/// What the user has chosen on the command line. An empty path stands for a model that comes with the program.
 struct TourOptions
 {
     std::string meshFile;
     std::string skeletonFile;
     std::string weightsFile;
     std::string outputFolder = "sinew-tour";
-    double pixels = 1; ///< pixels a unit of every picture has; the tests take few
+    double pixels = 1; ///< pixels for each unit of a picture; small in the tests
 };
 
+/// The input of the tour, its output, and the results that stages pass on.
 struct TourContext
 {
     TourOptions const& options;
     Progress& progress;
     Report& report;
 
-    /// The textured model. It always has texture coordinates: where the user's has none, but came with a skeleton, this
-    /// is the bundled one.
+    /// The textured model. It always has texture coordinates: if the user's mesh has none, this is the bundled one.
     TexturedMesh mesh = {};
     bool meshIsBundled = true;
 
-    /// The skeleton, the user's or the bundled standing figure (y up, metres, facing +z).
+    /// The skeleton: the user's, or the bundled standing figure (y up, in metres, facing +z).
     Skeleton skeleton = {};
     bool skeletonIsBundled = true;
 
-    /// The surface that is posed: the user's `--mesh` if it came with a `--skeleton`, otherwise made around the
-    /// skeleton by the field stage. Empty until then.
+    /// The surface that is posed: the user's `--mesh` if a `--skeleton` is given too, otherwise the body that the field
+    /// stage makes around the skeleton. Empty before that stage.
     Figure figure = {};
 
-    /// Bone weights of `figure`, made by the heat stage. Empty until then.
+    /// Bone weights of `figure`, computed by the heat stage. Empty before that stage.
     BoneWeights weights = {};
 
-    /// The weights the user gave with `--weights`, for comparison and for posing; empty without.
+    /// The user's `--weights`, for comparison and for posing. Empty if there are none.
     BoneWeights givenWeights = {};
 
-    /// A sheet of width x height units with the resolution the user asked for.
+    /// A sheet of width x height units with the resolution that the user has chosen.
     Canvas sheet(double width, double height, Colour background = palette::paper) const
     {
         return {width, height, options.pixels, background};

@@ -5,16 +5,19 @@
 #include <map>
 #include <utility>
 
-#include <tool/draw/renderer.h>
+#include <tool/support/as_index.h>
+#include <tool/support/bounds.h>
 
 namespace tool {
 namespace {
+
+constexpr double kSmallestExtent = 1e-300; // for a model without extent: no division by zero
 
 constexpr Colour kPale = Colour::hex(0xf6efe3);
 constexpr Colour kRed = Colour::hex(0xd9481c);
 constexpr Colour kBlack = Colour::hex(0x23262c);
 
-/// A smooth, seemingly random function of the plane, in about [-1, 1]: waves in incommensurable directions.
+// A smooth function of the plane that looks random, in about [-1, 1]: a sum of waves in several directions.
 double ripple(Vector2 const& p, double phase)
 {
     double sum = 0;
@@ -50,8 +53,9 @@ MeshFunction2D sideViewFunction(TexturedMesh const& mesh)
     SideView const side(mesh.positions);
     Vector3 low, high;
     boundsOf(mesh.positions, low, high);
-    double const longest = std::max({high[side.right] - low[side.right], high[side.up] - low[side.up], 1e-300});
-    // Seen from +z x runs to the right; from +x, and from above or below, it is the other way round.
+    double const longest =
+        std::max({high[side.right] - low[side.right], high[side.up] - low[side.up], kSmallestExtent});
+    // Seen from +z, the axis `right` points to the right. Seen from +x or from +y it points to the left.
     double const sign = side.towards == 2 ? 1 : -1;
     std::vector<Vector3> const normals = vertexNormals(mesh.positions, mesh.triangles);
 
@@ -67,12 +71,12 @@ MeshFunction2D sideViewFunction(TexturedMesh const& mesh)
                 vertexOf.emplace(std::pair(position, texcoord), static_cast<int>(params.size()));
             facets.push_back(found->second);
             if (!isNew) continue;
-            Vector3 const& p = mesh.positions[static_cast<std::size_t>(position)];
+            Vector3 const& p = mesh.positions[asIndex(position)];
             double const across = (p[side.right] - low[side.right]) / longest;
             double const width = (high[side.right] - low[side.right]) / longest;
-            params.push_back(mesh.texcoords[static_cast<std::size_t>(texcoord)]);
+            params.push_back(mesh.texcoords[asIndex(texcoord)]);
             values.emplace_back(sign > 0 ? across : width - across, (p[side.up] - low[side.up]) / longest);
-            cosines.push_back(static_cast<float>(normals[static_cast<std::size_t>(position)][side.towards]));
+            cosines.push_back(static_cast<float>(normals[asIndex(position)][side.towards]));
         }
     }
     return {params, values, facets, cosines};
@@ -83,7 +87,7 @@ Colour koiPattern(Vector2 const& value)
     Vector2 const p = value * 14.0;
     double const red = edge(ripple(p, 1.9) + 0.25 * ripple(p * 2.3, 0.4), 0.18, 0.10);
     double const black = edge(ripple(p * 1.35, 4.4) + 0.3 * ripple(p * 3.1, 2.0), 0.72, 0.08);
-    // Scales: the arcs of overlapping circles, staggered row by row.
+    // The scales are arcs of overlapping circles, with every second row shifted by half a circle.
     double const row = std::floor(value.y * 46);
     double const x = value.x * 46 + 0.5 * std::fmod(std::fabs(row), 2.0);
     double const arc = std::hypot(x - std::floor(x) - 0.5, value.y * 46 - row - 0.15);
@@ -103,6 +107,25 @@ Image bakeTexture(MeshFunction2D const& function, int size)
         }
     }
     return texture;
+}
+
+Solid texturedSolid(TexturedMesh const& mesh, std::function<Colour(Vector2 const&)> colourAt)
+{
+    Solid solid{mesh.positions, mesh.triangles};
+    solid.gloss = 0.3;
+    solid.colourAt = [&mesh, colourAt = std::move(colourAt)](std::size_t triangle, double const* weights) {
+        Vector2 texcoord;
+        for (std::size_t k = 0; k < 3; ++k) {
+            texcoord += mesh.texcoords[asIndex(mesh.texTriangles[triangle][k])] * weights[k];
+        }
+        return colourAt(texcoord);
+    };
+    return solid;
+}
+
+double sideAzimuth(TexturedMesh const& mesh)
+{
+    return SideView(mesh.positions).towards == 0 ? 62 : 28;
 }
 
 } // namespace tool

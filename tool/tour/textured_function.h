@@ -1,41 +1,56 @@
 #pragma once
 
-/// The mesh function of a textured model: it tells where in the model's side view a point of the texture lies.
+/// The mesh function of a textured model: it maps a point of the texture to its position in a side view of the model.
 
+#include <functional>
 #include <vector>
 
 #include <sinew/meshfunc/mesh_function_2d.h>
 
 #include <tool/draw/image.h>
+#include <tool/draw/renderer.h>
 #include <tool/io/textured_mesh.h>
 
 namespace tool {
 
 using Vector2 = tzNM::vect2<double>;
 
-/// The direction from which a model shows its side: along the shortest edge of its bounding box, y upwards if it can
-/// be.
+/// The direction from which the side of a model is seen: along the shortest edge of its bounding box. y points upwards,
+/// unless that is the direction.
 struct SideView
 {
-    int right; ///< the coordinate axis that points right in the side view
+    // Coordinate axes: 0, 1 or 2.
+    int right;
     int up;
-    int towards; ///< and the one that points to the onlooker
+    int towards; ///< to the viewer
 
     explicit SideView(std::vector<Vector3> const& positions);
 };
 
-/// Domain: texture coordinates. Values: the place in the side view, scaled so that its longer edge is [0, 1]. Scalar:
-/// the cosine between the surface's normal and the direction to the onlooker, negative on the far side.
+/// The mesh function of a model with texture coordinates.
 ///
-/// A vertex of the function is a pair of position and texture coordinate, so that seams of either are borders.
+/// - Its domain is the texture.
+/// - Its value is the position in the side view, scaled so that the longer edge of the model is [0, 1].
+/// - Its scalar is the cosine of the angle between the surface's normal and the direction to the viewer. It is negative
+/// on
+///   the far side.
+///
+/// Its vertices are the different pairs of a position and a texture coordinate. Seams of either are therefore
+/// boundaries.
 MeshFunction2D sideViewFunction(TexturedMesh const& mesh);
 
-/// A picture in the plane of the side view, in the manner of a koi: red and black patches on a pale ground.
+/// A picture in the plane of the side view that resembles a koi: red and black patches on a pale ground.
 Colour koiPattern(Vector2 const& value);
 
-/// The texture of size x size texels over [0, 1] x [0, 1], row 0 on top: each texel takes the pattern's colour at the
-/// function's value. Texels outside the islands take the continued values, so that no seam shows a wrong colour. Where
-/// there is no value the texel stays pale.
+/// A texture of size x size texels over [0, 1] x [0, 1], with row 0 at the top. The colour of a texel is the pattern's
+/// colour at the function's value. Outside the islands the value is extrapolated, so that no seam shows a wrong colour.
+/// Texels without a value are pale.
 Image bakeTexture(MeshFunction2D const& function, int size);
+
+/// The model in the colours that `colourAt` gives for texture coordinates. It refers to the mesh.
+Solid texturedSolid(TexturedMesh const& mesh, std::function<Colour(Vector2 const&)> colourAt);
+
+/// The azimuth, in degrees, of a view of the model's side that is turned a little to the front.
+double sideAzimuth(TexturedMesh const& mesh);
 
 } // namespace tool

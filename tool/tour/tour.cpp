@@ -1,6 +1,5 @@
 #include <tool/tour/tour.h>
 
-#include <chrono>
 #include <cmath>
 #include <filesystem>
 
@@ -9,6 +8,9 @@
 #include <tool/io/obj_reader.h>
 #include <tool/io/weights.h>
 #include <tool/models/models.h>
+#include <tool/support/as_index.h>
+#include <tool/support/bounds.h>
+#include <tool/support/stopwatch.h>
 #include <tool/support/user_error.h>
 
 namespace tool {
@@ -20,15 +22,17 @@ struct Stage
     void (*run)(TourContext&);
 };
 
-/// In the order of the page; later stages use what earlier ones leave in the context.
+// In the order of the page. Later stages use results of earlier ones from the context.
 constexpr Stage kStages[] = {
     {"mesh function", meshFunctionStage}, {"saving", saveStage}, {"skeleton", skeletonStage}, {"fields", fieldStage},
     {"bone weights", heatStage},          {"poses", poseStage},
 };
 
-constexpr double kLargestCoordinate = 1e100; // squares and cubes of it are still numbers
+// Twice the area of a triangle of the domain, below which a mesh function has no value in it.
+constexpr double kSmallestTwiceArea = 1e-16;
+constexpr double kLargestCoordinate = 1e100; // its square and its cube are finite
 
-/// What reads well may still be nothing that can be shown.
+// Refuses a mesh that can be read but not shown.
 void checkThatItShows(TexturedMesh const& mesh, std::string const& file)
 {
     for (Vector3 const& p : mesh.positions) {
@@ -40,18 +44,17 @@ void checkThatItShows(TexturedMesh const& mesh, std::string const& file)
     }
     double largest = 0;
     for (Triangle const& t : mesh.texTriangles) {
-        auto const corner = [&](std::size_t k) { return mesh.texcoords[static_cast<std::size_t>(t[k])]; };
+        auto const corner = [&](std::size_t k) { return mesh.texcoords[asIndex(t[k])]; };
         auto const a = corner(1) - corner(0);
         auto const b = corner(2) - corner(0);
         largest = std::fmax(largest, std::fabs(a.x * b.y - a.y * b.x));
     }
-    // The threshold of mesh functions: triangles below it answer nothing.
-    if (mesh.hasTexture() && !(largest >= 1e-16)) {
+    if (mesh.hasTexture() && !(largest >= kSmallestTwiceArea)) {
         throw UserError(file, "its texture coordinates cover no area", "Unwrap the mesh and export it again");
     }
 }
 
-/// Smooth distances start from a square of 1e13 and see nothing beyond it; vectors below 1e-13 have no direction.
+// Smooth distances find no points farther than the square root of 1e13. Vectors shorter than 1e-13 have no direction.
 constexpr double kLargestSkeleton = 1e6;
 constexpr double kSmallestSkeleton = 1e-6;
 
@@ -70,34 +73,47 @@ void checkThatItShows(Skeleton const& skeleton, std::string const& file)
     }
 }
 
+void readSkeleton(TourContext& tour)
+{
+    std::string const& file = tour.options.skeletonFile;
+    tour.skeletonIsBundled = file.empty();
+    tour.skeleton = tour.skeletonIsBundled ? parseTgf(bundledFigureTgf(), "figure.tgf") : readTgf(file);
+    if (!tour.skeletonIsBundled) checkThatItShows(tour.skeleton, file);
+}
+
+// With a skeleton of the user the mesh is the surface that is posed; it then needs no texture.
+void readMesh(TourContext& tour)
+{
+    std::string const& file = tour.options.meshFile;
+    if (file.empty()) return;
+    tour.mesh = readObj(file);
+    tour.meshIsBundled = false;
+    checkThatItShows(tour.mesh, file);
+    if (!tour.skeletonIsBundled) {
+        tour.figure.positions = tour.mesh.positions;
+        tour.figure.triangles = tour.mesh.triangles;
+        tour.figure.normals = vertexNormals(tour.figure.positions, tour.figure.triangles);
+    } else if (!tour.mesh.hasTexture()) {
+        throw UserError(file, "this mesh has no texture coordinates (no vt lines)",
+                        "Unwrap it in a modelling program and export it again, or add --skeleton to pose it");
+    }
+}
+
+void readWeights(TourContext& tour)
+{
+    std::string const& file = tour.options.weightsFile;
+    if (file.empty()) return;
+    if (tour.figure.positions.empty()) {
+        throw UserError(file, "weights need a mesh and a skeleton", "Add --mesh and --skeleton");
+    }
+    tour.givenWeights = parseDmat(readFile(file), file, tour.figure.positions.size(), tour.skeleton.bones.size());
+}
+
 void readInput(TourContext& tour)
 {
-    TourOptions const& options = tour.options;
-    tour.skeletonIsBundled = options.skeletonFile.empty();
-    tour.skeleton = tour.skeletonIsBundled ? parseTgf(bundledFigureTgf(), "figure.tgf") : readTgf(options.skeletonFile);
-    if (!tour.skeletonIsBundled) checkThatItShows(tour.skeleton, options.skeletonFile);
-
-    if (!options.meshFile.empty()) {
-        tour.mesh = readObj(options.meshFile);
-        tour.meshIsBundled = false;
-        checkThatItShows(tour.mesh, options.meshFile);
-        if (!tour.skeletonIsBundled) {
-            tour.figure.positions = tour.mesh.positions;
-            tour.figure.triangles = tour.mesh.triangles;
-            tour.figure.normals = vertexNormals(tour.figure.positions, tour.figure.triangles);
-        } else if (!tour.mesh.hasTexture()) {
-            throw UserError(options.meshFile, "this mesh has no texture coordinates (no vt lines)",
-                            "Unwrap it in a modelling program and export it again, or add --skeleton to pose it");
-        }
-    }
-    if (!options.weightsFile.empty()) {
-        if (tour.figure.positions.empty()) {
-            throw UserError(options.weightsFile, "weights need the mesh and the bones they are for",
-                            "Add --mesh and --skeleton");
-        }
-        tour.givenWeights = parseDmat(readFile(options.weightsFile), options.weightsFile, tour.figure.positions.size(),
-                                      tour.skeleton.bones.size());
-    }
+    readSkeleton(tour);
+    readMesh(tour);
+    readWeights(tour);
     if (!tour.mesh.hasTexture()) {
         tour.mesh = parseObj(bundledKoiObj(), "koi.obj");
         tour.meshIsBundled = true;
@@ -108,10 +124,10 @@ void readInput(TourContext& tour)
 
 int runTour(TourOptions const& options, std::ostream& out, bool terminal)
 {
-    auto const started = std::chrono::steady_clock::now();
+    Stopwatch const watch;
     Progress progress(out, terminal);
     Report report(options.outputFolder, "A tour of sinew",
-                  "Everything on this page was computed by the library while the page was made: "
+                  "The library computed everything on this page while the page was made: "
                   "the pictures, the numbers and the checks.");
     TourContext tour{options, progress, report};
     readInput(tour);
@@ -123,11 +139,10 @@ int runTour(TourOptions const& options, std::ostream& out, bool terminal)
         progress.end();
     }
 
-    double const seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
-    std::string const page = report.write("Made in " + niceNumber(seconds, 3) + " seconds.");
+    std::string const page = report.write("Made in " + niceNumber(watch.seconds(), 3) + " seconds.");
     out << "\nThe page:     " << std::filesystem::absolute(page).lexically_normal().string()
-        << "\nThe pictures: the .png files beside it\n";
-    for (std::string const& claim : report.failedClaims()) out << "DOES NOT HOLD: " << claim << "\n";
+        << "\nThe pictures: the .png files in the same folder\n";
+    for (std::string const& claim : report.failedClaims()) out << "CHECK FAILED: " << claim << "\n";
     return report.failedClaims().empty() ? 0 : 1;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The guided tour: runs every stage on a model and leaves a page of pictures.
+/// The command `sinew tour`.
 
 #include <ostream>
 
@@ -8,10 +8,13 @@
 
 namespace tool {
 
-/// Runs the tour. Progress and the place of the pictures go to `out`, which `terminal` says can redraw a line.
+/// Runs every stage on a model and writes a page of pictures to the output folder.
 ///
-/// Returns 0, or 1 when something that a stage checked does not hold (it is listed on `out` and on the page). Bad input
-/// and an output folder that cannot be written throw `UserError`.
+/// @param out  receives the progress and the paths of the page and the pictures.
+/// @param terminal  whether `out` can redraw a line.
+///
+/// Returns 0, or 1 if a check of a stage fails; the failed checks are listed on `out` and on the page. Throws
+/// `UserError` for bad input and for an output folder that cannot be written.
 int runTour(TourOptions const& options, std::ostream& out, bool terminal);
 
 } // namespace tool

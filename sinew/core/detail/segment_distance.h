@@ -1,13 +1,15 @@
 #pragma once
 
-#include <sinew/detail/dispatch.h>
+/// The squared distance to a segment as a kernel function, for loops over vectors of doubles. Not installed.
+
 #include <sinew/core/tolerances.h>
 #include <sinew/core/vector3.h>
+#include <sinew/detail/dispatch.h>
 
 namespace sinew::detail {
 
-/// distSqToLineSegment(p, a, b, nullptr), to be inlined into loops over vectors: choices instead of branches, the same
-/// bits.
+/// The same bits as distSqToLineSegment(p, a, b, nullptr). It computes all three cases and selects one, without
+/// branches, so that a compiler can process several segments in one instruction.
 SINEW_KERNEL double segmentDistSq(Vector3 const& p, Vector3 const& a, Vector3 const& b)
 {
     Vector3 const e = b - a;
@@ -17,8 +19,8 @@ SINEW_KERNEL double segmentDistSq(Vector3 const& p, Vector3 const& a, Vector3 co
     double const toB = pb.lengthSq();
     double const alongA = pa * e;
     double const alongB = pb * e;
-    double const foot = toA - alongA * alongA / e.lengthSq(); // NaN without length, where the end is taken
-    double const inside = foot > 0.0 ? foot : 0.0;
+    double const perpendicular = toA - alongA * alongA / e.lengthSq(); // NaN if a = b; the result is then toA
+    double const inside = perpendicular > 0.0 ? perpendicular : 0.0;
     double const beyondA = alongB >= -kGeometricZero ? toB : inside;
     return alongA <= kGeometricZero ? toA : beyondA;
 }

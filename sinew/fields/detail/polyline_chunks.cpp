@@ -1,3 +1,5 @@
+// The bound of a chunk is that of the bounded search: see polyline_search.cpp.
+
 #include <sinew/fields/detail/polyline_chunks.h>
 
 #include <cmath>
@@ -9,48 +11,44 @@ namespace sinew::detail {
 
 namespace {
 
-constexpr std::size_t kGroup = 8; // chunks measured together
+// The arrays are padded to a multiple of this many chunks, so that the widest vectors leave no rest.
+constexpr std::size_t kPadding = 8;
+
+// The results go through restricted pointers: without them clang finds more pairs of arrays that may overlap than it is
+// willing to check before a loop, and does not vectorise.
+SINEW_KERNEL void measureChunks(std::size_t count, double const* x, double const* y, double const* z,
+                                double const* slacks, Vector3 const q, double* __restrict lastVertexDistSqs,
+                                double* __restrict bounds)
+{
+    for (std::size_t i = 0; i < count; ++i) {
+        Vector3 const a(x[i], y[i], z[i]);
+        Vector3 const b(x[i + 1], y[i + 1], z[i + 1]);
+        double const bound = std::sqrt(segmentDistSq(q, a, b)) - slacks[i];
+        lastVertexDistSqs[i] = distSq(q, b);
+        bounds[i] = bound > 0.0 ? bound : 0.0; // also 0 for NaN, so that the chunk is not skipped
+    }
+}
 
 } // namespace
 
-struct PolylineChunks::Kernel
+struct PolylineChunks::Measure
 {
-    static SINEW_KERNEL void body(PolylineChunks const& chunks, Vector3 const& q, double* vertexDistSqs, double* bounds)
-    {
-        std::size_t const count = chunks.slacks_.size();
-        double const* const x = chunks.x_.data();
-        double const* const y = chunks.y_.data();
-        double const* const z = chunks.z_.data();
-        for (std::size_t group = 0; group < count; group += kGroup) {
-            for (std::size_t i = group; i < group + kGroup; ++i) {
-                Vector3 const a(x[i], y[i], z[i]);
-                Vector3 const b(x[i + 1], y[i + 1], z[i + 1]);
-                double const above = std::sqrt(segmentDistSq(q, a, b)) - chunks.slacks_[i];
-                vertexDistSqs[i] = distSq(q, b);
-                bounds[i] = above > 0.0 ? above : 0.0; // a NaN bounds nothing
-            }
-        }
-    }
+    PolylineChunks const& chunks;
+    Vector3 const& q;
+    double* lastVertexDistSqs;
+    double* bounds;
 
-    static void baseline(PolylineChunks const& chunks, Vector3 const& q, double* vertexDistSqs, double* bounds)
+    template <VectorWidth>
+    SINEW_KERNEL void run() const
     {
-        body(chunks, q, vertexDistSqs, bounds);
+        measureChunks(chunks.slacks_.size(), chunks.x_.data(), chunks.y_.data(), chunks.z_.data(),
+                      chunks.slacks_.data(), q, lastVertexDistSqs, bounds);
     }
-#if SINEW_WIDE_KERNELS
-    SINEW_AVX2 static void avx2(PolylineChunks const& chunks, Vector3 const& q, double* vertexDistSqs, double* bounds)
-    {
-        body(chunks, q, vertexDistSqs, bounds);
-    }
-    SINEW_AVX512 static void avx512(PolylineChunks const& chunks, Vector3 const& q, double* vertexDistSqs,
-                                    double* bounds)
-    {
-        body(chunks, q, vertexDistSqs, bounds);
-    }
-#endif
 };
 
 PolylineChunks::PolylineChunks(std::vector<Vector3> const& points, VectorWidth width) : width_(width)
 {
+    assert(points.size() >= 2);
     std::vector<double> const lengths = arcLengths(points);
     int const vertices = static_cast<int>(points.size());
     ends_.push_back(0);
@@ -59,16 +57,19 @@ PolylineChunks::PolylineChunks(std::vector<Vector3> const& points, VectorWidth w
         int last = first + kSegments;
         if (2 * last > 2 * vertices - kSegments) last = vertices - 1;
         ends_.push_back(last);
-        slacks_.push_back(chordSlack(lengths[last] - lengths[first], dist(points[first], points[last])));
+        std::size_t const from = asIndex(first);
+        std::size_t const to = asIndex(last);
+        slacks_.push_back(chordSlack(lengths[to] - lengths[from], dist(points[from], points[to])));
     }
-    slacks_.resize((slacks_.size() + kGroup - 1) / kGroup * kGroup, 0.0);
+    slacks_.resize((slacks_.size() + kPadding - 1) / kPadding * kPadding, 0.0);
     x_.assign(slacks_.size() + 1, points.back().x);
     y_.assign(slacks_.size() + 1, points.back().y);
     z_.assign(slacks_.size() + 1, points.back().z);
     for (std::size_t i = 0; i < ends_.size(); ++i) {
-        x_[i] = points[ends_[i]].x;
-        y_[i] = points[ends_[i]].y;
-        z_[i] = points[ends_[i]].z;
+        Vector3 const& end = points[asIndex(ends_[i])];
+        x_[i] = end.x;
+        y_[i] = end.y;
+        z_[i] = end.z;
     }
 }
 
@@ -77,11 +78,7 @@ void PolylineChunks::measure(Vector3 const& q, std::vector<double>& lastVertexDi
 {
     lastVertexDistSqs.resize(slacks_.size());
     bounds.resize(slacks_.size());
-#if SINEW_WIDE_KERNELS
-    if (width_ == VectorWidth::avx512) return Kernel::avx512(*this, q, lastVertexDistSqs.data(), bounds.data());
-    if (width_ == VectorWidth::avx2) return Kernel::avx2(*this, q, lastVertexDistSqs.data(), bounds.data());
-#endif
-    Kernel::baseline(*this, q, lastVertexDistSqs.data(), bounds.data());
+    dispatch(width_, Measure{*this, q, lastVertexDistSqs.data(), bounds.data()});
 }
 
 } // namespace sinew::detail

@@ -1,3 +1,48 @@
+// The search whose results the index reproduces, nearestSegmentByBounds (literature: see polyline_search.cpp):
+//
+//     best = the first segment, at the distance of the first vertex
+//     offer the last segment, at the distance of the last vertex
+//     waiting = {the interval of all vertices}
+//     while waiting is not empty:
+//         take the interval with the smallest bound out of waiting
+//         if bound > distance of best: drop it
+//         else if it has at most 9 segments: offer each of them, in order
+//         else: offer the segment that starts at the middle vertex, at the distance of that vertex
+//               add both halves to waiting
+//     return best
+//
+// "offer" replaces best if the distance is smaller. The order among equal bounds is that of BoundHeap.
+//
+// What the index does instead; -1 means that the search itself must run:
+//
+//     find all segments at the smallest distance d by the tree
+//     if an end of the polyline is at d: return its segment, the first end before the last one
+//     if a stray vertex is at d or nearer: return -1
+//     reach = the largest bound of the intervals on the way from the root to a segment at d, at least d
+//     if there is one segment at d:
+//         if reach = d: return it
+//     else if there are two, joined by a vertex at d:
+//         if reach = d: return the second one if the search splits at the vertex, else the first one
+//     else: return -1
+//     replay the search on the intervals that hold a segment within reach; return its best segment, or -1
+//
+// Why the results agree:
+//
+// - If reach = d, no interval on the way to the nearest segment is ever dropped, because best is never below d. So
+//   the search tries the segment, whatever else it tries before, and nothing that comes later replaces it.
+// - Two joined segments at the distance of their common vertex: if the search splits there, it offers the vertex
+//   before the segments on both sides, and the vertex stands for the second segment. Otherwise both segments are in
+//   one scanned interval, and the first one comes first.
+// - The replay leaves out the intervals without a segment within reach. The segments there are farther away than
+//   reach and never the result: no bound on the way to the nearest segment exceeds reach, so the search drops this
+//   way only after it has found something within reach. The search takes intervals in the order of their bounds, so
+//   leaving some out does not change the order of the others. While the replay has found nothing within reach, it
+//   knows only that the best distance of the search exceeds reach. So it cannot tell whether the search drops an
+//   interval whose bound exceeds reach, and returns -1.
+// - Equal bounds: the order of BoundHeap depends on all intervals in it, which the replay does not know. It returns
+//   -1, except for bounds of zero. Intervals with a bound of zero come before all others and are never dropped, so
+//   their order only decides which of equal distances is met first. Without equal distances it decides nothing.
+
 #include <sinew/fields/detail/polyline_index.h>
 
 #include <algorithm>
@@ -5,83 +50,87 @@
 #include <limits>
 
 #include <sinew/core/detail/segment_distance.h>
+#include <sinew/fields/detail/as_index.h>
 #include <sinew/fields/detail/polyline_search.h>
 
 namespace sinew::detail {
 
 namespace {
 
-constexpr int kAskTheSearch = -1;
+constexpr int kUndecided = -1; // the search itself must run
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr int kLanes = 8;   // intervals bounded at once
-constexpr int kLevels = 32; // halvings of 2^31 segments, and some
+constexpr int kLanes = 8;   // intervals that are bounded at the same time
+constexpr int kLevels = 32; // a multiple of kLanes; 2^31 segments are halved 28 times before they are scanned
 
-// The intervals on the search's way to a segment: their chords, in the order in which they are measured, and slacks.
+// The intervals from the root to the one that scans a segment: their slacks, and their chords in the direction in which
+// the search measures them.
 struct Path
 {
     double from[3][kLevels];
     double to[3][kLevels];
     double slack[kLevels];
+    int levels = 0;
+
+    void add(Vector3 const& start, Vector3 const& end, double slackOfInterval)
+    {
+        assert(levels < kLevels);
+        for (int axis = 0; axis < 3; ++axis) {
+            from[axis][levels] = start[axis];
+            to[axis][levels] = end[axis];
+        }
+        slack[levels++] = slackOfInterval;
+    }
+
+    // Pads to whole vectors. An infinite slack gives a bound of zero.
+    void pad(Vector3 const& anywhere)
+    {
+        while (levels % kLanes != 0) add(anywhere, anywhere, kInfinity);
+    }
 };
 
-SINEW_KERNEL double largestBoundSqBody(Path const& path, int levels, Vector3 const& q)
+// The largest squared bound of the intervals on a padded path.
+struct LargestBoundSq
 {
-    double largest[kLanes] = {};
-    for (int level = 0; level < levels; level += kLanes) {
-        for (int i = 0; i < kLanes; ++i) {
-            int const k = level + i;
-            Vector3 const from(path.from[0][k], path.from[1][k], path.from[2][k]);
-            Vector3 const to(path.to[0][k], path.to[1][k], path.to[2][k]);
-            double const above = std::sqrt(segmentDistSq(q, from, to)) - path.slack[k];
-            double const bound = above > 0.0 ? above : 0.0; // zero for the NaN of a straight polyline's root
-            largest[i] = bound * bound > largest[i] ? bound * bound : largest[i];
+    Path const& path;
+    Vector3 const& q;
+
+    template <VectorWidth>
+    SINEW_KERNEL double run() const
+    {
+        double largest[kLanes] = {};
+        for (int level = 0; level < path.levels; level += kLanes) {
+            for (int i = 0; i < kLanes; ++i) {
+                int const k = level + i;
+                Vector3 const from(path.from[0][k], path.from[1][k], path.from[2][k]);
+                Vector3 const to(path.to[0][k], path.to[1][k], path.to[2][k]);
+                double const toSlack = std::sqrt(segmentDistSq(q, from, to)) - path.slack[k];
+                double const bound = toSlack > 0.0 ? toSlack : 0.0; // 0 for NaN, as in the search
+                largest[i] = bound * bound > largest[i] ? bound * bound : largest[i];
+            }
         }
+        return *std::max_element(largest, largest + kLanes);
     }
-    return *std::max_element(largest, largest + kLanes);
-}
-
-double largestBoundSqBaseline(Path const& path, int levels, Vector3 const& q)
-{
-    return largestBoundSqBody(path, levels, q);
-}
-#if SINEW_WIDE_KERNELS
-SINEW_AVX2 double largestBoundSqAvx2(Path const& path, int levels, Vector3 const& q)
-{
-    return largestBoundSqBody(path, levels, q);
-}
-SINEW_AVX512 double largestBoundSqAvx512(Path const& path, int levels, Vector3 const& q)
-{
-    return largestBoundSqBody(path, levels, q);
-}
-#endif
-
-double largestBoundSq([[maybe_unused]] VectorWidth width, Path const& path, int levels, Vector3 const& q)
-{
-#if SINEW_WIDE_KERNELS
-    if (width == VectorWidth::avx512) return largestBoundSqAvx512(path, levels, q);
-    if (width == VectorWidth::avx2) return largestBoundSqAvx2(path, levels, q);
-#endif
-    return largestBoundSqBaseline(path, levels, q);
-}
+};
 
 } // namespace
 
 PolylineIndex::PolylineIndex(Points points, std::vector<double> const& arcLengths, VectorWidth width)
     : width_(width), tree_(points, width)
 {
+    assert(arcLengths.size() == points.size());
     if (!tree_.covers(points.front())) return;
-    std::size_t nodes = 2;
-    for (int longest = tree_.segments(); longest > kScannedSegments; longest = (longest + 1) / 2) nodes *= 2;
-    slacks_.resize(nodes);
-    slacks_[0] = kInfinity; // of no interval: bounds nothing
+    std::size_t numbers = 2;
+    for (int longest = tree_.segments(); longest > kScannedSegments; longest = (longest + 1) / 2) numbers *= 2;
+    slacks_.resize(numbers);
     buildSlacks(points, arcLengths, root());
-    slacks_[1] = rootSlack(arcLengths.back() - arcLengths.front(), dist(points.front(), points.back()));
+    slacks_[root().number] = rootSlack(arcLengths.back() - arcLengths.front(), dist(points.front(), points.back()));
 }
 
 void PolylineIndex::buildSlacks(Points points, std::vector<double> const& arcLengths, Interval const& interval)
 {
-    slacks_[interval.node] = chordSlack(arcLengths[interval.last] - arcLengths[interval.first],
-                                        dist(points[interval.first], points[interval.last]));
+    std::size_t const first = asIndex(interval.first);
+    std::size_t const last = asIndex(interval.last);
+    slacks_[interval.number] = chordSlack(arcLengths[last] - arcLengths[first], dist(points[first], points[last]));
     if (interval.isScanned()) return;
     buildSlacks(points, arcLengths, interval.lower());
     buildSlacks(points, arcLengths, interval.upper());
@@ -92,171 +141,32 @@ bool PolylineIndex::Interval::isScanned() const
     return last - first <= kScannedSegments;
 }
 
-int PolylineIndex::nearestSegment(Points points, Vector3 const& q, double knownDistSq) const
-{
-    if (!tree_.covers(q)) return kAskTheSearch;
-    // Both ends are tried before anything else, the first one first. What equals the smallest of all distances when it
-    // is tried stays.
-    double const atStart = distSq(points[0], q);
-    double const atEnd = distSq(points[tree_.segments()], q);
-    NearestSegments const nearest = tree_.nearest(q, std::min({knownDistSq, atStart, atEnd}));
-    double const smallest = std::min(nearest.distSq, nearest.strayDistSq);
-    if (atStart <= smallest) return 0;
-    if (atEnd <= smallest) return tree_.segments() - 1;
-    return settle(points, q, nearest);
-}
-
-// Decides which of the nearest segments the search names, given that neither end of the polyline is as near.
-int PolylineIndex::settle(Points points, Vector3 const& q, NearestSegments const& nearest) const
-{
-    // A stray vertex may be met before the nearest segment or after it.
-    if (nearest.strayDistSq <= nearest.distSq) return kAskTheSearch;
-    double reach = reachNeeded(points, q, nearest.first, nearest.distSq);
-    if (nearest.count == 1) return reach == nearest.distSq ? nearest.first : replay(points, q, nearest, reach);
-
-    // Two segments equally near at the vertex that joins them.
-    int const lower = std::min(nearest.first, nearest.second);
-    bool const joined = nearest.count == 2 && std::abs(nearest.first - nearest.second) == 1;
-    if (!joined || distSq(points[lower + 1], q) != nearest.distSq) return kAskTheSearch;
-    reach = std::max(reach, reachNeeded(points, q, nearest.second, nearest.distSq));
-    if (reach > nearest.distSq) return replay(points, q, nearest, reach);
-    // The search tries a vertex when it splits there, before the segments on either side; else it scans both in order.
-    return isSplit(lower + 1) ? lower + 1 : lower;
-}
-
-// The search's bound of one of its intervals. The chord is measured from the far end in an upper half.
+// The bound that the search computes for one of its intervals. The search measures the chord of an upper half from the
+// last vertex to the first one.
 double PolylineIndex::bound(Points points, Vector3 const& q, Interval const& interval) const
 {
-    bool const upper = interval.node % 2 == 1 && interval.node > 1;
-    Vector3 const from = points[upper ? interval.last : interval.first];
-    Vector3 const to = points[upper ? interval.first : interval.last];
-    return std::max(0.0, std::sqrt(segmentDistSq(q, from, to)) - slacks_[interval.node]);
+    bool const isUpper = interval.number % 2 == 1 && interval.number > 1;
+    Vector3 const from = points[asIndex(isUpper ? interval.last : interval.first)];
+    Vector3 const to = points[asIndex(isUpper ? interval.first : interval.last)];
+    return std::max(0.0, std::sqrt(segmentDistSq(q, from, to)) - slacks_[interval.number]);
 }
 
-// The largest squared bound on the search's way to `segment`, but at least `distSq`. If it is just that, the smallest
-// distance of all, then the search reaches the segment whatever else it meets before.
-double PolylineIndex::reachNeeded(Points points, Vector3 const& q, int segment, double distSq) const
+// The largest squared bound on the search's way to `segment`, but at least `distSq`.
+double PolylineIndex::reachOf(Points points, Vector3 const& q, int segment, double distSq) const
 {
     Path path;
-    int levels = 0;
-    auto const add = [&](int from, int to, std::size_t node) {
-        for (int axis = 0; axis < 3; ++axis) {
-            path.from[axis][levels] = points[from][axis];
-            path.to[axis][levels] = points[to][axis];
-        }
-        path.slack[levels++] = slacks_[node];
-    };
     Interval interval = root();
-    add(interval.first, interval.last, interval.node);
+    path.add(points[asIndex(interval.first)], points[asIndex(interval.last)], slacks_[interval.number]);
     while (!interval.isScanned()) {
-        // Choices, not branches: which half it is cannot be foreseen.
+        // Conditional values instead of branches: which half holds the segment cannot be predicted.
         int const middle = interval.middle();
-        bool const upper = segment >= middle;
-        int const far = upper ? interval.last : interval.first;
-        interval = {upper ? middle : interval.first, upper ? interval.last : middle, 2 * interval.node + upper};
-        add(far, middle, interval.node);
+        bool const isUpper = segment >= middle;
+        int const far = isUpper ? interval.last : interval.first;
+        interval = {isUpper ? middle : interval.first, isUpper ? interval.last : middle, 2 * interval.number + isUpper};
+        path.add(points[asIndex(far)], points[asIndex(middle)], slacks_[interval.number]);
     }
-    while (levels % kLanes != 0) add(0, 0, 0); // fills up with intervals that have a bound of zero
-    return std::max(distSq, largestBoundSq(width_, path, levels, q));
-}
-
-// An interval of a replay, with its segments as a range of those that matter.
-struct PolylineIndex::WaitingInterval
-{
-    double bound;
-    Interval interval;
-    int begin;
-    int end;
-};
-
-// Disjoint intervals, each with a segment of its own.
-class PolylineIndex::WaitingIntervals
-{
-public:
-    bool empty() const { return size_ == 0; }
-    void push(WaitingInterval const& interval) { intervals_[size_++] = interval; }
-
-    // Takes out one with the smallest bound, and says whether there are others.
-    WaitingInterval pop(bool* tied)
-    {
-        auto const less = [](WaitingInterval const& a, WaitingInterval const& b) { return a.bound < b.bound; };
-        auto const smallest = std::min_element(intervals_.begin(), intervals_.begin() + size_, less);
-        WaitingInterval const top = *smallest;
-        *smallest = intervals_[--size_];
-        auto const equal = [&](WaitingInterval const& other) { return other.bound == top.bound; };
-        *tied = std::any_of(intervals_.begin(), intervals_.begin() + size_, equal);
-        return top;
-    }
-
-private:
-    std::array<WaitingInterval, SegmentsWithin::kCapacity + 1> intervals_;
-    int size_ = 0;
-};
-
-// The search itself on those intervals alone that hold a segment within `reach`.
-//
-// Intervals come out of its heap in the order of their bounds, so leaving some out does not change the order of the
-// others, and what lies outside `reach` never becomes the answer. As long as nothing within `reach` has been met, the
-// search's best distance is known only to be beyond it; and no bound on the way to the nearest segment is.
-int PolylineIndex::replay(Points points, Vector3 const& q, NearestSegments const& nearest, double reach) const
-{
-    SegmentsWithin near;
-    tree_.within(q, reach, near);
-    if (near.count > SegmentsWithin::kCapacity) return kAskTheSearch;
-    std::array<int, SegmentsWithin::kCapacity> order;
-    for (int i = 0; i < near.count; ++i) order[i] = i;
-    std::sort(order.begin(), order.begin() + near.count,
-              [&](int a, int b) { return near.segments[a] < near.segments[b]; });
-
-    int best = kAskTheSearch;
-    double bestDistSq = kInfinity;
-    auto const offer = [&](int segment, double distSq) {
-        if (distSq > reach || !(bestDistSq > distSq)) return;
-        best = segment;
-        bestDistSq = distSq;
-    };
-    offer(0, distSq(points[0], q));
-    offer(tree_.segments() - 1, distSq(points[tree_.segments()], q));
-
-    WaitingIntervals waiting;
-    bool ordered = true;
-    waiting.push({bound(points, q, root()), root(), 0, near.count});
-    while (!waiting.empty()) {
-        bool tied = false;
-        WaitingInterval const top = waiting.pop(&tied);
-        if (tied && top.bound > 0.0) return kAskTheSearch;
-        // All intervals with a bound of zero come before the others and none is dropped: their order decides only
-        // which of equal distances is met first.
-        ordered = ordered && !tied;
-        if (top.bound * top.bound > bestDistSq) continue;
-        if (top.bound * top.bound > reach) return kAskTheSearch; // the search may have dropped it or not
-        if (top.interval.isScanned()) {
-            for (int i = top.begin; i < top.end; ++i) offer(near.segments[order[i]], near.distSqs[order[i]]);
-        } else {
-            int const middle = top.interval.middle();
-            offer(middle, distSq(points[middle], q));
-            int between = top.begin;
-            while (between < top.end && near.segments[order[between]] < middle) ++between;
-            Interval const lower = top.interval.lower();
-            Interval const upper = top.interval.upper();
-            if (between > top.begin) waiting.push({bound(points, q, lower), lower, top.begin, between});
-            if (between < top.end) waiting.push({bound(points, q, upper), upper, between, top.end});
-        }
-        if (bestDistSq == nearest.distSq) return best; // nothing is nearer, and settle() knows that it is the first
-    }
-    return ordered || isAlone(points, q, near, best, bestDistSq) ? best : kAskTheSearch;
-}
-
-// Whether no segment but `segment` could be named for the distance that it was named for, its own or its first
-// vertex's.
-bool PolylineIndex::isAlone(Points points, Vector3 const& q, SegmentsWithin const& near, int segment, double atDistSq)
-{
-    for (int i = 0; i < near.count; ++i) {
-        int const k = near.segments[i];
-        if (k != segment && (near.distSqs[i] == atDistSq || distSq(points[k], q) == atDistSq)) return false;
-        if (k + 1 != segment && distSq(points[k + 1], q) == atDistSq) return false;
-    }
-    return true;
+    path.pad(points.front());
+    return std::max(distSq, dispatch(width_, LargestBoundSq{path, q}));
 }
 
 bool PolylineIndex::isSplit(int vertex) const
@@ -267,6 +177,160 @@ bool PolylineIndex::isSplit(int vertex) const
         interval = vertex < interval.middle() ? interval.lower() : interval.upper();
     }
     return false;
+}
+
+// The search on the intervals that hold a segment within `reach`, a squared distance.
+class PolylineIndex::Replay
+{
+public:
+    Replay(PolylineIndex const& index, Points points, Vector3 const& q, NearestSegments const& nearest, double reach)
+        : index_(index), points_(points), q_(q), smallestDistSq_(nearest.distSq), reach_(reach)
+    {
+    }
+
+    int run()
+    {
+        index_.tree_.within(q_, reach_, near_);
+        if (near_.count > SegmentsWithin::kCapacity) return kUndecided;
+        sortNear();
+        offerVertex(0, 0);
+        offerVertex(index_.tree_.segments(), index_.tree_.segments() - 1);
+        add(index_.root(), 0, near_.count);
+        bool isOrdered = true;
+        while (size_ > 0) {
+            bool isTied = false;
+            Waiting const next = pop(&isTied);
+            if (isTied && next.bound > 0.0) return kUndecided;
+            isOrdered = isOrdered && !isTied;
+            double const boundSq = next.bound * next.bound;
+            if (boundSq > bestDistSq_) continue;
+            if (boundSq > reach_) return kUndecided; // the search may have dropped the interval
+            visit(next);
+            // Nothing is nearer, and the caller has made sure that the search names the first one that it meets.
+            if (bestDistSq_ == smallestDistSq_) return best_;
+        }
+        return isOrdered || isAlone() ? best_ : kUndecided;
+    }
+
+private:
+    // An interval with its segments within reach: those at the places begin .. end - 1 of `order_`.
+    struct Waiting
+    {
+        double bound;
+        Interval interval;
+        int begin;
+        int end;
+    };
+
+    int near(int place) const { return near_.segments[order_[asIndex(place)]]; }
+
+    void sortNear()
+    {
+        for (std::size_t i = 0; i < asIndex(near_.count); ++i) order_[i] = i;
+        std::sort(order_.begin(), order_.begin() + near_.count,
+                  [this](std::size_t a, std::size_t b) { return near_.segments[a] < near_.segments[b]; });
+    }
+
+    void offer(int segment, double distSq)
+    {
+        if (distSq > reach_ || !(bestDistSq_ > distSq)) return;
+        best_ = segment;
+        bestDistSq_ = distSq;
+    }
+    void offerVertex(int vertex, int segment) { offer(segment, distSq(points_[asIndex(vertex)], q_)); }
+
+    // An interval without a segment within reach is left out.
+    void add(Interval const& interval, int begin, int end)
+    {
+        if (begin == end) return;
+        waiting_[asIndex(size_++)] = {index_.bound(points_, q_, interval), interval, begin, end};
+    }
+
+    // Takes out an interval with the smallest bound. `isTied`: whether another one has the same bound.
+    Waiting pop(bool* isTied)
+    {
+        auto const hasSmallerBound = [](Waiting const& a, Waiting const& b) { return a.bound < b.bound; };
+        auto const smallest = std::min_element(waiting_.begin(), waiting_.begin() + size_, hasSmallerBound);
+        Waiting const next = *smallest;
+        *smallest = waiting_[asIndex(--size_)];
+        *isTied = std::any_of(waiting_.begin(), waiting_.begin() + size_,
+                              [&next](Waiting const& other) { return other.bound == next.bound; });
+        return next;
+    }
+
+    void visit(Waiting const& next)
+    {
+        if (next.interval.isScanned()) {
+            for (int i = next.begin; i < next.end; ++i) offer(near(i), near_.distSqs[order_[asIndex(i)]]);
+            return;
+        }
+        int const middle = next.interval.middle();
+        offerVertex(middle, middle);
+        int between = next.begin;
+        while (between < next.end && near(between) < middle) ++between;
+        add(next.interval.lower(), next.begin, between);
+        add(next.interval.upper(), between, next.end);
+    }
+
+    // Whether the best segment is the only one that the search could name for the best distance: no other segment and
+    // no vertex of another segment is at that distance.
+    bool isAlone() const
+    {
+        auto const isVertexAtBest = [this](int vertex) { return distSq(points_[asIndex(vertex)], q_) == bestDistSq_; };
+        for (std::size_t i = 0; i < asIndex(near_.count); ++i) {
+            int const k = near_.segments[i];
+            if (k != best_ && (near_.distSqs[i] == bestDistSq_ || isVertexAtBest(k))) return false;
+            if (k + 1 != best_ && isVertexAtBest(k + 1)) return false;
+        }
+        return true;
+    }
+
+    PolylineIndex const& index_;
+    Points points_;
+    Vector3 const& q_;
+    double const smallestDistSq_;
+    double const reach_;
+
+    SegmentsWithin near_;
+    std::array<std::size_t, SegmentsWithin::kCapacity> order_; // places in near_ by ascending segment
+    // Disjoint intervals, each with a segment that no other one has. There are few, so a heap would not be faster.
+    std::array<Waiting, SegmentsWithin::kCapacity + 1> waiting_;
+    int size_ = 0;
+    int best_ = kUndecided;
+    double bestDistSq_ = kInfinity;
+};
+
+int PolylineIndex::nearestSegment(Points points, Vector3 const& q, double knownDistSq) const
+{
+    assert(points.size() == asIndex(tree_.segments()) + 1);
+    if (!tree_.covers(q)) return kUndecided;
+    double const atFirst = distSq(points.front(), q);
+    double const atLast = distSq(points.back(), q);
+    NearestSegments const nearest = tree_.nearest(q, std::min({knownDistSq, atFirst, atLast}));
+    double const smallest = std::min(nearest.distSq, nearest.strayDistSq);
+    if (atFirst <= smallest) return 0;
+    if (atLast <= smallest) return tree_.segments() - 1;
+    return choose(points, q, nearest);
+}
+
+// Which of the nearest segments the search names, if neither end of the polyline is as near.
+int PolylineIndex::choose(Points points, Vector3 const& q, NearestSegments const& nearest) const
+{
+    // The search may meet the stray vertex before the nearest segment or after it.
+    if (nearest.strayDistSq <= nearest.distSq) return kUndecided;
+
+    assert(nearest.count > 0);
+    double reach = reachOf(points, q, nearest.first, nearest.distSq);
+    int result = nearest.first;
+    if (nearest.count > 1) {
+        int const lower = std::min(nearest.first, nearest.second);
+        int const upper = lower + 1;
+        bool const isJoined = nearest.count == 2 && std::abs(nearest.first - nearest.second) == 1;
+        if (!isJoined || distSq(points[asIndex(upper)], q) != nearest.distSq) return kUndecided;
+        reach = std::max(reach, reachOf(points, q, nearest.second, nearest.distSq));
+        if (reach == nearest.distSq) result = isSplit(upper) ? upper : lower;
+    }
+    return reach == nearest.distSq ? result : Replay(*this, points, q, nearest, reach).run();
 }
 
 } // namespace sinew::detail

@@ -1,16 +1,6 @@
 #pragma once
 
-/// The answers of the bounded search on a polyline, faster. Not installed.
-///
-/// The search of polyline_search.h defines the answer. It starts from generous bounds and visits much of a polyline
-/// that winds. A tree of boxes leads straight to the nearest segments instead, and what the search would have made of
-/// them is then worked out from its own bounds:
-///   - The nearest segment is the answer if no interval on the search's way to it has a bound beyond it.
-///   - Two segments equally near at the vertex that joins them are told apart by whether the search splits there.
-///   - Else the search is replayed on the intervals alone that hold a segment within the largest of those bounds:
-///     nothing outside them can take part in the decision.
-/// What is still open then, such as equal bounds, which the search takes in the order of its heap, is left to the
-/// search itself. So the index never answers differently.
+/// The results of the bounded search on a polyline, in less time. Not installed.
 
 #include <atomic>
 #include <cstddef>
@@ -20,20 +10,29 @@
 
 namespace sinew::detail {
 
+/// Finds the segment that `nearestSegmentByBounds` finds, or reports that only the search itself can tell.
+///
+/// The search starts from generous bounds and visits much of a polyline that winds. The index finds the nearest
+/// segments by a tree and derives from the bounds of the search which of them the search would name; see
+/// polyline_index.cpp. It never names another segment than the search.
+///
+/// The index counts its owners, so that copies of a projector share it. It starts with one owner and deletes itself
+/// with the last one. All other functions may be called by any number of threads at the same time.
 class PolylineIndex
 {
 public:
     using Points = std::vector<Vector3> const&;
 
-    /// For at least 20 vertices. All queries must be given the same ones.
+    /// Requires at least 20 vertices. The index keeps no copy of the points: every query must pass the same ones.
+    /// Linear cost and memory (about 40 bytes a vertex). `width` must not exceed `widestVectors()`; it changes no
+    /// result.
     PolylineIndex(Points points, std::vector<double> const& arcLengths, VectorWidth width = widestVectors());
 
-    /// The segment that `nearestSegmentByBounds` gives, or -1 where it must be asked.
+    /// The segment that `nearestSegmentByBounds` gives, or -1 if that function must be called.
     ///
-    /// @param knownDistSq  a squared distance known to be reached by some segment, or infinity: it only saves time.
+    /// @param knownDistSq  a squared distance that some segment is known to reach, or infinity. It only saves time.
     int nearestSegment(Points points, Vector3 const& q, double knownDistSq) const;
 
-    // Counted by what shares it; it starts with one owner and goes with the last.
     void addOwner() const { owners_.fetch_add(1, std::memory_order_relaxed); }
     void removeOwner() const
     {
@@ -41,35 +40,32 @@ public:
     }
 
 private:
-    // An interval of the search, with its number: the halves of interval k are 2k and 2k + 1.
+    // An interval of vertices of the search, with its number: the halves of interval k have the numbers 2k and 2k + 1.
     struct Interval
     {
         int first;
         int last;
-        std::size_t node;
+        std::size_t number;
 
         bool isScanned() const;
         int middle() const { return (first + last) / 2; }
-        Interval lower() const { return {first, middle(), 2 * node}; }
-        Interval upper() const { return {middle(), last, 2 * node + 1}; }
+        Interval lower() const { return {first, middle(), 2 * number}; }
+        Interval upper() const { return {middle(), last, 2 * number + 1}; }
     };
 
-    struct WaitingInterval;
-    class WaitingIntervals;
+    class Replay;
 
     Interval root() const { return {0, tree_.segments(), 1}; }
     double bound(Points points, Vector3 const& q, Interval const& interval) const;
-    int settle(Points points, Vector3 const& q, NearestSegments const& nearest) const;
-    double reachNeeded(Points points, Vector3 const& q, int segment, double distSq) const;
-    int replay(Points points, Vector3 const& q, NearestSegments const& nearest, double reach) const;
-    static bool isAlone(Points points, Vector3 const& q, SegmentsWithin const& near, int segment, double atDistSq);
+    int choose(Points points, Vector3 const& q, NearestSegments const& nearest) const;
+    double reachOf(Points points, Vector3 const& q, int segment, double distSq) const;
     bool isSplit(int vertex) const;
     void buildSlacks(Points points, std::vector<double> const& arcLengths, Interval const& interval);
 
     mutable std::atomic<int> owners_{1};
-    [[maybe_unused]] VectorWidth width_; // nobody asks for it where there is one width
+    VectorWidth width_;
     SegmentTree tree_;
-    std::vector<double> slacks_; // of the search's intervals, by their numbers
+    std::vector<double> slacks_; // of the intervals of the search, by number
 };
 
 } // namespace sinew::detail

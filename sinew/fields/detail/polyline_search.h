@@ -1,73 +1,109 @@
 #pragma once
 
-/// The two searches that define which segment of a polyline answers a query. Not installed.
+/// The searches that define which segment of a polyline is the nearest to a point, and what they share with the other
+/// sources of this module. Not installed.
 
+#include <cassert>
 #include <vector>
 
 #include <sinew/core/tolerances.h>
 #include <sinew/core/vector3.h>
+#include <sinew/fields/detail/as_index.h>
 
 namespace sinew::detail {
 
-/// Intervals of up to this many segments are scanned by the bounded search, longer ones split.
+/// The bounded search scans intervals of up to this many segments and splits longer ones. Part of the result: it
+/// decides ties.
 inline constexpr int kScannedSegments = 9;
 
-/// Length of the polyline from its first vertex to each vertex, summed in order.
+/// Length of the polyline from its first vertex to each vertex, summed in order. Empty for no vertices.
 std::vector<double> arcLengths(std::vector<Vector3> const& points);
 
-/// How far a curve of length `length` may leave the chord of length `chord` between its ends: twice the semi-minor axis
-/// of the ellipse that holds it, generous on purpose. 0 where rounding made the chord the longer one.
+/// Upper bound of the distance from the points of a curve of length `length` to the chord of length `chord` between its
+/// ends: sqrt(length^2 - chord^2), or 0 where rounding made the chord longer than the curve.
+///
+/// The curve lies in an ellipsoid with the ends as foci. The bound is the whole minor axis of this ellipsoid; half of
+/// it would be a bound too, but the value is part of the result.
 double chordSlack(double length, double chord);
 
-/// The same for the whole polyline, where a chord longer than the curve gives NaN: then nothing bounds the search, so
-/// that it always starts on a straight polyline.
+/// `chordSlack` for the whole polyline, but NaN where rounding made the chord longer than the curve. The bound of the
+/// whole polyline is then 0, so the search always examines a straight polyline.
 double rootSlack(double length, double chord);
 
-/// The best segment so far.
+/// Squared distance from a point to a segment, and the position of the nearest point on the segment.
+struct SegmentDistance
+{
+    double distSq; ///< the same bits as the result of `distSqToLineSegment`
+    double along;
+    double length;
+
+    /// The position: 0 at the first end, 1 at the second one. It is divided here because few callers need it.
+    double t() const { return along / length; }
+};
+
+/// Calls `visit(k, distance)` for the segments k = first .. last - 1 in order, where segment k joins vertices k and
+/// k + 1 and `distance` is the SegmentDistance from `q` to it. Neighbouring segments share what they have in common.
+template <typename Visit>
+void measureSegments(std::vector<Vector3> const& points, Vector3 const& q, int first, int last, Visit const& visit)
+{
+    Vector3 fromA = q - points[asIndex(first)];
+    double toA = fromA.lengthSq();
+    for (int k = first; k < last; ++k) {
+        Vector3 const& b = points[asIndex(k + 1)];
+        Vector3 const e = b - points[asIndex(k)];
+        Vector3 const fromB = q - b;
+        double const toB = fromB.lengthSq();
+        double const alongA = fromA * e;
+        if (alongA <= kGeometricZero) {
+            visit(k, SegmentDistance{toA, 0.0, 1.0});
+        } else if (fromB * e >= -kGeometricZero) {
+            visit(k, SegmentDistance{toB, 1.0, 1.0});
+        } else {
+            double const lengthSq = e.lengthSq();
+            double const toLine = toA - alongA * alongA / lengthSq;
+            visit(k, SegmentDistance{toLine > 0.0 ? toLine : 0.0, alongA, lengthSq});
+        }
+        fromA = fromB;
+        toA = toB;
+    }
+}
+
+/// The nearest segment found so far.
 struct NearestSegment
 {
     int segment;
     double distSq;
 
-    // Strict, so that the first of equally near segments stays.
+    /// Takes a segment that is strictly nearer, so the first of equally near segments is kept.
     void offer(int candidate, double candidateDistSq)
     {
         if (distSq > candidateDistSq) *this = {candidate, candidateDistSq};
     }
 
-    // Each distance as distSqToLineSegment has it, with what two neighbours share computed once.
+    /// Offers the segments first .. last - 1 in order.
     void scan(std::vector<Vector3> const& points, Vector3 const& q, int first, int last)
     {
-        Vector3 fromA = q - points[first];
-        double toA = fromA.lengthSq();
-        for (int k = first; k < last; ++k) {
-            Vector3 const e = points[k + 1] - points[k];
-            Vector3 const fromB = q - points[k + 1];
-            double const toB = fromB.lengthSq();
-            double const alongA = fromA * e;
-            if (alongA <= kGeometricZero) {
-                offer(k, toA);
-            } else if (fromB * e >= -kGeometricZero) {
-                offer(k, toB);
-            } else {
-                double const inside = toA - alongA * alongA / e.lengthSq();
-                offer(k, inside > 0.0 ? inside : 0.0);
-            }
-            fromA = fromB;
-            toA = toB;
-        }
+        measureSegments(points, q, first, last, [this](int k, SegmentDistance const& d) { offer(k, d.distSq); });
     }
 };
 
-/// Tries every segment; the first of equally near ones wins. -1 when all lie at a squared distance of 1e13 or more.
+/// Tries every segment of a polyline of at least two vertices; the first of equally near ones wins. -1 if all squared
+/// distances are `kFarthestDistSq` or more.
 inline int nearestSegmentByScan(std::vector<Vector3> const& points, Vector3 const& q)
 {
-    NearestSegment best{-1, 1e13};
+    assert(points.size() >= 2);
+    NearestSegment best{-1, kFarthestDistSq};
     best.scan(points, q, 0, static_cast<int>(points.size()) - 1);
     return best.segment;
 }
 
-/// Best-first search over halved vertex intervals, for at least two vertices.
+/// The bounded search, for at least two vertices: a best-first search over intervals of vertices that it halves.
+///
+/// It tries the first vertex, then the last one; afterwards it takes intervals by ascending lower bound of their
+/// distance, tries the middle vertex of an interval that it splits, and scans an interval of up to `kScannedSegments`
+/// segments. A vertex stands for the segment that starts there, the last vertex for the last segment. Only a strictly
+/// smaller distance replaces the best one, so whatever it tries first wins a tie. Intervals with equal bounds come in
+/// the order of `BoundHeap`. A NaN query gives 0.
 int nearestSegmentByBounds(std::vector<Vector3> const& points, std::vector<double> const& arcLengths, Vector3 const& q);
 
 } // namespace sinew::detail

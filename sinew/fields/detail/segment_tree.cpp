@@ -1,3 +1,8 @@
+// A bounding volume hierarchy with eight children a node, which fit the widest vectors. The search goes from each node
+// to its nearest child first and drops what lies beyond the best distance: N. Roussopoulos, S. Kelley and F. Vincent,
+// Nearest neighbor queries, SIGMOD 1995. The bounds are boxes and capsules: C. Ericson, Real-Time Collision Detection,
+// 2005, sections 4.2 and 4.5.
+
 #include <sinew/fields/detail/segment_tree.h>
 
 #include <algorithm>
@@ -5,25 +10,29 @@
 #include <limits>
 
 #include <sinew/core/detail/segment_distance.h>
+#include <sinew/fields/detail/as_index.h>
 
 namespace sinew::detail {
 
 namespace {
 
-constexpr int kRun = 8; // segments in a run, parts in a group
-// A group above only two would not save measuring either.
+constexpr int kRun = SegmentTree::kFanOut;
+// A level above two groups would not save measurements: its only group would have to be measured in addition.
 constexpr int kTopGroups = 2;
-// Parts that can wait: seven a level, of ten levels for 2^31 segments, and a group's room to write beyond them.
+// Parts that can wait at the same time: up to seven on each of the ten levels that 2^31 segments have, the second group
+// of the top level, and the eight places after the last one that are written before the number of parts is known.
 constexpr int kWaiting = 96;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kSmallestNormal = std::numeric_limits<double>::min(); // has a finite reciprocal
-// Up to this magnitude of coordinates fourth powers of differences stay finite.
+// The reciprocal of a smaller number may overflow.
+constexpr double kSmallestNormal = std::numeric_limits<double>::min();
+// Fourth powers of differences of coordinates up to this magnitude are finite.
 constexpr double kLargestCoordinate = 1e70;
 
-// The squared distance to a segment, |q - a|^2 - s^2 / L, loses up to about 30 units in the last place of |q - a|^2,
-// which may be larger than the result by the square of the segment's length. This is ten times as much.
+// Relative rounding margin. The squared distance to a segment, |q - a|^2 - s^2 / L, loses up to about 30 units in the
+// last place of |q - a|^2, that is 7e-15 of it, and |q - a|^2 exceeds the distance by up to the square of the length of
+// the segment. This is more than ten times as much.
 constexpr double kRounding = 1e-13;
-// Squares of differences below about 1e-154 lose all their digits.
+// Absolute rounding margin of squared distances: squares of differences below about 1e-154 lose all their digits.
 constexpr double kUnderflow = 1e-290;
 
 bool isUsable(Vector3 const& v)
@@ -41,8 +50,8 @@ SINEW_KERNEL double larger(double a, double b)
     return a > b ? a : b;
 }
 
-// The squared distances to the eight segments from x[0], y[0], z[0] on; and for each the squared distance to its first
-// vertex where that is smaller, else infinity.
+// Writes the squared distances from q to the eight segments whose first vertex is x[0], y[0], z[0] and following. For
+// each it also writes the squared distance to its first vertex if that is smaller, else infinity.
 SINEW_KERNEL void measureRun(double const* x, double const* y, double const* z, Vector3 const& q,
                              double* segmentDistSqs, double* strayDistSqs)
 {
@@ -74,65 +83,144 @@ SINEW_KERNEL int placeOfSmallest(double const* values)
 
 } // namespace
 
-// The search through the tree, compiled for each vector width. A visitor measures runs and says how far away they still
-// matter.
-struct SegmentTreeReader
+// What a search does with the runs that it reaches. `limit` is the squared distance up to which segments matter;
+// `visit` receives the distances of the first `count` of eight segments from `start` on. The rest of the last run is
+// padding: its segments have no number, but their vertex is the last one of the polyline.
+struct SegmentTree::NearestVisitor
 {
-    struct Nearest
+    NearestSegments& best;
+
+    SINEW_KERNEL double limit() const { return best.distSq; }
+
+    SINEW_KERNEL void visit(int start, int count, double const* distSqs, double const* strayDistSqs) const
     {
-        NearestSegments& best;
+        double const distSq = smallestOfRun(distSqs);
+        best.strayDistSq = smaller(best.strayDistSq, smallestOfRun(strayDistSqs));
+        if (distSq > best.distSq) return;
+        if (distSq < best.distSq) best = {distSq, best.strayDistSq, -1, -1, 0};
+        for (int i = 0; i < count; ++i) {
+            if (distSqs[i] != distSq) continue;
+            if (best.count == 0) best.first = start + i;
+            if (best.count == 1) best.second = start + i;
+            ++best.count;
+        }
+    }
+};
 
-        SINEW_KERNEL double limit() const { return best.distSq; }
+struct SegmentTree::WithinVisitor
+{
+    double const reach;
+    SegmentsWithin& out;
 
-        SINEW_KERNEL void visit(SegmentTree const& tree, int start, double const* distSqs, double const* strayDistSqs)
-        {
-            double const distSq = smallestOfRun(distSqs);
-            best.strayDistSq = smaller(best.strayDistSq, smallestOfRun(strayDistSqs));
-            if (distSq > best.distSq) return;
-            if (distSq < best.distSq) best = {distSq, best.strayDistSq, -1, -1, 0};
-            for (int i = 0; i < runLength(tree, start); ++i) {
-                if (distSqs[i] != distSq) continue;
-                if (best.count == 0) best.first = start + i;
-                if (best.count == 1) best.second = start + i;
-                ++best.count;
+    SINEW_KERNEL double limit() const { return reach; }
+
+    SINEW_KERNEL void visit(int start, int count, double const* distSqs, double const* strayDistSqs) const
+    {
+        for (int i = 0; i < count; ++i) {
+            if (!(smaller(distSqs[i], strayDistSqs[i]) <= reach)) continue;
+            if (out.count < SegmentsWithin::kCapacity) {
+                out.segments[asIndex(out.count)] = start + i;
+                out.distSqs[asIndex(out.count)] = distSqs[i];
             }
+            ++out.count;
+        }
+    }
+};
+
+// Visits all runs that can hold a segment up to the visitor's limit.
+template <typename Visitor>
+struct SegmentTree::Search
+{
+    SegmentTree const& tree;
+    Vector3 const& q;
+    Visitor visitor;
+
+    template <VectorWidth>
+    SINEW_KERNEL void run() const
+    {
+        WaitingParts waiting;
+        int const levels = static_cast<int>(tree.levels_.size());
+        Part part{0.0, levels, 0};
+        waiting.push({0.0, levels, kTopGroups - 1}, tree.levels_.back().size() == kTopGroups);
+        double limit = withMargin(visitor.limit());
+        do {
+            if (descend(part, limit, waiting)) {
+                visitRun(part.number);
+                limit = withMargin(visitor.limit());
+            }
+        } while (waiting.pop(limit, part));
+    }
+
+private:
+    // A run of segments if the level is 0, otherwise a group of the level below; `number` is its place there.
+    struct Part
+    {
+        double distSq; // a lower bound of the squared distance, up to rounding
+        int level;
+        int number;
+    };
+
+    // A stack. The order of the parts on one level is arbitrary: the limit after the first run drops most of them
+    // anyway.
+    struct WaitingParts
+    {
+        Part parts[kWaiting];
+        int size = 0;
+
+        // Writes first and decides afterwards, because a branch here cannot be predicted.
+        SINEW_KERNEL void push(Part const& part, bool isKept)
+        {
+            assert(size < kWaiting);
+            parts[size] = part;
+            size += isKept;
+        }
+
+        // Takes out the last part that does not exceed the limit and drops those behind it. False if there is none.
+        SINEW_KERNEL bool pop(double limit, Part& part)
+        {
+            do {
+                if (size == 0) return false;
+                part = parts[--size];
+            } while (part.distSq > limit);
+            return true;
         }
     };
 
-    struct Within
+    // The largest computed bound of a part that can hold a segment at the computed squared distance `distSq`.
+    SINEW_KERNEL double withMargin(double distSq) const { return (distSq + tree.roundingMargin_) * (1.0 + kRounding); }
+
+    // Replaces a group by its nearest part until that is a run. The other parts within the limit wait. False if the
+    // nearest part exceeds the limit.
+    SINEW_KERNEL bool descend(Part& part, double limit, WaitingParts& waiting) const
     {
-        double const reach;
-        SegmentsWithin& out;
-
-        SINEW_KERNEL double limit() const { return reach; }
-
-        SINEW_KERNEL void visit(SegmentTree const& tree, int start, double const* distSqs, double const* strayDistSqs)
-        {
-            for (int i = 0; i < runLength(tree, start); ++i) {
-                if (!(smaller(distSqs[i], strayDistSqs[i]) <= reach)) continue;
-                if (out.count < SegmentsWithin::kCapacity) {
-                    out.segments[out.count] = start + i;
-                    out.distSqs[out.count] = distSqs[i];
-                }
-                ++out.count;
+        while (part.level > 0) {
+            double distSqs[kRun];
+            measureParts(tree.levels_[asIndex(part.level - 1)][asIndex(part.number)], distSqs);
+            int const level = part.level - 1;
+            int const first = kRun * part.number;
+            int const nearest = placeOfSmallest(distSqs);
+            part = {distSqs[nearest], level, first + nearest};
+            if (part.distSq > limit) return false;
+            for (int i = 0; i < kRun; ++i) {
+                waiting.push({distSqs[i], level, first + i}, (distSqs[i] <= limit) & (i != nearest));
             }
         }
-    };
-
-    // What fills up the last run is no segment; it stands for the last vertex.
-    static SINEW_KERNEL int runLength(SegmentTree const& tree, int start)
-    {
-        return tree.segments_ - start < kRun ? tree.segments_ - start : kRun;
+        return true;
     }
 
-    // How far away a part may be, as computed, and still hold a segment at `distSq`, as computed.
-    static SINEW_KERNEL double margin(SegmentTree const& tree, double distSq)
+    SINEW_KERNEL void visitRun(int run) const
     {
-        return (distSq + tree.roundingMargin_) * (1.0 + kRounding);
+        int const start = kRun * run;
+        std::size_t const at = asIndex(start);
+        double distSqs[kRun];
+        double strayDistSqs[kRun];
+        measureRun(&tree.x_[at], &tree.y_[at], &tree.z_[at], q, distSqs, strayDistSqs);
+        int const left = tree.segments_ - start;
+        visitor.visit(start, left < kRun ? left : kRun, distSqs, strayDistSqs);
     }
 
-    // Lower bounds of the squared distances from q to eight parts; what fills up a group is infinitely far.
-    static SINEW_KERNEL void measureParts(SegmentTree::Group const& g, Vector3 const& q, double* distSqs)
+    // Lower bounds of the squared distances from q to eight parts, up to rounding. Padding is infinitely far away.
+    SINEW_KERNEL void measureParts(Group const& g, double* distSqs) const
     {
         for (int i = 0; i < kRun; ++i) {
             double const dx = larger(larger(g.low[0][i] - q.x, q.x - g.high[0][i]), 0.0);
@@ -148,84 +236,86 @@ struct SegmentTreeReader
             distSqs[i] = larger(toBox, outside * outside);
         }
     }
+};
 
-    // Visits all runs that can matter. From each group the nearest part comes next; the others wait, in no order: the
-    // first way down already gives a limit that drops most of them.
-    template <typename Visitor>
-    static SINEW_KERNEL void search(SegmentTree const& tree, Vector3 const& q, Visitor visitor)
+// Collects the bounds of one part with the ends `first` and `last`.
+class SegmentTree::PartBounds
+{
+public:
+    PartBounds(Vector3 const& first, Vector3 const& last)
+        : low_(first), high_(first), start_(first), chord_(last - first),
+          // A shorter chord is replaced by its start: its reciprocal could be infinite, and 0 * infinity is NaN.
+          invChordSq_(chord_.lengthSq() >= kSmallestNormal ? 1.0 / chord_.lengthSq() : 0.0)
     {
-        struct Part
-        {
-            double distSq;
-            int level; // what it is made of, a run at level 0 or else a group of the level below, has the same number
-            int number;
-        };
-        Part waiting[kWaiting];
-        int size = 0;
-        double limit = margin(tree, visitor.limit());
-        int const levels = static_cast<int>(tree.levels_.size());
-        Part part{0.0, levels, 0};
-        if (tree.levels_.back().size() == kTopGroups) waiting[size++] = {0.0, levels, kTopGroups - 1};
-        for (;;) {
-            double distSqs[kRun];
-            while (part.level > 0) {
-                measureParts(tree.levels_[part.level - 1][part.number], q, distSqs);
-                Part const below{0.0, part.level - 1, kRun * part.number};
-                int const nearest = placeOfSmallest(distSqs);
-                part = {distSqs[nearest], below.level, below.number + nearest};
-                if (part.distSq > limit) break;
-                for (int i = 0; i < kRun; ++i) {
-                    waiting[size] = {distSqs[i], below.level, below.number + i};
-                    size += (distSqs[i] <= limit) & (i != nearest);
-                }
-            }
-            if (!(part.distSq > limit)) {
-                double strayDistSqs[kRun];
-                int const start = kRun * part.number;
-                measureRun(&tree.x_[start], &tree.y_[start], &tree.z_[start], q, distSqs, strayDistSqs);
-                visitor.visit(tree, start, distSqs, strayDistSqs);
-                limit = margin(tree, visitor.limit());
-            }
-            do {
-                if (size == 0) return;
-                part = waiting[--size];
-            } while (part.distSq > limit);
+    }
+
+    void include(Vector3 const& v)
+    {
+        includeBox(v, v);
+        includeBall(v, 0.0);
+    }
+
+    // The parts at all places of a group that are not padding.
+    void include(Group const& parts)
+    {
+        for (int i = 0; i < kRun && parts.low[0][i] <= parts.high[0][i]; ++i) {
+            includeBox(at(parts.low, i), at(parts.high, i));
+            // The distance from a chord to the points of a segment is largest at an end of the segment.
+            Vector3 const from = at(parts.start, i);
+            includeBall(from, parts.radius[i]);
+            includeBall(from + at(parts.chord, i), parts.radius[i]);
         }
     }
 
-    template <typename Visitor>
-    static void baseline(SegmentTree const& tree, Vector3 const& q, Visitor visitor)
+    void store(Group& group, std::size_t place) const
     {
-        search(tree, q, visitor);
+        for (int axis = 0; axis < 3; ++axis) {
+            group.low[axis][place] = low_[axis];
+            group.high[axis][place] = high_[axis];
+            group.start[axis][place] = start_[axis];
+            group.chord[axis][place] = chord_[axis];
+        }
+        group.invChordSq[place] = invChordSq_;
+        // The margin for rounding errors that grow with the chord, in this class and in a query. Errors that grow with
+        // the distance are in the margin of the limit.
+        group.radius[place] = radius_ + kRounding * (radius_ + chord_.length());
     }
-#if SINEW_WIDE_KERNELS
-    template <typename Visitor>
-    SINEW_AVX2 static void avx2(SegmentTree const& tree, Vector3 const& q, Visitor visitor)
-    {
-        search(tree, q, visitor);
-    }
-    template <typename Visitor>
-    SINEW_AVX512 static void avx512(SegmentTree const& tree, Vector3 const& q, Visitor visitor)
-    {
-        search(tree, q, visitor);
-    }
-#endif
 
-    template <typename Visitor>
-    static void widest(SegmentTree const& tree, Vector3 const& q, Visitor visitor)
+private:
+    static Vector3 at(double const (&coordinates)[3][kRun], int i)
     {
-#if SINEW_WIDE_KERNELS
-        if (tree.width_ == VectorWidth::avx512) return avx512(tree, q, visitor);
-        if (tree.width_ == VectorWidth::avx2) return avx2(tree, q, visitor);
-#endif
-        baseline(tree, q, visitor);
+        return {coordinates[0][i], coordinates[1][i], coordinates[2][i]};
     }
+
+    void includeBox(Vector3 const& low, Vector3 const& high)
+    {
+        for (int axis = 0; axis < 3; ++axis) {
+            low_[axis] = std::min(low_[axis], low[axis]);
+            high_[axis] = std::max(high_[axis], high[axis]);
+        }
+    }
+
+    // The distance is taken to the projection on the chord. The difference of squares in distSqToLineSegment would lose
+    // all digits of a distance that is small against the chord.
+    void includeBall(Vector3 const& centre, double radius)
+    {
+        double const t = std::clamp((centre - start_) * chord_ * invChordSq_, 0.0, 1.0);
+        radius_ = std::max(radius_, (centre - start_ - t * chord_).length() + radius);
+    }
+
+    Vector3 low_;
+    Vector3 high_;
+    Vector3 const start_;
+    Vector3 const chord_;
+    double const invChordSq_;
+    double radius_ = 0.0;
 };
 
 SegmentTree::SegmentTree(std::vector<Vector3> const& points, VectorWidth width)
     : width_(width), segments_(static_cast<int>(points.size()) - 1),
       usable_(std::all_of(points.begin(), points.end(), isUsable)), roundingMargin_(0.0)
 {
+    assert(points.size() >= 2);
     buildRuns(points);
     if (!usable_) return;
     std::size_t parts = x_.size() / kRun;
@@ -253,68 +343,30 @@ void SegmentTree::buildRuns(std::vector<Vector3> const& points)
 
 void SegmentTree::buildLevel(std::size_t parts)
 {
-    Group empty{};
+    Group padding{};
     for (int axis = 0; axis < 3; ++axis) {
-        std::fill_n(empty.low[axis], kRun, kInfinity);
-        std::fill_n(empty.high[axis], kRun, -kInfinity);
+        std::fill_n(padding.low[axis], kRun, kInfinity);
+        std::fill_n(padding.high[axis], kRun, -kInfinity);
     }
-    int const level = static_cast<int>(levels_.size());
-    std::vector<Group> groups((parts + kRun - 1) / kRun, empty);
-    for (std::size_t part = 0; part < parts; ++part) fill(groups[part / kRun], part % kRun, level, part);
+    std::size_t const level = levels_.size();
+    std::vector<Group> groups((parts + kRun - 1) / kRun, padding);
+    for (std::size_t part = 0; part < parts; ++part) boundsOf(level, part).store(groups[part / kRun], part % kRun);
     levels_.push_back(std::move(groups));
 }
 
-// Bounds one part: a run of segments at level 0, a group of parts above.
-void SegmentTree::fill(Group& group, int place, int level, std::size_t part) const
+SegmentTree::PartBounds SegmentTree::boundsOf(std::size_t level, std::size_t part) const
 {
-    std::size_t const size = std::size_t(kRun) << (3 * level);
-    std::size_t const first = part * size;
-    std::size_t const last = std::min(first + size, x_.size() - 1);
-    Vector3 const a = vertex(static_cast<int>(first));
-    Vector3 const b = vertex(static_cast<int>(last));
-    Vector3 const chord = b - a;
-    // A shorter chord counts as its start: the reciprocal would be infinite, and a foot at the start NaN.
-    double const invChordSq = chord.lengthSq() >= kSmallestNormal ? 1.0 / chord.lengthSq() : 0.0;
-    Vector3 low = a, high = a;
-    double radius = 0.0;
-    // By the foot, not as distSqToLineSegment has it: its difference of squares would cancel to nothing here.
-    auto const include = [&](Vector3 const& v, double around) {
-        double const t = std::clamp((v - a) * chord * invChordSq, 0.0, 1.0);
-        radius = std::max(radius, (v - a - t * chord).length() + around);
-    };
-    if (level == 0) {
-        for (std::size_t i = first; i <= last; ++i) {
-            Vector3 const v = vertex(static_cast<int>(i));
-            for (int axis = 0; axis < 3; ++axis) {
-                low[axis] = std::min(low[axis], v[axis]);
-                high[axis] = std::max(high[axis], v[axis]);
-            }
-            include(v, 0.0);
-        }
+    std::size_t segments = kRun;
+    for (std::size_t i = 0; i < level; ++i) segments *= kRun;
+    std::size_t const first = part * segments;
+    std::size_t const last = std::min(first + segments, x_.size() - 1);
+    PartBounds bounds(vertex(first), vertex(last));
+    if (level > 0) {
+        bounds.include(levels_[level - 1][part]);
     } else {
-        // The distance from a chord is largest at an end of what is straight: the parts' chords, with their radii.
-        Group const& parts = levels_[level - 1][part];
-        for (int i = 0; i < kRun && parts.low[0][i] <= parts.high[0][i]; ++i) {
-            for (int axis = 0; axis < 3; ++axis) {
-                low[axis] = std::min(low[axis], parts.low[axis][i]);
-                high[axis] = std::max(high[axis], parts.high[axis][i]);
-            }
-            Vector3 const from(parts.start[0][i], parts.start[1][i], parts.start[2][i]);
-            Vector3 const across(parts.chord[0][i], parts.chord[1][i], parts.chord[2][i]);
-            include(from, parts.radius[i]);
-            include(from + across, parts.radius[i]);
-        }
+        for (std::size_t i = first; i <= last; ++i) bounds.include(vertex(i));
     }
-    for (int axis = 0; axis < 3; ++axis) {
-        group.low[axis][place] = low[axis];
-        group.high[axis][place] = high[axis];
-        group.start[axis][place] = a[axis];
-        group.chord[axis][place] = chord[axis];
-    }
-    group.invChordSq[place] = invChordSq;
-    // Distances to the chord round by what grows with its length, here and for a query; the rest, which grows with the
-    // distance, is in the margin of the limit.
-    group.radius[place] = radius + kRounding * (radius + chord.length());
+    return bounds;
 }
 
 bool SegmentTree::covers(Vector3 const& q) const
@@ -324,15 +376,17 @@ bool SegmentTree::covers(Vector3 const& q) const
 
 NearestSegments SegmentTree::nearest(Vector3 const& q, double knownDistSq) const
 {
+    assert(covers(q));
     NearestSegments best{knownDistSq, kInfinity, -1, -1, 0};
-    SegmentTreeReader::widest(*this, q, SegmentTreeReader::Nearest{best});
+    dispatch(width_, Search<NearestVisitor>{*this, q, {best}});
     return best;
 }
 
 void SegmentTree::within(Vector3 const& q, double limit, SegmentsWithin& out) const
 {
+    assert(covers(q));
     out.count = 0;
-    SegmentTreeReader::widest(*this, q, SegmentTreeReader::Within{limit, out});
+    dispatch(width_, Search<WithinVisitor>{*this, q, {limit, out}});
 }
 
 } // namespace sinew::detail

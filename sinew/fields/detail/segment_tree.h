@@ -1,79 +1,96 @@
 #pragma once
 
-/// A tree of boxes and capsules over the segments of a polyline, for exact nearest-segment queries. Not installed.
+/// A bounding volume hierarchy over the segments of a polyline, for exact queries about near segments. Not installed.
 
 #include <array>
 #include <vector>
 
-#include <sinew/detail/dispatch.h>
 #include <sinew/core/vector3.h>
+#include <sinew/detail/dispatch.h>
 
 namespace sinew::detail {
 
-/// The nearest segments to a point, where distances are computed exactly as `distSqToLineSegment` computes them.
+/// The segments nearest to a point. All distances have the bits that `distSqToLineSegment` gives.
 struct NearestSegments
 {
-    double distSq; ///< the smallest squared distance, or one known before that is smaller still
-    double
-        strayDistSq; ///< smallest of a vertex that rounding has made nearer than the segment it starts, if up to distSq
-    int first;       ///< of the segments at distSq, the first one met,
-    int second;      ///< the next one,
-    int count;       ///< and how many there are
+    /// The smallest squared distance of all segments, or the known one that the query was given if that is smaller.
+    double distSq;
+    /// The smallest squared distance of a stray vertex, infinity if there is none up to `distSq`. A stray vertex is one
+    /// that rounding makes nearer than the segment that starts there.
+    double strayDistSq;
+    int first;  ///< one of the segments at `distSq`, -1 if there is none
+    int second; ///< another one, -1 if there is none
+    int count;  ///< the number of segments at `distSq`
 };
 
-/// Segments up to some distance, with their squared distances.
+/// The segments up to some squared distance from a point, in no order.
 struct SegmentsWithin
 {
     static constexpr int kCapacity = 128;
     std::array<int, kCapacity> segments;
-    std::array<double, kCapacity> distSqs;
-    int count = 0; ///< beyond kCapacity there were too many, and nothing is of use
+    std::array<double, kCapacity> distSqs; ///< of these segments
+    int count = 0;                         ///< a count above kCapacity means that the arrays are incomplete
 };
 
+/// Bounds of runs of eight segments, and of groups of eight bounds on each level above.
+///
+/// Both queries may be called by any number of threads at the same time. They find the same segments at every vector
+/// width, in the same order.
 class SegmentTree
 {
 public:
-    /// At least two vertices. Linear cost and memory (about 40 bytes a vertex).
+    /// Segments in a run and parts in a group: as many doubles as the widest vectors hold.
+    static constexpr int kFanOut = 8;
+
+    /// Requires at least two vertices. Linear cost and memory (about 40 bytes a vertex). `width` must not exceed
+    /// `widestVectors()`.
     explicit SegmentTree(std::vector<Vector3> const& points, VectorWidth width);
 
-    /// Whether `q` and all vertices are of a size that the rounding margins hold for; else the queries may not be
-    /// asked.
+    /// Whether the coordinates of `q` and of all vertices are small enough for the rounding margins of the tree (below
+    /// 1e70). The queries require it. False for NaN.
     bool covers(Vector3 const& q) const;
 
-    /// @param knownDistSq  a squared distance known to be reached, or infinity: it only saves time.
+    /// @param knownDistSq  a squared distance that is known to be reached, or infinity. It only saves time.
+    ///
+    /// The cost is close to logarithmic for points near a curve.
     NearestSegments nearest(Vector3 const& q, double knownDistSq) const;
 
-    /// All segments up to the squared distance `limit`, and those that start at a stray vertex up to it.
+    /// All segments up to the squared distance `limit`, and the segments that start at a stray vertex up to it.
     void within(Vector3 const& q, double limit, SegmentsWithin& out) const;
 
     int segments() const { return segments_; }
-    Vector3 vertex(int i) const { return {x_[i], y_[i], z_[i]}; }
 
 private:
-    friend struct SegmentTreeReader;
+    struct NearestVisitor;
+    struct WithinVisitor;
+    template <typename Visitor>
+    struct Search;
+    class PartBounds;
 
-    // Eight parts of the polyline, coordinate by coordinate so that they are measured together. A part lies in a box,
-    // and within `radius` of the chord between its ends, which follows a smooth curve far more closely.
+    // The bounds of eight parts, by coordinate so that one instruction measures several parts. A part lies in a box,
+    // and within `radius` of its chord, the segment between its ends: this capsule follows a smooth curve far more
+    // closely than the box. A part is a run of segments on level 0 and a group of the level below on the others.
     struct Group
     {
-        double low[3][8];
-        double high[3][8];
-        double start[3][8];
-        double chord[3][8];
-        double invChordSq[8];
-        double radius[8];
+        double low[3][kFanOut];
+        double high[3][kFanOut];
+        double start[3][kFanOut];
+        double chord[3][kFanOut];
+        double invChordSq[kFanOut];
+        double radius[kFanOut];
     };
 
     void buildRuns(std::vector<Vector3> const& points);
     void buildLevel(std::size_t parts);
-    void fill(Group& group, int place, int level, std::size_t part) const;
+    PartBounds boundsOf(std::size_t level, std::size_t part) const;
+    Vector3 vertex(std::size_t i) const { return {x_[i], y_[i], z_[i]}; }
 
-    [[maybe_unused]] VectorWidth width_; // nobody asks for it where there is one width
+    VectorWidth width_;
     int segments_;
     bool usable_;
-    double roundingMargin_;                  // see SegmentTreeReader
-    std::vector<double> x_, y_, z_;          // the vertices, and copies of the last one that fill up a run of segments
-    std::vector<std::vector<Group>> levels_; // [0]: a part is a run of eight segments; above: a group below
+    double roundingMargin_;         // the part of the margin of a distance that does not grow with the distance
+    std::vector<double> x_, y_, z_; // the vertices, padded with the last one to whole runs
+    std::vector<std::vector<Group>> levels_; // from the groups of runs up to a level of one or two groups
 };
 
 } // namespace sinew::detail

@@ -1,9 +1,11 @@
 #include <sinew/framework/detail/xml_reader.h>
 
 #include <algorithm>
+#include <cassert>
 #include <functional>
 #include <ios>
 #include <istream>
+#include <iterator>
 #include <streambuf>
 #include <utility>
 
@@ -14,24 +16,45 @@ namespace sinew::detail {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kUtf16BigEndian = "\xFE\xFF"; // byte-order marks of an encoding that is refused
+constexpr std::string_view kUtf16LittleEndian = "\xFF\xFE";
 
-// The stream's own state and exception mask are left alone: a short read here is no error.
+constexpr std::string_view kDeclarationOpen = "<?xml";
+constexpr std::string_view kInstructionOpen = "<?";
+constexpr std::string_view kInstructionClose = "?>"; // of a declaration as well
+constexpr std::string_view kCommentOpen = "<!--";
+constexpr std::string_view kCdataOpen = "<![CDATA[";
+constexpr std::string_view kCdataClose = "]]>";
+constexpr std::string_view kDoctypeOpen = "<!DOCTYPE";
+constexpr std::string_view kEndTagOpen = "</";
+constexpr std::string_view kEmptyTagClose = "/>";
+
+// Sizes of the pieces in which a stream is read. The stream's own estimate of what is left is used between these
+// limits: at least one page, so that a stream without an estimate is read with few calls, and at most 16 MiB, so that a
+// wrong estimate does not allocate without limit.
+constexpr std::streamsize kSmallestPiece = 4096;
+constexpr std::streamsize kLargestPiece = std::streamsize{1} << 24;
+
+// Up to this number of attributes, comparing all pairs is faster than sorting them, which allocates.
+constexpr std::size_t kFewAttributes = 15;
+
+// Reads the stream's buffer directly: the end of the text is no error, so the stream's state must not change, and its
+// exception mask must have no effect.
 std::string readAll(std::istream& in)
 {
-    constexpr std::streamsize kSmallest = 4096;
-    constexpr std::streamsize kLargest = 1 << 24; // an estimate of what is left is believed up to here
     std::string text;
     if (!in || !in.rdbuf()) throw Serializable::LoadFail("the stream cannot be read");
+    std::streambuf& buffer = *in.rdbuf();
     try {
-        while (in.rdbuf()->sgetc() != std::char_traits<char>::eof()) {
+        while (buffer.sgetc() != std::char_traits<char>::eof()) {
             std::size_t const size = text.size();
-            std::streamsize const room = std::clamp(in.rdbuf()->in_avail(), kSmallest, kLargest);
-            text.resize(size + static_cast<std::size_t>(room));
-            std::streamsize const got = in.rdbuf()->sgetn(&text[size], room);
+            std::streamsize const wanted = std::clamp(buffer.in_avail(), kSmallestPiece, kLargestPiece);
+            text.resize(size + static_cast<std::size_t>(wanted));
+            std::streamsize const got = buffer.sgetn(&text[size], wanted);
             text.resize(size + static_cast<std::size_t>(std::max(got, std::streamsize{0})));
         }
         return text;
-    } catch (std::ios_base::failure const&) { // a directory, a broken pipe
+    } catch (std::ios_base::failure const&) { // for example the stream of a directory or of a broken pipe
         throw Serializable::LoadFail("the stream cannot be read");
     }
 }
@@ -47,40 +70,91 @@ bool equalIgnoringCase(std::string_view a, std::string_view b)
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) { return lower(x) == lower(y); });
 }
 
-// "1.0" and what later editions call its successors, which a reader of 1.0 takes as 1.0.
+// "1.0", "1.1" and so on: a reader of version 1.0 reads documents of all versions 1.x as 1.0 (production 26).
 bool isKnownVersion(std::string_view version)
 {
-    return version.size() > 2 && version.substr(0, 2) == "1." &&
-           version.find_first_not_of("0123456789", 2) == std::string_view::npos;
+    constexpr std::string_view kMajor = "1.";
+    return version.size() > kMajor.size() && version.substr(0, kMajor.size()) == kMajor &&
+           version.find_first_not_of("0123456789", kMajor.size()) == std::string_view::npos;
+}
+
+// UTF-8 and the part of it that is ASCII.
+bool isKnownEncoding(std::string_view encoding)
+{
+    return equalIgnoringCase(encoding, "utf-8") || equalIgnoringCase(encoding, "us-ascii");
+}
+
+bool isYesOrNo(std::string_view standalone)
+{
+    return standalone == "yes" || standalone == "no";
+}
+
+// The parts of an XML declaration, in their required order. The version is required, the others are optional.
+struct DeclarationPart
+{
+    std::string_view name;
+    bool (*accepts)(std::string_view text);
+};
+constexpr DeclarationPart kDeclarationParts[] = {
+    {"version", isKnownVersion},
+    {"encoding", isKnownEncoding},
+    {"standalone", isYesOrNo},
+};
+
+// A name that occurs twice; empty, which no name is, if all names differ.
+std::string_view repeatedName(std::vector<XmlReader::Attribute> const& attributes)
+{
+    if (attributes.size() <= kFewAttributes) {
+        for (std::size_t i = 1; i < attributes.size(); ++i) {
+            for (std::size_t k = 0; k < i; ++k) {
+                if (attributes[i].name == attributes[k].name) return attributes[i].name;
+            }
+        }
+        return {};
+    }
+    // Sorting by the hash first makes comparisons of long names rare. A hash table would be slow for names that an
+    // attacker has chosen to collide; sorting is not.
+    std::vector<std::pair<std::size_t, std::string_view>> names;
+    names.reserve(attributes.size());
+    for (auto const& attribute : attributes) {
+        names.emplace_back(std::hash<std::string_view>()(attribute.name), attribute.name);
+    }
+    std::sort(names.begin(), names.end());
+    auto const twice = std::adjacent_find(names.begin(), names.end());
+    return twice == names.end() ? std::string_view() : twice->second;
 }
 
 } // namespace
 
-XmlReader::XmlReader(std::istream& in) : text_(readAll(in))
+XmlReader::XmlReader(std::istream& in, int maxNesting) : text_(readAll(in)), maxNesting_(maxNesting)
 {
-    if (atText("\xFE\xFF") || atText("\xFF\xFE")) fail("the text is not UTF-8");
-    if (atText(kByteOrderMark)) at_ = kByteOrderMark.size();
+    checkCharacters();
+    readProlog();
+}
+
+void XmlReader::checkCharacters()
+{
+    if (atText(kUtf16BigEndian) || atText(kUtf16LittleEndian)) fail("the text is not UTF-8");
     std::size_t const bad = findBadCharacter(text_);
     if (bad != text_.size()) fail("a byte that is not valid UTF-8, or a character that XML does not allow", bad);
+}
 
-    if (atText("<?xml") && at_ + 5 < text_.size() && isXmlSpace(text_[at_ + 5])) readDeclaration();
+void XmlReader::readProlog()
+{
+    if (atText(kByteOrderMark)) skip(kByteOrderMark);
+    if (atDeclaration()) readDeclaration();
     for (;;) {
         skipSpace();
-        if (atText("<!--")) {
+        if (atText(kCommentOpen)) {
             readComment();
-        } else if (atText("<?")) {
+        } else if (atText(kInstructionOpen)) {
             readInstruction();
         } else {
             break;
         }
     }
-    if (atText("<!DOCTYPE")) fail("document type declarations are not accepted");
+    if (atText(kDoctypeOpen)) fail("document type declarations are not accepted");
     if (!atText("<")) fail(rest().empty() ? "there is no root element" : "text before the root element");
-}
-
-InTag XmlReader::root()
-{
-    return InTag(*this);
 }
 
 void XmlReader::finish()
@@ -88,23 +162,22 @@ void XmlReader::finish()
     for (;;) {
         skipSpace();
         if (rest().empty()) return;
-        if (!atText("<!--")) fail("something is left over after the root element");
+        if (!atText(kCommentOpen)) fail("something is left over after the root element");
         readComment();
     }
 }
 
 std::string XmlReader::place(std::size_t at) const
 {
+    bool const marked = text_.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0; // the mark is no character
     std::size_t line = 1;
     std::size_t column = 1;
-    for (std::size_t i = text_.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0 ? kByteOrderMark.size() : 0;
-         i < std::min(at, text_.size()); ++i) {
+    for (std::size_t i = marked ? kByteOrderMark.size() : 0; i < std::min(at, text_.size()); ++i) {
         bool const lineEnd = text_[i] == '\n' || (text_[i] == '\r' && text_.compare(i + 1, 1, "\n") != 0);
-        bool const startsCharacter = (static_cast<unsigned char>(text_[i]) & 0xC0u) != 0x80u;
         if (lineEnd) {
             ++line;
             column = 1;
-        } else if (startsCharacter) {
+        } else if (!isContinuationByte(text_[i])) {
             ++column;
         }
     }
@@ -116,12 +189,20 @@ void XmlReader::fail(std::string const& message, std::size_t at) const
     throw Serializable::LoadFail(place(at) + ": " + message);
 }
 
+// Advances past `markup`, which must be at the position of the reader.
+void XmlReader::skip(std::string_view markup)
+{
+    assert(atText(markup));
+    at_ += markup.size();
+}
+
 void XmlReader::expect(std::string_view expected, char const* message)
 {
     if (!atText(expected)) fail(message);
-    at_ += expected.size();
+    skip(expected);
 }
 
+// Returns whether there was any white space.
 bool XmlReader::skipSpace()
 {
     std::size_t const before = at_;
@@ -138,7 +219,7 @@ std::string_view XmlReader::readName(char const* what)
     return name;
 }
 
-// The text up to `end`, which is passed over; without it the message points at `start`.
+// The text up to `end`, which is passed as well. If `end` does not occur, the message gives the position of `start`.
 std::string_view XmlReader::readUntil(std::string_view end, char const* message, std::size_t start)
 {
     std::size_t const length = rest().find(end);
@@ -148,6 +229,7 @@ std::string_view XmlReader::readUntil(std::string_view end, char const* message,
     return text;
 }
 
+// Length of the reference at the beginning of `text`. `at` is the offset of `text` in the document.
 std::size_t XmlReader::checkReference(std::string_view text, std::size_t at) const
 {
     std::size_t const length = resolveReference(text, nullptr);
@@ -155,38 +237,48 @@ std::size_t XmlReader::checkReference(std::string_view text, std::size_t at) con
     return length;
 }
 
+// "<?xml" with white space behind it; otherwise "<?xml-stylesheet" would be taken for a declaration.
+bool XmlReader::atDeclaration() const
+{
+    std::size_t const after = at_ + kDeclarationOpen.size();
+    return atText(kDeclarationOpen) && after < text_.size() && isXmlSpace(text_[after]);
+}
+
 void XmlReader::readDeclaration()
 {
-    at_ += 5; // <?xml
-    for (std::size_t part = 0;;) {
-        bool const spaced = skipSpace();
-        if (atText("?>")) {
-            if (part == 0) fail("the XML declaration has no version");
-            at_ += 2;
-            return;
+    skip(kDeclarationOpen);
+    auto const* next = std::begin(kDeclarationParts); // the parts before it have been read or left out
+    while (nextDeclarationPart()) {
+        std::size_t const start = at_;
+        auto const [name, text] = readAttribute();
+        auto const* const part = std::find_if(next, std::end(kDeclarationParts),
+                                              [name = name](DeclarationPart const& p) { return p.name == name; });
+        bool const versionLeftOut = next == std::begin(kDeclarationParts) && part != next;
+        if (part == std::end(kDeclarationParts) || versionLeftOut) {
+            fail("unexpected part of the XML declaration", start);
         }
-        if (!spaced) fail("expected white space in the XML declaration");
-        static constexpr std::string_view kParts[] = {"version", "encoding", "standalone"};
-        std::size_t const nameAt = at_;
-        tag_.attributes.clear();
-        readAttribute();
-        auto const [name, value] = tag_.attributes.front();
-        while (part < 3 && kParts[part] != name && part > 0) ++part; // in this order; all but the version may be absent
-        if (part == 3 || kParts[part] != name) fail("unexpected part of the XML declaration", nameAt);
-        bool const good = part == 0   ? isKnownVersion(value)
-                          : part == 1 ? equalIgnoringCase(value, "utf-8") || equalIgnoringCase(value, "us-ascii")
-                                      : value == "yes" || value == "no";
-        if (!good) {
-            fail("cannot read a document of " + std::string(name) + " \"" + shortened(value) + "\"", nameAt);
+        if (!part->accepts(text)) {
+            fail("cannot read a document of " + std::string(name) + " \"" + shortened(text) + "\"", start);
         }
-        ++part;
+        next = part + 1;
     }
+    if (next == std::begin(kDeclarationParts)) fail("the XML declaration has no version");
+    skip(kInstructionClose);
+}
+
+// Advances to the next part or to the end of the declaration; returns whether there is another part.
+bool XmlReader::nextDeclarationPart()
+{
+    bool const spaced = skipSpace();
+    if (atText(kInstructionClose)) return false;
+    if (!spaced) fail("expected white space in the XML declaration");
+    return true;
 }
 
 void XmlReader::readComment()
 {
     std::size_t const start = at_;
-    at_ += 4; // <!--
+    skip(kCommentOpen);
     readUntil("--", "a comment is not closed", start);
     expect(">", "\"--\" is not allowed inside a comment");
 }
@@ -194,76 +286,57 @@ void XmlReader::readComment()
 void XmlReader::readInstruction()
 {
     std::size_t const start = at_;
-    at_ += 2; // <?
+    skip(kInstructionOpen);
     std::string_view const target = readName("a processing instruction");
     if (equalIgnoringCase(target, "xml")) fail("an XML declaration may only open the document", start);
-    if (!atText("?>") && !skipSpace()) fail("expected white space in a processing instruction");
-    readUntil("?>", "a processing instruction is not closed", start);
+    if (!atText(kInstructionClose) && !skipSpace()) fail("expected white space in a processing instruction");
+    readUntil(kInstructionClose, "a processing instruction is not closed", start);
 }
 
 XmlReader::StartTag const& XmlReader::readStartTag()
 {
-    if (depth_ == kMaxNesting) fail("elements are nested more than " + std::to_string(kMaxNesting) + " deep");
+    assert(atText("<"));
+    if (depth_ == maxNesting_) fail("elements are nested more than " + std::to_string(maxNesting_) + " deep");
     tag_.at = at_;
-    ++at_; // <
+    skip("<");
     tag_.name = readName("an element");
     tag_.attributes.clear();
     for (;;) {
         bool const spaced = skipSpace();
-        if (atText(">") || atText("/>")) break;
+        if (atText(">") || atText(kEmptyTagClose)) break;
         if (rest().empty()) fail("the tag <" + shortened(tag_.name) + "> is not closed", tag_.at);
         if (!spaced) fail("expected white space, \">\" or \"/>\"");
-        readAttribute();
+        tag_.attributes.push_back(readAttribute());
     }
-    tag_.empty = text_[at_] == '/';
-    at_ += tag_.empty ? 2 : 1;
-    refuseRepeatedAttributes();
+    tag_.empty = atText(kEmptyTagClose);
+    skip(tag_.empty ? kEmptyTagClose : ">");
+    std::string_view const twice = repeatedName(tag_.attributes);
+    if (!twice.empty()) fail("the attribute \"" + shortened(twice) + "\" is given twice", tag_.at);
     if (!tag_.empty) ++depth_;
     return tag_;
 }
 
-void XmlReader::readAttribute()
+XmlReader::Attribute XmlReader::readAttribute()
 {
     std::string_view const name = readName("an attribute");
     skipSpace();
     expect("=", "expected \"=\" after the name of an attribute");
     skipSpace();
     if (!atText("\"") && !atText("'")) fail("expected a quote before the text of an attribute");
-    std::string_view const quote = rest().substr(0, 1);
-    ++at_;
     std::size_t const start = at_;
-    std::string_view const raw = readUntil(quote, "the text of an attribute is not closed", start - 1);
-    for (std::size_t i = 0; i < raw.size();) {
-        i = std::min(raw.find_first_of("<&", i), raw.size());
-        if (i == raw.size()) break;
-        if (raw[i] == '<') fail("\"<\" is not allowed in the text of an attribute", start + i);
-        i += checkReference(raw.substr(i), start + i);
-    }
-    tag_.attributes.push_back({name, raw});
+    std::string_view const quote = rest().substr(0, 1);
+    skip(quote);
+    std::string_view const raw = readUntil(quote, "the text of an attribute is not closed", start);
+    checkAttributeText(raw, start + quote.size());
+    return {name, raw};
 }
 
-void XmlReader::refuseRepeatedAttributes()
+void XmlReader::checkAttributeText(std::string_view raw, std::size_t at) const
 {
-    auto const& attributes = tag_.attributes;
-    auto const refuse = [&](std::string_view name) {
-        fail("the attribute \"" + shortened(name) + "\" is given twice", tag_.at);
-    };
-    if (attributes.size() < 16) {
-        for (std::size_t i = 1; i < attributes.size(); ++i) {
-            for (std::size_t k = 0; k < i; ++k) {
-                if (attributes[i].name == attributes[k].name) refuse(attributes[i].name);
-            }
-        }
-        return;
+    for (std::size_t i = raw.find_first_of("<&"); i < raw.size(); i = raw.find_first_of("<&", i)) {
+        if (raw[i] == '<') fail("\"<\" is not allowed in the text of an attribute", at + i);
+        i += checkReference(raw.substr(i), at + i);
     }
-    // Sorted by hash, so that long names are seldom compared, but not looked up by it: names can be chosen to collide.
-    std::vector<std::pair<std::size_t, std::string_view>> names;
-    names.reserve(attributes.size());
-    for (auto const& attribute : attributes)
-        names.emplace_back(std::hash<std::string_view>()(attribute.name), attribute.name);
-    std::sort(names.begin(), names.end());
-    auto const twice = std::adjacent_find(names.begin(), names.end());
-    if (twice != names.end()) refuse(twice->second);
 }
 
 XmlReader::Next XmlReader::nextInContent(std::string* text, bool* blank)
@@ -272,13 +345,13 @@ XmlReader::Next XmlReader::nextInContent(std::string* text, bool* blank)
         if (rest().empty()) fail("the document ends inside an element");
         if (!atText("<")) {
             readCharacterData(text, blank);
-        } else if (atText("</")) {
+        } else if (atText(kEndTagOpen)) {
             return Next::EndTag;
-        } else if (atText("<!--")) {
+        } else if (atText(kCommentOpen)) {
             readComment();
-        } else if (atText("<![CDATA[")) {
+        } else if (atText(kCdataOpen)) {
             readCdata(text, blank);
-        } else if (atText("<?")) {
+        } else if (atText(kInstructionOpen)) {
             readInstruction();
         } else {
             return Next::StartTag;
@@ -289,6 +362,8 @@ XmlReader::Next XmlReader::nextInContent(std::string* text, bool* blank)
 void XmlReader::readCharacterData(std::string* text, bool* blank)
 {
     std::string_view const raw = rest().substr(0, rest().find('<'));
+    // The search is for ">", because the library escapes it in its own documents, while packed vectors contain many
+    // "]".
     for (std::size_t i = raw.find('>'); i < raw.size(); i = raw.find('>', i + 1)) {
         if (i >= 2 && raw[i - 1] == ']' && raw[i - 2] == ']') fail("\"]]>\" is not allowed in text", at_ + i - 2);
     }
@@ -303,16 +378,17 @@ void XmlReader::readCharacterData(std::string* text, bool* blank)
 void XmlReader::readCdata(std::string* text, bool* blank)
 {
     std::size_t const start = at_;
-    at_ += 9; // <![CDATA[
-    std::string_view const raw = readUntil("]]>", "a CDATA section is not closed", start);
+    skip(kCdataOpen);
+    std::string_view const raw = readUntil(kCdataClose, "a CDATA section is not closed", start);
     if (text) appendLines(*text, raw);
     if (blank && !isBlank(raw)) *blank = false;
 }
 
 void XmlReader::readEndTag(std::string_view name)
 {
+    assert(depth_ > 0);
     std::size_t const start = at_;
-    at_ += 2; // </
+    skip(kEndTagOpen);
     std::string_view const found = readName("an element");
     skipSpace();
     expect(">", "expected \">\"");

@@ -1,11 +1,6 @@
 #pragma once
 
-/// A pull reader of one XML 1.0 document that may come from a stranger.
-///
-/// The document is held as text, checked once for characters that XML does not allow, and walked through once, front to
-/// back. Nothing is expanded but the five predefined entities and character references; a document type declaration is
-/// refused. Elements are nested at most `kMaxNesting` deep. Every error is a `Serializable::LoadFail` with line and
-/// column, which are counted only then.
+/// The reader of XML documents that `sinew::readDocument` and `InTag` are built on.
 
 #include <cstddef>
 #include <iosfwd>
@@ -13,38 +8,45 @@
 #include <string_view>
 #include <vector>
 
-#include <sinew/framework/tags.h>
-
 namespace sinew::detail {
 
+/// A pull reader of one XML 1.0 document, which may come from an untrusted source: the caller asks for the next tag,
+/// and the reader advances to it.
+///
+/// The document is kept in memory as text. Its characters are checked once, then it is read once from front to back.
+/// Only the five predefined entities and character references are resolved; a document type declaration is refused.
+/// Every error is a `Serializable::LoadFail` with line and column, which are counted only when an error occurs.
+///
+/// After the constructor the position of the reader is the opening tag of the root element. `readStartTag`,
+/// `nextInContent`, `readEndTag` and `skipContent` advance it from there.
+/// Source: W3C, Extensible Markup Language (XML) 1.0, fifth edition, 2008.
 class XmlReader
 {
 public:
-    /// Takes all of `in` and reads up to the root element.
-    explicit XmlReader(std::istream& in);
+    /// Takes all characters of `in`, whose state is not changed, and reads up to the root element.
+    /// @param maxNesting  the greatest depth of nested elements, the root having depth 1.
+    XmlReader(std::istream& in, int maxNesting);
     XmlReader(XmlReader const&) = delete;
     XmlReader& operator=(XmlReader const&) = delete;
 
-    /// The opening tag of the root element.
-    InTag root();
-
-    /// After the root element: nothing but white space and comments may follow.
+    /// Checks the text after the root element: only white space and comments are allowed.
     void finish();
 
-    /// An opening tag, as a view of the document that is valid until the next opening tag is read.
+    struct Attribute
+    {
+        std::string_view name;
+        std::string_view raw; ///< The text in the document, with unresolved references.
+    };
+
+    /// An opening tag. Its texts are views of the document.
     struct StartTag
     {
-        struct Attribute
-        {
-            std::string_view name;
-            std::string_view raw; ///< references not yet resolved
-        };
-        std::size_t at = 0;
-        std::string_view name;
-        bool empty = false; ///< closed by itself: no content and no closing tag follow
+        std::size_t at = 0;    ///< Offset in the document.
+        std::string_view name; ///< The name of the element.
+        bool empty = false;    ///< Whether the tag ends with "/>": no content and no closing tag follow.
         std::vector<Attribute> attributes;
     };
-    /// Reads the opening tag that `nextInContent` or the prolog stopped at.
+    /// Reads the opening tag at the position of the reader. The result is valid until the next call.
     StartTag const& readStartTag();
 
     enum class Next
@@ -52,21 +54,23 @@ public:
         StartTag,
         EndTag
     };
-    /// Reads character data, comments and instructions up to the next tag, which is left unread.
-    /// @param text  receives the character data, resolved; may be null.
-    /// @param blank  becomes false if character data other than white space was met; may be null.
+    /// Reads content up to the next tag, and stops at that tag. Comments and processing instructions are left out.
+    /// @param text  receives the character data at its end, with references resolved; may be null.
+    /// @param blank  becomes false if the character data is more than white space; may be null.
     Next nextInContent(std::string* text, bool* blank);
 
-    /// Reads the closing tag that `nextInContent` stopped at; it must bear `name`.
+    /// Reads the closing tag at the position of the reader. It must have the given name.
     void readEndTag(std::string_view name);
 
-    /// Skips content and closing tag of an element that bears `name`, without recursion.
+    /// Skips the rest of the content and the closing tag of the element with the given name. It does not recurse, so
+    /// the depth of the content does not matter for the stack.
     void skipContent(std::string_view name);
 
-    /// "line 3, column 5" of an offset into the document; columns count characters from 1.
+    /// The position of an offset in the document as "line 3, column 5". Lines and columns count from 1, columns count
+    /// characters.
     std::string place(std::size_t at) const;
 
-    /// Throws `LoadFail` with the line and column of an offset into the document.
+    /// Throws `Serializable::LoadFail` with the position of an offset in the document and `message`.
     [[noreturn]] void fail(std::string const& message, std::size_t at) const;
 
 private:
@@ -74,23 +78,29 @@ private:
 
     std::string_view rest() const { return std::string_view(text_).substr(at_); }
     bool atText(std::string_view expected) const { return rest().substr(0, expected.size()) == expected; }
+    void skip(std::string_view markup);
     void expect(std::string_view expected, char const* message);
     bool skipSpace();
     std::string_view readName(char const* what);
     std::string_view readUntil(std::string_view end, char const* message, std::size_t start);
     std::size_t checkReference(std::string_view text, std::size_t at) const;
 
+    void checkCharacters();
+    void readProlog();
+    bool atDeclaration() const;
     void readDeclaration();
+    bool nextDeclarationPart();
     void readComment();
     void readInstruction();
     void readCharacterData(std::string* text, bool* blank);
     void readCdata(std::string* text, bool* blank);
-    void readAttribute();
-    void refuseRepeatedAttributes();
+    Attribute readAttribute();
+    void checkAttributeText(std::string_view raw, std::size_t at) const;
 
     std::string text_;
-    std::size_t at_ = 0;
-    int depth_ = 0;
+    std::size_t at_ = 0; // offset of the next character to read
+    int maxNesting_;
+    int depth_ = 0; // number of open elements
     StartTag tag_;
 };
 

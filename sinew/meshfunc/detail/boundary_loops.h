@@ -7,7 +7,7 @@
 
 namespace sinew::detail {
 
-/// A walk along boundary edges: segment j runs from vertices[j] to vertices[j + 1], on triangle triangles[j].
+/// A walk along boundary edges: segment j runs from vertices[j] to vertices[j + 1] and is an edge of triangles[j].
 struct BoundaryLoop
 {
     std::vector<int> vertices;
@@ -16,12 +16,13 @@ struct BoundaryLoop
 
 /// The boundary loops of `facets`, three vertex indices a triangle.
 ///
-/// Triangles are taken in order. An edge whose reverse is waiting takes that one away and is gone itself; otherwise it
-/// waits, in place of an equal one. What still waits at the end is the boundary. Each loop starts at the smallest
-/// vertex that an edge still leaves, and leaves each vertex by the edge to the smallest vertex.
+/// The edges of the triangles are taken in the order of `facets`. An edge whose reverse is stored removes that reverse
+/// and is not stored. Any other edge is stored, in place of an equal edge if there is one. The edges that are stored at
+/// the end are the boundary. Each loop starts at the smallest vertex that has an unused leaving edge, and leaves each
+/// vertex along the edge to the smallest vertex.
 ///
-/// Triangles that name a vertex outside [0, vertexCount) do not take part. Linear cost, plus the logarithm of the
-/// number of edges at a vertex for crowded vertices.
+/// Triangles that name a vertex outside [0, vertexCount) do not take part. Linear cost, plus the sorting of the edges
+/// at each vertex. There must be fewer than 2^31 triangles.
 std::vector<BoundaryLoop> boundaryLoops(std::vector<int> const& facets, std::size_t vertexCount);
 
 } // namespace sinew::detail

@@ -1,70 +1,73 @@
+// Point location in nested uniform grids.
+//
+// Sources: M. Edahiro, I. Kokubo, T. Asano, A new point-location algorithm and its practical efficiency, ACM
+// Transactions on Graphics 3(2), 1984 (cells with lists); D. Jevans, B. Wyvill, Adaptive voxel subdivision for ray
+// tracing, Graphics Interface 1989 (a grid inside a crowded cell); D. E. Knuth, The Art of Computer Programming,
+// volume 3, 2nd edition 1998, section 6.4 (overflow buckets).
+
 #include <sinew/meshfunc/detail/cell_triangles.h>
 
-#include <sinew/meshfunc/detail/mesh_cells.h>
+#include <utility>
 
 namespace sinew::detail {
 
-namespace {
-
-/// The weights of a point in a triangle.
-struct Weights
+CellTriangles::CellTriangles(FinerGrids finer, std::vector<PreparedTriangle> own, PreparedTriangle const* shared)
+    : finer_(std::move(finer)), own_(std::move(own))
 {
-    double u, v, w;
+    triangles_ = shared ? shared : own_.data();
+}
 
-    Weights(LocatedTriangle const& triangle, tzNM::vect2<double> const& p)
-    {
-        tzNM::vect2<double> const d = p - triangle.origin;
-        u = triangle.inverse[0] * d.x + triangle.inverse[1] * d.y;
-        v = triangle.inverse[2] * d.x + triangle.inverse[3] * d.y;
-        w = 1 - u - v;
-    }
-    /// A NaN weight is not below the tolerance and accepts, as it does everywhere.
-    bool accept() const
-    {
-        return !(static_cast<int>(u < -kInsideTolerance) | static_cast<int>(v < -kInsideTolerance) |
-                 static_cast<int>(w < -kInsideTolerance));
-    }
-};
-
-} // namespace
-
-// Which of a few candidates holds the point is as good as random, and a wrongly foreseen branch costs more than testing
-// another triangle. So two are tested at a time, and the first to accept is selected without a branch.
-bool CellTriangles::find(tzNM::vect2<double> const& p, Located* located) const
+// Tests the triangles of one bucket. Returns whether one of them accepts `p`; if not, `last` is the link that says
+// where the search continues.
+//
+// The processor cannot predict which of a few candidates accepts the point, and a wrongly predicted branch costs more
+// than testing another triangle. So the candidates are tested in pairs, and the first one to accept is selected without
+// a branch.
+inline bool CellTriangles::findInBucket(CellBucket const& bucket, tzNM::vect2<double> const& p, CellLink* last,
+                                        TriangleHit* hit) const
 {
-    Bucket const* bucket = &buckets_[root_.index(root_.cell(p.x, 0), root_.cell(p.y, 1))];
+    static_assert(CellBucket::kLinks % 2 == 0);
+    for (std::size_t k = 0; k < CellBucket::kLinks; k += 2) {
+        CellLink const first = bucket.links[k];
+        CellLink const second = bucket.links[k + 1];
+        if (!first.isTriangle()) {
+            *last = first;
+            return false;
+        }
+        // A link that is no triangle is replaced by the first triangle, so that two triangles are tested in any case.
+        CellLink::Number const numbers[2] = {first.triangle(), (second.isTriangle() ? second : first).triangle()};
+        Weights const weights[2] = {weightsOf(triangles_[numbers[0]], p), weightsOf(triangles_[numbers[1]], p)};
+        bool const firstAccepts = weights[0].accepted();
+        if (static_cast<int>(firstAccepts) | static_cast<int>(weights[1].accepted())) {
+            auto const chosen = static_cast<std::size_t>(!firstAccepts);
+            *hit = {triangles_[numbers[chosen]].corners, weights[chosen]};
+            return true;
+        }
+        if (!second.isTriangle()) {
+            *last = second;
+            return false;
+        }
+    }
+    *last = CellLink(); // four triangles: the list ends with the bucket
+    return false;
+}
+
+bool CellTriangles::find(tzNM::vect2<double> const& p, TriangleHit* hit) const
+{
+    CellBucket const* bucket = &finer_.buckets[finer_.root.indexOf(p)];
     for (;;) {
-        Reference const* references = bucket->references;
-        Reference link = references[0];
-        for (int k = 0; k < 4; k += 2) {
-            link = references[k];
-            if (link >= kBucket) break;
-            link = references[k + 1];
-            Reference const pair[2] = {references[k], link < kBucket ? link : references[k]};
-            Weights const first(triangles_[pair[0]], p), second(triangles_[pair[1]], p);
-            bool const firstAccepts = first.accept();
-            if (firstAccepts | second.accept()) {
-                Weights const candidates[2] = {first, second};
-                Weights const& chosen = candidates[!firstAccepts];
-                *located = {triangles_[pair[!firstAccepts]].corners, chosen.u, chosen.v, chosen.w};
-                return true;
-            }
-            if (link >= kBucket) break;
-        }
-        if (link < kBucket || link == kNothing) return false; // a full bucket without a link ends the list
-        if (link & kGrid) {
-            FinerGrid const& grid = grids_[link & ~kGrid];
-            bucket = &buckets_[grid.index(grid.cell(p.x, 0), grid.cell(p.y, 1))];
-        } else {
-            bucket = &buckets_[link & ~kBucket];
-        }
+        CellLink last;
+        if (findInBucket(*bucket, p, &last, hit)) return true;
+        if (last.isEnd()) return false;
+        std::size_t const next = last.isGrid() ? finer_.inner[last.number()].indexOf(p) : last.number();
+        bucket = &finer_.buckets[next];
     }
 }
 
 std::size_t CellTriangles::memory() const
 {
-    return sizeof *this + own_.capacity() * sizeof(LocatedTriangle) + buckets_.capacity() * sizeof(Bucket) +
-           grids_.capacity() * sizeof(FinerGrid);
+    return sizeof *this + own_.capacity() * sizeof(PreparedTriangle) + finer_.buckets.capacity() * sizeof(CellBucket) +
+           finer_.inner.capacity() * sizeof(FinerGrid);
 }
 
 } // namespace sinew::detail

@@ -1,47 +1,47 @@
+// Branch and bound over a tree of bounding boxes: N. Roussopoulos, S. Kelley, F. Vincent, Nearest neighbor queries,
+// SIGMOD 1995. The lower bound is their MINDIST. The tree is split at the median along the longer side of the box.
+
 #include <sinew/meshfunc/detail/loop_boxes.h>
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <numeric>
 
 namespace sinew::detail {
 
 namespace {
 
+// Up to this many loops are searched without a tree.
 constexpr std::size_t kFewLoops = 4;
 constexpr std::size_t kLoopsPerLeaf = 2;
 
-/// A projection is rounded, so it may lie outside its loop's box by some units in the last place of the coordinates.
+// Part of the largest coordinate by which the box of a loop is widened. A projection is rounded, so it may lie outside
+// the box by some units in the last place of the coordinates.
 constexpr double kBoxMargin = 1e-13;
+
+// A box that holds all projections on a loop. For a loop with a coordinate that is not finite this is the whole plane,
+// because nothing is known about its projections.
+Box boxOf(PolylineProjector const& loop)
+{
+    Box box;
+    double largest = 0;
+    for (Vector3 const& v : loop.points) {
+        if (!std::isfinite(v.x) || !std::isfinite(v.y)) return Box::plane();
+        box.include(tzNM::vect2<double>(v.x, v.y));
+        largest = std::max({largest, std::fabs(v.x), std::fabs(v.y)});
+    }
+    box.widen(kBoxMargin * largest);
+    return box;
+}
 
 } // namespace
 
 std::unique_ptr<LoopBoxes> LoopBoxes::build(Loops const& loops)
 {
     if (loops.size() <= kFewLoops) return nullptr;
-    constexpr double kInfinity = std::numeric_limits<double>::infinity();
-    std::vector<Node> boxes(loops.size());
-    for (std::size_t k = 0; k < loops.size(); ++k) {
-        Node& box = boxes[k];
-        box.low = {kInfinity, kInfinity};
-        box.high = {-kInfinity, -kInfinity};
-        double largest = 0;
-        bool finite = true;
-        for (Vector3 const& v : loops[k]->points) {
-            box.low = {std::min(box.low.x, v.x), std::min(box.low.y, v.y)};
-            box.high = {std::max(box.high.x, v.x), std::max(box.high.y, v.y)};
-            largest = std::max({largest, std::fabs(v.x), std::fabs(v.y)});
-            finite = finite && std::isfinite(v.x) && std::isfinite(v.y);
-        }
-        tzNM::vect2<double> const margin(kBoxMargin * largest, kBoxMargin * largest);
-        box.low -= margin;
-        box.high += margin;
-        if (!finite) { // may answer anything, so it is always asked
-            box.low = {-kInfinity, -kInfinity};
-            box.high = {kInfinity, kInfinity};
-        }
-    }
+    std::vector<Box> boxes;
+    boxes.reserve(loops.size());
+    for (auto const& loop : loops) boxes.push_back(boxOf(*loop));
     auto tree = std::make_unique<LoopBoxes>();
     tree->order_.resize(loops.size());
     std::iota(tree->order_.begin(), tree->order_.end(), std::size_t{0});
@@ -51,25 +51,24 @@ std::unique_ptr<LoopBoxes> LoopBoxes::build(Loops const& loops)
     return tree;
 }
 
-/// Makes `node` the box of loops order_[first] to order_[last], halved along its longer side until few are left.
-void LoopBoxes::split(std::size_t node, std::size_t first, std::size_t last, std::vector<Node> const& boxes)
+// Makes `node` the box of the loops order_[first] to order_[last - 1], and halves them along its longer side until few
+// are left.
+void LoopBoxes::split(std::size_t node, std::size_t first, std::size_t last, std::vector<Box> const& boxes)
 {
-    Node all = boxes[order_[first]];
-    for (std::size_t i = first + 1; i < last; ++i) {
-        Node const& box = boxes[order_[i]];
-        all.low = {std::min(all.low.x, box.low.x), std::min(all.low.y, box.low.y)};
-        all.high = {std::max(all.high.x, box.high.x), std::max(all.high.y, box.high.y)};
-    }
+    assert(first < last && last <= order_.size());
+    Node all;
+    for (std::size_t i = first; i < last; ++i) all.box.include(boxes[order_[i]]);
     if (last - first <= kLoopsPerLeaf) {
         all.first = first;
         all.loops = last - first;
         nodes_[node] = all;
         return;
     }
-    int const axis = all.high.x - all.low.x > all.high.y - all.low.y ? 0 : 1;
+    int const axis = all.box.high.x - all.box.low.x > all.box.high.y - all.box.low.y ? 0 : 1;
+    // Twice the middle of a loop's box. The infinite box has none; 0 gives it a defined place in the order.
     auto const middle = [&](std::size_t loop) {
         double const sum = boxes[loop].low[axis] + boxes[loop].high[axis];
-        return std::isnan(sum) ? 0 : sum; // of an infinite box: it must have some place in the order
+        return std::isnan(sum) ? 0 : sum;
     };
     std::size_t const half = first + (last - first) / 2;
     auto const at = [&](std::size_t i) { return order_.begin() + static_cast<std::ptrdiff_t>(i); };

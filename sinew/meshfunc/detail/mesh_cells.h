@@ -1,40 +1,57 @@
 #pragma once
 
-/// The rules that construction and queries of a mesh function must share to the bit: which cell a coordinate falls
-/// into, which triangles exist, which determinants are degenerate.
+/// The rules that construction and queries of a mesh function share to the bit: which cell a coordinate falls into, and
+/// which triangles exist.
 
-#include <cmath>
+#include <cassert>
 #include <cstddef>
 #include <vector>
 
 namespace sinew::detail {
 
-/// Cells along each axis of the public grid. Part of what callers see, so it does not follow the size of the mesh.
-constexpr int kGridCells = 20;
+/// Corners of a triangle; also the number of entries that a triangle has in `facets`.
+inline constexpr std::size_t kCorners = 3;
 
-/// How far, in cells, a coordinate may miss a cell's border and still count as on it.
-constexpr double kCellTolerance = 1e-8;
+/// Cells along each axis of the public grid. Callers see this number, so it does not depend on the size of the mesh.
+inline constexpr int kGridCells = 20;
 
-/// Barycentric weights down to minus this count as inside, so that points on shared edges are never lost to rounding.
-constexpr double kInsideTolerance = 1e-8;
+/// Distance, in cells, by which a coordinate may miss the border of the grid and still count as lying on it.
+inline constexpr double kCellTolerance = 1e-8;
 
-/// Determinants and squared lengths below this are degenerate. Absolute: the domain is expected to be of order one.
-constexpr double kDegenerate = 1.0000000000000001e-16;
+/// The square of an extent above this would come near the largest double, 1.8e308. Finer grids are not built over such
+/// domains.
+inline constexpr double kLargestExtent = 1e150;
 
-/// The cell of the coordinate `s`, measured in cells, on an axis of `size` cells; NaN falls into cell 0.
-inline int cellOfCoordinate(double s, int size)
+/// A number that is known not to be negative, as an index into a vector.
+inline std::size_t toIndex(int number)
 {
-    if (s > size - kCellTolerance) return size - 1;
-    if (!(s >= kCellTolerance)) return 0; // the NaN side is meant
-    return static_cast<int>(s);           // s is positive: that is its floor
+    assert(number >= 0);
+    return static_cast<std::size_t>(number);
 }
 
-/// Fetches the corners of triangle `t`; false if there is no such triangle or it names a vertex outside `vertexCount`.
+/// The cell of the coordinate `s` on an axis of `size` cells, size >= 1. `s` is measured in cells from the lower end of
+/// the grid. Coordinates outside the grid fall into the outermost cell; NaN falls into cell 0.
+inline int cellOfCoordinate(double s, int size)
+{
+    assert(size >= 1);
+    if (s > size - kCellTolerance) return size - 1;
+    if (!(s >= kCellTolerance)) return 0; // a NaN is meant to come here
+    return static_cast<int>(s);           // equals the floor, because s is positive
+}
+
+/// Index of the cell in column `cx` and row `cy` of a grid with `rows` rows.
+inline std::size_t cellIndex(int cx, int cy, int rows)
+{
+    return toIndex(cx) * toIndex(rows) + toIndex(cy);
+}
+
+/// Fetches the vertex indices of triangle `t`. Returns false if there is no such triangle, or if it names a vertex
+/// outside [0, vertexCount); `corners` is then unspecified.
 inline bool triangleCorners(std::vector<int> const& facets, std::size_t t, std::size_t vertexCount, int corners[3])
 {
-    if (t >= facets.size() / 3) return false;
-    for (std::size_t k = 0; k < 3; ++k) {
-        corners[k] = facets[3 * t + k];
+    if (t >= facets.size() / kCorners) return false;
+    for (std::size_t k = 0; k < kCorners; ++k) {
+        corners[k] = facets[kCorners * t + k];
         if (corners[k] < 0 || static_cast<std::size_t>(corners[k]) >= vertexCount) return false;
     }
     return true;

@@ -4,82 +4,87 @@
 #include <cmath>
 #include <new>
 
+#include <sinew/meshfunc/detail/cell_triangles_builder.h>
+
 namespace sinew::detail {
 
 namespace {
 
-/// Bytes that may be spent in all: so many for each triangle, and some more, so that small meshes, whose triangles each
-/// lie in many cells, need not count. Without a limit a soup of overlapping triangles would fill the memory.
+// The budget of all structures together: this for each triangle, and this for each mesh. The second number is for
+// small meshes, where each triangle lies in many cells. Without a limit, many overlapping triangles would fill the
+// memory.
 constexpr double kBytesPerTriangle = 108;
-constexpr double kBytesInAnyCase = 1 << 20;
+constexpr double kBytesPerMesh = 1 << 20;
 
-/// Meshes with up to this many triangles and list entries are prepared at once; it takes some ten milliseconds.
+// The structures of meshes with up to this many triangles and list entries are built at once, which takes about ten
+// milliseconds.
 constexpr std::size_t kPreparedEntries = 1 << 16;
-
-/// Domains larger than this would overflow when their extents are squared.
-constexpr double kLargestExtent = 1e150;
 
 } // namespace
 
-CellTriangles const TriangleLocator::kNoHelp;
+CellTriangles const TriangleLocator::kNoStructure;
 
-std::unique_ptr<TriangleLocator> TriangleLocator::build(MeshFunction2D const& f)
+std::unique_ptr<TriangleLocator> TriangleLocator::build(MeshView const& mesh)
 {
-    double const extent = std::max(f.domainMax.x - f.domainMin.x, f.domainMax.y - f.domainMin.y);
-    bool const finite = extent < kLargestExtent && std::isfinite(f.gridScale[0]) && std::isfinite(f.gridScale[1]);
-    bool const hasGrid = f.gridCells.size() == kCellCount && f.gridSize[0] == kGridCells && f.gridSize[1] == kGridCells;
-    return finite && hasGrid ? std::make_unique<TriangleLocator>(f) : nullptr;
+    double const extent = std::max(mesh.domainMax.x - mesh.domainMin.x, mesh.domainMax.y - mesh.domainMin.y);
+    bool const finite = extent < kLargestExtent && std::isfinite(mesh.gridScale[0]) && std::isfinite(mesh.gridScale[1]);
+    bool const hasGrid =
+        mesh.gridCells.size() == kCellCount && mesh.gridSize[0] == kGridCells && mesh.gridSize[1] == kGridCells;
+    return finite && hasGrid ? std::make_unique<TriangleLocator>(mesh) : nullptr;
 }
 
-TriangleLocator::TriangleLocator(MeshFunction2D const& f)
-    : vertexCount_(std::min(f.params.size(), f.values.size())), paramCount_(f.params.size()),
-      facetCount_(f.facets.size())
+TriangleLocator::TriangleLocator(MeshView const& mesh)
+    : vertexCount_(mesh.vertexCount), paramCount_(mesh.params.size()), facetCount_(mesh.facets.size())
 {
     std::size_t entries = 0;
-    for (auto const& list : f.gridCells) entries += list.size();
-    std::size_t const triangles = f.facets.size() / 3;
-    double bytes = kBytesInAnyCase + kBytesPerTriangle * static_cast<double>(triangles);
-    bool const prepared = std::max(entries, triangles) <= kPreparedEntries;
-    if (prepared) bytes -= static_cast<double>(triangles * sizeof(LocatedTriangle));
+    for (auto const& list : mesh.gridCells) entries += list.size();
+    std::size_t const triangleCount = mesh.facets.size() / kCorners;
+    double bytes = kBytesPerMesh + kBytesPerTriangle * static_cast<double>(triangleCount);
+    bool const prepared = std::max(entries, triangleCount) <= kPreparedEntries;
+    if (prepared) bytes -= static_cast<double>(triangleCount * sizeof(PreparedTriangle));
     bytesPerEntry_ = bytes / std::max(1.0, static_cast<double>(entries));
     if (!prepared) return;
-    shared_.resize(triangles); // those without a record are in no list
-    for (std::size_t t = 0; t < triangles; ++t) locatedTriangle(f, t, &shared_[t]);
-    for (std::size_t cell = 0; cell < kCellCount; ++cell) supply(f, cell);
+    shared_.resize(triangleCount); // missing and degenerate triangles have no valid record; no list names them
+    for (std::size_t t = 0; t < triangleCount; ++t) {
+        int corners[kCorners];
+        if (triangleCorners(mesh.facets, t, vertexCount_, corners)) prepareTriangle(mesh.params, corners, &shared_[t]);
+    }
+    for (std::size_t cell = 0; cell < kCellCount; ++cell) supply(mesh, cell);
 }
 
 TriangleLocator::~TriangleLocator()
 {
     for (auto const& cell : cells_) {
         CellTriangles const* known = cell.load(std::memory_order_relaxed);
-        if (known != &kNoHelp) delete known;
+        if (known != &kNoStructure) delete known;
     }
 }
 
-CellTriangles const* TriangleLocator::supply(MeshFunction2D const& f, std::size_t cell) const
+CellTriangles const* TriangleLocator::supply(MeshView const& mesh, std::size_t cell) const
 {
+    assert(matches(mesh));
     std::unique_ptr<CellTriangles const> built;
     try {
-        // Each cell spends its share alone, so that a tangle in one corner costs the rest of the mesh nothing.
-        double const share = bytesPerEntry_ * static_cast<double>(f.gridCells[cell].size());
-        built =
-            CellTriangles::build(f, cell, static_cast<std::size_t>(share), shared_.empty() ? nullptr : shared_.data());
+        // Each cell has its own budget, so that crowding in one cell takes no memory from the others.
+        double const budget = bytesPerEntry_ * static_cast<double>(mesh.gridCells[cell].size());
+        built = buildCellTriangles(mesh, cell, static_cast<std::size_t>(budget),
+                                   shared_.empty() ? nullptr : shared_.data());
     } catch (std::bad_alloc const&) {
-        return &kNoHelp; // for this query; the next one may find memory
+        return &kNoStructure; // for this query only: the next one may find memory
     }
     CellTriangles const* known = nullptr;
-    CellTriangles const* const mine = built ? built.get() : &kNoHelp;
+    CellTriangles const* const mine = built ? built.get() : &kNoStructure;
     if (!cells_[cell].compare_exchange_strong(known, mine, std::memory_order_acq_rel)) return known;
-    built.release();
+    static_cast<void>(built.release()); // cells_ owns it now
     return mine;
 }
 
 std::size_t TriangleLocator::memory() const
 {
-    std::size_t bytes = sizeof *this + shared_.capacity() * sizeof(LocatedTriangle);
+    std::size_t bytes = sizeof *this + shared_.capacity() * sizeof(PreparedTriangle);
     for (auto const& cell : cells_) {
         CellTriangles const* known = cell.load(std::memory_order_acquire);
-        if (known && known != &kNoHelp) bytes += known->memory();
+        if (known && known != &kNoStructure) bytes += known->memory();
     }
     return bytes;
 }

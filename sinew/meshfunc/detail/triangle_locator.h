@@ -1,70 +1,79 @@
 #pragma once
 
-/// What a mesh function keeps beside its public grid to evaluate fast: the `CellTriangles` of each cell.
+/// What a mesh function keeps beside its public grid to evaluate fast: the `CellTriangles` of each public cell.
 ///
-/// Small meshes have them all from the start, with one record a triangle for all cells. In a large mesh a cell's are
-/// built by the first query that needs them, so that construction stays cheap and only the cells that are asked are
-/// paid for.
+/// Small meshes get the structures of all cells at once, with one prepared record a triangle for all cells. In a large
+/// mesh the first query in a cell builds the structure of that cell. Construction then stays cheap, and a host pays
+/// only for the cells that it queries.
 
-#include <algorithm>
 #include <array>
 #include <atomic>
+#include <cassert>
 #include <cstddef>
 #include <memory>
 #include <vector>
 
 #include <sinew/meshfunc/detail/cell_triangles.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
-#include <sinew/meshfunc/mesh_function_2d.h>
+#include <sinew/meshfunc/detail/mesh_view.h>
+#include <sinew/meshfunc/detail/prepared_triangle.h>
 
 namespace sinew::detail {
 
+/// The structures of all public cells of one mesh.
 class TriangleLocator
 {
 public:
-    /// For the grid that `f` has. Null where it could not help: without a grid, or if the grid is not finite.
-    static std::unique_ptr<TriangleLocator> build(MeshFunction2D const& f);
+    /// For the grid of `mesh`. Null where it would not help: without a grid, or with a grid that is not finite.
+    static std::unique_ptr<TriangleLocator> build(MeshView const& mesh);
 
-    explicit TriangleLocator(MeshFunction2D const& f);
+    explicit TriangleLocator(MeshView const& mesh);
     TriangleLocator(TriangleLocator const&) = delete;
     TriangleLocator& operator=(TriangleLocator const&) = delete;
     ~TriangleLocator();
 
-    /// Whether `f` still has the vertices, triangles and cells that this was built for, as far as their numbers show.
-    /// If so, corners that are found lie within `values`.
-    bool matches(MeshFunction2D const& f) const
+    /// Whether `mesh` still has the numbers of vertices, facet entries and cells that it had when this was built.
+    /// If so, all corners that a search finds have an entry in `params` and in `values`.
+    bool matches(MeshView const& mesh) const
     {
-        return std::min(f.params.size(), f.values.size()) == vertexCount_ && f.params.size() == paramCount_ &&
-               f.facets.size() == facetCount_ && f.gridCells.size() == kCellCount && f.gridSize[0] == kGridCells &&
-               f.gridSize[1] == kGridCells;
+        return mesh.vertexCount == vertexCount_ && mesh.params.size() == paramCount_ &&
+               mesh.facets.size() == facetCount_ && mesh.gridCells.size() == kCellCount &&
+               mesh.gridSize[0] == kGridCells && mesh.gridSize[1] == kGridCells;
     }
 
-    /// The triangles of a cell, built now if need be; null if the public list has to do. `f` must match.
+    /// The structure of a cell, built now if it does not exist yet. Null if the public list must be searched instead:
+    /// if the structure does not fit into its budget, or if there is no memory for building it.
     ///
-    /// Several threads may ask at once: each that finds nothing builds, and the first to finish is kept. Without memory
-    /// to build in, the answer is null.
-    CellTriangles const* triangles(MeshFunction2D const& f, std::size_t cell) const
+    /// Several threads may call this at once. Each thread that finds no structure builds one, and the first to finish
+    /// stores its own for all.
+    ///
+    /// @param cell  index of a public cell.
+    /// @param view  returns the view of the mesh, which must match. Called only to build a structure, because making a
+    ///              view takes a noticeable part of a query's time.
+    template <typename View>
+    CellTriangles const* triangles(std::size_t cell, View const& view) const
     {
+        assert(cell < kCellCount);
         CellTriangles const* known = cells_[cell].load(std::memory_order_acquire);
-        if (!known) known = supply(f, cell);
-        return known == &kNoHelp ? nullptr : known;
+        if (!known) known = supply(view(), cell);
+        return known == &kNoStructure ? nullptr : known;
     }
 
-    /// Bytes held by everything built so far.
+    /// Bytes held by everything that was built so far.
     std::size_t memory() const;
 
 private:
     static constexpr std::size_t kCellCount = std::size_t{kGridCells} * kGridCells;
-    static CellTriangles const kNoHelp; // stands for cells that are better asked the plain way
+    static CellTriangles const kNoStructure; // stands for "search the public list"
 
-    CellTriangles const* supply(MeshFunction2D const& f, std::size_t cell) const;
+    CellTriangles const* supply(MeshView const& mesh, std::size_t cell) const;
 
     std::size_t vertexCount_;
     std::size_t paramCount_;
     std::size_t facetCount_;
-    double bytesPerEntry_;                // that may be spent for each entry of a public list
-    std::vector<LocatedTriangle> shared_; // of all triangles, if all cells are built from the start
-    mutable std::array<std::atomic<CellTriangles const*>, kCellCount> cells_{};
+    double bytesPerEntry_;                 // budget for each entry of a public list
+    std::vector<PreparedTriangle> shared_; // of all triangles, if the structures of all cells are built at once
+    mutable std::array<std::atomic<CellTriangles const*>, kCellCount> cells_{}; // owned; null until they are built
 };
 
 } // namespace sinew::detail

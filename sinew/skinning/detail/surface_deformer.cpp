@@ -1,20 +1,31 @@
+// Linear blend skinning in blocks of vertices.
+//
+// Sources: N. Magnenat-Thalmann, R. Laperrière, D. Thalmann, Joint-dependent local deformations for hand animation and
+// object grasping, Graphics Interface 1988, for the weighted sum over the bones; K. Turkowski, Properties of
+// surface-normal transformations, Graphics Gems, 1990, for normals as cross products of transformed tangents.
+
 #include <sinew/skinning/detail/surface_deformer.h>
 
+#include <algorithm>
+#include <cassert>
 #include <cmath>
+#include <utility>
 
 #include <sinew/core/tolerances.h>
 
 namespace {
 
 using sinew::detail::DeformationInput;
+using sinew::detail::VectorWidth;
 using Influences = std::vector<std::pair<int, double>>;
 
-// Small enough to stay in the first-level cache, large enough that compilers see loops to vectorise: loops over eight
-// are unrolled first and then come out scalar (measured: half the speed).
+// Vertices of one block. All blocks of a step fit into the first-level cache. A much smaller block is slower: compilers
+// unroll a loop of eight steps completely before they try to vectorise it, and the result is scalar code (measured:
+// half the speed).
 constexpr std::size_t kBlock = 32;
 
-// Vectors component by component, so that one instruction works on several of them. Where the one-at-a-time code
-// branches, both sides are computed and one is selected.
+// The vectors of one block, component by component, so that one instruction works on several vectors. Where the
+// functions for a single vector branch, the functions for a block compute both sides and select one.
 struct Block
 {
     double x[kBlock];
@@ -22,11 +33,17 @@ struct Block
     double z[kBlock];
 };
 
-// A bone with one row per lane: the columns of its linear part, then its translation. The fourth lane is padding.
+// Rows of a bone's 3x3 linear part, and one row of padding, so that a column fills a vector of four doubles.
+constexpr int kPaddedRows = 4;
+
+using PaddedColumns = double[3][kPaddedRows]; // [column][row]
+using PaddedVector = double[kPaddedRows];
+
+// A bone, arranged so that one instruction works on all rows of a column.
 struct BoneColumns
 {
-    double linear[3][4];
-    double translation[4];
+    PaddedColumns linear;
+    PaddedVector translation;
 };
 
 BoneColumns columnsOf(BoneTransform const& bone)
@@ -39,6 +56,7 @@ BoneColumns columnsOf(BoneTransform const& bone)
     return result;
 }
 
+// Copies `lanes` vectors into the block; the other lanes become zero.
 template <typename Vector>
 SINEW_KERNEL void load(Vector const* source, std::size_t lanes, Block& block)
 {
@@ -50,7 +68,7 @@ SINEW_KERNEL void load(Vector const* source, std::size_t lanes, Block& block)
     }
 }
 
-// linear * (scale * v) + translation, as `Transform` maps a point.
+// Maps each vector v to linear * (scale * v) + translation, in the order of operations of `Transform`.
 SINEW_KERNEL void place(Transform const& t, Vector3 const& translation, Block& block)
 {
     Matrix3 const m = t.linear;
@@ -65,7 +83,7 @@ SINEW_KERNEL void place(Transform const& t, Vector3 const& translation, Block& b
     }
 }
 
-// What the constructor of `UVector3` does.
+// Normalises each vector as the constructor of `UVector3` does.
 SINEW_KERNEL void makeUnit(Block& block)
 {
     for (std::size_t l = 0; l < kBlock; ++l) {
@@ -90,7 +108,7 @@ SINEW_KERNEL void crossProducts(Block const& a, Block const& b, Block& result)
     }
 }
 
-// What `getBasis` does.
+// Two tangents of each normal, as `getBasis` gives them.
 SINEW_KERNEL void bases(Block const& n, Block& e1, Block& e2)
 {
     for (std::size_t l = 0; l < kBlock; ++l) {
@@ -112,69 +130,103 @@ SINEW_KERNEL void bases(Block const& n, Block& e1, Block& e2)
     makeUnit(e2);
 }
 
-SINEW_KERNEL void transformed(double const (&linear)[3][4], double x, double y, double z, double (&result)[4])
+// linear * (x, y, z), one row a lane. Each row sums its three products in the order of `Matrix3`.
+SINEW_KERNEL void transformed(PaddedColumns const& linear, double x, double y, double z, PaddedVector& result)
 {
-    for (int r = 0; r < 4; ++r) result[r] = linear[0][r] * x + linear[1][r] * y + linear[2][r] * z;
+    for (int r = 0; r < kPaddedRows; ++r) result[r] = linear[0][r] * x + linear[1][r] * y + linear[2][r] * z;
 }
 
-SINEW_KERNEL void setLane(Block& block, std::size_t l, double const (&v)[4])
+SINEW_KERNEL void setLane(Block& block, std::size_t l, PaddedVector const& v)
 {
     block.x[l] = v[0];
     block.y[l] = v[1];
     block.z[l] = v[2];
 }
 
-SINEW_KERNEL void turn(double const (&linear)[3][4], Block& tangents, std::size_t l)
+// Applies the linear map to the vector in lane l.
+SINEW_KERNEL void transformLane(PaddedColumns const& linear, Block& block, std::size_t l)
 {
-    double turned[4];
-    transformed(linear, tangents.x[l], tangents.y[l], tangents.z[l], turned);
-    setLane(tangents, l, turned);
+    PaddedVector result;
+    transformed(linear, block.x[l], block.y[l], block.z[l], result);
+    setLane(block, l, result);
 }
 
-// One vertex under one or more bones. A lone influence moves it fully, whatever its weight.
-SINEW_KERNEL void moveByBones(BoneColumns const* bones, Influences const& influences, std::size_t l, Block& p,
+// Moves the vertex in lane l by a bone at full weight.
+SINEW_KERNEL void moveByOne(BoneColumns const& bone, std::size_t l, Block& p, Block& tangent1, Block& tangent2)
+{
+    PaddedVector moved;
+    transformed(bone.linear, p.x[l], p.y[l], p.z[l], moved);
+    for (int r = 0; r < kPaddedRows; ++r) moved[r] = moved[r] + bone.translation[r];
+    setLane(p, l, moved);
+    transformLane(bone.linear, tangent1, l);
+    transformLane(bone.linear, tangent2, l);
+}
+
+// Moves the vertex in lane l by two or more weighted bones: the position by the weighted sum of the moved positions,
+// the tangents by the weighted sum of the linear parts.
+SINEW_KERNEL void moveByBlend(BoneColumns const* bones, Influences const& influences, std::size_t l, Block& p,
                               Block& tangent1, Block& tangent2)
 {
     double const x = p.x[l];
     double const y = p.y[l];
     double const z = p.z[l];
     BoneColumns const& first = bones[influences[0].first];
-    double moved[4];
-    transformed(first.linear, x, y, z, moved);
-    for (int r = 0; r < 4; ++r) moved[r] = moved[r] + first.translation[r];
-    if (influences.size() == 1) {
-        setLane(p, l, moved);
-        turn(first.linear, tangent1, l);
-        turn(first.linear, tangent2, l);
-        return;
-    }
-
     double const weight = influences[0].second;
-    double position[4];
-    double blended[3][4];
-    for (int r = 0; r < 4; ++r) {
-        position[r] = 0.0 + moved[r] * weight; // the sum starts from zero, the blended matrix with its first term
+    PaddedVector moved;
+    PaddedVector position;
+    PaddedColumns blended;
+    transformed(first.linear, x, y, z, moved);
+    for (int r = 0; r < kPaddedRows; ++r) {
+        // The sum of positions starts from zero, which turns -0.0 into 0.0; the sum of matrices starts from its first
+        // term.
+        position[r] = 0.0 + (moved[r] + first.translation[r]) * weight;
         for (int j = 0; j < 3; ++j) blended[j][r] = first.linear[j][r] * weight;
     }
     for (std::size_t k = 1; k < influences.size(); ++k) {
         BoneColumns const& bone = bones[influences[k].first];
         double const w = influences[k].second;
         transformed(bone.linear, x, y, z, moved);
-        for (int r = 0; r < 4; ++r) {
+        for (int r = 0; r < kPaddedRows; ++r) {
             position[r] = position[r] + (moved[r] + bone.translation[r]) * w;
             for (int j = 0; j < 3; ++j) blended[j][r] = blended[j][r] + bone.linear[j][r] * w;
         }
     }
     setLane(p, l, position);
-    turn(blended, tangent1, l);
-    turn(blended, tangent2, l);
+    transformLane(blended, tangent1, l);
+    transformLane(blended, tangent2, l);
 }
 
-SINEW_KERNEL void deformBody(DeformationInput const& input, BoneColumns const* bones, Vector3* positions,
-                             UVector3* normals)
+// Moves the vertex in lane l, if it has influences. A single influence moves it fully, whatever its weight.
+SINEW_KERNEL void moveByBones(BoneColumns const* bones, Influences const& influences, std::size_t l, Block& p,
+                              Block& tangent1, Block& tangent2)
 {
-    for (std::size_t start = 0; start < input.count; start += kBlock) {
-        std::size_t const lanes = input.count - start < kBlock ? input.count - start : kBlock;
+    if (influences.empty()) return;
+    if (influences.size() == 1) {
+        moveByOne(bones[influences[0].first], l, p, tangent1, tangent2);
+    } else {
+        moveByBlend(bones, influences, l, p, tangent1, tangent2);
+    }
+}
+
+// Deforms all vertices, `kBlock` at a time.
+struct DeformKernel
+{
+    DeformationInput const& input;
+    BoneColumns const* bones;
+    Vector3* positions;
+    UVector3* normals;
+
+    template <VectorWidth>
+    SINEW_KERNEL void run() const
+    {
+        for (std::size_t start = 0; start < input.count; start += kBlock) {
+            deformBlock(start, std::min(kBlock, input.count - start));
+        }
+    }
+
+private:
+    SINEW_KERNEL void deformBlock(std::size_t start, std::size_t lanes) const
+    {
         Block p;
         Block n;
         load(input.positions + start, lanes, p);
@@ -187,9 +239,7 @@ SINEW_KERNEL void deformBody(DeformationInput const& input, BoneColumns const* b
             Block tangent2;
             bases(n, tangent1, tangent2);
             Influences const* const lists = input.weights->influences.data() + start;
-            for (std::size_t l = 0; l < lanes; ++l) {
-                if (!lists[l].empty()) moveByBones(bones, lists[l], l, p, tangent1, tangent2);
-            }
+            for (std::size_t l = 0; l < lanes; ++l) moveByBones(bones, lists[l], l, p, tangent1, tangent2);
             crossProducts(tangent1, tangent2, n);
             makeUnit(n);
         }
@@ -198,39 +248,30 @@ SINEW_KERNEL void deformBody(DeformationInput const& input, BoneColumns const* b
             static_cast<Vector3&>(normals[start + l]) = Vector3(n.x[l], n.y[l], n.z[l]);
         }
     }
-}
+};
 
-void deformBaseline(DeformationInput const& input, BoneColumns const* bones, Vector3* positions, UVector3* normals)
+// Whether the weight table has a list for every vertex and each list names bones that exist.
+[[maybe_unused]] bool hasMatchingWeights(DeformationInput const& input)
 {
-    deformBody(input, bones, positions, normals);
+    if (!input.weights) return true;
+    auto const& lists = input.weights->influences;
+    auto const namesABone = [&](auto const& influence) {
+        return influence.first >= 0 && static_cast<std::size_t>(influence.first) < input.bones.size();
+    };
+    return lists.size() >= input.count && std::all_of(lists.data(), lists.data() + input.count, [&](auto const& list) {
+               return std::all_of(list.begin(), list.end(), namesABone);
+           });
 }
-
-#if SINEW_WIDE_KERNELS
-SINEW_AVX2 void deformAvx2(DeformationInput const& input, BoneColumns const* bones, Vector3* positions,
-                           UVector3* normals)
-{
-    deformBody(input, bones, positions, normals);
-}
-SINEW_AVX512 void deformAvx512(DeformationInput const& input, BoneColumns const* bones, Vector3* positions,
-                               UVector3* normals)
-{
-    deformBody(input, bones, positions, normals);
-}
-#endif
 
 } // namespace
 
 void sinew::detail::deformVertices(DeformationInput const& input, Vector3* positions, UVector3* normals,
                                    VectorWidth width)
 {
+    assert(width <= widestVectors());
+    assert(hasMatchingWeights(input));
     std::vector<BoneColumns> bones;
     bones.reserve(input.bones.size());
     for (BoneTransform const& bone : input.bones) bones.push_back(columnsOf(bone));
-#if SINEW_WIDE_KERNELS
-    if (width == VectorWidth::avx512) return deformAvx512(input, bones.data(), positions, normals);
-    if (width == VectorWidth::avx2) return deformAvx2(input, bones.data(), positions, normals);
-#else
-    (void)width;
-#endif
-    deformBaseline(input, bones.data(), positions, normals);
+    dispatch(width, DeformKernel{input, bones.data(), positions, normals});
 }

@@ -1,45 +1,56 @@
 #pragma once
 
-/// The queue of the minimum-degree ordering: the smallest degree first, among equals the smallest node.
+/// The priority queue of the minimum-degree ordering.
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <functional>
 #include <utility>
 #include <vector>
 
 #include <sinew/sparse/detail/index_set.h>
+#include <sinew/sparse/detail/indexing.h>
 
 namespace sinew::detail {
 
-/// Entries are never changed: the user pushes a node again under its new degree and skips what is out of date.
+/// Pairs of a node and a degree, the smallest degree first, and among equal degrees the smallest node first.
 ///
-/// Nearly all traffic is at low degrees, where sets of bits are several times faster than heaps; high degrees are
-/// many and thinly filled, so a set of bits each would be a waste.
+/// An entry cannot be changed. When the degree of a node changes, the caller pushes the node again with its new degree,
+/// and ignores the outdated entry when it is popped.
+///
+/// Almost all entries have low degrees. For these the queue holds one set of bits for each degree, because such sets
+/// are several times faster than heaps. Higher degrees are numerous and have few entries each, so that sets of bits
+/// would waste memory there. They have one heap each.
 class DegreeQueue
 {
 public:
-    explicit DegreeQueue(int nodeCount) : nodeCount_(nodeCount), heaps_(static_cast<std::size_t>(nodeCount)) {}
+    /// Nodes and degrees are in [0, nodeCount).
+    explicit DegreeQueue(int nodeCount)
+        : nodeCount_(nodeCount), low_(kLowDegrees, IndexSet(nodeCount)), heaps_(asIndex(nodeCount))
+    {
+    }
 
+    /// A pair with a low degree that is pushed again while it is in the queue is held once.
     void push(int node, int degree)
     {
+        assert(0 <= node && node < nodeCount_ && 0 <= degree && degree < nodeCount_);
         smallest_ = std::min(smallest_, degree);
         if (degree < kLowDegrees) {
-            while (static_cast<int>(low_.size()) <= degree) low_.emplace_back(nodeCount_);
-            low_[degree].insert(node);
+            low_[asIndex(degree)].insert(node);
         } else {
-            std::vector<int>& heap = heaps_[degree];
+            std::vector<int>& heap = heaps_[asIndex(degree)];
             heap.push_back(node);
             std::push_heap(heap.begin(), heap.end(), std::greater<int>());
         }
     }
 
-    /// The next (node, degree). The queue must not be empty.
+    /// Removes the first entry and returns it as (node, degree). The queue must not be empty.
     std::pair<int, int> pop()
     {
         while (isEmptyAt(smallest_)) ++smallest_;
-        if (smallest_ < kLowDegrees) return {low_[smallest_].removeSmallest(), smallest_};
-        std::vector<int>& heap = heaps_[smallest_];
+        if (smallest_ < kLowDegrees) return {low_[asIndex(smallest_)].removeSmallest(), smallest_};
+        std::vector<int>& heap = heaps_[asIndex(smallest_)];
         std::pop_heap(heap.begin(), heap.end(), std::greater<int>());
         int const node = heap.back();
         heap.pop_back();
@@ -47,18 +58,19 @@ public:
     }
 
 private:
+    // Degrees below this one have sets of bits. On meshes and grids, the degrees of almost all nodes are lower.
     static constexpr int kLowDegrees = 32;
 
     bool isEmptyAt(int degree) const
     {
-        if (degree >= kLowDegrees) return heaps_[degree].empty();
-        return degree >= static_cast<int>(low_.size()) || low_[degree].empty();
+        assert(degree < nodeCount_); // otherwise the whole queue is empty
+        return degree < kLowDegrees ? low_[asIndex(degree)].empty() : heaps_[asIndex(degree)].empty();
     }
 
     int nodeCount_;
-    int smallest_ = 0;
-    std::vector<IndexSet> low_;           // per degree below kLowDegrees
-    std::vector<std::vector<int>> heaps_; // per degree from kLowDegrees
+    int smallest_ = 0;                    // no entry has a lower degree
+    std::vector<IndexSet> low_;           // one for each degree below kLowDegrees
+    std::vector<std::vector<int>> heaps_; // one for each degree; those of degrees below kLowDegrees stay empty
 };
 
 } // namespace sinew::detail

@@ -7,41 +7,42 @@ namespace sinew::detail {
 
 LowerPattern permutedPattern(SparseRows const& rows, std::vector<int> const& perm)
 {
+    assert(perm.size() == rows.size());
     auto const forEachEntry = [&](auto visit) {
         for (std::size_t r = 0; r < rows.size(); ++r) {
             for (std::size_t k = 0; k + 1 < rows[r].size(); ++k) {
                 int const a = perm[r];
-                int const b = perm[rows[r][k].first];
-                visit(std::max(a, b), std::min(a, b));
+                int const b = perm[asIndex(rows[r][k].first)];
+                visit(asIndex(std::max(a, b)), std::min(a, b));
             }
         }
     };
     LowerPattern pattern;
     pattern.start.assign(rows.size() + 1, 0);
-    forEachEntry([&](int row, int) { ++pattern.start[row + 1]; });
+    forEachEntry([&](std::size_t row, int) { ++pattern.start[row + 1]; });
     for (std::size_t i = 0; i < rows.size(); ++i) pattern.start[i + 1] += pattern.start[i];
-    pattern.column.resize(static_cast<std::size_t>(pattern.start.back()));
+    pattern.column.resize(asIndex(pattern.start.back()));
     std::vector<std::int64_t> next(pattern.start.begin(), pattern.start.end() - 1);
-    forEachEntry([&](int row, int column) { pattern.column[next[row]++] = column; });
+    forEachEntry([&](std::size_t row, int column) { pattern.column[asIndex(next[row]++)] = column; });
     return pattern;
 }
 
 std::vector<int> eliminationTree(LowerPattern const& pattern)
 {
     int const n = pattern.size();
-    std::vector<int> parent(n, -1);
-    std::vector<int> ancestor(n, -1); // the tree so far with its paths shortened
+    std::vector<int> parent(asIndex(n), -1);
+    std::vector<int> ancestor(asIndex(n), -1); // of each column, with the paths shortened that were followed before
     for (int i = 0; i < n; ++i) {
-        for (std::int64_t e = pattern.start[i]; e < pattern.start[i + 1]; ++e) {
-            int k = pattern.column[e];
+        for (std::int64_t e = pattern.begin(i); e < pattern.end(i); ++e) {
+            int k = pattern.column[asIndex(e)];
             while (k != i) {
-                int const up = ancestor[k];
-                ancestor[k] = i;
-                if (up < 0) {
-                    parent[k] = i;
+                int const next = ancestor[asIndex(k)];
+                ancestor[asIndex(k)] = i;
+                if (next < 0) {
+                    parent[asIndex(k)] = i;
                     break;
                 }
-                k = up;
+                k = next;
             }
         }
     }
@@ -51,9 +52,11 @@ std::vector<int> eliminationTree(LowerPattern const& pattern)
 std::vector<int> columnCounts(LowerPattern const& pattern, std::vector<int> const& parent)
 {
     int const n = pattern.size();
-    std::vector<int> counts(n, 0);
-    std::vector<int> mark(n, -1);
-    for (int i = 0; i < n; ++i) forEachInFactorRow(pattern, parent, i, mark, [&](int k) { ++counts[k]; });
+    std::vector<int> counts(asIndex(n), 0);
+    std::vector<int> lastRow(asIndex(n), -1);
+    for (int i = 0; i < n; ++i) {
+        forEachInFactorRow(pattern, parent, i, lastRow, [&](int k) { ++counts[asIndex(k)]; });
+    }
     return counts;
 }
 

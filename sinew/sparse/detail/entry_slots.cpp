@@ -1,6 +1,5 @@
 #include <sinew/sparse/detail/entry_slots.h>
 
-#include <cstddef>
 #include <limits>
 
 namespace sinew::detail {
@@ -26,9 +25,9 @@ void EntrySlots::load(SparseRows const& rows, double* values) const
     }
     for (std::int64_t at : slot) values[at] = -std::numeric_limits<double>::infinity();
     forEachOffDiagonal(rows, [&](std::size_t entry, double v) {
-        double& best = values[slot[entry]];
-        bool const bestIsNaN = best != best;
-        if (!bestIsNaN && !(v < best)) best = v; // a NaN v is not below best and is taken
+        double& greatest = values[slot[entry]];
+        bool const isNaN = greatest != greatest;
+        if (!isNaN && !(v < greatest)) greatest = v; // a NaN v is not below the greatest value and replaces it
     });
 }
 

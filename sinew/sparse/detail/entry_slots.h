@@ -1,26 +1,32 @@
 #pragma once
 
-/// Where each entry of a host's matrix goes in the flat storage of its factor.
+/// The place of each entry of a host's matrix in the values of its factor.
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
+#include <sinew/sparse/detail/indexing.h>
 #include <sinew/sparse/detail/sparse_rows.h>
 
 namespace sinew::detail {
 
-/// For every off-diagonal pair of the host's rows, in their order, an index into a factor's values.
+/// For every off-diagonal pair of the host's rows, in the order of the rows, an index into the values of a factor.
 struct EntrySlots
 {
     std::vector<std::int64_t> slot;
-    bool hasRepeats = false; // some index occurs more than once: a pair is repeated within a row
+    bool hasRepeats = false; ///< Whether some index occurs more than once, because a row repeats a column.
 
-    /// Writes the off-diagonal values to their places in `values`, which holds zeros. Of repeated pairs the greatest
-    /// value stays, a later one among equals, NaN before any number.
+    /// Writes the off-diagonal values of `rows` to their slots in `values`. `rows` must have the pattern of the slots.
+    ///
+    /// Of repeated pairs the greatest value remains. NaN counts as greater than any number; among equal values, such as
+    /// zeros of either sign, the last one remains.
     void load(SparseRows const& rows, double* values) const;
 };
 
-/// @param locate  locate(row, column) gives the index of an entry of the permuted lower triangle.
+/// @param rows    well-formed
+/// @param perm    for each row its position in the elimination order
+/// @param locate  locate(row, column) returns the index of an entry of the permuted lower triangle.
 template <typename Locate>
 EntrySlots makeSlots(SparseRows const& rows, std::vector<int> const& perm, Locate locate)
 {
@@ -28,14 +34,15 @@ EntrySlots makeSlots(SparseRows const& rows, std::vector<int> const& perm, Locat
     std::size_t count = 0;
     for (auto const& row : rows) count += row.size() - 1;
     result.slot.reserve(count);
-    std::vector<int> lastRow(rows.size(), -1);
+    std::vector<int> lastRow(rows.size(), -1); // of each column
     for (std::size_t r = 0; r < rows.size(); ++r) {
+        int const row = static_cast<int>(r);
         for (std::size_t k = 0; k + 1 < rows[r].size(); ++k) {
-            int const c = rows[r][k].first;
-            if (lastRow[c] == static_cast<int>(r)) result.hasRepeats = true;
-            lastRow[c] = static_cast<int>(r);
+            std::size_t const column = asIndex(rows[r][k].first);
+            if (lastRow[column] == row) result.hasRepeats = true;
+            lastRow[column] = row;
             int const a = perm[r];
-            int const b = perm[c];
+            int const b = perm[column];
             result.slot.push_back(a > b ? locate(a, b) : locate(b, a));
         }
     }

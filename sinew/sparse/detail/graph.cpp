@@ -1,12 +1,13 @@
 #include <sinew/sparse/detail/graph.h>
 
+#include <cassert>
 #include <cstddef>
 
 namespace sinew::detail {
 
 namespace {
 
-// Calls visit(row, column) for every edge once, rows ascending.
+// Calls visit(row, column) once for every edge, rows ascending.
 template <typename Visit>
 void forEachEdge(SparseRows const& rows, std::vector<int>& lastRow, Visit visit)
 {
@@ -15,9 +16,9 @@ void forEachEdge(SparseRows const& rows, std::vector<int>& lastRow, Visit visit)
         int const row = static_cast<int>(i);
         for (std::size_t k = 0; k + 1 < rows[i].size(); ++k) {
             int const column = rows[i][k].first;
-            if (lastRow[column] == row) continue;
-            lastRow[column] = row;
-            visit(row, column);
+            if (lastRow[asIndex(column)] == row) continue;
+            lastRow[asIndex(column)] = row;
+            visit(i, asIndex(column));
         }
     }
 }
@@ -26,20 +27,21 @@ void forEachEdge(SparseRows const& rows, std::vector<int>& lastRow, Visit visit)
 
 Graph graphOf(SparseRows const& rows)
 {
+    assert(isWellFormed(rows));
     Graph graph;
     std::size_t const n = rows.size();
     std::vector<int> lastRow;
     graph.start.assign(n + 1, 0);
-    forEachEdge(rows, lastRow, [&](int row, int column) {
+    forEachEdge(rows, lastRow, [&](std::size_t row, std::size_t column) {
         ++graph.start[row + 1];
         ++graph.start[column + 1];
     });
     for (std::size_t i = 0; i < n; ++i) graph.start[i + 1] += graph.start[i];
-    graph.neighbour.resize(static_cast<std::size_t>(graph.start[n]));
+    graph.neighbour.resize(asIndex(graph.start[n]));
     std::vector<std::int64_t> next(graph.start.begin(), graph.start.end() - 1);
-    forEachEdge(rows, lastRow, [&](int row, int column) {
-        graph.neighbour[next[row]++] = column;
-        graph.neighbour[next[column]++] = row;
+    forEachEdge(rows, lastRow, [&](std::size_t row, std::size_t column) {
+        graph.neighbour[asIndex(next[row]++)] = static_cast<int>(column);
+        graph.neighbour[asIndex(next[column]++)] = static_cast<int>(row);
     });
     return graph;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The exact minimum-degree ordering, from a quotient graph.
+/// The minimum-degree ordering with exact degrees.
 
 #include <vector>
 
@@ -8,19 +8,17 @@
 
 namespace sinew::detail {
 
-/// Nodes with more neighbours than this are handled lazily (see the source): a hub that every elimination touches must
-/// not be rescanned every time. Only speed depends on it.
-int defaultHeavyDegree(int nodeCount);
+/// The usual `denseDegree` for a graph of so many nodes.
+int defaultDenseDegree(int nodeCount);
 
-/// For each node its position in the minimum-degree elimination order, ties by smallest index.
+/// For each node its position in the minimum-degree elimination order. Among equal degrees the smallest index is first.
 ///
-/// @param heavyDegree  see defaultHeavyDegree; tests vary it.
+/// @param graph        is taken by value, because its lists of neighbours become the working memory.
+/// @param denseDegree  Nodes with more neighbours than this are dense: the elimination of a neighbour does not update
+///                     their lists and degrees. Must not be negative. The result does not depend on it, only the
+///                     time. Tests vary it.
 ///
-/// The graph is taken by value, for its neighbour lists become the working memory.
-///
-/// Source: P. Amestoy, T. Davis, I. Duff, An approximate minimum degree ordering algorithm, 1996, for the quotient
-/// graph, the measure of elements outside a pivot's, and merging by hashes. We differ in the degrees, which are exact:
-/// the queue holds lower bounds, and a node's degree is formed when the node arrives at the front.
-std::vector<int> minimumDegree(Graph graph, int heavyDegree);
+/// Memory is proportional to the graph. The source describes the algorithm and names its literature.
+std::vector<int> minimumDegree(Graph graph, int denseDegree);
 
 } // namespace sinew::detail

@@ -1,6 +1,6 @@
 #pragma once
 
-/// What the numerical factorisations return.
+/// The result of a numerical factorisation.
 
 #include <vector>
 
@@ -10,9 +10,9 @@ namespace sinew::detail {
 
 struct NumericResult
 {
-    LLTMatrix factor;           // without `perm`; incomplete if a pivot failed
-    std::vector<double> pivots; // the value under the root of each diagonal entry, up to the failed one
-    int failedAt = -1;          // position of the first pivot that is zero or negative, or -1
+    LLTMatrix factor;           ///< Without `perm`. Incomplete if a pivot failed.
+    std::vector<double> pivots; ///< The squares of the diagonal entries before the root, up to the failed pivot.
+    int failedAt = -1;          ///< Position of the first pivot that is zero or negative, or -1.
 };
 
 } // namespace sinew::detail

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <utility>
+
+#include <sinew/sparse/detail/panel_kernels.h>
 
 namespace sinew::detail {
 
@@ -10,7 +13,8 @@ namespace {
 
 using Entry = std::pair<int, double>;
 
-// Walks a column of a block as pairs, so that a list is allocated and filled in one go, without zeroing it first.
+// The entries of a column of a block as pairs. A list that is assigned from such iterators is allocated at its exact
+// size, and its memory is not set to zero first.
 class ColumnIterator
 {
 public:
@@ -36,80 +40,93 @@ private:
     double const* value_;
 };
 
-// Copies finished panels, still in cache, into the lists of the result.
-class Emitter
+// Copies each finished panel into the lists of the result, while the panel is still in the cache.
+class ResultWriter
 {
 public:
-    Emitter(PanelPlan const& plan, double const* values, LLTMatrix& result)
-        : plan_(plan), values_(values), result_(result), rowEnd_(plan.rowLength.size())
+    ResultWriter(PanelPlan const& plan, PanelWork const& work, LLTMatrix& result)
+        : plan_(plan), work_(work), result_(result), rowEnd_(plan.rowLength.size())
     {
         result.rows.resize(rowEnd_.size());
         result.Mt.resize(rowEnd_.size());
         for (std::size_t i = 0; i < rowEnd_.size(); ++i) {
-            result.rows[i].resize(static_cast<std::size_t>(plan.rowLength[i]));
+            result.rows[i].resize(asIndex(plan.rowLength[i]));
             rowEnd_[i] = result.rows[i].data();
         }
     }
 
-    void emit(Panel const& panel)
+    void write(Panel const& panel)
     {
-        double const* const block = values_ + panel.values;
-        int const height = panel.width + panel.rowCount;
-        rows_.resize(static_cast<std::size_t>(height));
-        for (int c = 0; c < panel.width; ++c) rows_[c] = panel.first + c;
-        std::copy_n(plan_.rowIndex.data() + panel.rows, panel.rowCount, rows_.data() + panel.width);
+        int const height = panel.height();
+        rows_.resize(asIndex(height));
+        int* const rows = rows_.data();
+        for (int c = 0; c < panel.width; ++c) rows[c] = panel.first + c;
+        std::copy_n(plan_.rowsBelow(panel), panel.rowCount, rows + panel.width);
         for (int c = 0; c < panel.width; ++c) {
-            double const* const column = block + static_cast<std::int64_t>(c) * panel.stride;
-            result_.Mt[panel.first + c].assign(ColumnIterator(rows_.data() + c + 1, column + c + 1),
-                                               ColumnIterator(rows_.data() + height, column + height));
+            double const* const column = work_.columnOf(panel, c);
+            result_.Mt[asIndex(panel.first + c)].assign(ColumnIterator(rows + c + 1, column + c + 1),
+                                                        ColumnIterator(rows + height, column + height));
         }
         for (int i = 1; i < height; ++i) {
-            Entry*& end = rowEnd_[rows_[i]];
-            double const* value = block + i;
-            for (int c = 0; c < std::min(i, panel.width); ++c, value += panel.stride)
-                *end++ = {panel.first + c, *value};
+            Entry*& end = rowEnd_[asIndex(rows[i])];
+            double const* value = work_.columnOf(panel, 0) + i;
+            int const columns = std::min(i, panel.width);
+            for (int c = 0; c < columns; ++c, value += panel.stride) *end++ = {panel.first + c, *value};
         }
     }
 
 private:
     PanelPlan const& plan_;
-    double const* values_;
+    PanelWork const& work_;
     LLTMatrix& result_;
-    std::vector<Entry*> rowEnd_; // where the next entry of each row goes
-    std::vector<int> rows_;      // of the panel at hand, its own and those below
+    std::vector<Entry*> rowEnd_; // for each row of the result the place of its next entry
+    std::vector<int> rows_;      // of the current panel: its own rows, then those below
 };
+
+std::size_t largestUpdateCount(PanelPlan const& plan)
+{
+    int largest = 0;
+    for (std::size_t p = 0; p < plan.panels.size(); ++p) {
+        largest = std::max(largest, plan.updatesOf(static_cast<int>(p)).size());
+    }
+    return asIndex(largest);
+}
 
 } // namespace
 
 NumericResult factorPanels(PanelPlan const& plan, SparseRows const& rows, std::vector<int> const& perm,
-                           EntrySlots const& slots, PanelKernel kernel)
+                           EntrySlots const& slots, VectorWidth width)
 {
     std::size_t const n = rows.size();
-    std::vector<double> values(static_cast<std::size_t>(plan.valueCount) + kPanelSlack, 0.0);
+    std::vector<double> values(asIndex(plan.valueCount) + kPanelSlack, 0.0);
     slots.load(rows, values.data());
     NumericResult result;
     result.pivots.resize(n);
-    for (std::size_t r = 0; r < n; ++r) result.pivots[perm[r]] = rows[r].back().second;
+    for (std::size_t r = 0; r < n; ++r) result.pivots[asIndex(perm[r])] = rows[r].back().second;
+    result.factor.diag.resize(n);
 
-    LLTMatrix& factor = result.factor;
-    factor.diag.resize(n);
-    Emitter emitter(plan, values.data(), factor);
-
-    std::size_t mostUpdates = 0;
-    for (std::size_t p = 0; p < plan.panels.size(); ++p) {
-        mostUpdates = std::max(mostUpdates, static_cast<std::size_t>(plan.updateStart[p + 1] - plan.updateStart[p]));
-    }
     std::vector<double> invDiag(n), gathered(n);
-    std::vector<int> position(n), cursor(mostUpdates), where(n);
-    PanelWork work = {&plan,           values.data(), result.pivots.data(), factor.diag.data(), invDiag.data(),
-                      position.data(), cursor.data(), where.data(),         gathered.data()};
+    std::vector<int> position(n), nextRow(largestUpdateCount(plan)), where(n);
+    PanelWork work = {};
+    work.plan = &plan;
+    work.values = values.data();
+    work.pivots = result.pivots.data();
+    work.diag = result.factor.diag.data();
+    work.invDiag = invDiag.data();
+    work.position = position.data();
+    work.nextRow = nextRow.data();
+    work.where = where.data();
+    work.gathered = gathered.data();
+
+    PanelKernel const finishPanel = panelKernel(width);
+    ResultWriter writer(plan, work, result.factor);
     for (std::size_t p = 0; p < plan.panels.size(); ++p) {
-        result.failedAt = kernel(work, static_cast<int>(p));
+        result.failedAt = finishPanel(work, static_cast<int>(p));
         if (result.failedAt >= 0) {
-            result.pivots.resize(static_cast<std::size_t>(result.failedAt) + 1);
+            result.pivots.resize(asIndex(result.failedAt) + 1);
             return result;
         }
-        emitter.emit(plan.panels[p]);
+        writer.write(plan.panels[p]);
     }
     return result;
 }

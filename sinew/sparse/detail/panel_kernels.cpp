@@ -1,9 +1,16 @@
 #include <sinew/sparse/detail/panel_kernels.h>
 
+#include <cassert>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 
-// The same text for each width of vectors. Templates and inlined wrappers cannot do this: gcc splits wide vectors of a
-// function that is not itself compiled for them before it inlines it.
+#include <sinew/sparse/detail/indexing.h>
+
+// The same source for each vector width. The scheme of dispatch.h, one template for all widths, does not work for code
+// that names its vectors: gcc splits a wide vector type in a function that is not itself compiled for this width, and
+// only then inlines the function. The kernels name their vectors because the compilers do not find them in loops over
+// tiles: the sums of a tile would go through memory at every step.
 #define SINEW_PANEL_VARIANT baseline
 #define SINEW_PANEL_TARGET
 #if defined(__GNUC__)
@@ -29,7 +36,7 @@ namespace sinew::detail {
 
 PanelKernel panelKernel(VectorWidth width)
 {
-    if (width > widestVectors()) return nullptr;
+    assert(width <= widestVectors());
     switch (width) {
 #if SINEW_WIDE_KERNELS
     case VectorWidth::avx512:

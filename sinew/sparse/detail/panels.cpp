@@ -1,34 +1,30 @@
 #include <sinew/sparse/detail/panels.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 
 namespace sinew::detail {
 
 namespace {
 
-// Wider panels are split: two tiles' operands must stay in the first-level cache.
-constexpr int kMaxWidth = 48;
-
-// From this width the rows of a block are padded to whole vectors of eight, so that tiles need no remainder.
-constexpr int kPaddedWidth = 4;
-
 void cutColumns(PanelPlan& plan, std::vector<int> const& parent, std::vector<int> const& counts)
 {
     int const n = static_cast<int>(parent.size());
-    plan.panelOf.resize(static_cast<std::size_t>(n));
+    plan.panelOf.resize(asIndex(n));
     for (int j = 0; j < n; ++j) {
-        // Equal counts and nested patterns are the same here: what is below a column's parent includes all the rest
+        std::size_t const column = asIndex(j);
+        // Counts that differ by one imply nested patterns, because the pattern of a column's parent contains the rest
         // of the column.
-        bool const continues =
-            j > 0 && parent[j - 1] == j && counts[j - 1] == counts[j] + 1 && plan.panels.back().width < kMaxWidth;
-        if (continues) {
-            ++plan.panels.back().width;
-        } else {
-            plan.panels.push_back({0, 0, j, 1, 0, 0});
+        bool const continues = j > 0 && parent[column - 1] == j && counts[column - 1] == counts[column] + 1 &&
+                               plan.panels.back().width < kMaxPanelWidth;
+        if (!continues) {
+            plan.panels.emplace_back();
+            plan.panels.back().first = j;
         }
-        plan.panels.back().rowCount = counts[j];
-        plan.panelOf[j] = static_cast<int>(plan.panels.size()) - 1;
+        ++plan.panels.back().width;
+        plan.panels.back().rowCount = counts[column];
+        plan.panelOf[column] = static_cast<int>(plan.panels.size()) - 1;
     }
 }
 
@@ -36,38 +32,39 @@ void layOut(PanelPlan& plan)
 {
     std::int64_t rows = 0;
     for (Panel& panel : plan.panels) {
-        int const height = panel.width + panel.rowCount;
-        panel.stride = panel.width < kPaddedWidth ? height : panel.width + (panel.rowCount + 7) / 8 * 8;
+        int const vectors = (panel.rowCount + kWidestLanes - 1) / kWidestLanes;
+        panel.stride = panel.width < kMinPaddedWidth ? panel.height() : panel.width + vectors * kWidestLanes;
         panel.rows = rows;
         panel.values = plan.valueCount;
         rows += panel.rowCount;
         plan.valueCount += static_cast<std::int64_t>(panel.stride) * panel.width;
     }
-    plan.rowIndex.resize(static_cast<std::size_t>(rows));
+    plan.rowIndex.resize(asIndex(rows));
 }
 
-// Climbs the tree of panels from every entry of the matrix, rows ascending.
+// Follows the tree from every entry of the matrix, panel by panel, rows ascending.
 void collectRows(PanelPlan& plan, LowerPattern const& pattern, std::vector<int> const& parent)
 {
     int const n = pattern.size();
-    plan.rowLength.resize(static_cast<std::size_t>(n));
+    plan.rowLength.resize(asIndex(n));
     std::vector<std::int64_t> next;
     for (Panel const& panel : plan.panels) next.push_back(panel.rows);
-    std::vector<int> mark(plan.panels.size(), -1);
+    std::vector<int> lastRow(plan.panels.size(), -1); // of each panel
     for (int i = 0; i < n; ++i) {
-        int const own = plan.panelOf[i];
-        mark[own] = i;
+        std::size_t const own = asIndex(plan.panelOf[asIndex(i)]);
+        lastRow[own] = i;
         int length = i - plan.panels[own].first;
-        for (std::int64_t e = pattern.start[i]; e < pattern.start[i + 1]; ++e) {
-            for (int p = plan.panelOf[pattern.column[e]]; mark[p] != i;) {
+        for (std::int64_t e = pattern.begin(i); e < pattern.end(i); ++e) {
+            std::size_t p = asIndex(plan.panelOf[asIndex(pattern.column[asIndex(e)])]);
+            while (lastRow[p] != i) {
                 Panel const& panel = plan.panels[p];
-                mark[p] = i;
-                plan.rowIndex[next[p]++] = i;
+                lastRow[p] = i;
+                plan.rowIndex[asIndex(next[p]++)] = i;
                 length += panel.width;
-                p = plan.panelOf[parent[panel.first + panel.width - 1]];
+                p = asIndex(plan.panelOf[asIndex(parent[asIndex(panel.first + panel.width - 1)])]);
             }
         }
-        plan.rowLength[i] = length;
+        plan.rowLength[asIndex(i)] = length;
     }
 }
 
@@ -76,12 +73,13 @@ void forEachUpdate(PanelPlan const& plan, Visit visit)
 {
     for (std::size_t p = 0; p < plan.panels.size(); ++p) {
         Panel const& panel = plan.panels[p];
-        int const* const rows = plan.rowIndex.data() + panel.rows;
+        int const* const rows = plan.rowsBelow(panel);
+        auto const panelOfRow = [&](int t) { return plan.panelOf[asIndex(rows[t])]; };
         for (int begin = 0; begin < panel.rowCount;) {
-            int const target = plan.panelOf[rows[begin]];
+            int const target = panelOfRow(begin);
             int end = begin + 1;
-            while (end < panel.rowCount && plan.panelOf[rows[end]] == target) ++end;
-            visit(target, PanelUpdate{static_cast<int>(p), begin, end});
+            while (end < panel.rowCount && panelOfRow(end) == target) ++end;
+            visit(asIndex(target), PanelUpdate{static_cast<int>(p), begin, end});
             begin = end;
         }
     }
@@ -91,11 +89,12 @@ void listUpdates(PanelPlan& plan)
 {
     std::vector<std::int64_t>& start = plan.updateStart;
     start.assign(plan.panels.size() + 1, 0);
-    forEachUpdate(plan, [&](int target, PanelUpdate const&) { ++start[target + 1]; });
+    forEachUpdate(plan, [&](std::size_t target, PanelUpdate const&) { ++start[target + 1]; });
     for (std::size_t p = 0; p + 1 < start.size(); ++p) start[p + 1] += start[p];
-    plan.updates.resize(static_cast<std::size_t>(start.back()));
+    plan.updates.resize(asIndex(start.back()));
     std::vector<std::int64_t> next(start.begin(), start.end() - 1);
-    forEachUpdate(plan, [&](int target, PanelUpdate const& update) { plan.updates[next[target]++] = update; });
+    forEachUpdate(
+        plan, [&](std::size_t target, PanelUpdate const& update) { plan.updates[asIndex(next[target]++)] = update; });
 }
 
 template <typename T>
@@ -108,11 +107,14 @@ std::int64_t bytesOf(std::vector<T> const& list)
 
 std::int64_t PanelPlan::locate(int row, int column) const
 {
-    Panel const& panel = panels[panelOf[column]];
+    assert(row > column);
+    Panel const& panel = panels[asIndex(panelOf[asIndex(column)])];
     std::int64_t const top = panel.values + static_cast<std::int64_t>(panel.stride) * (column - panel.first);
     if (row < panel.first + panel.width) return top + (row - panel.first);
-    auto const begin = rowIndex.begin() + panel.rows;
-    return top + panel.width + (std::lower_bound(begin, begin + panel.rowCount, row) - begin);
+    int const* const rows = rowsBelow(panel);
+    int const* const found = std::lower_bound(rows, rows + panel.rowCount, row);
+    assert(found != rows + panel.rowCount && *found == row);
+    return top + panel.width + (found - rows);
 }
 
 std::int64_t PanelPlan::bytes() const
@@ -123,6 +125,7 @@ std::int64_t PanelPlan::bytes() const
 
 PanelPlan planPanels(LowerPattern const& pattern, std::vector<int> const& parent, std::vector<int> const& counts)
 {
+    assert(parent.size() == asIndex(pattern.size()) && counts.size() == parent.size());
     PanelPlan plan;
     cutColumns(plan, parent, counts);
     layOut(plan);

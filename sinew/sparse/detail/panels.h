@@ -1,55 +1,107 @@
 #pragma once
 
-/// The factor cut into panels: consecutive columns with nested patterns, stored as dense blocks.
+/// The factor as panels: consecutive columns with nested patterns, stored as dense blocks. A panel is a supernode, or a
+/// part of a wide one.
+///
+/// Source: E. Ng, B. Peyton, Block sparse Cholesky algorithms on advanced uniprocessor computers, SIAM Journal on
+/// Scientific Computing 14, 1993, for supernodes and the left-looking order of updates. They merge columns with
+/// slightly different patterns and use dense library routines. We do neither, because both would round differently.
 
 #include <cstdint>
 #include <vector>
 
 #include <sinew/sparse/detail/elimination.h>
+#include <sinew/sparse/detail/indexing.h>
 
 namespace sinew::detail {
 
-/// Columns first to first + width - 1 share their rows below: the `rowCount` rows that start at rowIndex[rows].
-/// The block is stored by columns, `stride` apart: first the panel's own rows (above the diagonal unused), then those
-/// below, then padding.
+// Numbers that the layout of the panels and the kernels agree on.
+
+/// Number of doubles in the widest vector of all kernels.
+constexpr int kWidestLanes = 8;
+
+/// The largest number of columns of a panel. Wider supernodes are split, so that the operands of two tiles fit into the
+/// first-level cache.
+constexpr int kMaxPanelWidth = 48;
+
+/// In panels of at least so many columns, the rows below the panel are padded to a multiple of `kWidestLanes`. Their
+/// tiles then have no remainder. In narrower panels the padding would cost more than it saves.
+constexpr int kMinPaddedWidth = 4;
+
+/// Number of vectors in the longest tile.
+constexpr int kLongTileVectors = 4;
+
+/// All blocks are followed by this many doubles, because the last tile of the last block may read as far.
+constexpr int kPanelSlack = kLongTileVectors * kWidestLanes;
+
+/// The columns `first` to first + width - 1. Below the panel they have the same `rowCount` rows, which are listed from
+/// rowIndex[rows] on, ascending.
+///
+/// The block is stored by columns, which are `stride` apart. A column holds first the rows of the panel itself (those
+/// above the diagonal are not used), then the rows below the panel, then padding.
 struct Panel
 {
-    std::int64_t rows;
-    std::int64_t values;
-    int first;
-    int width;
-    int rowCount;
-    int stride;
+    std::int64_t rows = 0;   ///< Index of the first row below the panel in PanelPlan::rowIndex.
+    std::int64_t values = 0; ///< Index of the block in the values of the factor.
+    int first = 0;
+    int width = 0;
+    int rowCount = 0;
+    int stride = 0;
+
+    /// Number of rows in the block without padding.
+    int height() const { return width + rowCount; }
+
+    /// Whether the rows below the panel, with their padding, fill whole vectors of any kernel.
+    bool hasWholeVectors() const { return (stride - width) % kWidestLanes == 0; }
 };
 
-/// An earlier panel that changes a later one: those of its rows that are columns of the later one are its rows
-/// rowBegin to rowEnd - 1.
+/// The update of a later panel by an earlier one. Rows rowBegin to rowEnd - 1 of the earlier panel, counted from its
+/// first row below the panel, are columns of the later panel.
 struct PanelUpdate
 {
-    int panel;
+    int panel; ///< Index of the earlier panel.
     int rowBegin;
     int rowEnd;
 };
 
+/// The updates of one panel, for range-based loops.
+struct PanelUpdates
+{
+    PanelUpdate const* first;
+    PanelUpdate const* last;
+
+    PanelUpdate const* begin() const { return first; }
+    PanelUpdate const* end() const { return last; }
+    int size() const { return static_cast<int>(last - first); }
+};
+
+/// The layout of a factor in panels, and the order of the work.
 struct PanelPlan
 {
-    std::vector<Panel> panels;
-    std::vector<int> panelOf;              // of each column
-    std::vector<int> rowIndex;             // rows below the panels, ascending in each
-    std::vector<std::int64_t> updateStart; // of each panel in `updates`
-    std::vector<PanelUpdate> updates;      // ascending in the updating panel
-    std::vector<int> rowLength;            // entries in each row of the factor, without the diagonal
-    std::int64_t valueCount = 0;           // doubles in all blocks
+    std::vector<Panel> panels;             ///< Ascending in `first`; together they cover all columns.
+    std::vector<int> panelOf;              ///< For each column the index of its panel.
+    std::vector<int> rowIndex;             ///< The rows below all panels, ascending for each.
+    std::vector<std::int64_t> updateStart; ///< For each panel the index of its first update in `updates`.
+    std::vector<PanelUpdate> updates;      ///< Sorted by the later panel, then by the earlier one.
+    std::vector<int> rowLength;            ///< For each row of the factor the number of entries left of the diagonal.
+    std::int64_t valueCount = 0;           ///< Number of doubles in all blocks.
 
-    /// Index of an entry of the factor in the values.
+    int const* rowsBelow(Panel const& panel) const { return rowIndex.data() + panel.rows; }
+
+    PanelUpdates updatesOf(int panel) const
+    {
+        return {updates.data() + updateStart[asIndex(panel)], updates.data() + updateStart[asIndex(panel) + 1]};
+    }
+
+    /// Index in the values of an entry that the factor has. Logarithmic in the number of rows of its panel.
     std::int64_t locate(int row, int column) const;
 
+    /// Number of bytes in the lists.
     std::int64_t bytes() const;
 };
 
-/// Blocks are followed by this many doubles, so that a tile of rows may be read past the end of the last.
-constexpr int kPanelSlack = 32;
-
+/// @param parent  the elimination tree of `pattern`
+/// @param counts  the column counts of `pattern`
 PanelPlan planPanels(LowerPattern const& pattern, std::vector<int> const& parent, std::vector<int> const& counts);
 
 } // namespace sinew::detail

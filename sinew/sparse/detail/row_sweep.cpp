@@ -1,40 +1,47 @@
 #include <sinew/sparse/detail/row_sweep.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 
 namespace sinew::detail {
 
 RowSweep::RowSweep(LowerPattern const& pattern, std::vector<int> const& parent, std::vector<int> const& counts)
 {
-    int const n = pattern.size();
-    columnStart_.assign(static_cast<std::size_t>(n) + 1, 0);
-    rowStart_.assign(static_cast<std::size_t>(n) + 1, 0);
-    for (int k = 0; k < n; ++k) columnStart_[k + 1] = columnStart_[k] + counts[k];
-    rowOf_.resize(static_cast<std::size_t>(columnStart_[n]));
+    std::size_t const n = asIndex(pattern.size());
+    columnStart_.assign(n + 1, 0);
+    rowStart_.assign(n + 1, 0);
+    for (std::size_t k = 0; k < n; ++k) columnStart_[k + 1] = columnStart_[k] + counts[k];
+    rowOf_.resize(asIndex(columnStart_[n]));
     columnOf_.resize(rowOf_.size());
     std::vector<std::int64_t> next(columnStart_.begin(), columnStart_.end() - 1);
-    std::vector<int> mark(n, -1);
-    for (int i = 0; i < n; ++i) {
+    std::vector<int> lastRow(n, -1);
+    for (std::size_t i = 0; i < n; ++i) {
+        int const row = static_cast<int>(i);
         std::int64_t length = 0;
-        forEachInFactorRow(pattern, parent, i, mark, [&](int k) {
-            rowOf_[next[k]++] = i;
+        forEachInFactorRow(pattern, parent, row, lastRow, [&](int k) {
+            rowOf_[asIndex(next[asIndex(k)]++)] = row;
             ++length;
         });
         rowStart_[i + 1] = rowStart_[i] + length;
     }
     next.assign(rowStart_.begin(), rowStart_.end() - 1);
-    for (int k = 0; k < n; ++k) { // the transpose of ascending lists is ascending
-        for (std::int64_t e = columnStart_[k]; e < columnStart_[k + 1]; ++e) columnOf_[next[rowOf_[e]]++] = k;
+    for (std::size_t k = 0; k < n; ++k) { // the transpose of ascending lists is ascending
+        for (std::int64_t e = columnStart_[k]; e < columnStart_[k + 1]; ++e) {
+            columnOf_[asIndex(next[asIndex(rowOf_[asIndex(e)])]++)] = static_cast<int>(k);
+        }
     }
 }
 
 std::int64_t RowSweep::locate(int row, int column) const
 {
-    auto const first = rowOf_.begin() + columnStart_[column];
-    auto const last = rowOf_.begin() + columnStart_[column + 1];
-    return std::lower_bound(first, last, row) - rowOf_.begin();
+    auto const first = rowOf_.begin() + columnStart_[asIndex(column)];
+    auto const last = rowOf_.begin() + columnStart_[asIndex(column) + 1];
+    auto const found = std::lower_bound(first, last, row);
+    assert(found != last && *found == row);
+    return found - rowOf_.begin();
 }
 
 std::int64_t RowSweep::bytes() const
@@ -43,42 +50,65 @@ std::int64_t RowSweep::bytes() const
                                      (rowOf_.size() + columnOf_.size()) * sizeof(int));
 }
 
+struct RowSweep::Work
+{
+    std::vector<double> values; // by columns: entries of the matrix until their row is computed, then of the factor
+    std::vector<std::int64_t> filled; // for each column the end of its computed entries
+    std::vector<double> invDiag;
+    std::vector<double> row; // the current row, by column
+};
+
 NumericResult RowSweep::factor(SparseRows const& rows, std::vector<int> const& perm, EntrySlots const& slots) const
 {
     std::size_t const n = rows.size();
     NumericResult result;
-    std::vector<double> values(rowOf_.size(), 0.0); // by columns; the matrix itself until a row's turn has come
-    slots.load(rows, values.data());
+    Work work;
+    work.values.assign(rowOf_.size(), 0.0);
+    work.filled.assign(columnStart_.begin(), columnStart_.end() - 1);
+    work.invDiag.resize(n);
+    work.row.resize(n);
+    slots.load(rows, work.values.data());
     result.pivots.resize(n);
-    for (std::size_t r = 0; r < n; ++r) result.pivots[perm[r]] = rows[r].back().second;
-    std::vector<double> diag(n), invDiag(n);
-    std::vector<double> row(n); // the row in the making, by column
-    std::vector<std::int64_t> filled(columnStart_.begin(), columnStart_.end() - 1);
+    for (std::size_t r = 0; r < n; ++r) result.pivots[asIndex(perm[r])] = rows[r].back().second;
+    std::vector<double> diag(n);
     for (std::size_t i = 0; i < n; ++i) {
-        int const* const begin = columnOf_.data() + rowStart_[i];
-        int const* const end = columnOf_.data() + rowStart_[i + 1];
-        for (int const* k = begin; k != end; ++k) row[*k] = values[filled[*k]] * invDiag[*k];
-        double d = result.pivots[i];
-        for (int const* k = begin; k != end; ++k) {
-            double const l = row[*k];
-            for (std::int64_t e = columnStart_[*k]; e < filled[*k]; ++e) {
-                int const r = rowOf_[e];
-                row[r] -= (values[e] * l) * invDiag[r];
-            }
-            d -= l * l;
-            values[filled[*k]++] = l;
-        }
+        double const d = computeRow(i, result.pivots[i], work);
         result.pivots[i] = d;
-        if (d <= 0) { // false for NaN, which is let through
+        if (d <= 0) { // false for NaN, which is not rejected
             result.failedAt = static_cast<int>(i);
             result.pivots.resize(i + 1);
             return result;
         }
         diag[i] = std::sqrt(d);
-        invDiag[i] = 1 / diag[i];
+        work.invDiag[i] = 1 / diag[i];
     }
-    result.factor = makeResult(values, std::move(diag));
+    result.factor = makeResult(work.values, std::move(diag));
     return result;
+}
+
+// Computes row i of the factor, and returns its pivot.
+// @param pivot  the diagonal entry of the matrix
+double RowSweep::computeRow(std::size_t i, double pivot, Work& work) const
+{
+    int const* const rowOf = rowOf_.data();
+    std::int64_t const* const columnStart = columnStart_.data();
+    double* const values = work.values.data();
+    double* const row = work.row.data();
+    double const* const invDiag = work.invDiag.data();
+    std::int64_t* const filled = work.filled.data();
+    int const* const begin = columnOf_.data() + rowStart_[i];
+    int const* const end = columnOf_.data() + rowStart_[i + 1];
+    for (int const* k = begin; k != end; ++k) row[*k] = values[filled[*k]] * invDiag[*k];
+    for (int const* k = begin; k != end; ++k) {
+        double const l = row[*k];
+        for (std::int64_t e = columnStart[*k]; e < filled[*k]; ++e) {
+            int const r = rowOf[e];
+            row[r] -= (values[e] * l) * invDiag[r];
+        }
+        pivot -= l * l;
+        values[filled[*k]++] = l;
+    }
+    return pivot;
 }
 
 LLTMatrix RowSweep::makeResult(std::vector<double> const& values, std::vector<double> diag) const
@@ -88,14 +118,14 @@ LLTMatrix RowSweep::makeResult(std::vector<double> const& values, std::vector<do
     result.diag = std::move(diag);
     result.rows.resize(n);
     result.Mt.resize(n);
-    for (std::size_t i = 0; i < n; ++i) {
-        result.rows[i].reserve(static_cast<std::size_t>(rowStart_[i + 1] - rowStart_[i]));
-        result.Mt[i].reserve(static_cast<std::size_t>(columnStart_[i + 1] - columnStart_[i]));
+    for (std::size_t i = 0; i < n; ++i) { // each list is allocated once, at its exact size
+        result.rows[i].reserve(asIndex(rowStart_[i + 1] - rowStart_[i]));
+        result.Mt[i].reserve(asIndex(columnStart_[i + 1] - columnStart_[i]));
     }
     for (std::size_t k = 0; k < n; ++k) {
-        for (std::int64_t e = columnStart_[k]; e < columnStart_[k + 1]; ++e) {
+        for (std::size_t e = asIndex(columnStart_[k]); e < asIndex(columnStart_[k + 1]); ++e) {
             result.Mt[k].emplace_back(rowOf_[e], values[e]);
-            result.rows[rowOf_[e]].emplace_back(static_cast<int>(k), values[e]);
+            result.rows[asIndex(rowOf_[e])].emplace_back(static_cast<int>(k), values[e]);
         }
     }
     return result;

@@ -1,6 +1,7 @@
 #pragma once
 
-/// A host's rows, and the one check that stands between them and code that indexes without looking.
+/// The rows of a host's matrix and the check of their form. All code after this check uses the indices in the rows
+/// without further checks.
 
 #include <cstddef>
 #include <limits>
@@ -11,7 +12,8 @@ namespace sinew::detail {
 
 using SparseRows = std::vector<std::vector<std::pair<int, double>>>;
 
-/// Whether every row ends with its diagonal, holds it once, and has no other column outside [0, row).
+/// Whether the number of rows fits an int, and every row ends with its diagonal, holds it once, and has no other column
+/// outside [0, row). Linear in the number of pairs.
 inline bool isWellFormed(SparseRows const& rows)
 {
     if (rows.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) return false;

@@ -1,46 +1,62 @@
 #pragma once
 
-/// Forward and back substitution with a factor, for several right-hand sides at a time.
+/// Forward and back substitution with a factor, for several right-hand sides at once.
 
+#include <cassert>
 #include <cstddef>
 #include <utility>
 #include <vector>
 
+#include <sinew/sparse/detail/indexing.h>
 #include <sinew/sparse/llt_matrix.h>
 
 namespace sinew::detail {
 
 using FactorList = std::vector<std::pair<int, double>>;
 
-/// Asks for the memory of a list ahead of its turn: the lists lie apart, and the processor cannot guess the next one.
+/// Prefetches a list that will be read soon. The lists are separate allocations, so the processor cannot predict the
+/// address of the next one.
 inline void prefetch(FactorList const& list)
 {
 #if defined(__GNUC__)
-    constexpr std::size_t kPerCacheLine = 4;
-    for (std::size_t k = 0; k < list.size(); k += kPerCacheLine) __builtin_prefetch(list.data() + k);
+    constexpr std::size_t kCacheLineBytes = 64;
+    constexpr std::size_t kPairsPerLine = kCacheLineBytes / sizeof(FactorList::value_type);
+    for (std::size_t k = 0; k < list.size(); k += kPairsPerLine) __builtin_prefetch(list.data() + k);
 #else
-    (void)list;
+    static_cast<void>(list);
 #endif
 }
 
-/// y_i = (y_i - sum over the list of y_c * v) / diagonal, each product subtracted by itself in the order of the list.
-/// Vector c holds its Count right-hand sides at y + c * Count.
-template <int Count>
-void substituteRow(FactorList const& list, double diagonal, double* y, double* own)
+/// Replaces the `Count` values at `own` by (own - sum of v times the values of c, over the pairs (c, v) of the list)
+/// / diagonal. Each product is subtracted separately, in the order of the list.
+///
+/// @param y  the values of all unknowns; unknown c has its `Count` values from y + c * Count on
+template <std::size_t Count>
+void substituteRow(FactorList const& list, double diagonal, double const* y, double* own)
 {
     double sum[Count];
-    for (int s = 0; s < Count; ++s) sum[s] = own[s];
+    for (std::size_t s = 0; s < Count; ++s) sum[s] = own[s];
     for (auto const& [c, v] : list) {
-        double const* const other = y + static_cast<std::ptrdiff_t>(c) * Count;
-        for (int s = 0; s < Count; ++s) sum[s] -= other[s] * v;
+        double const* const other = y + asIndex(c) * Count;
+        for (std::size_t s = 0; s < Count; ++s) sum[s] -= other[s] * v;
     }
-    for (int s = 0; s < Count; ++s) own[s] = sum[s] / diagonal;
+    for (std::size_t s = 0; s < Count; ++s) own[s] = sum[s] / diagonal;
 }
 
-/// Replaces Count right-hand sides, in the elimination order, by the solutions.
-template <int Count>
+/// Whether the fields agree in size with each other.
+inline bool hasConsistentSizes(LLTMatrix const& factor)
+{
+    std::size_t const n = factor.rows.size();
+    return factor.Mt.size() == n && factor.diag.size() == n && factor.perm.size() == n;
+}
+
+/// Replaces `Count` right-hand sides by the solutions. Both are in the elimination order.
+template <std::size_t Count>
 void substitute(LLTMatrix const& factor, double* y)
 {
+    assert(hasConsistentSizes(factor));
+    // How many lists ahead the prefetch runs: far enough to hide the latency of the memory, and near enough for the
+    // lists to be still in the first-level cache when they are read.
     constexpr std::size_t kAhead = 3;
     std::size_t const n = factor.rows.size();
     for (std::size_t i = 0; i < n; ++i) {
@@ -51,13 +67,6 @@ void substitute(LLTMatrix const& factor, double* y)
         if (i >= kAhead) prefetch(factor.Mt[i - kAhead]);
         substituteRow<Count>(factor.Mt[i], factor.diag[i], y, y + i * Count);
     }
-}
-
-/// Whether the fields agree in size with each other.
-inline bool hasConsistentSizes(LLTMatrix const& factor)
-{
-    std::size_t const n = factor.rows.size();
-    return factor.Mt.size() == n && factor.diag.size() == n && factor.perm.size() == n;
 }
 
 } // namespace sinew::detail

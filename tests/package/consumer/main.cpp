@@ -1,4 +1,4 @@
-// A host in its smallest form: it links what was installed and asks one question of it.
+// The smallest host: it links the installed library and calls one function.
 #include <cstdio>
 
 #include <sinew/sinew.h>
@@ -6,8 +6,8 @@
 int main()
 {
     double t = 0.0;
-    double const answer = distSqToLineSegment(Vector3(0.5, 2, 0), Vector3(0, 0, 0), Vector3(1, 0, 0), &t);
-    bool const works = answer == 4.0 && t == 0.5;
-    std::puts(works ? "sinew works" : "sinew gives a wrong answer");
+    double const result = distSqToLineSegment(Vector3(0.5, 2, 0), Vector3(0, 0, 0), Vector3(1, 0, 0), &t);
+    bool const works = result == 4.0 && t == 0.5;
+    std::puts(works ? "sinew works" : "sinew gives a wrong result");
     return works ? 0 : 1;
 }

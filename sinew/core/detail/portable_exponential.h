@@ -1,0 +1,68 @@
+#pragma once
+
+/// The parts of exp, log and pow that these functions share, each with about 70 correct bits, and their wide forms.
+
+#include <cstddef>
+#include <cstdint>
+
+#include <sinew/core/detail/portable_rounding.h>
+#include <sinew/core/detail/uint128.h>
+#include <sinew/core/detail/wide_number.h>
+
+namespace sinew::detail::portable {
+
+/// 2^(fraction / 2^128), times 2^127; the relative error is below 2^-69. A fraction next to 2^128 may give a sum that
+/// has wrapped around to a small number; it is not normalised then, and no rounding of it is certain.
+UInt128 exp2OfFraction(UInt128 fraction);
+
+/// A number as the sum of two doubles, of which `low` is much the smaller one, and a bound of its absolute error.
+struct QuickNumber
+{
+    double high;
+    double low;
+    double error;
+};
+
+/// e^(x.high + x.low), rounded to a double if the error bound allows it. Only |x| below 708 is ever certain.
+bool quickExp(QuickNumber const& x, double* result);
+
+/// ln x for a finite x > 0 other than 1, from its bits.
+QuickNumber quickLog(std::uint64_t bits);
+
+/// whole + fraction / 2^128.
+struct BinaryExponent
+{
+    int whole;
+    UInt128 fraction;
+};
+
+/// (negative ? -1 : 1) * m * 2^(exponent - 127) for exponent < 30; the absolute error is below 2^-127, and m is
+/// normalised or the error is as much larger as m is short.
+BinaryExponent splitExponent(UInt128 m, int exponent, bool negative);
+
+/// The same for a product with log2(e); the absolute error is below 2^(exponent - 124).
+BinaryExponent timesLog2E(UInt128 mantissa, int exponent, bool negative);
+
+/// A logarithm as (negative ? -1 : 1) * mantissa * 2^(exponent - 127).
+struct Logarithm
+{
+    UInt128 mantissa; ///< The first bit is set.
+    int exponent;
+    bool negative;
+};
+
+/// ln x for a finite x > 0 other than 1, from its bits; the relative error is below 2^-75.
+Logarithm logOf(std::uint64_t bits);
+
+/// e^x; |x| < 2^12. The relative error is below 2^(errorBits - 64 kWords); see kWideExpErrorBits.
+template <std::size_t kWords>
+Wide<kWords> wideExp(Wide<kWords> const& x);
+
+/// ln x for a finite x > 0 other than 1; the error is below 2^(kWideLogErrorBits - 64 kWords).
+template <std::size_t kWords>
+Wide<kWords> wideLog(std::uint64_t bits);
+
+constexpr int kWideExpErrorBits = 64;
+constexpr int kWideLogErrorBits = 72;
+
+} // namespace sinew::detail::portable

@@ -1,0 +1,17 @@
+#pragma once
+
+/// Conversion of the `int` indices of this module into indices of standard containers. Not installed.
+
+#include <cassert>
+#include <cstddef>
+
+namespace sinew::detail {
+
+/// The same index as the unsigned type that containers take. It must not be negative.
+inline std::size_t asIndex(int i)
+{
+    assert(i >= 0);
+    return static_cast<std::size_t>(i);
+}
+
+} // namespace sinew::detail

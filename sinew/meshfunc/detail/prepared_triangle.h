@@ -1,0 +1,87 @@
+#pragma once
+
+/// Barycentric weights of a point in a triangle, and triangles prepared for computing them.
+///
+/// Source: C. Ericson, Real-Time Collision Detection, 2005, section 3.4. The weights come from the inverse of the edge
+/// matrix here, because the reciprocal of the determinant can then be taken once a triangle.
+
+#include <cmath>
+#include <cstddef>
+#include <vector>
+
+#include <sinew/core/tolerances.h>
+#include <sinew/framework/vect2.h>
+#include <sinew/meshfunc/detail/mesh_cells.h>
+
+namespace sinew::detail {
+
+/// Barycentric weights down to minus this count as inside, so that rounding excludes no point of a shared edge.
+inline constexpr double kInsideTolerance = 1e-8;
+
+/// The two edges of a triangle that start at its first corner.
+struct TriangleEdges
+{
+    tzNM::vect2<double> first;  ///< from the first corner to the second
+    tzNM::vect2<double> second; ///< from the first corner to the third
+
+    TriangleEdges(std::vector<tzNM::vect2<double>> const& params, int const corners[3])
+        : first(params[toIndex(corners[1])] - params[toIndex(corners[0])]),
+          second(params[toIndex(corners[2])] - params[toIndex(corners[0])])
+    {
+    }
+
+    /// Twice the signed area: positive if the corners run counter-clockwise.
+    double determinant() const { return first.x * second.y - second.x * first.y; }
+};
+
+/// Bytes that the processor loads at once.
+inline constexpr std::size_t kCacheLine = 64;
+
+/// A triangle in the form that queries read. It fills one cache line.
+struct alignas(kCacheLine) PreparedTriangle
+{
+    tzNM::vect2<double> origin; ///< the first corner
+    double inverse[4];          ///< of the matrix whose columns are the two edges from the origin; row by row
+    int corners[3];             ///< vertex indices
+};
+static_assert(sizeof(PreparedTriangle) == kCacheLine);
+
+/// Prepares the triangle with these corners. Returns false, with `out` left unwritten, if the magnitude of its
+/// determinant is below `kGramZero`. A NaN determinant is not below it.
+inline bool prepareTriangle(std::vector<tzNM::vect2<double>> const& params, int const corners[3], PreparedTriangle* out)
+{
+    TriangleEdges const edges(params, corners);
+    double const det = edges.determinant();
+    if (std::fabs(det) < kGramZero) return false;
+    double const r = 1.0 / det;
+    *out = {params[toIndex(corners[0])],
+            {r * edges.second.y, r * -edges.second.x, r * -edges.first.y, r * edges.first.x},
+            {corners[0], corners[1], corners[2]}};
+    return true;
+}
+
+/// The barycentric weights of a point. Their sum is 1 up to rounding.
+struct Weights
+{
+    double u; ///< of the second corner
+    double v; ///< of the third corner
+    double w; ///< of the first corner
+
+    /// Whether the point counts as inside the triangle. A NaN weight is not below the tolerance, so it is accepted.
+    bool accepted() const
+    {
+        return !(static_cast<int>(u < -kInsideTolerance) | static_cast<int>(v < -kInsideTolerance) |
+                 static_cast<int>(w < -kInsideTolerance));
+    }
+};
+
+/// The weights of `p`.
+inline Weights weightsOf(PreparedTriangle const& triangle, tzNM::vect2<double> const& p)
+{
+    tzNM::vect2<double> const d = p - triangle.origin;
+    double const u = triangle.inverse[0] * d.x + triangle.inverse[1] * d.y;
+    double const v = triangle.inverse[2] * d.x + triangle.inverse[3] * d.y;
+    return {u, v, 1 - u - v};
+}
+
+} // namespace sinew::detail

@@ -1,0 +1,21 @@
+#pragma once
+
+/// Elapsed time.
+
+#include <chrono>
+
+namespace tool {
+
+/// Measures the time since it was made.
+class Stopwatch
+{
+public:
+    double seconds() const { return std::chrono::duration<double>(Clock::now() - start_).count(); }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    Clock::time_point start_ = Clock::now();
+};
+
+} // namespace tool
