@@ -1,4 +1,4 @@
-// The pictures of docs/fields.md that show sets of points: an ellipsoid fitted and thickened, and a proximity grid.
+// The pictures of docs/fields.md that show sets of points: a fitted and a thickened ellipsoid, and a proximity grid.
 
 #include <algorithm>
 #include <cmath>
@@ -22,10 +22,11 @@ namespace colours = figures::colours;
 
 constexpr double kPi = 3.14159265358979323846;
 
-// The outline of an ellipsoid seen along z.
+// The outline of an ellipsoid, seen along z.
 std::vector<Vector2> outline(ImplEllipsoid const& e)
 {
-    // On the outline the form does not change along z. What remains there is the Schur complement of its last row.
+    // On the outline the derivative of the quadratic form along z is zero. Eliminating z gives a form in x and y, whose
+    // matrix is the Schur complement of the entry (2, 2).
     Matrix3 const& s = e.shape;
     double const a = s(0, 0) - s(0, 2) * s(0, 2) / s(2, 2);
     double const b = s(0, 1) - s(0, 2) * s(1, 2) / s(2, 2);
@@ -39,7 +40,7 @@ std::vector<Vector2> outline(ImplEllipsoid const& e)
     return corners;
 }
 
-// A limb: a bent tube of points, turned.
+// The points of a limb: a bent tube, rotated.
 std::vector<Vector3> limbPoints()
 {
     test::Random random(11);
@@ -75,9 +76,9 @@ void drawEllipsoid(Canvas& canvas)
         points.begin(), points.end(), [&](Vector3 const& a, Vector3 const& b) { return radius(a) < radius(b); });
     canvas.ring(frame(farthest), 4.7, {colours::red, 2.2});
     tool::Point const at = frame(farthest);
-    canvas.text({at.x - 150, at.y - 58}, "the farthest point:", {14, colours::red});
-    canvas.text({at.x - 150, at.y - 39}, "radius 1", {14, colours::red});
-    canvas.text({21, 28}, "fitted to the points; dashed: thickened by 0.4 along each axis", {14});
+    canvas.text({at.x - 150, at.y - 58}, "the point with the", {14, colours::red});
+    canvas.text({at.x - 150, at.y - 39}, "largest radius, 1", {14, colours::red});
+    canvas.text({21, 28}, "solid: fitted to the points; dashed: thickened by 0.4", {14});
 }
 
 void drawProximity(Canvas& canvas)

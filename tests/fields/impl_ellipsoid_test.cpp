@@ -13,10 +13,7 @@ namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-Matrix3 diagonal(double a, double b, double c)
-{
-    return Matrix3(Vector3(a, 0, 0), Vector3(0, b, 0), Vector3(0, 0, c));
-}
+constexpr auto diagonal = sinew::diagonalMatrix;
 
 double largestDifference(Matrix3 const& a, Matrix3 const& b)
 {
