@@ -64,7 +64,7 @@ void assign(Number& target, double value)
 }
 
 // The two ways to access the elements of a matrix of another library. `element` is the element in row i and column j;
-// `make` is a matrix with room for `size` rows and columns.
+// `make` gives a matrix that has at least `size` rows and columns.
 struct ByRowColumn
 {
     template <typename Theirs>

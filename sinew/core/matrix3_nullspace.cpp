@@ -1,4 +1,4 @@
-// `Matrix3::getNullspace`, a source of its own for an algorithm of its own.
+// `Matrix3::getNullspace`, in a separate source because the algorithm is longer than the other functions of `Matrix3`.
 
 #include <sinew/core/matrix3.h>
 

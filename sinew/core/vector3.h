@@ -114,7 +114,8 @@ public:
     /// vector is projected on the longer basis vector alone (on the first if both are equally long) and the other
     /// coefficient is 0. The result is false only if the sum of the squared basis lengths is below
     /// 1.0000000000000001e-16, or if the share of the longer vector in that sum is. All these comparisons are strict.
-    /// NaN input gives NaN coefficients and true. Basis vectors longer than about 1e154 overflow and give false.
+    /// NaN input gives NaN coefficients and true. If the sum of the squared basis lengths overflows, which needs
+    /// lengths of about 1e154, the result is false or the coefficients are NaN.
     SINEW_API bool pullBack(Vector3 const* basis, Vector3* coeffs) const;
 
     /// Whether the projection of this point on the plane of the triangle a, b, c lies strictly inside the triangle.

@@ -60,13 +60,11 @@ struct Functions
     double operator[](int i) const { return values[i]; }
 };
 
+// Stored by columns. Conversions must not depend on the storage.
 struct RowColumn
 {
     double values[16];
-    double& operator()(int i, int j)
-    {
-        return values[j * 4 + i];
-    } // stored by columns, which the conversion must not depend on
+    double& operator()(int i, int j) { return values[j * 4 + i]; }
     double operator()(int i, int j) const { return values[j * 4 + i]; }
 };
 

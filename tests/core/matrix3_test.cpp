@@ -345,9 +345,10 @@ TEST(GetRotationAngle, AHalfTurnIsPlusPi)
     EXPECT_DOUBLE_EQ(diagonal(-1, -1, 1).getRotationAngle(&z), kPi);
 }
 
-TEST(GetRotationAngle, MeasuresOnTheSignedlySmallestComponent)
+TEST(GetRotationAngle, UsesTheSmallestComponentBySign)
 {
-    // Of (-0.9, 0.1, 0.4) the signed least is x; the least magnitude would be y. A stretch tells which one was used.
+    // Of (-0.9, 0.1, 0.4) the smallest signed component is x and the smallest magnitude is y. The result for a
+    // stretched matrix depends on which of them is used.
     UVector3 const axis(-0.9, 0.1, 0.4);
     Matrix3 m = Matrix3::rotationMatrix(axis, 0.5);
     for (int i = 0; i < 3; ++i) m(i, 0) += 0.1 * (i + 1);

@@ -103,8 +103,8 @@ TEST(SamePlane, TheOffsetIsComparedWithTheFirstNormal)
     double const degree = kPi / 180;
     UVector3 const m(0, 0, 1);
     UVector3 const n(std::sin(0.02 * degree), 0, std::cos(0.02 * degree));
-    Vector3 const q(std::cos(0.02 * degree), 0,
-                    std::sin(0.02 * degree)); // 0.02 degrees from the plane of m, 0.04 from that of n
+    // At 0.02 degrees from the plane of m and at 0.04 degrees from that of n.
+    Vector3 const q(std::cos(0.02 * degree), 0, std::sin(0.02 * degree));
     EXPECT_TRUE(samePlane({0, 0, 0}, m, q, n));
     EXPECT_FALSE(samePlane({0, 0, 0}, n, q, m));
 }
@@ -118,7 +118,7 @@ TEST(SamePlane, MatchesTheReference)
     });
 }
 
-TEST(ProjectOnLine, GivesThePointOfTheLine)
+TEST(ProjectOnLine, GivesTheNearestPointOfTheLine)
 {
     EXPECT_EQ(projectOnLine({3, 4, 5}, {1, 0, 0}, UVector3(1, 0, 0)), Vector3(3, 0, 0));
 }
@@ -552,8 +552,8 @@ TEST(PrincipalCurvatures, DependentDerivativesGiveFalseAndLeaveTheOutputsUnwritt
     EXPECT_FALSE(c.found);
     EXPECT_EQ(c.k1, 99);
     EXPECT_EQ(c.k2, 99);
-    c = curvatures({{1e-4, 0, 0}, {0, 1e-4, 0}},
-                   {{0, 0, 1}, {}, {}}); // the normal is not null, but the determinant is 1e-16
+    // The normal is not null, but the determinant is 1e-16.
+    c = curvatures({{1e-4, 0, 0}, {0, 1e-4, 0}}, {{0, 0, 1}, {}, {}});
     EXPECT_FALSE(c.found);
     EXPECT_EQ(c.k1, 99);
 }
