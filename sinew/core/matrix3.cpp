@@ -7,8 +7,8 @@
 #include <sinew/core/detail/math.h>
 #include <sinew/core/vector_geometry.h>
 
-using sinew::detail::axisVector;
 using sinew::diagonalMatrix;
+using sinew::detail::axisVector;
 namespace math = sinew::detail::math;
 
 namespace {
