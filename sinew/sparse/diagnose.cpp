@@ -10,7 +10,7 @@
 #include <vector>
 
 #include <sinew/sparse/detail/factorization.h>
-#include <sinew/sparse/detail/indexing.h>
+#include <sinew/sparse/detail/as_index.h>
 #include <sinew/sparse/detail/sparse_rows.h>
 
 namespace sinew {

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include <sinew/sparse/detail/factorization.h>
-#include <sinew/sparse/detail/indexing.h>
+#include <sinew/sparse/detail/as_index.h>
 
 namespace sinew {
 

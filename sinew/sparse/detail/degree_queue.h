@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include <sinew/sparse/detail/as_index.h>
 #include <sinew/sparse/detail/index_set.h>
-#include <sinew/sparse/detail/indexing.h>
 
 namespace sinew::detail {
 

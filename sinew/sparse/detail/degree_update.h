@@ -1,11 +1,6 @@
 #pragma once
 
-/// What the elimination of a pivot changes in the variables of its neighbourhood: their lists, and the lower bounds of
-/// their degrees.
-///
-/// Source: P. Amestoy, T. Davis, I. Duff, An approximate minimum degree ordering algorithm, SIAM Journal on Matrix
-/// Analysis and Applications 17, 1996, for the sizes of the elements outside the pivot's neighbourhood, for aggressive
-/// absorption and for the hashes. They use the sizes for an upper bound of each degree, we for a lower bound.
+/// The update of lists and degrees after the elimination of a pivot.
 
 #include <cstdint>
 #include <vector>
@@ -14,6 +9,12 @@
 
 namespace sinew::detail {
 
+/// Updates the variables in the neighbourhood of an eliminated pivot: their lists, and the lower bounds of their
+/// degrees.
+///
+/// Source: P. Amestoy, T. Davis, I. Duff, An approximate minimum degree ordering algorithm, SIAM Journal on Matrix
+/// Analysis and Applications 17, 1996, for the sizes of the elements outside the neighbourhood, for aggressive
+/// absorption and for the hashes. They use the sizes for an upper bound of each degree, we use them for a lower bound.
 class DegreeUpdate
 {
 public:
@@ -37,8 +38,10 @@ public:
 
 private:
     QuotientGraph& graph_;
-    std::vector<int> outsideWeights_; // for each variable of the neighbourhood: lower bound of the number of
-                                      // adjacent nodes outside the neighbourhood
+
+    // For each variable of the neighbourhood: a lower bound of the number of adjacent nodes outside the neighbourhood,
+    // and the hash of its list.
+    std::vector<int> outsideWeights_;
     std::vector<std::uint32_t> hashes_;
 };
 

@@ -2,16 +2,12 @@
 
 /// What the pattern of a matrix alone determines: the permuted pattern, the elimination tree, and the rows and columns
 /// of the factor.
-///
-/// Source: J. Liu, The role of elimination trees in sparse factorization, SIAM Journal on Matrix Analysis and
-/// Applications 11, 1990, for the tree and for rows as subtrees. T. Davis, Direct Methods for Sparse Linear Systems,
-/// 2006, section 4.2, for the traversal of these subtrees.
 
 #include <cassert>
 #include <cstdint>
 #include <vector>
 
-#include <sinew/sparse/detail/indexing.h>
+#include <sinew/sparse/detail/as_index.h>
 #include <sinew/sparse/detail/sparse_rows.h>
 
 namespace sinew::detail {
@@ -35,7 +31,8 @@ LowerPattern permutedPattern(SparseRows const& rows, std::vector<int> const& per
 /// For each column of the factor the row of its first entry below the diagonal, or -1 if it has none.
 ///
 /// Almost linear in the number of entries of the matrix.
-/// Source: J. Liu, as above, section 5.2.
+/// Source: J. Liu, The role of elimination trees in sparse factorization, SIAM Journal on Matrix Analysis and
+/// Applications 11, 1990, section 5.2.
 std::vector<int> eliminationTree(LowerPattern const& pattern);
 
 /// For each column of the factor the number of its entries below the diagonal.
@@ -49,7 +46,11 @@ std::vector<int> columnCounts(LowerPattern const& pattern, std::vector<int> cons
 ///
 /// @param lastRow  one int for each column, none of them i at the call. The visited columns and i itself are set to i.
 ///
-/// The columns of row i are the nodes on the paths of the tree from each entry of the matrix towards i.
+/// The columns of row i are the nodes on the paths of the elimination tree from each entry of the matrix towards i.
+/// Linear in the number of entries of both rows.
+///
+/// Source: J. Liu, as above, for rows as subtrees of the tree. T. Davis, Direct Methods for Sparse Linear Systems,
+/// 2006, section 4.2, for their traversal.
 template <typename Visit>
 void forEachInFactorRow(LowerPattern const& pattern, std::vector<int> const& parent, int i, std::vector<int>& lastRow,
                         Visit visit)

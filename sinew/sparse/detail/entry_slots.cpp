@@ -1,5 +1,6 @@
 #include <sinew/sparse/detail/entry_slots.h>
 
+#include <cassert>
 #include <limits>
 
 namespace sinew::detail {
@@ -19,6 +20,7 @@ void forEachOffDiagonal(SparseRows const& rows, Visit visit)
 
 void EntrySlots::load(SparseRows const& rows, double* values) const
 {
+    assert(offDiagonalCount(rows) == slot.size());
     if (!hasRepeats) {
         forEachOffDiagonal(rows, [&](std::size_t entry, double v) { values[slot[entry]] = v; });
         return;

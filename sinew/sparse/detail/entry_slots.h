@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include <sinew/sparse/detail/indexing.h>
+#include <sinew/sparse/detail/as_index.h>
 #include <sinew/sparse/detail/sparse_rows.h>
 
 namespace sinew::detail {
@@ -31,9 +31,7 @@ template <typename Locate>
 EntrySlots makeSlots(SparseRows const& rows, std::vector<int> const& perm, Locate locate)
 {
     EntrySlots result;
-    std::size_t count = 0;
-    for (auto const& row : rows) count += row.size() - 1;
-    result.slot.reserve(count);
+    result.slot.reserve(offDiagonalCount(rows));
     std::vector<int> lastRow(rows.size(), -1); // of each column
     for (std::size_t r = 0; r < rows.size(); ++r) {
         int const row = static_cast<int>(r);

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Everything about a factor that the pattern of the matrix determines, for any number of matrices of this pattern.
+/// The factorisation of matrices of one pattern.
 
 #include <cstdint>
 #include <optional>
@@ -23,6 +23,8 @@ enum class FactorMethod
     panels     ///< `factorPanels`
 };
 
+/// Everything about a factor that the pattern of the matrix determines. It factors any number of matrices of this
+/// pattern.
 class Factorization
 {
 public:

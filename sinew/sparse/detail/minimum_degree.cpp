@@ -58,6 +58,7 @@ namespace sinew::detail {
 
 namespace {
 
+// The elimination of all nodes, as described at the head of this file.
 class MinimumDegree
 {
 public:

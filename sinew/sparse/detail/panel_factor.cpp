@@ -1,6 +1,7 @@
 #include <sinew/sparse/detail/panel_factor.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <iterator>
 #include <utility>
@@ -98,6 +99,7 @@ NumericResult factorPanels(PanelPlan const& plan, SparseRows const& rows, std::v
                            EntrySlots const& slots, VectorWidth width)
 {
     std::size_t const n = rows.size();
+    assert(plan.panelOf.size() == n && perm.size() == n);
     std::vector<double> values(asIndex(plan.valueCount) + kPanelSlack, 0.0);
     slots.load(rows, values.data());
     NumericResult result;

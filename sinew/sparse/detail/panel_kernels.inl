@@ -91,6 +91,7 @@ template <std::size_t Vectors>
 SINEW_PANEL_TARGET void updateColumns(int columns, Source const& source, Tile const& tile)
 {
     static_assert(kTileColumns == 4, "one case for each number of columns");
+    assert(columns >= 1 && columns <= kTileColumns);
     switch (columns) {
     case 1:
         return updateTile<1, Vectors>(source, tile);

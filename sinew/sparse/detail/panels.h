@@ -1,17 +1,12 @@
 #pragma once
 
-/// The factor as panels: consecutive columns with nested patterns, stored as dense blocks. A panel is a supernode, or a
-/// part of a wide one.
-///
-/// Source: E. Ng, B. Peyton, Block sparse Cholesky algorithms on advanced uniprocessor computers, SIAM Journal on
-/// Scientific Computing 14, 1993, for supernodes and the left-looking order of updates. They merge columns with
-/// slightly different patterns and use dense library routines. We do neither, because both would round differently.
+/// The layout of a factor in panels.
 
 #include <cstdint>
 #include <vector>
 
+#include <sinew/sparse/detail/as_index.h>
 #include <sinew/sparse/detail/elimination.h>
-#include <sinew/sparse/detail/indexing.h>
 
 namespace sinew::detail {
 
@@ -34,8 +29,8 @@ constexpr int kLongTileVectors = 4;
 /// All blocks are followed by this many doubles, because the last tile of the last block may read as far.
 constexpr int kPanelSlack = kLongTileVectors * kWidestLanes;
 
-/// The columns `first` to first + width - 1. Below the panel they have the same `rowCount` rows, which are listed from
-/// rowIndex[rows] on, ascending.
+/// Consecutive columns with nested patterns, from `first` to first + width - 1: a supernode, or a part of a wide one.
+/// Below the panel, the columns have the same `rowCount` rows, which are listed from rowIndex[rows] on, ascending.
 ///
 /// The block is stored by columns, which are `stride` apart. A column holds first the rows of the panel itself (those
 /// above the diagonal are not used), then the rows below the panel, then padding.
@@ -75,7 +70,11 @@ struct PanelUpdates
     int size() const { return static_cast<int>(last - first); }
 };
 
-/// The layout of a factor in panels, and the order of the work.
+/// The layout of a factor in panels, and the updates of each panel in their order.
+///
+/// Source: E. Ng, B. Peyton, Block sparse Cholesky algorithms on advanced uniprocessor computers, SIAM Journal on
+/// Scientific Computing 14, 1993, for supernodes and the left-looking order of updates. We neither merge columns of
+/// different patterns nor call dense library routines, because both could change the bits of the factor.
 struct PanelPlan
 {
     std::vector<Panel> panels;             ///< Ascending in `first`; together they cover all columns.

@@ -1,21 +1,13 @@
 #pragma once
 
 /// The state of the minimum-degree ordering: which nodes have been eliminated, and how the others are connected.
-///
-/// Elimination of a node connects all its neighbours with each other. The quotient graph represents this clique
-/// implicitly: as one `Element`, which lists its variables. It therefore never takes more memory than the graph.
-///
-/// Source: A. George, J. Liu, The evolution of the minimum degree ordering algorithm, SIAM Review 31, 1989, for the
-/// quotient graph, element absorption and indistinguishable nodes. P. Amestoy, T. Davis, I. Duff, An approximate
-/// minimum degree ordering algorithm, SIAM Journal on Matrix Analysis and Applications 17, 1996, for the storage of
-/// both lists of a variable in the place of its list of neighbours.
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
+#include <sinew/sparse/detail/as_index.h>
 #include <sinew/sparse/detail/graph.h>
-#include <sinew/sparse/detail/indexing.h>
 
 namespace sinew::detail {
 
@@ -70,6 +62,15 @@ struct IndexRange
     int const* end() const { return last; }
 };
 
+/// The graph that the elimination of some nodes leaves.
+///
+/// The elimination of a node connects all its neighbours with each other. The quotient graph represents this clique by
+/// one `Element`, which lists its variables. Its memory is therefore proportional to the original graph.
+///
+/// Source: A. George, J. Liu, The evolution of the minimum degree ordering algorithm, SIAM Review 31, 1989, for the
+/// quotient graph, element absorption and indistinguishable nodes. P. Amestoy, T. Davis, I. Duff, An approximate
+/// minimum degree ordering algorithm, SIAM Journal on Matrix Analysis and Applications 17, 1996, for the storage of the
+/// elements and the neighbours of a variable in the place of its original neighbours.
 class QuotientGraph
 {
 public:
@@ -84,10 +85,10 @@ public:
     Element& element(int e) { return elements_[asIndex(e)]; }
     Element const& element(int e) const { return elements_[asIndex(e)]; }
 
-    /// Not a field of `Variable`: without it two variables share a cache line, and most graphs have no dense variable.
+    /// This is not a field of `Variable`, so that two variables share a cache line. Most graphs have no dense variable.
     bool isDense(int u) const { return !denseIndex_.empty() && denseIndex_[asIndex(u)] != kNotDense; }
 
-    /// The list of a variable, which its `elementCount` and `listLength` divide.
+    /// The list of a variable: `elementCount` elements, then variables, `listLength` entries in all.
     int* listOf(int u) { return lists_.data() + variable(u).listStart; }
     int const* listOf(int u) const { return lists_.data() + variable(u).listStart; }
 
@@ -135,11 +136,11 @@ private:
     std::vector<Variable> variables_;
     std::vector<Element> elements_; // one for each node, live once the node is a pivot
     std::vector<int> lists_;        // of the variables, in the place of the neighbours: no list ever grows
-    std::vector<int> denseIndex_;   // of each variable in denseElements_, or kNotDense; empty if no variable is dense
-    std::vector<std::vector<int>> denseElements_; // the elements of each dense variable
+    std::vector<int> denseIndex_; // for each variable its index in denseElements_, or kNotDense; empty if none is dense
+    std::vector<std::vector<int>> denseElements_; // for each dense variable its elements
     std::vector<int> elementVariables_;           // of all elements, in the order of their creation
     std::vector<int> elementOrder_;               // elements in the order of their creation
-    std::size_t compactAt_;                       // number of element variables that leads to a compaction
+    std::size_t compactAt_;                       // a larger elementVariables_ is compacted
     std::int64_t neighbourhoodCount_ = 0;
 };
 

@@ -61,6 +61,7 @@ struct RowSweep::Work
 NumericResult RowSweep::factor(SparseRows const& rows, std::vector<int> const& perm, EntrySlots const& slots) const
 {
     std::size_t const n = rows.size();
+    assert(rowStart_.size() == n + 1 && perm.size() == n);
     NumericResult result;
     Work work;
     work.values.assign(rowOf_.size(), 0.0);

@@ -2,10 +2,6 @@
 
 /// The numerical factorisation row by row (up-looking), the faster method for small matrices: it needs no plan, and all
 /// its data is in the cache.
-///
-/// Source: T. Davis, Direct Methods for Sparse Linear Systems, 2006, section 4.7. There, the triangular system of a row
-/// divides by the diagonal. Here, entries are multiplied by reciprocals in the order that `SPDMatrix::factor` defines,
-/// and the pattern of the whole factor is computed in advance.
 
 #include <cstdint>
 #include <vector>
@@ -17,7 +13,11 @@
 
 namespace sinew::detail {
 
-/// The pattern of the whole factor, by columns and by rows, both ascending.
+/// Computes the factor row by row. It holds the pattern of the whole factor, by columns and by rows, both ascending.
+///
+/// Source: T. Davis, Direct Methods for Sparse Linear Systems, 2006, section 4.7. There, the triangular system of a row
+/// divides by the diagonal, and the pattern of each row is found in turn. Here, entries are multiplied by reciprocals
+/// in the order that `SPDMatrix::factor` defines, and the pattern is computed in advance.
 class RowSweep
 {
 public:

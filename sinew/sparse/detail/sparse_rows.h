@@ -12,6 +12,14 @@ namespace sinew::detail {
 
 using SparseRows = std::vector<std::vector<std::pair<int, double>>>;
 
+/// The number of pairs in well-formed rows, the diagonals not included.
+inline std::size_t offDiagonalCount(SparseRows const& rows)
+{
+    std::size_t count = 0;
+    for (auto const& row : rows) count += row.size() - 1;
+    return count;
+}
+
 /// Whether the number of rows fits an int, and every row ends with its diagonal, holds it once, and has no other column
 /// outside [0, row). Linear in the number of pairs.
 inline bool isWellFormed(SparseRows const& rows)

@@ -1,9 +1,6 @@
 #pragma once
 
-/// The nodes of each supervariable, and the search for variables that have become indistinguishable.
-///
-/// Source: P. Amestoy, T. Davis, I. Duff, An approximate minimum degree ordering algorithm, SIAM Journal on Matrix
-/// Analysis and Applications 17, 1996, for the comparison of variables with equal hashes only.
+/// The search for variables that have become indistinguishable.
 
 #include <cstdint>
 #include <vector>
@@ -12,6 +9,10 @@
 
 namespace sinew::detail {
 
+/// The nodes of each supervariable. It merges variables that have become indistinguishable.
+///
+/// Source: P. Amestoy, T. Davis, I. Duff, An approximate minimum degree ordering algorithm, SIAM Journal on Matrix
+/// Analysis and Applications 17, 1996, for hashes that limit the comparisons to a few variables.
 class Supervariables
 {
 public:
@@ -27,9 +28,8 @@ public:
     /// The smaller index becomes the index of the merged variable. Its bound of the degree is the larger one of both.
     /// The lists must not hold dead entries.
     ///
-    /// @param hashes  one for each variable of the neighbourhood: lists of the same entries have the same hash. Those
-    /// of
-    ///                dense variables are not read.
+    /// @param hashes  For each variable of the neighbourhood the hash of its list. Lists of the same entries must have
+    ///                the same hash. The hashes of dense variables are not read.
     void merge(QuotientGraph& graph, Neighbourhood& neighbourhood, std::vector<std::uint32_t> const& hashes);
 
 private:
@@ -40,11 +40,14 @@ private:
 
     static constexpr int kNone = -1;
 
-    std::vector<int> nextNode_, lastNode_; // the nodes of each variable as a linked list, which begins at its index
-    std::vector<int> bucketHead_;          // for each hash the first of a linked list of variables; all empty between
-    std::vector<int> bucketNext_;          // calls of `merge`
-    std::vector<int> candidates_;          // variables with equal hashes
-    std::vector<std::int64_t> markOf_;     // of each entry of a list
+    // The nodes of a variable are a linked list, which starts at the index of the variable.
+    std::vector<int> nextNode_, lastNode_;
+
+    // The variables of one bucket of hashes are a linked list. Between calls of `merge` all buckets are empty.
+    std::vector<int> bucketHead_, bucketNext_;
+
+    std::vector<int> candidates_;      // the variables of one bucket
+    std::vector<std::int64_t> markOf_; // for each entry of a list: mark_, if it is in the list that is compared
     std::int64_t mark_ = 0;
 };
 
