@@ -1,6 +1,7 @@
 #pragma once
 
-/// Intersection records: small value classes whose constructor answers one question and whose fields hold the result.
+/// Intersection records: small value classes whose constructor computes an intersection and whose fields hold the
+/// result.
 ///
 /// A line is an origin and a direction; its parameter t stands for the point origin + t * direction. A plane is a point
 /// and a unit normal. The field `result` is an outcome code. Read it before the other fields. Each class numbers its
