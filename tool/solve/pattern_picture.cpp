@@ -67,7 +67,7 @@ std::string drawPatterns(SPDMatrix const& matrix, LLTMatrix const& factor)
         }
     }
     Canvas canvas(3 * kMargin + 2 * kPanel, kTop + kPanel + 80);
-    drawPanel(canvas, kMargin, before, "Order of the file");
+    drawPanel(canvas, kMargin, before, "Original order");
     drawPanel(canvas, 2 * kMargin + kPanel, after, "Elimination order");
     drawLegend(canvas, {2 * kMargin + kPanel, kTop + kPanel + 30},
                {{palette::ink, "entry of the matrix"}, {fill, "fill-in: entry of the factor only"}}, 15);
