@@ -1,6 +1,7 @@
 // The picture of docs/sparse.md that shows how time and fill grow, for 2D grids from 50 x 50 to 1000 x 1000. Takes
 // about a minute and three gigabytes of memory. A smaller largest side may be given after the folder.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +12,7 @@
 #include <sinew/sinew.h>
 
 #include <tool/io/files.h>
+#include <tool/solve/pattern_picture.h>
 
 #include "figure.h"
 #include "sparse/matrices.h"
@@ -145,12 +147,24 @@ void draw(Canvas& canvas, Measurements const& all)
     fill.curve(all.entries);
 }
 
+// A grid whose nodes are numbered at random.
+std::string patternOfAGrid()
+{
+    constexpr int kSide = 60;
+    constexpr int kNodes = kSide * kSide;
+    test::Random random(20250411);
+    SPDMatrix const matrix = test::matrixOf(test::shuffled(test::grid2D(kSide, kSide), kNodes, random), kNodes, random);
+    return tool::drawPatterns(matrix, matrix.factor());
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     std::string const folder = argc > 1 ? argv[1] : ".";
     int const largest = argc > 2 ? std::atoi(argv[2]) : 1000;
+    tool::writeFile(folder + "/sparse_pattern.png", patternOfAGrid());
+    if (largest < 50) return 0;
     Measurements all;
     for (int side : {50, 75, 100, 150, 200, 300, 450, 700, 1000}) {
         if (side <= largest) measure(side, all);

@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include <tool/draw/canvas.h>
+#include <tool/support/as_index.h>
 
 namespace tool {
 namespace {
@@ -61,12 +62,12 @@ std::string drawPatterns(SPDMatrix const& matrix, LLTMatrix const& factor)
     for (std::size_t i = 0; i < n; ++i) {
         for (auto const& [c, v] : matrix.rows[i]) {
             before.mark(static_cast<int>(i), c, palette::ink);
-            auto const [low, high] = std::minmax(factor.perm[i], factor.perm[c]);
+            auto const [low, high] = std::minmax(factor.perm[i], factor.perm[asIndex(c)]);
             after.mark(high, low, palette::ink);
         }
     }
     Canvas canvas(3 * kMargin + 2 * kPanel, kTop + kPanel + 80);
-    drawPanel(canvas, kMargin, before, "Order of the file");
+    drawPanel(canvas, kMargin, before, "Original order");
     drawPanel(canvas, 2 * kMargin + kPanel, after, "Elimination order");
     drawLegend(canvas, {2 * kMargin + kPanel, kTop + kPanel + 30},
                {{palette::ink, "entry of the matrix"}, {fill, "fill-in: entry of the factor only"}}, 15);

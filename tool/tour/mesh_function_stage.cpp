@@ -349,7 +349,9 @@ void addChecks(Section& section, MeshFunction2D const& function, Survey const& s
     section.check(same == tested, "Inside, extrapolate gives the same bits as evaluate",
                   niceCount(same) + " of " + niceCount(tested));
     std::size_t closed = 0;
-    for (auto const& loop : function.boundaryProjectors) closed += loop->points.front() == loop->points.back() ? 1 : 0;
+    for (auto const& loop : function.boundaryProjectors) {
+        if (loop->points.front() == loop->points.back()) ++closed;
+    }
     section.check(closed == function.boundaryProjectors.size(), "Every boundary loop is closed",
                   niceCount(closed) + " of " + niceCount(function.boundaryProjectors.size()));
     // Not for every mesh: a boundary triangle without area, or one that is too far away, gives no value.

@@ -221,7 +221,7 @@ double agreementWithNormals(Solid const& solid)
     for (Triangle const& t : solid.triangles) {
         auto const at = [&](std::size_t corner) { return solid.positions[asIndex(t[corner])]; };
         Vector3 const normal = cross(at(1) - at(0), at(2) - at(0));
-        agree += normal * solid.normals[asIndex(t[0])] > 0 ? 1 : 0;
+        if (normal * solid.normals[asIndex(t[0])] > 0) ++agree;
     }
     return static_cast<double>(agree) / static_cast<double>(solid.triangles.size());
 }
