@@ -1,6 +1,7 @@
 #pragma once
 
-/// Everything that sinew offers, in the order of its modules. A host that compiles often includes single headers instead.
+/// Everything that sinew offers, in the order of its modules. A host that compiles often includes single headers
+/// instead.
 
 #include <sinew/framework/fields.h>
 #include <sinew/framework/findings.h>

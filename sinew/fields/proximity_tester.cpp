@@ -8,6 +8,10 @@
 #include <cmath>
 #include <limits>
 
+#include <sinew/fields/detail/as_index.h>
+
+using sinew::detail::asIndex;
+
 namespace {
 
 // The number of cells without the border stays below this, so that memory stays small whatever the radius.
@@ -93,7 +97,7 @@ void dilate(ProximityTester& grid, std::vector<int> const& cells)
         for (int kk = std::max(k - 1, 0); kk <= std::min(k + 1, nz - 1); ++kk) {
             for (int jj = std::max(j - 1, 0); jj <= std::min(j + 1, ny - 1); ++jj) {
                 for (int ii = std::max(i - 1, 0); ii <= std::min(i + 1, nx - 1); ++ii) {
-                    grid.occupied[static_cast<std::size_t>(ii + nx * (jj + ny * kk))] = true;
+                    grid.occupied[asIndex(ii + nx * (jj + ny * kk))] = true;
                 }
             }
         }
@@ -106,7 +110,7 @@ bool markCells(ProximityTester& grid, std::vector<Vector3> const& points, std::v
     for (Vector3 const& p : points) {
         int const cell = cellIndex(grid, p);
         if (cell < 0) return false;
-        std::vector<bool>::reference bit = grid.occupied[static_cast<std::size_t>(cell)];
+        std::vector<bool>::reference bit = grid.occupied[asIndex(cell)];
         if (!bit) marked.push_back(cell);
         bit = true;
     }
@@ -129,9 +133,7 @@ ProximityTester::ProximityTester(std::vector<Vector3> const& points, double radi
     origin = ranges[0].low * axes[0] + ranges[1].low * axes[1] + ranges[2].low * axes[2];
     origin = origin - (cellSize[0] * axes[0] + cellSize[1] * axes[1] + cellSize[2] * axes[2]);
 
-    occupied.assign(static_cast<std::size_t>(cellCount[0]) * static_cast<std::size_t>(cellCount[1]) *
-                        static_cast<std::size_t>(cellCount[2]),
-                    false);
+    occupied.assign(asIndex(cellCount[0]) * asIndex(cellCount[1]) * asIndex(cellCount[2]), false);
     // Dilation starts from the marked cells instead of sweeping over the grid, so it costs no more than the points do,
     // however many cells there are.
     std::vector<int> marked;
@@ -141,7 +143,7 @@ ProximityTester::ProximityTester(std::vector<Vector3> const& points, double radi
 bool ProximityTester::test(Vector3 const& p) const
 {
     int const cell = cellIndex(*this, p);
-    return cell >= 0 && occupied[static_cast<std::size_t>(cell)];
+    return cell >= 0 && occupied[asIndex(cell)];
 }
 
 namespace sinew {

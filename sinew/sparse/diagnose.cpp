@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include <sinew/sparse/detail/factorization.h>
 #include <sinew/sparse/detail/as_index.h>
+#include <sinew/sparse/detail/factorization.h>
 #include <sinew/sparse/detail/sparse_rows.h>
 
 namespace sinew {

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <utility>
 
-#include <sinew/sparse/detail/factorization.h>
 #include <sinew/sparse/detail/as_index.h>
+#include <sinew/sparse/detail/factorization.h>
 
 namespace sinew {
 

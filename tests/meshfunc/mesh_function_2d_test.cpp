@@ -1058,6 +1058,53 @@ TEST(MeshFunctionStale, RemovedValuesAreNotRead)
     EXPECT_FALSE(f.evaluate({0.3, 0.4}, nullptr, nullptr));
 }
 
+namespace {
+
+// Changes one public member at random, as a host might by mistake.
+void changeOneMember(test::Random& random, MeshFunction2D& f)
+{
+    switch (random.below(12)) {
+    case 0:
+        f.params.resize(random.below(5));
+        break;
+    case 1:
+        f.values.resize(random.below(5));
+        break;
+    case 2:
+        f.normaldots.resize(random.below(5));
+        break;
+    case 3:
+        f.facets.resize(random.below(10));
+        break;
+    case 4:
+        for (int& i : f.facets) i = static_cast<int>(random.bits());
+        break;
+    case 5:
+        f.gridCells.resize(random.below(400));
+        break;
+    case 6:
+        for (auto& list : f.gridCells) list.assign(2, static_cast<int>(random.bits()));
+        break;
+    case 7:
+        f.gridSize[random.below(2)] = static_cast<int>(random.bits());
+        break;
+    case 8:
+        f.boundaryProjectors.clear();
+        break;
+    case 9:
+        f.boundaryFacets.clear();
+        break;
+    case 10:
+        for (auto& loop : f.boundaryFacets) loop.assign(2, static_cast<int>(random.bits()));
+        break;
+    default:
+        for (auto& projector : f.boundaryProjectors) projector.reset();
+        break;
+    }
+}
+
+} // namespace
+
 TEST(MeshFunctionStale, NothingIsReadOutOfBounds)
 {
     test::Random random(19);
@@ -1065,46 +1112,7 @@ TEST(MeshFunctionStale, NothingIsReadOutOfBounds)
         SCOPED_TRACE(trial);
         MeshFunction2D f = test::gridMesh(random, 12, 12).function();
         f.extrapolateFlag = random.oneIn(2);
-        for (int change = 0; change < 2; ++change) {
-            switch (random.below(12)) {
-            case 0:
-                f.params.resize(random.below(5));
-                break;
-            case 1:
-                f.values.resize(random.below(5));
-                break;
-            case 2:
-                f.normaldots.resize(random.below(5));
-                break;
-            case 3:
-                f.facets.resize(random.below(10));
-                break;
-            case 4:
-                for (int& i : f.facets) i = static_cast<int>(random.bits());
-                break;
-            case 5:
-                f.gridCells.resize(random.below(400));
-                break;
-            case 6:
-                for (auto& list : f.gridCells) list.assign(2, static_cast<int>(random.bits()));
-                break;
-            case 7:
-                f.gridSize[random.below(2)] = static_cast<int>(random.bits());
-                break;
-            case 8:
-                f.boundaryProjectors.clear();
-                break;
-            case 9:
-                f.boundaryFacets.clear();
-                break;
-            case 10:
-                for (auto& loop : f.boundaryFacets) loop.assign(2, static_cast<int>(random.bits()));
-                break;
-            case 11:
-                for (auto& projector : f.boundaryProjectors) projector.reset();
-                break;
-            }
-        }
+        for (int change = 0; change < 2; ++change) changeOneMember(random, f);
         if (random.oneIn(3)) f = MeshFunction2D(f);
         Point value;
         float scalar;

@@ -244,9 +244,8 @@ struct Invert
 } // namespace
 
 GaussJordan::GaussJordan(int n)
-    : rows_(static_cast<std::size_t>(n)), pieces_((rows_ + kBlock - 1) / kBlock * rows_), inverseColumns_(rows_)
+    : rows_(asIndex(n)), pieces_((rows_ + kBlock - 1) / kBlock * rows_), inverseColumns_(rows_)
 {
-    assert(n >= 0);
 }
 
 GaussJordan::Outcome GaussJordan::invert(VectorWidth width)

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <sinew/detail/dispatch.h>
+#include <sinew/fields/detail/as_index.h>
 
 namespace sinew::detail {
 
@@ -41,7 +42,7 @@ public:
     /// which the columns are stored.
     double& operator()(int i, int j)
     {
-        assert(i >= 0 && j >= 0 && static_cast<std::size_t>(i) < rows_ && static_cast<std::size_t>(j) < rows_);
+        assert(asIndex(i) < rows_ && asIndex(j) < rows_);
         return piece(j / RowPiece::kColumns, i).x[j % RowPiece::kColumns];
     }
 
@@ -58,14 +59,8 @@ public:
     void copyRow(int i, double* row) const;
 
 private:
-    RowPiece& piece(int tile, int i)
-    {
-        return pieces_[static_cast<std::size_t>(tile) * rows_ + static_cast<std::size_t>(i)];
-    }
-    RowPiece const& piece(int tile, int i) const
-    {
-        return pieces_[static_cast<std::size_t>(tile) * rows_ + static_cast<std::size_t>(i)];
-    }
+    RowPiece& piece(int tile, int i) { return pieces_[asIndex(tile) * rows_ + asIndex(i)]; }
+    RowPiece const& piece(int tile, int i) const { return pieces_[asIndex(tile) * rows_ + asIndex(i)]; }
 
     std::size_t rows_;
     std::vector<RowPiece> pieces_;    // tile by tile of sixteen columns, row by row in each tile

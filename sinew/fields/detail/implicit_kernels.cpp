@@ -82,7 +82,7 @@ struct AddTerms
             for (std::size_t i = 0; i < count; i += kSize) {
                 Offsets<width> d;
                 setOffsets<width>(p, terms.centres + first + i, &d);
-                Vector<width> coefficients;
+                Vector<width> coefficients{};
                 load<width>(terms.coefficients + first + i, &coefficients);
                 *vectors<width>(values + i) = coefficients * d.lengthsSq * d.lengths;
             }
@@ -112,7 +112,7 @@ struct AddGradients
         for (std::size_t first = 0; first < inVectors; first += kSize) {
             Offsets<width> d;
             setOffsets<width>(p, terms.centres + first, &d);
-            Vector<width> weights;
+            Vector<width> weights{};
             load<width>(terms.coefficients + first, &weights);
             weights = weights * 3.0 * d.lengths;
             d.x *= weights;

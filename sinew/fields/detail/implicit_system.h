@@ -3,10 +3,10 @@
 /// The linear system whose solution is an `Implicit`.
 
 #include <cmath>
-#include <cstddef>
 #include <vector>
 
 #include <sinew/core/vector3.h>
+#include <sinew/fields/detail/as_index.h>
 
 namespace sinew::detail {
 
@@ -32,8 +32,8 @@ void fillImplicitSystem(std::vector<Vector3> const& centres, Matrix& system)
     int const n = static_cast<int>(centres.size());
     auto const set = [&system](int i, int j, double value) { system(i, j) = system(j, i) = value; };
     for (int i = 0; i < n; ++i) {
-        Vector3 const& x = centres[static_cast<std::size_t>(i)];
-        for (int j = 0; j < i; ++j) set(i, j, cubeOfDistance(x, centres[static_cast<std::size_t>(j)]));
+        Vector3 const& x = centres[asIndex(i)];
+        for (int j = 0; j < i; ++j) set(i, j, cubeOfDistance(x, centres[asIndex(j)]));
         set(n, i, 1.0);
         set(n + 1, i, x.x);
         set(n + 2, i, x.y);
