@@ -1,8 +1,8 @@
 #pragma once
 
-/// Tables and constants of the correctly rounded functions in portable_math.h. An integer is the value, multiplied by the
-/// power of two that the comment names and rounded to nearest; a sum of two doubles is for the quick steps. The tests
-/// compute all entries of the tables anew with an independent library.
+/// Tables and constants of the correctly rounded functions in portable_math.h. An integer is the value, multiplied by
+/// the power of two that the comment names and rounded to nearest; a sum of two doubles is for the quick steps. The
+/// tests compute all entries of the tables anew with an independent library.
 
 #include <cstdint>
 
