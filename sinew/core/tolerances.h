@@ -51,7 +51,7 @@ inline constexpr double kDeterminantZero = 1e-08;
 /// A full turn in radians.
 inline constexpr double kFullTurn = 6.283185307179586;
 
-/// Squared distance at which a search for the nearest segment starts: segments at this distance or farther are not
+/// Squared distance at which a search for the nearest segment starts. Segments at this distance or farther are not
 /// found.
 inline constexpr double kFarthestDistSq = 1e13;
 
