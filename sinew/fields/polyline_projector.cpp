@@ -5,7 +5,7 @@
 
 #include <sinew/core/tolerances.h>
 #include <sinew/core/vector_geometry.h>
-#include <sinew/fields/detail/as_index.h>
+#include <sinew/detail/as_index.h>
 #include <sinew/fields/detail/polyline_index.h>
 #include <sinew/fields/detail/polyline_search.h>
 

@@ -8,7 +8,7 @@
 #include <cmath>
 #include <limits>
 
-#include <sinew/fields/detail/as_index.h>
+#include <sinew/detail/as_index.h>
 
 using sinew::detail::asIndex;
 

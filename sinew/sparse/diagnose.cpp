@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include <sinew/sparse/detail/as_index.h>
+#include <sinew/detail/as_index.h>
 #include <sinew/sparse/detail/factorization.h>
 #include <sinew/sparse/detail/sparse_rows.h>
 

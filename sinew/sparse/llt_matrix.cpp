@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include <sinew/sparse/detail/as_index.h>
+#include <sinew/detail/as_index.h>
 #include <sinew/sparse/detail/substitution.h>
 
 using sinew::detail::asIndex;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include <sinew/sparse/detail/as_index.h>
+#include <sinew/detail/as_index.h>
 #include <sinew/sparse/detail/substitution.h>
 
 namespace sinew {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <utility>
 
-#include <sinew/sparse/detail/as_index.h>
+#include <sinew/detail/as_index.h>
 #include <sinew/sparse/detail/factorization.h>
 
 namespace sinew {

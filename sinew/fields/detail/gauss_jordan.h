@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <vector>
 
+#include <sinew/detail/as_index.h>
 #include <sinew/detail/dispatch.h>
-#include <sinew/fields/detail/as_index.h>
 
 namespace sinew::detail {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include <sinew/core/vector3.h>
-#include <sinew/fields/detail/as_index.h>
+#include <sinew/detail/as_index.h>
 
 namespace sinew::detail {
 

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include <sinew/core/vector3.h>
+#include <sinew/detail/as_index.h>
 #include <sinew/detail/dispatch.h>
-#include <sinew/fields/detail/as_index.h>
 
 namespace sinew::detail {
 

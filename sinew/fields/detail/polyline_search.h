@@ -8,7 +8,7 @@
 
 #include <sinew/core/tolerances.h>
 #include <sinew/core/vector3.h>
-#include <sinew/fields/detail/as_index.h>
+#include <sinew/detail/as_index.h>
 
 namespace sinew::detail {
 

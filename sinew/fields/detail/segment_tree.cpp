@@ -10,7 +10,7 @@
 #include <limits>
 
 #include <sinew/core/detail/segment_distance.h>
-#include <sinew/fields/detail/as_index.h>
+#include <sinew/detail/as_index.h>
 
 namespace sinew::detail {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include <sinew/sparse/detail/as_index.h>
+#include <sinew/detail/as_index.h>
 #include <sinew/sparse/detail/sparse_rows.h>
 
 namespace sinew::detail {

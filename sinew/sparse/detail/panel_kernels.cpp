@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include <sinew/sparse/detail/as_index.h>
+#include <sinew/detail/as_index.h>
 
 // The same source for each vector width. The scheme of dispatch.h, one template for all widths, does not work for code
 // that names its vectors: gcc splits a wide vector type in a function that is not itself compiled for this width, and

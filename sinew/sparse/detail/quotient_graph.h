@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include <sinew/sparse/detail/as_index.h>
+#include <sinew/detail/as_index.h>
 #include <sinew/sparse/detail/graph.h>
 
 namespace sinew::detail {

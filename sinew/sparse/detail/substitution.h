@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include <sinew/sparse/detail/as_index.h>
+#include <sinew/detail/as_index.h>
 
 namespace sinew::detail {
 

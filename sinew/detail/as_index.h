@@ -1,6 +1,6 @@
 #pragma once
 
-/// Conversion of the `int` indices of this module into indices of standard containers.
+/// Conversion of the `int` indices of the public types into indices of standard containers. Not installed.
 
 #include <cassert>
 #include <cstddef>
