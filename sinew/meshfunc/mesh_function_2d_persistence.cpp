@@ -226,4 +226,4 @@ MeshFunction2D* Factory<Serializable, MeshFunction2D>::createObject() const
 
 // This source file also holds the virtual table of the class. A program that links the static library and uses the
 // class therefore links the registration, too.
-static SerializableFactory<MeshFunction2D> const meshFunctionFactory("MeshFunction2D");
+static SerializableFactory<MeshFunction2D> const kMeshFunctionFactory("MeshFunction2D");
