@@ -94,6 +94,7 @@ public:
         if (base_) base_->releaseReference();
     }
 
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the copy keeps the object alive, also when it is this handle
     smart_ptr& operator=(smart_ptr const& other)
     {
         smart_ptr(other).swap(*this);

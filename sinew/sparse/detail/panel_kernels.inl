@@ -215,14 +215,14 @@ SINEW_PANEL_TARGET void updateGathered(int columns, Source const& source, Tile c
     int const count = list.count;
     for (int c = 0; c < columns; ++c) {
         double const* const column = target.values + c * target.stride;
-        double* const copy = values + c * kTileRows;
+        double* const copy = values + std::ptrdiff_t{c} * kTileRows;
         for (int t = 0; t < count; ++t) copy[t] = column[where[t]];
         for (int t = count; t < kTileRows; ++t) copy[t] = 0.0;
     }
     updateColumns<kTileVectors>(columns, source, {values, kTileRows, target.invDiag});
     for (int c = 0; c < columns; ++c) {
         double* const column = target.values + c * target.stride;
-        double const* const copy = values + c * kTileRows;
+        double const* const copy = values + std::ptrdiff_t{c} * kTileRows;
         for (int t = 0; t < count; ++t) column[where[t]] = copy[t];
     }
 }
