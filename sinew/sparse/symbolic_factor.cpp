@@ -100,7 +100,7 @@ std::int64_t SymbolicFactor::workBytes() const
     if (!analysis_) return 0;
     std::int64_t columnBytes = 0;
     for (auto const& row : analysis_->columns) {
-        columnBytes += static_cast<std::int64_t>(sizeof row + row.size() * sizeof(int));
+        columnBytes += static_cast<std::int64_t>(sizeof(std::vector<int>) + row.size() * sizeof(int));
     }
     return columnBytes + analysis_->factorization.bytes() + analysis_->factorization.workBytes();
 }

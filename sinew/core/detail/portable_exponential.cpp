@@ -13,10 +13,9 @@ namespace sinew::detail::portable {
 
 namespace {
 
-constexpr std::uint64_t kThird = 0x5555555555555555u;   // Q64
-constexpr std::uint64_t kFifth = 0x3333333333333333u;   // Q64
-constexpr std::uint64_t kSixth = 0x2aaaaaaaaaaaaaaau;   // Q64
-constexpr std::uint64_t kSeventh = 0x2492492492492492u; // Q64
+constexpr std::uint64_t kThird = 0x5555555555555555u; // Q64
+constexpr std::uint64_t kFifth = 0x3333333333333333u; // Q64
+constexpr std::uint64_t kSixth = 0x2aaaaaaaaaaaaaaau; // Q64
 
 // ln(1 + u) / u as 1 - w for 0 < |u| < 2^-14; returns |w| in Q78, where w has the sign of u.
 std::uint64_t logSeries(std::uint64_t u /* |u| in Q78 */, bool negative)

@@ -67,7 +67,7 @@ private:
         return degree < kLowDegrees ? low_[asIndex(degree)].empty() : heaps_[asIndex(degree)].empty();
     }
 
-    int nodeCount_;
+    [[maybe_unused]] int nodeCount_;
     int smallest_ = 0;                    // no entry has a lower degree
     std::vector<IndexSet> low_;           // one for each degree below kLowDegrees
     std::vector<std::vector<int>> heaps_; // one for each degree; those of degrees below kLowDegrees stay empty
