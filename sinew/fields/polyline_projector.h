@@ -24,7 +24,7 @@ class PolylineIndex;
 /// The point of a polyline that is nearest to a query.
 ///
 /// point = points[segment] + t * (points[segment + 1] - points[segment]), and exactly the vertex where t is 0 or 1. If
-/// there is no result, `segment` is -1 and the other members have no meaning.
+/// there is no result, `segment` is -1 and the other members have their initial values.
 struct PolylineHit
 {
     int segment = -1; ///< index of the first vertex of the segment that holds the point, or -1

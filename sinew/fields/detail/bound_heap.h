@@ -42,6 +42,7 @@ public:
         return items_.front();
     }
 
+    /// The item may be one of this heap.
     void push(Item const item)
     {
         assert(item.bound == item.bound);

@@ -34,10 +34,11 @@ double rootSlack(double length, double chord);
 struct SegmentDistance
 {
     double distSq; ///< the same bits as the result of `distSqToLineSegment`
-    double along;
-    double length;
+    double along;  ///< numerator of the position
+    double length; ///< denominator of the position
 
-    /// The position: 0 at the first end, 1 at the second one. It is divided here because few callers need it.
+    /// The position: 0 at the first end, 1 at the second one. It is not stored, because most callers do not need the
+    /// division.
     double t() const { return along / length; }
 };
 
