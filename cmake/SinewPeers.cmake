@@ -6,7 +6,7 @@
 #   benches and tests  eigen imath pugixml
 #   tests              glm
 #   benches            cgal embree nanoflann suitesparse
-#   tests and figures  mpfr
+#   tests, benches and figures  mpfr
 
 # sinew_link_peers(<target> <prefix> <name>...)
 #
@@ -79,7 +79,7 @@ if(SINEW_BENCH)
   endif()
 endif()
 
-if(SINEW_TESTS OR SINEW_FIGURES)
+if(SINEW_TESTS OR SINEW_BENCH OR SINEW_FIGURES)
   find_path(SINEW_MPFR_INCLUDE mpfr.h)
   find_library(SINEW_MPFR_LIBRARY mpfr)
   if(SINEW_MPFR_INCLUDE AND SINEW_MPFR_LIBRARY)

@@ -21,6 +21,7 @@
 
 #include <sinew/core/detail/portable_constants.h>
 #include <sinew/core/detail/portable_exponential.h>
+#include <sinew/core/detail/portable_quick.h>
 #include <sinew/core/detail/portable_rounding.h>
 #include <sinew/core/detail/portable_sine.h>
 
@@ -178,6 +179,10 @@ std::vector<double> const kSpecial = {0.0,
                                       0x1.921fb54442d18p+1,
                                       0x1.921fb54442d18p+600,
                                       0x1p19,
+                                      0x1p27,
+                                      704.0,
+                                      1 + 0x1p-9,
+                                      1 - 0x1p-10,
                                       0x1p1023,
                                       0x1p-1022,
                                       0x1.fffffffffffffp-1023,
@@ -404,7 +409,6 @@ TEST(PortableMathTables, HoldPowersOfTwo)
         mpfr_set_d(x.value, i / 128.0, MPFR_RNDN);
         mpfr_exp2(x.value, x.value, MPFR_RNDN);
         expectNear(portable::kExp2Coarse[i], x.value, 127);
-        expectNear(portable::kExp2Table[i], x.value, 0x1p-105);
         mpfr_set_d(x.value, i / 16384.0, MPFR_RNDN);
         mpfr_exp2(x.value, x.value, MPFR_RNDN);
         mpfr_sub_ui(x.value, x.value, 1, MPFR_RNDN);
@@ -412,19 +416,32 @@ TEST(PortableMathTables, HoldPowersOfTwo)
     }
 }
 
-// -ln of `factor` in a table of integers and in one of doubles.
-void expectLogarithm(double factor, portable::LogStep const& step, portable::TwoDoubles const& table)
+TEST(PortableMathTables, HoldPowersOfTwoForTheQuickStep)
 {
     Number x(400);
-    mpfr_set_d(x.value, factor, MPFR_RNDN);
-    mpfr_log(x.value, x.value, MPFR_RNDN);
+    for (int i = 0; i < 512; ++i) {
+        mpfr_set_d(x.value, i / 512.0, MPFR_RNDN);
+        mpfr_exp2(x.value, x.value, MPFR_RNDN);
+        expectNear(portable::kExp2Table[i], x.value, 0x1p-105);
+    }
+}
+
+void setLog(Number& result, double x)
+{
+    mpfr_set_d(result.value, x, MPFR_RNDN);
+    mpfr_log(result.value, result.value, MPFR_RNDN);
+}
+
+// -ln of `factor` as an integer.
+void expectLogarithm(double factor, portable::LogStep const& step)
+{
+    Number x(400);
+    setLog(x, factor);
     bool const below = step.high >> 63 != 0; // negative, as -ln of a factor above 1
     UInt128 const magnitude = below ? -UInt128{step.high, step.low} : UInt128{step.high, step.low};
-    expectNear(table, (mpfr_neg(x.value, x.value, MPFR_RNDN), x.value), 0x1p-95);
     mpfr_abs(x.value, x.value, MPFR_RNDN);
     expectNear(magnitude, x.value, 96);
     EXPECT_EQ(below, factor > 1);
-    EXPECT_EQ(table.high * 0x1p42, std::nearbyint(table.high * 0x1p42));
 }
 
 TEST(PortableMathTables, HoldLogarithmsOfTheirFactors)
@@ -432,12 +449,73 @@ TEST(PortableMathTables, HoldLogarithmsOfTheirFactors)
     for (int i = 0; i < 128; ++i) {
         portable::LogStep const& step = portable::kLogCoarse[i];
         double const factor = static_cast<double>(step.reciprocal) / 256 * (i < portable::kLogUpper ? 1 : 2);
-        expectLogarithm(factor, step, portable::kLogCoarseTable[i]);
+        expectLogarithm(factor, step);
     }
     for (std::size_t j = 0; j < std::size(portable::kLogFine); ++j) {
         portable::LogStep const& step = portable::kLogFine[j];
-        expectLogarithm(static_cast<double>(step.reciprocal) / 32768, step, portable::kLogFineTable[j]);
+        expectLogarithm(static_cast<double>(step.reciprocal) / 32768, step);
     }
+}
+
+bool isMultipleOf(double x, int exponent) // of 2^exponent
+{
+    double const quotient = std::ldexp(x, -exponent);
+    return quotient == std::nearbyint(quotient);
+}
+
+TEST(PortableMathTables, HoldLogarithmsForTheQuickStep)
+{
+    Number x(400);
+    for (std::uint64_t i = 0; i < 512; ++i) {
+        SCOPED_TRACE(i);
+        portable::QuickLogStep const& step = portable::kQuickLog[i];
+        setLog(x, static_cast<double>(step.reciprocal) / 1024);
+        mpfr_neg(x.value, x.value, MPFR_RNDN);
+        expectNear({step.high, step.low}, x.value, 0x1p-95);
+        EXPECT_TRUE(isMultipleOf(step.high, -42));
+
+        // The first and the last mantissa of the interval: r is exact, and below 2^-9.
+        for (std::uint64_t fraction : {i << 43, ((i + 1) << 43) - 1}) {
+            double const mantissa = fromBits(bitsOf(1.0) | fraction);
+            portable::QuickLogarithm const split = portable::splitLog(bitsOf(mantissa));
+            Number r(400);
+            mpfr_set_d(r.value, mantissa, MPFR_RNDN);
+            mpfr_mul_ui(r.value, r.value, static_cast<unsigned long>(step.reciprocal), MPFR_RNDN);
+            mpfr_div_ui(r.value, r.value, 1024, MPFR_RNDN);
+            mpfr_sub_ui(r.value, r.value, 1, MPFR_RNDN);
+            EXPECT_EQ(mpfr_cmp_d(r.value, split.r), 0);
+            EXPECT_LT(std::fabs(split.r), 0x1p-9);
+            EXPECT_TRUE(split.high == 0.0 || std::fabs(split.high) > std::fabs(split.r));
+        }
+    }
+}
+
+TEST(PortableMathTables, HoldTheStepsOfTheQuickReductions)
+{
+    Number x(400);
+    mpfr_const_log2(x.value, MPFR_RNDN);
+    expectNear(portable::kLn2Table, x.value, 0x1p-95);
+    EXPECT_TRUE(isMultipleOf(portable::kLn2Table.high, -42));
+    mpfr_div_ui(x.value, x.value, 512, MPFR_RNDN);
+    expectNear(portable::kLn2Step, x.value, 0x1p-96);
+    EXPECT_TRUE(isMultipleOf(portable::kLn2Step.high, -42)); // 32 places after the first one, which counts 2^-10
+    mpfr_ui_div(x.value, 1, x.value, MPFR_RNDN);
+    EXPECT_EQ(portable::kStepsPerLn2, mpfr_get_d(x.value, MPFR_RNDN));
+
+    mpfr_const_pi(x.value, MPFR_RNDN);
+    mpfr_div_ui(x.value, x.value, 2, MPFR_RNDN);
+    expectNear(portable::kHalfPiTable, x.value, 0x1p-106);
+    mpfr_div_ui(x.value, x.value, 128, MPFR_RNDN);
+    int const places[] = {-25, -44, -60};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_TRUE(isMultipleOf(portable::kPiStep[i], places[i]));
+        mpfr_sub_d(x.value, x.value, portable::kPiStep[i], MPFR_RNDN);
+        EXPECT_LE(std::fabs(mpfr_get_d(x.value, MPFR_RNDN)), std::ldexp(0.5, places[i]));
+    }
+    EXPECT_EQ(portable::kPiStep[3], mpfr_get_d(x.value, MPFR_RNDN));
+    mpfr_const_pi(x.value, MPFR_RNDN);
+    mpfr_ui_div(x.value, 256, x.value, MPFR_RNDN);
+    EXPECT_EQ(portable::kStepsPerTurnPart, mpfr_get_d(x.value, MPFR_RNDN));
 }
 
 TEST(PortableMathTables, HoldSinesAndArctangents)

@@ -99,8 +99,8 @@ bool quickAngle(Octant const& o, double* result)
     Sum t{};
     if (i == 0) {
         // The remainder of the division, by exact products of halves.
-        double const xHigh = fromBits(bitsOf(x) & ~std::uint64_t{0x7ffffff});
-        double const slopeHigh = fromBits(bitsOf(slope) & ~std::uint64_t{0x7ffffff});
+        double const xHigh = upperHalf(x);
+        double const slopeHigh = upperHalf(slope);
         double const xLow = x - xHigh, slopeLow = slope - slopeHigh;
         double const rest = (((y - xHigh * slopeHigh) - xHigh * slopeLow) - xLow * slopeHigh) - xLow * slopeLow;
         t = {slope, rest * inverse};

@@ -4,6 +4,7 @@
 
 #include <sinew/core/detail/portable_constants.h>
 #include <sinew/core/detail/portable_math.h>
+#include <sinew/core/detail/portable_quick.h>
 
 // The method of tables and short series: P. T. P. Tang, Table-driven implementation of the exponential function in IEEE
 // floating-point arithmetic, 1989, and of the logarithm function, 1990, here in fixed-point numbers. "Q78" beside a
@@ -99,27 +100,19 @@ inline LogReduction reduceLog(std::uint64_t bits)
     return {i < kLogUpper ? x.exponent : x.exponent + 1, i, j, u};
 }
 
-// The quick step of log: one table instead of the two of quickLog, and a longer series.
-bool roundQuickLog(std::uint64_t bits, double* result)
+// The sum of three parts of the logarithm, the error of which grows with r^2 and with the exponent of x.
+bool quickLog(std::uint64_t bits, double* result)
 {
-    Parts const x = partsOf(bits);
-    std::uint64_t const m = x.mantissa >> 11; // Q52
-    int const i = static_cast<int>(m >> 45 & 127);
-    std::uint64_t const once = m * kLogCoarse[i].reciprocal;                                   // Q60
-    double const r = static_cast<double>(static_cast<std::int64_t>(once << 4) >> 4) * 0x1p-60; // exact, below 2^-7
-    double const k = i < kLogUpper ? x.exponent : x.exponent + 1;
-    TwoDoubles const coarse = kLogCoarseTable[i];
-    double const high = k * kLn2Table.high + coarse.high; // exact
+    QuickLogarithm const l = splitLog(bits);
+    double const r = l.r;
     double const r2 = r * r;
-    double const r4 = r2 * r2;
-    double const early = (0x1.5555555555555p-2 + r * -0.25) + r2 * (0x1.999999999999ap-3 + r * -0x1.5555555555555p-3);
-    double const late = (0x1.2492492492492p-3 + r * -0.125) + r2 * (0x1.c71c71c71c71cp-4 + r * -0x1.999999999999ap-4);
-    double const series = r2 * -0.5 + r * r2 * (early + r4 * late);
-    double const sum = high + r;
-    double const rest = (high - sum) + r; // exact, since |high| is zero or larger than |r|
-    double const low = rest + ((k * kLn2Table.low + coarse.low) + series);
-    double const error = high == 0.0 ? 0x1p-60 * (r < 0 ? -r : r) : 0x1p-65;
-    return roundIfCertain(sum, low, error, result);
+    double const third = (0x1.5555555555555p-2 + r * -0.25) +
+                         r2 * ((0x1.999999999999ap-3 + r * -0x1.5555555555555p-3) + r2 * 0x1.2492492492492p-3);
+    double const series = r2 * -0.5 + (r * r2) * third;
+    double const sum = l.high + r;
+    double const rest = (l.high - sum) + r; // exact, since |high| is zero or larger than |r|
+    double const error = r2 * 0x1.2p-52 + 0x1p-84;
+    return roundIfCertain(sum, rest + (l.low + series), error, result);
 }
 
 // Beyond these, e^x rounds to infinity or to 0.
@@ -127,7 +120,7 @@ constexpr double kLargestExponent = 0x1.62e42fefa39efp+9;
 constexpr double kSmallestExponent = -0x1.74910d52d3052p+9;
 
 // What follows when the quick step leaves the rounding open.
-SINEW_RARE double accurateExp(double x)
+double accurateExp(double x)
 {
     double result = 0.0;
     Parts const parts = partsOf(bitsOf(x));
@@ -143,7 +136,7 @@ SINEW_RARE double accurateExp(double x)
     return result;
 }
 
-SINEW_RARE double accurateLog(std::uint64_t bits)
+double accurateLog(std::uint64_t bits)
 {
     double result = 0.0;
     Logarithm const y = logOf(bits);
@@ -153,8 +146,8 @@ SINEW_RARE double accurateLog(std::uint64_t bits)
     return result;
 }
 
-// Arguments of exp beyond 2^9 or below 2^-54, and those that are not finite.
-SINEW_RARE double extremeExp(double x)
+// All arguments of exp that the quick step does not round.
+SINEW_RARE double rareExp(double x)
 {
     if (x != x) return x + x;
     if (x > kLargestExponent) return fromBits(kInfinityBits);
@@ -163,11 +156,14 @@ SINEW_RARE double extremeExp(double x)
     return accurateExp(x);
 }
 
-// Zeros, negative numbers, infinity and NaN.
-SINEW_RARE double extremeLog(double x)
+// All arguments of log that the quick step does not round.
+SINEW_RARE double rareLog(double x)
 {
     if (x == 0) return -fromBits(kInfinityBits);
-    return x < 0 ? fromBits(kNaNBits) : x + x;
+    if (x < 0) return fromBits(kNaNBits);
+    if (!(x < fromBits(kInfinityBits))) return x + x;
+    if (x == 1) return 0.0;
+    return accurateLog(bitsOf(x));
 }
 
 } // namespace
@@ -175,58 +171,17 @@ SINEW_RARE double extremeLog(double x)
 double exp(double x)
 {
     std::uint64_t const magnitude = bitsOf(x) & ~kSignBit;
-    if (magnitude - bitsOf(0x1p-54) >= bitsOf(0x1p9) - bitsOf(0x1p-54)) return extremeExp(x);
     double result = 0.0;
-    return quickExp({x, 0.0, 0.0}, &result) ? result : accurateExp(x);
+    bool const isCertain = magnitude - bitsOf(0x1p-54) < bitsOf(kQuickExpLimit) - bitsOf(0x1p-54) &&
+                           quickExp({x, 0.0}, kQuickExpError, &result);
+    return isCertain ? result : rareExp(x);
 }
 
 double log(double x)
 {
     std::uint64_t const bits = bitsOf(x);
-    if (bits - 1 >= kInfinityBits - 1) return extremeLog(x);
-    if (x == 1) return 0.0;
     double result = 0.0;
-    return roundQuickLog(bits, &result) ? result : accurateLog(bits);
-}
-
-bool quickExp(QuickNumber const& x, double* result)
-{
-    // e^x = 2^(k / 128) e^r with |r| < 2^-8.5.
-    double const kIntegers = 0x1.8p52; // sums with it are integers
-    double const shifted = x.high * kStepsPerLn2 + kIntegers;
-    double const k = shifted - kIntegers;
-    std::int32_t const steps = static_cast<std::int32_t>(bitsOf(shifted) & 0xffffffffu);
-    double const r = ((x.high - k * kLn2Step.high) - k * kLn2Step.low) + x.low;
-    TwoDoubles const t = kExp2Table[steps & 127];
-    double const r2 = r * r;
-    double const p = r + r2 * ((0.5 + r * 0x1.5555555555555p-3) +
-                               r2 * (0x1.5555555555555p-5 + r * 0x1.1111111111111p-7 + r2 * 0x1.6c16c16c16c17p-10));
-    double const low = t.low + t.high * p;
-    double const error = 0x1p-59 + 2 * x.error;
-    double scaled = 0.0;
-    int const exponent = steps >> 7;
-    if (!roundIfCertain(t.high, low, error, &scaled) || exponent < -1021 || exponent > 1022) return false;
-    *result = fromBits(bitsOf(scaled) + (static_cast<std::uint64_t>(exponent) << 52));
-    return true;
-}
-
-QuickNumber quickLog(std::uint64_t bits)
-{
-    LogReduction const reduced = reduceLog(bits);
-    TwoDoubles const coarse = kLogCoarseTable[reduced.coarse];
-    TwoDoubles const fine = kLogFineTable[reduced.fine];
-    double const k = reduced.exponent;
-    double const r = static_cast<double>(reduced.rest) * 0x1p-75;
-    double const lost =
-        static_cast<double>(reduced.rest - static_cast<std::int64_t>(static_cast<double>(reduced.rest))) * 0x1p-75;
-    double const high = k * kLn2Table.high + (coarse.high + fine.high); // exact
-    double const r2 = r * r;
-    double const series = r2 * (-0.5 + r * 0x1.5555555555555p-2) + r2 * r2 * (-0.25 + r * 0x1.999999999999ap-3);
-    double const low = (k * kLn2Table.low + (coarse.low + fine.low)) + (series + lost);
-    double const sum = high + r;
-    double const rest = (high - sum) + r; // exact, since |high| is zero or larger than |r|
-    if (high == 0.0) return {r, low, 0x1p-64 * (r < 0 ? -r : r)};
-    return {sum, rest + low, 0x1p-77};
+    return isPositiveNormal(bits) && quickLog(bits, &result) ? result : rareLog(x);
 }
 
 BinaryExponent timesLog2E(UInt128 mantissa, int exponent, bool negative)

@@ -15,20 +15,6 @@ namespace sinew::detail::portable {
 /// has wrapped around to a small number; it is not normalised then, and no rounding of it is certain.
 UInt128 exp2OfFraction(UInt128 fraction);
 
-/// A number as the sum of two doubles, of which `low` is much the smaller one, and a bound of its absolute error.
-struct QuickNumber
-{
-    double high;
-    double low;
-    double error;
-};
-
-/// e^(x.high + x.low), rounded to a double if the error bound allows it. Only |x| below 708 is ever certain.
-bool quickExp(QuickNumber const& x, double* result);
-
-/// ln x for a finite x > 0 other than 1, from its bits.
-QuickNumber quickLog(std::uint64_t bits);
-
 /// whole + fraction / 2^128.
 struct BinaryExponent
 {

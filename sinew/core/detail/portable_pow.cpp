@@ -1,5 +1,6 @@
 #include <sinew/core/detail/portable_exponential.h>
 #include <sinew/core/detail/portable_math.h>
+#include <sinew/core/detail/portable_quick.h>
 
 namespace sinew::detail::portable {
 
@@ -117,37 +118,42 @@ double slowPow(std::uint64_t x, double y, bool negative)
     return negative ? -result : result;
 }
 
-// The exact product of two doubles as high + low. Source: T. J. Dekker, A floating-point technique for extending the
-// available precision, 1971.
-void multiplyExactly(double a, double b, double* high, double* low)
+// ln x for a positive normal x as a sum of two doubles, of which the low one may reach 2^-19 of the high one; the
+// relative error is below 2^-69.
+TwoDoubles longerLog(std::uint64_t x)
 {
-    double const kSplitter = 0x1p27 + 1;
-    double const ta = a * kSplitter, tb = b * kSplitter;
-    double const aHigh = ta - (ta - a), bHigh = tb - (tb - b);
-    double const aLow = a - aHigh, bLow = b - bHigh;
-    *high = a * b;
-    *low = ((aHigh * bHigh - *high) + aHigh * bLow + aLow * bHigh) + aLow * bLow;
+    QuickLogarithm const l = splitLog(x);
+    double const r = l.r;
+    double const rHigh = upperHalf(r);
+    double const rLow = r - rHigh;
+    double const halfSquare = rHigh * rHigh * -0.5; // exact
+    double const squareRest = (r + rHigh) * rLow * -0.5;
+    double const r2 = r * r;
+    double const third = (0x1.5555555555555p-2 + r * -0.25) + r2 * ((0x1.999999999999ap-3 + r * -0x1.5555555555555p-3) +
+                                                                    r2 * (0x1.2492492492492p-3 + r * -0.125));
+    // The rests of both sums are exact, since each first summand is zero or the larger one.
+    double const sum = l.high + r;
+    double const sumRest = (l.high - sum) + r;
+    double const high = sum + halfSquare;
+    double const highRest = (sum - high) + halfSquare;
+    return {high, (l.low + (sumRest + highRest)) + ((r * r2) * third + squareRest)};
 }
 
-// The quick step: x^y = e^(y ln x) in sums of two doubles.
+// The quick step: x^y = e^(y ln x) in sums of two doubles, for finite y.
 bool quickPow(std::uint64_t x, double y, double* result)
 {
-    double const magnitude = y < 0 ? -y : y;
-    if (!(magnitude < 0x1p64)) return false;
-    QuickNumber const l = quickLog(x);
-    double const high = l.high + l.low;
-    double const low = (l.high - high) + l.low;
-    QuickNumber t{};
-    multiplyExactly(y, high, &t.high, &t.low);
-    double const size = t.high < 0 ? -t.high : t.high;
-    if (!(size < 708.0)) return false;
-    t.low += y * low;
-    t.error = magnitude * l.error + size * 0x1p-100;
-    return quickExp(t, result);
+    if (!isPositiveNormal(x)) return false;
+    TwoDoubles const l = longerLog(x);
+    double const lHigh = upperHalf(l.high);
+    double const yHigh = fromBits(bitsOf(y) & ~std::uint64_t{0x3ffffff}); // 27 bits: the product below is exact
+    double const high = yHigh * lHigh;
+    double const low = yHigh * ((l.high - lHigh) + l.low) + (y - yHigh) * (l.high + l.low);
+    double const size = magnitudeOf(high);
+    return size < kQuickExpLimit && quickExp({high, low}, kQuickExpError + size * 0x1p-67, result);
 }
 
 // x^y for finite x > 0 other than 1 and finite y other than 0, with the sign given.
-SINEW_RARE double accuratePow(std::uint64_t x, double y, bool negative)
+double accuratePow(std::uint64_t x, double y, bool negative)
 {
     double const huge = fromBits(kInfinityBits | (negative ? kSignBit : 0));
     double const tiny = negative ? -0.0 : 0.0;
@@ -164,13 +170,15 @@ SINEW_RARE double accuratePow(std::uint64_t x, double y, bool negative)
     if (t.whole >= 1024) return huge;
     if (t.whole < -1076) return tiny;
     double result = 0.0;
-    if (roundIfCertain(exp2OfFraction(t.fraction), t.whole, 65, negative, &result)) return result;
+    // The relative error of the logarithm, 2^-75, times |y ln x| < 2^(exponent + 1), and that of the power of two,
+    // 2^-69.
+    int const bits = exponent <= 5 ? 68 : 73 - exponent;
+    if (roundIfCertain(exp2OfFraction(t.fraction), t.whole, bits, negative, &result)) return result;
     return slowPow(x, y, negative);
 }
 
-} // namespace
-
-double pow(double x, double y)
+// All arguments, those that the quick step rounds included.
+SINEW_RARE double rarePow(double x, double y)
 {
     std::uint64_t const xMagnitude = bitsOf(x) & ~kSignBit;
     std::uint64_t const yMagnitude = bitsOf(y) & ~kSignBit;
@@ -192,6 +200,15 @@ double pow(double x, double y)
     double power = 0.0;
     if (quickPow(xMagnitude, y, &power)) return negative ? -power : power;
     return accuratePow(xMagnitude, y, negative);
+}
+
+} // namespace
+
+double pow(double x, double y)
+{
+    double result = 0.0;
+    bool const isFinite = (bitsOf(y) & ~kSignBit) < kInfinityBits;
+    return isFinite && quickPow(bitsOf(x), y, &result) ? result : rarePow(x, y);
 }
 
 } // namespace sinew::detail::portable

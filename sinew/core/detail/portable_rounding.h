@@ -36,6 +36,17 @@ inline double fromBits(std::uint64_t bits)
     return x;
 }
 
+inline double magnitudeOf(double x)
+{
+    return fromBits(bitsOf(x) & ~kSignBit);
+}
+
+/// The upper half of the places of `x`: at most 26 bits, so that the product with 27 other bits is exact.
+inline double upperHalf(double x)
+{
+    return fromBits(bitsOf(x) & ~std::uint64_t{0x7ffffff});
+}
+
 /// A finite positive number as mantissa * 2^(exponent - 63), where the first bit of the mantissa is set.
 struct Parts
 {

@@ -1,5 +1,7 @@
 #include <sinew/core/detail/portable_sine.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include <sinew/core/detail/portable_constants.h>
@@ -212,43 +214,65 @@ bool roundSine(Parts x, unsigned quarters, bool negative, double* result)
     return roundIfCertain(y, y.exponent + kWideSineErrorBits - wordBits(y), result);
 }
 
-// The quick step in doubles: sin(x + quarters * pi / 2) for |x| < 2^19.
-bool quickSine(double x, unsigned quarters, double* result)
+// The angles i pi / 256 of a whole turn, from those of its first quarter.
+struct TurnStep
+{
+    TwoDoubles sine;
+    TwoDoubles cosine;
+};
+
+constexpr std::size_t kStepsOfTurn = 512;
+constexpr std::size_t kStepsOfQuarter = kStepsOfTurn / 4;
+
+constexpr TwoDoubles sineOfStep(std::size_t i)
+{
+    std::size_t const inHalf = i % (kStepsOfTurn / 2);
+    TwoDoubles const s = kSineTable[inHalf <= kStepsOfQuarter ? inHalf : kStepsOfTurn / 2 - inHalf];
+    bool const isUpperHalf = i % kStepsOfTurn == inHalf;
+    return isUpperHalf ? s : TwoDoubles{0.0 - s.high, 0.0 - s.low};
+}
+
+constexpr std::array<TurnStep, kStepsOfTurn> stepsOfTurn()
+{
+    std::array<TurnStep, kStepsOfTurn> steps{};
+    for (std::size_t i = 0; i < kStepsOfTurn; ++i) steps[i] = {sineOfStep(i), sineOfStep(i + kStepsOfQuarter)};
+    return steps;
+}
+
+constexpr std::array<TurnStep, kStepsOfTurn> kTurn = stepsOfTurn();
+
+// The quick step in doubles takes arguments from 2^-27 to 2^27, signs aside.
+bool isQuick(std::uint64_t magnitude)
+{
+    return magnitude - bitsOf(0x1p-27) < bitsOf(0x1p27) - bitsOf(0x1p-27);
+}
+
+// sin(x + shift * pi / 256).
+bool quickSine(double x, std::size_t shift, double* result)
 {
     double const kIntegers = 0x1.8p52; // sums with it are integers
     double const shifted = x * kStepsPerTurnPart + kIntegers;
     double const k = shifted - kIntegers;
-    std::uint32_t const steps = static_cast<std::uint32_t>(bitsOf(shifted) & 0xffffffffu);
+    TurnStep const& step = kTurn[(static_cast<std::size_t>(bitsOf(shifted)) + shift) % kStepsOfTurn];
 
-    // x - k pi / 256 as r + rest. Only the last of the three products and the last difference are rounded.
-    double const first = (x - k * kPiStep[0]) - k * kPiStep[1];
-    double const last = k * kPiStep[2];
-    double r = first - last;
-    double rest = (first - r) - last; // exact unless |first| < |last|, where |r| is too small to go on with
+    // x - k pi / 256 as r + rest. Only the last of the four products and the last difference are rounded.
+    double const first = ((x - k * kPiStep[0]) - k * kPiStep[1]) - k * kPiStep[2];
+    double const last = k * kPiStep[3];
+    double const r = first - last;
+    double const rest = (first - r) - last; // where |first| < |last|, its error is below |last| 2^-52
 
-    std::uint32_t const place = (steps >> 7) + quarters;
-    std::uint32_t const i = steps & 127;
-    bool const isSine = place % 2 == 0;
-    TwoDoubles const main = kSineTable[isSine ? i : 128 - i];
-    TwoDoubles const other = kSineTable[isSine ? 128 - i : i];
-    if (!isSine) {
-        r = -r;
-        rest = -rest;
-    }
-    // main cos r + other sin r, of which main.high and the leading bits of other.high r are exact.
-    double const leading = fromBits(bitsOf(r) & ~std::uint64_t{0x7ffffff});
+    // sine cos r + cosine sin r, of which sine.high and the leading bits of cosine.high r are exact.
+    double const leading = upperHalf(r);
     double const r2 = r * r;
     double const sine = r * r2 * (-0x1.5555555555555p-3 + r2 * (0x1.1111111111111p-7 + r2 * -0x1.a01a01a01a01ap-13));
     double const cosine = r2 * (-0.5 + r2 * (0x1.5555555555555p-5 + r2 * -0x1.6c16c16c16c17p-10));
-    double const product = other.high * leading;
-    double const high = main.high + product;
-    double const corrections = other.high * ((r - leading) + rest) + other.low * r + main.low;
-    double const series = (other.high + other.low) * sine + (main.high + main.low) * cosine;
-    double const low = ((main.high - high) + product) + (corrections + series);
-    double const size = main.high == 0.0 ? (r < 0 ? -r : r) : 1.0;
-    if (size < 0x1p-20 || !roundIfCertain(high, low, size * 0x1p-65, result)) return false;
-    if ((place & 2) != 0) *result = -*result;
-    return true;
+    double const product = step.cosine.high * leading;
+    double const high = step.sine.high + product;
+    double const corrections = step.cosine.high * ((r - leading) + rest) + step.cosine.low * r + step.sine.low;
+    double const series = (step.cosine.high + step.cosine.low) * sine + (step.sine.high + step.sine.low) * cosine;
+    double const low = ((step.sine.high - high) + product) + (corrections + series);
+    double const error = magnitudeOf(high) * 0x1p-63 + magnitudeOf(last) * 0x1p-51;
+    return roundIfCertain(high, low, error, result);
 }
 
 // sin(x + quarters * pi / 2) for |x|, times the sign.
@@ -304,20 +328,20 @@ double sin(double x)
 {
     std::uint64_t const bits = bitsOf(x);
     std::uint64_t const magnitude = bits & ~kSignBit;
+    double result = 0.0;
+    if (isQuick(magnitude) && quickSine(x, 0, &result)) return result;
     if (magnitude >= kInfinityBits) return magnitude == kInfinityBits ? fromBits(kNaNBits) : x + x;
     if (magnitude < bitsOf(0x1p-27)) return x; // x^3 / 6 is less than a quarter of the last place
-    double result = 0.0;
-    if (magnitude < bitsOf(0x1p19) && quickSine(x, 0, &result)) return result;
     return sineOfShifted(partsOf(magnitude), 0, bits != magnitude);
 }
 
 double cos(double x)
 {
     std::uint64_t const magnitude = bitsOf(x) & ~kSignBit;
+    double result = 0.0;
+    if (isQuick(magnitude) && quickSine(x, kStepsOfQuarter, &result)) return result;
     if (magnitude >= kInfinityBits) return magnitude == kInfinityBits ? fromBits(kNaNBits) : x + x;
     if (magnitude < bitsOf(0x1p-27)) return 1.0; // x^2 / 2 is less than a half of the last place below 1
-    double result = 0.0;
-    if (magnitude < bitsOf(0x1p19) && quickSine(x, 1, &result)) return result;
     return sineOfShifted(partsOf(magnitude), 1, false);
 }
 
