@@ -102,12 +102,14 @@ double RowSweep::computeRow(std::size_t i, double pivot, Work& work) const
     for (int const* k = begin; k != end; ++k) row[*k] = values[filled[*k]] * invDiag[*k];
     for (int const* k = begin; k != end; ++k) {
         double const l = row[*k];
-        for (std::int64_t e = columnStart[*k]; e < filled[*k]; ++e) {
+        std::int64_t const next = filled[*k];
+        for (std::int64_t e = columnStart[*k]; e < next; ++e) {
             int const r = rowOf[e];
             row[r] -= (values[e] * l) * invDiag[r];
         }
         pivot -= l * l;
-        values[filled[*k]++] = l;
+        values[next] = l;
+        filled[*k] = next + 1;
     }
     return pivot;
 }

@@ -67,13 +67,17 @@ void substitute(FactorView const& factor, double* y)
     // lists to be still in the first-level cache when they are read.
     constexpr std::size_t kAhead = 3;
     std::size_t const n = factor.rows.size();
+    // Taken out of the loops by hand: compilers load the addresses anew for each row.
+    FactorList const* const rows = factor.rows.data();
+    FactorList const* const columns = factor.Mt.data();
+    double const* const diagonal = factor.diag.data();
     for (std::size_t i = 0; i < n; ++i) {
-        if (i + kAhead < n) prefetch(factor.rows[i + kAhead]);
-        substituteRow<Count>(factor.rows[i], factor.diag[i], y, y + i * Count);
+        if (i + kAhead < n) prefetch(rows[i + kAhead]);
+        substituteRow<Count>(rows[i], diagonal[i], y, y + i * Count);
     }
     for (std::size_t i = n; i-- > 0;) {
-        if (i >= kAhead) prefetch(factor.Mt[i - kAhead]);
-        substituteRow<Count>(factor.Mt[i], factor.diag[i], y, y + i * Count);
+        if (i >= kAhead) prefetch(columns[i - kAhead]);
+        substituteRow<Count>(columns[i], diagonal[i], y, y + i * Count);
     }
 }
 
