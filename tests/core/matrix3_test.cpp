@@ -253,7 +253,7 @@ TEST(Matrix3RotationMatrix, EqualDirectionsGiveTheIdentityOppositeOnesAHalfTurn)
     Vector3 e1, e2;
     getBasis(a, e1, e2);
     Matrix3 const half = Matrix3::rotationMatrix(a, UVector3(-a));
-    EXPECT_TRUE(sameBits(half, Matrix3::rotationMatrix(UVector3(e1), std::atan2(0.0, -a.lengthSq()))));
+    EXPECT_TRUE(sameBits(half, Matrix3::rotationMatrix(UVector3(e1), reference::math::atan2(0.0, -a.lengthSq()))));
     EXPECT_NEAR(dist(half * e1, e1), 0, 1e-15);
     EXPECT_NEAR(dist(half * a, -a), 0, 1e-15);
 }
@@ -354,7 +354,7 @@ TEST(GetRotationAngle, UsesTheSmallestComponentBySign)
     for (int i = 0; i < 3; ++i) m(i, 0) += 0.1 * (i + 1);
     Vector3 const p = cross(axis, Vector3(1, 0, 0));
     Vector3 const q = cross(axis, m.column(0));
-    EXPECT_EQ(m.getRotationAngle(&axis), std::atan2(cross(p, q) * axis, p * q));
+    EXPECT_EQ(m.getRotationAngle(&axis), reference::math::atan2(cross(p, q) * axis, p * q));
 }
 
 TEST(GetRotationAxisAndAngle, ReproduceTheRotation)

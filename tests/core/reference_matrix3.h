@@ -80,8 +80,8 @@ inline Matrix3 rotationMatrix(Vector3 const& axis, double angle)
     double const x = axis.x;
     double const y = axis.y;
     double const z = axis.z;
-    double const c = std::cos(angle);
-    double const s = std::sin(angle);
+    double const c = math::cos(angle);
+    double const s = math::sin(angle);
     double const w = 1 - c;
     double const r[3][3] = {{x * (w * x) + c, w * x * y - s * z, w * x * z + s * y},
                             {w * x * y + s * z, y * (w * y) + c, w * y * z - s * x},
@@ -92,7 +92,7 @@ inline Matrix3 rotationMatrix(Vector3 const& axis, double angle)
 inline Matrix3 rotationBetween(Vector3 const& from, Vector3 const& to)
 {
     Vector3 n = crossProduct(from, to);
-    double const angle = std::atan2(length(n), dot(from, to));
+    double const angle = math::atan2(length(n), dot(from, to));
     if (!autoNormalize(n)) {
         Vector3 e2;
         reference::getBasis(from, n, e2);
@@ -134,7 +134,7 @@ inline double getRotationAngle(Matrix3 const& m, Vector3 const* axis)
     Vector3 const ek(k == 0 ? 1.0 : 0.0, k == 1 ? 1.0 : 0.0, k == 2 ? 1.0 : 0.0);
     Vector3 const p = crossProduct(a, ek);
     Vector3 const q = crossProduct(a, columnOf(m, k));
-    return std::atan2(dot(crossProduct(p, q), a), dot(p, q));
+    return math::atan2(dot(crossProduct(p, q), a), dot(p, q));
 }
 
 inline bool jacobiRotation(double const (&A)[3][3], int& p, int& q, double& c, double& s, double& t, double& tau)

@@ -151,7 +151,7 @@ inline Matrix rigidTransform(Vector3 const& a0, Vector3 const& d0, Vector3 const
     Vector3 const u0 = unit(d0);
     Vector3 const u1 = unit(d1);
     Vector3 const axis = unit(crossProduct(d0, d1));
-    double const angle = std::atan2(length(crossProduct(u0, u1)), dot(u0, u1));
+    double const angle = math::atan2(length(crossProduct(u0, u1)), dot(u0, u1));
     Matrix const T0 = affine(Matrix3(), Vector3(-a0.x, -a0.y, -a0.z));
     Matrix const T1 = affine(Matrix3(), a1);
     return product(product(T1, rotation(axis, angle)), T0);
@@ -161,7 +161,7 @@ inline Matrix interpolate(Matrix const& A, Matrix const& B, double w)
 {
     if (w <= 0) return A;
     if (w >= 1) return B;
-    double const s = std::exp(w * std::log(firstRowLength(B)) + (1 - w) * std::log(firstRowLength(A)));
+    double const s = math::exp(w * math::log(firstRowLength(B)) + (1 - w) * math::log(firstRowLength(A)));
     Matrix const relative = product(inverse(A), B);
     Vector3 const axis = getRotationAxis(relative);
     double const angle = getRotationAngle(relative, axis);
@@ -231,7 +231,7 @@ inline Transform interpolate(Transform const& A, Transform const& B, double w)
     if (w >= 1) return B;
     Transform result;
     result.translation = sum(times(B.translation, w), times(A.translation, 1 - w));
-    result.scale = std::pow(std::fabs(A.scale), 1 - w) * std::pow(std::fabs(B.scale), w);
+    result.scale = math::pow(std::fabs(A.scale), 1 - w) * math::pow(std::fabs(B.scale), w);
     if ((w > 0.5 ? B.scale : A.scale) < 0.0) result.scale = -result.scale;
     Matrix3 const R = product(B.linear, transposed(A.linear));
     Vector3 const axis = getRotationAxis(R);

@@ -5,9 +5,12 @@
 
 #include <cmath>
 
+#include <sinew/core/detail/math.h>
 #include <sinew/core/vector3.h>
 
 namespace reference {
+
+namespace math = sinew::detail::math; // the functions that the library calls; SINEW_MATH selects them
 
 inline double dot(Vector3 const& a, Vector3 const& b)
 {
@@ -79,7 +82,7 @@ inline bool isNormal(Vector3 const& a, Vector3 const& b, double tol)
 inline double getAngleBetween(Vector3 const& a, Vector3 const& b, Vector3 const& n)
 {
     Vector3 const c = crossProduct(a, b);
-    double const angle = std::atan2(length(c), dot(a, b));
+    double const angle = math::atan2(length(c), dot(a, b));
     if (dot(c, n) < 0) return 6.283185307179586 - angle;
     return angle;
 }

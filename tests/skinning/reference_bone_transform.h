@@ -5,9 +5,12 @@
 
 #include <cmath>
 
+#include <sinew/core/detail/math.h>
 #include <sinew/skinning/bone_transform.h>
 
 namespace reference {
+
+namespace math = sinew::detail::math; // the functions that the library calls; SINEW_MATH selects them
 
 inline BoneTransform boneTransform(Vector3 const& restStart, Vector3 const& restEnd, Vector3 const& posedStart,
                                    Vector3 const& posedEnd, double twist)
@@ -46,7 +49,7 @@ inline BoneTransform interpolate(BoneTransform const& target, double t)
     UVector3 const axis = R.getRotationAxis();
     double const angle = R.getRotationAngle(&axis);
     Matrix3 Dt;
-    for (int k = 0; k < 3; ++k) Dt(k, k) = std::pow(D(k, k), t);
+    for (int k = 0; k < 3; ++k) Dt(k, k) = math::pow(D(k, k), t);
 
     BoneTransform result;
     result.translation = Vector3(t * target.translation.x, t * target.translation.y, t * target.translation.z);

@@ -73,10 +73,11 @@ inline UInt128 normalized(UInt128 m, int& exponent)
 }
 
 /// Rounds m * 2^(exponent - 127), whose first bit must be at the top, if all numbers within a relative error of
-/// 2^-bits around it round to the same normal double, or overflow alike; 64 < bits < 128.
+/// 2^-bits around it round to the same normal double, or overflow alike; 60 < bits < 128.
 inline bool roundIfCertain(UInt128 m, int exponent, int bits, bool negative, double* result)
 {
-    UInt128 const error = {0, std::uint64_t{1} << (128 - bits)};
+    assert(60 < bits && bits < 128);
+    UInt128 const error = shiftLeft(UInt128{0, 16}, 124 - bits);
     std::uint64_t const half = 1u << 10; // of the last place of a double
     std::uint64_t const least = (m - error).high;
     std::uint64_t const most = (m + error).high;
