@@ -15,7 +15,7 @@ using sinew::detail::triangleCorners;
 
 namespace {
 
-// Whether the axis-aligned box of the corners' values shows no used texel.
+// Whether the axis-aligned box of the corners' values contains no used texel.
 bool isEmpty(EmptyRectTester const& tester, std::vector<Point> const& values, int const corners[kCorners])
 {
     Point low = values[asIndex(corners[0])];
@@ -28,7 +28,7 @@ bool isEmpty(EmptyRectTester const& tester, std::vector<Point> const& values, in
     return tester.isRectEmpty(low.x, low.y, high.x, high.y);
 }
 
-// Removes the triangles that show no used texel or name a missing vertex.
+// Removes the triangles that cover no used texel or name a missing vertex.
 void eraseTriangles(EmptyRectTester const& tester, std::vector<Point> const& values, std::size_t vertexCount,
                     std::vector<int>* facets)
 {
