@@ -51,7 +51,7 @@ int const kRegistered = [] {
         },
         segClipRect2D, notInlined<reference::segClipRect2D>);
     add(
-        "meet a rectangle",
+        "segment and rectangle",
         [](auto meets) {
             return [=](std::size_t i) {
                 auto const& k = input()[i];

@@ -1,7 +1,7 @@
 // The factorisation, without the ordering. For sinew and the reference implementation, the time includes the analysis,
 // the numbers, and the lists `rows` and `Mt`. "sinew-again" is SymbolicFactor::factor, without the analysis. For Eigen
-// and CHOLMOD, the time includes the numbers alone; their analysis is done before, in their own ordering. "whole" is
-// all of SPDMatrix::factor, with the ordering.
+// and CHOLMOD, the time includes the numbers alone; their analysis is done before, in their own ordering. "factor
+// with ordering" is all of SPDMatrix::factor.
 
 #include <benchmark/benchmark.h>
 
@@ -111,10 +111,10 @@ int const registered = [] {
         add(prefix + "CHOLMOD-simplicial", factorWithCholmod<false>, name);
 #endif
     }
-    add("whole 2D 30/sinew", factorWhole, "2D 30");
-    add("whole 2D 30/reference", factorWholeReference, "2D 30");
+    add("factor with ordering, 2D 30/sinew", factorWhole, "2D 30");
+    add("factor with ordering, 2D 30/reference", factorWholeReference, "2D 30");
 #ifdef SINEW_BENCH_EIGEN
-    add("whole 2D 30/Eigen", factorWholeWithEigen, "2D 30");
+    add("factor with ordering, 2D 30/Eigen", factorWholeWithEigen, "2D 30");
 #endif
     return 0;
 }();

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Conversion of the `int` indices of the public types into indices of standard containers. Not installed.
+/// Conversion of the signed indices and counts of the public types into those of standard containers. Not installed.
 
 #include <cassert>
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace sinew::detail {
 
-/// The same index as the unsigned type that containers take. It must not be negative.
+/// The same index or count in the unsigned type of standard containers. It must not be negative.
 inline std::size_t asIndex(int i)
 {
     assert(i >= 0);

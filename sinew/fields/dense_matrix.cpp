@@ -6,8 +6,9 @@ namespace {
 
 using sinew::detail::GaussJordan;
 
-// Writes the inverse of a square matrix to `result`, of the same size. False, with `result` unchanged, if a pivot is
-// zero or a factor not finite; the result is then defined by the elimination of dense_matrix.h only.
+// Writes the inverse of a square matrix to `result`, which has the same size. Returns false and leaves `result`
+// unchanged if a pivot is zero or a factor is not finite. Only the elimination of dense_matrix.h defines the result
+// then.
 bool invertInBlocks(matrix<double> const& m, matrix<double>& result)
 {
     GaussJordan work(m.rows);

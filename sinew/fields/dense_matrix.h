@@ -23,8 +23,8 @@ constexpr T absolute(T const& value)
 /// stored row by row.
 ///
 /// The end of a column is the position `stride` after that of its last element, which may lie beyond the end of the
-/// sequence; the iterator may stand there but not be dereferenced. Comparison is by position only, so compare only
-/// iterators of the same sequence.
+/// sequence; an iterator may have this position, but must not be dereferenced there. Comparison is by position only, so
+/// compare only iterators of the same sequence.
 template <typename Iterator>
 class jumping_iterator
 {
@@ -35,7 +35,7 @@ public:
     using pointer = typename std::iterator_traits<Iterator>::pointer;
     using reference = typename std::iterator_traits<Iterator>::reference;
 
-    /// An iterator of no sequence. It can only be assigned to, copied and compared.
+    /// An iterator without a sequence. It can only be assigned to, copied and compared.
     jumping_iterator() = default;
 
     /// Points to element `position` of the sequence that starts at `first`.
@@ -148,8 +148,9 @@ int findPivotRow(matrix<T> const& m, int column)
 /// Gauss-Jordan elimination with row pivoting: reduces the square matrix `work` to the identity, column by column, and
 /// applies the same row operations to `companion`, a matrix of the same size.
 ///
-/// A factor of 0 or 1 causes no operation, which shows in the signs of zeros and where a row contains an infinity or a
-/// NaN. Returns the column whose pivot was exactly zero, where the elimination stops, or `work.rows` if there was none.
+/// A factor of 0 or 1 causes no operation. This is part of the result: the operation would change the signs of zeros,
+/// and turn infinities into NaN. Stops at a pivot of exactly zero and returns its column; returns `work.rows` if there
+/// is none.
 template <typename T>
 int eliminate(matrix<T>& work, matrix<T>& companion)
 {
@@ -209,8 +210,9 @@ matrix<T> operator!(matrix<T> const& m)
     return sinew::detail::inverseByElimination(m);
 }
 
-/// The inverse of a square matrix of doubles. The result has the bits of the general template, which is several times
-/// slower from a few dozen rows on. Memory: that of one more matrix, or of two if the matrix is singular or not finite.
+/// The inverse of a square matrix of doubles. The result has the bits of the general template. From a few dozen rows
+/// on, this function is several times faster. Memory: that of one more matrix, or of two if the matrix is singular or
+/// not finite.
 template <>
 SINEW_API matrix<double> operator!(matrix<double> const& m);
 

@@ -11,18 +11,20 @@ namespace {
 // ellipsoid of finite shape.
 constexpr double kLeastVariance = 1e-6;
 
-// Smallest reciprocal of a variance: smaller ones count as this. So standard deviations beyond 1000 count as 1000.
+// Smallest reciprocal of a variance: smaller ones count as this. Standard deviations beyond 1000
+// therefore count as 1000.
 constexpr double kLeastReciprocal = 1e-6;
 
-// Smallest value of the quadratic form to which the size is scaled; it has no unit. All points then lie so near the
-// centre that they say nothing about the size.
+// Smallest value of the quadratic form to which the size is scaled; it has no unit. If the largest
+// value is smaller, all points are so near the centre that they do not determine the size.
 constexpr double kLeastFarthestForm = 1e-8;
 
 // Value of the quadratic form below which a point counts as the centre, where the gradient has no direction; it has no
 // unit. It is a radius of 1e-4.
 constexpr double kCentreForm = 1e-8;
 
-// Smallest eigenvalue of a shape in `thicken`: smaller ones count as this. So semi-axes beyond 1000 count as 1000.
+// Smallest eigenvalue of a shape in `thicken`: smaller ones count as this. Semi-axes beyond 1000
+// therefore count as 1000.
 constexpr double kLeastEigenvalue = 1e-6;
 
 // The larger of the two. A NaN value gives the bound.

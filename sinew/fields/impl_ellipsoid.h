@@ -11,8 +11,9 @@
 
 /// The ellipsoid (p - centre)^T shape (p - centre) = 1, which can be fitted to points and evaluated at points.
 ///
-/// The thresholds of the fit are absolute: variances below 1e-06 count as 1e-06, and so do reciprocals of variances. So
-/// the fit distinguishes standard deviations between about 1e-3 and 1e3 length units only. Scale other data first.
+/// The thresholds of the fit are absolute: variances below 1e-06 count as 1e-06, and so do reciprocals of variances.
+/// The fit therefore distinguishes only standard deviations between about 1e-3 and 1e3 length units. Scale other data
+/// first.
 class ImplEllipsoid
 {
 public:
@@ -37,8 +38,7 @@ public:
     /// - Variances below 1e-06 count as 1e-06, so points on a line or in a plane give a finite shape. Reciprocals of
     ///   variances below 1e-06 count as 1e-06.
     /// - If the largest quadratic form is below 1e-08 before scaling, it counts as 1e-08, so no point lies on the
-    /// surface.
-    ///   All points are then within about 1e-7 of the centre.
+    ///   surface. All points are then within about 1e-7 of the centre.
     /// - The directions are those of the frame if the off-diagonal covariances sum up to 1e-08 or less in magnitude
     ///   (`jacobiMethod`).
     /// - Without points, or with a coordinate that is NaN or infinite, the shape is NaN.

@@ -1,3 +1,7 @@
+// The fit. Sources: J. Duchon, Splines minimizing rotation-invariant semi-norms in Sobolev spaces, 1977, for the
+// function; J. C. Carr et al., Reconstruction and representation of 3D objects with radial basis functions, SIGGRAPH
+// 2001, for its system and for surfaces. The literature of the elimination is in detail/gauss_jordan.cpp.
+
 #include <sinew/fields/implicit.h>
 
 #include <algorithm>
@@ -44,8 +48,8 @@ std::vector<double> solve(std::vector<Vector3> const& centres, std::vector<doubl
         fillImplicitSystem(centres, system);
         if (system.invert() == GaussJordan::Outcome::inverted) return product(system, rightSide);
     }
-    // The system is singular or not finite, and the solution is defined by what the elimination of dense_matrix.h
-    // leaves. The braces above release the memory of the first attempt.
+    // The system is singular or not finite. The result is then defined by the partly reduced matrix that the
+    // elimination of dense_matrix.h leaves. The braces above release the memory of the first attempt.
     matrix<double> system(size, size);
     fillImplicitSystem(centres, system);
     return inverseByElimination(std::move(system)) * rightSide;

@@ -13,10 +13,10 @@
 
 /// The function f(p) = c0 + c . p + sum over i of lambda_i |p - x_i|^3, which takes given values at the points x_i.
 ///
-/// Of all functions that interpolate the values it is the smoothest in the sense of the cubic kernel. It is twice
-/// continuously differentiable everywhere, and equal to c0 + c . p if the values are those of a linear function. With
-/// the value 0 at points of a surface and the signed distance at some points off it, f = 0 is an implicit surface
-/// through these points.
+/// Among all functions that interpolate the values, it is the smoothest one: it has the smallest semi-norm in the
+/// native space of the cubic kernel. It is twice continuously differentiable everywhere. If the values are those of a
+/// linear function, it equals c0 + c . p. With the value 0 at points of a surface and the signed distance at some
+/// points off it, f = 0 is an implicit surface through these points.
 ///
 /// Source: J. Duchon, Splines minimizing rotation-invariant semi-norms in Sobolev spaces, 1977. For surfaces: J. C.
 /// Carr et al., Reconstruction and representation of 3D objects with radial basis functions, 2001.
@@ -31,8 +31,8 @@ public:
     /// Fits the function to points and the values that it must take there.
     ///
     /// The input needs at least four points that do not lie in one plane; all numbers must be finite and no two points
-    /// equal. Otherwise the linear system is singular: the coefficients are then what its inversion left, and nothing
-    /// reports the error. Call `sinew::diagnose` first. Without points all terms are zero.
+    /// equal. Otherwise the linear system is singular: the coefficients then come from a partly reduced matrix and have
+    /// no meaning, and no error is reported. Call `sinew::diagnose` first. Without points all terms are zero.
     ///
     /// The cubes of distances grow fast, so keep the extent of the points within a few powers of ten of 1. The system
     /// is dense: about 2 n^3 operations and 8 n^2 bytes (`sinew::estimateCost`).
@@ -41,7 +41,7 @@ public:
     /// f(p). At a centre it is the value given there, to rounding. A NaN coordinate gives NaN. Cost: one square root
     /// for each centre; no allocation.
     ///
-    /// If `centres` and `coefficients` have different sizes, the surplus of the longer one is ignored.
+    /// If `centres` and `coefficients` have different sizes, the additional entries of the longer one are ignored.
     SINEW_API double evaluate(Vector3 const& p) const;
 
     /// The gradient of f at p: c + sum over i of 3 lambda_i |p - x_i| (p - x_i).
@@ -95,7 +95,7 @@ using ImplicitDiagnosis = Diagnosis<ImplicitFault>;
 /// Cost: n log n if there is another finding, and about as much as the fit otherwise.
 SINEW_API ImplicitDiagnosis diagnose(std::vector<std::pair<Vector3, double>> const& pointsWithValues);
 
-/// What a fit of `Implicit` takes.
+/// Time and memory of a fit of `Implicit`.
 struct ImplicitCost
 {
     double flops; ///< Additions and multiplications of the elimination: about 2 n^3.

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 
+#include <sinew/detail/as_index.h>
 #include <sinew/fields/detail/gauss_jordan.h>
 #include <sinew/fields/detail/implicit_system.h>
 
@@ -65,7 +66,7 @@ bool isBefore(Vector3 const& a, Vector3 const& b)
 
 void findRepeated(Samples const& samples, std::vector<std::int64_t> indices, Findings& findings)
 {
-    auto const at = [&samples](std::int64_t i) { return samples[static_cast<std::size_t>(i)].first; };
+    auto const at = [&samples](std::int64_t i) { return samples[asIndex(i)].first; };
     std::stable_sort(indices.begin(), indices.end(),
                      [&at](std::int64_t a, std::int64_t b) { return isBefore(at(a), at(b)); });
     std::vector<std::array<std::int64_t, 2>> repeated;
@@ -101,10 +102,10 @@ std::vector<Vector3> normalisedOffsets(Samples const& samples, std::vector<std::
     std::vector<Vector3> offsets;
     offsets.reserve(indices.size());
     double extent = 0;
-    Vector3 const& origin = samples[static_cast<std::size_t>(indices[0])].first;
+    Vector3 const& origin = samples[asIndex(indices[0])].first;
     for (std::int64_t i : indices) {
         // Halves, since the difference of two finite numbers can overflow, and that of their halves cannot.
-        Vector3 const d = samples[static_cast<std::size_t>(i)].first * 0.5 - origin * 0.5;
+        Vector3 const d = samples[asIndex(i)].first * 0.5 - origin * 0.5;
         offsets.push_back(d);
         extent = std::max({extent, std::fabs(d.x), std::fabs(d.y), std::fabs(d.z)});
     }

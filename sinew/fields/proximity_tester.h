@@ -15,13 +15,18 @@
 /// The bit of a cell is set if the cell itself or one of its 26 neighbours contains a point of the set. Cells are as
 /// large as the radius, or larger by powers of two so that fewer than 10000 of them cover the set.
 ///
-/// Inside the grid false is certain, and true means "perhaps": a point within the radius of a point of the set tests
-/// true, and points up to about two cells away from the set may test true as well. Outside the grid every point tests
-/// false. This is certain only below the set, where the grid has one whole cell of border on each axis. Above the set
-/// the grid ends one cell after the extent rounded up to whole cells, and the upper face is not part of it. If the
-/// extent is a whole number of cells, a point exactly one radius above the set therefore tests false, and rounding can
-/// make a point that is slightly nearer test false too. For a set of one point, the points that test true on a line
-/// along an axis reach from one radius below it (included) to one radius above it (not included).
+/// Meaning of the result of `test` for a point p:
+///
+/// - false, p inside the grid: no point of the set is within the radius of p.
+/// - true: a point of the set may be within the radius of p. Every p inside the grid that has a point of the set within
+///   the radius tests true. Other points up to about two cells away from the set may test true as well.
+/// - false, p outside the grid: no point of the set is within the radius of p, with one exception. On each axis the
+///   grid begins one whole cell below the set. Above the set it ends one cell after the extent rounded up to whole
+///   cells, and the upper face is not part of it. If the extent is a whole number of cells, a p exactly one radius
+///   above the set therefore tests false, and rounding can make a p that is slightly nearer test false too.
+///
+/// For a set of one point, the points that test true on a line along an axis reach from one radius below it (included)
+/// to one radius above it (not included).
 class ProximityTester
 {
 public:

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <sinew/core/tolerances.h>
+#include <sinew/detail/as_index.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
 #include <sinew/meshfunc/detail/packed_text.h>
 #include <sinew/meshfunc/detail/prepared_triangle.h>
@@ -83,7 +84,7 @@ private:
             Corners corners;
             if (detail::triangleCorners(f_.facets, t, vertexCount_, corners.data())) {
                 triangles_.push_back({t, corners});
-                for (int const corner : corners) used_[detail::toIndex(corner)] = true;
+                for (int const corner : corners) used_[detail::asIndex(corner)] = true;
             } else {
                 addMissingVertex(t);
             }
@@ -95,7 +96,7 @@ private:
         Corners corners;
         std::copy_n(&f_.facets[kCorners * t], kCorners, corners.begin());
         auto const missing = std::find_if(corners.begin(), corners.end(), [&](int corner) {
-            return corner < 0 || static_cast<std::size_t>(corner) >= vertexCount_;
+            return corner < 0 || detail::asIndex(corner) >= vertexCount_;
         });
         add(MeshFault::missingVertex, indicesOf(t, corners), *missing,
             triangle(t) + " names vertex " + std::to_string(*missing) +

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <sinew/core/tolerances.h>
+#include <sinew/detail/as_index.h>
 #include <sinew/meshfunc/detail/boundary_loops.h>
 #include <sinew/meshfunc/detail/loop_boxes.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
@@ -46,7 +47,7 @@ CellRange cellRange(MeshFunction2D const& f, int const corners[kCorners])
     CellRange range;
     for (int k = 0; k < 2; ++k) {
         for (std::size_t corner = 0; corner < kCorners; ++corner) {
-            double const s = (f.params[toIndex(corners[corner])][k] - f.domainMin[k]) * f.gridScale[k];
+            double const s = (f.params[asIndex(corners[corner])][k] - f.domainMin[k]) * f.gridScale[k];
             int const cell = cellOfCoordinate(s, f.gridSize[k]);
             range.low[k] = corner == 0 ? cell : std::min(range.low[k], cell);
             range.high[k] = corner == 0 ? cell : std::max(range.high[k], cell);
@@ -146,7 +147,7 @@ void MeshFunction2D::initEvaluatorHelper()
         gridSize[k] = kGridCells;
         gridScale[k] = gridSize[k] / (domainMax[k] - domainMin[k]);
     }
-    gridCells.resize(toIndex(gridSize[0]) * toIndex(gridSize[1]));
+    gridCells.resize(asIndex(gridSize[0]) * asIndex(gridSize[1]));
     listTriangles(this);
     locator_ = TriangleLocator::build(viewOf(*this));
     if (extrapolateFlag) initBoundaries();
@@ -163,7 +164,7 @@ void MeshFunction2D::initBoundaries()
     for (BoundaryLoop& loop : boundaryLoops(facets, std::min(params.size(), values.size()))) {
         points.clear();
         for (int const vertex : loop.vertices) {
-            Point const& p = params[toIndex(vertex)];
+            Point const& p = params[asIndex(vertex)];
             points.emplace_back(p.x, p.y, 0.0);
         }
         boundaryProjectors.push_back(std::make_unique<PolylineProjector>(points));

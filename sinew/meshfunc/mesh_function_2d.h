@@ -96,9 +96,9 @@ public:
     /// vertex, 4 for a scalar, 3 for an index. docs/meshfunc.md describes the format.
     ///
     /// The text is made for texture coordinates. Coordinates and scalars in [-2, 14) are rounded to a step of 2^-20.
-    /// Numbers outside wrap, as do counts and indices above 262143. A NaN becomes -2. A vertex without an entry in
-    /// `values` is written with the value (0, 0). If writing throws, the vectors are unchanged and `saveString` keeps
-    /// the packed text.
+    /// Numbers outside this range wrap around, and so do counts and indices above 262143. A NaN becomes -2. A vertex
+    /// without an entry in `values` is written with the value (0, 0). If writing throws, the vectors are unchanged and
+    /// `saveString` keeps the packed text.
     void save(OutTag& tag) override;
 
     /// Reads a function from tagged text and rebuilds grid and boundaries. If "saveString" is empty, the vectors are
@@ -133,8 +133,8 @@ public:
     /// has a magnitude below 1.0000000000000001e-16 accepts no point. A point with a NaN coordinate is looked up in
     /// cell 0 along that axis. There the first triangle that is not degenerate accepts it and gives NaN.
     ///
-    /// Cost: constant in most meshes. Nothing is allocated, except in a mesh of more than about ten thousand triangles:
-    /// there the first query in each grid cell builds the search structure of that cell.
+    /// Cost: constant in most meshes. Nothing is allocated, except in a mesh of more than 65536 triangles or entries of
+    /// `gridCells`: there the first query in each grid cell builds the search structure of that cell.
     bool evaluate(tzNM::vect2<double> const& p, tzNM::vect2<double>* out, float* outScalar) const;
 
     /// The value at any point: that of `evaluate` if a triangle accepts `p`, otherwise the affine map of the nearest
@@ -147,20 +147,19 @@ public:
     bool extrapolate(tzNM::vect2<double> const& p, tzNM::vect2<double>* out, float* outScalar) const;
 
     /// The value by the older extrapolation: the affine map of the triangle with the nearest edge, among the triangles
-    /// of one grid cell. That cell is the cell of p. If it lists no triangle, it is the first cell that lists one on
-    /// the straight way to the middle of the grid and beyond. Arguments as for `evaluate`.
+    /// of one grid cell. That cell is the cell of p. If it lists no triangle, it is the first cell that lists one along
+    /// the straight line to the middle of the grid and beyond. Arguments as for `evaluate`.
     ///
     /// A point inside a triangle is treated like any other. Ties: among edges whose squared distances differ by less
     /// than 1e-8, a later edge is preferred if the projection of p on its line lies on the edge. False, with the
-    /// outputs left unwritten, if the way leaves the grid, if p lies in cell (10, 10) and that cell is empty, or if the
-    /// chosen triangle is degenerate.
+    /// outputs left unwritten, if the line leaves the grid before it meets such a cell, if p lies in cell (10, 10) and
+    /// that cell is empty, or if the chosen triangle is degenerate.
     bool extrapolateOld(tzNM::vect2<double> const& p, tzNM::vect2<double>* out, float* outScalar) const;
 
     /// The affine map of one triangle, given by its vertex indices, at `p`.
     ///
     /// @param checkInside  whether to return false for a point with a barycentric weight below -1e-8. If not set, the
-    /// map
-    ///                     is applied to any point.
+    ///                     map is applied to any point.
     ///
     /// False, with the outputs left unwritten, if the determinant's magnitude is below 1.0000000000000001e-16, or if an
     /// index is outside `params` or `values`. A NaN determinant is not below the threshold and gives NaN.
@@ -169,10 +168,9 @@ public:
 
     /// Squared distance from `p` to the segment between two vertices.
     ///
-    /// @param onSegment  receives whether the projection of p on the line lies on the segment. The segment is extended
-    /// at
-    ///                   both ends by 1e-8 of its length for this. False if the squared length of the segment is below
-    ///                   1.0000000000000001e-16; the distance is then that to vertex i. May be null.
+    /// @param onSegment  receives whether the projection of p on the line lies on the segment. For this test the
+    ///                   segment is extended at both ends by 1e-8 of its length. False if the squared length of the
+    ///                   segment is below 1.0000000000000001e-16; the distance is then that to vertex i. May be null.
     /// @param useValues  whether to measure between the vertices' `values` instead of their `params`.
     ///
     /// NaN if an index is outside `params` or `values`. Rounding can make the result slightly negative.
@@ -197,9 +195,9 @@ public:
     /// not a multiple of 3.
     void initBoundaries();
 
-    /// Removes every triangle that shows no used texel, then the vertices that no triangle uses any more, and rebuilds.
-    /// The `values` must be normalised texture coordinates. A triangle is tested by the axis-aligned box of its
-    /// corners' values.
+    /// Removes every triangle that covers no used texel, then the vertices that no triangle uses any more, and
+    /// rebuilds. The `values` must be normalised texture coordinates. A triangle is tested by the axis-aligned box of
+    /// its corners' values.
     ///
     /// The last triangle takes the place of a removed one, so the order of triangles changes. The vertices keep their
     /// order. Triangles that name a missing vertex are removed, too. `normaldots` is compacted only if it is exactly as

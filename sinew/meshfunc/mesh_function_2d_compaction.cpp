@@ -4,30 +4,31 @@
 
 #include <algorithm>
 
+#include <sinew/detail/as_index.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
 #include <sinew/meshfunc/texture_compaction.h>
 
 using Point = tzNM::vect2<double>;
+using sinew::detail::asIndex;
 using sinew::detail::kCorners;
-using sinew::detail::toIndex;
 using sinew::detail::triangleCorners;
 
 namespace {
 
-// Whether the axis-aligned box of the corners' values shows no used texel.
+// Whether the axis-aligned box of the corners' values contains no used texel.
 bool isEmpty(EmptyRectTester const& tester, std::vector<Point> const& values, int const corners[kCorners])
 {
-    Point low = values[toIndex(corners[0])];
+    Point low = values[asIndex(corners[0])];
     Point high = low;
     for (std::size_t i = 1; i < kCorners; ++i) {
-        Point const& v = values[toIndex(corners[i])];
+        Point const& v = values[asIndex(corners[i])];
         low = {std::min(low.x, v.x), std::min(low.y, v.y)};
         high = {std::max(high.x, v.x), std::max(high.y, v.y)};
     }
     return tester.isRectEmpty(low.x, low.y, high.x, high.y);
 }
 
-// Removes the triangles that show no used texel or name a missing vertex.
+// Removes the triangles that cover no used texel or name a missing vertex.
 void eraseTriangles(EmptyRectTester const& tester, std::vector<Point> const& values, std::size_t vertexCount,
                     std::vector<int>* facets)
 {
@@ -52,7 +53,7 @@ constexpr int kUnused = -1;
 std::vector<int> newIndices(std::vector<int> const& facets, std::size_t vertexCount)
 {
     std::vector<int> indices(vertexCount, kUnused);
-    for (int const vertex : facets) indices[toIndex(vertex)] = 0;
+    for (int const vertex : facets) indices[asIndex(vertex)] = 0;
     int count = 0;
     for (int& index : indices) {
         if (index != kUnused) index = count++;
@@ -83,7 +84,7 @@ void MeshFunction2D::eraseExtraTriangles(EmptyRectTester const& tester)
     if (normaldots.size() == params.size()) compact(normaldots, indices);
     compact(params, indices);
     compact(values, indices);
-    for (int& vertex : facets) vertex = indices[toIndex(vertex)];
+    for (int& vertex : facets) vertex = indices[asIndex(vertex)];
     initEvaluatorHelper();
 }
 

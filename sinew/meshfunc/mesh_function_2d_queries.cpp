@@ -12,6 +12,7 @@
 #include <limits>
 
 #include <sinew/core/tolerances.h>
+#include <sinew/detail/as_index.h>
 #include <sinew/meshfunc/detail/loop_boxes.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
 #include <sinew/meshfunc/detail/mesh_view.h>
@@ -52,7 +53,7 @@ std::size_t vertexCount(MeshFunction2D const& f)
 
 bool isVertex(MeshFunction2D const& f, int i)
 {
-    return i >= 0 && static_cast<std::size_t>(i) < vertexCount(f);
+    return i >= 0 && asIndex(i) < vertexCount(f);
 }
 
 // The triangles listed in a cell. Null if there is no such cell, which also happens after a caller has changed the
@@ -67,7 +68,7 @@ std::vector<int> const* cellList(MeshFunction2D const& f, int const cell[2])
 bool evaluateTriangle(MeshFunction2D const& f, int t, Point const& p, Point* out, float* outScalar, bool checkInside)
 {
     int corners[kCorners];
-    return t >= 0 && triangleCorners(f.facets, toIndex(t), vertexCount(f), corners) &&
+    return t >= 0 && triangleCorners(f.facets, asIndex(t), vertexCount(f), corners) &&
            f.iEvalInFacet(corners[0], corners[1], corners[2], p, out, outScalar, checkInside);
 }
 
@@ -82,11 +83,11 @@ int nearestBoundaryTriangle(MeshFunction2D const& f, LoopBoxes const* boxes, Poi
     auto const tryLoop = [&](std::size_t k) {
         if (!f.boundaryProjectors[k] || k >= f.boundaryFacets.size()) return;
         sinew::PolylineHit const hit = sinew::closestPoint(*f.boundaryProjectors[k], q);
-        if (hit.segment < 0 || toIndex(hit.segment) >= f.boundaryFacets[k].size()) return;
+        if (hit.segment < 0 || asIndex(hit.segment) >= f.boundaryFacets[k].size()) return;
         double const d2 = distSq(q, hit.point);
         // The tree visits loops in any order, so a tie must be decided by the index.
         if (d2 < best || (d2 == best && triangle >= 0 && k < bestLoop)) {
-            triangle = f.boundaryFacets[k][toIndex(hit.segment)];
+            triangle = f.boundaryFacets[k][asIndex(hit.segment)];
             best = d2;
             bestLoop = k;
         }
@@ -136,7 +137,7 @@ int triangleOfNearestEdge(MeshFunction2D const& f, std::vector<int> const& list,
     int chosen = kNone;
     for (int const t : list) {
         int corners[kCorners];
-        if (t < 0 || !triangleCorners(f.facets, toIndex(t), vertexCount(f), corners)) continue;
+        if (t < 0 || !triangleCorners(f.facets, asIndex(t), vertexCount(f), corners)) continue;
         for (std::size_t k = 0; k < kCorners; ++k) {
             bool onSegment = false;
             double const d = f.iDistToEdge(corners[k], corners[(k + 1) % kCorners], p, &onSegment, false);
@@ -155,9 +156,9 @@ int triangleOfNearestEdge(MeshFunction2D const& f, std::vector<int> const& list,
 void interpolate(MeshFunction2D const& f, int const corners[kCorners], Weights const& weights, Point* out,
                  float* outScalar)
 {
-    std::size_t const i0 = toIndex(corners[0]);
-    std::size_t const i1 = toIndex(corners[1]);
-    std::size_t const i2 = toIndex(corners[2]);
+    std::size_t const i0 = asIndex(corners[0]);
+    std::size_t const i1 = asIndex(corners[1]);
+    std::size_t const i2 = asIndex(corners[2]);
     // The order of the sum is part of the definition: second corner, third corner, first corner.
     if (out) *out = weights.u * f.values[i1] + weights.v * f.values[i2] + weights.w * f.values[i0];
     if (!outScalar) return;
@@ -191,8 +192,8 @@ double MeshFunction2D::iDistToEdge(int i, int j, Point const& p, bool* onSegment
     if (onSegment) *onSegment = false;
     if (!isVertex(*this, i) || !isVertex(*this, j)) return std::numeric_limits<double>::quiet_NaN();
     std::vector<Point> const& points = useValues ? values : params;
-    Point const& a = points[toIndex(i)];
-    Point const& b = points[toIndex(j)];
+    Point const& a = points[asIndex(i)];
+    Point const& b = points[asIndex(j)];
     Point const e = b - a;
     double const l2 = e.lengthSq();
     double const d2 = (p - a).lengthSq();
@@ -252,9 +253,9 @@ bool MeshFunction2D::getAnyPointInDomain(Point& out) const
     for (std::size_t t = 0; t < facets.size() / kCorners; ++t) {
         int corners[kCorners];
         if (!triangleCorners(facets, t, vertexCount(*this), corners)) continue;
-        Point const& a = params[toIndex(corners[0])];
-        Point const& b = params[toIndex(corners[1])];
-        Point const& c = params[toIndex(corners[2])];
+        Point const& a = params[asIndex(corners[0])];
+        Point const& b = params[asIndex(corners[1])];
+        Point const& c = params[asIndex(corners[2])];
         constexpr double kThird = 0.3333333333333333; // a product, not a division by 3: the bits differ
         out = Point((a.x + b.x + c.x) * kThird, (a.y + b.y + c.y) * kThird);
         return true;

@@ -12,8 +12,10 @@
 #include <cmath>
 #include <limits>
 
+#include <sinew/detail/as_index.h>
 #include <sinew/meshfunc/detail/mask_bits.h>
 
+using sinew::detail::asIndex;
 using sinew::detail::kWordBits;
 using sinew::detail::lowBits;
 using sinew::detail::MaskBits;
@@ -65,8 +67,8 @@ bool anyBit(std::uint64_t const* row, int low, int high)
     assert(0 <= low && low <= high);
     int const first = low / kIntWordBits;
     int const last = high / kIntWordBits;
-    std::uint64_t const lowMask = ~lowBits(static_cast<std::size_t>(low % kIntWordBits));
-    std::uint64_t const highMask = lowBits(static_cast<std::size_t>(high % kIntWordBits) + 1);
+    std::uint64_t const lowMask = ~lowBits(asIndex(low % kIntWordBits));
+    std::uint64_t const highMask = lowBits(asIndex(high % kIntWordBits) + 1);
     if (first == last) return (row[first] & lowMask & highMask) != 0;
     if ((row[first] & lowMask) | (row[last] & highMask)) return true;
     for (int i = first + 1; i < last; ++i) {
@@ -138,8 +140,8 @@ EmptyRectTester::EmptyRectTester(std::vector<bool> const& usedMask, int width_, 
     : width(width_), height(height_)
 {
     if (!isTexelCount(usedMask.size(), width, height)) return;
-    std::size_t const columns = static_cast<std::size_t>(width);
-    std::size_t const rows = static_cast<std::size_t>(height);
+    std::size_t const columns = asIndex(width);
+    std::size_t const rows = asIndex(height);
     rowWords_ = wordsFor(columns);
     blockRowWords_ = wordsFor(roundedUpQuotient(columns, kBlockSide));
     emptyTexels.resize(usedMask.size());
@@ -165,8 +167,8 @@ bool EmptyRectTester::isRectEmpty(double minX, double minY, double maxX, double 
 {
     // The next tests prevent reads beyond the packed rows after a caller has changed `width` or `height`.
     if (!isTexelCount(emptyTexels.size(), width, height)) return false;
-    if (rowWords_ != wordsFor(static_cast<std::size_t>(width))) return false;
-    if (usedRows_.size() != rowWords_ * static_cast<std::size_t>(height)) return false;
+    if (rowWords_ != wordsFor(asIndex(width))) return false;
+    if (usedRows_.size() != rowWords_ * asIndex(height)) return false;
     return isTexelRangeEmpty(columnBelow(width * minX, width), columnAbove(width * maxX, width),
                              columnBelow(height * minY, height), columnAbove(height * maxY, height));
 }
@@ -177,10 +179,10 @@ bool EmptyRectTester::isTexelRangeEmpty(int x0, int x1, int y0, int y1) const
     for (int y = y0; y <= y1;) {
         int const block = y / kBlock;
         int const end = std::min(y1 + 1, (block + 1) * kBlock);
-        std::uint64_t const* const blocks = &usedBlocks_[static_cast<std::size_t>(block) * blockRowWords_];
+        std::uint64_t const* const blocks = &usedBlocks_[asIndex(block) * blockRowWords_];
         if (anyBit(blocks, x0 / kBlock, x1 / kBlock)) {
             for (; y < end; ++y) {
-                if (anyBit(&usedRows_[static_cast<std::size_t>(y) * rowWords_], x0, x1)) return false;
+                if (anyBit(&usedRows_[asIndex(y) * rowWords_], x0, x1)) return false;
             }
         }
         y = end;
@@ -192,8 +194,8 @@ TextureOptimizer::TextureOptimizer(std::vector<bool> const& usedMask, int width_
     : newWidth(width_), newHeight(height_), width(width_), height(height_)
 {
     if (width < 0 || height < 0) return;
-    std::size_t const columns = static_cast<std::size_t>(width);
-    std::size_t const rows = static_cast<std::size_t>(height);
+    std::size_t const columns = asIndex(width);
+    std::size_t const rows = asIndex(height);
     if (static_cast<std::uint64_t>(columns) * rows != usedMask.size()) return;
     TexelBox const used = boxOfUsed(MaskBits(usedMask), columns, rows);
     if (usedMask.empty() || used.minX > used.maxX || used.minY > used.maxY) {

@@ -7,7 +7,7 @@
 /// x + width * y. Rectangles and points are in normalised coordinates, in which the texture is the unit square.
 /// Use with a `MeshFunction2D` whose values are texture coordinates, in this order:
 ///
-///     function.eraseExtraTriangles(EmptyRectTester(used, width, height)); // triangles that show no used texel
+///     function.eraseExtraTriangles(EmptyRectTester(used, width, height)); // triangles that cover no used texel
 ///     TextureOptimizer const optimizer(used, width, height);
 ///     function.remapToOptimized(optimizer); // the values now lie in the smaller texture
 ///     for (TextureOptimizer::RectMotion const& m : optimizer.motions) copyTexels(m); // done by the host

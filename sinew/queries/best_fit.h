@@ -35,8 +35,7 @@ SINEW_API bool bestFitPlane(std::vector<Vector3> const& points, Vector3* center,
 /// The centroid and one principal axis of a point set. `bestFitLine` and `bestFitPlane` call this function.
 ///
 /// @param center   receives the centroid; may be null, and may be one of `points`.
-/// @param axis     receives a unit eigenvector of the population covariance (the sum of squares divided by the number
-/// of
+/// @param axis     receives a unit eigenvector of the population covariance (sums divided by the number of
 ///                 points); may be null.
 /// @param largest  true selects the eigenvector of the largest eigenvalue, false that of the smallest.
 /// @return false for fewer than two points, and nothing is written; true otherwise.

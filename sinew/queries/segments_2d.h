@@ -13,8 +13,8 @@
 /// @param a, b  the ends of the segment. At most one of them is changed; it is moved onto the boundary line.
 /// @param p, n  a point of the boundary, and the unit normal that points into the half-plane.
 /// @return true if a part of the segment remains; false, with both points unchanged, if neither end lies strictly
-/// inside
-///         the half-plane. This rejects a segment on the boundary line and one that only touches the line from outside.
+///         inside the half-plane. This rejects a segment on the boundary line, and one that only touches the line from
+///         outside.
 ///
 /// All three coordinates enter the result, so the function also clips to a half-space. If the signed distance of one
 /// end from the boundary is NaN, the function returns true and moves one end, to a point with NaN coordinates: `a` if
@@ -50,8 +50,7 @@ SINEW_API bool segIntersectRect2D(Vector3 const& a, Vector3 const& b, Vector3 co
 ///
 /// @param tol        a distance, not negative.
 /// @param inclusive  true accepts contact within `tol`; false requires an overlap of more than `tol`, both along a-b
-/// and
-///                   on each side of it.
+///                   and on each side of it.
 ///
 /// The segment a-b is the reference: all limits are measured along its direction and across it. Exchanging the segments
 /// can therefore change the result if a distance differs from a limit by about `tol`. The test whether c-d lies before

@@ -9,18 +9,20 @@
 #include <utility>
 
 #include <sinew/core/vector_geometry.h>
+#include <sinew/detail/as_index.h>
 #include <sinew/skinning/detail/surface_deformer.h>
 
 namespace {
 
+using sinew::detail::asIndex;
 using Influences = std::vector<std::pair<int, double>>;
 
 // The element of `list` at an index that the host supplied.
 template <typename T>
 T const& at(std::vector<T> const& list, int index)
 {
-    assert(index >= 0 && static_cast<std::size_t>(index) < list.size());
-    return list[static_cast<std::size_t>(index)];
+    assert(index >= 0 && asIndex(index) < list.size());
+    return list[asIndex(index)];
 }
 
 Vector3 placed(BaseDisplayData const& data, int vertex)

@@ -3,33 +3,25 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <locale>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <sinew/detail/as_index.h>
+#include <sinew/framework/detail/number_text.h>
 
 namespace {
 
 using sinew::WeightDiagnosis;
 using sinew::WeightFault;
+using sinew::detail::asIndex;
+using sinew::detail::numberText;
 using Influence = std::pair<int, double>;
 using Influences = std::vector<Influence>;
 
 // Significant digits of a number in a sentence: enough to distinguish all single-precision weights, and every sum that
 // differs from 1 by more than kWeightSumTolerance from 1.
 constexpr int kDigits = 9;
-
-// The number as text, with a decimal point in every locale.
-std::string numberText(double x)
-{
-    if (std::isnan(x)) return "NaN"; // a stream may add a sign
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text.precision(kDigits);
-    text << x;
-    return text.str();
-}
 
 double sumOf(Influences const& influences)
 {
@@ -57,7 +49,8 @@ public:
     {
         auto const& [bone, weight] = influence;
         addBone(fault, bone, weight,
-                "has the weight " + numberText(weight) + " for bone " + std::to_string(bone) + "; " + consequence);
+                "has the weight " + numberText(weight, kDigits) + " for bone " + std::to_string(bone) + "; " +
+                    consequence);
     }
 
 private:
@@ -92,9 +85,7 @@ void examineInfluences(Influences const& influences, std::size_t boneCount, Vert
         report.add(WeightFault::noInfluence, 0.0, "has no influences; no bone moves it.");
         return;
     }
-    auto const outOfRange = [=](Influence const& i) {
-        return i.first < 0 || static_cast<std::size_t>(i.first) >= boneCount;
-    };
+    auto const outOfRange = [=](Influence const& i) { return i.first < 0 || asIndex(i.first) >= boneCount; };
     if (Influence const* const found = firstWith(influences, outOfRange)) {
         report.addBone(WeightFault::boneOutOfRange, found->first, static_cast<double>(boneCount),
                        missingBoneText(found->first, boneCount));
@@ -108,7 +99,8 @@ void examineInfluences(Influences const& influences, std::size_t boneCount, Vert
     double const sum = sumOf(influences);
     if (!notFinite && std::fabs(sum - 1.0) > sinew::kWeightSumTolerance) {
         report.add(WeightFault::sumNotOne, sum,
-                   "has weights with the sum " + numberText(sum) + "; they scale it about the origin by this factor.");
+                   "has weights with the sum " + numberText(sum, kDigits) +
+                       "; they scale it about the origin by this factor.");
     }
 }
 

@@ -4,12 +4,11 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <locale>
-#include <sstream>
 #include <utility>
 #include <vector>
 
 #include <sinew/detail/as_index.h>
+#include <sinew/framework/detail/number_text.h>
 #include <sinew/sparse/detail/factorization.h>
 #include <sinew/sparse/detail/sparse_rows.h>
 
@@ -17,13 +16,12 @@ namespace sinew {
 
 namespace {
 
+// Significant digits of a pivot in a sentence. Its magnitude matters there, not its last digits.
+constexpr int kDigits = 6;
+
 std::string number(double x)
 {
-    if (x != x) return "NaN"; // a stream may print the sign of a NaN
-    std::ostringstream out;
-    out.imbue(std::locale::classic());
-    out << x;
-    return out.str();
+    return detail::numberText(x, kDigits);
 }
 
 // Whether `indices` hold only rows, not pairs of a row and a column.

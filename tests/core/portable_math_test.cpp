@@ -378,7 +378,7 @@ TEST_F(PortableMath, RoundsArctangentsThatAreSubnormalOrNextToTheirTangent)
     }
 }
 
-// ---- the steps, each for itself
+// ---- the single steps
 
 // The fraction of `value` that lies within one unit of the last of `bits` binary places.
 void expectNear(UInt128 ours, mpfr_t value, int places)

@@ -38,7 +38,8 @@ public:
     }
 };
 
-// Random signs on a lattice, positive at the border. This covers all cases of a cube, with many close sheets.
+// Random signs on a lattice, positive at the border. This covers all cases of a cube, and many parts
+// of the surface are close to each other.
 class Noise : public tool::BodyField
 {
 public:

@@ -42,9 +42,9 @@ struct MeshedSurface
 /// box; otherwise the surface has open edges.
 ///
 /// Each patch of the surface in a cube gives one vertex, and each cube edge that the surface crosses gives one
-/// quadrilateral. A cube with several patches has several vertices, so sheets that are close to each other stay
-/// separate. The vertices are then distributed evenly along the surface, and moved onto it by Newton steps with the
-/// field's gradient.
+/// quadrilateral. A cube with several patches has several vertices, so parts of the surface that are close to each
+/// other stay separate. The vertices are then distributed evenly along the surface, and moved onto it by Newton steps
+/// with the field's gradient.
 ///
 /// The field is evaluated only in blocks of cubes for which `mayCross` is true.
 /// Source: G. M. Nielson, Dual Marching Cubes, IEEE Visualization 2004.

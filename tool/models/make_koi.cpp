@@ -284,7 +284,7 @@ private:
     ObjWriter::Corner after_[kColumns + 1][kRows + 1];
 };
 
-// A fin: a sheet from its root (a = 0) to its edge (a = 1), with rays b in [0, 1].
+// A fin: a surface from its root (a = 0) to its edge (a = 1), with rays b in [0, 1].
 template <typename Shape>
 void writeFin(ObjWriter& out, std::string const& name, Vector2 const& corner, int rays, int steps, Shape const& shape)
 {

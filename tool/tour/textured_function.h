@@ -32,8 +32,7 @@ struct SideView
 /// - Its domain is the texture.
 /// - Its value is the position in the side view, scaled so that the longer edge of the model is [0, 1].
 /// - Its scalar is the cosine of the angle between the surface's normal and the direction to the viewer. It is negative
-/// on
-///   the far side.
+///   on the far side.
 ///
 /// Its vertices are the different pairs of a position and a texture coordinate. Seams of either are therefore
 /// boundaries.

@@ -74,7 +74,7 @@ std::uint64_t arctangentSeries(std::uint64_t t)
     return added - (multiplyHigh(t4, kFifth) >> 14) - (multiplyHigh(t8, kNinth) >> 42);
 }
 
-// The sum of two doubles, of which `low` is much the smaller one.
+// The sum of two doubles, of which `low` is much smaller than `high`.
 struct Sum
 {
     double high;
@@ -154,7 +154,7 @@ Angle octantAngle(Octant const& o)
     return {angle, exponent};
 }
 
-// From the octant to the half plane y >= 0.
+// The angle in the half plane y >= 0, from the angle in the first octant.
 Angle wholeAngle(Octant const& o, Angle const& inOctant)
 {
     if (!o.swapped && !o.mirrored) return inOctant;
@@ -172,8 +172,8 @@ Angle wholeAngle(Octant const& o, Angle const& inOctant)
     return {m, exponent};
 }
 
-// The quotient of two mantissas to 128 bits, as the last step of an angle so small that it differs from its tangent by
-// less than any digit of it: by less than 2^-260 of it.
+// The last step for an angle that differs from its tangent by less than 2^-260 of it: the quotient of two mantissas to
+// 128 bits, corrected for this difference.
 double roundTiny(Octant const& o)
 {
     std::uint64_t const divisor = o.x >> 11;
@@ -186,7 +186,8 @@ double roundTiny(Octant const& o)
         result.words[static_cast<std::size_t>(bit / 64)] |= static_cast<std::uint64_t>(isOne) << (63 - bit % 64);
         remainder <<= 1;
     }
-    // An exact quotient is a little too large, any other one has been cut off.
+    // The angle is slightly smaller than the exact quotient. If the computed quotient is exact, it is therefore
+    // slightly too large; otherwise it has been truncated and is slightly too small.
     if (remainder != 0) {
         result.words[3] = 1;
         normalize(result);
@@ -226,7 +227,7 @@ bool roundAngle(Octant const& o, Angle const& quick, double* result)
     return roundIfCertain(angle, angle.exponent + kErrorBits - wordBits(angle), result);
 }
 
-// The magnitude of the angle, when the quick step leaves its rounding open.
+// The magnitude of the angle, if the quick step does not determine its rounding.
 SINEW_RARE double accurateAngle(Octant const& o)
 {
     Angle const quick = octantAngle(o);

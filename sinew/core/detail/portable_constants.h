@@ -2,7 +2,7 @@
 
 /// Tables and constants of the correctly rounded functions in portable_math.h. An integer is the value, multiplied by
 /// the power of two that the comment names and rounded to nearest; a sum of two doubles is for the quick steps. The
-/// tests compute all entries of the tables anew with an independent library.
+/// tests compute all entries of the tables with an independent library and compare them.
 
 #include <cstdint>
 

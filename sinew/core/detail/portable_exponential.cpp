@@ -93,7 +93,7 @@ inline LogReduction reduceLog(std::uint64_t bits)
     std::uint64_t const m = x.mantissa >> 11; // Q52
     int const i = static_cast<int>(m >> 45 & 127);
     std::uint64_t const once = m * kLogCoarse[i].reciprocal;          // Q60
-    std::int64_t const z = static_cast<std::int64_t>(once << 4) >> 4; // what exceeds 1, in Q60
+    std::int64_t const z = static_cast<std::int64_t>(once << 4) >> 4; // the excess over 1, in Q60
     int const j = static_cast<int>(z >> 46) + kLogFineZero;
     // Exact: the product has the form 1 + u in Q75, of which the lowest 64 bits remain, and |u| < 2^-14.
     std::int64_t const u = static_cast<std::int64_t>(once * kLogFine[j].reciprocal);
@@ -119,7 +119,7 @@ bool quickLog(std::uint64_t bits, double* result)
 constexpr double kLargestExponent = 0x1.62e42fefa39efp+9;
 constexpr double kSmallestExponent = -0x1.74910d52d3052p+9;
 
-// What follows when the quick step leaves the rounding open.
+// The further steps, for an argument whose rounding the quick step does not determine.
 double accurateExp(double x)
 {
     double result = 0.0;
@@ -205,7 +205,7 @@ BinaryExponent splitExponent(UInt128 m, int exponent, bool negative)
         fraction = shiftRight(UInt128{0, m.high}, -exponent - 65);
     }
     if (!negative) return {whole, fraction};
-    // -(whole + fraction) = (-whole - 1) + (1 - fraction), where a fraction of 0 may stand for its own complement.
+    // -(whole + fraction) = (-whole - 1) + (1 - fraction), with an error of one unit of the last place.
     return {-whole - 1, UInt128{~fraction.high, ~fraction.low}};
 }
 

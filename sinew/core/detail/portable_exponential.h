@@ -11,8 +11,8 @@
 
 namespace sinew::detail::portable {
 
-/// 2^(fraction / 2^128), times 2^127; the relative error is below 2^-69. A fraction next to 2^128 may give a sum that
-/// has wrapped around to a small number; it is not normalised then, and no rounding of it is certain.
+/// 2^(fraction / 2^128), times 2^127; the relative error is below 2^-69. For a fraction close to 2^128 the sum may
+/// wrap around to a small number. It is then not normalised, and `roundIfCertain` rejects it.
 UInt128 exp2OfFraction(UInt128 fraction);
 
 /// whole + fraction / 2^128.
@@ -22,8 +22,8 @@ struct BinaryExponent
     UInt128 fraction;
 };
 
-/// (negative ? -1 : 1) * m * 2^(exponent - 127) for exponent < 30; the absolute error is below 2^-127, and m is
-/// normalised or the error is as much larger as m is short.
+/// (negative ? -1 : 1) * m * 2^(exponent - 127) for exponent < 30; the absolute error is below 2^-127, in
+/// addition to the error of m.
 BinaryExponent splitExponent(UInt128 m, int exponent, bool negative);
 
 /// The same for a product with log2(e); the absolute error is below 2^(exponent - 124).

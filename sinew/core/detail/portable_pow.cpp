@@ -20,7 +20,7 @@ Parity parityOf(std::uint64_t y) // of a finite number other than 0, from its bi
 {
     Parts const parts = partsOf(y);
     if (parts.exponent < 0) return Parity::notInteger;
-    if (parts.exponent >= 53) return Parity::even; // the last bit of such numbers counts twos or more
+    if (parts.exponent >= 53) return Parity::even; // all bits of such numbers stand for 2 or more
     std::uint64_t const fraction = parts.mantissa << parts.exponent << 1;
     if (fraction != 0) return Parity::notInteger;
     return (parts.mantissa >> (63 - parts.exponent)) % 2 != 0 ? Parity::odd : Parity::even;
@@ -61,8 +61,8 @@ bool takeSquareRoot(OddTimesPower& x)
 // *power receives it. x and |y| from their bits, x > 0.
 //
 // Such powers are those of an odd part that is 1, or whose exponent is a positive integer after as many square roots as
-// y has binary places. No approximation ever decides their rounding; all other powers are irrational, or rational
-// with more digits.
+// y has binary places. An approximation cannot determine their rounding. All other powers are irrational, or
+// rational with more digits.
 bool isExactPower(std::uint64_t xBits, std::uint64_t yMagnitude, bool isInverse, OddTimesPower* power)
 {
     OddTimesPower x = oddPart(xBits);
@@ -82,7 +82,7 @@ bool isExactPower(std::uint64_t xBits, std::uint64_t yMagnitude, bool isInverse,
         *power = {product, x.exponent * static_cast<int>(count)};
         return true;
     }
-    // A power of two, whose exponent is bounded: results out of range do not come here.
+    // A power of two. Its exponent is bounded, because the caller has handled results out of range.
     if (x.exponent == 0) {
         *power = {1, 0};
         return true;

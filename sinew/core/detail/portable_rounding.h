@@ -1,6 +1,7 @@
 #pragma once
 
-/// Doubles taken apart and put together again: the ends of every correctly rounded function.
+/// The division of doubles into their parts, and rounding: the first and the last step of every correctly rounded
+/// function.
 
 #include <cassert>
 #include <cstdint>
@@ -9,7 +10,7 @@
 #include <sinew/core/detail/uint128.h>
 #include <sinew/core/detail/wide_number.h>
 
-// Keeps the rare steps of a function out of its common one, which then needs few registers and no stack.
+// Keeps the rare steps of a function apart from the frequent one, which then needs few registers and no stack.
 #if defined(__GNUC__)
 #define SINEW_RARE __attribute__((noinline, cold))
 #else
@@ -82,7 +83,7 @@ inline bool roundIfCertain(UInt128 m, int exponent, int bits, bool negative, dou
     std::uint64_t const least = (m - error).high;
     std::uint64_t const most = (m + error).high;
     std::uint64_t const rounded = (least + half) >> 11;
-    if (m.high < kSignBit || m.high > ~(2 * half) || least < kSignBit) return false; // next to a power of two
+    if (m.high < kSignBit || m.high > ~(2 * half) || least < kSignBit) return false; // close to a power of two
     if ((most + half) >> 11 != rounded || exponent < -1022) return false;
     std::uint64_t magnitude = kInfinityBits;
     if (exponent <= 1023) {

@@ -10,7 +10,7 @@
 
 // Sine and cosine: the argument is reduced with as many bits of 2 / pi as its exponent needs (M. H. Payne and R. N.
 // Hanek, Radian reduction for trigonometric functions, 1983), and the rest of a quarter turn is split into a multiple
-// of 1 / 128, whose sine and cosine stand in a table, and a short series (P. T. P. Tang, Table-lookup algorithms for
+// of 1 / 128, whose sine and cosine are in a table, and a short series (P. T. P. Tang, Table-lookup algorithms for
 // elementary functions and their error analysis, 1991). "Q71" beside a variable says that it counts units of 2^-71.
 
 namespace sinew::detail::portable {
@@ -94,8 +94,8 @@ std::uint64_t cosineSeries(std::uint64_t t)
     return t2 / 2 - b + c;
 }
 
-// A positive result m * 2^(exponent - 127) of a quick step, correct to the relative error 2^-bits; no bits if nothing
-// is certain.
+// A positive result m * 2^(exponent - 127) of a quick step, correct to the relative error 2^-bits. `bits` is 0 if
+// the error is unknown.
 struct Quick
 {
     UInt128 m;

@@ -2,7 +2,7 @@
 
 /// Binary floating-point numbers of a few hundred bits, for the last step of the correctly rounded functions.
 ///
-/// They are slow and simple on purpose: one argument in some ten thousand needs them. All operations truncate.
+/// They are simple, not fast, because only about one argument in ten thousand needs them. All operations truncate.
 
 #include <array>
 #include <cstddef>

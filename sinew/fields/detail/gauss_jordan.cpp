@@ -272,7 +272,7 @@ void GaussJordan::copyRow(int i, double* row) const
 {
     for (std::size_t c = 0; c < rows_; ++c) {
         int const tile = static_cast<int>(c) / kBlock;
-        row[inverseColumns_[c]] = piece(tile, i).x[c % static_cast<std::size_t>(kBlock)];
+        row[inverseColumns_[c]] = piece(tile, i).x[c % asIndex(kBlock)];
     }
 }
 

@@ -50,9 +50,9 @@ public:
     /// 1e70). The queries require it. False for NaN.
     bool covers(Vector3 const& q) const;
 
-    /// @param knownDistSq  a squared distance that is known to be reached, or infinity. It only saves time.
+    /// The segments nearest to `q`. The cost is close to logarithmic for points near a curve.
     ///
-    /// The cost is close to logarithmic for points near a curve.
+    /// @param knownDistSq  a squared distance that some segment is known to reach, or infinity. It only saves time.
     NearestSegments nearest(Vector3 const& q, double knownDistSq) const;
 
     /// All segments up to the squared distance `limit`, and the segments that start at a stray vertex up to it.

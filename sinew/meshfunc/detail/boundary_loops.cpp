@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <utility>
 
+#include <sinew/detail/as_index.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
 
 namespace sinew::detail {
@@ -85,7 +86,7 @@ Buckets<PairedEdge> edgesBySmallerVertex(std::vector<int> const& facets, Index v
             for (Index k = 0; k < kCorners; ++k) {
                 int const a = corners[k];
                 int const b = corners[nextEntry(k)];
-                visit(toIndex(std::min(a, b)), pairedEdge(std::max(a, b), kCorners * t + k));
+                visit(asIndex(std::min(a, b)), pairedEdge(std::max(a, b), kCorners * t + k));
             }
         }
     });
@@ -133,7 +134,7 @@ public:
     {
         std::vector<Index> const edges = boundaryEdges(facets, vertexCount);
         leaving_ = sortIntoBuckets<Index>(vertexCount, [&](auto const& visit) {
-            for (Index const edge : edges) visit(toIndex(facets[edge]), edge);
+            for (Index const edge : edges) visit(asIndex(facets[edge]), edge);
         });
         for (Index vertex = 0; vertex < vertexCount; ++vertex) {
             std::sort(leaving_.begin(vertex), leaving_.end(vertex),
@@ -174,7 +175,7 @@ std::vector<BoundaryLoop> boundaryLoops(std::vector<int> const& facets, std::siz
                 Index const edge = edges.takeEdgeAt(vertex);
                 loop.vertices.push_back(edges.target(edge));
                 loop.triangles.push_back(static_cast<int>(edge / kCorners));
-                vertex = toIndex(edges.target(edge));
+                vertex = asIndex(edges.target(edge));
             }
             loops.push_back(std::move(loop));
         }

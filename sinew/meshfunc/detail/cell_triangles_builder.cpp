@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include <sinew/detail/as_index.h>
 #include <sinew/meshfunc/detail/grid_layout.h>
 #include <sinew/meshfunc/detail/triangle_cover.h>
 
@@ -133,7 +134,7 @@ private:
             if (list.size() > kCrowded && level + 1 < kMostLevels) {
                 double const share = static_cast<double>(list.size()) / static_cast<double>(crowded);
                 auto const extra = static_cast<std::size_t>(static_cast<double>(budget) * share);
-                auto const rows = toIndex(grid.size[1]);
+                auto const rows = asIndex(grid.size[1]);
                 Box const part = partOfCell(grid, static_cast<int>(cell / rows), static_cast<int>(cell % rows), {});
                 inner = divide(list, part.clippedTo(space), bucketsForList(list.size()) - 1 + extra, level + 1);
             }

@@ -5,6 +5,7 @@
 #include <cassert>
 #include <cstddef>
 
+#include <sinew/detail/as_index.h>
 #include <sinew/framework/vect2.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
 
@@ -37,7 +38,7 @@ struct FinerGrid
     /// The number of the cell that `p` falls into.
     std::size_t indexOf(tzNM::vect2<double> const& p) const { return index(cell(p.x, 0), cell(p.y, 1)); }
 
-    std::size_t cellCount() const { return toIndex(size[0]) * toIndex(size[1]); }
+    std::size_t cellCount() const { return asIndex(size[0]) * asIndex(size[1]); }
 };
 
 } // namespace sinew::detail

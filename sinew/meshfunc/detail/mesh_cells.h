@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <vector>
 
+#include <sinew/detail/as_index.h>
+
 namespace sinew::detail {
 
 /// Corners of a triangle; also the number of entries that a triangle has in `facets`.
@@ -22,13 +24,6 @@ inline constexpr double kCellTolerance = 1e-8;
 /// domains.
 inline constexpr double kLargestExtent = 1e150;
 
-/// A number that is known not to be negative, as an index into a vector.
-inline std::size_t toIndex(int number)
-{
-    assert(number >= 0);
-    return static_cast<std::size_t>(number);
-}
-
 /// The cell of the coordinate `s` on an axis of `size` cells, size >= 1. `s` is measured in cells from the lower end of
 /// the grid. Coordinates outside the grid fall into the outermost cell; NaN falls into cell 0.
 inline int cellOfCoordinate(double s, int size)
@@ -42,7 +37,7 @@ inline int cellOfCoordinate(double s, int size)
 /// Index of the cell in column `cx` and row `cy` of a grid with `rows` rows.
 inline std::size_t cellIndex(int cx, int cy, int rows)
 {
-    return toIndex(cx) * toIndex(rows) + toIndex(cy);
+    return asIndex(cx) * asIndex(rows) + asIndex(cy);
 }
 
 /// Fetches the vertex indices of triangle `t`. Returns false if there is no such triangle, or if it names a vertex
@@ -52,7 +47,7 @@ inline bool triangleCorners(std::vector<int> const& facets, std::size_t t, std::
     if (t >= facets.size() / kCorners) return false;
     for (std::size_t k = 0; k < kCorners; ++k) {
         corners[k] = facets[kCorners * t + k];
-        if (corners[k] < 0 || static_cast<std::size_t>(corners[k]) >= vertexCount) return false;
+        if (corners[k] < 0 || asIndex(corners[k]) >= vertexCount) return false;
     }
     return true;
 }

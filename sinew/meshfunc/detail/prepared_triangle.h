@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <sinew/core/tolerances.h>
+#include <sinew/detail/as_index.h>
 #include <sinew/framework/vect2.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
 
@@ -25,8 +26,8 @@ struct TriangleEdges
     tzNM::vect2<double> second; ///< from the first corner to the third
 
     TriangleEdges(std::vector<tzNM::vect2<double>> const& params, int const corners[3])
-        : first(params[toIndex(corners[1])] - params[toIndex(corners[0])]),
-          second(params[toIndex(corners[2])] - params[toIndex(corners[0])])
+        : first(params[asIndex(corners[1])] - params[asIndex(corners[0])]),
+          second(params[asIndex(corners[2])] - params[asIndex(corners[0])])
     {
     }
 
@@ -54,7 +55,7 @@ inline bool prepareTriangle(std::vector<tzNM::vect2<double>> const& params, int 
     double const det = edges.determinant();
     if (std::fabs(det) < kGramZero) return false;
     double const r = 1.0 / det;
-    *out = {params[toIndex(corners[0])],
+    *out = {params[asIndex(corners[0])],
             {r * edges.second.y, r * -edges.second.x, r * -edges.first.y, r * edges.first.x},
             {corners[0], corners[1], corners[2]}};
     return true;

@@ -40,7 +40,7 @@ double cellWidth(FinerGrid const& grid, int axis)
 Box coverOf(PreparedTriangle const& triangle, std::vector<Point> const& params)
 {
     Box box;
-    for (int const corner : triangle.corners) box.include(params[toIndex(corner)]);
+    for (int const corner : triangle.corners) box.include(params[asIndex(corner)]);
     double const det = TriangleEdges(params, triangle.corners).determinant();
     double const extent = std::max(box.high.x - box.low.x, box.high.y - box.low.y);
     // Both tests are written so that a NaN leads to the whole plane.

@@ -12,9 +12,11 @@
 #include <utility>
 
 #include <sinew/core/tolerances.h>
+#include <sinew/detail/as_index.h>
 
 namespace {
 
+using sinew::detail::asIndex;
 using sinew::detail::DeformationInput;
 using sinew::detail::VectorWidth;
 using Influences = std::vector<std::pair<int, double>>;
@@ -256,7 +258,7 @@ private:
     if (!input.weights) return true;
     auto const& lists = input.weights->influences;
     auto const namesABone = [&](auto const& influence) {
-        return influence.first >= 0 && static_cast<std::size_t>(influence.first) < input.bones.size();
+        return influence.first >= 0 && asIndex(influence.first) < input.bones.size();
     };
     return lists.size() >= input.count && std::all_of(lists.data(), lists.data() + input.count, [&](auto const& list) {
                return std::all_of(list.begin(), list.end(), namesABone);

@@ -26,15 +26,12 @@ class DegreeQueue
 {
 public:
     /// Nodes and degrees are in [0, nodeCount).
-    explicit DegreeQueue(int nodeCount)
-        : nodeCount_(nodeCount), low_(kLowDegrees, IndexSet(nodeCount)), heaps_(asIndex(nodeCount))
-    {
-    }
+    explicit DegreeQueue(int nodeCount) : low_(kLowDegrees, IndexSet(nodeCount)), heaps_(asIndex(nodeCount)) {}
 
     /// A pair with a low degree that is pushed again while it is in the queue is held once.
     void push(int node, int degree)
     {
-        assert(0 <= node && node < nodeCount_ && 0 <= degree && degree < nodeCount_);
+        assert(asIndex(node) < heaps_.size() && asIndex(degree) < heaps_.size());
         smallest_ = std::min(smallest_, degree);
         if (degree < kLowDegrees) {
             low_[asIndex(degree)].insert(node);
@@ -63,11 +60,10 @@ private:
 
     bool isEmptyAt(int degree) const
     {
-        assert(degree < nodeCount_); // otherwise the whole queue is empty
+        assert(asIndex(degree) < heaps_.size()); // otherwise the whole queue is empty
         return degree < kLowDegrees ? low_[asIndex(degree)].empty() : heaps_[asIndex(degree)].empty();
     }
 
-    [[maybe_unused]] int nodeCount_;
     int smallest_ = 0;                    // no entry has a lower degree
     std::vector<IndexSet> low_;           // one for each degree below kLowDegrees
     std::vector<std::vector<int>> heaps_; // one for each degree; those of degrees below kLowDegrees stay empty

@@ -14,7 +14,8 @@ namespace sinew::detail {
 ///
 /// Source: P. Amestoy, T. Davis, I. Duff, An approximate minimum degree ordering algorithm, SIAM Journal on Matrix
 /// Analysis and Applications 17, 1996, for the sizes of the elements outside the neighbourhood, for aggressive
-/// absorption and for the hashes. They use the sizes for an upper bound of each degree, we use them for a lower bound.
+/// absorption and for the hashes. They compute an upper bound of each degree from the sizes; this class
+/// computes a lower bound.
 class DegreeUpdate
 {
 public:

@@ -53,8 +53,8 @@ public:
 private:
     std::vector<int> perm_;
     EntrySlots slots_;
-    std::optional<RowSweep> sweep_; // either this
-    std::optional<PanelPlan> plan_; // or this
+    std::optional<RowSweep> sweep_; // has a value if the method is `rows`
+    std::optional<PanelPlan> plan_; // has a value if the method is `panels`
     std::int64_t entryCount_ = 0;
     std::int64_t updateCount_ = 0;
 };

@@ -8,7 +8,7 @@
 
 namespace sinew::detail {
 
-/// The usual `denseDegree` for a graph of so many nodes.
+/// The default value of `denseDegree` for a graph of `nodeCount` nodes.
 int defaultDenseDegree(int nodeCount);
 
 /// For each node its position in the minimum-degree elimination order. Among equal degrees the smallest index is first.

@@ -8,6 +8,7 @@
 
 namespace sinew::detail {
 
+/// What the factorisation of a matrix computes from its values.
 struct NumericResult
 {
     LLTMatrix factor;           ///< Without `perm`. Incomplete if a pivot failed.

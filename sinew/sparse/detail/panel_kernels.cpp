@@ -9,8 +9,8 @@
 
 // The same source for each vector width. The scheme of dispatch.h, one template for all widths, does not work for code
 // that names its vectors: gcc splits a wide vector type in a function that is not itself compiled for this width, and
-// only then inlines the function. The kernels name their vectors because the compilers do not find them in loops over
-// tiles: the sums of a tile would go through memory at every step.
+// only then inlines the function. The kernels name their vectors because compilers do not vectorise the loops over a
+// tile: its sums would be written to memory at every step.
 #define SINEW_PANEL_VARIANT baseline
 #define SINEW_PANEL_TARGET
 #if defined(__GNUC__)

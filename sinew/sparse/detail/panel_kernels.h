@@ -27,8 +27,8 @@ struct PanelWork
     }
 };
 
-/// Finishes the panel with this index, once all earlier panels are finished. Returns the position of its first pivot
-/// that is zero or negative, where it stops, or -1.
+/// Finishes the panel with this index, once all earlier panels are finished. Stops at the first pivot that is zero
+/// or negative and returns its position; returns -1 if there is none.
 using PanelKernel = int (*)(PanelWork const& work, int index);
 
 /// The kernel for a vector width, which must not exceed `widestVectors()`. All kernels return the same bits.

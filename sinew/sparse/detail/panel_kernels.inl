@@ -9,6 +9,10 @@
 // Tiles and vectors extend over rows i and columns r. The loop over k is always the innermost one and ascending, so
 // that each entry takes the same sequence of roundings at every width.
 //
+// Sources: E. Ng, B. Peyton, Block sparse Cholesky algorithms on advanced uniprocessor computers, SIAM Journal on
+// Scientific Computing 14, 1993, for the updates between panels; K. Goto, R. van de Geijn, Anatomy of high-performance
+// matrix multiplication, ACM Transactions on Mathematical Software 34, 2008, for tiles whose sums stay in registers.
+//
 // Everything here is in an unnamed namespace. A function that is compiled for wide vectors can therefore never replace
 // one of the same name in another object file.
 

@@ -85,7 +85,8 @@ public:
     Element& element(int e) { return elements_[asIndex(e)]; }
     Element const& element(int e) const { return elements_[asIndex(e)]; }
 
-    /// This is not a field of `Variable`, so that two variables share a cache line. Most graphs have no dense variable.
+    /// Whether `u` is a dense variable. This is not a field of `Variable`, so that two variables fit into one cache
+    /// line. Most graphs have no dense variable.
     bool isDense(int u) const { return !denseIndex_.empty() && denseIndex_[asIndex(u)] != kNotDense; }
 
     /// The list of a variable: `elementCount` elements, then variables, `listLength` entries in all.

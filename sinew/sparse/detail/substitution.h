@@ -1,6 +1,8 @@
 #pragma once
 
 /// Forward and back substitution with a factor, for several right-hand sides at once.
+/// Source: T. Davis, Direct Methods for Sparse Linear Systems, 2006, section 3.1. There, the factor is stored by
+/// columns. Here, its rows and the rows of its transpose are stored, so that each unknown is finished by one sum.
 
 #include <cassert>
 #include <cstddef>

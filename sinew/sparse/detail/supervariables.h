@@ -9,14 +9,14 @@
 
 namespace sinew::detail {
 
-/// The nodes of each supervariable. It merges variables that have become indistinguishable.
+/// The nodes of each supervariable, and the merging of variables that have become indistinguishable.
 ///
 /// Source: P. Amestoy, T. Davis, I. Duff, An approximate minimum degree ordering algorithm, SIAM Journal on Matrix
 /// Analysis and Applications 17, 1996, for hashes that limit the comparisons to a few variables.
 class Supervariables
 {
 public:
-    /// Each node is a variable of its own.
+    /// Creates one variable for each node.
     explicit Supervariables(int nodeCount);
 
     /// Appends all nodes of the variable `u`, in no particular order.
