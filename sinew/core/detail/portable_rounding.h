@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include <sinew/core/detail/uint128.h>
+#include <sinew/detail/uint128.h>
 #include <sinew/core/detail/wide_number.h>
 
 // Keeps the rare steps of a function out of its common one, which then needs few registers and no stack.
