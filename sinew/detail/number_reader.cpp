@@ -44,37 +44,54 @@ struct Decimal
     char const* last = nullptr;
     long long shift = 0;
 
-    std::uint64_t leading = 0; // the first significant digits, at most kWordDigits
-    int leadingCount = 0;
-    bool truncated = false; // whether a digit that is not zero follows them
-    long long exponent = 0; // leading * 10^exponent is the number, up to the digits that follow
+    std::uint64_t leading = 0; // the first significant digits
+    bool truncated = false;    // whether a digit that is not zero follows them
+    long long exponent = 0;    // leading * 10^exponent is the number, up to the digits that follow
 };
+
+// Appends the digits at `at` to `number`, modulo 2^64, and returns their end.
+char const* appendDigits(char const* at, char const* last, std::uint64_t& number)
+{
+    for (; at != last && isDigit(*at); ++at) number = 10 * number + digitOf(*at);
+    return at;
+}
+
+// Finds the leading digits of a number that may have more than 64 bits hold.
+void findLeadingDigits(Decimal& d)
+{
+    d.leading = 0;
+    d.exponent = 0;
+    int count = 0;
+    bool pointSeen = false;
+    for (char const* at = d.first; at != d.last; ++at) {
+        if (*at == '.') {
+            pointSeen = true;
+        } else if (count < kWordDigits) {
+            d.leading = 10 * d.leading + digitOf(*at);
+            count += d.leading != 0 ? 1 : 0; // leading zeros do not count
+            d.exponent -= pointSeen ? 1 : 0;
+        } else {
+            d.truncated = d.truncated || *at != '0';
+            d.exponent += pointSeen ? 0 : 1;
+        }
+    }
+}
 
 // Reads digits and a point. Returns whether there is a digit.
 bool scanMantissa(char const* first, char const* last, Decimal& d)
 {
-    char const* point = nullptr;
-    bool any = false;
-    char const* at = first;
-    for (; at != last; ++at) {
-        if (*at == '.' && !point) {
-            point = at;
-            continue;
-        }
-        if (!isDigit(*at)) break;
-        any = true;
-        if (d.leadingCount < kWordDigits) {
-            d.leading = 10 * d.leading + digitOf(*at);
-            if (d.leading != 0) ++d.leadingCount; // leading zeros do not count
-        } else {
-            d.truncated = d.truncated || *at != '0';
-            ++d.exponent;
-        }
+    char const* at = appendDigits(first, last, d.leading);
+    std::ptrdiff_t digits = at - first;
+    if (at != last && *at == '.') {
+        char const* const fraction = at + 1;
+        at = appendDigits(fraction, last, d.leading);
+        digits += at - fraction;
+        d.exponent = fraction - at;
     }
     d.first = first;
     d.last = at;
-    if (point) d.exponent -= at - point - 1;
-    return any;
+    if (digits > kWordDigits) findLeadingDigits(d);
+    return digits > 0;
 }
 
 // Reads an exponent at `at`, if there is one, and returns its end.
@@ -168,13 +185,12 @@ template <typename Real>
 std::uint64_t nearestBits(Decimal const& d)
 {
     using Format = RealFormat<Real>;
-    // The number lies in [10^(place - 1), 10^place). Beyond these limits it is too large, or less than half of the
-    // smallest number, also for a double.
-    constexpr long long kGreatestPlace = 309;
-    constexpr long long kLeastPlace = -323;
-    long long const place = d.exponent + d.leadingCount;
-    if (d.leading == 0 || place < kLeastPlace) return 0;
-    if (place > kGreatestPlace) return Format::kInfinity;
+    // With 1 <= leading < 2^64 - 1, numbers beyond these exponents are too large, or less than half of the smallest
+    // number, even for a double.
+    constexpr long long kGreatestExponent = 308;
+    constexpr long long kLeastExponent = -342;
+    if (d.leading == 0 || d.exponent < kLeastExponent) return 0;
+    if (d.exponent > kGreatestExponent) return Format::kInfinity;
 
     int const exponent = static_cast<int>(d.exponent);
     auto [lower, upper] = bracketed<Real>(d.leading, exponent);

@@ -11,7 +11,8 @@
 namespace sinew::detail {
 
 /// How the reading of a number ended.
-enum class NumberStatus {
+enum class NumberStatus
+{
     ok,
     malformed, ///< the text does not begin with a number
     tooLarge,  ///< the number is rounded to an infinity

@@ -80,8 +80,8 @@ Decimal shortest(Magnitude m)
     // The neighbour below a power of two is nearer than the one above.
     bool const regular = m.mantissa != Format::kFirstBit || m.exponent == Format::kSmallestExponent;
     int const k = regular ? floorLog10OfPowerOfTwo(m.exponent) : floorLog10OfThreeQuarters(m.exponent);
-    // Four times the number and the ends of the interval of numbers that are rounded to it, in units of 10^k. The length
-    // of the interval is at least one unit and less than ten.
+    // Four times the number and the ends of the interval of numbers that are rounded to it, in units of 10^k. The
+    // length of the interval is at least one unit and less than ten.
     ScaledPower const scale(m.exponent, k);
     std::uint64_t const number = scale.timesToOdd(4 * m.mantissa);
     std::uint64_t const open = m.mantissa % 2; // ties are rounded to even: the ends belong to an even mantissa only
@@ -131,7 +131,8 @@ std::uint64_t roundedQuotient(Magnitude m, int exponent)
         bool const up = fraction > half || (fraction == half && (more || integer % 2 != 0));
         return integer + (up ? 1 : 0);
     }
-    // The exact product lies above by less than two units of `top`. If that may carry it to the middle, compare exactly.
+    // The exact product lies above by less than two units of `top`. If that may carry it to the middle, compare
+    // exactly.
     bool const nearMiddle = fraction == half - 1 && top.low == ~std::uint64_t{0};
     if (!nearMiddle && !(fraction == half && top.low == 0)) return integer + (fraction >= half ? 1 : 0);
     int const order = compareExactly(BigInteger(10 * integer + 5), exponent - 1, m); // of the middle and the number
@@ -160,7 +161,8 @@ class Digits
 public:
     explicit Digits(std::uint64_t n)
     {
-        size_ = static_cast<std::size_t>(std::to_chars(text_.data(), text_.data() + text_.size(), n).ptr - text_.data());
+        size_ =
+            static_cast<std::size_t>(std::to_chars(text_.data(), text_.data() + text_.size(), n).ptr - text_.data());
     }
 
     int size() const { return static_cast<int>(size_); }

@@ -12,10 +12,10 @@ namespace sinew::detail {
 /// No text of a number is longer: sign, 17 digits, point, zeros or exponent.
 inline constexpr int kLongestReal = 32;
 
-/// Writes the shortest decimal number that gives the same bits when it is read as a `Real` (float or double); of several
-/// such, the one nearest to `value`. The text has the format that std::to_chars gives without a format: fixed or
-/// scientific notation, whichever is shorter, and fixed if both are equally long. A NaN is "nan" or "-nan", an infinity
-/// "inf" or "-inf".
+/// Writes the shortest decimal number that gives the same bits when it is read as a `Real` (float or double); of
+/// several such, the one nearest to `value`. The text has the format that std::to_chars gives without a format: fixed
+/// or scientific notation, whichever is shorter, and fixed if both are equally long. A NaN is "nan" or "-nan", an
+/// infinity "inf" or "-inf".
 ///
 /// @param out  must have space for kLongestReal characters.
 ///

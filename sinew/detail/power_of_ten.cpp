@@ -23,8 +23,8 @@ constexpr std::array<std::uint64_t, kStep> makeSmallPowers()
 }
 constexpr std::array<std::uint64_t, kStep> kSmallPowers = makeSmallPowers();
 
-// 5^(kStep * i), truncated to three words, whose first bit is set. The product of one of these and a small power, cut to
-// two words, is the truncated power: a test compares all of them with exact powers.
+// 5^(kStep * i), truncated to three words, whose first bit is set. The product of one of these and a small power, cut
+// to two words, is the truncated power: a test compares all of them with exact powers.
 struct LargePower
 {
     std::uint64_t high, middle, low;
@@ -73,8 +73,7 @@ PowerOfTen powerOfTen(int k)
     UInt128 const low = multiply(large.middle, factor) + UInt128{0, portable::multiplyHigh(large.low, factor)};
     UInt128 const high = multiply(large.high, factor) + UInt128{0, low.high};
     bool const normal = high.high >> 63 != 0;
-    UInt128 const mantissa =
-        normal ? high : UInt128{high.high << 1 | high.low >> 63, high.low << 1 | low.low >> 63};
+    UInt128 const mantissa = normal ? high : UInt128{high.high << 1 | high.low >> 63, high.low << 1 | low.low >> 63};
     return {mantissa, floorLog2OfPowerOfTen(k) - 127, k >= 0 && k <= kGreatestExactPower};
 }
 

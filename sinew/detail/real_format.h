@@ -69,8 +69,8 @@ struct RealFormat
         return {stored | kFirstBit, kSmallestExponent + biased - 1};
     }
 
-    /// The bits of a magnitude, infinity if it is too large. The mantissa is at most 2^kMantissaBits, and it is at least
-    /// 2^kStoredBits unless the exponent is the smallest one.
+    /// The bits of a magnitude, infinity if it is too large. The mantissa is at most 2^kMantissaBits, and it is at
+    /// least 2^kStoredBits unless the exponent is the smallest one.
     static std::uint64_t bitsOf(Magnitude m)
     {
         assert(m.exponent >= kSmallestExponent && m.mantissa <= 2 * kFirstBit);
