@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <locale>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <sinew/detail/number_writer.h>
 
 namespace {
 
@@ -20,15 +20,9 @@ using Influences = std::vector<Influence>;
 // differs from 1 by more than kWeightSumTolerance from 1.
 constexpr int kDigits = 9;
 
-// The number as text, with a decimal point in every locale.
 std::string numberText(double x)
 {
-    if (std::isnan(x)) return "NaN"; // a stream may add a sign
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text.precision(kDigits);
-    text << x;
-    return text.str();
+    return std::isnan(x) ? "NaN" : sinew::detail::realText(x, kDigits); // a NaN without its sign
 }
 
 double sumOf(Influences const& influences)

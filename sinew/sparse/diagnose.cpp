@@ -4,12 +4,11 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <locale>
-#include <sstream>
 #include <utility>
 #include <vector>
 
 #include <sinew/detail/as_index.h>
+#include <sinew/detail/number_writer.h>
 #include <sinew/sparse/detail/factorization.h>
 #include <sinew/sparse/detail/sparse_rows.h>
 
@@ -17,13 +16,11 @@ namespace sinew {
 
 namespace {
 
+constexpr int kDigits = 6; // significant digits of a number in a sentence
+
 std::string number(double x)
 {
-    if (x != x) return "NaN"; // a stream may print the sign of a NaN
-    std::ostringstream out;
-    out.imbue(std::locale::classic());
-    out << x;
-    return out.str();
+    return std::isnan(x) ? "NaN" : detail::realText(x, kDigits); // a NaN without its sign
 }
 
 // Whether `indices` hold only rows, not pairs of a row and a column.
