@@ -2,7 +2,8 @@
 
 /// Stream output of the value types, for logs and test messages. That of `Vector3` is declared in vector3.h.
 ///
-/// Numbers have the format of the stream. Matrices are written row by row. No newline is written.
+/// Numbers have the format and the locale of the stream, so their digits are those of the standard library. Matrices
+/// are written row by row. No newline is written.
 
 #include <ostream>
 

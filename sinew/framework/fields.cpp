@@ -6,13 +6,13 @@
 #include <cstddef>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
 
+#include <sinew/detail/number_reader.h>
+#include <sinew/detail/number_writer.h>
 #include <sinew/framework/detail/xml_text.h>
 
 namespace {
-
-// A double needs up to 24 characters (-1.7976931348623157e+308), an integer up to 20.
-constexpr std::size_t kNumberCapacity = 32;
 
 // Whether `text` ends with `ending` and is longer.
 bool endsWith(std::string_view text, std::string_view ending)
@@ -32,6 +32,39 @@ std::string_view trimmed(std::string_view text)
     tag.fail(std::string(what) + " \"" + sinew::detail::shortened(text) + "\"");
 }
 
+// Whether a char is signed depends on the platform. Its text is that of a signed char, so that all platforms read it.
+template <typename T>
+using Printed = std::conditional_t<std::is_same_v<T, char>, signed char, T>;
+
+template <typename T>
+char* writeNumber(T value, char* out)
+{
+    if constexpr (std::is_floating_point_v<T>) {
+        return sinew::detail::writeReal(value, out);
+    } else {
+        auto const [end, error] = std::to_chars(out, out + sinew::detail::kLongestReal, static_cast<Printed<T>>(value));
+        assert(error == std::errc());
+        static_cast<void>(error); // read by the assert only
+        return end;
+    }
+}
+
+// Reads a number from the beginning of [first, last).
+template <typename T>
+sinew::detail::NumberEnd readNumber(char const* first, char const* last, T& value)
+{
+    if constexpr (std::is_floating_point_v<T>) {
+        return sinew::detail::readReal(first, last, value);
+    } else {
+        using sinew::detail::NumberStatus;
+        Printed<T> number{};
+        auto const [end, error] = std::from_chars(first, last, number);
+        value = static_cast<T>(number);
+        if (error == std::errc::result_out_of_range) return {end, NumberStatus::tooLarge};
+        return {end, error == std::errc() ? NumberStatus::ok : NumberStatus::malformed};
+    }
+}
+
 } // namespace
 
 std::string getSingularName(std::string const& name)
@@ -47,10 +80,8 @@ std::string getSingularName(std::string const& name)
 template <typename T>
 void SimpleTypeHandler<T>::save(T const& value, OutTag& tag)
 {
-    char text[kNumberCapacity];
-    auto const [end, error] = std::to_chars(text, text + kNumberCapacity, value);
-    assert(error == std::errc());
-    static_cast<void>(error); // read by the assert only
+    char text[sinew::detail::kLongestReal]; // no integer is longer
+    char const* const end = writeNumber(value, text);
     tag.writeTextTag(std::string_view(text, static_cast<std::size_t>(end - text)));
 }
 
@@ -62,9 +93,10 @@ void SimpleTypeHandler<T>::load(T& value, InTag& tag)
     if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
     char const* const end = text.data() + text.size();
     T parsed{};
-    auto const [stop, error] = std::from_chars(text.data(), end, parsed);
-    if (error == std::errc::result_out_of_range) refuse(tag, "out of range:", text);
-    if (error != std::errc() || stop != end) refuse(tag, "not a number:", text);
+    auto const [stop, status] = readNumber(text.data(), end, parsed);
+    using sinew::detail::NumberStatus;
+    if (status == NumberStatus::tooLarge || status == NumberStatus::tooSmall) refuse(tag, "out of range:", text);
+    if (status == NumberStatus::malformed || stop != end) refuse(tag, "not a number:", text);
     value = parsed;
 }
 

@@ -44,12 +44,13 @@ SINEW_API std::string getSingularName(std::string const& name);
 /// | type | text |
 /// |---|---|
 /// | bool | 1 or 0; "true" and "false" are read as well |
-/// | integers, char included | decimal |
+/// | integers | decimal; a char as a signed char, whether it is signed on the platform or not |
 /// | float, double | the shortest decimal number that gives the same bits when it is read; also "nan", "inf" |
 /// | std::string | the string; it must be valid UTF-8 without control characters, see `OutTag` |
 ///
-/// A NaN is read as a NaN, but its payload may differ. White space around a bool or a number is ignored; in a string it
-/// is kept.
+/// The text of a number is the same on every platform, and so is the number that is read from a text, except that the
+/// range of a type such as long may differ. A NaN is read as a NaN, but its payload may differ. White space around a
+/// bool or a number is ignored; in a string it is kept.
 template <typename T>
 class SimpleTypeHandler
 {

@@ -105,6 +105,8 @@ protected:
 };
 
 /// Makes objects of the class with a run-time type name: `FactoryByTypeID::find(typeid(MeshFunction2D).name())`.
+///
+/// These names differ between compilers. No document contains them; do not store them.
 class SINEW_API FactoryByTypeID : public NamedObject<FactoryByTypeID*>
 {
 public:

@@ -1,15 +1,13 @@
 #include <sinew/framework/tags.h>
 
 #include <algorithm>
-#include <cassert>
-#include <charconv>
 #include <istream>
-#include <locale>
 #include <ostream>
-#include <sstream>
 #include <stdexcept>
-#include <system_error>
+#include <utility>
 
+#include <sinew/detail/number_reader.h>
+#include <sinew/detail/number_writer.h>
 #include <sinew/framework/detail/xml_reader.h>
 #include <sinew/framework/detail/xml_text.h>
 #include <sinew/framework/serializable.h>
@@ -18,9 +16,12 @@ using sinew::detail::XmlReader;
 
 namespace {
 
-constexpr std::size_t kIndent = 2;        // blanks for each level of nesting
-constexpr int kRealDigits = 6;            // the default precision of an output stream
-constexpr std::size_t kRealCapacity = 32; // six digits, sign, point and exponent need 13 characters: -1.23457e+308
+constexpr std::size_t kIndent = 2; // blanks for each level of nesting
+constexpr int kRealDigits = 6;     // the default precision of an output stream
+
+// The messages about a text that should be a number.
+constexpr char const* kNotANumber = "not a number";
+constexpr char const* kLeftOver = "characters left over after a number";
 
 void requireName(std::string const& name)
 {
@@ -107,12 +108,7 @@ void OutTag::setAttr(std::string const& name, std::string const& text)
 
 void OutTag::setAttr(std::string const& name, double value)
 {
-    // The same text as a default stream in the classic locale gives, without the cost of constructing a stream.
-    char text[kRealCapacity];
-    auto const [end, error] = std::to_chars(text, text + kRealCapacity, value, std::chars_format::general, kRealDigits);
-    assert(error == std::errc());
-    static_cast<void>(error); // read by the assert only
-    setAttr(name, std::string(text, end));
+    setAttr(name, sinew::detail::realText(value, kRealDigits));
 }
 
 void OutTag::indent()
@@ -214,19 +210,19 @@ std::string InTag::readText()
 
 double InTag::getReal(std::string const& name) const
 {
-    std::istringstream text(getAttr(name));
-    text.imbue(std::locale::classic());
+    std::string const text = getAttr(name);
+    std::string_view rest = text;
     double value = 0.0;
-    text >> value;
-    checkEndText(text);
+    if (!sinew::detail::takeReal(rest, value)) fail(kNotANumber);
+    if (!std::all_of(rest.begin(), rest.end(), sinew::detail::isSpace)) fail(kLeftOver);
     return value;
 }
 
 void InTag::checkEndText(std::istream& text) const
 {
-    if (text.fail()) fail("not a number");
+    if (text.fail()) fail(kNotANumber);
     if (!text.eof()) text >> std::ws;
-    if (!text.eof()) fail("characters left over after a number");
+    if (!text.eof()) fail(kLeftOver);
 }
 
 std::string InTag::place() const

@@ -77,7 +77,7 @@ protected:
 /// U+FFFF, or a control character below U+0020 other than tab, line feed and carriage return. The tag is then
 /// unchanged, and nothing of the text has been written; `writeTextTag` has written the opening tag. A failure of the
 /// stream shows in the state of the stream. It is thrown, as std::ios_base::failure, only if the stream's
-/// `exceptions()` enable that.
+/// `exceptions()` enable that. Whether a stream that has failed before throws again depends on the standard library.
 class SINEW_API OutTag : public Tag
 {
 public:
@@ -90,7 +90,7 @@ public:
 
     /// Stores an attribute. An attribute of the same name is replaced and keeps its place in the order.
     void setAttr(std::string const& name, std::string const& text);
-    /// Stores a number as an attribute, with six significant digits as a default output stream formats it. A NaN
+    /// Stores a number as an attribute, with six significant digits in the format of a default output stream. A NaN
     /// becomes "nan" or "-nan", an infinity "inf" or "-inf"; `InTag::getReal` refuses these.
     void setAttr(std::string const& name, double value);
 
@@ -145,15 +145,17 @@ public:
     /// the content was read before.
     std::string readText();
 
-    /// The named attribute as a finite number. Throws `Serializable::LoadFail` if the attribute is missing, is not a
-    /// decimal number (for example "nan", "inf", "1x" or an empty text) or is too large for a double. White space
-    /// around the number is ignored.
+    /// The named attribute as a finite number: the double nearest to the decimal number, on every platform. A number
+    /// that is too small for a double gives 0. Throws `Serializable::LoadFail` if the attribute is missing, is not a
+    /// decimal number (for example "nan", "inf", "0x1", "1x" or an empty text) or is too large for a double. White
+    /// space around the number is ignored.
     double getReal(std::string const& name) const;
 
     /// Checks that a number was read from all of `text`, a stream over the text of one attribute: throws
     /// `Serializable::LoadFail` if the last extraction failed or if anything but white space follows the number.
     ///
     /// A new stream takes its locale from the process: imbue it with the classic locale before extracting numbers.
+    /// Which texts it takes for numbers depends on the standard library; with `getReal` they are the same everywhere.
     void checkEndText(std::istream& text) const;
 
     ~InTag() override;

@@ -1,6 +1,7 @@
 #include <sinew/framework/serializable.h>
 
 #include <algorithm>
+#include <cmath>
 #include <iomanip>
 #include <ios>
 #include <istream>
@@ -19,6 +20,7 @@
 
 #include "gallery.h"
 #include "support/bits.h"
+#include "support/xml_text.h"
 
 using gallery::parse;
 using gallery::refusal;
@@ -69,9 +71,7 @@ std::string rewritten(std::string const& text, unsigned parsing, char const* ind
     pugi::xml_document document;
     pugi::xml_parse_result const result = document.load_buffer(text.data(), text.size(), parsing);
     EXPECT_TRUE(result) << result.description() << "\n" << text;
-    std::ostringstream out;
-    document.save(out, indent, format);
-    return out.str();
+    return test::writtenText(document, indent, format);
 }
 
 // Throws `failure` when it is read from and when it is written to.
@@ -99,6 +99,44 @@ struct Misdescribed : Serializable
 struct HostError
 {
 };
+
+// An element with one attribute. Loading it records the number, or why there is none.
+struct Measured : Serializable
+{
+    std::string text;
+    double value = 0;
+    std::string refusal;
+
+    void save(OutTag& tag) override
+    {
+        tag.setAttr("v", text);
+        tag.writeSingleTag();
+    }
+    void load(InTag& tag, smart_ptr<Field>) override
+    {
+        try {
+            value = tag.getReal("v");
+        } catch (Serializable::LoadFail const& failure) {
+            std::string const message = failure.what();
+            refusal = message.substr(message.rfind(": ") + 2);
+        }
+    }
+};
+
+struct Read
+{
+    double value;
+    std::string refusal;
+};
+
+// What `InTag::getReal` makes of a text.
+Read readReal(std::string const& text)
+{
+    Measured object;
+    object.text = text;
+    Measured loaded = parse<Measured>(textOf(object));
+    return {loaded.value, loaded.refusal};
+}
 
 // Throws an exception of the host when it is saved and when it is loaded.
 struct Throwing : Serializable
@@ -298,6 +336,27 @@ TEST(Document, NumbersThatAreMalformedOrOutOfRangeAreRefused)
     EXPECT_NE(refusal<gallery::Painting>("<p><barcode>-1</barcode></p>"), "");
 }
 
+TEST(Document, CharsAreSignedNumbersOnEveryPlatform)
+{
+    struct Letters : Serializable
+    {
+        std::vector<char> codes;
+        smart_ptr<Field> describeFields(std::string const& name) override
+        {
+            ClassDesc desc;
+            desc.add("codes", &Letters::codes);
+            return new CompositeField(name, desc);
+        }
+    } letters;
+    letters.codes = {'A', '\0', '\x7F', '\x80', '\xFF'};
+    std::string const text = textOf(letters);
+    for (char const* const number : {">65<", ">0<", ">127<", ">-128<", ">-1<"}) {
+        EXPECT_NE(text.find(number), std::string::npos) << number;
+    }
+    EXPECT_EQ(parse<Letters>(text).codes, letters.codes);
+    EXPECT_NE(refusal<Letters>("<l><codes><code>128</code></codes></l>"), "");
+}
+
 TEST(Document, ElementsThatDoNotFitTheFieldsAreRefused)
 {
     EXPECT_NE(refusal<gallery::Painting>("<p><bids><bad>1</bad></bids></p>"), "");
@@ -382,8 +441,11 @@ TEST(Document, WritingThrowsStreamFailuresOnlyIfTheStreamAsksForIt)
     EXPECT_NO_THROW(sinew::writeDocument(out, work, "work"));
     EXPECT_TRUE(out.bad());
 
-    std::ostream throwing(nullptr);
-    EXPECT_THROW(throwing.exceptions(std::ios::badbit), std::ios::failure) << "a stream without a buffer is bad";
+    struct Full : std::streambuf
+    {
+    } full;
+    std::ostream throwing(&full);
+    throwing.exceptions(std::ios::badbit);
     EXPECT_THROW(sinew::writeDocument(throwing, work, "work"), std::ios::failure);
 }
 
@@ -508,6 +570,59 @@ TEST(Tags, RealAttributesAreFormattedAsByADefaultStream)
         ASSERT_EQ(tag.getAttr("v"), text.str());
     }
 }
+
+TEST(Tags, RealAttributesAreReadAlikeOnEveryPlatform)
+{
+    for (char const* const text :
+         {"5e-324", "-2.2250738585072011e-308", " \t+1.5\r\n", ".5", "5.", "1E+05", "-0", "1e-999"}) {
+        EXPECT_EQ(readReal(text).refusal, "") << text;
+    }
+    EXPECT_EQ(readReal("5e-324").value, std::numeric_limits<double>::denorm_min());
+    EXPECT_EQ(readReal("1e-999").value, 0.0);
+    for (char const* const text : {"", " ", "nan", "-inf", "infinity", "e5", "1e", "1e+", ".", "1e999", "-1e999"}) {
+        EXPECT_EQ(readReal(text).refusal, "not a number") << text;
+    }
+    for (char const* const text : {"0x1", "1,5", "1.2.3", "1 2", "1f", "1e5.5"}) {
+        EXPECT_EQ(readReal(text).refusal, "characters left over after a number") << text;
+    }
+}
+
+TEST(Tags, EveryFiniteRealAttributeIsReadBack)
+{
+    test::Random random(75);
+    for (int trial = 0; trial < 2000; ++trial) {
+        double const value = random.hostile();
+        if (!std::isfinite(value)) continue;
+        std::ostringstream out;
+        OutTag tag(out, "a");
+        tag.setAttr("v", value);
+        Read const read = readReal(tag.getAttr("v"));
+        EXPECT_EQ(read.refusal, "");
+        EXPECT_NEAR(read.value, value, 1e-5 * std::fabs(value) + std::numeric_limits<double>::denorm_min());
+    }
+}
+
+#if defined(__GLIBCXX__) && defined(__GLIBC__)
+TEST(Tags, RealAttributesAreReadAsByAStreamOfTheReferencePlatform)
+{
+    test::Random random(76);
+    char const characters[] = "0123456789..eE+-+-xXnaif \t,_";
+    for (int trial = 0; trial < 50'000; ++trial) {
+        std::string text;
+        for (int i = random.below(9); i > 0; --i) text += characters[random.below(sizeof characters - 1)];
+        std::istringstream in(text);
+        in.imbue(std::locale::classic());
+        double value = 0;
+        in >> value;
+        std::string refusal = in.fail() ? "not a number" : "";
+        if (refusal.empty() && !in.eof()) in >> std::ws;
+        if (refusal.empty() && !in.eof()) refusal = "characters left over after a number";
+        Read const read = readReal(text);
+        ASSERT_EQ(read.refusal, refusal) << text;
+        ASSERT_TRUE(!refusal.empty() || test::sameBits(read.value, value)) << text;
+    }
+}
+#endif
 
 TEST(Tags, MissingAttributeOfATagBeingWrittenIsALoadFail)
 {

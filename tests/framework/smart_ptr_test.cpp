@@ -347,8 +347,8 @@ public:
                 link(to, from);
                 break;
             default:
-                std::vector<smart_ptr<Node>>(nodes_).clear();
-                break; // may throw after any number of copies
+                copyAll();
+                break;
             }
         } catch (Refused const&) {
         }
@@ -409,6 +409,15 @@ private:
     {
         if (!nodes_[to] || !nodes_[from] || nodeIds_[from] >= nodeIds_[to]) return;
         commit(expected_.entries.at(nodeIds_[to]).next, nodeIds_[from], [&] { nodes_[to]->next = nodes_[from]; });
+    }
+
+    // Copies all handles of one type and destroys the copies. May throw after any number of copies. One by one, because
+    // the copy constructor of libc++'s vector (version 14) does not destroy the copies when a later one throws.
+    void copyAll() const
+    {
+        std::vector<smart_ptr<Node>> copies;
+        copies.reserve(nodes_.size());
+        for (auto const& node : nodes_) copies.push_back(node);
     }
 
     test::Random random_;

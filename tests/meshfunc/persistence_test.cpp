@@ -18,6 +18,7 @@
 #include "support/bits.h"
 #include "support/comma_locale.h"
 #include "support/random.h"
+#include "support/xml_text.h"
 
 namespace {
 
@@ -226,9 +227,6 @@ TEST(Save, RestoresTheVectorsWhenWritingThrows)
 {
     MeshFunction2D f = test::square().function();
     MeshFunction2D const before = f;
-    std::ostringstream out;
-    out.exceptions(std::ios::badbit);
-    out.setstate(std::ios::failbit);
     struct Full : std::streambuf
     {
     } full;
@@ -236,6 +234,7 @@ TEST(Save, RestoresTheVectorsWhenWritingThrows)
     nowhere.exceptions(std::ios::badbit | std::ios::failbit);
     EXPECT_ANY_THROW(sinew::writeDocument(nowhere, f, "f"));
     expectSameVectors(f, before);
+    nowhere.clear(); // not every standard library throws at a second write to a broken stream
     OutTag tag(nowhere, "f");
     EXPECT_ANY_THROW(f.save(tag));
     expectSameVectors(f, before);
@@ -428,9 +427,7 @@ TEST(Load, ReadsDocumentsRewrittenByAnotherParser)
     root.child("saveString").append_child(pugi::node_cdata).set_value(packedText.c_str());
     for (unsigned const format :
          {pugi::format_default, pugi::format_raw | 0u, pugi::format_default | pugi::format_write_bom}) {
-        std::ostringstream out;
-        document.save(out, "        ", format);
-        std::string text = out.str();
+        std::string text = test::writtenText(document, "        ", format);
         for (std::size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 2) text.replace(at, 1, "\r\n");
         MeshFunction2D loaded(false), direct(false);
         ASSERT_EQ(failureOf(text, &loaded), "");

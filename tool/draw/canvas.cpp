@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <stdexcept>
 
 #include <cairo/cairo-svg.h>
 #include <cairo/cairo.h>
+
+#include <sinew/detail/number_writer.h>
 
 #ifndef __has_feature
 #define __has_feature(feature) 0
@@ -337,9 +338,7 @@ void drawColourBar(Canvas& canvas, Rect const& where, Colour (*colourAt)(double)
 
 std::string niceNumber(double value, int digits)
 {
-    char buffer[64];
-    std::snprintf(buffer, sizeof buffer, "%.*g", digits, value);
-    return buffer;
+    return sinew::detail::realText(value, digits);
 }
 
 std::string groupedDigits(std::string digits)

@@ -6,7 +6,9 @@
 #include <limits>
 #include <locale>
 #include <sstream>
+#include <string_view>
 
+#include <sinew/detail/number_reader.h>
 #include <tool/io/files.h>
 #include <tool/support/user_error.h>
 
@@ -74,7 +76,7 @@ private:
         std::istringstream words = nextLine("the last entry");
         long long row = 0, column = 0;
         double value = 0;
-        if (!(words >> row >> column >> value) || hasMore(words)) fail("expected a row, a column and a value");
+        if (!(words >> row >> column) || !takeLast(words, value)) fail("expected a row, a column and a value");
         if (row < 1 || row > size || column < 1 || column > size) fail("the entry lies outside the matrix");
         if (row < column) std::swap(row, column);
         matrix_.rows[static_cast<std::size_t>(row - 1)].push_back({static_cast<int>(column - 1), value});
@@ -92,6 +94,16 @@ private:
                 file_, "row " + std::to_string(i + 1) + " gives column " + std::to_string(twice->first + 1) + " twice",
                 "Add their values and keep one entry");
         }
+    }
+
+    // Takes a number, which must be the last word. Not by the stream itself, since the texts that streams take for
+    // numbers depend on the standard library.
+    static bool takeLast(std::istringstream& words, double& value)
+    {
+        std::string text;
+        std::getline(words, text);
+        std::string_view rest = text;
+        return sinew::detail::takeReal(rest, value) && std::all_of(rest.begin(), rest.end(), sinew::detail::isSpace);
     }
 
     static bool hasMore(std::istringstream& words)

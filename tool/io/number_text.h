@@ -3,9 +3,11 @@
 /// Words and numbers in text files, independent of the locale.
 
 #include <charconv>
-#include <limits>
 #include <string>
 #include <string_view>
+#include <system_error>
+
+#include <sinew/detail/number_reader.h>
 
 namespace tool {
 
@@ -22,18 +24,13 @@ inline std::string_view nextWord(std::string_view& rest)
 }
 
 /// Whether the whole word is a number; `value` receives it. "nan" and "inf" are numbers. A number that is too large
-/// for a double gives infinity, one that is too small gives 0. `value` may be changed when the result is false.
+/// for a double gives an infinity, one that is too small gives a zero, both with its sign. `value` may be changed when
+/// the result is false.
 inline bool parseDouble(std::string_view word, double& value)
 {
     if (!word.empty() && word.front() == '+') word.remove_prefix(1);
-    auto const [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
-    if (error == std::errc::result_out_of_range) {
-        bool const tiny = word.find("e-") != word.npos || word.find("E-") != word.npos;
-        value = tiny ? 0.0 : std::numeric_limits<double>::infinity();
-    } else if (error != std::errc()) {
-        return false;
-    }
-    return end == word.data() + word.size();
+    auto const [end, status] = sinew::detail::readReal(word.data(), word.data() + word.size(), value);
+    return status != sinew::detail::NumberStatus::malformed && end == word.data() + word.size();
 }
 
 /// Whether the whole word is a whole number that fits a long; `value` receives it.

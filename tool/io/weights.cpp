@@ -1,8 +1,8 @@
 #include <tool/io/weights.h>
 
-#include <charconv>
 #include <cmath>
 
+#include <sinew/detail/number_writer.h>
 #include <tool/io/number_text.h>
 #include <tool/support/user_error.h>
 
@@ -52,11 +52,10 @@ std::string printDmat(BoneWeights const& weights)
 {
     std::size_t const bones = weights.empty() ? 0 : weights[0].size();
     std::string text = std::to_string(bones) + " " + std::to_string(weights.size()) + "\n";
-    char buffer[40];
+    char buffer[sinew::detail::kLongestReal];
     for (std::size_t b = 0; b < bones; ++b) {
         for (auto const& row : weights) {
-            text.append(buffer,
-                        std::to_chars(buffer, buffer + sizeof buffer, row[b]).ptr); // shortest text with the same bits
+            text.append(buffer, sinew::detail::writeReal(row[b], buffer)); // shortest text with the same bits
             text += '\n';
         }
     }

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include <sinew/core/detail/uint128.h>
+#include <sinew/detail/uint128.h>
 
 namespace sinew::detail::portable {
 

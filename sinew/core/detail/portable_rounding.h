@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include <sinew/core/detail/uint128.h>
+#include <sinew/detail/uint128.h>
 #include <sinew/core/detail/wide_number.h>
 
 // Keeps the rare steps of a function apart from the frequent one, which then needs few registers and no stack.

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include <sinew/core/detail/uint128.h>
+#include <sinew/detail/uint128.h>
 
 namespace sinew::detail::portable {
 

@@ -3,22 +3,16 @@
 /// Numbers in the sentences of findings. Not installed.
 
 #include <cmath>
-#include <locale>
-#include <sstream>
 #include <string>
+
+#include <sinew/detail/number_writer.h>
 
 namespace sinew::detail {
 
-/// The number with at most `digits` significant digits and a decimal point in every locale, in the shorter of the forms
-/// "0.25" and "1e-09". NaN gives "NaN", because a stream may print the sign of a NaN.
+/// The number as `realText` writes it; NaN gives "NaN", without its sign.
 inline std::string numberText(double x, int digits)
 {
-    if (std::isnan(x)) return "NaN";
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text.precision(digits);
-    text << x;
-    return text.str();
+    return std::isnan(x) ? "NaN" : realText(x, digits);
 }
 
 } // namespace sinew::detail

@@ -1,6 +1,7 @@
 #pragma once
 
-/// Unsigned integers of 128 bits from two words of 64, for compilers and processors with and without such a type.
+/// Unsigned integers of 128 bits from two words of 64, for compilers and processors with and without such a type. Not
+/// installed.
 
 #include <cassert>
 #include <cstdint>
