@@ -1,5 +1,5 @@
 // The correctly rounded functions that SINEW_MATH=portable selects, the system's and those of MPFR, which rounds
-// correctly too. All three agree but for the last place, which the system's functions may get wrong.
+// correctly too. The results of the system may differ from the other two in the last place.
 
 #include <cmath>
 #include <limits>

@@ -1,7 +1,7 @@
 #pragma once
 
 /// The quick steps of exp, log and pow in doubles: about 60 bits of the results, from one table each and a short
-/// series. They stand in a header because each function needs them inline.
+/// series. They are in a header, because each function needs them inline.
 ///
 /// Source: P. T. P. Tang, Table-driven implementation of the exponential function in IEEE floating-point arithmetic,
 /// 1989, and of the logarithm function, 1990.

@@ -69,7 +69,7 @@ void substitute(FactorView const& factor, double* y)
     // lists to be still in the first-level cache when they are read.
     constexpr std::size_t kAhead = 3;
     std::size_t const n = factor.rows.size();
-    // Taken out of the loops by hand: compilers load the addresses anew for each row.
+    // These addresses are loaded before the loops, because compilers would load them again for each row.
     FactorList const* const rows = factor.rows.data();
     FactorList const* const columns = factor.Mt.data();
     double const* const diagonal = factor.diag.data();
