@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sinew/arithmetic.h>
+
 /// SINEW_API marks what the shared library exports. All other symbols are hidden.
 #if defined(_WIN32)
 #if defined(SINEW_BUILDING)
