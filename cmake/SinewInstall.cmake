@@ -16,8 +16,17 @@ function(sinew_install)
                                 INSTALL_DESTINATION ${package_dir})
   write_basic_package_version_file(sinewConfigVersion.cmake COMPATIBILITY SameMinorVersion)
   install(FILES "${CMAKE_CURRENT_BINARY_DIR}/sinewConfig.cmake"
-                "${CMAKE_CURRENT_BINARY_DIR}/sinewConfigVersion.cmake" DESTINATION ${package_dir})
+                "${CMAKE_CURRENT_BINARY_DIR}/sinewConfigVersion.cmake"
+                "${PROJECT_SOURCE_DIR}/cmake/SinewHostOptions.cmake" DESTINATION ${package_dir})
 
+  set(contraction_option "")
+  if(SINEW_HAS_ffp_contract_off)
+    set(contraction_option -ffp-contract=off)
+  endif()
+  set(dll_option "")
+  if(WIN32 AND SINEW_SHARED)
+    set(dll_option -DSINEW_DLL)
+  endif()
   configure_file("${PROJECT_SOURCE_DIR}/cmake/sinew.pc.in" sinew.pc @ONLY)
   install(FILES "${CMAKE_CURRENT_BINARY_DIR}/sinew.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endfunction()

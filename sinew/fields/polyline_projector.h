@@ -89,9 +89,9 @@ public:
     SINEW_API void project(Vector3 const& q);
 
 private:
-    friend sinew::PolylineHit sinew::closestPoint(PolylineProjector const& polyline, Vector3 const& q);
-    friend void sinew::projectMany(PolylineProjector const& polyline, Vector3 const* queries, std::size_t count,
-                                   sinew::PolylineHit* hits);
+    SINEW_API friend sinew::PolylineHit sinew::closestPoint(PolylineProjector const& polyline, Vector3 const& q);
+    SINEW_API friend void sinew::projectMany(PolylineProjector const& polyline, Vector3 const* queries,
+                                             std::size_t count, sinew::PolylineHit* hits);
 
     // A reference to the index of a long polyline. The first projection on any thread builds the index; copies of the
     // projector share it.

@@ -67,6 +67,11 @@ public:
 };
 
 template <>
+SINEW_API void SimpleTypeHandler<bool>::save(bool const& value, OutTag& tag);
+template <>
+SINEW_API void SimpleTypeHandler<bool>::load(bool& value, InTag& tag);
+
+template <>
 class SINEW_API SimpleTypeHandler<std::string>
 {
 public:

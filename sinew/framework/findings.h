@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include <sinew/arithmetic.h>
+
 namespace sinew {
 
 /// One problem that a `diagnose` has found in the data.

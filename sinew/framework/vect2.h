@@ -4,6 +4,8 @@
 
 #include <cmath>
 
+#include <sinew/arithmetic.h>
+
 namespace tzNM {
 
 /// A vector with the components x and y. `T` is a floating-point type; the library uses `vect2<double>`.

@@ -1,16 +1,14 @@
 #include <sinew/core/matrix.h>
 
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <string>
-
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "core/reference_placements.h"
 #include "support/bits.h"
+#include "support/captured_output.h"
 #include "support/random.h"
 
 namespace {
@@ -79,25 +77,9 @@ void forMatrices(std::uint64_t seed, Check check)
     }
 }
 
-// The text that `print` writes to the file behind standard output. The file is read without the standard library, so
-// the text contains only what was flushed.
 std::string printed(Matrix const& m)
 {
-    std::fflush(stdout);
-    int const original = dup(STDOUT_FILENO);
-    std::FILE* const file = std::tmpfile();
-    dup2(fileno(file), STDOUT_FILENO);
-    static char buffer[1 << 16];
-    std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
-    m.print();
-    std::string text(8192, '\0');
-    ssize_t const length = pread(fileno(file), text.data(), text.size(), 0);
-    std::fflush(stdout);
-    dup2(original, STDOUT_FILENO);
-    close(original);
-    std::fclose(file);
-    text.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
-    return text;
+    return test::flushedOutput([&] { m.print(); });
 }
 
 } // namespace

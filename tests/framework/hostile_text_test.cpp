@@ -10,10 +10,10 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include "gallery.h"
 #include "support/failing_new.h"
+#include "support/small_stack.h"
 
 using gallery::parse;
 using gallery::refusal;
@@ -93,19 +93,13 @@ std::vector<Family> families()
 }
 
 // Runs `action` on a thread with 256 KiB of stack.
-void onSmallStack(std::function<void()> action)
+void onSmallStack(std::function<void()> const& action)
 {
-    pthread_attr_t attributes;
-    ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, kSmallStack), 0);
-    pthread_t thread;
-    auto const run = [](void* argument) -> void* {
-        (*static_cast<std::function<void()>*>(argument))();
-        return nullptr;
-    };
-    ASSERT_EQ(pthread_create(&thread, &attributes, run, &action), 0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
+#if defined(__EMSCRIPTEN__)
+    action(); // there are no threads, but the stack of a program has a fixed size, of 1 MiB in these tests
+#else
+    ASSERT_TRUE(test::runWithStack(kSmallStack, action));
+#endif
 }
 
 // A tree of branches whose elements are nested `levels` deep: the root, then pairs of <twigs><twig>.

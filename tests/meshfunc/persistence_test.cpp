@@ -7,7 +7,10 @@
 #include <string>
 
 #include <gtest/gtest.h>
+
+#if defined(SINEW_TEST_PUGIXML)
 #include <pugixml.hpp>
+#endif
 
 #include <sinew/framework/fields.h>
 #include <sinew/framework/registry.h>
@@ -40,9 +43,15 @@ std::string documentAround(std::string const& packed)
 
 std::string packedIn(std::string const& document)
 {
+#if defined(SINEW_TEST_PUGIXML)
     pugi::xml_document parsed;
     EXPECT_TRUE(parsed.load_string(document.c_str()));
     return parsed.child("MeshFunction2D").child_value("saveString");
+#else
+    std::string const open = "<saveString>";
+    std::size_t const begin = document.find(open) + open.size();
+    return document.substr(begin, document.find("</saveString>") - begin);
+#endif
 }
 
 std::string packed(MeshFunction2D& f)
@@ -413,6 +422,7 @@ TEST(Load, OneDamagedFieldFails)
     for (char const* const bad : {"", "2", "yes", "1 1"}) EXPECT_NE(with(p, s, t, bad), "") << bad;
 }
 
+#if defined(SINEW_TEST_PUGIXML)
 TEST(Load, ReadsDocumentsRewrittenByAnotherParser)
 {
     test::Random random(506);
@@ -435,6 +445,7 @@ TEST(Load, ReadsDocumentsRewrittenByAnotherParser)
         expectSameVectors(loaded, direct);
     }
 }
+#endif
 
 TEST(Load, NumbersIgnoreTheLocaleOfTheProcess)
 {

@@ -1,4 +1,8 @@
-# Builds and runs one small host against the installed package. Called with -D CASE, STAGE, WORK, ROOT, CXX, LIBDIR.
+# Builds and runs one small host against the installed package. Called with -D CASE, STAGE, WORK, ROOT, CXX, LIBDIR, and
+#   FLAGS                the flags with which all sources of the host are compiled
+#   FASTEST              options for a host that uses all instructions of the processor
+#   TOOLCHAIN, EMULATOR  for another system than the one that compiles: the toolchain file, the command that runs a program
+#   PROGRAM_SUFFIX       the ending of programs
 set(here "${CMAKE_CURRENT_LIST_DIR}")
 file(REMOVE_RECURSE "${WORK}")
 file(MAKE_DIRECTORY "${WORK}")
@@ -30,12 +34,34 @@ function(readme_block language marker out)
   message(FATAL_ERROR "README.md contains no ${language} block with '${marker}'")
 endfunction()
 
-function(configure_build_run source_dir program)
-  run(${CMAKE_COMMAND} -S "${source_dir}" -B "${WORK}/build" -G Ninja "-DCMAKE_PREFIX_PATH=${STAGE}"
-      "-DCMAKE_CXX_COMPILER=${CXX}" -DCMAKE_BUILD_TYPE=Release ${ARGN})
-  run(${CMAKE_COMMAND} --build "${WORK}/build")
-  run("${WORK}/build/${program}")
+set(compiler "-DCMAKE_CXX_COMPILER=${CXX}")
+if(TOOLCHAIN)
+  set(compiler "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}")
+endif()
+separate_arguments(flags UNIX_COMMAND "${FLAGS}")
+separate_arguments(fastest UNIX_COMMAND "${FASTEST}")
+
+# run_program(<path without ending>): sets `output`.
+function(run_program path)
+  run(${EMULATOR} "${path}${PROGRAM_SUFFIX}")
   set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+# configure_build_run(<source folder> <program> <option>...): sets `output`.
+function(configure_build_run source_dir program)
+  # CMake looks in a toolchain's own folders only, unless the package's folder is given by name.
+  run(${CMAKE_COMMAND} -S "${source_dir}" -B "${WORK}/build" -G Ninja "-Dsinew_DIR=${STAGE}/${LIBDIR}/cmake/sinew"
+      ${compiler} "-DCMAKE_CXX_FLAGS=${FLAGS}" -DCMAKE_BUILD_TYPE=Release ${ARGN})
+  run(${CMAKE_COMMAND} --build "${WORK}/build")
+  run_program("${WORK}/build/${program}")
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+# expect_inline_bits(): the host with the processor's fastest instructions gets the same bits from inline
+# functions.
+function(expect_inline_bits)
+  run_program("${WORK}/build/inline_bits")
+  expect("inline functions keep their bits")
 endfunction()
 
 function(expect text)
@@ -46,25 +72,54 @@ function(expect text)
 endfunction()
 
 if(CASE STREQUAL "cmake_shared")
-  configure_build_run("${here}/consumer" consumer -DLIBRARY=sinew::sinew)
+  configure_build_run("${here}/consumer" consumer -DLIBRARY=sinew::sinew "-DFASTEST=${FASTEST}")
   expect("sinew works")
+  expect_inline_bits()
 elseif(CASE STREQUAL "cmake_static")
-  configure_build_run("${here}/consumer" consumer -DLIBRARY=sinew::sinew_static)
+  configure_build_run("${here}/consumer" consumer -DLIBRARY=sinew::sinew_static "-DFASTEST=${FASTEST}")
   expect("sinew works")
+  expect_inline_bits()
+elseif(CASE STREQUAL "contraction_allowed")
+  # The switch leaves the option out. Without it bits change on a processor with fused operations, which shows that
+  # the other cases can fail.
+  configure_build_run("${here}/consumer" inline_bits -DLIBRARY=sinew::sinew "-DFASTEST=${FASTEST}"
+                      -DSINEW_ALLOW_CONTRACTION=ON)
+  if(output MATCHES "fused operations: possible")
+    expect("inline functions differ")
+  else()
+    message(STATUS "This processor, or this compiler without further options, fuses no operations: nothing to compare")
+  endif()
 elseif(CASE STREQUAL "cmake_subdirectory")
   # Without optimisation, to save time: the whole library is built again, and the test only checks that it can be embedded.
-  configure_build_run("${here}/consumer" consumer -DLIBRARY=sinew::sinew "-DEMBED=${ROOT}" -DCMAKE_BUILD_TYPE=Debug)
+  configure_build_run("${here}/consumer" consumer -DLIBRARY=sinew::sinew "-DEMBED=${ROOT}" -DCMAKE_BUILD_TYPE=Debug
+                      "-DFASTEST=${FASTEST}")
   expect("sinew works")
+  expect_inline_bits()
 elseif(CASE STREQUAL "pkg_config")
   find_program(pkg_config pkg-config REQUIRED)
   set(ENV{PKG_CONFIG_PATH} "${STAGE}/${LIBDIR}/pkgconfig")
   run("${pkg_config}" "--define-variable=prefix=${STAGE}" --cflags --libs sinew)
   # pkg-config escapes blanks in the flags by backslashes, for a shell.
-  string(STRIP "${output}" flags)
-  separate_arguments(flags UNIX_COMMAND "${flags}")
-  run("${CXX}" -std=c++17 "${here}/consumer/main.cpp" -o consumer ${flags} "-Wl,-rpath,${STAGE}/${LIBDIR}")
-  run("${WORK}/consumer")
+  string(STRIP "${output}" package)
+  set(rpath "-Wl,-rpath,${STAGE}/${LIBDIR}")
+  if(PROGRAM_SUFFIX) # Windows and wasm have no such paths
+    set(rpath "")
+  endif()
+  separate_arguments(package UNIX_COMMAND "${package}")
+  foreach(program main inline_bits)
+    run("${CXX}" ${flags} -std=c++17 ${fastest} "${here}/consumer/${program}.cpp" -o ${program}${PROGRAM_SUFFIX}
+        ${package} ${rpath})
+  endforeach()
+  run_program("${WORK}/main")
   expect("sinew works")
+  run_program("${WORK}/inline_bits")
+  expect("inline functions keep their bits")
+
+  # The switch leaves the option out.
+  run("${pkg_config}" "--define-variable=contraction_option=" --cflags sinew)
+  if(output MATCHES "contract")
+    message(FATAL_ERROR "pkg-config still gives '${output}'")
+  endif()
 elseif(CASE STREQUAL "readme")
   readme_block(cpp "int main" program)
   readme_block(cmake "find_package(sinew" project)
@@ -80,7 +135,7 @@ elseif(CASE STREQUAL "headers_alone")
   foreach(header IN LISTS headers)
     string(MAKE_C_IDENTIFIER "${header}" stem)
     file(WRITE "${WORK}/${stem}.cpp" "#include <${header}>\n#include <${header}>\n")
-    run("${CXX}" -std=c++17 -Wall -Wextra -Wpedantic -Werror -fsyntax-only "-I${STAGE}/include" "${WORK}/${stem}.cpp")
+    run("${CXX}" ${flags} -std=c++17 -Wall -Wextra -Wpedantic -Werror -fsyntax-only "-I${STAGE}/include" "${WORK}/${stem}.cpp")
   endforeach()
 else()
   message(FATAL_ERROR "there is no case '${CASE}'")

@@ -20,7 +20,8 @@ struct Comma : std::numpunct<char>
 
 bool setInstalled()
 {
-    for (char const* const name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8", "es_ES.UTF-8", "de_DE"}) {
+    for (char const* const name :
+         {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8", "es_ES.UTF-8", "de_DE", "German_Germany.1252"}) {
         if (std::setlocale(LC_ALL, name) && test::CommaLocale::inCLibrary()) return true;
     }
     return false;
@@ -29,6 +30,9 @@ bool setInstalled()
 // Few machines have such a locale installed, but most can compile one. The file is kept for the other test programs.
 bool setCompiled()
 {
+#if defined(_WIN32)
+    return false;
+#else
     fs::path const directory = fs::temp_directory_path() / "sinew-test-locale";
     fs::path const target = directory / "de_DE.UTF-8";
     std::error_code ignored;
@@ -39,6 +43,7 @@ bool setCompiled()
     }
     setenv("LOCPATH", directory.c_str(), 1);
     return std::setlocale(LC_ALL, "de_DE.UTF-8") && test::CommaLocale::inCLibrary();
+#endif
 }
 
 class WholeProgram : public testing::Environment

@@ -5,6 +5,10 @@
 #include <cstdlib>
 #include <new>
 
+#if defined(_WIN32)
+#include <malloc.h>
+#endif
+
 namespace {
 
 // Number of allocations that still succeed. Negative: all succeed.
@@ -19,6 +23,24 @@ void count(std::size_t size)
     ++countSoFar;
     if (allocationsLeft == 0) throw std::bad_alloc();
     if (allocationsLeft > 0) --allocationsLeft;
+}
+
+// Windows has no aligned_alloc, since its `free` could not release such memory.
+void* allocateAligned(std::size_t alignment, std::size_t size)
+{
+#if defined(_WIN32)
+    return _aligned_malloc(size, alignment);
+#else
+    return std::aligned_alloc(alignment, size);
+#endif
+}
+void freeAligned(void* memory)
+{
+#if defined(_WIN32)
+    _aligned_free(memory);
+#else
+    std::free(memory);
+#endif
 }
 
 void* orThrow(void* memory)
@@ -57,7 +79,7 @@ void* operator new(std::size_t size, std::align_val_t alignment)
 {
     count(size);
     auto const step = static_cast<std::size_t>(alignment);
-    return orThrow(std::aligned_alloc(step, (size + step - 1) / step * step));
+    return orThrow(allocateAligned(step, (size + step - 1) / step * step));
 }
 void operator delete(void* memory) noexcept
 {
@@ -69,9 +91,9 @@ void operator delete(void* memory, std::size_t) noexcept
 }
 void operator delete(void* memory, std::align_val_t) noexcept
 {
-    std::free(memory);
+    freeAligned(memory);
 }
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept
 {
-    std::free(memory);
+    freeAligned(memory);
 }

@@ -74,7 +74,7 @@ PairedEdge largerVertex(PairedEdge edge)
 }
 Index entryOf(PairedEdge edge)
 {
-    return edge & (kEntryLimit - 1);
+    return static_cast<Index>(edge & (kEntryLimit - 1));
 }
 
 Buckets<PairedEdge> edgesBySmallerVertex(std::vector<int> const& facets, Index vertexCount)

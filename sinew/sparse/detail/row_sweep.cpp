@@ -37,11 +37,11 @@ RowSweep::RowSweep(LowerPattern const& pattern, std::vector<int> const& parent, 
 
 std::int64_t RowSweep::locate(int row, int column) const
 {
-    auto const first = rowOf_.begin() + columnStart_[asIndex(column)];
-    auto const last = rowOf_.begin() + columnStart_[asIndex(column) + 1];
-    auto const found = std::lower_bound(first, last, row);
+    int const* const first = rowOf_.data() + columnStart_[asIndex(column)];
+    int const* const last = rowOf_.data() + columnStart_[asIndex(column) + 1];
+    int const* const found = std::lower_bound(first, last, row);
     assert(found != last && *found == row);
-    return found - rowOf_.begin();
+    return found - rowOf_.data();
 }
 
 std::int64_t RowSweep::bytes() const

@@ -1,0 +1,268 @@
+"""Builds the library on many platforms, compares its results, runs its tests, and prints a Markdown table.
+
+Called by ./dev platforms, which installs the packages. Each platform is built twice: with the system's math library and
+with the portable elementary functions. In both builds the program sinew_selftest compares the results of every public
+operation with the committed table. The test suites run in the build with the system's math library.
+"""
+
+import argparse
+import datetime
+import hashlib
+import os
+import re
+import shutil
+import subprocess
+import sys
+import time
+from pathlib import Path
+from typing import NamedTuple
+
+ROOT = Path(__file__).resolve().parents[2]
+TOOLCHAINS = ROOT / "cmake" / "platforms"
+BUILDS = ROOT / "build" / "platforms"
+SUITE_SECONDS = 3600  # for one test program in an emulator
+
+
+class Platform(NamedTuple):
+    name: str  # also the build folder, and the toolchain file <name>.cmake if there is one
+    title: str
+    flags: str  # of the optimised build
+    packages: str  # from Debian, beside those of every build
+    compiler: str = ""  # empty: the toolchain file names it
+    run_by: str = ""  # the command before each program
+    build_of: str = ""  # the row whose build this one runs, if not its own
+    options: tuple = ()  # of CMake
+    suites: bool = True  # False: another row with the same compiler runs the test suites
+
+
+LTO = ("-DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON",)
+LIBCXX = ("-DCMAKE_CXX_FLAGS=-stdlib=libc++",)
+X86_64 = "x86-64, "
+PLATFORMS = [
+    Platform("gcc-O0", X86_64 + "g++", "-O0", "g++", "g++", suites=False),
+    Platform("gcc-O2", X86_64 + "g++", "-O2", "g++", "g++"),
+    Platform("gcc-O3", X86_64 + "g++", "-O3", "g++", "g++", suites=False),
+    Platform("gcc-Os", X86_64 + "g++", "-Os", "g++", "g++", suites=False),
+    Platform("gcc-lto", X86_64 + "g++, link-time optimisation", "-O2", "g++", "g++", options=LTO, suites=False),
+    Platform("gcc-native", X86_64 + "g++", "-O2 -march=native", "g++", "g++"),
+    Platform("clang-O0", X86_64 + "clang++", "-O0", "clang", "clang++", suites=False),
+    Platform("clang-O2", X86_64 + "clang++", "-O2", "clang", "clang++"),
+    Platform("clang-O3", X86_64 + "clang++", "-O3", "clang", "clang++", suites=False),
+    Platform("clang-Os", X86_64 + "clang++", "-Os", "clang", "clang++", suites=False),
+    Platform("clang-lto", X86_64 + "clang++, link-time optimisation", "-O2", "clang lld llvm", "clang++", suites=False,
+             options=LTO + ("-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld", "-DCMAKE_SHARED_LINKER_FLAGS=-fuse-ld=lld")),
+    Platform("clang-native", X86_64 + "clang++", "-O2 -march=native", "clang", "clang++", suites=False),
+    Platform("clang-libcxx", X86_64 + "clang++ with libc++", "-O2", "clang libc++-dev libc++abi-dev", "clang++",
+             options=LIBCXX),
+    Platform("masked", X86_64 + "g++, glibc without FMA", "-O2", "g++", "g++", build_of="gcc-O2",
+             run_by="env GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2,-FMA"),
+    Platform("nehalem", X86_64 + "g++, a processor without AVX and FMA (qemu)", "-O2", "g++ qemu-user", "g++",
+             build_of="gcc-O2", run_by="qemu-x86_64 -cpu Nehalem"),
+    Platform("aarch64", "aarch64 (qemu), g++", "-O2", "g++-aarch64-linux-gnu qemu-user",
+             run_by="qemu-aarch64 -L /usr/aarch64-linux-gnu"),
+    Platform("i686", "i686 with SSE2, g++", "-O2", "g++-i686-linux-gnu",
+             run_by="/usr/i686-linux-gnu/lib/ld-linux.so.2 --library-path /usr/i686-linux-gnu/lib"),
+    Platform("riscv64", "riscv64 (qemu), g++", "-O2", "g++-riscv64-linux-gnu qemu-user",
+             run_by="qemu-riscv64 -L /usr/riscv64-linux-gnu"),
+    Platform("s390x", "s390x, big-endian (qemu), g++", "-O2", "g++-s390x-linux-gnu qemu-user",
+             run_by="qemu-s390x -L /usr/s390x-linux-gnu"),
+    Platform("windows", "Windows x64 (Wine), MinGW-w64 g++", "-O2", "g++-mingw-w64-x86-64-posix wine64",
+             run_by="/usr/lib/wine/wine64"),
+    Platform("wasm", "wasm32 (node), emscripten", "-O2", "emscripten nodejs", run_by="node"),
+]
+
+# What --quick runs, without suites and only with the portable functions: one row of each kind.
+QUICK = ["clang-libcxx", "aarch64", "windows", "wasm"]
+
+# Tests that a platform cannot run: a pattern for GoogleTest, and why.
+LEFT_OUT = {
+}
+
+NOT_TRIED = ["macOS (Apple clang)", "Windows, Visual C++"]
+
+
+class Failure(Exception):
+    """What stops one row of the table."""
+
+
+def say(text):
+    print(f"\n== {text}", file=sys.stderr, flush=True)
+
+
+def run(command, log, **options):
+    """Runs a command with its output appended to a file."""
+    with open(log, "a", encoding="utf-8", errors="replace") as out:
+        out.write("$ " + " ".join(map(str, command)) + "\n")
+        out.flush()
+        return subprocess.run(command, stdout=out, stderr=subprocess.STDOUT, check=False, **options).returncode
+
+
+def environment(platform):
+    """The environment in which a platform's programs run."""
+    env = dict(os.environ)
+    if platform.name == "windows":
+        # Programs need the DLLs of the compiler's run-time library, and Wine a folder of its own.
+        dll = subprocess.run(["x86_64-w64-mingw32-g++-posix", "-print-file-name=libstdc++-6.dll"], text=True, check=True,
+                             capture_output=True).stdout.strip()
+        prefix = BUILDS / "wine"
+        prefix.mkdir(parents=True, exist_ok=True)
+        env.update(WINEDEBUG="-all", WINEPREFIX=str(prefix),
+                   WINEPATH=f"{Path(dll).parent};/usr/x86_64-w64-mingw32/lib")
+    return env
+
+
+def configure_options(platform, math):
+    options = ["-DCMAKE_BUILD_TYPE=Release", f"-DCMAKE_CXX_FLAGS_RELEASE={platform.flags} -DNDEBUG", f"-DSINEW_MATH={math}",
+               "-DSINEW_TOOL=OFF", "-DSINEW_OPTIONAL_PEERS=ON", "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST",
+               *platform.options]
+    if platform.compiler:
+        options.append(f"-DCMAKE_CXX_COMPILER={platform.compiler}")
+    else:
+        options += ["--toolchain", str(TOOLCHAINS / f"{platform.name}.cmake"), "-DEigen3_DIR=/usr/share/eigen3/cmake",
+                    "-DCMAKE_CROSSCOMPILING_EMULATOR=" + platform.run_by.replace(" ", ";")]
+    # Debian's GoogleTest fits only the system's own compiler and standard library.
+    if not platform.compiler or platform.options == LIBCXX:
+        options.append("-DSINEW_GOOGLETEST_SOURCES=/usr/src/googletest")
+    if shutil.which("ccache"):
+        options.append("-DCMAKE_CXX_COMPILER_LAUNCHER=ccache")
+    return options
+
+
+def build(platform, math, target, jobs):
+    """Builds a target, and returns the build folder."""
+    folder = BUILDS / f"{platform.build_of or platform.name}-{math}"
+    folder.mkdir(parents=True, exist_ok=True)
+    log = folder / "build.log"
+    log.unlink(missing_ok=True)
+    configure = ["cmake", "-S", ROOT, "-B", folder, "-G", "Ninja", *configure_options(platform, math)]
+    make = ["cmake", "--build", folder, "--parallel", str(jobs), "--target", target]
+    if run(configure, log) or run(make, log):
+        print("".join(open(log, encoding="utf-8", errors="replace").readlines()[-20:]), file=sys.stderr)
+        raise Failure(f"**the {math} build failed**")
+    return folder
+
+
+def programs(folder, name):
+    """The programs of a build with a name, of which * may be a part."""
+    found = []
+    for suffix in ("", ".exe", ".js"):
+        found += [p for p in folder.rglob(name + suffix) if p.is_file() and (suffix or os.access(p, os.X_OK))]
+    return sorted(found)
+
+
+def fingerprints(platform, folder):
+    """What sinew_selftest says: how many groups of results are equal, and a hash over all of them."""
+    found = programs(folder, "sinew_selftest")
+    if not found:
+        raise Failure("**sinew_selftest is missing**")
+    log = folder / "selftest.txt"
+    log.unlink(missing_ok=True)
+    status = run([*platform.run_by.split(), str(found[0])], log, env=environment(platform), timeout=SUITE_SECONDS)
+    # Lines of: group, number of inputs, hash, and one of the three words.
+    pattern = re.compile(r"^(\S+) +(\d+) +([0-9a-f]+) +(ok|differs|system math)\r?$", re.MULTILINE)
+    groups = pattern.findall(log.read_text(encoding="utf-8", errors="replace"))
+    total = hashlib.sha256(" ".join(f"{name} {value}" for name, _, value, _ in groups).encode()).hexdigest()[:12]
+    words = [word for *_, word in groups]
+    text = f"{words.count('ok')} of {len(words)}, `{total}`"
+    if words.count("system math"):
+        text += f"; {words.count('system math')} follow the math library"
+    if status or not groups or words.count("differs"):
+        raise Failure(text + f"; **{words.count('differs')} differ**, status {status}")
+    return text
+
+
+def suites(platform, folder):
+    """Runs every test program; says how many tests passed."""
+    passed, broken = 0, []
+    pattern = ":".join(LEFT_OUT.get(platform.name, {}))
+    for program in programs(folder, "sinew_*_tests"):
+        log = folder / (program.stem + ".txt")
+        log.unlink(missing_ok=True)
+        command = [*platform.run_by.split(), str(program), "--gtest_brief=1", f"--gtest_filter=*-{pattern}"]
+        try:
+            status = run(command, log, env=environment(platform), timeout=SUITE_SECONDS)
+        except subprocess.TimeoutExpired:
+            status = f"more than {SUITE_SECONDS} s"
+        output = log.read_text(encoding="utf-8", errors="replace")
+        passed += sum(map(int, re.findall(r"^\[  PASSED  \] (\d+) test", output, re.MULTILINE)))
+        if status:
+            failures = sorted(set(re.findall(r"^\[  FAILED  \] (\S+?),? ", output, re.MULTILINE)))
+            broken.append(f"{program.stem} ({status}): {', '.join(failures[:5]) or 'crashed'}")
+    if broken or not passed:
+        raise Failure(f"{passed} passed; **failed: {'; '.join(broken)}**")
+    return f"{passed} passed"
+
+
+def check(platform, quick, jobs):
+    """The cells of one row, and whether all is well."""
+    cells, good = [], True
+
+    def cell(action):
+        nonlocal good
+        try:
+            cells.append(action())
+        except Failure as failure:
+            good = False
+            cells.append(str(failure))
+
+    runs_suites = platform.suites and not quick
+    if quick:
+        cells.append("")
+    else:
+        target = "all" if runs_suites else "sinew_selftest"
+        cell(lambda: fingerprints(platform, build(platform, "system", target, jobs)))
+    cell(lambda: fingerprints(platform, build(platform, "portable", "sinew_selftest", jobs)))
+    if runs_suites:
+        cell(lambda: suites(platform, build(platform, "system", "all", jobs)))
+    else:
+        cells.append("")
+    return cells, good
+
+
+def arguments():
+    parser = argparse.ArgumentParser(prog="./dev platforms", description="Compares the results on many platforms.",
+                                     epilog="platforms: " + " ".join(p.name for p in PLATFORMS))
+    parser.add_argument("names", nargs="*", metavar="platform", help="default: all")
+    parser.add_argument("--quick", action="store_true",
+                        help=f"only {', '.join(QUICK)}; no test suites, only the build with the portable functions")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="compilers at the same time")
+    parser.add_argument("--packages", action="store_true", help="print the Debian packages that are needed, and stop")
+    parsed = parser.parse_args()
+    known = {p.name: p for p in PLATFORMS}
+    names = parsed.names or (QUICK if parsed.quick else list(known))
+    for name in names:
+        if name not in known:
+            parser.error(f"there is no platform '{name}'; there are: {' '.join(known)}")
+    return parsed, [known[name] for name in names]
+
+
+def main():
+    parsed, platforms = arguments()
+    if parsed.packages:
+        print(" ".join(sorted({package for p in platforms for package in p.packages.split()})))
+        return 0
+    header = ["| platform | options | system's math library | portable functions | test suites | time |",
+              "|---|---|---|---|---|---:|"]
+    lines, failed = [], []
+    for platform in platforms:
+        say(f"{platform.name}: {platform.title} {platform.flags}")
+        begin = time.monotonic()
+        cells, good = check(platform, parsed.quick, parsed.jobs)
+        if not good:
+            failed.append(platform.name)
+        lines.append(f"| {platform.title} | `{platform.flags}` | " + " | ".join(cells) +
+                     f" | {time.monotonic() - begin:.0f} s |")
+        print(lines[-1], file=sys.stderr, flush=True)
+    if not parsed.quick and not parsed.names:
+        lines += [f"| {title} | | not tried | not tried | not tried | |" for title in NOT_TRIED]
+    print(f"\n{datetime.date.today()}\n\n" + "\n".join(header + lines))
+    for platform in platforms:
+        for pattern, reason in LEFT_OUT.get(platform.name, {}).items():
+            print(f"\nLeft out on {platform.title}: `{pattern}`: {reason}")
+    if failed:
+        print(f"\nFailed: {' '.join(failed)}")
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
