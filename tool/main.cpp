@@ -3,10 +3,14 @@
 #include <exception>
 #include <iostream>
 #include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <unistd.h>
 
+#include <selftest/report.h>
 #include <tool/solve/solve.h>
 #include <tool/support/user_error.h>
 #include <tool/tour/tour.h>
@@ -45,6 +49,21 @@ void addSolve(CLI::App& app, tool::SolveOptions& options, int& status)
     solve->callback([&] { status = tool::runSolve(options, std::cout); });
 }
 
+void addSelftest(CLI::App& app, std::vector<std::string>& groups, int& status)
+{
+    CLI::App* const selftest = app.add_subcommand(
+        "selftest", "Compare the bits of the library's results on this system with those of all others");
+    selftest->add_option("groups", groups,
+                         "names or beginnings of names, e.g. core or fields.PolylineProjector; default: all");
+    selftest->callback([&] {
+        try {
+            status = selftest::runSelftest(groups, std::cout);
+        } catch (std::invalid_argument const& error) {
+            throw tool::UserError(error.what());
+        }
+    });
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -56,6 +75,8 @@ int main(int argc, char** argv)
     tool::SolveOptions solveOptions;
     addTour(app, tourOptions, status);
     addSolve(app, solveOptions, status);
+    std::vector<std::string> selftestGroups;
+    addSelftest(app, selftestGroups, status);
     try {
         app.parse(argc, argv);
         return status;

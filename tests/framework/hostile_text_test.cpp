@@ -208,6 +208,23 @@ TEST(HostileText, MalformedDocumentsAreRefusedWithTheReason)
     EXPECT_NE(refusal<gallery::Work>(std::string("<a>\0</a>", 8)), "") << "a zero byte";
 }
 
+// Whatever the number of attributes is: many are compared by their hashes, which differ between standard libraries.
+TEST(HostileText, TheFirstAttributeThatRepeatsAnEarlierOneIsReported)
+{
+    for (int const between : {0, 1, 11, 12, 40}) {
+        SCOPED_TRACE(between);
+        std::string attributes = "z='' y='' x='' ";
+        for (int i = 0; i < between; ++i) attributes += "n" + std::to_string(i) + "='' ";
+        std::string const orders[] = {"xyz", "xzy", "yxz", "yzx", "zxy", "zyx"};
+        for (std::string const& order : orders) {
+            std::string text = "<a " + attributes;
+            for (char const name : order) text += std::string(1, name) + "='' ";
+            std::string const message = refusal<gallery::Work>(text + "/>");
+            EXPECT_NE(message.find("\"" + order.substr(0, 1) + "\" is given twice"), std::string::npos) << message;
+        }
+    }
+}
+
 TEST(HostileText, NestingIsLimited)
 {
     auto const limit = static_cast<std::size_t>(sinew::kMaxNesting);

@@ -168,6 +168,27 @@ TEST(Glb, IsAContainerOfTwoPaddedChunks)
     EXPECT_EQ(word(glb, binary) % 4, 0u);
 }
 
+TEST(Glb, OfEqualWeightsKeepsThoseOfTheFirstBones)
+{
+    Strip strip;
+    strip.skeleton = tool::parseTgf("1 0 0 0\n2 1 0 0\n3 2 0 0\n4 3 0 0\n5 4 0 0\n6 5 0 0\n7 6 0 0\n#\n"
+                                    "1 2\n2 3\n3 4\n4 5\n5 6\n6 7\n",
+                                    "chain.tgf");
+    ASSERT_EQ(strip.skeleton.bones.size(), 6u);
+    strip.weights.assign(4, {0.125, 0.25, 0.125, 0.25, 0.125, 0.125});
+    std::string const glb = strip.glb();
+    nlohmann::json const document = documentOf(glb);
+    nlohmann::json const& joints =
+        document["accessors"][document["meshes"][0]["primitives"][0]["attributes"]["JOINTS_0"].get<std::size_t>()];
+    std::size_t const view = joints["bufferView"].get<std::size_t>();
+    std::size_t const binary = 20 + word(glb, 12) + 8;
+    std::size_t const at = binary + document["bufferViews"][view]["byteOffset"].get<std::size_t>();
+    for (std::size_t vertex = 0; vertex < 4; ++vertex) {
+        EXPECT_EQ(word(glb, at + 8 * vertex), 1u | 3u << 16);
+        EXPECT_EQ(word(glb, at + 8 * vertex + 4), 0u | 2u << 16);
+    }
+}
+
 TEST(Glb, DescribesMeshSkinAndMotion)
 {
     Strip const strip;

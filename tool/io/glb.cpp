@@ -113,7 +113,8 @@ std::vector<double> flat(std::vector<Vector3> const& vectors)
     return numbers;
 }
 
-// The four greatest weights of every vertex and their bones; the weights sum to 1.
+// The four greatest weights of every vertex and their bones; the weights sum to 1. Of equal weights, that of the bone
+// with the smaller index comes first.
 void addInfluences(SkinnedFigure const& figure, Buffer& buffer, json& attributes)
 {
     std::vector<std::uint16_t> joints;
@@ -123,7 +124,7 @@ void addInfluences(SkinnedFigure const& figure, Buffer& buffer, json& attributes
         std::iota(order.begin(), order.end(), std::size_t{0});
         std::size_t const kept = std::min<std::size_t>(4, order.size());
         std::partial_sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(kept), order.end(),
-                          [&](std::size_t a, std::size_t b) { return row[a] > row[b]; });
+                          [&](std::size_t a, std::size_t b) { return row[a] != row[b] ? row[a] > row[b] : a < b; });
         double sum = 0;
         for (std::size_t k = 0; k < kept; ++k) sum += row[order[k]];
         for (std::size_t k = 0; k < 4; ++k) {

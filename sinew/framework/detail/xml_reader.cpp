@@ -7,6 +7,7 @@
 #include <istream>
 #include <iterator>
 #include <streambuf>
+#include <tuple>
 #include <utility>
 
 #include <sinew/framework/detail/xml_text.h>
@@ -101,7 +102,7 @@ constexpr DeclarationPart kDeclarationParts[] = {
     {"standalone", isYesOrNo},
 };
 
-// A name that occurs twice; empty, which no name is, if all names differ.
+// The name of the first attribute that has the name of an earlier one; empty, which no name is, if all names differ.
 std::string_view repeatedName(std::vector<XmlReader::Attribute> const& attributes)
 {
     if (attributes.size() <= kFewAttributes) {
@@ -113,15 +114,21 @@ std::string_view repeatedName(std::vector<XmlReader::Attribute> const& attribute
         return {};
     }
     // Sorting by the hash first makes comparisons of long names rare. A hash table would be slow for names that an
-    // attacker has chosen to collide; sorting is not.
-    std::vector<std::pair<std::size_t, std::string_view>> names;
+    // attacker has chosen to collide; sorting is not. Hashes differ between standard libraries, so they only group
+    // equal names; the place in the document decides which name is reported.
+    using Named = std::tuple<std::size_t, std::string_view, std::size_t>; // hash, name, place
+    std::vector<Named> names;
     names.reserve(attributes.size());
-    for (auto const& attribute : attributes) {
-        names.emplace_back(std::hash<std::string_view>()(attribute.name), attribute.name);
+    for (std::size_t i = 0; i < attributes.size(); ++i) {
+        names.emplace_back(std::hash<std::string_view>()(attributes[i].name), attributes[i].name, i);
     }
     std::sort(names.begin(), names.end());
-    auto const twice = std::adjacent_find(names.begin(), names.end());
-    return twice == names.end() ? std::string_view() : twice->second;
+    std::size_t first = attributes.size();
+    for (std::size_t i = 1; i < names.size(); ++i) {
+        auto const& [hash, name, place] = names[i];
+        if (hash == std::get<0>(names[i - 1]) && name == std::get<1>(names[i - 1])) first = std::min(first, place);
+    }
+    return first < attributes.size() ? attributes[first].name : std::string_view();
 }
 
 } // namespace

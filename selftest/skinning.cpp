@@ -1,0 +1,208 @@
+// Bones, deformed display data, bone weights.
+
+#include <selftest/group.h>
+
+#include <sinew/skinning/bone_transform.h>
+#include <sinew/skinning/bone_transform_vector.h>
+#include <sinew/skinning/display_data.h>
+#include <sinew/skinning/substitute_geometry_data.h>
+#include <sinew/skinning/weights.h>
+
+namespace selftest {
+
+namespace {
+
+BoneTransform bone(Inputs& in)
+{
+    BoneTransform b;
+    b.linear = in.oneIn(2) ? in.rotation() : in.matrix();
+    b.translation = in.point();
+    return b;
+}
+
+BoneTransform tameBone(Inputs& in)
+{
+    BoneTransform b;
+    int const kind = in.below(4);
+    b.linear = kind == 0 ? in.tameMatrix() : in.rotation();
+    if (kind == 1) {
+        double const stretch[3] = {in.lattice(), in.tame(), 1.0};
+        b.linear = b.linear * sinew::diagonalMatrix(stretch[0], stretch[1], stretch[2]);
+    }
+    b.translation = in.tamePoint();
+    return b;
+}
+
+void bones(Inputs& in, Record& out)
+{
+    repeat(out, [&] {
+        BoneTransform const a = bone(in);
+        BoneTransform const b = bone(in);
+        out.add(a * b);
+        out.add(a * in.point());
+        out.add(a.inverse());
+    });
+}
+
+void bonesFromEnds(Inputs& in, Record& out)
+{
+    repeat(out, [&] {
+        Vector3 const restStart = in.point();
+        Vector3 const restEnd = in.point();
+        Vector3 const posedStart = in.oneIn(2) ? restStart : in.point();
+        Vector3 const posedEnd = in.point();
+        out.add(BoneTransform(restStart, restEnd, posedStart, posedEnd, in.angle()));
+    });
+}
+
+void boneInterpolation(Inputs& in, Record& out)
+{
+    repeat(out, [&] {
+        BoneTransform const from = in.oneIn(8) ? bone(in) : tameBone(in);
+        BoneTransform const to = in.oneIn(8) ? bone(in) : tameBone(in);
+        double const t = in.oneIn(4) ? in.number() : in.uniform(0.0, 1.0);
+        out.add(BoneTransform::interpolate(to, t));
+        out.add(BoneTransform::interpolate(from, to, t));
+    });
+}
+
+// Influences: none, one, several, also of equal bones; weights that sum to one or not.
+std::vector<std::pair<int, double>> influences(Inputs& in, int boneCount)
+{
+    std::vector<std::pair<int, double>> list;
+    bool const hostile = in.oneIn(16);
+    for (int k = in.below(6); k > 0; --k) {
+        int const index = in.below(boneCount);
+        list.emplace_back(index, hostile ? in.number() : in.uniform(0.0, 1.0));
+    }
+    return list;
+}
+
+// A surface with bone weights. Some have fewer normals or lists than vertices, or no weights at all.
+smart_ptr<DisplayData> display(Inputs& in, int vertices, int boneCount)
+{
+    smart_ptr<DisplayData> const data(new DisplayData);
+    data->surface = smart_ptr<SurfaceGeometryData>(new SurfaceGeometryData);
+    data->boneWeights = smart_ptr<BoneWeightTable>(new BoneWeightTable);
+    data->placement.linear = in.rotation();
+    data->placement.translation = in.tamePoint();
+    data->placement.scale = in.tame();
+    for (int i = 0; i < vertices; ++i) {
+        data->surface->positions.push_back(in.oneIn(16) ? in.point() : in.tamePoint());
+        data->surface->normals.push_back(in.direction());
+        data->boneWeights->influences.push_back(influences(in, boneCount));
+        data->surface->indices.push_back(in.below(vertices));
+    }
+    if (in.oneIn(8)) data->surface->normals.resize(static_cast<std::size_t>(vertices / 2));
+    if (in.oneIn(8)) data->boneWeights->influences.resize(static_cast<std::size_t>(vertices / 2));
+    if (in.oneIn(8)) data->boneWeights.reset();
+    return data;
+}
+
+smart_ptr<BoneTransformVector> figure(Inputs& in, int boneCount)
+{
+    std::vector<BoneTransform> list;
+    for (int i = 0; i < boneCount; ++i) list.push_back(in.oneIn(16) ? bone(in) : tameBone(in));
+    return smart_ptr<BoneTransformVector>(new BoneTransformVector(list));
+}
+
+void add(SurfaceGeometryData const& surface, Record& out)
+{
+    out.add(surface.positions);
+    out.add(surface.normals);
+    out.add(surface.indices);
+}
+
+constexpr int kVertices = 200; // of a surface
+constexpr int kBones = 5;
+
+void deformation(Inputs& in, Record& out)
+{
+    while (out.count() < kInputs) {
+        int const vertices = kVertices + in.below(20);
+        smart_ptr<DisplayData> const data = display(in, vertices, kBones);
+        smart_ptr<SurfaceGeometryData> const deformed = BoneTransformModifyer(figure(in, kBones))(data);
+        add(*deformed, out);
+        out.countInputs(vertices);
+    }
+}
+
+void singleVertices(Inputs& in, Record& out)
+{
+    while (out.count() < kInputs) {
+        smart_ptr<DisplayData> const data = display(in, kVertices, kBones);
+        smart_ptr<BoneTransformVector> const skeleton = figure(in, kBones);
+        std::size_t const all = data->surface->positions.size();
+        int const listed = static_cast<int>(data->boneWeights ? data->boneWeights->influences.size() : all);
+        for (int vertex = 0; vertex < listed; ++vertex) {
+            UVector3 normal;
+            out.add(skeleton->getTransformed(vertex, data));
+            out.add(skeleton->getTransformed(vertex, data, in.direction(), normal));
+            out.add(normal);
+        }
+        out.countInputs(listed);
+    }
+}
+
+void substitution(Inputs& in, Record& out)
+{
+    while (out.count() < kInputs) {
+        smart_ptr<DisplayData> const data = display(in, kVertices, kBones);
+        if (in.oneIn(8)) data->placement.scale = in.special();
+        {
+            SubstituteGeometryData const deformed(data, figure(in, kBones));
+            add(*data->surface, out);
+            out.add(data->placement);
+        }
+        {
+            SubstituteGeometryData const reversed(data);
+            add(*data->surface, out);
+        }
+        add(*data->surface, out);
+        smart_ptr<CurveDisplayData> const curve(new CurveDisplayData);
+        curve->geometry = data->surface;
+        {
+            SubstituteGeometryData const guard(curve, nullptr);
+            curve->geometry.reset();
+        }
+        out.add(curve->geometry->positions);
+        out.countInputs(kVertices);
+    }
+}
+
+void weights(Inputs& in, Record& out)
+{
+    while (out.count() < kInputs) {
+        BoneWeightTable table;
+        int const lists = in.below(20);
+        for (int i = 0; i < lists; ++i) {
+            table.influences.push_back(influences(in, kBones + 2));
+            if (in.oneIn(8) && !table.influences.back().empty()) table.influences.back()[0].first = -1;
+            if (in.oneIn(8)) table.influences.back() = {{0, 0.5}, {1, 0.5 + in.spread(-30, -10)}};
+        }
+        std::size_t const vertices = static_cast<std::size_t>(lists + in.below(3));
+        out.add(sinew::diagnose(table, vertices, kBones));
+        out.add(sinew::normalizeWeights(table));
+        out.add(table.influences);
+        out.countInputs(lists);
+    }
+}
+
+} // namespace
+
+std::vector<Group> skinningGroups()
+{
+    constexpr MathLibrary kUnused = MathLibrary::unused;
+    constexpr MathLibrary kUsed = MathLibrary::used;
+    return {
+        {"skinning.BoneTransform.arithmetic", "pairs of bones", kUnused, bones},
+        {"skinning.BoneTransform.fromEnds", "ends of bones and an angle", kUsed, bonesFromEnds},
+        {"skinning.BoneTransform.interpolate", "pairs of bones and a parameter", kUsed, boneInterpolation},
+        {"skinning.BoneTransformModifyer", "vertices", kUnused, deformation},
+        {"skinning.BoneTransformVector", "vertices", kUnused, singleVertices},
+        {"skinning.SubstituteGeometryData", "vertices", kUnused, substitution},
+        {"skinning.weights", "lists of influences", kUnused, weights},
+    };
+}
+
+} // namespace selftest
