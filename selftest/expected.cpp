@@ -16,7 +16,7 @@ std::vector<Expected> expectedResults()
         {"framework.getReal", 100000, 0xa2181aca48f494b7}, // numbers as text
         {"framework.SimpleTypeHandler.load", 100000, 0xa75e36717b647ff4}, // pairs of numbers as text
         {"framework.getSingularName", 100000, 0xa61d15956db60dbc}, // names
-        {"framework.NamedObject", 100000, 0x0f16e0dea8b3008b}, // registrations and removals
+        {"framework.NamedObject", 100000, 0xdb1bd7d9f7e8d8ef}, // registrations and removals
         {"framework.smart_ptr", 100000, 0x75ce2d7e938229cb}, // changes of handles
         {"framework.vect2.double", 100000, 0x2de91b52d3a44262}, // pairs of vectors and a number
         {"framework.vect2.float", 100000, 0x101b46f11ad5d18d}, // pairs of vectors and a number

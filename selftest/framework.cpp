@@ -480,6 +480,7 @@ void registries(Inputs& in, Record& out)
         }
         out.add(FactoryByName::find(in.oneIn(2) ? "selftestTree" : name) != nullptr);
     });
+    while (!objects.empty()) objects.pop_back(); // a vector may destroy its elements in any order
 }
 
 class Counted : public smart_base
