@@ -22,8 +22,7 @@ namespace {
 
 // ---- documents ----
 
-// A persistent class with a member of every type that can be saved. The members of types that do not have the same size
-// everywhere get numbers of the smallest size.
+// A persistent class with a member of every type that has the same size everywhere.
 class Leaf : public Serializable
 {
 public:
@@ -35,8 +34,6 @@ public:
     unsigned short wide = 0;
     int whole = 0;
     unsigned count = 0;
-    long longNumber = 0;
-    unsigned long longCount = 0;
     long long large = 0;
     unsigned long long bits = 0;
     float single = 0;
@@ -56,8 +53,6 @@ public:
         desc.add("wide", &Leaf::wide);
         desc.add("whole", &Leaf::whole);
         desc.add("count", &Leaf::count);
-        desc.add("longNumber", &Leaf::longNumber);
-        desc.add("longCount", &Leaf::longCount);
         desc.add("large", &Leaf::large);
         desc.add("bits", &Leaf::bits);
         desc.add("single", &Leaf::single);
@@ -78,8 +73,6 @@ public:
         out.add(wide);
         out.add(whole);
         out.add(count);
-        out.add(longNumber);
-        out.add(longCount);
         out.add(large);
         out.add(bits);
         out.add(static_cast<double>(single));
@@ -87,6 +80,22 @@ public:
         out.add(std::string_view(text));
         out.add(position);
         out.add(param);
+    }
+};
+
+// Members of the types whose size differs between systems. Their numbers fit the smallest size; damaged ones would not.
+class Longs : public Serializable
+{
+public:
+    long number = 0;
+    unsigned long count = 0;
+
+    smart_ptr<Field> describeFields(std::string const& name) override
+    {
+        ClassDesc desc;
+        desc.add("number", &Longs::number);
+        desc.add("count", &Longs::count);
+        return new CompositeField(name, desc);
     }
 };
 
@@ -159,8 +168,6 @@ Leaf leaf(Inputs& in)
     l.letter = static_cast<char>(in.below(128)); // whether a char has a sign depends on the processor
     l.byte = static_cast<unsigned char>(in.below(256));
     l.narrow = static_cast<short>(in.below(65536) - 32768);
-    l.longNumber = in.below(2000000000) - 1000000000;
-    l.longCount = static_cast<unsigned long>(in.below(2000000000));
     l.small = static_cast<signed char>(in.below(256) - 128);
     l.wide = static_cast<unsigned short>(in.below(65536));
     l.whole = in.below(2000000000) - 1000000000;
@@ -177,7 +184,7 @@ Leaf leaf(Inputs& in)
 
 std::int64_t fillTree(Inputs& in, Tree& tree)
 {
-    constexpr std::int64_t kFieldsOfLeaf = 20; // numbers and texts
+    constexpr std::int64_t kFieldsOfLeaf = 18; // numbers and texts
     for (int i = in.below(4); i > 0; --i) tree.leaves.push_back(leaf(in));
     for (int i = in.below(4); i > 0; --i) {
         tree.lists.emplace_back();
@@ -213,6 +220,17 @@ void documents(Inputs& in, Record& out)
             std::unique_ptr<Serializable> const loaded = sinew::createFromDocument(again);
             dynamic_cast<Tree const&>(*loaded).addTo(out);
         });
+
+        Longs longs;
+        longs.number = in.below(2000000000) - 1000000000;
+        longs.count = static_cast<unsigned long>(in.below(2000000000));
+        std::stringstream ofLongs;
+        sinew::writeDocument(ofLongs, longs, "longs");
+        Longs loadedLongs;
+        sinew::readDocument(ofLongs, loadedLongs);
+        out.add(std::string_view(ofLongs.str()));
+        out.add(loadedLongs.number);
+        out.add(loadedLongs.count);
     }
 }
 

@@ -28,11 +28,11 @@ std::string buildFacts();
 /// std::invalid_argument, with a sentence for the user, if a name fits no group.
 std::vector<Group> selectGroups(std::vector<Group> const& groups, std::vector<std::string> const& names);
 
-/// Runs the groups, prints one line for each, then a summary. Returns the status of the program: 0, or 1 if a group
-/// differs from `expected`.
+/// Runs the groups and prints a line for each: name, number of inputs, hash, and what the comparison with `expected`
+/// says; then a summary. Returns the status of the program: 0, or 1 if a group differs or is not in `expected`.
 ///
-/// Groups that use the math library are compared strictly only in a portable build. In a system build their line says
-/// whether the results are those of a portable build; they may be others.
+/// Groups that use the math library are compared strictly only in a portable build. In a system build their lines end
+/// with "system math", and the summary counts those that are unlike a portable build.
 int compare(std::vector<Group> const& groups, std::vector<Expected> const& expected, MathBuild math, std::ostream& out);
 
 /// `compare` for the groups that `names` select, with the table of this version.

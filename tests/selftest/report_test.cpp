@@ -89,7 +89,7 @@ TEST(Selftest, OneWrongBitOfAnOperationFails)
 {
     Outcome const outcome = compare({kBroken}, {resultOf(kBasis)});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_TRUE(outcome.says("  DIFFERS\ngroups: 1; different from the table: 1\n")) << outcome.text;
+    EXPECT_TRUE(outcome.says("  differs\ngroups: 1; different from the table: 1\n")) << outcome.text;
 }
 
 TEST(Selftest, AWrongHashInTheTableFails)
@@ -110,7 +110,7 @@ TEST(Selftest, AGroupThatIsNotInTheTableFails)
 {
     Outcome const outcome = compare({kBasis}, {});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_TRUE(outcome.says("NOT IN THE TABLE")) << outcome.text;
+    EXPECT_TRUE(outcome.says("  not in the table\n")) << outcome.text;
 }
 
 TEST(Selftest, OneBadGroupAmongGoodOnesFails)
@@ -127,12 +127,16 @@ TEST(Selftest, ResultsOfTheSystemsMathLibraryAreComparedButDoNotFail)
     Group const good = asUserOfMath(kBasis);
     Group const bad = asUserOfMath(kBroken);
     std::vector<Expected> const table = {resultOf(kBasis)};
-    EXPECT_TRUE(compare({good}, table).says("depends on the system's math library: as in a portable build"));
+    EXPECT_TRUE(compare({good}, table).says("  system math\n")) << "compared, even if equal";
+    EXPECT_TRUE(compare({good}, table).says("system: 1, of which unlike a portable build: 0\n"));
     Outcome const outcome = compare({bad}, table);
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_TRUE(outcome.says("depends on the system's math library: unlike a portable build")) << outcome.text;
+    EXPECT_TRUE(outcome.says("system: 1, of which unlike a portable build: 1\n")) << outcome.text;
     EXPECT_EQ(compare({good}, table, MathBuild::portable).status, 0);
     EXPECT_EQ(compare({bad}, table, MathBuild::portable).status, 1);
+    Expected wrong = resultOf(kBasis);
+    wrong.count += 1;
+    EXPECT_EQ(compare({good}, {wrong}).status, 1) << "the number of inputs does not depend on the math library";
 }
 
 TEST(Selftest, NamesSelectGroupsByWholeParts)
