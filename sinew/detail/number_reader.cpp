@@ -275,17 +275,16 @@ bool takeReal(std::string_view& text, double& value)
 
     Decimal d;
     bool const hasDigits = scanMantissa(at, last, d);
-    char const* end = hasDigits ? scanExponent(d.last, last, d) : d.last;
-    // A stream takes the "e" of an exponent and its sign before it knows whether digits follow.
-    bool const cutShort = hasDigits && end == d.last && end != last && (*end == 'e' || *end == 'E');
-    if (cutShort) ++end;
-    if (cutShort && end != last && (*end == '-' || *end == '+')) ++end;
-    text.remove_prefix(text.size() - static_cast<std::size_t>(last - end));
-    if (!hasDigits || cutShort) return false;
+    if (!hasDigits) return false;
+    char const* const end = scanExponent(d.last, last, d);
+    // A stream takes the "e" of an exponent before it knows whether digits follow.
+    bool const cutShort = end == d.last && end != last && (*end == 'e' || *end == 'E');
+    if (cutShort) return false;
 
     std::uint64_t const bits = nearestBits<double>(d);
     if (bits == RealFormat<double>::kInfinity) return false;
     value = RealFormat<double>::make(bits, negative);
+    text.remove_prefix(text.size() - static_cast<std::size_t>(last - end));
     return true;
 }
 

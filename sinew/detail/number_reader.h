@@ -44,7 +44,10 @@ NumberEnd readReal(char const* first, char const* last, Real& value);
 /// takes the longest beginning of a decimal number. Returns whether this was a whole number that is not too large for a
 /// double. A number that is too small gives a zero. "nan", "inf" and hexadecimal numbers are not taken.
 ///
-/// @param value  receives the number; left unchanged when the result is false.
+/// @param text   loses the number and the white space before it.
+/// @param value  receives the number.
+///
+/// Both are left unchanged when the result is false.
 bool takeReal(std::string_view& text, double& value);
 
 /// Whether `c` is white space in the "C" locale: a blank, "\t", "\n", "\v", "\f" or "\r".

@@ -64,6 +64,7 @@ void checkMiddle(std::uint64_t lower)
     EXPECT_EQ(valueOf<Real>(middle.text()), lower % 2 == 0 ? below : above);
     EXPECT_EQ(valueOf<Real>(middle.text("1")), above);
     EXPECT_EQ(valueOf<Real>(middle.text(std::string(900, '0') + "1")), above) << "beyond the digits that are compared";
+    EXPECT_EQ(valueOf<Real>(middle.integerText(std::string(900, '0') + "1")), above);
     EXPECT_EQ(valueOf<Real>(middle.text(std::string(900, '0'))), lower % 2 == 0 ? below : above);
     if (middle.digits.back() == '0') return;
     test::ExactDecimal less = middle;
@@ -345,6 +346,7 @@ TEST(TakeReal, RefusesWhatALibstdcxxStreamRefuses)
         Taken const taken = take(text);
         EXPECT_FALSE(taken.ok) << text;
         EXPECT_EQ(taken.value, kUntouched) << text;
+        EXPECT_EQ(taken.rest, text);
     }
 }
 

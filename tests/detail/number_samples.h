@@ -127,6 +127,12 @@ struct ExactDecimal
         int const leading = exponent + static_cast<int>(digits.size()) - 1;
         return digits.substr(0, 1) + "." + digits.substr(1) + more + "e" + std::to_string(leading);
     }
+
+    /// The same number without a point.
+    std::string integerText(std::string const& more = "") const
+    {
+        return digits + more + "e" + std::to_string(exponent - static_cast<int>(more.size()));
+    }
 };
 
 /// By repeated multiplication by 2, or by 5 and a division by 10, digit for digit.

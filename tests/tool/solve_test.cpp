@@ -60,6 +60,9 @@ TEST(MatrixMarket, ErrorsNameTheLineAndTheReason)
     EXPECT_NE(refusal(kBanner + "1 1 1\n2 1 4\n").find("a.mtx:3: the entry lies outside"), std::string::npos);
     EXPECT_NE(refusal(kBanner + "1 1 1\n0 1 4\n").find("outside"), std::string::npos);
     EXPECT_NE(refusal(kBanner + "1 1 1\n1 1 x\n").find("expected a row"), std::string::npos);
+    EXPECT_NE(refusal(kBanner + "1 1 1\n1 1 nan\n").find("expected a row"), std::string::npos);
+    EXPECT_NE(refusal(kBanner + "1 1 1\n1 1 0x1\n").find("expected a row"), std::string::npos);
+    EXPECT_NE(refusal(kBanner + "1 1 1\n1 1\n").find("expected a row"), std::string::npos);
     EXPECT_NE(refusal(kBanner + "1 1 1\n1 1 4 4\n").find("expected a row"), std::string::npos);
     EXPECT_NE(refusal(kBanner + "1 1 2\n1 1 4\n").find("ends before"), std::string::npos);
     EXPECT_NE(refusal(kBanner + "2 2 3\n1 1 4\n2 1 1\n1 2 1\n").find("row 2 gives column 1 twice"), std::string::npos);
