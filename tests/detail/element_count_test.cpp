@@ -1,5 +1,8 @@
 #include <sinew/detail/element_count.h>
 
+#include <cstdint>
+#include <new>
+
 #include <gtest/gtest.h>
 
 using sinew::detail::elementCount;
