@@ -1,25 +1,30 @@
 // The program `sinew`, which applies the library to the user's models. `sinew --help` lists its commands.
 
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
-#include <unistd.h>
 
 #include <selftest/report.h>
 #include <tool/solve/solve.h>
+#include <tool/support/arguments.h>
 #include <tool/support/user_error.h>
+#if defined(SINEW_TOOL_PICTURES)
 #include <tool/tour/tour.h>
+#endif
 
 namespace {
 
 constexpr int kUserErrorStatus = 1;
 constexpr int kInternalErrorStatus = 3;
 
+#if defined(SINEW_TOOL_PICTURES)
 void addTour(CLI::App& app, tool::TourOptions& options, int& status)
 {
     CLI::App* const tour =
@@ -34,18 +39,21 @@ void addTour(CLI::App& app, tool::TourOptions& options, int& status)
     tour->add_option("--scale", options.pixels, "the size of the pictures; 1 gives a width of 1200 pixels")
         ->check(CLI::Range(0.05, 8.0))
         ->capture_default_str();
-    tour->callback([&] { status = tool::runTour(options, std::cout, isatty(STDOUT_FILENO) != 0); });
+    tour->callback([&] { status = tool::runTour(options, std::cout, tool::outputIsTerminal()); });
 }
+#endif
 
 void addSolve(CLI::App& app, tool::SolveOptions& options, int& status)
 {
     CLI::App* const solve = app.add_subcommand("solve", "Order, factor and solve a sparse symmetric system");
     solve->add_option("matrix", options.matrixFile, "a symmetric positive-definite matrix (Matrix Market .mtx)")
         ->required();
+#if defined(SINEW_TOOL_PICTURES)
     solve
         ->add_option("--picture", options.pictureFile,
                      "the file for a picture of its pattern before and after the ordering")
         ->capture_default_str();
+#endif
     solve->callback([&] { status = tool::runSolve(options, std::cout); });
 }
 
@@ -70,15 +78,19 @@ int main(int argc, char** argv)
 {
     CLI::App app("sinew: exact, fast low-level geometry, applied to real models", "sinew");
     app.require_subcommand(1);
-    tool::TourOptions tourOptions;
     int status = 0;
-    tool::SolveOptions solveOptions;
+#if defined(SINEW_TOOL_PICTURES)
+    tool::TourOptions tourOptions;
     addTour(app, tourOptions, status);
+#endif
+    tool::SolveOptions solveOptions;
     addSolve(app, solveOptions, status);
     std::vector<std::string> selftestGroups;
     addSelftest(app, selftestGroups, status);
     try {
-        app.parse(argc, argv);
+        std::vector<std::string> arguments = tool::programArguments(argc, argv);
+        std::reverse(arguments.begin(), arguments.end()); // the parser takes them from the end
+        app.parse(std::move(arguments));
         return status;
     } catch (CLI::ParseError const& error) {
         return app.exit(error);

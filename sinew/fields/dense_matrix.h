@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <cassert>
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -82,13 +84,17 @@ public:
     /// The empty matrix, 0 x 0.
     matrix() = default;
 
-    /// The matrix whose entries are all zero. If a size is negative, the matrix is empty (0 x 0).
+    /// The matrix whose entries are all zero. If a size is negative, the matrix is empty (0 x 0). Throws std::bad_alloc
+    /// if no vector can have as many entries.
     matrix(int rowCount, int columnCount)
     {
         if (rowCount < 0 || columnCount < 0) return;
+        std::int64_t const size = static_cast<std::int64_t>(rowCount) * columnCount;
+        // Otherwise the product would wrap where addresses have 32 bits.
+        if (static_cast<std::uint64_t>(size) > PTRDIFF_MAX / sizeof(T)) throw std::bad_alloc();
         rows = rowCount;
         columns = columnCount;
-        entries.assign(static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns), T(0));
+        entries.assign(static_cast<std::size_t>(size), T(0));
     }
 
     /// The entry in row i and column j, counted from 0. The indices are not checked.
@@ -99,7 +105,7 @@ public:
     bool isConsistent() const
     {
         return rows >= 0 && columns >= 0 &&
-               entries.size() == static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns);
+               entries.size() == static_cast<std::uint64_t>(rows) * static_cast<std::uint64_t>(columns);
     }
 
 private:

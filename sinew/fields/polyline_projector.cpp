@@ -110,12 +110,17 @@ void PolylineProjector::project(Vector3 const& q)
 
 namespace sinew {
 
+struct detail::PolylineIndexAccess
+{
+    static PolylineIndex const& of(PolylineProjector const& polyline) { return polyline.index_.of(polyline); }
+};
+
 PolylineHit closestPoint(PolylineProjector const& polyline, Vector3 const& q)
 {
     std::vector<Vector3> const& points = polyline.points;
     if (points.size() < 2) return {};
     if (points.size() < kBoundedSearchVertices) return hitByScan(points, q);
-    return hitByIndex(polyline, polyline.index_.of(polyline), q, kUnknown);
+    return hitByIndex(polyline, detail::PolylineIndexAccess::of(polyline), q, kUnknown);
 }
 
 void projectMany(PolylineProjector const& polyline, Vector3 const* queries, std::size_t count, PolylineHit* hits)
@@ -125,7 +130,7 @@ void projectMany(PolylineProjector const& polyline, Vector3 const* queries, std:
         for (std::size_t i = 0; i < count; ++i) hits[i] = closestPoint(polyline, queries[i]);
         return;
     }
-    detail::PolylineIndex const& index = polyline.index_.of(polyline);
+    detail::PolylineIndex const& index = detail::PolylineIndexAccess::of(polyline);
     double known = kUnknown;
     for (std::size_t i = 0; i < count; ++i) {
         hits[i] = hitByIndex(polyline, index, queries[i], known);

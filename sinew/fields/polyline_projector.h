@@ -19,7 +19,8 @@ namespace sinew {
 
 namespace detail {
 class PolylineIndex;
-}
+struct PolylineIndexAccess;
+} // namespace detail
 
 /// The point of a polyline that is nearest to a query.
 ///
@@ -89,9 +90,8 @@ public:
     SINEW_API void project(Vector3 const& q);
 
 private:
-    SINEW_API friend sinew::PolylineHit sinew::closestPoint(PolylineProjector const& polyline, Vector3 const& q);
-    SINEW_API friend void sinew::projectMany(PolylineProjector const& polyline, Vector3 const* queries,
-                                             std::size_t count, sinew::PolylineHit* hits);
+    // Not the functions themselves: friends are declared again, and some compilers then lose their import from a DLL.
+    friend struct sinew::detail::PolylineIndexAccess;
 
     // A reference to the index of a long polyline. The first projection on any thread builds the index; copies of the
     // projector share it.

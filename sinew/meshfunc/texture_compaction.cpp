@@ -13,9 +13,11 @@
 #include <limits>
 
 #include <sinew/detail/as_index.h>
+#include <sinew/detail/element_count.h>
 #include <sinew/meshfunc/detail/mask_bits.h>
 
 using sinew::detail::asIndex;
+using sinew::detail::elementCount;
 using sinew::detail::kWordBits;
 using sinew::detail::lowBits;
 using sinew::detail::MaskBits;
@@ -144,8 +146,8 @@ EmptyRectTester::EmptyRectTester(std::vector<bool> const& usedMask, int width_, 
     std::size_t const rows = asIndex(height);
     rowWords_ = wordsFor(columns);
     blockRowWords_ = wordsFor(roundedUpQuotient(columns, kBlockSide));
-    emptyTexels.resize(usedMask.size());
-    usedRows_.resize(rowWords_ * rows);
+    emptyTexels.resize(elementCount<int>(static_cast<std::int64_t>(usedMask.size())));
+    usedRows_.resize(elementCount<std::uint64_t>(static_cast<std::int64_t>(rowWords_ * rows)));
     usedBlocks_.resize(blockRowWords_ * roundedUpQuotient(rows, kBlockSide));
 
     MaskBits const mask(usedMask);

@@ -4,6 +4,12 @@
 
 #include <sinew/core/func_binder.h>
 
+#if defined(_WIN32)
+#define HOST_API __declspec(dllexport)
+#else
+#define HOST_API __attribute__((visibility("default")))
+#endif
+
 #define JOIN_NAMES(a, b) a##b
 #define HOST_FUNCTION_OF(host, name) JOIN_NAMES(host, name)
 #define HOST_FUNCTION(name) HOST_FUNCTION_OF(BINDER_HOST, name)
@@ -26,22 +32,22 @@ struct Registration
 
 extern "C" {
 
-SINEW_API vxFuncBinder* HOST_FUNCTION(Instance)()
+HOST_API vxFuncBinder* HOST_FUNCTION(Instance)()
 {
     return vxFuncBinder::iGet();
 }
 
-SINEW_API void HOST_FUNCTION(Register)()
+HOST_API void HOST_FUNCTION(Register)()
 {
     vxFuncBinder::registerClear([] { ++clears; });
 }
 
-SINEW_API void HOST_FUNCTION(Clear)()
+HOST_API void HOST_FUNCTION(Clear)()
 {
     cl();
 }
 
-SINEW_API int HOST_FUNCTION(Clears)()
+HOST_API int HOST_FUNCTION(Clears)()
 {
     return clears;
 }

@@ -1,6 +1,7 @@
 #include <sinew/fields/dense_matrix.h>
 
 #include <limits>
+#include <new>
 
 #include <gtest/gtest.h>
 
@@ -59,6 +60,17 @@ matrix<double> filled(int n, Entry entry)
 constexpr int kSizes[] = {0, 1, 2, 3, 4, 5, 8, 15, 16, 17, 31, 32, 33, 47, 48, 49, 63, 64, 65};
 
 } // namespace
+
+TEST(DenseMatrix, ASizeThatNoMemoryHasIsRefused)
+{
+    // The number of entries is 1, modulo 2^32.
+    constexpr int kLargest = std::numeric_limits<int>::max();
+    EXPECT_THROW(matrix<double>(kLargest, kLargest), std::bad_alloc);
+    if (sizeof(std::size_t) == 4) {
+        EXPECT_THROW(matrix<double>(1 << 16, 1 << 16), std::bad_alloc); // 0, modulo 2^32
+        EXPECT_THROW(matrix<char>(1 << 16, 1 << 15), std::bad_alloc);   // 2^31
+    }
+}
 
 TEST(DenseMatrix, EntriesStartAtZeroAndAreStoredRowByRow)
 {

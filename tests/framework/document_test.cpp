@@ -17,13 +17,12 @@
 
 #include <gtest/gtest.h>
 
-#if defined(SINEW_TEST_PUGIXML)
-#include <pugixml.hpp>
-#endif
-
 #include "gallery.h"
 #include "support/bits.h"
+
+#if defined(SINEW_TEST_PUGIXML)
 #include "support/xml_text.h"
+#endif
 
 using gallery::parse;
 using gallery::refusal;

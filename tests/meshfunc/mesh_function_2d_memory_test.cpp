@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "meshfunc/mesh_samples.h"
+#include "sinew/meshfunc/detail/grid_layout.h"
 #include "sinew/meshfunc/detail/triangle_locator.h"
 #include "support/failing_new.h"
 
@@ -51,6 +52,24 @@ TEST(MeshFunctionMemory, FanAroundOneVertexStaysWithinTheBudget)
     }
     for (int i = 1; i <= count; ++i) mesh.addTriangle(0, i, i + 1);
     EXPECT_LE(bytesPerTriangle(mesh.function()), 108 + 1100000.0 / count);
+}
+
+// 2^16 triangles over a grid of 2^18 cells touch 2^34 cells together: 0, modulo 2^32. No list of them fits.
+TEST(MeshFunctionMemory, AGridThatAllTrianglesCoverIsRefusedWithoutCountingInModuli)
+{
+    std::vector<Point> const params = {{0, 0}, {3, 0}, {0, 3}};
+    int const corners[3] = {0, 1, 2};
+    sinew::detail::PreparedTriangle triangle;
+    ASSERT_TRUE(sinew::detail::prepareTriangle(params, corners, &triangle));
+    std::size_t const count = std::size_t{1} << 16;
+    std::vector<sinew::detail::TriangleNumber> const numbers(count, 0);
+    sinew::detail::Box square;
+    square.include({0, 0});
+    square.include({1, 1});
+    sinew::detail::CoveredTriangles const triangles = {
+        &triangle, {numbers.data(), numbers.data() + count}, std::vector<sinew::detail::Box>(count, square)};
+    std::size_t const budget = 400000; // three quarters of it are more than 2^18 cells
+    EXPECT_EQ(sinew::detail::GridLayout().layOut(triangles, square, budget), 0u);
 }
 
 TEST(MeshFunctionMemory, SmallMeshesAllocateNothingInQueries)

@@ -8,10 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#if defined(SINEW_TEST_PUGIXML)
-#include <pugixml.hpp>
-#endif
-
 #include <sinew/framework/fields.h>
 #include <sinew/framework/registry.h>
 #include <sinew/meshfunc/type_handlers.h>
@@ -21,7 +17,10 @@
 #include "support/bits.h"
 #include "support/comma_locale.h"
 #include "support/random.h"
+
+#if defined(SINEW_TEST_PUGIXML)
 #include "support/xml_text.h"
+#endif
 
 namespace {
 

@@ -318,8 +318,10 @@ TEST(Layout, CountingFunctionsHaveSlotsThreeToFiveAndTheGetterSlotSix)
     // The indices here start at 0. Indices 0 and 1 are the two destructors. Of 2 to 5, only those that Probe overrides
     // differ from DisplayData.
     EXPECT_NE(slots(&probe)[2], slots(&original)[2]);
+#if !defined(_WIN32) // there the DLL and the program have a copy each of an inline function
     EXPECT_EQ(slots(&probe)[3], slots(&original)[3]);
     EXPECT_EQ(slots(&probe)[4], slots(&original)[4]);
+#endif
     EXPECT_NE(slots(&probe)[5], slots(&original)[5]);
     reinterpret_cast<void (*)(void const*)>(slots(&probe)[2])(&probe);
     EXPECT_EQ(probe.added, 1);

@@ -20,8 +20,8 @@ class ScratchFolder
 public:
     ScratchFolder()
     {
-        // The name contains a space, because the program must handle such paths.
-        std::string form = (std::filesystem::temp_directory_path() / "sinew test XXXXXX").string();
+        // The name contains a space and letters beyond ASCII, because the program must handle such paths.
+        std::string form = (std::filesystem::temp_directory_path() / "sinew t\xC3\xABst XXXXXX").string();
         if (mkdtemp(form.data()) != nullptr) path_ = form;
     }
     ~ScratchFolder()

@@ -2,10 +2,16 @@
 
 /// Reading and writing of whole files, with errors that name the file and what the user can do.
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
 namespace tool {
+
+/// The path that a UTF-8 text names, and the UTF-8 text of a path. All texts with paths are UTF-8 here. Windows would
+/// take them for texts in its code page, which lacks most characters.
+std::filesystem::path pathOf(std::string const& text);
+std::string textOf(std::filesystem::path const& path);
 
 /// The bytes of a file. Throws `UserError` if the path is missing, is a folder, cannot be read, or is an empty file.
 std::string readFile(std::string const& path);

@@ -1,7 +1,6 @@
 #include <tool/io/obj_reader.h>
 
 #include <cmath>
-#include <filesystem>
 #include <map>
 #include <string_view>
 
@@ -146,7 +145,7 @@ TexturedMesh parseObj(std::string const& text, std::string const& file)
     }
 
     TexturedMesh mesh;
-    mesh.name = std::filesystem::path(file).filename().string();
+    mesh.name = textOf(pathOf(file).filename());
     tinyobj::attrib_t const& attrib = reader.GetAttrib();
     for (std::size_t i = 0; i + 2 < attrib.vertices.size(); i += 3) {
         mesh.positions.emplace_back(attrib.vertices[i], attrib.vertices[i + 1], attrib.vertices[i + 2]);

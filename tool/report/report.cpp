@@ -1,7 +1,6 @@
 #include <tool/report/report.h>
 
 #include <cmath>
-#include <filesystem>
 
 #include <tool/io/files.h>
 #include <tool/report/html.h>
@@ -11,7 +10,7 @@ namespace {
 
 std::string inFolder(std::string const& folder, std::string const& name)
 {
-    return (std::filesystem::path(folder) / name).string();
+    return textOf(pathOf(folder) / name);
 }
 
 char const* className(Width width)

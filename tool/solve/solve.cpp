@@ -1,7 +1,6 @@
 #include <tool/solve/solve.h>
 
 #include <algorithm>
-
 #include <cmath>
 #include <cstddef>
 #include <iomanip>
@@ -12,7 +11,9 @@
 
 #include <tool/io/files.h>
 #include <tool/io/matrix_market.h>
+#if defined(SINEW_TOOL_PICTURES)
 #include <tool/solve/pattern_picture.h>
+#endif
 #include <tool/support/as_index.h>
 #include <tool/support/stopwatch.h>
 #include <tool/support/user_error.h>
@@ -93,10 +94,12 @@ int runSolve(SolveOptions const& options, std::ostream& out)
     line(out, "residual") << largestDifference(product(matrix, x), b) / (size > 0 ? size : 1.0)
                           << " of the right-hand side\n";
     line(out, "error") << largestDifference(x, ones) << " of the known solution, which is all ones\n";
+#if defined(SINEW_TOOL_PICTURES)
     if (!options.pictureFile.empty()) {
         writeFile(options.pictureFile, drawPatterns(matrix, factor));
         line(out, "picture") << options.pictureFile << "\n";
     }
+#endif
     return 0;
 }
 

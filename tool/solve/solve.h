@@ -11,7 +11,7 @@ namespace tool {
 struct SolveOptions
 {
     std::string matrixFile;
-    std::string pictureFile = "pattern.png"; ///< empty for no picture
+    std::string pictureFile = "pattern.png"; ///< empty for no picture; not used in builds without pictures
 };
 
 /// Orders, factors and solves a sparse system, prints size, entries, fill-in, times and residual to `out`, and draws

@@ -140,7 +140,7 @@ int runTour(TourOptions const& options, std::ostream& out, bool terminal)
     }
 
     std::string const page = report.write("Made in " + niceNumber(watch.seconds(), 3) + " seconds.");
-    out << "\nThe page:     " << std::filesystem::absolute(page).lexically_normal().string()
+    out << "\nThe page:     " << textOf(std::filesystem::absolute(pathOf(page)).lexically_normal())
         << "\nThe pictures: the .png files in the same folder\n";
     for (std::string const& claim : report.failedClaims()) out << "CHECK FAILED: " << claim << "\n";
     return report.failedClaims().empty() ? 0 : 1;

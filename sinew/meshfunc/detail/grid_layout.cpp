@@ -18,7 +18,7 @@ using Point = tzNM::vect2<double>;
 
 // If the boxes touch more cells than this times the budget, the lists will not fit even after triangles are left out.
 // The exact count is then not worth its time.
-constexpr std::size_t kHopeless = 8;
+constexpr std::uint64_t kHopeless = 8;
 
 // Cells that a grid has for each triangle if the budget allows it. With four, most points are in the first two
 // triangles of their list.
@@ -81,10 +81,11 @@ void GridLayout::chooseSize(std::vector<Box> const& boxes, Point const& extent, 
     grid_.size[1] = static_cast<int>(std::clamp(rows, 1.0, most));
 }
 
-// Finds the cells that each box touches. Returns the sum of their numbers.
-std::size_t GridLayout::findRanges(std::vector<Box> const& boxes)
+// Finds the cells that each box touches. Returns the sum of their numbers, which for 2^16 boxes over a grid of 2^18
+// cells exceeds 32 bits.
+std::uint64_t GridLayout::findRanges(std::vector<Box> const& boxes)
 {
-    std::size_t touched = 0;
+    std::uint64_t touched = 0;
     ranges_.resize(boxes.size());
     for (std::size_t i = 0; i < boxes.size(); ++i) {
         CellRange& range = ranges_[i];

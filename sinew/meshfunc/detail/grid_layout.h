@@ -68,7 +68,7 @@ private:
     };
 
     void chooseSize(std::vector<Box> const& boxes, tzNM::vect2<double> const& extent, std::size_t budget);
-    std::size_t findRanges(std::vector<Box> const& boxes);
+    std::uint64_t findRanges(std::vector<Box> const& boxes);
     std::size_t findEntries(CoveredTriangles const& triangles);
 
     FinerGrid grid_;

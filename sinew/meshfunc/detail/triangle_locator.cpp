@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <new>
 
 #include <sinew/meshfunc/detail/cell_triangles_builder.h>
@@ -66,7 +67,9 @@ CellTriangles const* TriangleLocator::supply(MeshView const& mesh, std::size_t c
     std::unique_ptr<CellTriangles const> built;
     try {
         // Each cell has its own budget, so that crowding in one cell takes no memory from the others.
-        double const budget = bytesPerEntry_ * static_cast<double>(mesh.gridCells[cell].size());
+        // Not more than an object can have: a larger number would have no defined value where addresses have 32 bits.
+        double const budget = std::min(bytesPerEntry_ * static_cast<double>(mesh.gridCells[cell].size()),
+                                       static_cast<double>(PTRDIFF_MAX / 2));
         built = buildCellTriangles(mesh, cell, static_cast<std::size_t>(budget),
                                    shared_.empty() ? nullptr : shared_.data());
     } catch (std::bad_alloc const&) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include <sinew/detail/element_count.h>
+
 namespace sinew::detail {
 
 LowerPattern permutedPattern(SparseRows const& rows, std::vector<int> const& perm)
@@ -21,7 +23,7 @@ LowerPattern permutedPattern(SparseRows const& rows, std::vector<int> const& per
     pattern.start.assign(rows.size() + 1, 0);
     forEachEntry([&](std::size_t row, int) { ++pattern.start[row + 1]; });
     for (std::size_t i = 0; i < rows.size(); ++i) pattern.start[i + 1] += pattern.start[i];
-    pattern.column.resize(asIndex(pattern.start.back()));
+    pattern.column.resize(elementCount<int>(pattern.start.back()));
     std::vector<std::int64_t> next(pattern.start.begin(), pattern.start.end() - 1);
     forEachEntry([&](std::size_t row, int column) { pattern.column[asIndex(next[row]++)] = column; });
     return pattern;

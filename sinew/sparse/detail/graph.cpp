@@ -3,6 +3,8 @@
 #include <cassert>
 #include <cstddef>
 
+#include <sinew/detail/element_count.h>
+
 namespace sinew::detail {
 
 namespace {
@@ -37,7 +39,7 @@ Graph graphOf(SparseRows const& rows)
         ++graph.start[column + 1];
     });
     for (std::size_t i = 0; i < n; ++i) graph.start[i + 1] += graph.start[i];
-    graph.neighbour.resize(asIndex(graph.start[n]));
+    graph.neighbour.resize(elementCount<int>(graph.start[n]));
     std::vector<std::int64_t> next(graph.start.begin(), graph.start.end() - 1);
     forEachEdge(rows, lastRow, [&](std::size_t row, std::size_t column) {
         graph.neighbour[asIndex(next[row]++)] = static_cast<int>(column);

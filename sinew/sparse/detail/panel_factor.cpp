@@ -6,6 +6,7 @@
 #include <iterator>
 #include <utility>
 
+#include <sinew/detail/element_count.h>
 #include <sinew/sparse/detail/panel_kernels.h>
 
 namespace sinew::detail {
@@ -100,7 +101,7 @@ NumericResult factorPanels(PanelPlan const& plan, SparseRows const& rows, std::v
 {
     std::size_t const n = rows.size();
     assert(plan.panelOf.size() == n && perm.size() == n);
-    std::vector<double> values(asIndex(plan.valueCount) + kPanelSlack, 0.0);
+    std::vector<double> values(elementCount<double>(plan.valueCount + kPanelSlack), 0.0);
     slots.load(rows, values.data());
     NumericResult result;
     result.pivots.resize(n);

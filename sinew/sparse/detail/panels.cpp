@@ -4,6 +4,8 @@
 #include <cassert>
 #include <cstddef>
 
+#include <sinew/detail/element_count.h>
+
 namespace sinew::detail {
 
 namespace {
@@ -39,7 +41,7 @@ void layOut(PanelPlan& plan)
         rows += panel.rowCount;
         plan.valueCount += static_cast<std::int64_t>(panel.stride) * panel.width;
     }
-    plan.rowIndex.resize(asIndex(rows));
+    plan.rowIndex.resize(elementCount<int>(rows));
 }
 
 // Follows the tree from every entry of the matrix, panel by panel, rows ascending.
@@ -91,7 +93,7 @@ void listUpdates(PanelPlan& plan)
     start.assign(plan.panels.size() + 1, 0);
     forEachUpdate(plan, [&](std::size_t target, PanelUpdate const&) { ++start[target + 1]; });
     for (std::size_t p = 0; p + 1 < start.size(); ++p) start[p + 1] += start[p];
-    plan.updates.resize(asIndex(start.back()));
+    plan.updates.resize(elementCount<PanelUpdate>(start.back()));
     std::vector<std::int64_t> next(start.begin(), start.end() - 1);
     forEachUpdate(
         plan, [&](std::size_t target, PanelUpdate const& update) { plan.updates[asIndex(next[target]++)] = update; });

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <utility>
 
+#include <sinew/detail/element_count.h>
+
 namespace sinew::detail {
 
 RowSweep::RowSweep(LowerPattern const& pattern, std::vector<int> const& parent, std::vector<int> const& counts)
@@ -14,7 +16,7 @@ RowSweep::RowSweep(LowerPattern const& pattern, std::vector<int> const& parent, 
     columnStart_.assign(n + 1, 0);
     rowStart_.assign(n + 1, 0);
     for (std::size_t k = 0; k < n; ++k) columnStart_[k + 1] = columnStart_[k] + counts[k];
-    rowOf_.resize(asIndex(columnStart_[n]));
+    rowOf_.resize(elementCount<double>(columnStart_[n]));
     columnOf_.resize(rowOf_.size());
     std::vector<std::int64_t> next(columnStart_.begin(), columnStart_.end() - 1);
     std::vector<int> lastRow(n, -1);
