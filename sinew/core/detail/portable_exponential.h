@@ -6,8 +6,8 @@
 #include <cstdint>
 
 #include <sinew/core/detail/portable_rounding.h>
-#include <sinew/detail/uint128.h>
 #include <sinew/core/detail/wide_number.h>
+#include <sinew/detail/uint128.h>
 
 namespace sinew::detail::portable {
 

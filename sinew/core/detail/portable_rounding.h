@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include <sinew/detail/uint128.h>
 #include <sinew/core/detail/wide_number.h>
+#include <sinew/detail/uint128.h>
 
 // Keeps the rare steps of a function apart from the frequent one, which then needs few registers and no stack.
 #if defined(__GNUC__)
