@@ -36,7 +36,6 @@ class Platform(NamedTuple):
 
 
 LTO = ("-DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON",)
-LIBCXX = ("-DCMAKE_CXX_FLAGS=-stdlib=libc++",)
 X86_64 = "x86-64, "
 PLATFORMS = [
     Platform("gcc-O0", X86_64 + "g++", "-O0", "g++", "g++", suites=False),
@@ -53,7 +52,10 @@ PLATFORMS = [
              options=LTO + ("-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld", "-DCMAKE_SHARED_LINKER_FLAGS=-fuse-ld=lld")),
     Platform("clang-native", X86_64 + "clang++", "-O2 -march=native", "clang", "clang++", suites=False),
     Platform("clang-libcxx", X86_64 + "clang++ with libc++", "-O2", "clang libc++-dev libc++abi-dev", "clang++",
-             options=LIBCXX),
+             options=("-DCMAKE_CXX_FLAGS=-stdlib=libc++",)),
+    Platform("no-gnu", X86_64 + "clang++ with libc++, GNU extensions off (what other compilers see)", "-O2",
+             "clang libc++-dev libc++abi-dev", "clang++",
+             options=("-DCMAKE_CXX_FLAGS=-stdlib=libc++ -fgnuc-version=0",)),
     Platform("masked", X86_64 + "g++, glibc without FMA", "-O2", "g++", "g++", build_of="gcc-O2",
              run_by="env GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2,-FMA"),
     Platform("nehalem", X86_64 + "g++, a processor without AVX and FMA (qemu)", "-O2", "g++ qemu-user", "g++",
@@ -129,7 +131,7 @@ def configure_options(platform, math):
                     "--toolchain", str(TOOLCHAINS / f"{platform.name}.cmake"), "-DEigen3_DIR=/usr/share/eigen3/cmake",
                     "-DCMAKE_CROSSCOMPILING_EMULATOR=" + platform.run_by.replace(" ", ";")]
     # Debian's GoogleTest fits only the system's own compiler and standard library.
-    if not platform.compiler or platform.options == LIBCXX:
+    if not platform.compiler or "-stdlib=libc++" in " ".join(platform.options):
         options.append("-DSINEW_GOOGLETEST_SOURCES=/usr/src/googletest")
     if shutil.which("ccache"):
         options.append("-DCMAKE_CXX_COMPILER_LAUNCHER=ccache")
@@ -166,16 +168,16 @@ def fingerprints(platform, folder):
     log = folder / "selftest.txt"
     log.unlink(missing_ok=True)
     status = run([*platform.run_by.split(), str(found[0])], log, env=environment(platform), timeout=SUITE_SECONDS)
-    # Lines of: group, number of inputs, hash, and one of the three words.
-    pattern = re.compile(r"^(\S+) +(\d+) +([0-9a-f]+) +(ok|differs|system math)\r?$", re.MULTILINE)
+    # Lines of: group, number of inputs, what an input is, hash, and the verdict.
+    pattern = re.compile(r"^(\S+) +\d+ .*?\b([0-9a-f]{16})  (\S.*?)\r?$", re.MULTILINE)
     groups = pattern.findall(log.read_text(encoding="utf-8", errors="replace"))
-    total = hashlib.sha256(" ".join(f"{name} {value}" for name, _, value, _ in groups).encode()).hexdigest()[:12]
-    words = [word for *_, word in groups]
-    text = f"{words.count('ok')} of {len(words)}, `{total}`"
-    if words.count("system math"):
-        text += f"; {words.count('system math')} follow the math library"
-    if status or not groups or words.count("differs"):
-        raise Failure(text + f"; **{words.count('differs')} differ**, status {status}")
+    total = hashlib.sha256(" ".join(f"{name} {value}" for name, value, _ in groups).encode()).hexdigest()[:12]
+    by_math = sum("math library: unlike" in verdict for *_, verdict in groups)
+    equal = sum(verdict == "ok" or "math library: as in" in verdict for *_, verdict in groups)
+    differing = [name for name, _, verdict in groups if verdict != "ok" and "math library" not in verdict]
+    text = f"{equal} of {len(groups)}, `{total}`" + (f"; {by_math} follow the math library" if by_math else "")
+    if status or not groups or differing:
+        raise Failure(text + f"; **status {status}, these differ: {' '.join(differing) or 'unknown'}**")
     return text
 
 

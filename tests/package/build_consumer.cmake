@@ -130,13 +130,35 @@ elseif(CASE STREQUAL "readme")
   string(STRIP "${printed}" printed)
   expect("${printed}")
 elseif(CASE STREQUAL "headers_alone")
-  # Every installed header compiles alone, and includes only installed headers.
+  # Every installed header compiles alone, and includes only installed headers. All of them compile after the macros that
+  # <windows.h> defines; the headers of the standard library come before, since they do not have to.
   file(GLOB_RECURSE headers RELATIVE "${STAGE}/include" "${STAGE}/include/sinew/*.h")
   foreach(header IN LISTS headers)
     string(MAKE_C_IDENTIFIER "${header}" stem)
     file(WRITE "${WORK}/${stem}.cpp" "#include <${header}>\n#include <${header}>\n")
     run("${CXX}" ${flags} -std=c++17 -Wall -Wextra -Wpedantic -Werror -fsyntax-only "-I${STAGE}/include" "${WORK}/${stem}.cpp")
+    file(STRINGS "${STAGE}/include/${header}" lines REGEX "^#include <[a-z_]+>$")
+    list(APPEND standard ${lines})
   endforeach()
+  list(REMOVE_DUPLICATES standard)
+  list(JOIN standard "\n" source)
+  string(APPEND source "
+#define min(a, b) ((a) < (b) ? (a) : (b))
+#define max(a, b) ((a) > (b) ? (a) : (b))
+#define near
+#define far
+#define small char
+#define interface struct
+#define IN
+#define OUT
+#define ERROR 0
+#define DELETE 0x00010000L
+#define TRANSPARENT 1
+#include <sinew/sinew.h>
+")
+  file(WRITE "${WORK}/host_macros.cpp" "${source}")
+  run("${CXX}" ${flags} -std=c++17 -Wall -Wextra -Wpedantic -Werror -fsyntax-only "-I${STAGE}/include"
+      "${WORK}/host_macros.cpp")
 else()
   message(FATAL_ERROR "there is no case '${CASE}'")
 endif()
