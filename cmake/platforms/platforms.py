@@ -70,7 +70,8 @@ PLATFORMS = [
              run_by="qemu-s390x -L /usr/s390x-linux-gnu"),
     Platform("windows", "Windows x64 (Wine), MinGW-w64 g++", "-O2", "g++-mingw-w64-x86-64-posix wine64",
              run_by="/usr/lib/wine/wine64"),
-    Platform("wasm", "wasm32 (node), emscripten", "-O2", "emscripten nodejs", run_by="node"),
+    # This emscripten takes a node that has fetch() for a browser, and then finds no files.
+    Platform("wasm", "wasm32 (node), emscripten", "-O2", "emscripten nodejs", run_by="node --no-experimental-fetch"),
 ]
 
 # What --quick runs, without suites and only with the portable functions: one row of each kind.
@@ -100,7 +101,7 @@ def run(command, log, **options):
 
 
 def environment(platform):
-    """The environment in which a platform's programs run."""
+    """The environment in which a platform's programs are built and run."""
     env = dict(os.environ)
     if platform.name == "windows":
         # Programs need the DLLs of the compiler's run-time library, and Wine a folder of its own.
@@ -110,6 +111,9 @@ def environment(platform):
         prefix.mkdir(parents=True, exist_ok=True)
         env.update(WINEDEBUG="-all", WINEPREFIX=str(prefix),
                    WINEPATH=f"{Path(dll).parent};/usr/x86_64-w64-mingw32/lib")
+    if platform.name == "wasm":
+        # Debian's modules, for a node that is not Debian's.
+        env["NODE_PATH"] = ":".join(filter(None, [env.get("NODE_PATH"), "/usr/share/nodejs"]))
     return env
 
 
@@ -151,7 +155,8 @@ def build(platform, math, target, jobs):
     log.unlink(missing_ok=True)
     configure = ["cmake", "-S", ROOT, "-B", folder, "-G", "Ninja", *configure_options(platform, math, target)]
     make = ["cmake", "--build", folder, "--parallel", str(jobs), "--target", target]
-    if run(configure, log) or run(make, log):
+    env = environment(platform)
+    if run(configure, log, env=env) or run(make, log, env=env):
         print("".join(open(log, encoding="utf-8", errors="replace").readlines()[-20:]), file=sys.stderr)
         raise Failure(f"**the {math} build failed**")
     return folder
