@@ -73,17 +73,21 @@ struct Scene
 TEST(IntersectionRecords, StartWithA32BitCodeAndKeepTheOrderOfTheirFields)
 {
     static_assert(std::is_same<decltype(LineLineInt::result), std::int32_t>::value);
-    static_assert(offsetof(LineLineInt, result) == 0 && offsetof(LineLineInt, point) == 8 &&
-                  offsetof(LineLineInt, t1) == 32 && offsetof(LineLineInt, t2) == 40);
-    static_assert(offsetof(PlanePlaneInt, result) == 0 && offsetof(PlanePlaneInt, point) == 8 &&
-                  offsetof(PlanePlaneInt, dir) == 32);
-    static_assert(offsetof(LinePlaneInt, result) == 0 && offsetof(LinePlaneInt, point) == 8 &&
-                  offsetof(LinePlaneInt, t) == 32);
-    static_assert(offsetof(LineTriangleInt, result) == 0 && offsetof(LineTriangleInt, point) == 8 &&
-                  offsetof(LineTriangleInt, t) == 32);
-    static_assert(offsetof(LineSphereInt, result) == 0 && offsetof(LineSphereInt, point1) == 8 &&
-                  offsetof(LineSphereInt, point2) == 32 && offsetof(LineSphereInt, t1) == 56 &&
-                  offsetof(LineSphereInt, t2) == 64);
+    // Where double may stand at any multiple of 4, as on i686, nothing separates the code from the point.
+    constexpr std::size_t kPoint = std::max(sizeof(std::int32_t), alignof(Vector3));
+    constexpr std::size_t kNext = kPoint + sizeof(Vector3);
+    static_assert(offsetof(LineLineInt, result) == 0 && offsetof(LineLineInt, point) == kPoint &&
+                  offsetof(LineLineInt, t1) == kNext && offsetof(LineLineInt, t2) == kNext + sizeof(double));
+    static_assert(offsetof(PlanePlaneInt, result) == 0 && offsetof(PlanePlaneInt, point) == kPoint &&
+                  offsetof(PlanePlaneInt, dir) == kNext);
+    static_assert(offsetof(LinePlaneInt, result) == 0 && offsetof(LinePlaneInt, point) == kPoint &&
+                  offsetof(LinePlaneInt, t) == kNext);
+    static_assert(offsetof(LineTriangleInt, result) == 0 && offsetof(LineTriangleInt, point) == kPoint &&
+                  offsetof(LineTriangleInt, t) == kNext);
+    constexpr std::size_t kAfterPoints = kNext + sizeof(Vector3);
+    static_assert(offsetof(LineSphereInt, result) == 0 && offsetof(LineSphereInt, point1) == kPoint &&
+                  offsetof(LineSphereInt, point2) == kNext && offsetof(LineSphereInt, t1) == kAfterPoints &&
+                  offsetof(LineSphereInt, t2) == kAfterPoints + sizeof(double));
     static_assert(sizeof(TriangleWeightsFinder) == sizeof(Vector3));
 }
 
