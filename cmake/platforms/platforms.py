@@ -6,6 +6,8 @@ operation with the committed table. The test suites run in the build with the sy
 """
 
 import argparse
+import collections
+import concurrent.futures
 import datetime
 import hashlib
 import os
@@ -13,6 +15,7 @@ import re
 import shutil
 import subprocess
 import sys
+import threading
 import time
 from pathlib import Path
 from typing import NamedTuple
@@ -82,6 +85,9 @@ LEFT_OUT = {
 }
 
 NOT_TRIED = ["macOS (Apple clang)", "Windows, Visual C++"]
+
+
+LOCKS = collections.defaultdict(threading.Lock)  # of each build folder: rows that share one run after each other
 
 
 class Failure(Exception):
@@ -256,7 +262,7 @@ def arguments():
     parser.add_argument("names", nargs="*", metavar="platform", help="default: all")
     parser.add_argument("--quick", action="store_true",
                         help=f"only {', '.join(QUICK)}; no test suites, only the build with the portable functions")
-    parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="compilers at the same time")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="platforms, and compilers of each, at the same time")
     parser.add_argument("--packages", action="store_true", help="print the Debian packages that are needed, and stop")
     parsed = parser.parse_args()
     known = {p.name: p for p in PLATFORMS}
@@ -267,6 +273,18 @@ def arguments():
     return parsed, [known[name] for name in names]
 
 
+def row(platform, quick, jobs):
+    """One line of the table, and whether all is well."""
+    with LOCKS[platform.build_of or platform.name]:
+        say(f"{platform.name}: {platform.title} {platform.flags}")
+        begin = time.monotonic()
+        cells, good = check(platform, quick, jobs)
+        cells += [f"{time.monotonic() - begin:.0f} s"]
+        line = f"| {platform.title} | `{platform.flags}` | " + " | ".join(cells) + " |"
+        print(line, file=sys.stderr, flush=True)
+        return line, good
+
+
 def main():
     parsed, platforms = arguments()
     if parsed.packages:
@@ -274,16 +292,11 @@ def main():
         return 0
     header = ["| platform | options | system's math library | portable functions | test suites | time |",
               "|---|---|---|---|---|---:|"]
-    lines, failed = [], []
-    for platform in platforms:
-        say(f"{platform.name}: {platform.title} {platform.flags}")
-        begin = time.monotonic()
-        cells, good = check(platform, parsed.quick, parsed.jobs)
-        if not good:
-            failed.append(platform.name)
-        lines.append(f"| {platform.title} | `{platform.flags}` | " + " | ".join(cells) +
-                     f" | {time.monotonic() - begin:.0f} s |")
-        print(lines[-1], file=sys.stderr, flush=True)
+    # An emulator uses one core, so several platforms run at the same time.
+    with concurrent.futures.ThreadPoolExecutor(parsed.jobs) as pool:
+        rows = list(pool.map(lambda platform: row(platform, parsed.quick, parsed.jobs), platforms))
+    lines = [line for line, _ in rows]
+    failed = [platform.name for platform, (_, good) in zip(platforms, rows) if not good]
     if not parsed.quick and not parsed.names:
         lines += [f"| {title} | | not tried | not tried | not tried | |" for title in NOT_TRIED]
     print(f"\n{datetime.date.today()}\n\n" + "\n".join(header + lines))
