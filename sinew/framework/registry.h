@@ -8,8 +8,8 @@
 /// This object registers `Lamp` for as long as the program or plug-in that contains it is loaded.
 ///
 /// The library holds one registry per process for each type of pointer. Registries may be used from static constructors
-/// and destructors. They do not lock: every use of a registry, including loading and unloading a plug-in that registers
-/// classes, requires exclusive access.
+/// and destructors. They do not lock: any number of threads may search them at the same time, and so read documents, as
+/// long as no thread registers or removes an object. Loading or unloading a plug-in that registers classes does both.
 
 #include <string>
 #include <type_traits>

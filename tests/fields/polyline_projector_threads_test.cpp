@@ -3,33 +3,13 @@
 #include <sinew/fields/polyline_projector.h>
 
 #include <atomic>
-#include <thread>
 
 #include <gtest/gtest.h>
 
 #include "fields/polylines.h"
 #include "fields/reference_polyline.h"
 #include "support/bits.h"
-
-namespace {
-
-// Runs `work(i)` for i = 0 .. 3 on four threads that start at nearly the same time.
-template <typename Work>
-void runTogether(Work const& work)
-{
-    std::atomic<int> ready{0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&, i] {
-            ++ready;
-            while (ready < 4) std::this_thread::yield();
-            work(i);
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-}
-
-} // namespace
+#include "support/threads.h"
 
 TEST(PolylineProjectorThreads, FirstProjectionsMayRunAtTheSameTime)
 {
@@ -41,7 +21,7 @@ TEST(PolylineProjectorThreads, FirstProjectionsMayRunAtTheSameTime)
             reference::Projector const oracle(points);
             PolylineProjector const polyline(points);
             std::atomic<int> wrong{0};
-            runTogether([&](int) {
+            test::runTogether(4, [&](int) {
                 for (Vector3 const& q : queries) {
                     sinew::PolylineHit const hit = sinew::closestPoint(polyline, q);
                     sinew::PolylineHit const expected = oracle.project(q);
@@ -62,7 +42,7 @@ TEST(PolylineProjectorThreads, CopiesMayBeMadeAndDestroyedDuringQueries)
         Vector3 const q = random.point();
         int const expected = reference::Projector(points).project(q).segment;
         std::atomic<int> wrong{0};
-        runTogether([&](int thread) {
+        test::runTogether(4, [&](int thread) {
             for (int i = 0; i < 20; ++i) {
                 if (thread % 2 == 0) {
                     PolylineProjector copy(polyline);
