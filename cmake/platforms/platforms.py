@@ -160,7 +160,7 @@ def build(platform, math, target, jobs):
     log = folder / "build.log"
     log.unlink(missing_ok=True)
     configure = ["cmake", "-S", ROOT, "-B", folder, "-G", "Ninja", *configure_options(platform, math, target)]
-    make = ["cmake", "--build", folder, "--parallel", str(jobs), "--target", target]
+    make = ["cmake", "--build", folder, "--parallel", str(jobs), "--target", target, "--", "-k", "0"]
     env = environment(platform)
     if run(configure, log, env=env) or run(make, log, env=env):
         print("".join(open(log, encoding="utf-8", errors="replace").readlines()[-20:]), file=sys.stderr)

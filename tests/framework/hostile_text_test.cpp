@@ -20,8 +20,6 @@ using gallery::refusal;
 
 namespace {
 
-constexpr std::size_t kSmallStack = 256 * 1024;
-
 // The documented limit of what reading a text of `size` bytes may allocate.
 constexpr long long allocationLimit(std::size_t size)
 {
@@ -98,6 +96,7 @@ void onSmallStack(std::function<void()> const& action)
 #if defined(__EMSCRIPTEN__)
     action(); // there are no threads, but the stack of a program has a fixed size, of 1 MiB in these tests
 #else
+    constexpr std::size_t kSmallStack = 256 * 1024;
     ASSERT_TRUE(test::runWithStack(kSmallStack, action));
 #endif
 }
