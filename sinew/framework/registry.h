@@ -30,17 +30,21 @@ SINEW_API void NamedObject_log(std::string const& action, std::string const& typ
 
 namespace sinew {
 
-/// Installs the function that receives the log of the registries. Null restores the default: the log is discarded.
+/// Installs the function that receives the log of the registries. Null restores the default: the log is discarded, and
+/// nothing is allocated for it. Never throws.
 ///
-/// The sink must not throw: removals call it from destructors.
+/// The sink may throw, for example because memory has run out. A registration then fails with this exception and leaves
+/// no entry. A removal is complete before it is logged, and ignores the exception, because destructors call it.
 SINEW_API void setRegistryLogSink(void (*sink)(std::string const& action, std::string const& type,
                                                std::string const& name));
 
 namespace detail {
 
-/// Adds an entry to the registry of `type`, which is created if there is none. An exception leaves no entry.
+/// Adds an entry to the registry of `type`, which is created if there is none. Strong guarantee: an exception of an
+/// allocation or of the log's sink leaves no entry.
 SINEW_API void registerNamed(char const* type, std::string const& name, void* object);
-/// Removes the entry that `registerNamed` added with the same arguments. Allocates nothing.
+/// Removes the entry that `registerNamed` added with the same arguments. Never throws; allocates nothing, except for
+/// the log if a sink is installed.
 SINEW_API void unregisterNamed(char const* type, std::string const& name, void* object) noexcept;
 /// The object of the latest entry with this name that has not been removed, or null.
 SINEW_API void* findNamed(char const* type, std::string const& name);
@@ -81,7 +85,7 @@ public:
     std::string const& registeredName() const { return name_; }
 
 protected:
-    /// Registers the object. An object whose registration runs out of memory is not registered.
+    /// Registers the object. Strong guarantee: an object whose registration runs out of memory is not registered.
     explicit NamedObject(std::string const& name) : name_(name)
     {
         sinew::detail::registerNamed(typeid(T).name(), name_, this);
