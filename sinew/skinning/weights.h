@@ -19,8 +19,9 @@ enum class WeightFault
     listMissing,
     /// The list of this vertex is empty, so no bone moves the vertex. `indices` holds the vertex; `value` is 0.
     noInfluence,
-    /// A bone index names no bone. A negative index means the identity where only a position is computed; it must not
-    /// occur where normals are computed. `indices` holds the vertex and the bone index, `value` the number of bones.
+    /// A bone index names no bone. A negative index means the identity where only a position is computed. In all other
+    /// cases the deforming operations leave the influence out. `indices` holds the vertex and the bone index, `value`
+    /// the number of bones.
     boneOutOfRange,
     /// A weight is NaN or infinite. `indices` holds the vertex and the bone index, `value` the weight.
     notFinite,
