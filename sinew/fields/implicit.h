@@ -38,6 +38,13 @@ public:
     /// is dense: about 2 n^3 operations and 8 n^2 bytes (`sinew::estimateCost`).
     SINEW_API explicit Implicit(std::vector<std::pair<Vector3, double>> const& pointsWithValues);
 
+    Implicit(Implicit const&) = default;
+    Implicit(Implicit&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the function is unchanged.
+    Implicit& operator=(Implicit const& other) { return *this = Implicit(other); }
+    Implicit& operator=(Implicit&&) noexcept = default;
+    ~Implicit() = default;
+
     /// f(p). At a centre it is the value given there, to rounding. A NaN coordinate gives NaN. Cost: one square root
     /// for each centre; no allocation.
     ///

@@ -64,6 +64,14 @@ public:
     /// Copies the vertices and sums the arc lengths. Any number of vertices is allowed. Linear cost.
     SINEW_API PolylineProjector(std::vector<Vector3> const& vertices);
 
+    PolylineProjector(PolylineProjector const&) = default;
+    PolylineProjector(PolylineProjector&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the projector is unchanged. Member by member, its vertices could end
+    /// up without their arc lengths.
+    PolylineProjector& operator=(PolylineProjector const& other) { return *this = PolylineProjector(other); }
+    PolylineProjector& operator=(PolylineProjector&&) noexcept = default;
+    ~PolylineProjector() = default;
+
     /// Finds the point of the polyline that is nearest to `q` and stores it in `segment`, `t` and `point`, where
     /// point = points[segment] + t * (points[segment + 1] - points[segment]).
     ///

@@ -154,6 +154,9 @@ class SINEW_API Field : public smart_base
 public:
     /// @param name  the name of the field's tag. It must be an XML name; writing the field checks this.
     explicit Field(std::string const& name);
+    Field(Field const&);
+    /// Strong guarantee: if an allocation fails, the field is unchanged.
+    Field& operator=(Field const& other);
     ~Field() override;
 
     std::string const& name() const { return name_; }
@@ -209,7 +212,15 @@ private:
 class SINEW_API ClassDescBase
 {
 public:
-    /// Adds a field at the end. A null pointer adds nothing: a base class without fields returns one.
+    ClassDescBase() = default;
+    ClassDescBase(ClassDescBase const&) = default;
+    ClassDescBase(ClassDescBase&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the list is unchanged.
+    ClassDescBase& operator=(ClassDescBase const& other) { return *this = ClassDescBase(other); }
+    ClassDescBase& operator=(ClassDescBase&&) noexcept = default;
+    ~ClassDescBase() = default;
+
+    /// Adds a field at the end. A null pointer adds nothing: a base class without fields returns one. Strong guarantee.
     void add(smart_ptr<Field> field);
 
     std::vector<smart_ptr<Field>> const& fields() const { return fields_; }
@@ -239,6 +250,9 @@ class SINEW_API CompositeField : public Field
 {
 public:
     CompositeField(std::string const& name, ClassDesc const& description);
+    CompositeField(CompositeField const&);
+    /// Strong guarantee: if an allocation fails, the field is unchanged.
+    CompositeField& operator=(CompositeField const& other);
     ~CompositeField() override;
 
     /// Writes one element with a child for each field; one empty tag if there are no fields.

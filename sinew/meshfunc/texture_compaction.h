@@ -42,6 +42,13 @@ public:
     /// Cost: linear in texels; about four and a quarter bytes a texel.
     SINEW_API EmptyRectTester(std::vector<bool> const& usedMask, int width_, int height_);
 
+    EmptyRectTester(EmptyRectTester const&) = default;
+    EmptyRectTester(EmptyRectTester&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the tester is unchanged.
+    EmptyRectTester& operator=(EmptyRectTester const& other) { return *this = EmptyRectTester(other); }
+    EmptyRectTester& operator=(EmptyRectTester&&) noexcept = default;
+    ~EmptyRectTester() = default;
+
     /// Whether no used texel lies in the rectangle or in the margin of one texel around it.
     ///
     /// Because of the margin, filtering at the edge of a kept area never reads a texel that was dropped.
@@ -90,6 +97,13 @@ public:
     /// an int holds it.
     /// Cost: one word for 64 texels outside the box.
     SINEW_API TextureOptimizer(std::vector<bool> const& usedMask, int width_, int height_);
+
+    TextureOptimizer(TextureOptimizer const&) = default;
+    TextureOptimizer(TextureOptimizer&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the optimizer is unchanged.
+    TextureOptimizer& operator=(TextureOptimizer const& other) { return *this = TextureOptimizer(other); }
+    TextureOptimizer& operator=(TextureOptimizer&&) noexcept = default;
+    ~TextureOptimizer() = default;
 
     /// Maps normalised coordinates in the old texture to normalised coordinates in the new one.
     ///

@@ -20,6 +20,10 @@ public:
     /// For each vertex the list of its influences, as pairs of bone index and weight.
     std::vector<std::vector<std::pair<int, double>>> influences;
 
+    BoneWeightTable();
+    BoneWeightTable(BoneWeightTable const&);
+    /// Strong guarantee: if an allocation fails, the table is unchanged.
+    BoneWeightTable& operator=(BoneWeightTable const& other);
     ~BoneWeightTable() override;
 };
 

@@ -17,7 +17,8 @@ public:
 
     GeometryData();
     GeometryData(GeometryData const&);
-    GeometryData& operator=(GeometryData const&);
+    /// Strong guarantee: if an allocation fails, the points are unchanged.
+    GeometryData& operator=(GeometryData const& other);
     ~GeometryData() override;
 };
 
@@ -32,6 +33,7 @@ public:
 
     SurfaceGeometryData();
     SurfaceGeometryData(SurfaceGeometryData const&);
-    SurfaceGeometryData& operator=(SurfaceGeometryData const&);
+    /// Strong guarantee: if an allocation fails, the surface is unchanged.
+    SurfaceGeometryData& operator=(SurfaceGeometryData const& other);
     ~SurfaceGeometryData() override;
 };

@@ -31,6 +31,15 @@ public:
     /// For each index in the caller's numbering its position in the elimination order.
     std::vector<int> perm;
 
+    /// The empty factor.
+    LLTMatrix() = default;
+    LLTMatrix(LLTMatrix const&) = default;
+    LLTMatrix(LLTMatrix&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the factor is unchanged.
+    LLTMatrix& operator=(LLTMatrix const& other) { return *this = LLTMatrix(other); }
+    LLTMatrix& operator=(LLTMatrix&&) noexcept = default;
+    ~LLTMatrix() = default;
+
     /// Sets `Mt` to the transpose of `rows`. Call it after `rows` has been edited.
     ///
     /// Columns must be in [0, rows.size()). Linear in the number of entries. Each list of `Mt` is allocated once, at

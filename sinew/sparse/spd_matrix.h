@@ -27,6 +27,15 @@ public:
     /// A matrix that breaks these rules is called malformed.
     std::vector<std::vector<std::pair<int, double>>> rows;
 
+    /// The matrix without rows.
+    SPDMatrix() = default;
+    SPDMatrix(SPDMatrix const&) = default;
+    SPDMatrix(SPDMatrix&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the matrix is unchanged.
+    SPDMatrix& operator=(SPDMatrix const& other) { return *this = SPDMatrix(other); }
+    SPDMatrix& operator=(SPDMatrix&&) noexcept = default;
+    ~SPDMatrix() = default;
+
     /// The minimum-degree ordering: for each row its position in the elimination order.
     ///
     /// Each step eliminates the node with the fewest neighbours in the elimination graph. Among equal degrees it
