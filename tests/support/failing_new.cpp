@@ -13,15 +13,22 @@ namespace {
 
 // Number of allocations that still succeed. Negative: all succeed.
 long allocationsLeft = -1;
+test::Failing mode = test::Failing::all;
+bool failed = false;
 
 std::atomic<long long> bytesSoFar{0};
 std::atomic<long long> countSoFar{0};
+std::atomic<long long> liveNow{0};
 
 void count(std::size_t size)
 {
     bytesSoFar += static_cast<long long>(size);
     ++countSoFar;
-    if (allocationsLeft == 0) throw std::bad_alloc();
+    if (allocationsLeft == 0) {
+        failed = true;
+        if (mode == test::Failing::onlyNext) allocationsLeft = -1;
+        throw std::bad_alloc();
+    }
     if (allocationsLeft > 0) --allocationsLeft;
 }
 
@@ -46,18 +53,31 @@ void freeAligned(void* memory)
 void* orThrow(void* memory)
 {
     if (!memory) throw std::bad_alloc();
+    ++liveNow;
     return memory;
+}
+
+void countRelease(void const* memory)
+{
+    if (memory) --liveNow;
 }
 
 } // namespace
 
-test::FailingNew::FailingNew(long allowed)
+test::FailingNew::FailingNew(long allowed, Failing failing)
 {
+    mode = failing;
+    failed = false;
     allocationsLeft = allowed;
 }
 test::FailingNew::~FailingNew()
 {
     allocationsLeft = -1;
+}
+
+bool test::FailingNew::hasFailed() const
+{
+    return failed;
 }
 
 long long test::allocatedBytes()
@@ -67,6 +87,10 @@ long long test::allocatedBytes()
 long long test::allocationCount()
 {
     return countSoFar;
+}
+long long test::liveAllocations()
+{
+    return liveNow;
 }
 
 // All other forms of new and delete call these.
@@ -83,17 +107,21 @@ void* operator new(std::size_t size, std::align_val_t alignment)
 }
 void operator delete(void* memory) noexcept
 {
+    countRelease(memory);
     std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept
 {
+    countRelease(memory);
     std::free(memory);
 }
 void operator delete(void* memory, std::align_val_t) noexcept
 {
+    countRelease(memory);
     freeAligned(memory);
 }
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept
 {
+    countRelease(memory);
     freeAligned(memory);
 }
