@@ -45,7 +45,8 @@ public:
     ///
     /// Cost: linear in the number of points. Memory: less than 12 kB for a set with extent along all three axes. A set
     /// without extent along an axis has no cells there before the border is added, so the limit of 10000 does not apply
-    /// to it; its cells are enlarged only until there are at most 2^31 - 1 of them, which take 256 MB.
+    /// to it; its cells are enlarged only until there are at most 2^31 - 1 of them, which take 256 MB. Strong
+    /// guarantee.
     SINEW_API ProximityTester(std::vector<Vector3> const& points, double radius);
 
     ProximityTester(ProximityTester const&) = default;

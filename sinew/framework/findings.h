@@ -48,7 +48,7 @@ struct Diagnosis
     ~Diagnosis() = default;
 
     /// The sentences of all findings in their order, each followed by "\n". Empty if there are no findings. Cost:
-    /// linear in the length of the text.
+    /// linear in the length of the text. Strong guarantee.
     std::string text() const
     {
         std::string lines;

@@ -71,14 +71,14 @@ public:
     NamedObject(NamedObject const&) = delete;
     NamedObject& operator=(NamedObject const&) = delete;
 
-    /// The object that is registered under `name`, or null. Cost: logarithmic in the number of entries.
+    /// The object that is registered under `name`, or null. Cost: logarithmic in the number of entries. Never throws.
     static T find(std::string const& name)
     {
         void* const found = sinew::detail::findNamed(typeid(T).name(), name);
         return static_cast<T>(static_cast<NamedObject*>(found));
     }
 
-    /// The names in the registry, each once, in ascending order of their bytes.
+    /// The names in the registry, each once, in ascending order of their bytes. Strong guarantee.
     static std::vector<std::string> names() { return sinew::detail::listNamed(typeid(T).name()); }
 
     /// The name under which this object is registered.
@@ -100,7 +100,8 @@ private:
 class SINEW_API FactoryByName : public NamedObject<FactoryByName*>
 {
 public:
-    /// A new empty object, never null. The caller owns it. Exceptions of its constructor pass through.
+    /// A new empty object, never null. The caller owns it. Exceptions of its constructor pass through. Strong
+    /// guarantee.
     virtual Serializable* createObject() const = 0;
 
 protected:
@@ -114,7 +115,8 @@ protected:
 class SINEW_API FactoryByTypeID : public NamedObject<FactoryByTypeID*>
 {
 public:
-    /// A new empty object, never null. The caller owns it. Exceptions of its constructor pass through.
+    /// A new empty object, never null. The caller owns it. Exceptions of its constructor pass through. Strong
+    /// guarantee.
     virtual Serializable* createObject() const = 0;
 
 protected:
@@ -153,7 +155,7 @@ protected:
 };
 
 /// Registers the persistent class `T` under a name, and under its run-time type name. Define one as a static object in
-/// the source file of the class.
+/// the source file of the class. Strong guarantee: if an allocation fails, the class is in neither registry.
 template <typename T>
 class SerializableFactory : public Factory<Serializable, T>
 {

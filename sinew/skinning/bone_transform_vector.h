@@ -35,7 +35,8 @@ public:
     /// out.
     ///
     /// Without a weight table or without influences the result is the placed vertex. Weights are not normalised:
-    /// weights that sum to 2 double the position. `data` and its geometry must not be null. Linear in the influences.
+    /// weights that sum to 2 double the position. `data` and its geometry must not be null. Linear in the influences,
+    /// no allocation.
     /// Source: N. Magnenat-Thalmann, R. Laperrière, D. Thalmann, Joint-dependent local deformations for hand animation
     /// and object grasping, Graphics Interface 1988.
     Vector3 getTransformed(int vertex, smart_ptr<BaseDisplayData const> data) const;

@@ -22,7 +22,8 @@ public:
     ~GeometryData() override;
 };
 
-/// A triangulated surface. Copying and assigning copy the three vectors but not the reference count.
+/// A triangulated surface. Copying and assigning copy the three vectors but not the reference count. Memory: 24 bytes a
+/// position, 24 a normal, 4 an index.
 class SINEW_API SurfaceGeometryData : public GeometryData
 {
 public:

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <new>
 
-#if defined(_WIN32)
+#if defined(_WIN32) || defined(__GLIBC__)
 #include <malloc.h>
 #endif
 
@@ -19,6 +19,16 @@ bool failed = false;
 std::atomic<long long> bytesSoFar{0};
 std::atomic<long long> countSoFar{0};
 std::atomic<long long> liveNow{0};
+std::atomic<long long> liveBytesNow{0};
+
+long long sizeOf([[maybe_unused]] void* memory)
+{
+#if defined(__GLIBC__)
+    return static_cast<long long>(malloc_usable_size(memory));
+#else
+    return 0;
+#endif
+}
 
 void count(std::size_t size)
 {
@@ -54,12 +64,15 @@ void* orThrow(void* memory)
 {
     if (!memory) throw std::bad_alloc();
     ++liveNow;
+    liveBytesNow += sizeOf(memory);
     return memory;
 }
 
-void countRelease(void const* memory)
+void countRelease(void* memory)
 {
-    if (memory) --liveNow;
+    if (!memory) return;
+    --liveNow;
+    liveBytesNow -= sizeOf(memory);
 }
 
 } // namespace
@@ -87,6 +100,14 @@ long long test::allocatedBytes()
 long long test::allocationCount()
 {
     return countSoFar;
+}
+long long test::liveBytes()
+{
+#if defined(__GLIBC__)
+    return liveBytesNow;
+#else
+    return -1;
+#endif
 }
 long long test::liveAllocations()
 {

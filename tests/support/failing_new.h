@@ -29,6 +29,9 @@ long long allocatedBytes();
 /// The number of allocations so far.
 long long allocationCount();
 
+/// The bytes of all allocations that have not been released, as the allocator rounds them; -1 where it does not tell.
+long long liveBytes();
+
 /// The number of allocations that have not been released, of this program and the libraries that use its operator new.
 long long liveAllocations();
 
