@@ -72,7 +72,7 @@ private:
     difference_type stride_ = 1;
 };
 
-/// A matrix of `rows` x `columns` entries of a number type.
+/// A matrix of `rows` x `columns` entries of a number type. Memory: that of the entries.
 template <typename T>
 class matrix
 {
@@ -85,7 +85,7 @@ public:
     matrix() = default;
 
     /// The matrix whose entries are all zero. If a size is negative, the matrix is empty (0 x 0). Throws std::bad_alloc
-    /// if no vector can have as many entries.
+    /// if no vector can have as many entries, or if there is not enough memory.
     matrix(int rowCount, int columnCount)
     {
         if (rowCount < 0 || columnCount < 0) return;
@@ -97,11 +97,19 @@ public:
         entries.assign(static_cast<std::size_t>(size), T(0));
     }
 
+    matrix(matrix const&) = default;
+    matrix(matrix&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the matrix is unchanged.
+    matrix& operator=(matrix const& other) { return *this = matrix(other); }
+    matrix& operator=(matrix&&) noexcept = default;
+    ~matrix() = default;
+
     /// The entry in row i and column j, counted from 0. The indices are not checked.
     T& operator()(int i, int j) { return entries[index(i, j)]; }
     T const& operator()(int i, int j) const { return entries[index(i, j)]; }
 
     /// Whether `entries` has `rows` * `columns` elements and neither number is negative. Callers may change all three.
+    /// Without columns (or rows) the other number is not bounded by the entries.
     bool isConsistent() const
     {
         return rows >= 0 && columns >= 0 &&
@@ -205,7 +213,7 @@ matrix<T> inverseByElimination(matrix<T> work)
 /// matrix gives large, inaccurate entries. NaN and infinities propagate by IEEE arithmetic.
 ///
 /// Of entries with equal magnitudes the topmost becomes the pivot. Cost: about 2 n^3 products and as many sums, and the
-/// memory of two more matrices.
+/// memory of two more matrices. Strong guarantee.
 ///
 /// Source: W. Jordan, Handbuch der Vermessungskunde, third edition, 1888; with partial pivoting as in G. H. Golub and
 /// C. F. Van Loan, Matrix Computations, section 3.4.
@@ -218,7 +226,7 @@ matrix<T> operator!(matrix<T> const& m)
 
 /// The inverse of a square matrix of doubles. The result has the bits of the general template. From a few dozen rows
 /// on, this function is several times faster. Memory: that of one more matrix, or of two if the matrix is singular or
-/// not finite.
+/// not finite. Strong guarantee.
 template <>
 SINEW_API matrix<double> operator!(matrix<double> const& m);
 
@@ -227,10 +235,15 @@ SINEW_API matrix<double> operator!(matrix<double> const& m);
 ///
 /// The result is empty if the vector's size is not the number of columns or the matrix is not consistent; a matrix
 /// without columns gives zeros.
+///
+/// Allocates only the result, which has one element for each row. **A matrix without columns has no entries and yet any
+/// number of rows**: it is consistent, and 2^31 - 1 rows of doubles need 16 GB here. Strong guarantee: throws
+/// std::bad_alloc if there is not as much memory.
 template <typename T>
 std::vector<T> operator*(matrix<T> const& m, std::vector<T> const& v)
 {
     if (!m.isConsistent() || v.size() != static_cast<std::size_t>(m.columns)) return {};
+    if (static_cast<std::size_t>(m.rows) > PTRDIFF_MAX / sizeof(T)) throw std::bad_alloc();
     std::vector<T> result(static_cast<std::size_t>(m.rows), T(0));
     for (int i = 0; i < m.rows && m.columns > 0; ++i) {
         T sum = m(i, 0) * v[0];

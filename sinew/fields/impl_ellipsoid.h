@@ -59,6 +59,7 @@ public:
     SINEW_API bool evaluate(Vector3 const& p, double* value, Vector3* gradient, Matrix3* hessian) const;
 
     /// A new ellipsoid whose semi-axes are longer by `distance`, or shorter if it is negative. The caller owns it.
+    /// Strong guarantee.
     ///
     /// Eigenvalues of the shape below 1e-06, or NaN, count as 1e-06: semi-axes beyond 1000 count as 1000. If a
     /// semi-axis plus `distance` is negative, its magnitude becomes the semi-axis; if it is zero, the shape is not

@@ -35,14 +35,16 @@ struct PolylineHit
 
 /// The result that `PolylineProjector::project` would store for the query `q`.
 ///
-/// Where `project` stores nothing, the `segment` of the result is -1. Any number of threads may call this function at
-/// the same time on one projector, as long as none changes it.
+/// Where `project` stores nothing, the `segment` of the result is -1. Strong guarantee: if the index that the first
+/// query builds does not fit into memory, std::bad_alloc is thrown, and a later query tries again. Any number of
+/// threads may call this function at the same time on one projector, as long as none changes it.
 SINEW_API PolylineHit closestPoint(PolylineProjector const& polyline, Vector3 const& q);
 
 /// `closestPoint` for `count` points: hits[i] is the result for queries[i], with the same bits.
 ///
 /// Both arrays have `count` elements and must not overlap; they may be null if `count` is 0. It is faster than single
 /// calls if consecutive queries are near each other. Several threads may call it as they may call `closestPoint`.
+/// Strong guarantee: no hit is written before the index exists.
 SINEW_API void projectMany(PolylineProjector const& polyline, Vector3 const* queries, std::size_t count,
                            PolylineHit* hits);
 
@@ -61,8 +63,17 @@ public:
     int segment = -1; ///< of the last projection: the first vertex of its segment; -1 before the first one
     Vector3 point;    ///< of the last projection: the nearest point
 
-    /// Copies the vertices and sums the arc lengths. Any number of vertices is allowed. Linear cost.
+    /// Copies the vertices and sums the arc lengths. Any number of vertices is allowed. Linear cost, 32 bytes a vertex.
+    /// Strong guarantee.
     SINEW_API PolylineProjector(std::vector<Vector3> const& vertices);
+
+    PolylineProjector(PolylineProjector const&) = default;
+    PolylineProjector(PolylineProjector&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the projector is unchanged. Member by member, its vertices could end
+    /// up without their arc lengths.
+    PolylineProjector& operator=(PolylineProjector const& other) { return *this = PolylineProjector(other); }
+    PolylineProjector& operator=(PolylineProjector&&) noexcept = default;
+    ~PolylineProjector() = default;
 
     /// Finds the point of the polyline that is nearest to `q` and stores it in `segment`, `t` and `point`, where
     /// point = points[segment] + t * (points[segment + 1] - points[segment]).
@@ -84,9 +95,9 @@ public:
     /// not limited, and a NaN query gives segment 0 with NaN for t and for the point.
     ///
     /// Cost: linear below 20 vertices, close to logarithmic from there on for points near the curve. From 20 vertices
-    /// on the first projection also takes linear time and about 40 bytes a vertex for an index, which copies of the
-    /// projector share. Several threads may make the first projection at the same time through `sinew::closestPoint`;
-    /// `project` itself requires exclusive access.
+    /// on the first projection also takes linear time and about 44 bytes a vertex for an index, which copies of the
+    /// projector share. Strong guarantee: without memory for it, nothing is stored. Several threads may make the first
+    /// projection at the same time through `sinew::closestPoint`; `project` itself requires exclusive access.
     SINEW_API void project(Vector3 const& q);
 
 private:

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 
 #include <sinew/detail/as_index.h>
@@ -63,8 +65,11 @@ void chooseCells(Range const ranges[3], double size[3], int count[3])
     }
 }
 
-// Index of the bit of the cell that contains p, or -1 if p is outside the grid or NaN.
-int cellIndex(ProximityTester const& grid, Vector3 const& p)
+constexpr std::uint64_t kOutside = std::numeric_limits<std::uint64_t>::max(); // no bit
+
+// Index of the bit of the cell that contains p, or kOutside if p is outside the grid or NaN. If a host has changed
+// `cellCount`, the index can be any number, modulo 2^64.
+std::uint64_t cellIndex(ProximityTester const& grid, Vector3 const& p)
 {
     Vector3 const d = p - grid.origin;
     double along[3];
@@ -77,11 +82,14 @@ int cellIndex(ProximityTester const& grid, Vector3 const& p)
         // All six comparisons without branches, since a processor cannot predict whether a point is in the grid.
         isInside = isInside & (along[a] >= 0) & (along[a] < grid.cellCount[a]);
     }
-    if (!isInside) return -1;
-    int const i = static_cast<int>(along[0]);
-    int const j = static_cast<int>(along[1]);
-    int const k = static_cast<int>(along[2]);
-    return i + grid.cellCount[0] * (j + grid.cellCount[1] * k);
+    if (!isInside) return kOutside;
+    auto const i = static_cast<std::uint64_t>(static_cast<int>(along[0]));
+    auto const j = static_cast<std::uint64_t>(static_cast<int>(along[1]));
+    auto const k = static_cast<std::uint64_t>(static_cast<int>(along[2]));
+    // Unsigned, because the counts of a host may overflow. A point is inside only if all three are positive.
+    auto const columns = static_cast<std::uint64_t>(grid.cellCount[0]);
+    auto const rows = static_cast<std::uint64_t>(grid.cellCount[1]);
+    return i + columns * (j + rows * k);
 }
 
 // Marks the neighbours of the listed cells: all cells whose indices differ by at most 1 along each axis.
@@ -108,10 +116,10 @@ void dilate(ProximityTester& grid, std::vector<int> const& cells)
 bool markCells(ProximityTester& grid, std::vector<Vector3> const& points, std::vector<int>& marked)
 {
     for (Vector3 const& p : points) {
-        int const cell = cellIndex(grid, p);
-        if (cell < 0) return false;
-        std::vector<bool>::reference bit = grid.occupied[asIndex(cell)];
-        if (!bit) marked.push_back(cell);
+        std::uint64_t const cell = cellIndex(grid, p);
+        if (cell == kOutside) return false;
+        std::vector<bool>::reference bit = grid.occupied[static_cast<std::size_t>(cell)];
+        if (!bit) marked.push_back(static_cast<int>(cell));
         bit = true;
     }
     return true;
@@ -142,8 +150,9 @@ ProximityTester::ProximityTester(std::vector<Vector3> const& points, double radi
 
 bool ProximityTester::test(Vector3 const& p) const
 {
-    int const cell = cellIndex(*this, p);
-    return cell >= 0 && occupied[asIndex(cell)];
+    std::uint64_t const cell = cellIndex(*this, p);
+    // Also false for kOutside. The fields are public, so the counts need not match the bits.
+    return cell < occupied.size() && occupied[static_cast<std::size_t>(cell)];
 }
 
 namespace sinew {

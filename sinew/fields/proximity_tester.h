@@ -45,12 +45,22 @@ public:
     ///
     /// Cost: linear in the number of points. Memory: less than 12 kB for a set with extent along all three axes. A set
     /// without extent along an axis has no cells there before the border is added, so the limit of 10000 does not apply
-    /// to it; its cells are enlarged only until there are at most 2^31 - 1 of them, which take 256 MB.
+    /// to it; its cells are enlarged only until there are at most 2^31 - 1 of them, which take 256 MB. Strong
+    /// guarantee.
     SINEW_API ProximityTester(std::vector<Vector3> const& points, double radius);
+
+    ProximityTester(ProximityTester const&) = default;
+    ProximityTester(ProximityTester&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the tester is unchanged.
+    ProximityTester& operator=(ProximityTester const& other) { return *this = ProximityTester(other); }
+    ProximityTester& operator=(ProximityTester&&) noexcept = default;
+    ~ProximityTester() = default;
 
     /// Whether the cell that contains `p` is in the grid and marked. False outside the grid and for NaN.
     ///
-    /// The lower faces of a cell belong to it, the upper faces to the next cell. Constant cost, no allocation.
+    /// The lower faces of a cell belong to it, the upper faces to the next cell. Constant cost, no allocation, never
+    /// throws. If the fields contradict each other, because a host has changed them or the object was moved from, the
+    /// results have no meaning, but nothing is read beyond the end of `occupied`.
     SINEW_API bool test(Vector3 const& p) const;
 };
 

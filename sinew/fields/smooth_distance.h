@@ -96,7 +96,7 @@ SINEW_API void updateSmoothDist(double d, Vector3 const& x, Vector3 const& y, do
 /// the derivatives are NaN. An infinite coordinate of `q` gives the start and NaN derivatives. A NaN `h` gives NaN.
 ///
 /// Linear cost in the number of vertices, which includes the copy of the polyline. For many points use
-/// `sinew::smoothDistMany`.
+/// `sinew::smoothDistMany`. Strong guarantee: if an allocation fails, no output is written.
 SINEW_API void smoothDistToPolyline(std::vector<Vector3> polyline, Vector3 const& q, double h, double* dist,
                                     Vector3* grad, Matrix3* hess);
 
@@ -105,7 +105,8 @@ namespace sinew {
 /// `smoothDistToPolyline` at `count` points, with the same bits, without copying the polyline for each point.
 ///
 /// The arrays have `count` elements. `dists`, `grads` and `hessians` may be null and must not overlap `queries`. With
-/// fewer than two vertices nothing is written.
+/// fewer than two vertices nothing is written. Basic guarantee: if an allocation fails, the outputs of the first points
+/// may have been written.
 SINEW_API void smoothDistMany(std::vector<Vector3> const& polyline, Vector3 const* queries, std::size_t count, double h,
                               double* dists, Vector3* grads, Matrix3* hessians);
 

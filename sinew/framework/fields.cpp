@@ -7,6 +7,7 @@
 #include <string_view>
 #include <system_error>
 #include <type_traits>
+#include <utility>
 
 #include <sinew/detail/number_reader.h>
 #include <sinew/detail/number_writer.h>
@@ -166,7 +167,14 @@ Serializable::~Serializable() = default;
 
 Field::Field(std::string const& name) : name_(name) {}
 
+Field::Field(Field const&) = default;
 Field::~Field() = default;
+
+Field& Field::operator=(Field const& other)
+{
+    name_ = std::string(other.name_);
+    return *this;
+}
 
 void ClassDescBase::add(smart_ptr<Field> field)
 {
@@ -178,7 +186,16 @@ CompositeField::CompositeField(std::string const& name, ClassDesc const& descrip
 {
 }
 
+CompositeField::CompositeField(CompositeField const&) = default;
 CompositeField::~CompositeField() = default;
+
+CompositeField& CompositeField::operator=(CompositeField const& other)
+{
+    ClassDesc copy(other.description_); // before the name changes
+    Field::operator=(other);
+    description_ = std::move(copy);
+    return *this;
+}
 
 void CompositeField::save(Serializable& object, OutTag& tag)
 {

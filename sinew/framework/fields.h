@@ -33,7 +33,7 @@
 ///
 /// The first rule that fits is applied: the ending "ies" becomes "y"; "ses", "xes", "ches" and "shes" lose "es"; "s" is
 /// dropped unless another "s" precedes it. A rule fits only if at least one character precedes the ending: "ies" alone
-/// gives "ie" and "s" gives "s".
+/// gives "ie" and "s" gives "s". Strong guarantee.
 SINEW_API std::string getSingularName(std::string const& name);
 
 /// How a value without fields is written into a tag and read from it.
@@ -62,7 +62,7 @@ public:
     /// Writes the whole element: `tag` has not been opened yet.
     SINEW_API static void save(T const& value, OutTag& tag);
     /// Reads the content of `tag`. Text that is not such a value, or is out of its range, is a
-    /// `Serializable::LoadFail`; `value` is left unchanged then.
+    /// `Serializable::LoadFail`. Strong guarantee: `value` is left unchanged if anything is thrown.
     SINEW_API static void load(T& value, InTag& tag);
 };
 
@@ -127,8 +127,8 @@ public:
         tag.writeCloseTag(true);
     }
 
-    /// Replaces the contents of `sequence`. A child with another name is a `Serializable::LoadFail`; `sequence` then
-    /// holds the elements that precede it.
+    /// Replaces the contents of `sequence`. A child with another name is a `Serializable::LoadFail`. Basic guarantee:
+    /// if anything is thrown, `sequence` holds the elements that precede it.
     static void load(std::vector<T>& sequence, InTag& tag)
     {
         sequence.clear();
@@ -149,11 +149,17 @@ public:
 };
 
 /// One named part of the description of a class.
+///
+/// If an allocation fails, constructing or copying a field leaves nothing behind. `save` and `load` have the guarantees
+/// of `sinew::writeDocument` and `sinew::readDocument`.
 class SINEW_API Field : public smart_base
 {
 public:
     /// @param name  the name of the field's tag. It must be an XML name; writing the field checks this.
     explicit Field(std::string const& name);
+    Field(Field const&);
+    /// Strong guarantee: if an allocation fails, the field is unchanged.
+    Field& operator=(Field const& other);
     ~Field() override;
 
     std::string const& name() const { return name_; }
@@ -209,7 +215,15 @@ private:
 class SINEW_API ClassDescBase
 {
 public:
-    /// Adds a field at the end. A null pointer adds nothing: a base class without fields returns one.
+    ClassDescBase() = default;
+    ClassDescBase(ClassDescBase const&) = default;
+    ClassDescBase(ClassDescBase&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the list is unchanged.
+    ClassDescBase& operator=(ClassDescBase const& other) { return *this = ClassDescBase(other); }
+    ClassDescBase& operator=(ClassDescBase&&) noexcept = default;
+    ~ClassDescBase() = default;
+
+    /// Adds a field at the end. A null pointer adds nothing: a base class without fields returns one. Strong guarantee.
     void add(smart_ptr<Field> field);
 
     std::vector<smart_ptr<Field>> const& fields() const { return fields_; }
@@ -225,7 +239,7 @@ class ClassDesc : public ClassDescBase
 public:
     using ClassDescBase::add;
 
-    /// Adds a member of the class `C` under a name, which must be an XML name.
+    /// Adds a member of the class `C` under a name, which must be an XML name. Strong guarantee.
     template <typename C, typename T>
     void add(std::string const& name, T C::*member)
     {
@@ -239,6 +253,9 @@ class SINEW_API CompositeField : public Field
 {
 public:
     CompositeField(std::string const& name, ClassDesc const& description);
+    CompositeField(CompositeField const&);
+    /// Strong guarantee: if an allocation fails, the field is unchanged.
+    CompositeField& operator=(CompositeField const& other);
     ~CompositeField() override;
 
     /// Writes one element with a child for each field; one empty tag if there are no fields.

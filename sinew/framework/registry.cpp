@@ -25,6 +25,20 @@ Registries& registries()
 
 void (*logSink)(std::string const&, std::string const&, std::string const&) = nullptr;
 
+// Adds the entry to the registry and logs it. If the log throws, the entry is removed again: its object's constructor
+// is about to fail.
+void addEntry(std::string const& typeName, Registry& registry, std::string const& name, void* object)
+{
+    auto const entry = registry.emplace(name, object);
+    try {
+        // Without a sink no string is made, since making one may allocate.
+        if (logSink) NamedObject_log("   new", typeName, name);
+    } catch (...) {
+        registry.erase(entry);
+        throw;
+    }
+}
+
 } // namespace
 
 void NamedObject_log(std::string const& action, std::string const& type, std::string const& name)
@@ -43,13 +57,20 @@ namespace detail {
 
 void registerNamed(char const* type, std::string const& name, void* object)
 {
-    // The log gets the type name that the registry holds: converting `type` to a string would allocate once more. An
-    // allocation that failed after `emplace` would leave the entry of an object whose constructor has thrown.
-    auto const [registry, created] = registries().try_emplace(type);
-    std::string const& typeName = registry->first;
-    if (created) NamedObject_log("registry", typeName, "NamedObject<" + typeName + "> instantiating registry");
-    registry->second.emplace(name, object);
-    NamedObject_log("   new", typeName, name);
+    auto registry = registries().find(std::string_view(type));
+    bool const created = registry == registries().end();
+    if (created) registry = registries().try_emplace(type).first;
+    auto& [typeName, entries] = *registry;
+    try {
+        if (created && logSink) {
+            NamedObject_log("registry", typeName, "NamedObject<" + typeName + "> instantiating registry");
+        }
+        addEntry(typeName, entries, name, object);
+    } catch (...) {
+        // The next attempt creates the registry again, and logs it if this attempt has not.
+        if (created) registries().erase(registry);
+        throw;
+    }
 }
 
 void unregisterNamed(char const* type, std::string const& name, void* object) noexcept
@@ -61,7 +82,10 @@ void unregisterNamed(char const* type, std::string const& name, void* object) no
     auto const entry = std::find_if(first, last, [object](auto const& e) { return e.second == object; });
     assert(entry != last);
     registry.erase(entry);
-    NamedObject_log("delete", typeName, name);
+    try {
+        if (logSink) NamedObject_log("delete", typeName, name);
+    } catch (...) { // NOLINT(bugprone-empty-catch): a destructor is running; the line of the log is lost
+    }
 }
 
 void* findNamed(char const* type, std::string const& name)

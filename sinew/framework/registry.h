@@ -30,17 +30,21 @@ SINEW_API void NamedObject_log(std::string const& action, std::string const& typ
 
 namespace sinew {
 
-/// Installs the function that receives the log of the registries. Null restores the default: the log is discarded.
+/// Installs the function that receives the log of the registries. Null restores the default: the log is discarded, and
+/// nothing is allocated for it. Never throws.
 ///
-/// The sink must not throw: removals call it from destructors.
+/// The sink may throw, for example because memory has run out. A registration then fails with this exception and leaves
+/// no entry. A removal is complete before it is logged, and ignores the exception, because destructors call it.
 SINEW_API void setRegistryLogSink(void (*sink)(std::string const& action, std::string const& type,
                                                std::string const& name));
 
 namespace detail {
 
-/// Adds an entry to the registry of `type`, which is created if there is none. An exception leaves no entry.
+/// Adds an entry to the registry of `type`, which is created if there is none. Strong guarantee: an exception of an
+/// allocation or of the log's sink leaves no entry.
 SINEW_API void registerNamed(char const* type, std::string const& name, void* object);
-/// Removes the entry that `registerNamed` added with the same arguments. Allocates nothing.
+/// Removes the entry that `registerNamed` added with the same arguments. Never throws; allocates nothing, except for
+/// the log if a sink is installed.
 SINEW_API void unregisterNamed(char const* type, std::string const& name, void* object) noexcept;
 /// The object of the latest entry with this name that has not been removed, or null.
 SINEW_API void* findNamed(char const* type, std::string const& name);
@@ -67,21 +71,21 @@ public:
     NamedObject(NamedObject const&) = delete;
     NamedObject& operator=(NamedObject const&) = delete;
 
-    /// The object that is registered under `name`, or null. Cost: logarithmic in the number of entries.
+    /// The object that is registered under `name`, or null. Cost: logarithmic in the number of entries. Never throws.
     static T find(std::string const& name)
     {
         void* const found = sinew::detail::findNamed(typeid(T).name(), name);
         return static_cast<T>(static_cast<NamedObject*>(found));
     }
 
-    /// The names in the registry, each once, in ascending order of their bytes.
+    /// The names in the registry, each once, in ascending order of their bytes. Strong guarantee.
     static std::vector<std::string> names() { return sinew::detail::listNamed(typeid(T).name()); }
 
     /// The name under which this object is registered.
     std::string const& registeredName() const { return name_; }
 
 protected:
-    /// Registers the object. An object whose registration runs out of memory is not registered.
+    /// Registers the object. Strong guarantee: an object whose registration runs out of memory is not registered.
     explicit NamedObject(std::string const& name) : name_(name)
     {
         sinew::detail::registerNamed(typeid(T).name(), name_, this);
@@ -96,7 +100,8 @@ private:
 class SINEW_API FactoryByName : public NamedObject<FactoryByName*>
 {
 public:
-    /// A new empty object, never null. The caller owns it. Exceptions of its constructor pass through.
+    /// A new empty object, never null. The caller owns it. Exceptions of its constructor pass through. Strong
+    /// guarantee.
     virtual Serializable* createObject() const = 0;
 
 protected:
@@ -110,7 +115,8 @@ protected:
 class SINEW_API FactoryByTypeID : public NamedObject<FactoryByTypeID*>
 {
 public:
-    /// A new empty object, never null. The caller owns it. Exceptions of its constructor pass through.
+    /// A new empty object, never null. The caller owns it. Exceptions of its constructor pass through. Strong
+    /// guarantee.
     virtual Serializable* createObject() const = 0;
 
 protected:
@@ -149,7 +155,7 @@ protected:
 };
 
 /// Registers the persistent class `T` under a name, and under its run-time type name. Define one as a static object in
-/// the source file of the class.
+/// the source file of the class. Strong guarantee: if an allocation fails, the class is in neither registry.
 template <typename T>
 class SerializableFactory : public Factory<Serializable, T>
 {

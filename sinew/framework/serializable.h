@@ -54,7 +54,7 @@ public:
     virtual void load(InTag& tag, smart_ptr<Field> field);
 
     /// A new description of the fields of this class, with the given name. The base class has no fields and returns
-    /// null.
+    /// null. Strong guarantee.
     virtual smart_ptr<Field> describeFields(std::string const& name);
 
     virtual ~Serializable();
@@ -76,6 +76,9 @@ namespace sinew {
 /// written. A failure of the stream shows in the state of `out`. It is thrown, as std::ios_base::failure, only if
 /// `out.exceptions()` enables that.
 ///
+/// If an allocation fails, std::bad_alloc is thrown, and `object` is unchanged unless its own `save` changes it: only a
+/// `MeshFunction2D` does, which then keeps its packed text.
+///
 /// Cost: linear in the size of the text.
 SINEW_API void writeDocument(std::ostream& out, Serializable& object, std::string const& name);
 
@@ -86,11 +89,11 @@ SINEW_API void writeDocument(std::ostream& out, Serializable& object, std::strin
 /// refused; otherwise the state, the format flags and the locale of `in` are neither used nor changed.
 ///
 /// Throws `Serializable::LoadFail` if the text is not well-formed, if it does not fit the fields of `object`, if its
-/// elements are nested more than `kMaxNesting` deep (`sinew/framework/tags.h`), or if the stream cannot be read;
-/// discard `object` then. Whatever the text is, it causes no other exception except std::bad_alloc. A class that
-/// describes its fields with the members of another class causes std::bad_cast. Exceptions of the caller's own code
-/// pass through: those of a stream buffer (but its std::ios_base::failure becomes a `LoadFail`) and those of the
-/// operations that a persistent class overrides.
+/// elements are nested more than `kMaxNesting` deep (`sinew/framework/tags.h`), or if the stream cannot be read. Basic
+/// guarantee, also if an allocation fails: `object` is partly filled; discard it, or read into it once more. Whatever
+/// the text is, it causes no other exception except std::bad_alloc. A class that describes its fields with the members
+/// of another class causes std::bad_cast. Exceptions of the caller's own code pass through: those of a stream buffer
+/// (but its std::ios_base::failure becomes a `LoadFail`) and those of the operations that a persistent class overrides.
 ///
 /// Cost: linear in the size of the text. At most 64 KiB, and 64 bytes for each byte of the text, are allocated before
 /// the values reach the fields; what the object itself allocates is not included.
@@ -99,7 +102,8 @@ SINEW_API void readDocument(std::istream& in, Serializable& object);
 /// Makes an object of the class that is registered under the name of the root element (`sinew/framework/registry.h`),
 /// and reads the document into it as `readDocument` does. The result is never null.
 ///
-/// Throws what `readDocument` throws. A name that is not registered is a `Serializable::LoadFail`.
+/// Throws what `readDocument` throws. A name that is not registered is a `Serializable::LoadFail`. Strong guarantee: if
+/// anything is thrown, the object has been destroyed.
 SINEW_API std::unique_ptr<Serializable> createFromDocument(std::istream& in);
 
 } // namespace sinew

@@ -75,7 +75,8 @@ protected:
 /// std::invalid_argument is thrown by the constructors and by `setAttr` if a name is not an XML name, and by `setAttr`,
 /// `writeText` and `writeTextTag` if a text is not valid UTF-8 or contains a character that XML does not allow: U+FFFE,
 /// U+FFFF, or a control character below U+0020 other than tab, line feed and carriage return. The tag is then
-/// unchanged, and nothing of the text has been written; `writeTextTag` has written the opening tag. A failure of the
+/// unchanged, and nothing of the text has been written; `writeTextTag` has written the opening tag. If an allocation
+/// fails, the tag is unchanged, and what was written before remains in the stream. A failure of the
 /// stream shows in the state of the stream. It is thrown, as std::ios_base::failure, only if the stream's
 /// `exceptions()` enable that. Whether a stream that has failed before throws again depends on the standard library.
 class SINEW_API OutTag : public Tag
@@ -122,7 +123,9 @@ private:
 
 /// An element that is being read. Its name and attributes are known; its content has not been read yet.
 ///
-/// Content that the caller does not read is skipped afterwards. The skipped content must be well-formed as well.
+/// Content that the caller does not read is skipped afterwards. The skipped content must be well-formed as well. If an
+/// allocation fails, what was read before is lost (basic guarantee): give up the document. `getAttr` and `getReal`
+/// leave the tag unchanged.
 class SINEW_API InTag : public Tag
 {
 public:

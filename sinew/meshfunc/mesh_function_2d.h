@@ -42,6 +42,10 @@ class TriangleLocator;
 /// no boundary, and no query finds it. Queries ignore the entries of `facets` after the last whole triangle. NaN
 /// coordinates fall into cell 0. Only `std::bad_alloc` is thrown.
 ///
+/// **Memory.** 32 bytes a vertex (36 with a scalar), 12 a triangle, 4 to 8 for each entry of `gridCells`, and the finer
+/// grids: up to 108 bytes a triangle and a megabyte, in a large mesh only for the cells that were queried. A boundary
+/// takes about 40 bytes an edge, and 80 once it was queried; short loops take up to 120.
+///
 /// **Copies** are deep: two objects never share a projector. A moved-from object may be assigned to, rebuilt or
 /// destroyed; its queries return false.
 class SINEW_API MeshFunction2D : public Serializable
@@ -88,7 +92,7 @@ public:
     ///                     boundary if both have the same orientation.
     /// @param normaldots_  one for each position, or empty for a function without a scalar.
     ///
-    /// Cost: linear in triangles and in the grid cells that they touch.
+    /// Cost: linear in triangles and in the grid cells that they touch. Strong guarantee.
     MeshFunction2D(std::vector<tzNM::vect2<double>> const& params_, std::vector<tzNM::vect2<double>> const& values_,
                    std::vector<int> const& facets_, std::vector<float> const& normaldots_);
 
@@ -97,8 +101,8 @@ public:
     ///
     /// The text is made for texture coordinates. Coordinates and scalars in [-2, 14) are rounded to a step of 2^-20.
     /// Numbers outside this range wrap around, and so do counts and indices above 262143. A NaN becomes -2. A vertex
-    /// without an entry in `values` is written with the value (0, 0). If writing throws, the vectors are unchanged and
-    /// `saveString` keeps the packed text.
+    /// without an entry in `values` is written with the value (0, 0). If writing throws, also because an allocation
+    /// fails, the vectors are unchanged and `saveString` may keep packed text, which the next call replaces.
     void save(OutTag& tag) override;
 
     /// Reads a function from tagged text and rebuilds grid and boundaries. If "saveString" is empty, the vectors are
@@ -106,19 +110,21 @@ public:
     /// do not change.
     ///
     /// Throws `Serializable::LoadFail` on bad data. For a bad "saveString" the message begins with "Error loading
-    /// MeshFunction2D: ". The function is then partly filled and must be discarded.
+    /// MeshFunction2D: ". Basic guarantee: the function is then partly filled. Discard it, or load once more, unless it
+    /// is packed text that is bad.
     void load(InTag& tag, smart_ptr<Field> field) override;
 
     /// The fields "params", "values", "normaldots", "facets", "extrapolateFlag" and "saveString".
     smart_ptr<Field> describeFields(std::string const& name) override;
 
+    /// Copies and assignments have the strong guarantee; moves never throw.
     MeshFunction2D(MeshFunction2D const& other);
     MeshFunction2D(MeshFunction2D&& other) noexcept;
     MeshFunction2D& operator=(MeshFunction2D const& other);
     MeshFunction2D& operator=(MeshFunction2D&& other) noexcept;
     ~MeshFunction2D() override;
 
-    /// A deep copy on the heap, with the same `extrapolateFlag`. The caller owns it.
+    /// A deep copy on the heap, with the same `extrapolateFlag`. The caller owns it. Strong guarantee.
     MeshFunction2D* copy() const;
 
     /// The value at a point inside a triangle.
@@ -134,7 +140,8 @@ public:
     /// cell 0 along that axis. There the first triangle that is not degenerate accepts it and gives NaN.
     ///
     /// Cost: constant in most meshes. Nothing is allocated, except in a mesh of more than 65536 triangles or entries of
-    /// `gridCells`: there the first query in each grid cell builds the search structure of that cell.
+    /// `gridCells`: there the first query in each grid cell builds the search structure of that cell. Never throws:
+    /// without memory for the structure, the query searches the list of `gridCells`.
     bool evaluate(tzNM::vect2<double> const& p, tzNM::vect2<double>* out, float* outScalar) const;
 
     /// The value at any point: that of `evaluate` if a triangle accepts `p`, otherwise the affine map of the nearest
@@ -144,6 +151,9 @@ public:
     /// unwritten, if there is no grid or no boundary, if the squared distance to every boundary is 1e13 or more, if p
     /// has a NaN coordinate and no triangle accepts it, or if the nearest triangle is degenerate. If `extrapolateFlag`
     /// is not set, this is `extrapolateOld`.
+    ///
+    /// The first query that comes near a loop of 20 vertices or more builds its index. Strong guarantee: without memory
+    /// for the index std::bad_alloc is thrown, the outputs are left unwritten, and a later query tries again.
     bool extrapolate(tzNM::vect2<double> const& p, tzNM::vect2<double>* out, float* outScalar) const;
 
     /// The value by the older extrapolation: the affine map of the triangle with the nearest edge, among the triangles
@@ -185,6 +195,9 @@ public:
     /// There is neither a grid nor a boundary if `params` is empty or if the squared diagonal of its axis-aligned box
     /// is below 1.0000000000000001e-16. If all points have the same x, they fall into the first column of cells; the
     /// same holds for y and rows.
+    ///
+    /// Basic guarantee: if an allocation fails, grid and boundaries are incomplete. Queries are then safe but may find
+    /// nothing; call it again.
     void initEvaluatorHelper();
 
     /// Rebuilds `boundaryProjectors` and `boundaryFacets` from the edges that belong to one triangle only.
@@ -192,7 +205,7 @@ public:
     /// An edge is interior if a later triangle has it in the opposite direction. An edge that two triangles have in the
     /// same direction is one boundary edge, of the later triangle. Each loop starts at the smallest vertex that has an
     /// unused edge, and leaves every vertex towards the smallest target. There is no loop if the length of `facets` is
-    /// not a multiple of 3.
+    /// not a multiple of 3. Basic guarantee: if an allocation fails, loops are missing; call it again.
     void initBoundaries();
 
     /// Removes every triangle that covers no used texel, then the vertices that no triangle uses any more, and
@@ -202,9 +215,13 @@ public:
     /// The last triangle takes the place of a removed one, so the order of triangles changes. The vertices keep their
     /// order. Triangles that name a missing vertex are removed, too. `normaldots` is compacted only if it is exactly as
     /// long as `params`. If the length of `facets` is not a multiple of 3, nothing is changed.
+    ///
+    /// Basic guarantee: if an allocation fails, triangles may have been removed already, and a rebuild is needed. The
+    /// call repeated gives the same function as without a failure.
     void eraseExtraTriangles(EmptyRectTester const& tester);
 
-    /// Replaces every entry of `values` by the coordinates that the optimizer maps it to. No rebuild is needed.
+    /// Replaces every entry of `values` by the coordinates that the optimizer maps it to. No rebuild is needed. Never
+    /// throws.
     void remapToOptimized(TextureOptimizer const& optimizer);
 
 private:

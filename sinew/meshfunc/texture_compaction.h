@@ -39,8 +39,15 @@ public:
     /// A tester for a texture of this size. If the mask does not have width * height entries, or if a size is not
     /// positive, every rectangle counts as not empty.
     ///
-    /// Cost: linear in texels; about four and a quarter bytes a texel.
+    /// Cost: linear in texels; about four and a quarter bytes a texel. Strong guarantee.
     SINEW_API EmptyRectTester(std::vector<bool> const& usedMask, int width_, int height_);
+
+    EmptyRectTester(EmptyRectTester const&) = default;
+    EmptyRectTester(EmptyRectTester&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the tester is unchanged.
+    EmptyRectTester& operator=(EmptyRectTester const& other) { return *this = EmptyRectTester(other); }
+    EmptyRectTester& operator=(EmptyRectTester&&) noexcept = default;
+    ~EmptyRectTester() = default;
 
     /// Whether no used texel lies in the rectangle or in the margin of one texel around it.
     ///
@@ -88,8 +95,15 @@ public:
     /// Nothing moves, and the texture keeps its size, if the box fills at least half of the texture along both axes, or
     /// if the mask does not have width * height entries. A side above 2^30 keeps its length, because no power of two in
     /// an int holds it.
-    /// Cost: one word for 64 texels outside the box.
+    /// Cost: one word for 64 texels outside the box. Strong guarantee.
     SINEW_API TextureOptimizer(std::vector<bool> const& usedMask, int width_, int height_);
+
+    TextureOptimizer(TextureOptimizer const&) = default;
+    TextureOptimizer(TextureOptimizer&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the optimizer is unchanged.
+    TextureOptimizer& operator=(TextureOptimizer const& other) { return *this = TextureOptimizer(other); }
+    TextureOptimizer& operator=(TextureOptimizer&&) noexcept = default;
+    ~TextureOptimizer() = default;
 
     /// Maps normalised coordinates in the old texture to normalised coordinates in the new one.
     ///

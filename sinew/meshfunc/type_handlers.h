@@ -5,7 +5,8 @@
 ///
 /// Attributes have six significant digits, as a default output stream formats numbers. Most numbers are therefore read
 /// back rounded. Loading throws `Serializable::LoadFail` if an attribute is missing, or if its text is not a finite
-/// decimal number (such as "nan", "1x" or an empty text). The content of the element is skipped.
+/// decimal number (such as "nan", "1x" or an empty text). Basic guarantee: the components before the one that cannot be
+/// read are replaced, also if an allocation fails. The content of the element is skipped.
 
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>

@@ -58,7 +58,14 @@ std::size_t deformableCount(SurfaceGeometryData const& surface, GeometryData con
 
 BoneTransformVector::BoneTransformVector() = default;
 BoneTransformVector::BoneTransformVector(std::vector<BoneTransform> bones_) : bones(std::move(bones_)) {}
+BoneTransformVector::BoneTransformVector(BoneTransformVector const&) = default;
 BoneTransformVector::~BoneTransformVector() = default;
+
+BoneTransformVector& BoneTransformVector::operator=(BoneTransformVector const& other)
+{
+    bones = std::vector(other.bones);
+    return *this;
+}
 
 // The public interface passes handles by value.
 // NOLINTBEGIN(performance-unnecessary-value-param)
@@ -68,10 +75,14 @@ Vector3 BoneTransformVector::getTransformed(int vertex, smart_ptr<BaseDisplayDat
     Vector3 const p = placed(*data, vertex);
     if (!data->boneWeights) return p;
     Influences const& influences = at(data->boneWeights->influences, vertex);
-    if (influences.empty()) return p;
     Vector3 result;
-    for (auto const& [bone, weight] : influences) result += weight * (bone < 0 ? p : at(bones, bone) * p);
-    return result;
+    bool moved = false;
+    for (auto const& [bone, weight] : influences) {
+        if (bone >= 0 && asIndex(bone) >= bones.size()) continue;
+        result += weight * (bone < 0 ? p : bones[asIndex(bone)] * p);
+        moved = true;
+    }
+    return moved ? result : p;
 }
 
 Vector3 BoneTransformVector::getTransformed(int vertex, smart_ptr<BaseDisplayData const> data, UVector3 const& normal,
@@ -86,7 +97,11 @@ Vector3 BoneTransformVector::getTransformed(int vertex, smart_ptr<BaseDisplayDat
     Vector3 tangent1;
     Vector3 tangent2;
     getBasis(n, tangent1, tangent2);
-    Influences const& influences = at(data->boneWeights->influences, vertex);
+    Influences const& list = at(data->boneWeights->influences, vertex);
+    // Almost all lists name only bones, and are used without a copy.
+    bool const isValid = sinew::detail::allNameBones(list, bones.size());
+    Influences const copy = isValid ? Influences() : sinew::detail::influencesOfBones(list, bones.size());
+    Influences const& influences = isValid ? list : copy;
     if (influences.size() == 1) {
         BoneTransform const& bone = at(bones, influences[0].first);
         p = bone * p;

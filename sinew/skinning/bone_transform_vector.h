@@ -2,10 +2,10 @@
 
 /// Deformation of display data by bones, for a single vertex or for a whole surface.
 ///
-/// The host must supply consistent data: vertex indices within the positions, bone indices within the bones, and one
-/// influence list for each vertex. Release builds do not check this; `sinew::diagnose` does.
-/// The operations are const, but they change reference counts, which are not atomic. Deforming a display data therefore
-/// requires exclusive access to it.
+/// The host must supply consistent data: vertex indices within the positions, and one influence list for each vertex.
+/// Release builds do not check this; `sinew::diagnose` does. An influence whose bone index names no bone is left out,
+/// as if it were not in its list; `sinew::diagnose` reports it. The operations are const, but they change reference
+/// counts, which are not atomic. Deforming a display data therefore requires exclusive access to it.
 
 #include <vector>
 
@@ -25,13 +25,18 @@ public:
     /// No bones.
     BoneTransformVector();
     explicit BoneTransformVector(std::vector<BoneTransform> bones_);
+    BoneTransformVector(BoneTransformVector const&);
+    /// Strong guarantee: if an allocation fails, the bones are unchanged.
+    BoneTransformVector& operator=(BoneTransformVector const& other);
     ~BoneTransformVector() override;
 
     /// The world position of a vertex after the bones: the sum of weight * (bone applied to the placed vertex) over its
-    /// influences, in list order. A negative bone index stands for the identity.
+    /// influences, in list order. A negative bone index stands for the identity. An influence beyond the bones is left
+    /// out.
     ///
     /// Without a weight table or without influences the result is the placed vertex. Weights are not normalised:
-    /// weights that sum to 2 double the position. `data` and its geometry must not be null. Linear in the influences.
+    /// weights that sum to 2 double the position. `data` and its geometry must not be null. Linear in the influences,
+    /// no allocation.
     /// Source: N. Magnenat-Thalmann, R. Laperrière, D. Thalmann, Joint-dependent local deformations for hand animation
     /// and object grasping, Graphics Interface 1988.
     Vector3 getTransformed(int vertex, smart_ptr<BaseDisplayData const> data) const;
@@ -46,7 +51,10 @@ public:
     /// mirror the vertex, the new normal points to the inside. Null tangents give the null fallback of `UVector3`.
     ///
     /// This overload differs from the other in two ways, both intended. A single influence moves the vertex fully,
-    /// whatever its weight. Every bone index must name a bone; negative indices have no special meaning.
+    /// whatever its weight. Negative indices have no special meaning: they name no bone, so such an influence is left
+    /// out, as one beyond the bones is. A vertex that is left without influences is only placed.
+    ///
+    /// Strong guarantee: if an allocation fails, `newNormal` is unchanged.
     /// Source: K. Turkowski, Properties of surface-normal transformations, Graphics Gems, 1990.
     Vector3 getTransformed(int vertex, smart_ptr<BaseDisplayData const> data, UVector3 const& normal,
                            UVector3& newNormal) const;

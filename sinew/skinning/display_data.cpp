@@ -1,6 +1,15 @@
 #include <sinew/skinning/display_data.h>
 
+BoneWeightTable::BoneWeightTable() = default;
+BoneWeightTable::BoneWeightTable(BoneWeightTable const&) = default;
 BoneWeightTable::~BoneWeightTable() = default;
+
+BoneWeightTable& BoneWeightTable::operator=(BoneWeightTable const& other)
+{
+    influences = std::vector(other.influences);
+    return *this;
+}
+
 BaseDisplayData::~BaseDisplayData() = default;
 DisplayData::~DisplayData() = default;
 CurveDisplayData::~CurveDisplayData() = default;

@@ -17,11 +17,13 @@ public:
 
     GeometryData();
     GeometryData(GeometryData const&);
-    GeometryData& operator=(GeometryData const&);
+    /// Strong guarantee: if an allocation fails, the points are unchanged.
+    GeometryData& operator=(GeometryData const& other);
     ~GeometryData() override;
 };
 
-/// A triangulated surface. Copying and assigning copy the three vectors but not the reference count.
+/// A triangulated surface. Copying and assigning copy the three vectors but not the reference count. Memory: 24 bytes a
+/// position, 24 a normal, 4 an index.
 class SINEW_API SurfaceGeometryData : public GeometryData
 {
 public:
@@ -32,6 +34,7 @@ public:
 
     SurfaceGeometryData();
     SurfaceGeometryData(SurfaceGeometryData const&);
-    SurfaceGeometryData& operator=(SurfaceGeometryData const&);
+    /// Strong guarantee: if an allocation fails, the surface is unchanged.
+    SurfaceGeometryData& operator=(SurfaceGeometryData const& other);
     ~SurfaceGeometryData() override;
 };

@@ -19,8 +19,9 @@ enum class WeightFault
     listMissing,
     /// The list of this vertex is empty, so no bone moves the vertex. `indices` holds the vertex; `value` is 0.
     noInfluence,
-    /// A bone index names no bone. A negative index means the identity where only a position is computed; it must not
-    /// occur where normals are computed. `indices` holds the vertex and the bone index, `value` the number of bones.
+    /// A bone index names no bone. A negative index means the identity where only a position is computed. In all other
+    /// cases the deforming operations leave the influence out. `indices` holds the vertex and the bone index, `value`
+    /// the number of bones.
     boneOutOfRange,
     /// A weight is NaN or infinite. `indices` holds the vertex and the bone index, `value` the weight.
     notFinite,
@@ -42,13 +43,13 @@ inline constexpr double kWeightSumTolerance = 1e-6;
 ///
 /// The findings are sorted by vertex, and for each vertex in the order of `WeightFault`. Each fault occurs at most once
 /// for a vertex; it then describes the first influence concerned. Lists beyond `vertexCount` are not examined.
-/// Linear in the number of influences.
+/// Linear in the number of influences. Strong guarantee.
 SINEW_API WeightDiagnosis diagnose(BoneWeightTable const& table, std::size_t vertexCount, std::size_t boneCount);
 
 /// Divides the weights of each vertex by their sum, so that they sum to 1, to rounding. The sum is taken in list order.
 ///
 /// An empty list, and a list whose sum is not a positive finite number, is left unchanged.
-/// @return the number of lists that were left unchanged. Linear in the number of influences.
+/// @return the number of lists that were left unchanged. Linear in the number of influences. Never throws.
 SINEW_API std::size_t normalizeWeights(BoneWeightTable& table);
 
 } // namespace sinew

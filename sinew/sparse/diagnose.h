@@ -49,7 +49,7 @@ struct MatrixDiagnosis : Diagnosis<MatrixFault>
     int largestPivotRow = -1;  ///< Among equal pivots the row that is eliminated first.
 
     /// One line on the range of the pivots, ended by "\n"; empty if there is no pivot. `text()` does not contain it,
-    /// since the range is not a fault. Six significant digits.
+    /// since the range is not a fault. Six significant digits. Strong guarantee.
     SINEW_API std::string pivotText() const;
 };
 
@@ -58,7 +58,7 @@ struct MatrixDiagnosis : Diagnosis<MatrixFault>
 /// A large ratio of the largest pivot to the smallest one shows that the matrix is badly conditioned. A small ratio
 /// does not show that it is well conditioned.
 ///
-/// Costs as much as `SPDMatrix::factor`. Memory of the findings is linear in the number of rows.
+/// Costs as much as `SPDMatrix::factor`. Memory of the findings is linear in the number of rows. Strong guarantee.
 SINEW_API MatrixDiagnosis diagnose(SPDMatrix const& matrix);
 
 } // namespace sinew

@@ -1,6 +1,7 @@
 #include <sinew/sparse/llt_matrix.h>
 
 #include <cstddef>
+#include <utility>
 
 #include <sinew/detail/as_index.h>
 #include <sinew/sparse/detail/substitution.h>
@@ -14,12 +15,13 @@ void LLTMatrix::initMt()
     for (auto const& row : rows) {
         for (auto const& [c, v] : row) ++counts[asIndex(c)];
     }
-    Mt.clear();
-    Mt.resize(rows.size());
-    for (std::size_t c = 0; c < rows.size(); ++c) Mt[c].reserve(counts[c]);
+    // A list that is not complete must never be seen, because `solve` could not tell.
+    std::vector<std::vector<std::pair<int, double>>> transpose(rows.size());
+    for (std::size_t c = 0; c < rows.size(); ++c) transpose[c].reserve(counts[c]);
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        for (auto const& [c, v] : rows[i]) Mt[asIndex(c)].push_back({static_cast<int>(i), v});
+        for (auto const& [c, v] : rows[i]) transpose[asIndex(c)].push_back({static_cast<int>(i), v});
     }
+    Mt = std::move(transpose);
 }
 
 bool LLTMatrix::solve(std::vector<double>& b) const

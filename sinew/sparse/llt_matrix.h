@@ -14,7 +14,8 @@
 /// fields are empty, stands for a factorisation that failed.
 ///
 /// All fields are public, so that a host may store, compare or edit a factor. `solve` uses what the fields hold at the
-/// call. A copy is as large as the factor; moving is cheap.
+/// call. A copy is as large as the factor; moving is cheap. Memory: 32 bytes for each entry below the diagonal and 60
+/// for each row (`sinew::SymbolicFactor::factorBytes`).
 class LLTMatrix
 {
 public:
@@ -31,10 +32,19 @@ public:
     /// For each index in the caller's numbering its position in the elimination order.
     std::vector<int> perm;
 
+    /// The empty factor.
+    LLTMatrix() = default;
+    LLTMatrix(LLTMatrix const&) = default;
+    LLTMatrix(LLTMatrix&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the factor is unchanged.
+    LLTMatrix& operator=(LLTMatrix const& other) { return *this = LLTMatrix(other); }
+    LLTMatrix& operator=(LLTMatrix&&) noexcept = default;
+    ~LLTMatrix() = default;
+
     /// Sets `Mt` to the transpose of `rows`. Call it after `rows` has been edited.
     ///
     /// Columns must be in [0, rows.size()). Linear in the number of entries. Each list of `Mt` is allocated once, at
-    /// its exact size.
+    /// its exact size. Strong guarantee: if an allocation fails, `Mt` is unchanged.
     SINEW_API void initMt();
 
     /// Replaces `b` by the solution x of A x = b. Both vectors are in the caller's numbering, not in elimination order.
@@ -49,7 +59,7 @@ public:
     /// in the order of the list, then divides by the diagonal. Equal fields therefore give equal bits. NaN and infinity
     /// propagate by the rules of IEEE arithmetic; a zero in `diag` gives infinity or NaN.
     ///
-    /// Linear in the number of entries. Allocates one vector of the size of `b`. Several threads may call it at once
-    /// with different `b`.
+    /// Linear in the number of entries. Allocates one vector of the size of `b`; if that fails, `b` is unchanged
+    /// (strong guarantee). Several threads may call it at once with different `b`.
     SINEW_API bool solve(std::vector<double>& b) const;
 };

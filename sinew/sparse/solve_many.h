@@ -16,8 +16,8 @@ namespace sinew {
 /// factor.
 ///
 /// Reads the factor once for every eight right-hand sides. For a large factor this reading takes most of the time.
-/// Allocates up to eight vectors of the size of a right-hand side. Several threads may call it at once with different
-/// right-hand sides.
+/// Allocates up to eight vectors of the size of a right-hand side, before anything changes (strong guarantee). Several
+/// threads may call it at once with different right-hand sides.
 SINEW_API bool solveMany(LLTMatrix const& factor, std::vector<std::vector<double>>& rightHandSides);
 
 } // namespace sinew

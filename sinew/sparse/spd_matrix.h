@@ -27,6 +27,15 @@ public:
     /// A matrix that breaks these rules is called malformed.
     std::vector<std::vector<std::pair<int, double>>> rows;
 
+    /// The matrix without rows.
+    SPDMatrix() = default;
+    SPDMatrix(SPDMatrix const&) = default;
+    SPDMatrix(SPDMatrix&&) noexcept = default;
+    /// Strong guarantee: if an allocation fails, the matrix is unchanged.
+    SPDMatrix& operator=(SPDMatrix const& other) { return *this = SPDMatrix(other); }
+    SPDMatrix& operator=(SPDMatrix&&) noexcept = default;
+    ~SPDMatrix() = default;
+
     /// The minimum-degree ordering: for each row its position in the elimination order.
     ///
     /// Each step eliminates the node with the fewest neighbours in the elimination graph. Among equal degrees it
@@ -35,7 +44,8 @@ public:
     ///
     /// Returns an empty vector for a malformed matrix and for a matrix without rows.
     ///
-    /// Memory is linear in the number of entries. The time depends on the graph; the guide has measurements.
+    /// Memory is linear in the number of entries. The time depends on the graph; the guide has measurements. Strong
+    /// guarantee.
     ///
     /// Source: D. J. Rose, A graph-theoretic study of the numerical solution of sparse positive definite systems of
     /// linear equations, 1972, for the rule. A. George, J. Liu, The evolution of the minimum degree ordering algorithm,
@@ -51,7 +61,7 @@ public:
     /// An entry of L below the diagonal is L_ir = (A_ir - sum of L_rk L_ik over k < r) / L_rr. It is computed as
     /// A_ir * (1 / L_rr), then for k ascending minus (L_rk * L_ik) * (1 / L_rr), and each operation is rounded
     /// separately. A pivot is A_ii minus the squares of L_ik, for k ascending. The bits are therefore the same on every
-    /// processor.
+    /// processor. Strong guarantee.
     ///
     /// Source: T. Davis, Direct Methods for Sparse Linear Systems, 2006, section 4.7, for the up-looking method, which
     /// small matrices use. E. Ng, B. Peyton, Block sparse Cholesky algorithms on advanced uniprocessor computers, SIAM

@@ -26,7 +26,7 @@ namespace sinew {
 class SymbolicFactor
 {
 public:
-    /// Computes the ordering of the matrix and the pattern of its factor. Values are not read.
+    /// Computes the ordering of the matrix and the pattern of its factor. Values are not read. Strong guarantee.
     SINEW_API explicit SymbolicFactor(SPDMatrix const& pattern);
     SINEW_API ~SymbolicFactor();
     SINEW_API SymbolicFactor(SymbolicFactor&&) noexcept;
@@ -62,7 +62,7 @@ public:
     /// Returns the bits of `matrix.factor()`, without computing the ordering and the analysis again.
     ///
     /// Returns the empty factor if `matrix` does not match, or if it has a pivot that is zero or negative. A NaN pivot
-    /// is accepted.
+    /// is accepted. Strong guarantee.
     SINEW_API LLTMatrix factor(SPDMatrix const& matrix) const;
 
 private:

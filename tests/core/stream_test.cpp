@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/comma_locale.h"
+
 namespace {
 
 template <typename T>
@@ -43,4 +45,16 @@ TEST(Stream, UsesTheNumberFormatOfTheStream)
     std::ostringstream out;
     out << std::fixed << std::setprecision(2) << tzNM::vect2<double>(1, 2.345) << Bbox();
     EXPECT_EQ(out.str(), "(1.00, 2.35){min (0.00, 0.00, 0.00), max (0.00, 0.00, -2.00)}");
+}
+
+TEST(Stream, UsesTheLocaleOfTheStreamAndNotThatOfTheProcess)
+{
+    std::ostringstream classic;
+    test::CommaLocale const comma;
+    ASSERT_TRUE(test::CommaLocale::inCLibrary()) << "no locale with a decimal comma: install the package 'locales'";
+    classic << Vector3(1234.5, 0, 0) << tzNM::vect2<double>(0.5, 0) << Transform(0.5) << Bbox();
+    EXPECT_EQ(classic.str(), "(1234.5, 0, 0)(0.5, 0){linear ((1, 0, 0), (0, 1, 0), (0, 0, 1)), translation (0, 0, 0), "
+                             "scale 0.5}{min (0, 0, 0), max (0, 0, -2)}");
+    EXPECT_EQ(textOf(Transform(1234.5)),
+              "{linear ((1, 0, 0), (0, 1, 0), (0, 0, 1)), translation (0, 0, 0), scale 1.234,5}");
 }

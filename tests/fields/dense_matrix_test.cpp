@@ -7,6 +7,7 @@
 
 #include "fields/reference_implicit.h"
 #include "support/bits.h"
+#include "support/failing_new.h"
 #include "support/random.h"
 
 namespace {
@@ -257,4 +258,14 @@ TEST(DenseMatrixProduct, UnequalSizesGiveNothingAndNoColumnsGiveZeros)
     EXPECT_TRUE((matrix<double>(2, 3) * std::vector<double>(2)).empty());
     EXPECT_EQ(matrix<double>(2, 0) * std::vector<double>(), std::vector<double>(2, 0.0));
     EXPECT_TRUE((matrix<double>(0, 2) * std::vector<double>(2)).empty());
+}
+
+TEST(DenseMatrix, AProductWithoutColumnsAllocatesOneElementForEachRow)
+{
+    matrix<double> const m(1000, 0);
+    ASSERT_TRUE(m.isConsistent());
+    long long const before = test::allocatedBytes();
+    std::vector<double> const product = m * std::vector<double>();
+    EXPECT_EQ(test::allocatedBytes() - before, 8000);
+    EXPECT_EQ(product, std::vector<double>(1000, 0.0));
 }

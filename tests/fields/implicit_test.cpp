@@ -8,6 +8,7 @@
 
 #include "fields/reference_implicit.h"
 #include "support/bits.h"
+#include "support/comma_locale.h"
 #include "support/random.h"
 
 namespace {
@@ -355,4 +356,34 @@ TEST(ImplicitCost, IsThatOfTheDenseSystem)
     EXPECT_GE(sinew::estimateCost(100).bytes, 104 * 104 * 8.0);
     EXPECT_GT(sinew::estimateCost(0).bytes, 0);
     EXPECT_TRUE(std::isfinite(sinew::estimateCost(~std::size_t(0)).flops));
+}
+
+TEST(ImplicitDiagnose, RepeatedCentresAscendByTheirIndicesWhateverTheirPlaces)
+{
+    // Later points come first in the order of coordinates, and there are too many of each for a sort that is stable
+    // only for short lists.
+    Input input;
+    std::vector<Expected> expected;
+    std::int64_t const places = 5, copies = 60;
+    for (std::int64_t i = 0; i < places * copies; ++i) {
+        double const x = -static_cast<double>(i % places);
+        input.emplace_back(Vector3(x, x * x, x * x * x), 0);
+    }
+    for (std::int64_t first = 0; first < places; ++first) {
+        for (std::int64_t k = 1; k < copies; ++k) {
+            expected.push_back({ImplicitFault::repeatedCentre, {first, first + k * places}, 0});
+        }
+    }
+    expectFindings(input, expected);
+}
+
+TEST(ImplicitDiagnose, SentencesAreTheSameUnderADecimalComma)
+{
+    Input input(1300, kTetrahedron[0]); // indices above 999, which a locale may group
+    input.emplace_back(Vector3(0.5, kNaN, 0), 1234.5);
+    std::string const expected = sinew::diagnose(input).text();
+    EXPECT_NE(expected.find("Points 0 and 1299 are equal"), std::string::npos);
+    test::CommaLocale const comma;
+    ASSERT_TRUE(test::CommaLocale::inCLibrary()) << "no locale with a decimal comma: install the package 'locales'";
+    EXPECT_EQ(sinew::diagnose(input).text(), expected);
 }

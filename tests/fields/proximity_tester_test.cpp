@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <memory>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -254,4 +255,50 @@ TEST(ProximityTester, ManyTestsGiveTheResultsOfSingleTests)
     Vector3 const p;
     sinew::testMany(ProximityTester({}, 1.0), &p, 1, &result);
     EXPECT_FALSE(result);
+}
+
+TEST(ProximityTester, FieldsThatContradictEachOtherReadNothingBeyondTheBits)
+{
+    test::Random random(414);
+    ProximityTester const made(random.points(40), 0.2);
+    int const counts[] = {-2147483647 - 1, -1, 0, 1, 3, 1000, 65536, 46341, 2147483647};
+    for (int trial = 0; trial < 2000; ++trial) {
+        SCOPED_TRACE(trial);
+        ProximityTester edited = made;
+        for (int a = 0; a < 3; ++a) {
+            if (!random.oneIn(3)) edited.cellCount[a] = counts[random.below(9)];
+            if (random.oneIn(4)) edited.cellSize[a] = random.hostile();
+        }
+        if (random.oneIn(3)) edited.occupied.resize(static_cast<std::size_t>(random.below(100)), true);
+        for (int i = 0; i < 20; ++i) {
+            Vector3 const p = random.oneIn(3) ? random.hostilePoint() : random.point(-1, 1) * random.spread(0, 31);
+            bool const result = edited.test(p);
+            EXPECT_FALSE(result && edited.occupied.empty());
+        }
+    }
+}
+
+TEST(ProximityTester, WithoutBitsTestsFalseEverywhere)
+{
+    test::Random random(415);
+    std::vector<Vector3> const points = random.points(10);
+    ProximityTester emptied(points, 0.5);
+    ProximityTester const kept = std::move(emptied);
+    for (Vector3 const& p : points) {
+        EXPECT_TRUE(kept.test(p));
+        EXPECT_FALSE(emptied.test(p)) << "moved from"; // NOLINT(bugprone-use-after-move)
+    }
+}
+
+TEST(ProximityTester, AnIndexThatWouldOverflowAnIntIsBeyondTheBits)
+{
+    ProximityTester tester({{0, 0, 0}}, 1.0);
+    tester.occupied.assign(8, true);
+    tester.origin = {0, 0, 0};
+    for (int& count : tester.cellCount) count = 65536;
+    EXPECT_TRUE(tester.test({7, 0, 0}));
+    EXPECT_FALSE(tester.test({8, 0, 0}));
+    // 65536 * 65536 is 0 modulo 2^32.
+    EXPECT_FALSE(tester.test({0, 0, 1}));
+    EXPECT_FALSE(tester.test({0, 32768, 1}));
 }

@@ -293,6 +293,45 @@ TEST(Document, ReadsEveryXmlFormOfTheSameText)
     EXPECT_EQ(work.title, "aAB\xF0\x9F\x8E\xA8<&amp;>]]>'\n\nz");
 }
 
+TEST(Document, CharacterReferencesBecomeTheShortestUtf8)
+{
+    struct Case
+    {
+        char const* reference;
+        char const* bytes;
+    };
+    // The first and the last character of each length, and those around the ranges that XML excludes.
+    Case const cases[] = {
+        {"&#x9;", "\t"},
+        {"&#x20;", " "},
+        {"&#x7F;", "\x7F"},
+        {"&#127;", "\x7F"},
+        {"&#x80;", "\xC2\x80"},
+        {"&#xBF;", "\xC2\xBF"},
+        {"&#xC0;", "\xC3\x80"},
+        {"&#xE9;", "\xC3\xA9"},
+        {"&#x7FF;", "\xDF\xBF"},
+        {"&#x800;", "\xE0\xA0\x80"},
+        {"&#x0fff;", "\xE0\xBF\xBF"},
+        {"&#x1000;", "\xE1\x80\x80"},
+        {"&#8364;", "\xE2\x82\xAC"},
+        {"&#xD7FF;", "\xED\x9F\xBF"},
+        {"&#xE000;", "\xEE\x80\x80"},
+        {"&#xFFFD;", "\xEF\xBF\xBD"},
+        {"&#x10000;", "\xF0\x90\x80\x80"},
+        {"&#x3FFFF;", "\xF0\xBF\xBF\xBF"},
+        {"&#x40000;", "\xF1\x80\x80\x80"},
+        {"&#x10FFFF;", "\xF4\x8F\xBF\xBF"},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.reference);
+        std::string const reference = c.reference;
+        EXPECT_EQ(parse<gallery::Work>("<a><title>x" + reference + "y</title></a>").title,
+                  "x" + std::string(c.bytes) + "y");
+        EXPECT_EQ(parse<gallery::Work>("<a text='" + reference + reference + "'><title>t</title></a>").title, "t");
+    }
+}
+
 TEST(Document, OptionalPartsOfTheXmlDeclarationMayBeLeftOut)
 {
     for (char const* const declaration :

@@ -153,6 +153,81 @@ TEST(Registry, RemovalNeedsNoMemory)
     EXPECT_EQ(Tool::find("saw"), nullptr);
 }
 
+TEST(Registry, RegistrationWithoutMemoryLeavesNoEntryWhileASinkIsSet)
+{
+    // The sentence about a new registry is too long for the buffer inside a string, so the log allocates too.
+    std::string const name = "a name that is too long for the buffer inside a string";
+    struct Chisel : NamedObject<Chisel*>
+    {
+        explicit Chisel(std::string const& n) : NamedObject(n) {}
+    };
+    static int registries = 0;
+    registries = 0;
+    sinew::setRegistryLogSink([](std::string const& action, std::string const&, std::string const& text) {
+        std::string const copy = text; // a sink that allocates
+        registries += action == "registry" && !copy.empty() ? 1 : 0;
+    });
+    std::unique_ptr<Chisel> made;
+    for (long allowed = 0; !made; ++allowed) {
+        SCOPED_TRACE(allowed);
+        try {
+            test::FailingNew const failing(allowed);
+            made = std::make_unique<Chisel>(name);
+        } catch (std::bad_alloc const&) {
+            EXPECT_EQ(Chisel::find(name), nullptr);
+            EXPECT_TRUE(Chisel::names().empty());
+        }
+    }
+    sinew::setRegistryLogSink(nullptr);
+    EXPECT_EQ(Chisel::find(name), made.get());
+    EXPECT_GE(registries, 1) << "the registry that exists has been logged";
+}
+
+TEST(Registry, ASinkThatThrowsLeavesNoEntry)
+{
+    static bool throws = true;
+    throws = true;
+    sinew::setRegistryLogSink([](std::string const& action, std::string const&, std::string const&) {
+        if (throws && action == "   new") throw std::bad_alloc();
+    });
+    EXPECT_THROW(Tool("saw"), std::bad_alloc);
+    EXPECT_EQ(Tool::find("saw"), nullptr);
+    throws = false;
+    {
+        Tool const saw("saw");
+        EXPECT_EQ(Tool::find("saw"), &saw);
+    }
+    sinew::setRegistryLogSink(nullptr);
+}
+
+TEST(Registry, RemovalIgnoresASinkThatThrows)
+{
+    std::optional<Tool> tool(std::in_place, "saw");
+    sinew::setRegistryLogSink(
+        [](std::string const&, std::string const&, std::string const&) { throw std::bad_alloc(); });
+    tool.reset();
+    sinew::setRegistryLogSink(nullptr);
+    EXPECT_EQ(Tool::find("saw"), nullptr);
+}
+
+TEST(Registry, WithoutASinkTheLogAllocatesNothing)
+{
+    struct Plane : NamedObject<Plane*>
+    {
+        explicit Plane(std::string const& n) : NamedObject(n) {}
+    };
+    long long const before = test::allocationCount();
+    {
+        Plane const plane("p");
+    }
+    EXPECT_LE(test::allocationCount() - before, 3) << "the registry, its type name and the entry";
+    long long const again = test::allocationCount();
+    {
+        Plane const plane("p");
+    }
+    EXPECT_EQ(test::allocationCount() - again, 1) << "the entry";
+}
+
 TEST(Registry, FactoryIsInBothRegistries)
 {
     struct Easel : Serializable

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "meshfunc/mesh_samples.h"
+#include "support/comma_locale.h"
 
 using sinew::MeshFault;
 using test::Mesh;
@@ -207,4 +208,17 @@ TEST(MeshDiagnosis, ReportsCountsBeyondThePackedRange)
     f.normaldots.push_back(0);
     EXPECT_EQ(kinds(f), (Kinds{{MeshFault::unpackableCount, {}}}));
     EXPECT_EQ(valueOf(MeshFault::unpackableCount, f), 262144);
+}
+
+TEST(MeshDiagnosis, SentencesAreTheSameUnderADecimalComma)
+{
+    Mesh mesh;
+    for (int i = 0; i < 1300; ++i) mesh.addVertex(i, 1234.5);
+    mesh.addTriangle(1200, 1201, 4321);
+    MeshFunction2D const f = mesh.function();
+    std::string const expected = sinew::diagnose(f).text();
+    EXPECT_NE(expected.find("4321"), std::string::npos) << "numbers that a locale may group";
+    test::CommaLocale const comma;
+    ASSERT_TRUE(test::CommaLocale::inCLibrary()) << "no locale with a decimal comma: install the package 'locales'";
+    EXPECT_EQ(sinew::diagnose(f).text(), expected);
 }

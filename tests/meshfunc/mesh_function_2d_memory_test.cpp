@@ -105,3 +105,30 @@ TEST(MeshFunctionMemory, LargeMeshesAllocateInTheFirstQueryOfACellOnly)
     for (Point const& p : points) f.evaluate(p, nullptr, nullptr);
     EXPECT_EQ(test::allocationCount(), afterFirst);
 }
+
+// The limit that the guide and the header name: 65536 triangles and 65536 entries of `gridCells`.
+TEST(MeshFunctionMemory, QueriesAllocateFromTheDocumentedNumberOfEntriesOn)
+{
+    // All triangles lie in one cell each, so there are as many entries as triangles.
+    for (int const triangles : {65536, 65537}) {
+        SCOPED_TRACE(triangles);
+        Mesh mesh;
+        for (int t = 0; t < triangles; ++t) {
+            double const x = t % 20 + 0.5, y = t / 20 % 20 + 0.5; // the middle of a cell, away from its borders
+            int const a = mesh.addVertex(x - 0.1, y - 0.1);
+            mesh.addVertex(x + 0.1, y - 0.1);
+            mesh.addVertex(x, y + 0.1);
+            mesh.addTriangle(a, a + 1, a + 2);
+        }
+        // Corners of the domain, so that the cells are the unit squares but for the margin.
+        mesh.addVertex(0, 0);
+        mesh.addVertex(20, 20);
+        MeshFunction2D const f = mesh.function();
+        std::size_t entries = 0;
+        for (auto const& list : f.gridCells) entries += list.size();
+        ASSERT_EQ(entries, static_cast<std::size_t>(triangles));
+        long long const before = test::allocationCount();
+        EXPECT_TRUE(f.evaluate({10.5, 10.5}, nullptr, nullptr));
+        EXPECT_EQ(test::allocationCount() > before, triangles > 65536);
+    }
+}

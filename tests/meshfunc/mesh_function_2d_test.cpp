@@ -1126,3 +1126,28 @@ TEST(MeshFunctionStale, NothingIsReadOutOfBounds)
         f.initEvaluatorHelper();
     }
 }
+
+TEST(InitBoundaries, ASecondCallGivesTheSameBoundaries)
+{
+    for (int const count : {1, 2, 9}) {
+        SCOPED_TRACE(count);
+        MeshFunction2D f = test::islands(count).function();
+        MeshFunction2D const before = f;
+        f.initBoundaries();
+        ASSERT_EQ(f.boundaryProjectors.size(), before.boundaryProjectors.size());
+        EXPECT_EQ(f.boundaryFacets, before.boundaryFacets);
+        for (std::size_t k = 0; k < before.boundaryProjectors.size(); ++k) {
+            EXPECT_TRUE(test::sameBits(f.boundaryProjectors[k]->points, before.boundaryProjectors[k]->points));
+        }
+        test::Random random(33);
+        for (int i = 0; i < 200; ++i) {
+            test::Point const p = random.point2(-1, 2);
+            test::Point value, expected;
+            EXPECT_EQ(f.extrapolate(p, &value, nullptr), before.extrapolate(p, &expected, nullptr));
+            EXPECT_TRUE(test::sameBits(value, expected));
+        }
+        f.facets.resize(f.facets.size() - 1);
+        f.initBoundaries();
+        EXPECT_TRUE(f.boundaryProjectors.empty() && f.boundaryFacets.empty()) << "an incomplete triangle";
+    }
+}

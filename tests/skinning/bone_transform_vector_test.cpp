@@ -1,5 +1,6 @@
 #include <sinew/skinning/bone_transform_vector.h>
 
+#include <algorithm>
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -299,4 +300,75 @@ TEST(BoneTransformModifyer, CopiesShareTheBones)
         EXPECT_EQ(figure->referenceCount, 3);
     }
     EXPECT_EQ(figure->referenceCount, 1);
+}
+
+namespace {
+
+// `display` without the influences that `isValid` rejects.
+template <typename IsValid>
+smart_ptr<DisplayData> withoutInvalid(DisplayData const& display, IsValid isValid)
+{
+    smart_ptr<DisplayData> cleaned(new DisplayData(display));
+    cleaned->boneWeights = smart_ptr<BoneWeightTable>(new BoneWeightTable);
+    for (auto const& list : display.boneWeights->influences) {
+        std::vector<std::pair<int, double>> kept;
+        for (auto const& influence : list) {
+            if (isValid(influence.first)) kept.push_back(influence);
+        }
+        cleaned->boneWeights->influences.push_back(kept);
+    }
+    return cleaned;
+}
+
+// A display of which some influences name no bone.
+smart_ptr<DisplayData> displayWithWildBones(Random& random, int bones)
+{
+    smart_ptr<DisplayData> const display = test::randomDisplay(random, 40, bones, 5);
+    int const wild[] = {-2147483647 - 1, -1, bones, bones + 1, 1 << 20, 2147483647};
+    for (auto& list : display->boneWeights->influences) {
+        for (auto& influence : list) {
+            if (random.oneIn(4)) influence.first = wild[random.below(6)];
+        }
+    }
+    return display;
+}
+
+} // namespace
+
+TEST(MissingBones, AreLeftOutOfASurface)
+{
+    Random random(57);
+    for (int trial = 0; trial < 200; ++trial) {
+        SCOPED_TRACE(trial);
+        int const bones = random.below(4);
+        smart_ptr<BoneTransformVector> const figure = test::randomBones(random, bones);
+        smart_ptr<DisplayData> const display = displayWithWildBones(random, std::max(bones, 1));
+        auto const namesABone = [bones](int index) { return index >= 0 && index < bones; };
+        SurfaceGeometryData expected;
+        reference::deform(*figure, *withoutInvalid(*display, namesABone), expected);
+        smart_ptr<SurfaceGeometryData> const result = BoneTransformModifyer(figure)(display);
+        EXPECT_TRUE(sameBits(result->positions, expected.positions));
+        for (int i = 0; i < 40; ++i) {
+            EXPECT_TRUE(sameBits(result->normals[i], expected.normals[i])) << i;
+            UVector3 normal;
+            Vector3 const single = figure->getTransformed(i, display, display->surface->normals[i], normal);
+            EXPECT_TRUE(sameBits(single, expected.positions[i])) << i;
+            EXPECT_TRUE(sameBits(normal, expected.normals[i])) << i;
+        }
+    }
+}
+
+TEST(MissingBones, AreLeftOutOfAPositionWhereNegativeIndicesAreTheIdentity)
+{
+    Random random(58);
+    for (int trial = 0; trial < 200; ++trial) {
+        SCOPED_TRACE(trial);
+        int const bones = random.below(4);
+        smart_ptr<BoneTransformVector> const figure = test::randomBones(random, bones);
+        smart_ptr<DisplayData> const display = displayWithWildBones(random, std::max(bones, 1));
+        smart_ptr<DisplayData> const cleaned = withoutInvalid(*display, [bones](int index) { return index < bones; });
+        for (int i = 0; i < 40; ++i) {
+            EXPECT_TRUE(sameBits(figure->getTransformed(i, display), reference::getTransformed(*figure, i, *cleaned)));
+        }
+    }
 }

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "sparse/matrices.h"
+#include "support/comma_locale.h"
 #include "support/random.h"
 
 using sinew::diagnose;
@@ -176,4 +177,29 @@ TEST(Diagnose, AgreesWithFactorOnHostileInput)
             EXPECT_FALSE(diagnosis.findings.empty());
         }
     }
+}
+
+TEST(Diagnose, OfEqualPivotsTheRowThatIsEliminatedFirstCounts)
+{
+    // Rows without edges are eliminated in their order.
+    MatrixDiagnosis const equal = of({{{0, 4.0}}, {{1, 4.0}}, {{2, 4.0}}});
+    EXPECT_EQ(equal.smallestPivotRow, 0);
+    EXPECT_EQ(equal.largestPivotRow, 0);
+    MatrixDiagnosis const pairs = of({{{0, 4.0}}, {{1, 9.0}}, {{2, 1.0}}, {{3, 1.0}}, {{4, 9.0}}});
+    EXPECT_EQ(pairs.smallestPivotRow, 2);
+    EXPECT_EQ(pairs.largestPivotRow, 1);
+}
+
+TEST(Diagnose, TextsAreTheSameUnderADecimalComma)
+{
+    SPDMatrix matrix;
+    for (int i = 0; i < 1300; ++i) matrix.rows.push_back({{i, i == 1234 ? -1234.5 : 0.25}});
+    MatrixDiagnosis const before = diagnose(matrix);
+    EXPECT_NE(before.text().find("Row 1234 has the pivot -1234.5,"), std::string::npos);
+    EXPECT_NE(before.pivotText().find("-1234.5 (row 1234) to 0.25"), std::string::npos);
+    test::CommaLocale const comma;
+    ASSERT_TRUE(test::CommaLocale::inCLibrary()) << "no locale with a decimal comma: install the package 'locales'";
+    MatrixDiagnosis const under = diagnose(matrix);
+    EXPECT_EQ(under.text(), before.text());
+    EXPECT_EQ(under.pivotText(), before.pivotText());
 }

@@ -1,5 +1,7 @@
 #include <sinew/sparse/detail/factorization.h>
 
+#include <limits>
+
 #include <gtest/gtest.h>
 
 #include "sparse/matrices.h"
@@ -153,4 +155,26 @@ TEST(Factorization, CountsEntriesAndUpdates)
     Factorization const ofFull(full.rows, full.computePerm());
     EXPECT_EQ(ofFull.entryCount(), 6);
     EXPECT_EQ(ofFull.updateCount(), 6 + 3 + 1);
+}
+
+// A product with a zero of a block's upper triangle changes nothing, unless the other factor is not finite.
+TEST(Factorization, EveryVariantAgreesOnInfinitiesAndNaNInLargeMatrices)
+{
+    Random random(20250346);
+    double const wild[] = {std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
+                           std::numeric_limits<double>::quiet_NaN(), 1e200};
+    for (int trial = 0; trial < 60; ++trial) {
+        SCOPED_TRACE(trial);
+        int const n = 1100;
+        SPDMatrix matrix = trial % 2 ? test::matrixOf(test::randomGraph(n, 2 * n, random), n, random)
+                                     : test::matrixOf(test::grid2D(30, 37), 30 * 37, random);
+        for (int k = 0; k < 1 + trial % 3; ++k) {
+            auto& row = matrix.rows[static_cast<std::size_t>(random.below(static_cast<int>(matrix.rows.size())))];
+            auto const entry = static_cast<std::size_t>(random.below(static_cast<int>(row.size())));
+            bool const isDiagonal = entry + 1 == row.size();
+            row[entry].second = isDiagonal ? wild[0] : wild[random.below(4)]; // a negative pivot would end the trial
+        }
+        expectAsReference(matrix);
+        if (HasFailure()) return;
+    }
 }

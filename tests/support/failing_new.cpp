@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <new>
 
-#if defined(_WIN32)
+#if defined(_WIN32) || defined(__GLIBC__)
 #include <malloc.h>
 #endif
 
@@ -13,15 +13,32 @@ namespace {
 
 // Number of allocations that still succeed. Negative: all succeed.
 long allocationsLeft = -1;
+test::Failing mode = test::Failing::all;
+bool failed = false;
 
 std::atomic<long long> bytesSoFar{0};
 std::atomic<long long> countSoFar{0};
+std::atomic<long long> liveNow{0};
+std::atomic<long long> liveBytesNow{0};
+
+long long sizeOf([[maybe_unused]] void* memory)
+{
+#if defined(__GLIBC__)
+    return static_cast<long long>(malloc_usable_size(memory));
+#else
+    return 0;
+#endif
+}
 
 void count(std::size_t size)
 {
     bytesSoFar += static_cast<long long>(size);
     ++countSoFar;
-    if (allocationsLeft == 0) throw std::bad_alloc();
+    if (allocationsLeft == 0) {
+        failed = true;
+        if (mode == test::Failing::onlyNext) allocationsLeft = -1;
+        throw std::bad_alloc();
+    }
     if (allocationsLeft > 0) --allocationsLeft;
 }
 
@@ -46,18 +63,34 @@ void freeAligned(void* memory)
 void* orThrow(void* memory)
 {
     if (!memory) throw std::bad_alloc();
+    ++liveNow;
+    liveBytesNow += sizeOf(memory);
     return memory;
+}
+
+void countRelease(void* memory)
+{
+    if (!memory) return;
+    --liveNow;
+    liveBytesNow -= sizeOf(memory);
 }
 
 } // namespace
 
-test::FailingNew::FailingNew(long allowed)
+test::FailingNew::FailingNew(long allowed, Failing failing)
 {
+    mode = failing;
+    failed = false;
     allocationsLeft = allowed;
 }
 test::FailingNew::~FailingNew()
 {
     allocationsLeft = -1;
+}
+
+bool test::FailingNew::hasFailed() const
+{
+    return failed;
 }
 
 long long test::allocatedBytes()
@@ -67,6 +100,18 @@ long long test::allocatedBytes()
 long long test::allocationCount()
 {
     return countSoFar;
+}
+long long test::liveBytes()
+{
+#if defined(__GLIBC__)
+    return liveBytesNow;
+#else
+    return -1;
+#endif
+}
+long long test::liveAllocations()
+{
+    return liveNow;
 }
 
 // All other forms of new and delete call these.
@@ -83,17 +128,21 @@ void* operator new(std::size_t size, std::align_val_t alignment)
 }
 void operator delete(void* memory) noexcept
 {
+    countRelease(memory);
     std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept
 {
+    countRelease(memory);
     std::free(memory);
 }
 void operator delete(void* memory, std::align_val_t) noexcept
 {
+    countRelease(memory);
     freeAligned(memory);
 }
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept
 {
+    countRelease(memory);
     freeAligned(memory);
 }

@@ -51,6 +51,9 @@ public:
     /// Bytes held, including this object and excluding shared records.
     std::size_t memory() const;
 
+    /// The grids, for tests: results do not show whether there are any.
+    FinerGrids const& grids() const { return finer_; }
+
 private:
     bool findInBucket(CellBucket const& bucket, tzNM::vect2<double> const& p, CellLink* last, TriangleHit* hit) const;
 

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 #include <sinew/core/tolerances.h>
@@ -198,15 +199,41 @@ SINEW_KERNEL void moveByBlend(BoneColumns const* bones, Influences const& influe
     transformLane(blended, tangent2, l);
 }
 
-// Moves the vertex in lane l, if it has influences. A single influence moves it fully, whatever its weight.
-SINEW_KERNEL void moveByBones(BoneColumns const* bones, Influences const& influences, std::size_t l, Block& p,
+// The bones of the figure.
+struct Bones
+{
+    BoneColumns const* first;
+    std::size_t count;
+};
+
+// Moves the vertex in lane l by influences that name bones, if there are any. A single influence moves it fully,
+// whatever its weight.
+SINEW_KERNEL void moveByValid(Bones const& bones, Influences const& influences, std::size_t l, Block& p,
                               Block& tangent1, Block& tangent2)
 {
     if (influences.empty()) return;
     if (influences.size() == 1) {
-        moveByOne(bones[influences[0].first], l, p, tangent1, tangent2);
+        moveByOne(bones.first[influences[0].first], l, p, tangent1, tangent2);
     } else {
-        moveByBlend(bones, influences, l, p, tangent1, tangent2);
+        moveByBlend(bones.first, influences, l, p, tangent1, tangent2);
+    }
+}
+
+// Moves the vertex in lane l by those of its influences that name bones. A function of its own, because it is hardly
+// ever called: it would only make the loop longer.
+void moveByBonesThatExist(Bones const& bones, Influences const& influences, std::size_t l, Block& p, Block& tangent1,
+                          Block& tangent2)
+{
+    moveByValid(bones, sinew::detail::influencesOfBones(influences, bones.count), l, p, tangent1, tangent2);
+}
+
+SINEW_KERNEL void moveByBones(Bones const& bones, Influences const& influences, std::size_t l, Block& p,
+                              Block& tangent1, Block& tangent2)
+{
+    if (sinew::detail::allNameBones(influences, bones.count)) {
+        moveByValid(bones, influences, l, p, tangent1, tangent2);
+    } else {
+        moveByBonesThatExist(bones, influences, l, p, tangent1, tangent2);
     }
 }
 
@@ -214,7 +241,7 @@ SINEW_KERNEL void moveByBones(BoneColumns const* bones, Influences const& influe
 struct DeformKernel
 {
     DeformationInput const& input;
-    BoneColumns const* bones;
+    Bones bones;
     Vector3* positions;
     UVector3* normals;
 
@@ -252,28 +279,26 @@ private:
     }
 };
 
-// Whether the weight table has a list for every vertex and each list names bones that exist.
-[[maybe_unused]] bool hasMatchingWeights(DeformationInput const& input)
-{
-    if (!input.weights) return true;
-    auto const& lists = input.weights->influences;
-    auto const namesABone = [&](auto const& influence) {
-        return influence.first >= 0 && asIndex(influence.first) < input.bones.size();
-    };
-    return lists.size() >= input.count && std::all_of(lists.data(), lists.data() + input.count, [&](auto const& list) {
-               return std::all_of(list.begin(), list.end(), namesABone);
-           });
-}
-
 } // namespace
+
+std::vector<std::pair<int, double>>
+sinew::detail::influencesOfBones(std::vector<std::pair<int, double>> const& influences, std::size_t boneCount)
+{
+    std::vector<std::pair<int, double>> valid;
+    valid.reserve(influences.size());
+    std::copy_if(influences.begin(), influences.end(), std::back_inserter(valid), [boneCount](auto const& influence) {
+        return static_cast<std::size_t>(influence.first) < boneCount; // a negative index becomes a large number
+    });
+    return valid;
+}
 
 void sinew::detail::deformVertices(DeformationInput const& input, Vector3* positions, UVector3* normals,
                                    VectorWidth width)
 {
     assert(width <= widestVectors());
-    assert(hasMatchingWeights(input));
+    assert(!input.weights || input.weights->influences.size() >= input.count);
     std::vector<BoneColumns> bones;
     bones.reserve(input.bones.size());
     for (BoneTransform const& bone : input.bones) bones.push_back(columnsOf(bone));
-    dispatch(width, DeformKernel{input, bones.data(), positions, normals});
+    dispatch(width, DeformKernel{input, {bones.data(), bones.size()}, positions, normals});
 }

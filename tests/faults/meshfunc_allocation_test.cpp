@@ -1,0 +1,359 @@
+// The module meshfunc with every allocation failing in turn.
+
+#include <istream>
+#include <memory>
+#include <optional>
+#include <sstream>
+
+#include <sinew/framework/fields.h>
+#include <sinew/meshfunc/mesh_diagnosis.h>
+#include <sinew/meshfunc/texture_compaction.h>
+#include <sinew/meshfunc/type_handlers.h>
+
+#include "faults/buffers.h"
+#include "faults/digest.h"
+#include "faults/sweep.h"
+#include "meshfunc/mesh_samples.h"
+#include "support/random.h"
+
+using faults::Digest;
+using faults::FixedBuffer;
+using faults::Guarantee;
+using faults::sweep;
+using faults::TextBuffer;
+using test::Mesh;
+using test::Point;
+using test::Random;
+
+namespace {
+
+// Values of the members, and the results of queries.
+std::string digestOf(MeshFunction2D const& f)
+{
+    Digest digest(f.params, f.values, f.normaldots, f.facets, f.gridCells, f.boundaryFacets, f.saveString,
+                  f.extrapolateFlag, f.boundaryProjectors.size());
+    for (int k = 0; k < 2; ++k) {
+        digest.add(f.gridSize[k]);
+        digest.add(f.gridScale[k]);
+        if (f.gridSize[k] == 0) continue;
+        digest.add(f.domainMin[k]); // without meaning otherwise
+        digest.add(f.domainMax[k]);
+    }
+    for (auto const& projector : f.boundaryProjectors)
+        digest.add(projector ? projector->points : std::vector<Vector3>());
+    Random random(11);
+    for (int i = 0; i < 30; ++i) {
+        Point const p = random.point2(-0.3, 1.3);
+        Point value;
+        float scalar = 0;
+        digest.add(f.evaluate(p, &value, &scalar));
+        digest.add(f.extrapolate(p, &value, &scalar));
+        digest.add(f.extrapolateOld(p, &value, &scalar));
+        digest.add(value);
+        digest.add(scalar);
+    }
+    return digest;
+}
+
+// Two triangles in each of 9 squares: a mesh with a boundary of nine loops.
+Mesh smallMesh()
+{
+    return test::islands(3);
+}
+
+Mesh oneLoop()
+{
+    Random random(12);
+    return test::gridMesh(random, 3, 3);
+}
+
+struct State
+{
+    MeshFunction2D f{true};
+    std::unique_ptr<MeshFunction2D> made;
+    std::string text;
+};
+
+std::string digestOfState(State& s)
+{
+    return digestOf(s.f) + (s.made ? digestOf(*s.made) : std::string("none")) + s.text;
+}
+
+std::unique_ptr<State> makeState()
+{
+    auto state = std::make_unique<State>();
+    state->f = smallMesh().function();
+    return state;
+}
+
+template <typename Act>
+void sweepFunction(Guarantee guarantee, Act const& act)
+{
+    sweep(guarantee, makeState, act, digestOfState);
+}
+
+std::vector<bool> mask(int width, int height)
+{
+    std::vector<bool> used(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    for (int y = height / 3; y < height / 2; ++y) {
+        for (int x = width / 3; x < width / 2; ++x) used[static_cast<std::size_t>(x + width * y)] = true;
+    }
+    return used;
+}
+
+// An object whose fields are the types that the module's type handlers write.
+class Placed : public Serializable
+{
+public:
+    Vector3 position;
+    std::vector<Point> outline;
+
+    smart_ptr<Field> describeFields(std::string const& name) override
+    {
+        ClassDesc desc;
+        desc.add("position", &Placed::position);
+        desc.add("outline", &Placed::outline);
+        return new CompositeField(name, desc);
+    }
+};
+
+} // namespace
+
+TEST(MeshFunctionAllocation, Construction)
+{
+    Mesh const mesh = smallMesh();
+    sweepFunction(Guarantee::strong, [&](State& s) {
+        s.made = std::make_unique<MeshFunction2D>(mesh.params, mesh.values, mesh.facets, mesh.normaldots);
+    });
+    sweepFunction(Guarantee::strong, [](State& s) { s.made = std::make_unique<MeshFunction2D>(false); });
+    sweepFunction(Guarantee::strong, [](State& s) { s.made.reset(s.f.copy()); });
+}
+
+TEST(MeshFunctionAllocation, Copies)
+{
+    faults::sweepCopies<MeshFunction2D>([] { return oneLoop().function(); }, [] { return smallMesh().function(); },
+                                        [](MeshFunction2D const& f) { return digestOf(f); });
+}
+
+TEST(MeshFunctionAllocation, Rebuilding)
+{
+    sweepFunction(Guarantee::basic, [](State& s) { s.f.initEvaluatorHelper(); });
+    sweepFunction(Guarantee::basic, [](State& s) { s.f.initBoundaries(); });
+}
+
+TEST(MeshFunctionAllocation, ErasingTriangles)
+{
+    EmptyRectTester const tester(mask(64, 64), 64, 64);
+    sweepFunction(Guarantee::basic, [&](State& s) { s.f.eraseExtraTriangles(tester); });
+    TextureOptimizer const optimizer(mask(64, 64), 64, 64);
+    State s;
+    s.f = smallMesh().function();
+    faults::expectNoAllocation([&] { s.f.remapToOptimized(optimizer); });
+}
+
+TEST(MeshFunctionAllocation, QueriesOfSmallMeshesAllocateNothing)
+{
+    MeshFunction2D const f = smallMesh().function();
+    Point value;
+    faults::expectNoAllocation([&] {
+        f.evaluate({0.1, 0.1}, &value, nullptr);
+        f.extrapolate({-0.1, 0.3}, &value, nullptr);
+        f.extrapolateOld({-0.1, 0.3}, &value, nullptr);
+        f.getAnyPointInDomain(value);
+        f.iDistToEdge(0, 1, {0, 0}, nullptr, false);
+        f.iEvalInFacet(0, 1, 2, {0, 0}, &value, nullptr, false);
+        Point const points[2] = {{0.1, 0.1}, {2, 2}};
+        sinew::evaluateMany(f, points, 2, nullptr, nullptr, nullptr);
+        sinew::extrapolateMany(f, points, 2, nullptr, nullptr, nullptr);
+    });
+}
+
+TEST(MeshFunctionAllocation, QueriesOfLargeMeshes)
+{
+    // The first query of a cell builds its search structure; if that fails, the public list is searched instead.
+    Random random(13);
+    static MeshFunction2D const large = test::gridMesh(random, 190, 190).function();
+    struct Query
+    {
+        MeshFunction2D f = large;
+        Point value;
+        bool found = false;
+    };
+    auto const digest = [](Query& q) { return std::string(Digest(q.value, q.found)); };
+    auto const make = [] { return std::make_unique<Query>(); };
+    sweep(
+        Guarantee::strong, make,
+        [](Query& q) {
+            q.found = q.f.evaluate({0.52, 0.52}, &q.value, nullptr);
+        },
+        digest);
+    Query query;
+    {
+        test::FailingNew const failing(0);
+        EXPECT_TRUE(query.f.evaluate({0.52, 0.52}, &query.value, nullptr));
+        EXPECT_TRUE(failing.hasFailed());
+    }
+    // The boundary is a polyline of 760 segments, whose index is built by the first query outside.
+    sweep(
+        Guarantee::strong, make,
+        [](Query& q) {
+            q.found = q.f.extrapolate({-0.2, 0.5}, &q.value, nullptr);
+        },
+        digest);
+}
+
+TEST(MeshFunctionAllocation, Saving)
+{
+    // The vectors are unchanged after a failure; `saveString` may keep the packed text, which is not read again.
+    sweep(
+        Guarantee::basic, makeState,
+        [](State& s) {
+            FixedBuffer buffer;
+            std::ostream out(&buffer);
+            sinew::writeDocument(out, s.f, "function");
+            s.text = buffer.text();
+        },
+        digestOfState);
+    sweep(
+        Guarantee::strong, makeState,
+        [](State& s) {
+            FixedBuffer buffer;
+            std::ostream out(&buffer);
+            sinew::writeDocument(out, s.f, "function");
+            s.text = buffer.text();
+        },
+        [](State& s) {
+            MeshFunction2D copy = s.f;
+            copy.saveString.clear();
+            return digestOf(copy) + s.text;
+        });
+}
+
+TEST(MeshFunctionAllocation, Loading)
+{
+    MeshFunction2D saved = smallMesh().function();
+    std::ostringstream out;
+    sinew::writeDocument(out, saved, "MeshFunction2D");
+    std::string const packed = out.str();
+    std::string const older = "<MeshFunction2D><params><param u=\"0\" v=\"0\"/><param u=\"1\" v=\"0\"/><param u=\"0\" "
+                              "v=\"1\"/></params><values><value u=\"0\" v=\"0\"/><value u=\"1\" v=\"0\"/><value "
+                              "u=\"0\" v=\"1\"/></values><facets><facet>0</facet><facet>1</facet><facet>2</facet>"
+                              "</facets><extrapolateFlag>1</extrapolateFlag></MeshFunction2D>";
+    for (std::string const& document : {packed, older}) {
+        SCOPED_TRACE(document.substr(0, 60));
+        sweep(
+            Guarantee::basic, [] { return std::make_unique<State>(); },
+            [&](State& s) {
+                TextBuffer buffer(document);
+                std::istream in(&buffer);
+                sinew::readDocument(in, s.f);
+            },
+            digestOfState);
+        sweep(
+            Guarantee::strong, [] { return std::make_unique<State>(); },
+            [&](State& s) {
+                TextBuffer buffer(document);
+                std::istream in(&buffer);
+                std::unique_ptr<Serializable> made = sinew::createFromDocument(in);
+                s.made.reset(dynamic_cast<MeshFunction2D*>(made.release()));
+            },
+            digestOfState);
+    }
+}
+
+TEST(MeshFunctionAllocation, TypeHandlers)
+{
+    struct Objects
+    {
+        Placed saved, loaded;
+        std::string text;
+    };
+    auto const make = [] {
+        auto objects = std::make_unique<Objects>();
+        objects->saved.position = {1, 2.5, -3};
+        objects->saved.outline = {{0, 0.125}, {1, 2}};
+        return objects;
+    };
+    auto const digest = [](Objects& o) {
+        return std::string(Digest(o.saved.position, o.saved.outline, o.loaded.position, o.loaded.outline, o.text));
+    };
+    sweep(
+        Guarantee::basic, make,
+        [](Objects& o) {
+            FixedBuffer out;
+            std::ostream stream(&out);
+            sinew::writeDocument(stream, o.saved, "placed");
+            o.text = out.text();
+            TextBuffer in(o.text);
+            std::istream text(&in);
+            sinew::readDocument(text, o.loaded);
+        },
+        digest);
+}
+
+TEST(MeshFunctionAllocation, Diagnosis)
+{
+    Mesh mesh = smallMesh();
+    mesh.addVertex(1e9, 0);
+    mesh.addTriangle(0, 1, 77);
+    mesh.addTriangle(0, 1, 2);
+    struct Diagnosed
+    {
+        sinew::MeshDiagnosis diagnosis;
+    };
+    MeshFunction2D const f = mesh.function();
+    sweep(
+        Guarantee::strong, [] { return std::make_unique<Diagnosed>(); },
+        [&](Diagnosed& d) { d.diagnosis = sinew::diagnose(f); },
+        [](Diagnosed& d) { return std::string(Digest(d.diagnosis)); });
+}
+
+TEST(TextureAllocation, Testers)
+{
+    auto const digest = [](EmptyRectTester const& t) {
+        return std::string(Digest(t.width, t.height, t.emptyTexels, t.isRectEmpty(0.1, 0.1, 0.3, 0.2),
+                                  t.isRectEmpty(0.3, 0.3, 0.6, 0.6), t.isRectEmpty(0.8, 0.8, 0.9, 0.9)));
+    };
+    auto const tester = [](int width, int height) {
+        return [width, height] { return EmptyRectTester(mask(width, height), width, height); };
+    };
+    faults::sweepCopies<EmptyRectTester>(tester(20, 30), tester(70, 80), digest);
+    std::vector<bool> const used = mask(70, 80);
+    struct Made
+    {
+        std::optional<EmptyRectTester> tester;
+        std::optional<TextureOptimizer> optimizer;
+    };
+    sweep(
+        Guarantee::strong, [] { return std::make_unique<Made>(); }, [&](Made& m) { m.tester.emplace(used, 70, 80); },
+        [&](Made& m) { return m.tester ? digest(*m.tester) : std::string("none"); });
+}
+
+TEST(TextureAllocation, Optimizers)
+{
+    auto const digest = [](TextureOptimizer const& t) {
+        double u = 0, v = 0;
+        t.mapCoord(0.4, 0.4, u, v);
+        Digest result(t.width, t.height, t.newWidth, t.newHeight, u, v, t.motions.size());
+        for (auto const& m : t.motions) {
+            for (int const x : {m.x, m.y, m.w, m.h, m.dx, m.dy}) result.add(x);
+        }
+        return std::string(result);
+    };
+    auto const optimizer = [](int motions) {
+        return [motions] {
+            TextureOptimizer t(mask(64, 64), 64, 64);
+            t.motions.resize(static_cast<std::size_t>(motions), t.motions.at(0));
+            return t;
+        };
+    };
+    faults::sweepCopies<TextureOptimizer>(optimizer(1), optimizer(5), digest);
+    std::vector<bool> const used = mask(64, 64);
+    struct Made
+    {
+        std::optional<TextureOptimizer> optimizer;
+    };
+    sweep(
+        Guarantee::strong, [] { return std::make_unique<Made>(); }, [&](Made& m) { m.optimizer.emplace(used, 64, 64); },
+        [&](Made& m) { return m.optimizer ? digest(*m.optimizer) : std::string("none"); });
+}
