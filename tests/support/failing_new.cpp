@@ -114,7 +114,7 @@ long long test::liveAllocations()
     return liveNow;
 }
 
-// All other forms of new and delete call these.
+// The array forms call these. The forms that do not throw are replaced too: the address sanitizer has its own.
 void* operator new(std::size_t size)
 {
     count(size);
@@ -145,4 +145,16 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept
 {
     countRelease(memory);
     freeAligned(memory);
+}
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept
+{
+    try {
+        return operator new(size);
+    } catch (std::bad_alloc const&) {
+        return nullptr;
+    }
+}
+void operator delete(void* memory, std::nothrow_t const&) noexcept
+{
+    operator delete(memory);
 }

@@ -13,11 +13,9 @@
 #include <utility>
 
 #include <sinew/core/tolerances.h>
-#include <sinew/detail/as_index.h>
 
 namespace {
 
-using sinew::detail::asIndex;
 using sinew::detail::DeformationInput;
 using sinew::detail::VectorWidth;
 using Influences = std::vector<std::pair<int, double>>;
