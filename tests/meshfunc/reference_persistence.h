@@ -29,7 +29,7 @@ inline void packReal(std::string& text, double x)
     text += static_cast<char>((q >> 18 & 63) + 63);
 }
 
-inline std::string pack(MeshFunction2D const& f)
+inline std::string pack(::MeshFunction2D const& f)
 {
     std::string text = "0";
     text.reserve(f.facets.size() * 3 + 6 + 20 * f.params.size() + 1);
@@ -54,7 +54,7 @@ class Unpacker
 public:
     explicit Unpacker(std::string_view text) : text_(text) {}
 
-    std::string unpack(MeshFunction2D& f)
+    std::string unpack(::MeshFunction2D& f)
     {
         std::size_t const length = text_.size();
         if (length <= 3) return "saveString way too short";

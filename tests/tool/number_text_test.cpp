@@ -3,6 +3,8 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -40,4 +42,12 @@ TEST(ParseDouble, NumbersOutOfRangeKeepTheirSign)
     EXPECT_TRUE(test::sameBits(parsed("1e-400"), 0.0));
     EXPECT_TRUE(test::sameBits(parsed("-1e-400"), -0.0));
     EXPECT_TRUE(test::sameBits(parsed("0." + std::string(400, '0') + "1"), 0.0)) << "small without an exponent";
+}
+
+TEST(ForEachLine, TakesTheThreeLineEndsAsOneEach)
+{
+    std::vector<std::string> lines;
+    tool::forEachLine("a\nb\r\n\rc\n\nd", [&](std::string_view line) { lines.emplace_back(line); });
+    EXPECT_EQ(lines, (std::vector<std::string>{"a", "b", "", "c", "", "d"}));
+    tool::forEachLine("", [&](std::string_view) { ADD_FAILURE() << "an empty text has no line"; });
 }

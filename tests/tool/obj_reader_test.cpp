@@ -54,6 +54,12 @@ TEST(ParseObj, ReadsWindowsLineEndsAndComments)
     EXPECT_EQ(messageFor("# made elsewhere\r\nv 0 0 0\r\nv 1 0 0 # right\r\nv 0 1 0\r\nf 1 2 3\r\n"), "read");
 }
 
+TEST(ParseObj, ChecksLinesThatEndWithACarriageReturn)
+{
+    EXPECT_EQ(tool::parseObj("v 0 0 0\rv 1 0 0\rv 0 1 0\rf 1 2 3\r", "m.obj").triangles.size(), 1u);
+    EXPECT_EQ(messageFor("v 0 0 0\rv 1e999 0 0\rv 0 1 0\rf 1 2 3\r").substr(0, 8), "m.obj:2:");
+}
+
 TEST(ParseObj, ReadsAllDigitsOfANumber)
 {
     tool::TexturedMesh const mesh = tool::parseObj("v 0.1 1e-5 -2.5E3\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", "m.obj");

@@ -189,6 +189,13 @@ TEST(Glb, OfEqualWeightsKeepsThoseOfTheFirstBones)
     }
 }
 
+TEST(Glb, ReplacesBytesThatAreNotUtf8)
+{
+    Strip strip;
+    strip.skeleton.jointNames[0] = "k\xE4se";
+    EXPECT_EQ(documentOf(strip.glb())["nodes"][0]["name"], "k\xEF\xBF\xBDse - b");
+}
+
 TEST(Glb, DescribesMeshSkinAndMotion)
 {
     Strip const strip;

@@ -120,25 +120,19 @@ Mesh separateTriangles(int triangles)
 
 using MakeMesh = Mesh (*)(int);
 
-Prepare construct(MakeMesh make)
-{
-    return [make](int n) {
-        auto mesh = std::make_shared<Mesh>(make(n));
-        return [mesh] { sink = mesh->function().domainMax.x; };
-    };
-}
-
-// A fixed number of queries, half of them outside; only the mesh grows.
+// The construction and a fixed number of queries, half of them outside. Together, because large meshes build parts of
+// their structures during the first queries.
 Prepare query(MakeMesh make)
 {
     return [make](int n) {
-        auto function = std::make_shared<MeshFunction2D>(make(n).function());
-        return [function] {
+        auto mesh = std::make_shared<Mesh>(make(n));
+        return [mesh] {
+            MeshFunction2D const function = mesh->function();
             Random random(2);
             for (int i = 0; i < kQueries; ++i) {
                 Point const p = random.point2(-0.5, 1.5);
                 Point value;
-                sink = function->extrapolate(p, &value, nullptr) + value.x;
+                sink = function.extrapolate(p, &value, nullptr) + value.x;
             }
         };
     };
@@ -394,12 +388,6 @@ Prepare pose(int influences)
 std::map<std::string, Work> const& works()
 {
     static std::map<std::string, Work> const all = {
-        {"mesh.construct.grid", {kLinear, 8000, construct(grid)}},
-        {"mesh.construct.slivers", {kLinear, 2000, construct(slivers)}},
-        {"mesh.construct.one-cell", {kLinear, 8000, construct(oneCell)}},
-        {"mesh.construct.huge-triangle", {kLinear, 8000, construct(hugeTriangle)}},
-        {"mesh.construct.nested", {kLinear, 2000, construct(nested)}},
-        {"mesh.construct.islands", {kLinear, 4000, construct(separateTriangles)}},
         {"mesh.query.grid", {kLinear, 8000, query(grid)}},
         {"mesh.query.slivers", {kLinear, 4000, query(slivers)}},
         {"mesh.query.one-cell", {kLinear, 8000, query(oneCell)}},

@@ -232,7 +232,8 @@ std::string padded(std::string text, char filler)
 
 std::string container(json const& document, std::string const& buffer)
 {
-    std::string const text = padded(document.dump(), ' ');
+    // Names come from files of any encoding; bytes that are not UTF-8 become U+FFFD.
+    std::string const text = padded(document.dump(-1, ' ', false, json::error_handler_t::replace), ' ');
     std::string const binary = padded(buffer, '\0');
     std::string result = "glTF";
     appendWord(result, 2);

@@ -40,14 +40,16 @@ inline bool parseLong(std::string_view word, long& value)
     return error == std::errc() && end == word.data() + word.size();
 }
 
-/// Calls `visit(line)` for every line, without its "\n".
+/// Calls `visit(line)` for every line, without its end: "\n", "\r\n" or "\r".
 template <typename Visit>
 void forEachLine(std::string_view text, Visit visit)
 {
     while (!text.empty()) {
-        std::size_t const end = text.find('\n');
+        std::size_t const end = text.find_first_of("\r\n");
         visit(text.substr(0, end));
-        text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
+        if (end == std::string_view::npos) return;
+        std::size_t const length = text.substr(end, 2) == "\r\n" ? 2 : 1;
+        text = text.substr(end + length);
     }
 }
 
