@@ -58,7 +58,8 @@ TEST(SymbolicFactor, PredictsTheSizesOfTheFactor)
             auto const below = static_cast<std::int64_t>(factor.Mt[k].size());
             flops += below + 2 * below + 3 * (below * (below - 1) / 2); // scaling, pivots, other entries
             bytes += 2 * static_cast<std::int64_t>(sizeof factor.Mt[k]);
-            bytes += 16 * static_cast<std::int64_t>(factor.Mt[k].capacity() + factor.rows[k].capacity());
+            bytes += static_cast<std::int64_t>(sizeof(std::pair<int, double>) *
+                                               (factor.Mt[k].capacity() + factor.rows[k].capacity()));
         }
         EXPECT_EQ(symbolic.flopCount(), flops);
         EXPECT_EQ(symbolic.factorBytes(), bytes + n * static_cast<std::int64_t>(sizeof(double) + sizeof(int)))
