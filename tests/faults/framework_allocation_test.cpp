@@ -169,7 +169,8 @@ TEST(FrameworkAllocation, Registration)
     };
     for (bool const logged : {false, true}) {
         SCOPED_TRACE(logged);
-        static std::size_t length = 0;
+        static std::size_t length;
+        length = 0;
         if (logged) {
             sinew::setRegistryLogSink([](std::string const& action, std::string const& type, std::string const& name) {
                 length += (action + type + name).size(); // allocates
@@ -189,6 +190,7 @@ TEST(FrameworkAllocation, Registration)
             EXPECT_EQ(Tool::find(kLongName), nullptr);
         }
         sinew::setRegistryLogSink(nullptr);
+        EXPECT_EQ(length > 0, logged) << "the sink is called";
     }
     Tool const tool("short");
     faults::expectNoAllocation([&] { Tool::find(kLongName); });
