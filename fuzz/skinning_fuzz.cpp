@@ -1,5 +1,5 @@
-// Deforms surfaces by bones, with weight tables and placements of any numbers, and examines and normalises the weights.
-// Positions and normals are compared with the reference implementation.
+// Deforms surfaces by bones, with weight tables and placements of any numbers and bone indices that may name no bone,
+// and examines and normalises the weights. Positions and normals are compared with the reference implementation.
 
 #include <algorithm>
 #include <memory>
@@ -56,19 +56,34 @@ void compareInterpolation(Input& input, BoneTransform const& a, BoneTransform co
     require(same(a * b, reference::compose(a, b)), "composition of bones");
 }
 
-// @param negative  whether bone indices may be negative, which only the form without normals accepts
-smart_ptr<BoneWeightTable> weightsOf(Input& input, int vertices, int bones, bool negative)
+// Most indices name a bone, the others are any numbers.
+smart_ptr<BoneWeightTable> weightsOf(Input& input, int vertices, int bones)
 {
     smart_ptr<BoneWeightTable> table(new BoneWeightTable);
     for (int v = 0; v < vertices; ++v) {
         std::vector<std::pair<int, double>> list;
-        for (int k = bones > 0 ? input.below(kMostInfluences) : 0; k > 0; --k) {
-            int const bone = negative && input.below(4) == 0 ? -1 - input.byte() : input.below(bones);
+        for (int k = input.below(kMostInfluences); k > 0; --k) {
+            int const bone = bones == 0 || input.below(8) == 0 ? input.anyInt() : input.below(bones);
             list.push_back({bone, input.number()});
         }
         table->influences.push_back(std::move(list));
     }
     return table;
+}
+
+// Without the influences that are left out. The reference implementation takes only valid ones.
+smart_ptr<BoneWeightTable> validWeights(BoneWeightTable const& table, std::size_t bones, bool negativeIsIdentity)
+{
+    smart_ptr<BoneWeightTable> valid(new BoneWeightTable(table));
+    for (auto& list : valid->influences) {
+        list.erase(std::remove_if(list.begin(), list.end(),
+                                  [&](auto const& influence) {
+                                      if (influence.first < 0) return !negativeIsIdentity;
+                                      return static_cast<std::size_t>(influence.first) >= bones;
+                                  }),
+                   list.end());
+    }
+    return valid;
 }
 
 smart_ptr<DisplayData> displayOf(Input& input)
@@ -89,27 +104,39 @@ smart_ptr<DisplayData> displayOf(Input& input)
     return display;
 }
 
-void comparePoints(Input& input, BoneTransformVector const& figure, smart_ptr<DisplayData> display)
+void comparePoints(BoneTransformVector const& figure, smart_ptr<DisplayData> display)
 {
+    smart_ptr<BoneWeightTable> const given = display->boneWeights;
+    std::vector<Vector3> found;
     int const vertices = static_cast<int>(display->surface->positions.size());
-    display->boneWeights = weightsOf(input, vertices, static_cast<int>(figure.bones.size()), true);
+    for (int v = 0; v < vertices; ++v) found.push_back(figure.getTransformed(v, display));
+    display->boneWeights = validWeights(*given, figure.bones.size(), true);
     for (int v = 0; v < vertices; ++v) {
-        require(sameBits(figure.getTransformed(v, display), reference::getTransformed(figure, v, *display)),
+        require(sameBits(found[static_cast<std::size_t>(v)], reference::getTransformed(figure, v, *display)),
                 "position as the reference");
     }
+    display->boneWeights = given;
 }
 
 void compareSurface(smart_ptr<BoneTransformVector> figure, smart_ptr<DisplayData> display)
 {
+    smart_ptr<SurfaceGeometryData> const result = BoneTransformModifyer(figure)(display);
+    std::vector<std::pair<Vector3, UVector3>> single;
+    for (std::size_t v = 0; v < display->surface->normals.size(); ++v) {
+        UVector3 normal;
+        Vector3 const p = figure->getTransformed(static_cast<int>(v), display, display->surface->normals[v], normal);
+        single.push_back({p, normal});
+    }
+    smart_ptr<BoneWeightTable> const given = display->boneWeights;
+    if (given) display->boneWeights = validWeights(*given, figure->bones.size(), false);
     SurfaceGeometryData expected;
     reference::deform(*figure, *display, expected);
-    smart_ptr<SurfaceGeometryData> const result = BoneTransformModifyer(figure)(display);
+    display->boneWeights = given;
     require(sameBits(result->positions, expected.positions), "positions as the reference");
     for (std::size_t v = 0; v < expected.normals.size(); ++v) {
         require(sameBits(result->normals[v], expected.normals[v]), "normals as the reference");
-        UVector3 normal;
-        Vector3 const p = figure->getTransformed(static_cast<int>(v), display, display->surface->normals[v], normal);
-        require(sameBits(p, expected.positions[v]) && sameBits(normal, expected.normals[v]), "single vertices");
+        require(sameBits(single[v].first, expected.positions[v]), "position of a single vertex");
+        require(sameBits(single[v].second, expected.normals[v]), "normal of a single vertex");
     }
     require(result->indices == expected.indices, "the same triangles");
 }
@@ -126,7 +153,10 @@ void deformIncomplete(Input& input, smart_ptr<BoneTransformVector> figure, smart
     require(result->positions.size() == surface.positions.size(), "as many positions");
     require(result->normals.size() == surface.normals.size(), "as many normals");
     std::size_t done = std::min(surface.positions.size(), surface.normals.size());
-    if (display->boneWeights) done = std::min(done, display->boneWeights->influences.size());
+    if (display->boneWeights) {
+        done = std::min(done, display->boneWeights->influences.size());
+        display->boneWeights = validWeights(*display->boneWeights, figure->bones.size(), false);
+    }
     for (std::size_t v = 0; v < surface.positions.size(); ++v) {
         Vector3 expected = surface.positions[v];
         UVector3 normal;
@@ -190,10 +220,10 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
                              figure->bones[static_cast<std::size_t>(b) + 1]);
     }
     smart_ptr<DisplayData> display = displayOf(input);
-    comparePoints(input, *figure, display);
-    normalize(*display->boneWeights, figure->bones.size());
     int const vertices = static_cast<int>(display->surface->positions.size());
-    display->boneWeights = weightsOf(input, vertices, bones, false);
+    display->boneWeights = weightsOf(input, vertices, bones);
+    comparePoints(*figure, display);
+    normalize(*display->boneWeights, figure->bones.size());
     if (input.below(8) == 0) display->boneWeights = nullptr;
     compareSurface(figure, display);
     useGuards(figure, display);

@@ -4,8 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <sinew/sparse/symbolic_factor.h>
+
 #include "sparse/matrices.h"
 #include "sparse/reference_sparse.h"
+#include "support/failing_new.h"
 #include "support/random.h"
 #include "support/vector_widths.h"
 
@@ -177,4 +180,51 @@ TEST(Factorization, EveryVariantAgreesOnInfinitiesAndNaNInLargeMatrices)
         expectAsReference(matrix);
         if (HasFailure()) return;
     }
+}
+
+namespace {
+
+std::int64_t bytesOf(LLTMatrix const& factor)
+{
+    std::size_t bytes = factor.diag.size() * sizeof(double) + factor.perm.size() * sizeof(int);
+    for (auto const* lists : {&factor.rows, &factor.Mt}) {
+        for (auto const& list : *lists) bytes += sizeof list + list.size() * sizeof list[0];
+    }
+    return static_cast<std::int64_t>(bytes);
+}
+
+} // namespace
+
+TEST(Factorization, CountsTheBytesThatItHoldsAndThatFactoringTakes)
+{
+    Random random(20261122);
+    SPDMatrix const matrix = test::matrixOf(test::grid2D(40, 40), 1600, random);
+    std::int64_t const n = 1600;
+    for (FactorMethod method : {FactorMethod::rows, FactorMethod::panels}) {
+        SCOPED_TRACE(method == FactorMethod::rows ? "rows" : "panels");
+        Factorization const analysis(matrix.rows, matrix.computePerm(), method);
+        std::int64_t const before = test::allocatedBytes();
+        Factorization const copied(analysis);
+        std::int64_t const between = test::allocatedBytes();
+        NumericResult const result = copied.factor(matrix.rows);
+        std::int64_t const after = test::allocatedBytes();
+        EXPECT_EQ(between - before, analysis.bytes()) << "a copy allocates what the object holds";
+        // The count of the work is rounded up to the method that needs more, at most two numbers a row, and leaves out
+        // the padding behind the last panel and a few numbers for each earlier panel.
+        std::int64_t const work = after - between - bytesOf(result.factor);
+        EXPECT_LE(work, analysis.workBytes() + 4096);
+        EXPECT_GE(work, analysis.workBytes() - 2 * n * static_cast<std::int64_t>(sizeof(double)));
+    }
+}
+
+TEST(SymbolicFactor, CountsThePatternAndTheAnalysisAsItsBytes)
+{
+    Random random(20261123);
+    SPDMatrix const matrix = test::matrixOf(test::grid2D(40, 40), 1600, random);
+    Factorization const analysis(matrix.rows, matrix.computePerm());
+    std::int64_t pattern = 0;
+    for (auto const& row : matrix.rows) {
+        pattern += static_cast<std::int64_t>(sizeof(std::vector<int>) + row.size() * sizeof(int));
+    }
+    EXPECT_EQ(sinew::SymbolicFactor(matrix).workBytes(), pattern + analysis.bytes() + analysis.workBytes());
 }
