@@ -388,10 +388,11 @@ Prepare pose(int influences)
 std::map<std::string, Work> const& works()
 {
     static std::map<std::string, Work> const all = {
-        {"mesh.query.grid", {kLinear, 8000, query(grid)}},
+        // From 65,536 triangles or entries on, the parts of a mesh function are built by the first queries.
+        {"mesh.query.grid", {kLinear, 70000, query(grid)}},
         {"mesh.query.slivers", {kLinear, 4000, query(slivers)}},
         {"mesh.query.one-cell", {kLinear, 8000, query(oneCell)}},
-        {"mesh.query.huge-triangle", {kLinear, 8000, query(hugeTriangle)}},
+        {"mesh.query.huge-triangle", {kLinear, 70000, query(hugeTriangle)}},
         {"mesh.query.nested", {kLinear, 4000, query(nested)}},
         {"mesh.query.islands", {kLinear, 4000, query(separateTriangles)}},
         {"mesh.document.grid", {kLinear, 4000, saveAndLoad(grid)}},
