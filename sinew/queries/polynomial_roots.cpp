@@ -20,6 +20,10 @@ namespace {
 constexpr double kFirstEnd = 1.0;
 constexpr double kGrowth = 3.0;
 
+// Steps of this growth. After 647 of them the ends are infinite, unless the host has changed the rounding mode: in the
+// other modes numbers can stay at the largest double, with values of one sign.
+constexpr int kMaxGrowthSteps = 1000;
+
 // At least every second iteration bisects. 50 bisections narrow the first bracket, of width 2, to 2e-15.
 constexpr int kMaxIterations = 101;
 
@@ -130,12 +134,11 @@ bool rootAtCriticalPoint(Cubic const& f, double a, double b, double c, double* r
     return false;
 }
 
-// A bracket whose ends differ in sign. The loop ends without a limit on its steps: at infinite ends, the values are
-// infinities of different sign or NaN.
+// A bracket whose ends differ in sign. At infinite ends, the values are infinities of different sign or NaN.
 Bracket signChange(Cubic const& f)
 {
     Bracket bracket{-kFirstEnd, kFirstEnd, f(-kFirstEnd), f(kFirstEnd)};
-    while (bracket.atHi * bracket.atLo > 0) {
+    for (int step = 0; bracket.atHi * bracket.atLo > 0 && step < kMaxGrowthSteps; ++step) {
         bracket.lo *= kGrowth;
         bracket.hi *= kGrowth;
         bracket.atLo = f(bracket.lo);

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <locale>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -106,6 +107,12 @@ void expectSame(HostState const& before, HostState const& after)
 class HostStateOf : public testing::TestWithParam<Module>
 {
 };
+
+// In the list of tests; without it, GoogleTest prints the addresses in the struct.
+[[maybe_unused]] void PrintTo(Module const& module, std::ostream* out)
+{
+    *out << module.name;
+}
 
 std::string nameOf(testing::TestParamInfo<Module> const& info)
 {
