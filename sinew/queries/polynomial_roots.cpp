@@ -131,13 +131,17 @@ bool rootAtCriticalPoint(Cubic const& f, double a, double b, double c, double* r
 }
 
 // A bracket whose ends differ in sign. The loop ends without a limit on its steps: at infinite ends, the values are
-// infinities of different sign or NaN.
+// infinities of different sign or NaN. In other rounding modes than to the nearest, an end stays at the largest double
+// instead of becoming infinite; the loop then ends when the bracket no longer grows.
 Bracket signChange(Cubic const& f)
 {
     Bracket bracket{-kFirstEnd, kFirstEnd, f(-kFirstEnd), f(kFirstEnd)};
     while (bracket.atHi * bracket.atLo > 0) {
-        bracket.lo *= kGrowth;
-        bracket.hi *= kGrowth;
+        double const lo = bracket.lo * kGrowth;
+        double const hi = bracket.hi * kGrowth;
+        if (lo == bracket.lo && hi == bracket.hi) break;
+        bracket.lo = lo;
+        bracket.hi = hi;
         bracket.atLo = f(bracket.lo);
         bracket.atHi = f(bracket.hi);
     }
