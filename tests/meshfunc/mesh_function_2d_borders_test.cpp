@@ -220,7 +220,8 @@ TEST(TriangleCover, PartsOfCellsHoldTheirPoints)
     for (int trial = 0; trial < 200000; ++trial) {
         FinerGrid grid;
         double const scale = std::ldexp(1.0, random.below(40) - 20);
-        grid.low = scale * random.point2(-1000, 1000);
+        double const away = std::ldexp(scale, random.below(21)); // far from the origin, borders are rounded more
+        grid.low = away * random.point2(-1000, 1000);
         for (int k = 0; k < 2; ++k) {
             grid.size[k] = 1 + random.below(512);
             grid.scale[k] = grid.size[k] / (scale * random.uniform(0.1, 3));

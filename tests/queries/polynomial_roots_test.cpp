@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cfenv>
 #include <cmath>
 #include <limits>
 
@@ -400,3 +401,24 @@ TEST(SolveCubic, ReturnsForEveryCombinationOfSpecialNumbers)
         }
     }
 }
+
+#if defined(FE_UPWARD) && defined(FE_DOWNWARD) && defined(FE_TOWARDZERO) // a platform may have no other modes
+
+// Where rounding does not lead to infinity, the ends of the bracket stay at the largest double.
+TEST(SolveCubic, EndsInEveryRoundingMode)
+{
+    for (int const mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+        SCOPED_TRACE(mode);
+        for (double const sign : {1.0, -1.0}) {
+            double roots[3] = {};
+            std::fesetround(mode);
+            int const huge = solveCubic(1e-12, sign * 1e300, 1, 1, roots);
+            int const ordinary = solveCubic(1, -6, 11, -6, roots);
+            std::fesetround(FE_TONEAREST);
+            EXPECT_TRUE(huge == 1 || huge == 3);
+            EXPECT_EQ(ordinary, 3);
+        }
+    }
+}
+
+#endif
