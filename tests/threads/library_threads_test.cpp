@@ -288,7 +288,8 @@ TEST(Registries, NamesMayBeFoundByManyThreads)
             FactoryByName const* const factory = FactoryByName::find("MeshFunction2D");
             ASSERT_NE(factory, nullptr);
             std::unique_ptr<Serializable> const made(factory->createObject());
-            ASSERT_NE(FactoryByTypeID::find(typeid(*made).name()), nullptr);
+            Serializable const& object = *made;
+            ASSERT_NE(FactoryByTypeID::find(typeid(object).name()), nullptr);
             ASSERT_EQ(FactoryByName::find("not registered"), nullptr);
         }
     });
