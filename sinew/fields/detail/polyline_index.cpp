@@ -318,8 +318,9 @@ int PolylineIndex::choose(Points points, Vector3 const& q, NearestSegments const
 {
     // The search may meet the stray vertex before the nearest segment or after it.
     if (nearest.strayDistSq <= nearest.distSq) return kUndecided;
+    // Only if the host has changed the rounding mode: the bounds are proved for rounding to nearest.
+    if (nearest.count == 0) return kUndecided;
 
-    assert(nearest.count > 0);
     double reach = reachOf(points, q, nearest.first, nearest.distSq);
     int result = nearest.first;
     if (nearest.count > 1) {
