@@ -30,12 +30,16 @@ using test::Random;
 // Bytes that do not grow with the number of elements: small objects, and the pages to which large blocks are rounded.
 constexpr long long kFixed = 10000;
 
+// A compiler may leave out an allocation whose memory nobody can reach; this pointer may lead others to it.
+void const* volatile reachable;
+
 // What `make()` returns, and the bytes that are allocated while it exists.
 template <typename Make>
 long long bytesHeld(Make const& make)
 {
     long long const before = test::liveBytes();
     auto const kept = make();
+    reachable = &kept;
     return test::liveBytes() - before;
 }
 
