@@ -2,6 +2,8 @@
 
 /// The bits of results as one string, to compare states before and after a call.
 
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <utility>

@@ -204,29 +204,19 @@ TEST(MeshFunctionAllocation, QueriesOfLargeMeshes)
 
 TEST(MeshFunctionAllocation, Saving)
 {
+    auto const save = [](State& s) {
+        FixedBuffer buffer;
+        std::ostream out(&buffer);
+        sinew::writeDocument(out, s.f, "function");
+        s.text = buffer.text();
+    };
     // The vectors are unchanged after a failure; `saveString` may keep the packed text, which is not read again.
-    sweep(
-        Guarantee::basic, makeState,
-        [](State& s) {
-            FixedBuffer buffer;
-            std::ostream out(&buffer);
-            sinew::writeDocument(out, s.f, "function");
-            s.text = buffer.text();
-        },
-        digestOfState);
-    sweep(
-        Guarantee::strong, makeState,
-        [](State& s) {
-            FixedBuffer buffer;
-            std::ostream out(&buffer);
-            sinew::writeDocument(out, s.f, "function");
-            s.text = buffer.text();
-        },
-        [](State& s) {
-            MeshFunction2D copy = s.f;
-            copy.saveString.clear();
-            return digestOf(copy) + s.text;
-        });
+    sweep(Guarantee::basic, makeState, save, digestOfState);
+    sweep(Guarantee::strong, makeState, save, [](State& s) {
+        MeshFunction2D copy = s.f;
+        copy.saveString.clear();
+        return digestOf(copy) + s.text;
+    });
 }
 
 TEST(MeshFunctionAllocation, Loading)
