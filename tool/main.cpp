@@ -78,6 +78,7 @@ int main(int argc, char** argv)
 {
     CLI::App app("sinew: exact, fast low-level geometry, applied to real models", "sinew");
     app.require_subcommand(1);
+    app.allow_windows_style_options(false); // /models/box.obj is a path on Windows too
     int status = 0;
 #if defined(SINEW_TOOL_PICTURES)
     tool::TourOptions tourOptions;

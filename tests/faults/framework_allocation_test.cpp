@@ -13,6 +13,7 @@
 #include "faults/digest.h"
 #include "faults/sweep.h"
 #include "framework/gallery.h"
+#include "support/failing_new.h"
 #include "support/random.h"
 
 using faults::Digest;
@@ -194,6 +195,24 @@ TEST(FrameworkAllocation, Registration)
     }
     Tool const tool("short");
     faults::expectNoAllocation([&] { Tool::find(kLongName); });
+}
+
+TEST(FrameworkAllocation, WithoutASinkTheLogAllocatesNothing)
+{
+    struct Plane : NamedObject<Plane*>
+    {
+        explicit Plane(std::string const& n) : NamedObject(n) {}
+    };
+    long long const before = test::allocationCount();
+    {
+        Plane const plane("p");
+    }
+    EXPECT_LE(test::allocationCount() - before, 3) << "the registry, its type name and the entry";
+    long long const again = test::allocationCount();
+    {
+        Plane const plane("p");
+    }
+    EXPECT_EQ(test::allocationCount() - again, 1) << "the entry";
 }
 
 TEST(FrameworkAllocation, Factories)

@@ -55,12 +55,15 @@ std::uint64_t controlBits()
     return bits;
 }
 
-// The number of entries of a folder that describes this process; 0 where the system has none.
-std::size_t entriesOf(char const* folder)
+// The number of entries of a folder that describes this process; 0 on other systems than Linux. (Wine shows such
+// folders too, but their entries belong to Wine.)
+std::size_t entriesOf([[maybe_unused]] char const* folder)
 {
-    std::error_code error;
     std::size_t count = 0;
+#if defined(__linux__)
+    std::error_code error;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) ++count;
+#endif
     return count;
 }
 

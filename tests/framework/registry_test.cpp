@@ -210,24 +210,6 @@ TEST(Registry, RemovalIgnoresASinkThatThrows)
     EXPECT_EQ(Tool::find("saw"), nullptr);
 }
 
-TEST(Registry, WithoutASinkTheLogAllocatesNothing)
-{
-    struct Plane : NamedObject<Plane*>
-    {
-        explicit Plane(std::string const& n) : NamedObject(n) {}
-    };
-    long long const before = test::allocationCount();
-    {
-        Plane const plane("p");
-    }
-    EXPECT_LE(test::allocationCount() - before, 3) << "the registry, its type name and the entry";
-    long long const again = test::allocationCount();
-    {
-        Plane const plane("p");
-    }
-    EXPECT_EQ(test::allocationCount() - again, 1) << "the entry";
-}
-
 TEST(Registry, FactoryIsInBothRegistries)
 {
     struct Easel : Serializable

@@ -41,6 +41,15 @@ endif()
 separate_arguments(flags UNIX_COMMAND "${FLAGS}")
 separate_arguments(fastest UNIX_COMMAND "${FASTEST}")
 
+# Windows looks for a program's DLLs in these folders, and Wine in those of WINEPATH.
+if(PROGRAM_SUFFIX STREQUAL ".exe")
+  set(variable WINEPATH)
+  if(CMAKE_HOST_WIN32)
+    set(variable PATH)
+  endif()
+  set(ENV{${variable}} "${STAGE}/bin;${WORK}/build/sinew/sinew;$ENV{${variable}}")
+endif()
+
 # run_program(<path without ending>): sets `output`.
 function(run_program path)
   run(${EMULATOR} "${path}${PROGRAM_SUFFIX}")
