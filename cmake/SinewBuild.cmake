@@ -46,6 +46,6 @@ if(SINEW_FUZZ)
   target_compile_options(sinew_checks INTERFACE -fsanitize=fuzzer-no-link) # reports the taken branches to the fuzzer
 endif()
 if(SINEW_COVERAGE)
-  target_compile_options(sinew_checks INTERFACE --coverage -O0 -g)
-  target_link_options(sinew_checks INTERFACE --coverage)
+  target_compile_options(sinew_checks INTERFACE -fprofile-instr-generate -fcoverage-mapping)
+  target_link_options(sinew_checks INTERFACE -fprofile-instr-generate)
 endif()

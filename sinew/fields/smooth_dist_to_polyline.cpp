@@ -82,14 +82,6 @@ public:
     Matrix3 hess;
 
 private:
-    // Whether all derivatives are settled. It is tested only when a distance beyond the blend meets new derivatives.
-    enum class State
-    {
-        unknown,
-        settled,
-        unsettled
-    };
-
     void fold(double d, Vector3 const& y)
     {
         updateSmoothDist(d, q_, y, acc, h_, wantsGradient_ ? &grad : nullptr, wantsHessian_ ? &hess : nullptr);
@@ -98,10 +90,7 @@ private:
 
     // Whether folding in `d` would change no bit. Most segments are beyond the blend: to fold them in multiplies the
     // derivatives by one and adds products with zero.
-    bool changesNothing(double d)
-    {
-        return isBeyondBlend(d) && (state_ == State::settled || (state_ == State::unknown && testState()));
-    }
+    bool changesNothing(double d) { return isBeyondBlend(d) && (allSettled_ || testState()); }
 
     // Whether `acc` is the smaller number and smoothMax(-acc, -d, width) is outside its blend.
     bool isBeyondBlend(double d) const
@@ -110,13 +99,12 @@ private:
         return acc < d && (acc < d - width || width < sinew::detail::kSmallestBlend);
     }
 
-    void forgetState() { state_ = wantsGradient_ ? State::unknown : State::settled; }
+    void forgetState() { allSettled_ = !wantsGradient_; }
 
     bool testState()
     {
-        bool const settled = tame_ && isSettled(grad) && (!wantsHessian_ || isSettled(hess));
-        state_ = settled ? State::settled : State::unsettled;
-        return settled;
+        allSettled_ = tame_ && isSettled(grad) && (!wantsHessian_ || isSettled(hess));
+        return allSettled_;
     }
 
     Vector3 const q_;
@@ -124,7 +112,7 @@ private:
     bool const wantsGradient_;
     bool const wantsHessian_;
     bool const tame_;
-    State state_;
+    bool allSettled_; // all derivatives; tested only when a distance beyond the blend meets new ones
 };
 
 // A polyline of at least two vertices, prepared for any number of queries.

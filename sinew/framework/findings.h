@@ -19,7 +19,7 @@ namespace sinew {
 template <typename Kind>
 struct Finding
 {
-    Kind kind;                         ///< Which problem was found.
+    Kind kind{};                       ///< Which problem was found.
     std::vector<std::int64_t> indices; ///< Where it was found, counted from 0; empty if it has no position.
     double value = 0.0;                ///< The number that is wrong; 0 if there is none. May be NaN or infinite.
     std::string sentence;              ///< The finding as one English sentence with a full stop and without a line end.

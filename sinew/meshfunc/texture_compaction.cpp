@@ -200,7 +200,7 @@ TextureOptimizer::TextureOptimizer(std::vector<bool> const& usedMask, int width_
     std::size_t const rows = asIndex(height);
     if (static_cast<std::uint64_t>(columns) * rows != usedMask.size()) return;
     TexelBox const used = boxOfUsed(MaskBits(usedMask), columns, rows);
-    if (usedMask.empty() || used.minX > used.maxX || used.minY > used.maxY) {
+    if (usedMask.empty() || used.minX > used.maxX) {
         newWidth = 0;
         newHeight = 0;
         return;

@@ -65,6 +65,16 @@ TEST(Transform, DefaultIsTheIdentity)
     EXPECT_EQ(Transform(1.0), Transform());
 }
 
+TEST(Transform, AreEqualOnlyIfAllPartsAreEqual)
+{
+    Transform moved;
+    moved.translation = {0, 0, 1};
+    EXPECT_NE(moved, Transform());
+    EXPECT_NE(Transform(2.0), Transform());
+    EXPECT_NE(Transform(Vector3(0, 0, 1), 1.0), Transform());
+    EXPECT_EQ(Transform(moved), moved);
+}
+
 TEST(Transform, OfANumberScales)
 {
     EXPECT_EQ(Transform(2.0) * Vector3(1, 0, 0), Vector3(2, 0, 0));

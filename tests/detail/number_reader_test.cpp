@@ -251,10 +251,13 @@ TEST(ReadReal, ReadsTheLongestBeginningThatIsANumber)
         EXPECT_EQ(outcome.status, NumberStatus::ok) << c.text;
     }
     EXPECT_TRUE(std::isnan(valueOf("nan(char_sequence_9)")));
+    EXPECT_TRUE(std::isnan(valueOf("nan(AZaz09_)")));
     EXPECT_TRUE(std::isnan(valueOf("NaN")));
     EXPECT_TRUE(std::signbit(valueOf("-nan")));
     EXPECT_EQ(read<double>("nan(a-b)").length, 3u);
     EXPECT_EQ(read<double>("nan(ab").length, 3u);
+    for (char const* const text : {"nan(@)", "nan([)", "nan(`)", "nan({)"})
+        EXPECT_EQ(read<double>(text).length, 3u) << text;
 }
 
 TEST(ReadReal, MalformedTextLeavesTheValueUnchanged)

@@ -130,6 +130,14 @@ TEST(DenseMatrixInverse, IsEmptyIfTheMatrixIsNotSquareOrInconsistent)
     matrix<double> cut(2, 2);
     cut.entries.pop_back();
     EXPECT_EQ((!cut).rows, 0);
+    matrix<float> cutFloats(2, 2);
+    cutFloats.entries.pop_back();
+    EXPECT_EQ((!cutFloats).rows, 0);
+    matrix<double> negative(0, 2);
+    negative.columns = -2;
+    EXPECT_FALSE(negative.isConsistent());
+    negative.rows = -2;
+    EXPECT_EQ((!negative).rows, 0);
     EXPECT_EQ((!matrix<double>()).rows, 0);
 }
 

@@ -456,10 +456,12 @@ protected:
             std::vector<double> dists(queries.size());
             std::vector<double> distsAlone(queries.size());
             std::vector<Vector3> grads(queries.size());
+            std::vector<Vector3> gradsAlone(queries.size());
             std::vector<Matrix3> hessians(queries.size());
             sinew::smoothDistMany(polyline, queries.data(), queries.size(), h, dists.data(), grads.data(),
                                   hessians.data());
             sinew::smoothDistMany(polyline, queries.data(), queries.size(), h, distsAlone.data(), nullptr, nullptr);
+            sinew::smoothDistMany(polyline, queries.data(), queries.size(), h, nullptr, gradsAlone.data(), nullptr);
             for (std::size_t i = 0; i < queries.size(); ++i) {
                 Field const expected = referenceFieldAt(polyline, queries[i], h);
                 std::string const where = "query " + std::to_string(i) + ", h " + std::to_string(h) + ", " +
@@ -467,6 +469,7 @@ protected:
                 EXPECT_TRUE(sameField(fieldAt(polyline, queries[i], h), expected)) << where;
                 EXPECT_TRUE(sameField({dists[i], grads[i], hessians[i]}, expected)) << where;
                 EXPECT_TRUE(test::sameBits(distsAlone[i], expected.dist)) << where;
+                EXPECT_TRUE(test::sameBits(gradsAlone[i], expected.grad)) << where;
             }
         }
     }

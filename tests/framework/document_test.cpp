@@ -413,7 +413,35 @@ TEST(Document, ElementsThatDoNotFitTheFieldsAreRefused)
     EXPECT_NE(refusal<gallery::Painting>("<p><year><b/></year><super><year><b/></year></super></p>"), "");
     EXPECT_NE(refusal<gallery::Painting>("<p>text</p>"), "");
     EXPECT_NE(refusal<gallery::Painting>("<p><![CDATA[x]]></p>"), "");
+    EXPECT_EQ(refusal<gallery::Painting>("<p><![CDATA[ \n]]></p>"), refusal<gallery::Painting>("<p> \n</p>"))
+        << "blanks are no text";
     EXPECT_NE(refusal<gallery::Painting>("<p>&#88;</p>"), "");
+}
+
+TEST(Document, AnObjectWithoutFieldsIsOneTag)
+{
+    struct Empty : Serializable
+    {
+        smart_ptr<Field> describeFields(std::string const& name) override
+        {
+            return new CompositeField(name, ClassDesc());
+        }
+    } empty;
+    std::string const text = textOf(empty);
+    EXPECT_NE(text.find("<root/>"), std::string::npos) << text;
+    EXPECT_NO_THROW(parse<Empty>(text));
+}
+
+TEST(Document, LongNamesAreShortenedBetweenCharacters)
+{
+    for (std::string const pad : {"", "x", "xx"}) {
+        std::string name = "n" + pad;
+        while (name.size() < 70) name += "\xE2\x82\xAC";
+        std::string const text = "<p><" + name + "></q></p>";
+        std::string const reason = refusal<gallery::Painting>(text);
+        std::size_t const end = 60 - (60 - name.size() % 3) % 3; // 60 bytes at most
+        EXPECT_NE(reason.find("<" + name.substr(0, end) + "...>"), std::string::npos) << reason;
+    }
 }
 
 TEST(Document, TextThatXmlDoesNotAllowIsNotWritten)
@@ -603,6 +631,33 @@ TEST(Tags, AttributesKeepTheirTextThroughEscapes)
     EXPECT_THROW(load("<a text='' real='1e999'/>"), Serializable::LoadFail);
     EXPECT_THROW(load("<a real='1'/>"), Serializable::LoadFail) << "a missing attribute";
     EXPECT_NO_THROW(load("<a text='' real=' 1 '/>"));
+}
+
+TEST(Tags, TheEndOfAStreamedTextIsChecked)
+{
+    struct Streamed : Serializable
+    {
+        std::string text;
+        void load(InTag& tag, smart_ptr<Field>) override
+        {
+            std::istringstream in(text);
+            in.imbue(std::locale::classic());
+            double number = 0;
+            in >> number;
+            tag.checkEndText(in);
+        }
+    } streamed;
+    auto const load = [&](char const* text) {
+        streamed.text = text;
+        std::istringstream document("<a/>");
+        sinew::readDocument(document, streamed);
+    };
+    EXPECT_NO_THROW(load("1.5"));
+    EXPECT_NO_THROW(load("1.5 \n\t"));
+    EXPECT_THROW(load("1.5 x"), Serializable::LoadFail);
+    EXPECT_THROW(load("1.5x"), Serializable::LoadFail);
+    EXPECT_THROW(load("x"), Serializable::LoadFail);
+    EXPECT_THROW(load(""), Serializable::LoadFail);
 }
 
 TEST(Tags, RealAttributesAreFormattedAsByADefaultStream)

@@ -3,10 +3,13 @@
 // do not show whether there are any.
 
 #include <cmath>
+#include <limits>
+#include <memory>
 
 #include <gtest/gtest.h>
 
 #include "meshfunc/mesh_samples.h"
+#include "sinew/meshfunc/detail/grid_layout.h"
 #include "sinew/meshfunc/detail/loop_boxes.h"
 #include "sinew/meshfunc/detail/triangle_cover.h"
 #include "sinew/meshfunc/detail/triangle_locator.h"
@@ -312,6 +315,71 @@ TEST(MeshFunctionStructures, CrowdedCellsAreDividedAgain)
     Counts const counts = countsOf(crowded(random).function());
     EXPECT_EQ(counts.structures, 400u);
     EXPECT_GT(counts.innerGrids, 10u);
+}
+
+// Above 65,536 triangles the first query of a cell builds its structure.
+TEST(MeshFunctionStructures, MemoryCountsOnlyTheCellsThatWereBuilt)
+{
+    Random random(69);
+    MeshFunction2D const f = test::gridMesh(random, 300, 300).function();
+    auto const view = [&f] { return sinew::detail::viewOf(f); };
+    auto const locator = sinew::detail::TriangleLocator::build(view());
+    std::size_t const before = locator->memory();
+    locator->triangles(0, view);
+    std::size_t const one = locator->memory();
+    EXPECT_GT(one, before);
+    locator->triangles(0, view);
+    EXPECT_EQ(locator->memory(), one);
+    for (std::size_t cell = 0; cell < f.gridCells.size(); ++cell) locator->triangles(cell, view);
+    EXPECT_GT(locator->memory(), 100 * (one - before));
+}
+
+// Two triangles that are listed in cells of a space with other proportions than those of their boxes.
+TEST(MeshFunctionStructures, OnlyAFiniteSpaceWithAnAreaOrALengthHasAGrid)
+{
+    using sinew::detail::Box;
+    double const inf = std::numeric_limits<double>::infinity();
+    double const nan = std::numeric_limits<double>::quiet_NaN();
+    std::vector<Point> const params = {{0, 0}, {0.01, 0}, {0, 0.01}, {0.9, 0.9}, {0.91, 0.9}, {0.9, 0.91}};
+    int const corners[2][3] = {{0, 1, 2}, {3, 4, 5}};
+    sinew::detail::PreparedTriangle prepared[2];
+    sinew::detail::TriangleNumber const numbers[2] = {0, 1};
+    std::vector<Box> boxes(2);
+    for (std::size_t i = 0; i < 2; ++i) {
+        ASSERT_TRUE(sinew::detail::prepareTriangle(params, corners[i], &prepared[i]));
+        for (int k : corners[i]) boxes[i].include(params[static_cast<std::size_t>(k)]);
+    }
+    sinew::detail::CoveredTriangles const triangles = {prepared, {numbers, numbers + 2}, boxes};
+    auto const taken = [&](Point const& low, Point const& high) {
+        Box space;
+        space.low = low;
+        space.high = high;
+        return sinew::detail::GridLayout().layOut(triangles, space, 1000);
+    };
+    EXPECT_GT(taken({0, 0}, {1, 1}), 0u);
+    for (double size : {inf, nan, -1.0}) {
+        EXPECT_EQ(taken({0, 0}, {size, 1}), 0u) << size;
+        EXPECT_EQ(taken({0, 0}, {1, size}), 0u) << size;
+    }
+    EXPECT_EQ(taken({0.5, 0.5}, {0.5, 0.5}), 0u) << "a point";
+    EXPECT_GT(taken({0, 0}, {1, 0}), 0u) << "a line: only columns";
+    EXPECT_GT(taken({0, 0}, {0, 1}), 0u) << "a line: only rows";
+}
+
+TEST(MeshFunctionStructures, ALoopWithAnInfiniteCoordinateIsVisitedForEveryPoint)
+{
+    using sinew::detail::LoopBoxes;
+    double const inf = std::numeric_limits<double>::infinity();
+    for (Vector3 const& far : {Vector3(inf, 0, 0), Vector3(0, inf, 0)}) {
+        MeshFunction2D many = test::islands(20).function();
+        many.boundaryProjectors[7] = std::make_unique<PolylineProjector>(std::vector<Vector3>{Vector3(), far});
+        auto const boxes = LoopBoxes::build(many.boundaryProjectors);
+        ASSERT_NE(boxes, nullptr);
+        bool isVisited = false;
+        double best = 0;
+        boxes->visitNearest({1e6, 1e6}, &best, [&](std::size_t k) { isVisited = isVisited || k == 7; });
+        EXPECT_TRUE(isVisited);
+    }
 }
 
 TEST(MeshFunctionStructures, ManyLoopsHaveBoxes)

@@ -261,6 +261,15 @@ TEST(TextureOptimizer, MarginStaysInsideTheTexture)
     EXPECT_EQ(opposite.optimizer().newWidth, 2);
 }
 
+TEST(TextureOptimizer, NegativeSizesChangeNothing)
+{
+    for (auto const& [width, height] : {std::pair(4, -1), {-1, 4}, {-2, -2}}) {
+        TextureOptimizer const optimizer(std::vector<bool>(4, true), width, height);
+        EXPECT_EQ(optimizer.newWidth, width);
+        EXPECT_EQ(optimizer.newHeight, height);
+    }
+}
+
 TEST(TextureOptimizer, SizeThatIsAPowerOfTwoIsKept)
 {
     Texture texture(100, 100);

@@ -252,6 +252,19 @@ TEST(BoneTransformModifyer, TakesPositionsFromAnOverriddenGetter)
     EXPECT_EQ(BoneTransformModifyer(figure)(smart_ptr<DisplayData const>(display))->positions[0], Vector3(5, 6, 7));
 }
 
+TEST(BoneTransformModifyer, WithoutAGeometryFromTheGetterTheResultIsEmpty)
+{
+    struct NoGeometry : DisplayData
+    {
+        smart_ptr<GeometryData const> getGeometry() const override { return {}; }
+    };
+    smart_ptr<NoGeometry> display(new NoGeometry);
+    display->surface = smart_ptr<SurfaceGeometryData>(new SurfaceGeometryData);
+    display->surface->positions = {Vector3(1, 1, 1)};
+    smart_ptr<BoneTransformVector> const figure(new BoneTransformVector);
+    EXPECT_TRUE(BoneTransformModifyer(figure)(smart_ptr<DisplayData const>(display))->positions.empty());
+}
+
 TEST(BoneTransformModifyer, DeformsOnlyVerticesThatAllListsReach)
 {
     Random random(55);

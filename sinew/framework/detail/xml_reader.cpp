@@ -40,11 +40,11 @@ constexpr std::streamsize kLargestPiece = std::streamsize{1} << 24;
 constexpr std::size_t kFewAttributes = 15;
 
 // Reads the stream's buffer directly: the end of the text is no error, so the stream's state must not change, and its
-// exception mask must have no effect.
+// exception mask must have no effect. A stream without a buffer is always bad.
 std::string readAll(std::istream& in)
 {
     std::string text;
-    if (!in || !in.rdbuf()) throw Serializable::LoadFail("the stream cannot be read");
+    if (!in) throw Serializable::LoadFail("the stream cannot be read");
     std::streambuf& buffer = *in.rdbuf();
     try {
         while (buffer.sgetc() != std::char_traits<char>::eof()) {

@@ -34,10 +34,9 @@ constexpr std::uint32_t kBeyondUnicode = 0x110000;
 constexpr std::uint32_t kContinuationMark = 0x80;
 constexpr std::uint32_t kContinuationBits = 0x3F;
 
-// The length of the UTF-8 sequence that begins with `first`; 0 if no sequence begins with it.
+// The length of the UTF-8 sequence of several bytes that begins with `first`; 0 if no such sequence begins with it.
 constexpr std::size_t sequenceLength(std::uint32_t first)
 {
-    if (first < 0x80) return 1;
     if (first < 0xC0) return 0; // a continuation byte
     if (first < 0xE0) return 2;
     if (first < 0xF0) return 3;
