@@ -107,6 +107,9 @@ INSTANTIATE_TEST_SUITE_P(
         Damage{"NotAnIndex", "f 1 2 x\n", "\"x\" is not the number of a vertex"},
         Damage{"MixedTexture", "f 1/1 2/2 3\n", "m.obj:7: some corners have texture coordinates and some have"},
         Damage{"MixedFaces", "f 1/1 2/2 3/3\nf 1 2 3\n", "m.obj:8: some corners"},
+        Damage{"OpenCorner", "f 1/ 2 3\n", "m.obj:7: the corner \"1/\" of a face ends with a slash"},
+        Damage{"OpenNormal", "f 1// 2 3\n", "m.obj:7: the corner \"1//\" of a face ends with a slash"},
+        Damage{"FaceBehindACarriageReturn", "v 0 0 0\rf 1 2 9\nf 1 2 3\n", "m.obj"},
         Damage{"NoFaces", "", "m.obj: no faces in this file"},
         Damage{"Binary", "\x01\x02\xff garbage\n", "m.obj: no faces in this file"}),
     [](auto const& tested) { return tested.param.name; });

@@ -1,5 +1,6 @@
 #include <tool/io/obj_reader.h>
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <string_view>
@@ -74,6 +75,7 @@ private:
     // A corner is v, v/vt, v//vn or v/vt/vn.
     void checkCorner(std::string_view word)
     {
+        if (word.back() == '/') fail("the corner \"" + std::string(word) + "\" of a face ends with a slash");
         std::string_view parts[3];
         for (std::string_view& part : parts) {
             std::size_t const slash = word.find('/');
@@ -131,6 +133,14 @@ void addShape(tinyobj::shape_t const& shape, TexturedMesh& mesh)
     }
 }
 
+bool nameElements(std::vector<Triangle> const& triangles, std::size_t count)
+{
+    return std::all_of(triangles.begin(), triangles.end(), [=](Triangle const& triangle) {
+        return std::all_of(triangle.begin(), triangle.end(),
+                           [=](int corner) { return corner >= 0 && static_cast<std::size_t>(corner) < count; });
+    });
+}
+
 } // namespace
 
 TexturedMesh parseObj(std::string const& text, std::string const& file)
@@ -155,6 +165,12 @@ TexturedMesh parseObj(std::string const& text, std::string const& file)
     }
     for (tinyobj::shape_t const& shape : reader.GetShapes()) addShape(shape, mesh);
     if (mesh.triangles.empty()) throw UserError(file, "no faces in this file", "Choose a mesh in Wavefront OBJ form");
+    // The loader may split a damaged line in another way than the check above.
+    if (!nameElements(mesh.triangles, mesh.positions.size()) ||
+        !nameElements(mesh.texTriangles, mesh.texcoords.size())) {
+        throw UserError(file, "a face names a vertex or a texture coordinate that does not exist",
+                        "Export it again as Wavefront OBJ");
+    }
     if (!mesh.hasTexture()) mesh.texcoords.clear();
     return mesh;
 }
