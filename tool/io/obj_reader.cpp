@@ -16,6 +16,7 @@
 namespace tool {
 namespace {
 
+char const* const kExportMesh = "Export it again as Wavefront OBJ";
 char const* const kExportAgain = "Export the mesh again, or correct this line";
 
 // Checks a file line by line. The loader itself accepts damaged files (it reads a word as 0), and the pictures would be
@@ -25,7 +26,8 @@ class LineChecker
 public:
     explicit LineChecker(std::string const& file) : file_(file) {}
 
-    void check(std::string_view line)
+    // Whether the loader needs this line.
+    bool check(std::string_view line)
     {
         ++lineNumber_;
         std::string_view const keyword = nextWord(line);
@@ -40,7 +42,10 @@ public:
             ++normals_;
         } else if (keyword == "f") {
             checkFace(line);
+        } else {
+            return keyword == "g" || keyword == "o";
         }
+        return true;
     }
 
     bool anyFace() const { return faces_ > 0; }
@@ -112,11 +117,17 @@ private:
     bool textured_ = false;
 };
 
-void checkLines(std::string const& text, std::string const& file)
+// The lines of a mesh that the loader needs. It does not get others: it converts their numbers without a check of their
+// range.
+std::string checkedLines(std::string const& text, std::string const& file)
 {
     LineChecker checker(file);
-    forEachLine(text, [&](std::string_view line) { checker.check(line); });
+    std::string lines;
+    forEachLine(text, [&](std::string_view line) {
+        if (checker.check(line)) lines.append(line).append("\n");
+    });
     if (!checker.anyFace()) throw UserError(file, "no faces in this file", "Choose a mesh in Wavefront OBJ form");
+    return lines;
 }
 
 void addShape(tinyobj::shape_t const& shape, TexturedMesh& mesh)
@@ -141,17 +152,44 @@ bool nameElements(std::vector<Triangle> const& triangles, std::size_t count)
     });
 }
 
+bool isFinite(tzNM::vect2<double> const& p)
+{
+    return std::isfinite(p.x) && std::isfinite(p.y);
+}
+bool isFinite(Vector3 const& p)
+{
+    return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
+}
+
+template <typename Points>
+bool areFinite(Points const& points)
+{
+    return std::all_of(points.begin(), points.end(), [](auto const& p) { return isFinite(p); });
+}
+
+// The loader divides a damaged line into words, and words into numbers, in its own way.
+void checkLoaded(TexturedMesh const& mesh, std::string const& file)
+{
+    if (!nameElements(mesh.triangles, mesh.positions.size()) ||
+        !nameElements(mesh.texTriangles, mesh.texcoords.size())) {
+        throw UserError(file, "a face names a vertex or a texture coordinate that does not exist", kExportMesh);
+    }
+    if (!areFinite(mesh.positions) || !areFinite(mesh.texcoords)) {
+        throw UserError(file, "a coordinate is not finite", kExportMesh);
+    }
+}
+
 } // namespace
 
 TexturedMesh parseObj(std::string const& text, std::string const& file)
 {
-    checkLines(text, file);
+    std::string const lines = checkedLines(text, file);
     tinyobj::ObjReader reader;
     tinyobj::ObjReaderConfig config;
     config.triangulate = true;
     config.vertex_color = false;
-    if (!reader.ParseFromString(text, "", config)) {
-        throw UserError(file, "not a readable mesh (" + reader.Error() + ")", "Export it again as Wavefront OBJ");
+    if (!reader.ParseFromString(lines, "", config)) {
+        throw UserError(file, "not a readable mesh (" + reader.Error() + ")", kExportMesh);
     }
 
     TexturedMesh mesh;
@@ -165,12 +203,7 @@ TexturedMesh parseObj(std::string const& text, std::string const& file)
     }
     for (tinyobj::shape_t const& shape : reader.GetShapes()) addShape(shape, mesh);
     if (mesh.triangles.empty()) throw UserError(file, "no faces in this file", "Choose a mesh in Wavefront OBJ form");
-    // The loader may split a damaged line in another way than the check above.
-    if (!nameElements(mesh.triangles, mesh.positions.size()) ||
-        !nameElements(mesh.texTriangles, mesh.texcoords.size())) {
-        throw UserError(file, "a face names a vertex or a texture coordinate that does not exist",
-                        "Export it again as Wavefront OBJ");
-    }
+    checkLoaded(mesh, file);
     if (!mesh.hasTexture()) mesh.texcoords.clear();
     return mesh;
 }
