@@ -194,7 +194,7 @@ TEST(HostState, ChangesAreNoticed)
     std::locale::global(global);
 #if defined(__linux__)
     EXPECT_GT(before.descriptors, 2u);
-    EXPECT_EQ(before.threads, 1u);
+    EXPECT_GE(before.threads, 1u);
     auto const handler = std::signal(SIGUSR1, [](int) {});
     EXPECT_NE(HostState().signalState, before.signalState);
     std::signal(SIGUSR1, handler);

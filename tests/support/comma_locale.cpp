@@ -33,12 +33,19 @@ bool setCompiled()
 #if defined(_WIN32)
     return false;
 #else
-    fs::path const directory = fs::temp_directory_path() / "sinew-test-locale";
+    // In an emulator, the compiler of locales is that of the machine around it.
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    std::string const order = "--big-endian";
+#else
+    std::string const order = "--little-endian";
+#endif
+    fs::path const directory = fs::temp_directory_path() / ("sinew-test-locale" + order);
     fs::path const target = directory / "de_DE.UTF-8";
     std::error_code ignored;
     fs::create_directories(directory, ignored);
     if (!fs::exists(target, ignored)) {
-        std::string const command = "localedef -i de_DE -f UTF-8 '" + target.string() + "' >/dev/null 2>&1";
+        std::string const command =
+            "localedef " + order + " -i de_DE -f UTF-8 '" + target.string() + "' >/dev/null 2>&1";
         if (std::system(command.c_str()) != 0) return false;
     }
     setenv("LOCPATH", directory.c_str(), 1);
