@@ -10,7 +10,7 @@ std::vector<Expected> expectedResults()
 {
     return {
         {"framework.documents", 100030, 0x1174ab366768c594}, // numbers and texts
-        {"framework.damagedDocuments", 100000, 0x2bd6372a62fe65a8}, // documents
+        {"framework.damagedDocuments", 100000, 0x86bb1cba713022e6}, // documents
         {"framework.attributes", 100000, 0x2ce7220363ddeb81}, // numbers
         {"framework.manyAttributes", 100016, 0xfa6cffdb7ff2a2ec}, // attributes
         {"framework.getReal", 100000, 0xa2181aca48f494b7}, // numbers as text

@@ -287,7 +287,7 @@ TEST(Document, ReadsEveryXmlFormOfTheSameText)
                              "  <year> \r\n 19<!-- split -->07\t</year >\r\n"
                              "  <title>a&#65;&#x42;&#x1F3A8;<![CDATA[<&amp;>]]]]><![CDATA[>]]>&apos;\r\n\rz</title>\r\n"
                              "  <unknown deep=''><er>text</er><er/></unknown>\r\n"
-                             "</anything\n>\r\n<!-- after --> \r\n";
+                             "</anything\n>\r\n<!-- after --> \r\n<?tool that?>\n";
     gallery::Work const work = parse<gallery::Work>(text);
     EXPECT_EQ(work.year, 1907);
     EXPECT_EQ(work.title, "aAB\xF0\x9F\x8E\xA8<&amp;>]]>'\n\nz");

@@ -150,28 +150,15 @@ void XmlReader::readProlog()
 {
     if (atText(kByteOrderMark)) skip(kByteOrderMark);
     if (atDeclaration()) readDeclaration();
-    for (;;) {
-        skipSpace();
-        if (atText(kCommentOpen)) {
-            readComment();
-        } else if (atText(kInstructionOpen)) {
-            readInstruction();
-        } else {
-            break;
-        }
-    }
+    skipMisc();
     if (atText(kDoctypeOpen)) fail("document type declarations are not accepted");
     if (!atText("<")) fail(rest().empty() ? "there is no root element" : "text before the root element");
 }
 
 void XmlReader::finish()
 {
-    for (;;) {
-        skipSpace();
-        if (rest().empty()) return;
-        if (!atText(kCommentOpen)) fail("something is left over after the root element");
-        readComment();
-    }
+    skipMisc();
+    if (!rest().empty()) fail("something is left over after the root element");
 }
 
 std::string XmlReader::place(std::size_t at) const
@@ -215,6 +202,21 @@ bool XmlReader::skipSpace()
     std::size_t const before = at_;
     while (at_ < text_.size() && isXmlSpace(text_[at_])) ++at_;
     return at_ != before;
+}
+
+// Production 27, Misc: what may stand before and after the root element.
+void XmlReader::skipMisc()
+{
+    for (;;) {
+        skipSpace();
+        if (atText(kCommentOpen)) {
+            readComment();
+        } else if (atText(kInstructionOpen)) {
+            readInstruction();
+        } else {
+            return;
+        }
+    }
 }
 
 std::string_view XmlReader::readName(char const* what)

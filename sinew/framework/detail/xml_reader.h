@@ -81,6 +81,7 @@ private:
     void skip(std::string_view markup);
     void expect(std::string_view expected, char const* message);
     bool skipSpace();
+    void skipMisc();
     std::string_view readName(char const* what);
     std::string_view readUntil(std::string_view end, char const* message, std::size_t start);
     std::size_t checkReference(std::string_view text, std::size_t at) const;
