@@ -2,6 +2,14 @@
 
 #include <sinew/arithmetic.h>
 
+/// SINEW_RTTI is 1 where the compiler has run-time type information. Without it (-fno-rtti, /GR-) the registries and
+/// the description of fields cannot be used; everything else can.
+#if defined(__cpp_rtti) || defined(__GXX_RTTI) || defined(_CPPRTTI)
+#define SINEW_RTTI 1
+#else
+#define SINEW_RTTI 0
+#endif
+
 /// SINEW_API marks what the shared library exports. All other symbols are hidden.
 ///
 /// Windows distinguishes three cases. The build of the shared library defines SINEW_BUILDING. A host of the shared

@@ -17,11 +17,11 @@ class Bbox
 {
 public:
     /// The corner with the smallest coordinates.
-    Vector3 min;
+    ::Vector3 min;
 
     /// The corner with the largest coordinates. In the default box it is (0, 0, -2), so the z axis makes
     /// that box invalid.
-    Vector3 max = {0.0, 0.0, -2.0};
+    ::Vector3 max = {0.0, 0.0, -2.0};
 
     /// The default box, from (0, 0, 0) to (0, 0, -2), which is invalid.
     constexpr Bbox() = default;
@@ -31,13 +31,13 @@ public:
     ///
     /// Of equal coordinates (0.0 and -0.0) the first is kept. A NaN coordinate of the first point stays NaN in both
     /// corners; a NaN coordinate of another point is ignored. Cost: linear in the number of points.
-    SINEW_API explicit Bbox(std::vector<Vector3> const& points);
+    SINEW_API explicit Bbox(std::vector<::Vector3> const& points);
 
     /// Makes this the default box.
     constexpr void reset() { *this = Bbox(); }
 
     /// Makes this the box that contains only `p`.
-    constexpr void init(Vector3 const& p) { min = max = Vector3(p); }
+    constexpr void init(::Vector3 const& p) { min = max = ::Vector3(p); }
 
     /// Whether no axis has min > max + 1e-13. A NaN coordinate does not make the box invalid.
     constexpr bool isValid() const
@@ -48,7 +48,7 @@ public:
 
     /// Grows the box to contain `p`. An invalid box becomes the box that contains only p. A valid box ignores a NaN
     /// coordinate of p.
-    constexpr void update(Vector3 const& p)
+    constexpr void update(::Vector3 const& p)
     {
         if (!isValid()) return init(p);
         updateAxis(p.x, min.x, max.x);
@@ -73,7 +73,7 @@ public:
 
     /// Whether the box is valid and contains `p`. The faces belong to the box; there is no tolerance. A NaN
     /// coordinate of the box or of p gives false.
-    constexpr bool filter(Vector3 const& p) const
+    constexpr bool filter(::Vector3 const& p) const
     {
         return isValid() && min.x <= p.x && p.x <= max.x && min.y <= p.y && p.y <= max.y && min.z <= p.z &&
                p.z <= max.z;
@@ -99,7 +99,7 @@ public:
     /// with z varying fastest and x slowest. A corner replaces the smallest or the largest so far only if it exceeds
     /// that corner by more than 1e-13. Among ties the starting corners are kept, then the corner that is visited
     /// first. Whether the box is valid makes no difference.
-    SINEW_API void boundsInDir(UVector3 d, Vector3* lo, Vector3* hi) const;
+    SINEW_API void boundsInDir(UVector3 d, ::Vector3* lo, ::Vector3* hi) const;
 
 private:
     static constexpr double kInvalidVolume = -2.0;

@@ -18,7 +18,7 @@
 ///                      magnitude of the tangent is at most 1.
 /// @return false, with c, s, t and tau unwritten, if both the doubled element and the difference of the two diagonal
 ///         elements are below 1e-13 in magnitude (strict). There is then nothing to rotate.
-SINEW_API bool jacobiRotation(Matrix3 const& A, int& p, int& q, double& c, double& s, double& t, double& tau);
+SINEW_API bool jacobiRotation(::Matrix3 const& A, int& p, int& q, double& c, double& s, double& t, double& tau);
 
 /// Eigenvalues in ascending order and unit eigenvectors of the symmetric part (A + A^T) / 2.
 ///
@@ -31,4 +31,4 @@ SINEW_API bool jacobiRotation(Matrix3 const& A, int& p, int& q, double& c, doubl
 ///
 /// The threshold is absolute, so the elements of the matrix should be far above 1e-08. A random matrix takes 4 to 9
 /// rotations. A NaN element ends the iteration at the first rotation that meets it, with true, and gives NaN.
-SINEW_API bool jacobiMethod(Matrix3 const& A, double* values, UVector3* vectors);
+SINEW_API bool jacobiMethod(::Matrix3 const& A, double* values, UVector3* vectors);

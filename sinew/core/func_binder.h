@@ -17,11 +17,11 @@ class SINEW_API vxFuncBinder
 {
 public:
     /// Draws the vector that `a` and `b` define.
-    using DrawVector = void (*)(Vector3 const& a, Vector3 const& b, int i, double d);
+    using DrawVector = void (*)(::Vector3 const& a, ::Vector3 const& b, int i, double d);
     /// Draws one point.
-    using DrawPoint = void (*)(Vector3 const& p, int i);
+    using DrawPoint = void (*)(::Vector3 const& p, int i);
     /// Draws a set of points.
-    using DrawPoints = void (*)(std::vector<Vector3> const& points, int i, int j);
+    using DrawPoints = void (*)(std::vector<::Vector3> const& points, int i, int j);
     /// Clears the debug display.
     using Clear = void (*)();
 
@@ -47,15 +47,15 @@ public:
     static void registerClear(Clear f);
 
     /// Calls the draw-vector callback with the same arguments, if one is registered.
-    static void drawVector(Vector3 const& a, Vector3 const& b, int i, double d);
+    static void drawVector(::Vector3 const& a, ::Vector3 const& b, int i, double d);
 
     /// Calls the draw-point callback with the same arguments, if one is registered.
-    static void drawPoint(Vector3 const& p, int i);
+    static void drawPoint(::Vector3 const& p, int i);
 
     /// Calls the draw-points callback with the same arguments, if a draw-point callback is registered. Register both
     /// callbacks together: with the draw-points callback alone nothing is drawn, and with the draw-point callback
     /// alone the behaviour is undefined.
-    static void drawPoints(std::vector<Vector3> const& points, int i, int j);
+    static void drawPoints(std::vector<::Vector3> const& points, int i, int j);
 
     /// Calls the clear callback, if one is registered.
     static void clear();
@@ -66,13 +66,13 @@ private:
 };
 
 /// Calls `vxFuncBinder::drawVector`.
-SINEW_API void dVecSc(Vector3& a, Vector3& b, int i, double d);
+SINEW_API void dVecSc(::Vector3& a, ::Vector3& b, int i, double d);
 
 /// Calls `vxFuncBinder::drawVector` with the double 0.1.
-SINEW_API void dVec(Vector3& a, Vector3& b, int i);
+SINEW_API void dVec(::Vector3& a, ::Vector3& b, int i);
 
 /// Calls `vxFuncBinder::drawPoint`.
-SINEW_API void dPnt(Vector3& p, int i);
+SINEW_API void dPnt(::Vector3& p, int i);
 
 /// Calls `vxFuncBinder::clear`.
 SINEW_API void cl();

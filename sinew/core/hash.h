@@ -38,13 +38,13 @@ public:
     }
 
     /// Adds the components or elements of a value in the order of storage.
-    void add(Vector3 const& v)
+    void add(::Vector3 const& v)
     {
         for (int i = 0; i < 3; ++i) add(v[i]);
     }
-    void add(Matrix3 const& m) { addMatrix<3>(m); }
-    void add(Matrix const& m) { addMatrix<4>(m); }
-    void add(Transform const& t)
+    void add(::Matrix3 const& m) { addMatrix<3>(m); }
+    void add(::Matrix const& m) { addMatrix<4>(m); }
+    void add(::Transform const& t)
     {
         add(t.linear);
         add(t.translation);
@@ -93,27 +93,27 @@ struct ValueHash
 } // namespace sinew
 
 template <>
-struct std::hash<Vector3> : sinew::ValueHash<Vector3>
+struct std::hash<::Vector3> : sinew::ValueHash<::Vector3>
 {
 };
 
 template <>
-struct std::hash<UVector3> : sinew::ValueHash<Vector3>
+struct std::hash<UVector3> : sinew::ValueHash<::Vector3>
 {
 };
 
 template <>
-struct std::hash<Matrix3> : sinew::ValueHash<Matrix3>
+struct std::hash<::Matrix3> : sinew::ValueHash<::Matrix3>
 {
 };
 
 template <>
-struct std::hash<Matrix> : sinew::ValueHash<Matrix>
+struct std::hash<::Matrix> : sinew::ValueHash<::Matrix>
 {
 };
 
 template <>
-struct std::hash<Transform> : sinew::ValueHash<Transform>
+struct std::hash<::Transform> : sinew::ValueHash<::Transform>
 {
 };
 

@@ -112,7 +112,7 @@ struct ByAxes
 };
 
 template <typename Ours>
-inline constexpr int kSize = std::is_same_v<Ours, Matrix3> ? 3 : 4;
+inline constexpr int kSize = std::is_same_v<Ours, ::Matrix3> ? 3 : 4;
 
 template <typename Ours, typename Access, typename Theirs>
 Ours fromTheirs(Theirs const& theirs)
@@ -139,7 +139,7 @@ Theirs toTheirs(Ours const& ours)
 
 /// The vector of another library, read from its members x, y, z if it has them, otherwise from [0], [1], [2].
 template <typename Theirs>
-Vector3 toVector3(Theirs const& theirs)
+::Vector3 toVector3(Theirs const& theirs)
 {
     static_assert(detail::kHas<Theirs, detail::Xyz> || detail::kHas<Theirs, detail::OneIndex>,
                   "neither members x, y, z nor [0], [1], [2]");
@@ -153,7 +153,7 @@ Vector3 toVector3(Theirs const& theirs)
 /// The same vector in the type of another library. A type with `resize` gets three components. Components beyond the
 /// third keep the values that `Theirs{}` gives them.
 template <typename Theirs>
-Theirs to(Vector3 const& v)
+Theirs to(::Vector3 const& v)
 {
     static_assert(detail::kHas<Theirs, detail::Xyz> || detail::kHas<Theirs, detail::OneIndex>,
                   "neither members x, y, z nor [0], [1], [2]");
@@ -173,25 +173,25 @@ Theirs to(Vector3 const& v)
 /// and `cols()` must be 3x3 for `toMatrix3` and 4x4 for `toMatrix`. Of a matrix without them, the upper-left
 /// block is read.
 template <typename Theirs>
-Matrix3 toMatrix3(Theirs const& theirs)
+::Matrix3 toMatrix3(Theirs const& theirs)
 {
-    return detail::fromTheirs<Matrix3, detail::ByRowColumn>(theirs);
+    return detail::fromTheirs<::Matrix3, detail::ByRowColumn>(theirs);
 }
 template <typename Theirs>
-Matrix toMatrix(Theirs const& theirs)
+::Matrix toMatrix(Theirs const& theirs)
 {
-    return detail::fromTheirs<Matrix, detail::ByRowColumn>(theirs);
+    return detail::fromTheirs<::Matrix, detail::ByRowColumn>(theirs);
 }
 
 /// The same matrix in the type of another library with (row, column) access, whose vectors are columns. A type with
 /// `resize` gets the size of the matrix.
 template <typename Theirs>
-Theirs to(Matrix3 const& m)
+Theirs to(::Matrix3 const& m)
 {
     return detail::toTheirs<Theirs, detail::ByRowColumn>(m);
 }
 template <typename Theirs>
-Theirs to(Matrix const& m)
+Theirs to(::Matrix const& m)
 {
     return detail::toTheirs<Theirs, detail::ByRowColumn>(m);
 }
@@ -199,24 +199,24 @@ Theirs to(Matrix const& m)
 /// The matrix of the map that a matrix of another library describes, where [j] is the image of axis j and [3]
 /// is the translation.
 template <typename Theirs>
-Matrix3 toMatrix3FromAxes(Theirs const& theirs)
+::Matrix3 toMatrix3FromAxes(Theirs const& theirs)
 {
-    return detail::fromTheirs<Matrix3, detail::ByAxes>(theirs);
+    return detail::fromTheirs<::Matrix3, detail::ByAxes>(theirs);
 }
 template <typename Theirs>
-Matrix toMatrixFromAxes(Theirs const& theirs)
+::Matrix toMatrixFromAxes(Theirs const& theirs)
 {
-    return detail::fromTheirs<Matrix, detail::ByAxes>(theirs);
+    return detail::fromTheirs<::Matrix, detail::ByAxes>(theirs);
 }
 
 /// The same map in the matrix type of another library, where [j] is the image of axis j and [3] is the translation.
 template <typename Theirs>
-Theirs toAxes(Matrix3 const& m)
+Theirs toAxes(::Matrix3 const& m)
 {
     return detail::toTheirs<Theirs, detail::ByAxes>(m);
 }
 template <typename Theirs>
-Theirs toAxes(Matrix const& m)
+Theirs toAxes(::Matrix const& m)
 {
     return detail::toTheirs<Theirs, detail::ByAxes>(m);
 }

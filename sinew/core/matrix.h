@@ -99,24 +99,24 @@ public:
     /// their coordinate axes, for the first of the pairs (0, 1), (1, 2), (2, 0) where it is not null
     /// (`Vector3::isNull`). If there is none, as for the identity or with fewer than two columns that are not
     /// null, the result is (1, 0, 0).
-    SINEW_API Vector3 getRotationAxis() const;
+    SINEW_API ::Vector3 getRotationAxis() const;
 
     /// The angle of the rotation in the linear block about `axis`, in (-pi, pi].
     ///
     /// @param axis  need not have length 1. A null vector stands for the null fallback of `UVector3`.
     ///
     /// The block is first divided by its scale, the length of its first row. A zero first row gives NaN.
-    SINEW_API double getRotationAngle(Vector3 axis) const;
+    SINEW_API double getRotationAngle(::Vector3 axis) const;
 
     /// The matrix with the outer product v v^T in the linear block, 1 in element (3, 3) and 0 elsewhere.
-    SINEW_API static Matrix vvt(Vector3 const& v);
+    SINEW_API static Matrix vvt(::Vector3 const& v);
 
     /// The rotation by `angle` radians about `axis`, which need not have length 1.
     ///
     /// The result is the identity if the length of the axis is below 0.0001 (strict) and not below `angle`. This
     /// compares a length with an angle; callers may rely on it. A short axis with a larger angle is divided by its
     /// length like any other axis, so a zero axis with a positive angle gives NaN elements.
-    SINEW_API static Matrix rotationMatrix(Vector3 const& axis, double angle);
+    SINEW_API static Matrix rotationMatrix(::Vector3 const& axis, double angle);
 
     /// The rigid motion that moves the point `a0` to `a1` and turns the direction `d0` into `d1` about their common
     /// normal. The directions need not have length 1.
@@ -124,7 +124,8 @@ public:
     /// If the cross product of the directions is null, the null fallback of `UVector3` stands for the normal.
     /// Opposite directions are then turned by pi about (0, 0, 1), which takes one into the other only if they are
     /// perpendicular to that axis.
-    SINEW_API static Matrix rigidTransform(Vector3 const& a0, Vector3 const& d0, Vector3 const& a1, Vector3 const& d1);
+    SINEW_API static Matrix rigidTransform(::Vector3 const& a0, ::Vector3 const& d0, ::Vector3 const& a1,
+                                           ::Vector3 const& d1);
 
     /// The placement at parameter `w` between `A` and `B`, each a rotation with a uniform scale and a translation.
     ///
@@ -138,7 +139,7 @@ private:
 };
 
 /// The image of the point p: the linear block times p, plus the translation. The last row is not read.
-constexpr Vector3 operator*(Matrix const& m, Vector3 const& p)
+constexpr ::Vector3 operator*(::Matrix const& m, ::Vector3 const& p)
 {
     return {m(0, 0) * p.x + m(0, 1) * p.y + m(0, 2) * p.z + m(0, 3),
             m(1, 0) * p.x + m(1, 1) * p.y + m(1, 2) * p.z + m(1, 3),
@@ -146,21 +147,21 @@ constexpr Vector3 operator*(Matrix const& m, Vector3 const& p)
 }
 
 /// All sixteen elements times `s`. `Matrix::scale`, in contrast, sets the last row to (0, 0, 0, 1).
-constexpr Matrix operator*(Matrix const& m, double s)
+constexpr ::Matrix operator*(::Matrix const& m, double s)
 {
-    Matrix result;
+    ::Matrix result;
     for (int i = 0; i < 4; ++i) {
         for (int j = 0; j < 4; ++j) result(i, j) = m(i, j) * s;
     }
     return result;
 }
-constexpr Matrix operator*(double s, Matrix const& m)
+constexpr ::Matrix operator*(double s, ::Matrix const& m)
 {
     return m * s;
 }
 
 /// Exact comparison of the elements: 0.0 equals -0.0, and NaN equals nothing.
-constexpr bool operator==(Matrix const& a, Matrix const& b)
+constexpr bool operator==(::Matrix const& a, ::Matrix const& b)
 {
     for (int i = 0; i < 4; ++i) {
         for (int j = 0; j < 4; ++j) {
@@ -169,12 +170,12 @@ constexpr bool operator==(Matrix const& a, Matrix const& b)
     }
     return true;
 }
-constexpr bool operator!=(Matrix const& a, Matrix const& b)
+constexpr bool operator!=(::Matrix const& a, ::Matrix const& b)
 {
     return !(a == b);
 }
 
-inline Matrix Matrix::inverse() const
+inline auto ::Matrix::inverse() const -> ::Matrix
 {
     auto const& a = entries_;
     double const det = a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) -

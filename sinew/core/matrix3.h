@@ -21,20 +21,20 @@ public:
     constexpr Matrix3() = default;
 
     /// The matrix whose columns are a, b and c.
-    constexpr Matrix3(Vector3 const& a, Vector3 const& b, Vector3 const& c)
+    constexpr Matrix3(::Vector3 const& a, ::Vector3 const& b, ::Vector3 const& c)
         : entries_{{a.x, b.x, c.x}, {a.y, b.y, c.y}, {a.z, b.z, c.z}}
     {
     }
 
     /// The upper-left 3x3 block of a 4x4 matrix.
-    SINEW_API Matrix3(Matrix const& m);
+    SINEW_API Matrix3(::Matrix const& m);
 
     /// Element in row i and column j, both in 0..2. The indices are not checked.
     constexpr double& operator()(int i, int j) { return entries_[i][j]; }
     constexpr double const& operator()(int i, int j) const { return entries_[i][j]; }
 
     /// Column j, the image of axis j.
-    constexpr Vector3 column(int j) const { return {entries_[0][j], entries_[1][j], entries_[2][j]}; }
+    constexpr ::Vector3 column(int j) const { return {entries_[0][j], entries_[1][j], entries_[2][j]}; }
 
     /// Sets all nine elements to 0.0.
     SINEW_API void zero();
@@ -43,7 +43,7 @@ public:
     SINEW_API void identity();
 
     /// Sets this to the outer product a b^T: element (i, j) becomes a[i] * b[j].
-    SINEW_API void tensor(Vector3 const& a, Vector3 const& b);
+    SINEW_API void tensor(::Vector3 const& a, ::Vector3 const& b);
 
     /// Whether each diagonal element lies in [0.999999863, 1.000000137] and each other element in [-0.000523599,
     /// 0.000523599], which is 0.03 degrees in radians. NaN gives false.
@@ -115,7 +115,7 @@ public:
     /// @param values   three eigenvalues. Must not be null.
     /// @param vectors  three eigenvectors. Must not be null. They need not have length 1 or be perpendicular. If the
     ///                 magnitude of det P is below 1e-08 (strict), the result is the zero matrix.
-    SINEW_API static Matrix3 getMatrixFromEigs(double const* values, Vector3 const* vectors);
+    SINEW_API static Matrix3 getMatrixFromEigs(double const* values, ::Vector3 const* vectors);
 
     /// Unit vectors that span the numerical null space.
     ///
@@ -135,50 +135,50 @@ private:
 };
 
 /// The image of the column vector v: component i is the dot product of row i with v.
-constexpr Vector3 operator*(Matrix3 const& m, Vector3 const& v)
+constexpr ::Vector3 operator*(::Matrix3 const& m, ::Vector3 const& v)
 {
     return {m(0, 0) * v.x + m(0, 1) * v.y + m(0, 2) * v.z, m(1, 0) * v.x + m(1, 1) * v.y + m(1, 2) * v.z,
             m(2, 0) * v.x + m(2, 1) * v.y + m(2, 2) * v.z};
 }
 
 /// The matrix product: `b` is applied first.
-constexpr Matrix3 operator*(Matrix3 const& a, Matrix3 const& b)
+constexpr ::Matrix3 operator*(::Matrix3 const& a, ::Matrix3 const& b)
 {
-    return Matrix3(a * b.column(0), a * b.column(1), a * b.column(2));
+    return ::Matrix3(a * b.column(0), a * b.column(1), a * b.column(2));
 }
 
 /// Every element times `s`.
-constexpr Matrix3 operator*(Matrix3 const& m, double s)
+constexpr ::Matrix3 operator*(::Matrix3 const& m, double s)
 {
-    return Matrix3(m.column(0) * s, m.column(1) * s, m.column(2) * s);
+    return ::Matrix3(m.column(0) * s, m.column(1) * s, m.column(2) * s);
 }
-constexpr Matrix3 operator*(double s, Matrix3 const& m)
+constexpr ::Matrix3 operator*(double s, ::Matrix3 const& m)
 {
     return m * s;
 }
 
 /// Element by element.
-constexpr Matrix3 operator+(Matrix3 const& a, Matrix3 const& b)
+constexpr ::Matrix3 operator+(::Matrix3 const& a, ::Matrix3 const& b)
 {
-    return Matrix3(a.column(0) + b.column(0), a.column(1) + b.column(1), a.column(2) + b.column(2));
+    return ::Matrix3(a.column(0) + b.column(0), a.column(1) + b.column(1), a.column(2) + b.column(2));
 }
 
-constexpr Matrix3 operator-(Matrix3 const& a, Matrix3 const& b)
+constexpr ::Matrix3 operator-(::Matrix3 const& a, ::Matrix3 const& b)
 {
-    return Matrix3(a.column(0) - b.column(0), a.column(1) - b.column(1), a.column(2) - b.column(2));
+    return ::Matrix3(a.column(0) - b.column(0), a.column(1) - b.column(1), a.column(2) - b.column(2));
 }
 
-constexpr Matrix3 operator-(Matrix3 const& a)
+constexpr ::Matrix3 operator-(::Matrix3 const& a)
 {
-    return Matrix3(-a.column(0), -a.column(1), -a.column(2));
+    return ::Matrix3(-a.column(0), -a.column(1), -a.column(2));
 }
 
 /// Exact comparison of the elements: 0.0 equals -0.0, and NaN equals nothing.
-constexpr bool operator==(Matrix3 const& a, Matrix3 const& b)
+constexpr bool operator==(::Matrix3 const& a, ::Matrix3 const& b)
 {
     return a.column(0) == b.column(0) && a.column(1) == b.column(1) && a.column(2) == b.column(2);
 }
-constexpr bool operator!=(Matrix3 const& a, Matrix3 const& b)
+constexpr bool operator!=(::Matrix3 const& a, ::Matrix3 const& b)
 {
     return !(a == b);
 }
@@ -186,24 +186,24 @@ constexpr bool operator!=(Matrix3 const& a, Matrix3 const& b)
 namespace sinew {
 
 /// The matrix with a, b and c on its diagonal and 0.0 elsewhere: the scaling by these factors along the axes.
-constexpr Matrix3 diagonalMatrix(double a, double b, double c)
+constexpr ::Matrix3 diagonalMatrix(double a, double b, double c)
 {
-    return Matrix3(Vector3(a, 0.0, 0.0), Vector3(0.0, b, 0.0), Vector3(0.0, 0.0, c));
+    return ::Matrix3(::Vector3(a, 0.0, 0.0), ::Vector3(0.0, b, 0.0), ::Vector3(0.0, 0.0, c));
 }
 
 } // namespace sinew
 
-inline Matrix3 Matrix3::inverse() const
+inline auto ::Matrix3::inverse() const -> ::Matrix3
 {
     auto const& a = entries_;
     double const det = determinant();
     // The comparison is false for a NaN determinant, so that the result becomes NaN and not zero.
-    if (std::fabs(det) < sinew::kDeterminantZero) return Matrix3(Vector3(), Vector3(), Vector3());
-    Matrix3 const adjugate(Vector3(a[1][1] * a[2][2] - a[1][2] * a[2][1], a[1][2] * a[2][0] - a[1][0] * a[2][2],
-                                   a[1][0] * a[2][1] - a[1][1] * a[2][0]),
-                           Vector3(a[0][2] * a[2][1] - a[0][1] * a[2][2], a[0][0] * a[2][2] - a[0][2] * a[2][0],
-                                   a[0][1] * a[2][0] - a[0][0] * a[2][1]),
-                           Vector3(a[0][1] * a[1][2] - a[0][2] * a[1][1], a[0][2] * a[1][0] - a[0][0] * a[1][2],
-                                   a[0][0] * a[1][1] - a[0][1] * a[1][0]));
+    if (std::fabs(det) < sinew::kDeterminantZero) return Matrix3(::Vector3(), ::Vector3(), ::Vector3());
+    Matrix3 const adjugate(::Vector3(a[1][1] * a[2][2] - a[1][2] * a[2][1], a[1][2] * a[2][0] - a[1][0] * a[2][2],
+                                     a[1][0] * a[2][1] - a[1][1] * a[2][0]),
+                           ::Vector3(a[0][2] * a[2][1] - a[0][1] * a[2][2], a[0][0] * a[2][2] - a[0][2] * a[2][0],
+                                     a[0][1] * a[2][0] - a[0][0] * a[2][1]),
+                           ::Vector3(a[0][1] * a[1][2] - a[0][2] * a[1][1], a[0][2] * a[1][0] - a[0][0] * a[1][2],
+                                     a[0][0] * a[1][1] - a[0][1] * a[1][0]));
     return adjugate * (1.0 / det);
 }

@@ -14,16 +14,16 @@
 #include <sinew/framework/vect2.h>
 
 /// Writes "((1, 0, 0), (0, 1, 0), (0, 0, 1))", one inner pair of parentheses for each row.
-SINEW_API std::ostream& operator<<(std::ostream& out, Matrix3 const& m);
+SINEW_API std::ostream& operator<<(std::ostream& out, ::Matrix3 const& m);
 
 /// Writes four rows of four elements in the form of `Matrix3`.
 SINEW_API std::ostream& operator<<(std::ostream& out, Matrixf const& m);
 
 /// Writes four rows of four elements in the form of `Matrix3`.
-SINEW_API std::ostream& operator<<(std::ostream& out, Matrix const& m);
+SINEW_API std::ostream& operator<<(std::ostream& out, ::Matrix const& m);
 
 /// Writes "{linear ((1, 0, 0), (0, 1, 0), (0, 0, 1)), translation (0, 0, 0), scale 1}".
-SINEW_API std::ostream& operator<<(std::ostream& out, Transform const& t);
+SINEW_API std::ostream& operator<<(std::ostream& out, ::Transform const& t);
 
 /// Writes "{min (0, 0, 0), max (1, 1, 1)}", for a valid and for an invalid box.
 SINEW_API std::ostream& operator<<(std::ostream& out, Bbox const& box);

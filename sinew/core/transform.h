@@ -18,10 +18,10 @@ class Transform
 public:
     /// The rotation. It must be orthonormal; this is neither checked nor corrected. With any other matrix `inverse()`
     /// and `interpolate()` give wrong results.
-    Matrix3 linear;
+    ::Matrix3 linear;
 
     /// The translation, added after rotation and scale.
-    Vector3 translation;
+    ::Vector3 translation;
 
     /// The uniform scale; negative for a reflection.
     double scale = 1.0;
@@ -34,14 +34,14 @@ public:
 
     /// The frame with origin `t`, first axis `b`, second axis a x b and third axis `a`. The directions must be
     /// perpendicular unit vectors; this is not checked.
-    constexpr Transform(UVector3 const& a, UVector3 const& b, Vector3 const& t)
+    constexpr Transform(UVector3 const& a, UVector3 const& b, ::Vector3 const& t)
         : linear(b, cross(a, b), a), translation(t)
     {
     }
 
     /// The rotation by `angle` radians about `axis`, which need not have length 1. A null axis stands for the null
     /// fallback of `UVector3`.
-    SINEW_API Transform(Vector3 const& axis, double angle);
+    SINEW_API Transform(::Vector3 const& axis, double angle);
 
     /// The rotation about the common normal of `a` and `b` that turns the direction a into b.
     ///
@@ -51,7 +51,7 @@ public:
     SINEW_API static Transform rotate(UVector3 const& a, UVector3 const& b);
 
     /// The reflection in the plane through `p` with normal `n`: the half turn about n with a scale of -1.
-    SINEW_API static Transform reflection(Vector3 const& p, UVector3 const& n);
+    SINEW_API static Transform reflection(::Vector3 const& p, UVector3 const& n);
 
     /// The inverse, with the transpose of `linear`. A zero scale gives an infinite scale.
     constexpr Transform inverse() const
@@ -73,16 +73,16 @@ public:
     }
 
     /// `linear` with every element times `scale`.
-    constexpr Matrix3 getLinear() const { return linear * scale; }
+    constexpr ::Matrix3 getLinear() const { return linear * scale; }
 
     /// The 4x4 matrix of the same map: `getLinear()`, the translation in column 3, the last row (0, 0, 0, 1).
-    SINEW_API Matrix getMatrix() const;
+    SINEW_API ::Matrix getMatrix() const;
 
     /// This transform without its translation, to map directions and differences of points.
     constexpr Transform linearComponent() const
     {
         Transform result = *this;
-        result.translation = Vector3();
+        result.translation = ::Vector3();
         return result;
     }
 
@@ -96,17 +96,17 @@ public:
 };
 
 /// The image of a point: linear * (scale * p) + translation.
-constexpr Vector3 operator*(Transform const& t, Vector3 const& p)
+constexpr ::Vector3 operator*(::Transform const& t, ::Vector3 const& p)
 {
     return t.linear * (t.scale * p) + t.translation;
 }
 
 /// Exact comparison of the fields: 0.0 equals -0.0, and NaN equals nothing.
-constexpr bool operator==(Transform const& a, Transform const& b)
+constexpr bool operator==(::Transform const& a, ::Transform const& b)
 {
     return a.linear == b.linear && a.translation == b.translation && a.scale == b.scale;
 }
-constexpr bool operator!=(Transform const& a, Transform const& b)
+constexpr bool operator!=(::Transform const& a, ::Transform const& b)
 {
     return !(a == b);
 }

@@ -173,7 +173,7 @@ private:
 /// Null fallback: if the given vector is null (`isNull`), x and y are kept and z becomes 1.0. The zero vector gives
 /// (0, 0, 1) and (1e-14, 0, 0) gives (1e-14, 0, 1). No error is reported. NaN, infinite and huge components act as in
 /// `Vector3::autoNormalize`. A later change through the `Vector3` interface is not normalised.
-class UVector3 : public Vector3
+class UVector3 : public ::Vector3
 {
 public:
     /// The null fallback, (0, 0, 1).
@@ -189,75 +189,75 @@ public:
     UVector3(double x_, double y_, double z_) : UVector3(Vector3(x_, y_, z_)) {}
 };
 
-inline UVector3 Vector3::normalize() const
+inline auto ::Vector3::normalize() const -> UVector3
 {
     return UVector3(*this);
 }
 
 /// Componentwise.
-constexpr Vector3 operator+(Vector3 const& a, Vector3 const& b)
+constexpr ::Vector3 operator+(::Vector3 const& a, ::Vector3 const& b)
 {
     return {a.x + b.x, a.y + b.y, a.z + b.z};
 }
-constexpr Vector3 operator-(Vector3 const& a, Vector3 const& b)
+constexpr ::Vector3 operator-(::Vector3 const& a, ::Vector3 const& b)
 {
     return {a.x - b.x, a.y - b.y, a.z - b.z};
 }
-constexpr Vector3 operator-(Vector3 const& a)
+constexpr ::Vector3 operator-(::Vector3 const& a)
 {
     return {-a.x, -a.y, -a.z};
 }
 
 /// Each component times `s`.
-constexpr Vector3 operator*(Vector3 const& a, double s)
+constexpr ::Vector3 operator*(::Vector3 const& a, double s)
 {
     return {a.x * s, a.y * s, a.z * s};
 }
-constexpr Vector3 operator*(double s, Vector3 const& a)
+constexpr ::Vector3 operator*(double s, ::Vector3 const& a)
 {
     return a * s;
 }
 
 /// Dot product: a.x*b.x + a.y*b.y + a.z*b.z, summed in that order.
-constexpr double operator*(Vector3 const& a, Vector3 const& b)
+constexpr double operator*(::Vector3 const& a, ::Vector3 const& b)
 {
     return a.x * b.x + a.y * b.y + a.z * b.z;
 }
 
 /// Each component times the reciprocal 1.0 / s, which is computed once. A component may therefore differ from the
 /// rounded quotient. Division by 0.0 follows IEEE arithmetic.
-constexpr Vector3 operator/(Vector3 const& a, double s)
+constexpr ::Vector3 operator/(::Vector3 const& a, double s)
 {
     return a * (1.0 / s);
 }
 
 /// Exact comparison of the components: 0.0 equals -0.0, and NaN equals nothing.
-constexpr bool operator==(Vector3 const& a, Vector3 const& b)
+constexpr bool operator==(::Vector3 const& a, ::Vector3 const& b)
 {
     return a.x == b.x && a.y == b.y && a.z == b.z;
 }
-constexpr bool operator!=(Vector3 const& a, Vector3 const& b)
+constexpr bool operator!=(::Vector3 const& a, ::Vector3 const& b)
 {
     return !(a == b);
 }
 
 /// Right-handed cross product.
-constexpr Vector3 cross(Vector3 const& a, Vector3 const& b)
+constexpr ::Vector3 cross(::Vector3 const& a, ::Vector3 const& b)
 {
     return {a.y * b.z - b.y * a.z, a.z * b.x - b.z * a.x, a.x * b.y - b.x * a.y};
 }
 
 /// Squared distance between two points, summed in the order x, y, z.
-constexpr double distSq(Vector3 const& a, Vector3 const& b)
+constexpr double distSq(::Vector3 const& a, ::Vector3 const& b)
 {
     return (a - b).lengthSq();
 }
 
 /// Distance between two points.
-inline double dist(Vector3 const& a, Vector3 const& b)
+inline double dist(::Vector3 const& a, ::Vector3 const& b)
 {
     return std::sqrt(distSq(a, b));
 }
 
 /// Writes "(x, y, z)" in the number format of the stream, without a newline.
-SINEW_API std::ostream& operator<<(std::ostream& out, Vector3 const& v);
+SINEW_API std::ostream& operator<<(std::ostream& out, ::Vector3 const& v);

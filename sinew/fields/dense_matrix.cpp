@@ -22,6 +22,11 @@ bool invertInBlocks(matrix<double> const& m, matrix<double>& result)
 
 } // namespace
 
+void sinew::detail::throwBadAlloc()
+{
+    throw std::bad_alloc();
+}
+
 template <>
 matrix<double> operator!(matrix<double> const& m)
 {

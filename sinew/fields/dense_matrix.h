@@ -14,8 +14,16 @@
 
 #include <sinew/export.h>
 
-/// The magnitude of a number. A NaN stays NaN, and -0.0 stays -0.0.
-template <typename T>
+namespace sinew::detail {
+
+/// Throws std::bad_alloc. A function of the library, because hosts may compile this header without exceptions.
+[[noreturn]] SINEW_API void throwBadAlloc();
+
+} // namespace sinew::detail
+
+/// The magnitude of a number. A NaN stays NaN, and -0.0 stays -0.0. Takes part only for types that have 0, an order and
+/// a negative, so that other functions of this name stay callable.
+template <typename T, typename = decltype(std::declval<T const&>() < T(0) ? -std::declval<T const&>() : T(0))>
 constexpr T absolute(T const& value)
 {
     return value < T(0) ? -value : value;
@@ -49,8 +57,10 @@ public:
     /// Index of the element in the sequence: the distance from its start in elements, not in strides.
     difference_type position() const { return position_; }
 
+    /// The element at the position, which must be in the sequence.
     reference operator*() const { return first_[position_]; }
     pointer operator->() const { return &first_[position_]; }
+    /// Advances by the stride.
     jumping_iterator& operator++()
     {
         position_ += stride_;
@@ -62,6 +72,7 @@ public:
         ++*this;
         return before;
     }
+    /// Whether both are at the same position.
     friend bool operator==(jumping_iterator const& a, jumping_iterator const& b) { return a.position_ == b.position_; }
     friend bool operator!=(jumping_iterator const& a, jumping_iterator const& b) { return !(a == b); }
 
@@ -91,7 +102,7 @@ public:
         if (rowCount < 0 || columnCount < 0) return;
         std::int64_t const size = static_cast<std::int64_t>(rowCount) * columnCount;
         // Otherwise the product would wrap where addresses have 32 bits.
-        if (static_cast<std::uint64_t>(size) > PTRDIFF_MAX / sizeof(T)) throw std::bad_alloc();
+        if (static_cast<std::uint64_t>(size) > PTRDIFF_MAX / sizeof(T)) sinew::detail::throwBadAlloc();
         rows = rowCount;
         columns = columnCount;
         entries.assign(static_cast<std::size_t>(size), T(0));
@@ -127,21 +138,21 @@ namespace sinew::detail {
 
 /// row `to` of `m` += `factor` * row `from`
 template <typename T>
-void addMultipleOfRow(matrix<T>& m, int to, int from, T const& factor)
+void addMultipleOfRow(::matrix<T>& m, int to, int from, T const& factor)
 {
     for (int j = 0; j < m.columns; ++j) m(to, j) += factor * m(from, j);
 }
 
 /// row `row` of `m` *= `factor`
 template <typename T>
-void scaleRow(matrix<T>& m, int row, T const& factor)
+void scaleRow(::matrix<T>& m, int row, T const& factor)
 {
     for (int j = 0; j < m.columns; ++j) m(row, j) *= factor;
 }
 
 /// Exchanges two rows of `m`.
 template <typename T>
-void swapRows(matrix<T>& m, int a, int b)
+void swapRows(::matrix<T>& m, int a, int b)
 {
     if (a != b) std::swap_ranges(&m(a, 0), &m(a, 0) + m.columns, &m(b, 0));
 }
@@ -149,7 +160,7 @@ void swapRows(matrix<T>& m, int a, int b)
 /// The row from `column` downwards whose entry in that column of the square matrix `m` has the largest magnitude. Of
 /// equal magnitudes the first wins; a NaN is chosen only where the search starts.
 template <typename T>
-int findPivotRow(matrix<T> const& m, int column)
+int findPivotRow(::matrix<T> const& m, int column)
 {
     using Column = jumping_iterator<typename std::vector<T>::const_iterator>;
     std::ptrdiff_t const n = m.rows;
@@ -166,7 +177,7 @@ int findPivotRow(matrix<T> const& m, int column)
 /// and turn infinities into NaN. Stops at a pivot of exactly zero and returns its column; returns `work.rows` if there
 /// is none.
 template <typename T>
-int eliminate(matrix<T>& work, matrix<T>& companion)
+int eliminate(::matrix<T>& work, ::matrix<T>& companion)
 {
     int const n = work.rows;
     assert(work.columns == n && companion.rows == n && companion.columns == n);
@@ -193,10 +204,10 @@ int eliminate(matrix<T>& work, matrix<T>& companion)
 
 /// The inverse of a consistent square matrix by `eliminate`, or the partly reduced matrix if a pivot is zero.
 template <typename T>
-matrix<T> inverseByElimination(matrix<T> work)
+::matrix<T> inverseByElimination(::matrix<T> work)
 {
     assert(work.isConsistent() && work.rows == work.columns);
-    matrix<T> companion(work.rows, work.rows);
+    ::matrix<T> companion(work.rows, work.rows);
     for (int i = 0; i < work.rows; ++i) companion(i, i) = T(1);
     if (eliminate(work, companion) == work.rows) work.entries.swap(companion.entries);
     return work;
@@ -218,7 +229,7 @@ matrix<T> inverseByElimination(matrix<T> work)
 /// Source: W. Jordan, Handbuch der Vermessungskunde, third edition, 1888; with partial pivoting as in G. H. Golub and
 /// C. F. Van Loan, Matrix Computations, section 3.4.
 template <typename T>
-matrix<T> operator!(matrix<T> const& m)
+::matrix<T> operator!(::matrix<T> const& m)
 {
     if (m.rows != m.columns || !m.isConsistent()) return {};
     return sinew::detail::inverseByElimination(m);
@@ -228,7 +239,7 @@ matrix<T> operator!(matrix<T> const& m)
 /// on, this function is several times faster. Memory: that of one more matrix, or of two if the matrix is singular or
 /// not finite. Strong guarantee.
 template <>
-SINEW_API matrix<double> operator!(matrix<double> const& m);
+SINEW_API ::matrix<double> operator!(::matrix<double> const& m);
 
 /// The product of a matrix and a column vector. Each sum starts with its first term and takes the columns in ascending
 /// order.
@@ -240,10 +251,10 @@ SINEW_API matrix<double> operator!(matrix<double> const& m);
 /// number of rows**: it is consistent, and 2^31 - 1 rows of doubles need 16 GB here. Strong guarantee: throws
 /// std::bad_alloc if there is not as much memory.
 template <typename T>
-std::vector<T> operator*(matrix<T> const& m, std::vector<T> const& v)
+std::vector<T> operator*(::matrix<T> const& m, std::vector<T> const& v)
 {
     if (!m.isConsistent() || v.size() != static_cast<std::size_t>(m.columns)) return {};
-    if (static_cast<std::size_t>(m.rows) > PTRDIFF_MAX / sizeof(T)) throw std::bad_alloc();
+    if (static_cast<std::size_t>(m.rows) > PTRDIFF_MAX / sizeof(T)) sinew::detail::throwBadAlloc();
     std::vector<T> result(static_cast<std::size_t>(m.rows), T(0));
     for (int i = 0; i < m.rows && m.columns > 0; ++i) {
         T sum = m(i, 0) * v[0];

@@ -17,17 +17,17 @@
 class ImplEllipsoid
 {
 public:
-    Vector3 centre; ///< The centre.
-    Matrix3 shape;  ///< Symmetric and positive semi-definite. Its eigenvalues are 1 / (semi-axis)^2.
+    ::Vector3 centre; ///< The centre.
+    ::Matrix3 shape;  ///< Symmetric and positive semi-definite. Its eigenvalues are 1 / (semi-axis)^2.
 
     /// The unit sphere about the origin.
     ImplEllipsoid() = default;
 
     /// The ellipsoid fitted to `points` about their mean (`computeMatrix`). Without points, centre and shape are NaN.
-    SINEW_API explicit ImplEllipsoid(std::vector<Vector3> const& points);
+    SINEW_API explicit ImplEllipsoid(std::vector<::Vector3> const& points);
 
     /// The ellipsoid fitted to `points` about `center` (`computeMatrix`).
-    SINEW_API ImplEllipsoid(std::vector<Vector3> const& points, Vector3 const& center);
+    SINEW_API ImplEllipsoid(std::vector<::Vector3> const& points, ::Vector3 const& center);
 
     /// Fits the ellipsoid to `points` about `center`.
     ///
@@ -44,7 +44,7 @@ public:
     /// - Without points, or with a coordinate that is NaN or infinite, the shape is NaN.
     ///
     /// `center` may be the field `centre`. Cost: two passes over the points, no allocation.
-    SINEW_API void computeMatrix(std::vector<Vector3> const& points, Vector3 const& center);
+    SINEW_API void computeMatrix(std::vector<::Vector3> const& points, ::Vector3 const& center);
 
     /// The ellipsoidal radius at p: sqrt(q), where q = d^T shape d is the quadratic form of d = p - centre. It is 0 at
     /// the centre and 1 on the surface. Constant cost.
@@ -56,7 +56,7 @@ public:
     ///                  of 1e-4 (strict); NaN if q is NaN.
     /// @param hessian   receives `shape`, which is half the matrix of second derivatives of q; may be null.
     /// @return true, always.
-    SINEW_API bool evaluate(Vector3 const& p, double* value, Vector3* gradient, Matrix3* hessian) const;
+    SINEW_API bool evaluate(::Vector3 const& p, double* value, ::Vector3* gradient, ::Matrix3* hessian) const;
 
     /// A new ellipsoid whose semi-axes are longer by `distance`, or shorter if it is negative. The caller owns it.
     /// Strong guarantee.
@@ -72,11 +72,12 @@ namespace sinew {
 /// The ellipsoidal radius at each of `count` points, with the bits that `ImplEllipsoid::evaluate` gives.
 ///
 /// `points` and `values` may be null only if `count` is 0; they must not overlap.
-SINEW_API void evaluateMany(ImplEllipsoid const& field, Vector3 const* points, std::size_t count, double* values);
+SINEW_API void evaluateMany(ImplEllipsoid const& field, ::Vector3 const* points, std::size_t count, double* values);
 
 /// The gradient at each of `count` points, with the bits that `ImplEllipsoid::evaluate` gives.
 ///
 /// `gradients` may be equal to `points` but not overlap it otherwise; both may be null only if `count` is 0.
-SINEW_API void gradientMany(ImplEllipsoid const& field, Vector3 const* points, std::size_t count, Vector3* gradients);
+SINEW_API void gradientMany(ImplEllipsoid const& field, ::Vector3 const* points, std::size_t count,
+                            ::Vector3* gradients);
 
 } // namespace sinew

@@ -23,10 +23,10 @@
 class Implicit
 {
 public:
-    std::vector<Vector3> centres;     ///< The points x_i, in input order.
+    std::vector<::Vector3> centres;   ///< The points x_i, in input order.
     std::vector<double> coefficients; ///< The coefficients lambda_i, one for each centre.
     double constantTerm = 0.0;        ///< c0
-    Vector3 linearTerm;               ///< c
+    ::Vector3 linearTerm;             ///< c
 
     /// Fits the function to points and the values that it must take there.
     ///
@@ -37,7 +37,7 @@ public:
     /// The cubes of distances grow fast, so keep the extent of the points within a few powers of ten of 1. The system
     /// is dense: about 2 n^3 operations and 8 n^2 bytes (`sinew::estimateCost`), which are released at the end. The
     /// object itself takes 32 bytes a centre. Strong guarantee.
-    SINEW_API explicit Implicit(std::vector<std::pair<Vector3, double>> const& pointsWithValues);
+    SINEW_API explicit Implicit(std::vector<std::pair<::Vector3, double>> const& pointsWithValues);
 
     Implicit(Implicit const&) = default;
     Implicit(Implicit&&) noexcept = default;
@@ -50,13 +50,13 @@ public:
     /// for each centre; no allocation.
     ///
     /// If `centres` and `coefficients` have different sizes, the additional entries of the longer one are ignored.
-    SINEW_API double evaluate(Vector3 const& p) const;
+    SINEW_API double evaluate(::Vector3 const& p) const;
 
     /// The gradient of f at p: c + sum over i of 3 lambda_i |p - x_i| (p - x_i).
     ///
     /// A NaN coordinate of p gives three NaN, unless there is no centre: the gradient is then c. Cost and different
     /// sizes as in `evaluate`.
-    SINEW_API Vector3 getGradient(Vector3 const& p) const;
+    SINEW_API ::Vector3 getGradient(::Vector3 const& p) const;
 };
 
 namespace sinew {
@@ -64,12 +64,12 @@ namespace sinew {
 /// f at each of `count` points, with the bits that `Implicit::evaluate` gives, in less time.
 ///
 /// `points` and `values` may be null only if `count` is 0; they must not overlap.
-SINEW_API void evaluateMany(Implicit const& field, Vector3 const* points, std::size_t count, double* values);
+SINEW_API void evaluateMany(Implicit const& field, ::Vector3 const* points, std::size_t count, double* values);
 
 /// The gradient of f at each of `count` points, with the bits that `Implicit::getGradient` gives, in less time.
 ///
 /// `gradients` may be equal to `points` but not overlap it otherwise; both may be null only if `count` is 0.
-SINEW_API void gradientMany(Implicit const& field, Vector3 const* points, std::size_t count, Vector3* gradients);
+SINEW_API void gradientMany(Implicit const& field, ::Vector3 const* points, std::size_t count, ::Vector3* gradients);
 
 /// What makes the linear system of `Implicit` singular or its solution useless.
 ///
@@ -101,7 +101,7 @@ using ImplicitDiagnosis = Diagnosis<ImplicitFault>;
 /// - `zeroPivot` and `outOfRange` are searched for only if there is no other finding, since that takes an elimination.
 ///
 /// Cost: n log n if there is another finding, and about as much as the fit otherwise. Strong guarantee.
-SINEW_API ImplicitDiagnosis diagnose(std::vector<std::pair<Vector3, double>> const& pointsWithValues);
+SINEW_API ImplicitDiagnosis diagnose(std::vector<std::pair<::Vector3, double>> const& pointsWithValues);
 
 /// Time and memory of a fit of `Implicit`.
 struct ImplicitCost

@@ -30,7 +30,7 @@ struct PolylineHit
 {
     int segment = -1; ///< index of the first vertex of the segment that holds the point, or -1
     double t = 0.0;   ///< position of the point on the segment, in [0, 1]
-    Vector3 point;    ///< the point
+    ::Vector3 point;  ///< the point
 };
 
 /// The result that `PolylineProjector::project` would store for the query `q`.
@@ -38,14 +38,14 @@ struct PolylineHit
 /// Where `project` stores nothing, the `segment` of the result is -1. Strong guarantee: if the index that the first
 /// query builds does not fit into memory, std::bad_alloc is thrown, and a later query tries again. Any number of
 /// threads may call this function at the same time on one projector, as long as none changes it.
-SINEW_API PolylineHit closestPoint(PolylineProjector const& polyline, Vector3 const& q);
+SINEW_API PolylineHit closestPoint(PolylineProjector const& polyline, ::Vector3 const& q);
 
 /// `closestPoint` for `count` points: hits[i] is the result for queries[i], with the same bits.
 ///
 /// Both arrays have `count` elements and must not overlap; they may be null if `count` is 0. It is faster than single
 /// calls if consecutive queries are near each other. Several threads may call it as they may call `closestPoint`.
 /// Strong guarantee: no hit is written before the index exists.
-SINEW_API void projectMany(PolylineProjector const& polyline, Vector3 const* queries, std::size_t count,
+SINEW_API void projectMany(PolylineProjector const& polyline, ::Vector3 const* queries, std::size_t count,
                            PolylineHit* hits);
 
 } // namespace sinew
@@ -54,18 +54,24 @@ SINEW_API void projectMany(PolylineProjector const& polyline, Vector3 const* que
 ///
 /// All points share one frame and length unit. The vertices are fixed at construction: `points` and `arcLengths` must
 /// not be changed afterwards. Otherwise the class is a plain value that may be copied, moved and assigned.
+///
+/// @code
+/// PolylineProjector const curve({{0, 0, 0}, {2, 0, 0}, {2, 1, 0}});
+/// sinew::PolylineHit const hit = sinew::closestPoint(curve, Vector3(1, 1, 0));
+/// std::printf("segment %d, point (%g, %g, %g)\n", hit.segment, hit.point.x, hit.point.y, hit.point.z); // 0, (1, 0, 0)
+/// @endcode
 class PolylineProjector
 {
 public:
-    std::vector<Vector3> points;
+    std::vector<::Vector3> points;  ///< the vertices
     std::vector<double> arcLengths; ///< arcLengths[i] is the length of the polyline from its first vertex to vertex i
     double t = 0.0;                 ///< of the last projection: the position on its segment, in [0, 1]
     int segment = -1; ///< of the last projection: the first vertex of its segment; -1 before the first one
-    Vector3 point;    ///< of the last projection: the nearest point
+    ::Vector3 point;  ///< of the last projection: the nearest point
 
     /// Copies the vertices and sums the arc lengths. Any number of vertices is allowed. Linear cost, 32 bytes a vertex.
     /// Strong guarantee.
-    SINEW_API PolylineProjector(std::vector<Vector3> const& vertices);
+    SINEW_API PolylineProjector(std::vector<::Vector3> const& vertices);
 
     PolylineProjector(PolylineProjector const&) = default;
     PolylineProjector(PolylineProjector&&) noexcept = default;
@@ -98,7 +104,7 @@ public:
     /// on the first projection also takes linear time and about 44 bytes a vertex for an index, which copies of the
     /// projector share. Strong guarantee: without memory for it, nothing is stored. Several threads may make the first
     /// projection at the same time through `sinew::closestPoint`; `project` itself requires exclusive access.
-    SINEW_API void project(Vector3 const& q);
+    SINEW_API void project(::Vector3 const& q);
 
 private:
     // Not the functions themselves: friends are declared again, and some compilers then lose their import from a DLL.

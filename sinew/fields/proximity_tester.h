@@ -30,8 +30,8 @@
 class ProximityTester
 {
 public:
-    Vector3 origin;                 ///< The corner of the grid with the smallest coordinates.
-    Vector3 axes[3];                ///< The directions of the grid: the unit vectors of x, y and z.
+    ::Vector3 origin;               ///< The corner of the grid with the smallest coordinates.
+    ::Vector3 axes[3];              ///< The directions of the grid: the unit vectors of x, y and z.
     int cellCount[3] = {0, 0, 0};   ///< Numbers of cells nx, ny, nz along the axes, borders included.
     double cellSize[3] = {1, 1, 1}; ///< Edge lengths of a cell.
     std::vector<bool> occupied;     ///< Bit i + nx j + nx ny k: whether a point in cell (i, j, k) tests true.
@@ -47,7 +47,7 @@ public:
     /// without extent along an axis has no cells there before the border is added, so the limit of 10000 does not apply
     /// to it; its cells are enlarged only until there are at most 2^31 - 1 of them, which take 256 MB. Strong
     /// guarantee.
-    SINEW_API ProximityTester(std::vector<Vector3> const& points, double radius);
+    SINEW_API ProximityTester(std::vector<::Vector3> const& points, double radius);
 
     ProximityTester(ProximityTester const&) = default;
     ProximityTester(ProximityTester&&) noexcept = default;
@@ -61,7 +61,7 @@ public:
     /// The lower faces of a cell belong to it, the upper faces to the next cell. Constant cost, no allocation, never
     /// throws. If the fields contradict each other, because a host has changed them or the object was moved from, the
     /// results have no meaning, but nothing is read beyond the end of `occupied`.
-    SINEW_API bool test(Vector3 const& p) const;
+    SINEW_API bool test(::Vector3 const& p) const;
 };
 
 namespace sinew {
@@ -69,6 +69,6 @@ namespace sinew {
 /// Writes the result of `ProximityTester::test` for each of `count` points.
 ///
 /// `points` and `results` may be null only if `count` is 0.
-SINEW_API void testMany(ProximityTester const& tester, Vector3 const* points, std::size_t count, bool* results);
+SINEW_API void testMany(ProximityTester const& tester, ::Vector3 const* points, std::size_t count, bool* results);
 
 } // namespace sinew

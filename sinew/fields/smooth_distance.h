@@ -21,8 +21,8 @@
 class SmoothWeight
 {
 public:
-    double center;
-    double radius;
+    double center;    ///< where the weight is 1
+    double radius;    ///< the weight is 0 at this distance from the center and beyond
     double invRadius; ///< 1 / radius; 0 for a radius of 1e-8 or less, or NaN
     double margin;    ///< 1e-8 * radius, cut off the support at both sides; 0 for a radius of 1e-8 or less, or NaN
 
@@ -69,8 +69,8 @@ SINEW_API double smoothMax(double a, double b, double h, double* grad, double* h
 ///
 /// The derivatives of d are those for a fixed point y: the gradient 2 (x - y), and the Hessian twice the identity. NaN
 /// input gives NaN where `smoothMax` does. Constant cost.
-SINEW_API void updateSmoothDist(double d, Vector3 const& x, Vector3 const& y, double& acc, double h, Vector3* grad,
-                                Matrix3* hess);
+SINEW_API void updateSmoothDist(double d, ::Vector3 const& x, ::Vector3 const& y, double& acc, double h,
+                                ::Vector3* grad, ::Matrix3* hess);
 
 /// Smooth minimum of the squared distances from `q` to the segments of a polyline, with its derivatives by `q`.
 ///
@@ -97,8 +97,8 @@ SINEW_API void updateSmoothDist(double d, Vector3 const& x, Vector3 const& y, do
 ///
 /// Linear cost in the number of vertices, which includes the copy of the polyline. For many points use
 /// `sinew::smoothDistMany`. Strong guarantee: if an allocation fails, no output is written.
-SINEW_API void smoothDistToPolyline(std::vector<Vector3> polyline, Vector3 const& q, double h, double* dist,
-                                    Vector3* grad, Matrix3* hess);
+SINEW_API void smoothDistToPolyline(std::vector<::Vector3> polyline, ::Vector3 const& q, double h, double* dist,
+                                    ::Vector3* grad, ::Matrix3* hess);
 
 namespace sinew {
 
@@ -107,7 +107,7 @@ namespace sinew {
 /// The arrays have `count` elements. `dists`, `grads` and `hessians` may be null and must not overlap `queries`. With
 /// fewer than two vertices nothing is written. Basic guarantee: if an allocation fails, the outputs of the first points
 /// may have been written.
-SINEW_API void smoothDistMany(std::vector<Vector3> const& polyline, Vector3 const* queries, std::size_t count, double h,
-                              double* dists, Vector3* grads, Matrix3* hessians);
+SINEW_API void smoothDistMany(std::vector<::Vector3> const& polyline, ::Vector3 const* queries, std::size_t count,
+                              double h, double* dists, ::Vector3* grads, ::Matrix3* hessians);
 
 } // namespace sinew

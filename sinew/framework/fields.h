@@ -66,8 +66,10 @@ public:
     SINEW_API static void load(T& value, InTag& tag);
 };
 
+/// A truth value is written as "1" or "0".
 template <>
 SINEW_API void SimpleTypeHandler<bool>::save(bool const& value, OutTag& tag);
+/// Reads "1", "0", "true" or "false".
 template <>
 SINEW_API void SimpleTypeHandler<bool>::load(bool& value, InTag& tag);
 
@@ -162,6 +164,7 @@ public:
     Field& operator=(Field const& other);
     ~Field() override;
 
+    /// The name of the field's element.
     std::string const& name() const { return name_; }
 
     /// Writes this field of `object` as the element `tag`, which has the field's name and has not been opened yet.
@@ -183,7 +186,16 @@ public:
 
     /// The member of `object`. Throws std::bad_cast if `object` is not a `C`: then a class has described its fields
     /// with the members of another class.
-    T& get(Serializable& object) const { return dynamic_cast<C&>(object).*member_; }
+    T& get(Serializable& object) const
+    {
+#if SINEW_RTTI
+        return dynamic_cast<C&>(object).*member_;
+#else
+        static_assert(sizeof(C) == 0, "sinew: the description of fields needs run-time type information. Compile this "
+                                      "source without -fno-rtti (Visual C++: without /GR-)");
+        return static_cast<C&>(object).*member_;
+#endif
+    }
 
 private:
     T C::*member_;
@@ -226,6 +238,7 @@ public:
     /// Adds a field at the end. A null pointer adds nothing: a base class without fields returns one. Strong guarantee.
     void add(smart_ptr<Field> field);
 
+    /// The fields in their order.
     std::vector<smart_ptr<Field>> const& fields() const { return fields_; }
 
 private:
@@ -252,6 +265,7 @@ public:
 class SINEW_API CompositeField : public Field
 {
 public:
+    /// A field with the name of its element, and the description of what is in it. Strong guarantee.
     CompositeField(std::string const& name, ClassDesc const& description);
     CompositeField(CompositeField const&);
     /// Strong guarantee: if an allocation fails, the field is unchanged.

@@ -10,6 +10,8 @@
 /// The library holds one registry per process for each type of pointer. Registries may be used from static constructors
 /// and destructors. They do not lock: any number of threads may search them at the same time, and so read documents, as
 /// long as no thread registers or removes an object. Loading or unloading a plug-in that registers classes does both.
+///
+/// The classes need run-time type information. In a source that is compiled without it, using one of them is an error.
 
 #include <string>
 #include <type_traits>
@@ -53,6 +55,8 @@ SINEW_API std::vector<std::string> listNamed(char const* type);
 
 } // namespace detail
 } // namespace sinew
+
+#if SINEW_RTTI
 
 /// Base of objects that can be found by name, in the registry of the pointer type `T`. The constructor registers the
 /// object and the destructor removes it.
@@ -105,6 +109,7 @@ public:
     virtual Serializable* createObject() const = 0;
 
 protected:
+    /// Registers the factory. Strong guarantee.
     explicit FactoryByName(std::string const& name);
     virtual ~FactoryByName();
 };
@@ -120,6 +125,7 @@ public:
     virtual Serializable* createObject() const = 0;
 
 protected:
+    /// Registers the factory. Strong guarantee.
     explicit FactoryByTypeID(std::string const& typeName);
     virtual ~FactoryByTypeID();
 };
@@ -134,6 +140,7 @@ public:
     Base* createObject() const override = 0;
 
 protected:
+    /// Registers the factory under both names. Strong guarantee.
     AbstractFactory(std::string const& name, std::string const& typeName)
         : FactoryByName(name), FactoryByTypeID(typeName)
     {
@@ -150,6 +157,7 @@ public:
     T* createObject() const override { return new T(); }
 
 protected:
+    /// Registers the factory under a name, and under the run-time type name of `T`. Strong guarantee.
     explicit Factory(std::string const& name) : AbstractFactory<Base>(name, typeid(T).name()) {}
     ~Factory() override = default;
 };
@@ -163,3 +171,28 @@ public:
     explicit SerializableFactory(std::string const& name) : Factory<Serializable, T>(name) {}
     ~SerializableFactory() override = default;
 };
+
+#else
+
+namespace sinew::detail {
+
+template <typename T>
+struct NeedsRunTimeTypeInformation
+{
+    static_assert(sizeof(T) == 0,
+                  "sinew: registries and factories need run-time type information. Compile this source without "
+                  "-fno-rtti (Visual C++: without /GR-)");
+};
+
+} // namespace sinew::detail
+
+template <typename T>
+class NamedObject : sinew::detail::NeedsRunTimeTypeInformation<T>
+{
+};
+template <typename T>
+class SerializableFactory : sinew::detail::NeedsRunTimeTypeInformation<T>
+{
+};
+
+#endif

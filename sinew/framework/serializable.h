@@ -21,6 +21,26 @@ class OutTag;
 ///
 /// The virtual operations are declared in the order `save`, `load`, `describeFields`, destructor. Callers may rely on
 /// this order.
+///
+/// @code
+/// class Painting : public Serializable
+/// {
+/// public:
+///     int year = 0;
+///
+///     smart_ptr<Field> describeFields(std::string const& name) override
+///     {
+///         ClassDesc fields;
+///         fields.add("year", &Painting::year);
+///         return new CompositeField(name, fields);
+///     }
+/// };
+///
+/// Painting painting;
+/// std::istringstream text("<painting><year>1907</year></painting>");
+/// sinew::readDocument(text, painting);
+/// sinew::writeDocument(std::cout, painting, "painting");
+/// @endcode
 class SINEW_API Serializable
 {
 public:

@@ -112,11 +112,13 @@ public:
     /// Releases the object and holds `object` instead, which may be null or the same object.
     void reset(T* object) { smart_ptr(object).swap(*this); }
 
+    /// Exchanges the objects of two handles. No count changes.
     void swap(smart_ptr& other) noexcept
     {
         std::swap(base_, other.base_);
         std::swap(object_, other.object_);
     }
+    /// Exchanges the objects of two handles. No count changes.
     friend void swap(smart_ptr& a, smart_ptr& b) noexcept { a.swap(b); }
 
     /// The object, or null.

@@ -54,6 +54,7 @@ public:
     [[noreturn]] void fail(std::string const& message) const;
 
 protected:
+    /// A tag with a name and without attributes.
     explicit Tag(std::string name);
     virtual ~Tag();
 

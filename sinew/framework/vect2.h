@@ -32,10 +32,12 @@ public:
     /// Euclidean length, the square root of `lengthSq()`.
     T length() const { return std::sqrt(lengthSq()); }
 
+    /// Sums, differences and multiples of the components.
     constexpr vect2& operator+=(vect2 const& b) { return *this = *this + b; }
     constexpr vect2& operator-=(vect2 const& b) { return *this = *this - b; }
     constexpr vect2& operator*=(T s) { return *this = *this * s; }
 
+    /// Sums, differences and multiples of the components.
     friend constexpr vect2 operator+(vect2 const& a, vect2 const& b) { return {a.x + b.x, a.y + b.y}; }
     friend constexpr vect2 operator-(vect2 const& a, vect2 const& b) { return {a.x - b.x, a.y - b.y}; }
     friend constexpr vect2 operator-(vect2 const& a) { return {-a.x, -a.y}; }

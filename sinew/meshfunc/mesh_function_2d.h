@@ -48,6 +48,14 @@ class TriangleLocator;
 ///
 /// **Copies** are deep: two objects never share a projector. A moved-from object may be assigned to, rebuilt or
 /// destroyed; its queries return false.
+///
+/// @code
+/// // The unit square as two triangles; the function doubles it.
+/// MeshFunction2D const function({{0, 0}, {1, 0}, {1, 1}, {0, 1}}, {{0, 0}, {2, 0}, {2, 2}, {0, 2}}, {0, 1, 2, 0, 2,
+/// 3}, {}); tzNM::vect2<double> value; if (function.evaluate({0.25, 0.5}, &value, nullptr)) std::printf("inside (%g,
+/// %g)\n", value.x, value.y); // (0.5, 1) if (function.extrapolate({2, 0.5}, &value, nullptr)) std::printf("outside
+/// (%g, %g)\n", value.x, value.y); // (4, 1)
+/// @endcode
 class SINEW_API MeshFunction2D : public Serializable
 {
 public:

@@ -22,19 +22,21 @@ public:
     /// The names of the components' attributes.
     static Names _attrs;
 
+    /// Writes the whole element, and reads it, as the general `SimpleTypeHandler` does.
     static void save(tzNM::vect2<double> const& value, OutTag& tag);
     static void load(tzNM::vect2<double>& value, InTag& tag);
 };
 
 /// Writes and reads a 3D vector: `<point x="0.25" y="0.5" z="1"/>`.
 template <>
-class SINEW_API SimpleTypeHandler<Vector3>
+class SINEW_API SimpleTypeHandler<::Vector3>
 {
 public:
     using Names = char const* const[3];
     /// The names of the components' attributes.
     static Names _attrs;
 
-    static void save(Vector3 const& value, OutTag& tag);
-    static void load(Vector3& value, InTag& tag);
+    /// Writes the whole element, and reads it, as the general `SimpleTypeHandler` does.
+    static void save(::Vector3 const& value, OutTag& tag);
+    static void load(::Vector3& value, InTag& tag);
 };

@@ -19,7 +19,7 @@
 /// input. A NaN coordinate makes that coordinate of the centroid NaN, an infinite one makes it infinite or NaN; the
 /// direction has no meaning then and may be NaN. The cost is linear in the number of points, and nothing is allocated.
 /// Source: K. Pearson, On lines and planes of closest fit to systems of points in space, 1901.
-SINEW_API bool bestFitLine(std::vector<Vector3> const& points, Vector3* center, UVector3* dir);
+SINEW_API bool bestFitLine(std::vector<::Vector3> const& points, ::Vector3* center, UVector3* dir);
 
 /// The plane with the least sum of squared distances to the points.
 ///
@@ -30,7 +30,7 @@ SINEW_API bool bestFitLine(std::vector<Vector3> const& points, Vector3* center, 
 ///
 /// For collinear points every plane through their line fits equally well; the result is one of the unit normals.
 /// Equal spreads, NaN, infinite coordinates, cost and source are as in `bestFitLine`.
-SINEW_API bool bestFitPlane(std::vector<Vector3> const& points, Vector3* center, UVector3* normal);
+SINEW_API bool bestFitPlane(std::vector<::Vector3> const& points, ::Vector3* center, UVector3* normal);
 
 /// The centroid and one principal axis of a point set. `bestFitLine` and `bestFitPlane` call this function.
 ///
@@ -43,4 +43,4 @@ SINEW_API bool bestFitPlane(std::vector<Vector3> const& points, Vector3* center,
 /// Equal spreads, NaN, infinite coordinates, cost and source are as in `bestFitLine`.
 // Callers are written against this name, including its leading underscore.
 // NOLINTNEXTLINE(bugprone-reserved-identifier)
-SINEW_API bool _getCenterAndEigv(std::vector<Vector3> const& points, Vector3* center, UVector3* axis, bool largest);
+SINEW_API bool _getCenterAndEigv(std::vector<::Vector3> const& points, ::Vector3* center, UVector3* axis, bool largest);

@@ -26,7 +26,7 @@ public:
     /// meet. NaN input gives 3 with NaN parameters, or 1 if the directions are parallel.
     std::int32_t result;
     /// For 0 the closest point on line 1 (not the midpoint between the lines), for 1 and 2 `p1`, for 3 (0, 0, 0).
-    Vector3 point;
+    ::Vector3 point;
     /// Parameter of the closest point on line 1, also if the lines do not meet; 0 for parallel lines.
     double t1;
     /// Parameter of the closest point on line 2, also if the lines do not meet. For parallel lines it is that of the
@@ -35,14 +35,14 @@ public:
 
     /// Lines with unit directions. They are parallel if 1 - |d1 * d2| is less than 5.0000000000000005e-17. This is less
     /// than the distance from 1 to the next smaller double, so |d1 * d2| must be at least 1.
-    SINEW_API LineLineInt(Vector3 const& p1, UVector3 const& d1, Vector3 const& p2, UVector3 const& d2, double tol);
+    SINEW_API LineLineInt(::Vector3 const& p1, UVector3 const& d1, ::Vector3 const& p2, UVector3 const& d2, double tol);
 
     /// Lines with directions of any length. They are parallel if `Vector3::isParallel` says so at its default tolerance
     /// of 0.03 degrees. A null direction is not parallel to any direction; a zero direction gives 3 with NaN
     /// parameters.
     ///
     /// A call with one `UVector3` and one `Vector3` direction is ambiguous; convert one of them.
-    SINEW_API LineLineInt(Vector3 const& p1, Vector3 d1, Vector3 const& p2, Vector3 const& d2, double tol);
+    SINEW_API LineLineInt(::Vector3 const& p1, ::Vector3 d1, ::Vector3 const& p2, ::Vector3 const& d2, double tol);
 };
 
 /// Intersection of two planes: their common line.
@@ -56,11 +56,13 @@ public:
     /// fields, or 1 if the normals are parallel.
     std::int32_t result;
     /// For 0 the point of the common line nearest to `p1`, otherwise (0, 0, 0).
-    Vector3 point;
+    ::Vector3 point;
     /// For 0 the unit direction of the common line, along N1 x N2; otherwise (0, 0, 0).
-    Vector3 dir;
+    ::Vector3 dir;
 
-    SINEW_API PlanePlaneInt(Vector3 const& p1, UVector3 const& N1, Vector3 const& p2, UVector3 const& N2, double tol);
+    /// The planes through `p1` and `p2` with the normals `N1` and `N2`.
+    SINEW_API PlanePlaneInt(::Vector3 const& p1, UVector3 const& N1, ::Vector3 const& p2, UVector3 const& N2,
+                            double tol);
 };
 
 /// Intersection of the line (p, d) with the plane through q with normal n.
@@ -74,11 +76,12 @@ public:
     /// the line is parallel.
     std::int32_t result;
     /// For 0 the crossing, otherwise `p`.
-    Vector3 point;
+    ::Vector3 point;
     /// For 0 the parameter of the crossing, otherwise 0.
     double t;
 
-    SINEW_API LinePlaneInt(Vector3 const& p, UVector3 const& d, Vector3 const& q, UVector3 const& n, double tol);
+    /// The line p + t d, and the plane through `q` with the normal `n`.
+    SINEW_API LinePlaneInt(::Vector3 const& p, UVector3 const& d, ::Vector3 const& q, UVector3 const& n, double tol);
 };
 
 /// Intersection of the line (p, d), which extends to both sides of its origin, with the triangle a, b, c of either
@@ -98,12 +101,13 @@ public:
     std::int32_t result;
     /// The crossing of the line and the triangle's plane, for 0 and for a miss by a line that passes through the
     /// bounding sphere; otherwise (0, 0, 0).
-    Vector3 point;
+    ::Vector3 point;
     /// The parameter of `point` in the cases in which `point` is the crossing; otherwise 0.
     double t;
 
-    SINEW_API LineTriangleInt(Vector3 const& p, UVector3 const& d, Vector3 const& a, Vector3 const& b, Vector3 const& c,
-                              double tol);
+    /// The line p + t d, and the triangle `a`, `b`, `c`.
+    SINEW_API LineTriangleInt(::Vector3 const& p, UVector3 const& d, ::Vector3 const& a, ::Vector3 const& b,
+                              ::Vector3 const& c, double tol);
 };
 
 /// Intersection of the line (p, d), which extends to both sides of its origin, with a sphere. The sign of the radius
@@ -118,15 +122,16 @@ public:
     /// lengths. NaN input gives 2 with NaN fields.
     std::int32_t result;
     /// For 2 the entry along `d`, for 1 the closest point of the line to the center, for 0 (0, 0, 0).
-    Vector3 point1;
+    ::Vector3 point1;
     /// For 2 the exit along `d`, for 1 the same as `point1`, for 0 (0, 0, 0).
-    Vector3 point2;
+    ::Vector3 point2;
     /// The parameter of `point1`; 0 for a miss. Never greater than `t2`.
     double t1;
     /// The parameter of `point2`; 0 for a miss.
     double t2;
 
-    SINEW_API LineSphereInt(Vector3 const& p, UVector3 const& d, Vector3 const& center, double radius, double tol);
+    /// The line p + t d, and the sphere.
+    SINEW_API LineSphereInt(::Vector3 const& p, UVector3 const& d, ::Vector3 const& center, double radius, double tol);
 };
 
 /// Barycentric coordinates of a point with respect to a triangle.
@@ -140,7 +145,8 @@ public:
     /// normal (of equal components, along the first), so the distance of the point from the plane does not matter. A
     /// triangle whose projection has a doubled area of less than 1e-8 gives (0, 0, 0), because `Matrix3::inverse`
     /// treats its matrix as singular; scale small triangles up first. NaN input gives (0, 0, 0) or NaN.
-    Vector3 weights;
+    ::Vector3 weights;
 
-    SINEW_API TriangleWeightsFinder(Vector3 const& p, Vector3 const& a, Vector3 const& b, Vector3 const& c);
+    /// The weights of `p` in the triangle `a`, `b`, `c`.
+    SINEW_API TriangleWeightsFinder(::Vector3 const& p, ::Vector3 const& a, ::Vector3 const& b, ::Vector3 const& c);
 };

@@ -19,7 +19,7 @@
 /// All three coordinates enter the result, so the function also clips to a half-space. If the signed distance of one
 /// end from the boundary is NaN, the function returns true and moves one end, to a point with NaN coordinates: `a` if
 /// its distance is zero or negative, otherwise `b`.
-SINEW_API bool segClipHalfPlane2D(Vector3& a, Vector3& b, Vector3 const& p, UVector3 const& n);
+SINEW_API bool segClipHalfPlane2D(::Vector3& a, ::Vector3& b, ::Vector3 const& p, UVector3 const& n);
 
 /// Clips the segment from `a` to `b` to the rectangle [lo, hi].
 ///
@@ -32,8 +32,8 @@ SINEW_API bool segClipHalfPlane2D(Vector3& a, Vector3& b, Vector3 const& p, UVec
 /// side, or one that meets the rectangle only in a corner, is therefore rejected. A finite z is interpolated along the
 /// segment and does not affect the result. An infinite z acts as NaN; for NaN see `segClipHalfPlane2D`.
 /// Source: I. E. Sutherland, G. W. Hodgman, Reentrant polygon clipping, Communications of the ACM, 1974.
-SINEW_API bool segClipRect2D(Vector3 const& a, Vector3 const& b, Vector3 const& lo, Vector3 const& hi, Vector3& outA,
-                             Vector3& outB);
+SINEW_API bool segClipRect2D(::Vector3 const& a, ::Vector3 const& b, ::Vector3 const& lo, ::Vector3 const& hi,
+                             ::Vector3& outA, ::Vector3& outB);
 
 /// Whether the segment from `a` to `b` meets the rectangle [lo, hi].
 ///
@@ -44,7 +44,7 @@ SINEW_API bool segClipRect2D(Vector3 const& a, Vector3 const& b, Vector3 const& 
 /// z is meant to be finite and then does not affect the result. NaN in x or y gives false unless the other end lies in
 /// the rectangle. If both ends are outside, an infinite or NaN z of `a` gives false; one of `lo` or `hi` disables the
 /// test against the diagonal from `lo` to `hi`, and only the other diagonal is tested.
-SINEW_API bool segIntersectRect2D(Vector3 const& a, Vector3 const& b, Vector3 const& lo, Vector3 const& hi);
+SINEW_API bool segIntersectRect2D(::Vector3 const& a, ::Vector3 const& b, ::Vector3 const& lo, ::Vector3 const& hi);
 
 /// Whether the segments from `a` to `b` and from `c` to `d` intersect.
 ///
@@ -61,5 +61,5 @@ SINEW_API bool segIntersectRect2D(Vector3 const& a, Vector3 const& b, Vector3 co
 /// If a equals b, the direction is that of the null fallback of `UVector3`, the z axis, and every c-d in the plane has
 /// the position 0 along it. The result is then true for `inclusive` and a positive `tol`, wherever c-d lies, and false
 /// otherwise. NaN in `c` or `d` gives false. z enters the positions along a-b, but not the distances across it.
-SINEW_API bool segsIntersect(Vector3 const& a, Vector3 const& b, Vector3 const& c, Vector3 const& d, double tol,
+SINEW_API bool segsIntersect(::Vector3 const& a, ::Vector3 const& b, ::Vector3 const& c, ::Vector3 const& d, double tol,
                              bool inclusive);

@@ -9,13 +9,20 @@
 
 /// The affine map that carries one bone from its rest position to its posed position. A point p maps to
 /// linear * p + translation. A value of twelve doubles.
+///
+/// @code
+/// // The bone from the origin to (1, 0, 0) turns upwards; a point beside its middle follows.
+/// BoneTransform const bone({0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {0, 1, 0}, 0);
+/// Vector3 const p = bone * Vector3(0.5, 0.1, 0);
+/// std::printf("(%.1f, %.1f, %.1f)\n", p.x, p.y, p.z); // (-0.1, 0.5, 0.0)
+/// @endcode
 class BoneTransform
 {
 public:
     /// The rotation, twist and stretch of the bone.
-    Matrix3 linear;
+    ::Matrix3 linear;
     /// Added after the linear part.
-    Vector3 translation;
+    ::Vector3 translation;
 
     /// The identity.
     BoneTransform() = default;
@@ -29,8 +36,8 @@ public:
     /// Opposite directions are rotated about the first vector that `getBasis` gives for the rest direction. The rest
     /// bone must have a non-zero length; otherwise the stretch is infinite or NaN. A bone of zero length has the
     /// direction of the null fallback of `UVector3`. A NaN coordinate makes all twelve numbers NaN.
-    SINEW_API BoneTransform(Vector3 const& restStart, Vector3 const& restEnd, Vector3 const& posedStart,
-                            Vector3 const& posedEnd, double twist);
+    SINEW_API BoneTransform(::Vector3 const& restStart, ::Vector3 const& restEnd, ::Vector3 const& posedStart,
+                            ::Vector3 const& posedEnd, double twist);
 
     /// The inverse map. If the determinant of the linear part is below 1e-08 in magnitude, the linear part of the
     /// result is the zero matrix, as from `Matrix3::inverse`, and its translation is zero.
@@ -58,7 +65,7 @@ public:
 };
 
 /// Maps a point.
-constexpr Vector3 operator*(BoneTransform const& transform, Vector3 const& p)
+constexpr ::Vector3 operator*(BoneTransform const& transform, ::Vector3 const& p)
 {
     return transform.linear * p + transform.translation;
 }

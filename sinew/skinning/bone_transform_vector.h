@@ -39,7 +39,7 @@ public:
     /// no allocation.
     /// Source: N. Magnenat-Thalmann, R. Laperrière, D. Thalmann, Joint-dependent local deformations for hand animation
     /// and object grasping, Graphics Interface 1988.
-    Vector3 getTransformed(int vertex, smart_ptr<BaseDisplayData const> data) const;
+    ::Vector3 getTransformed(int vertex, smart_ptr<BaseDisplayData const> data) const;
 
     /// The world position of a vertex after the bones, and its unit normal.
     ///
@@ -56,8 +56,8 @@ public:
     ///
     /// Strong guarantee: if an allocation fails, `newNormal` is unchanged.
     /// Source: K. Turkowski, Properties of surface-normal transformations, Graphics Gems, 1990.
-    Vector3 getTransformed(int vertex, smart_ptr<BaseDisplayData const> data, UVector3 const& normal,
-                           UVector3& newNormal) const;
+    ::Vector3 getTransformed(int vertex, smart_ptr<BaseDisplayData const> data, UVector3 const& normal,
+                             UVector3& newNormal) const;
 };
 
 /// A function object that applies bones to a whole surface. Copies share the bones.
@@ -67,6 +67,7 @@ public:
     /// May be null; the surface is then only placed.
     smart_ptr<BoneTransformVector> bones;
 
+    /// A function object that shares `bones_`.
     SINEW_API explicit BoneTransformModifyer(smart_ptr<BoneTransformVector> bones_);
 
     /// Returns a new surface with the vertices and normals of `data` in the world after the bones, and the same

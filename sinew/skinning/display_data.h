@@ -35,7 +35,7 @@ public:
     /// May be null; no bone moves the object then.
     smart_ptr<BoneWeightTable> boneWeights;
     /// The transform from object space to the world.
-    Transform placement;
+    ::Transform placement;
 
     ~BaseDisplayData() override;
 

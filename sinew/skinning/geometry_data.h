@@ -13,7 +13,7 @@ class SINEW_API GeometryData : public smart_base
 {
 public:
     /// The points in object space. A vertex is named by its index in this vector.
-    std::vector<Vector3> positions;
+    std::vector<::Vector3> positions;
 
     GeometryData();
     GeometryData(GeometryData const&);

@@ -27,7 +27,7 @@ public:
     /// The display data with the substituted surface; null if the guard substitutes nothing.
     smart_ptr<DisplayData> display;
     /// The placement of the display data at construction; the default placement if the guard was made from a curve.
-    Transform savedPlacement;
+    ::Transform savedPlacement;
 
     /// Stores the geometry of the curve, which the destructor restores. Curves are not deformed; `bones` is not used.
     SINEW_API SubstituteGeometryData(smart_ptr<CurveDisplayData> curveData, smart_ptr<BoneTransformVector> bones);

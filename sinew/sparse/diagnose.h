@@ -43,10 +43,10 @@ struct MatrixDiagnosis : Diagnosis<MatrixFault>
     bool wellFormed = false;       ///< `computePerm` returns an ordering, or the matrix has no rows.
     bool positiveDefinite = false; ///< `factor` returns a factor, and none of its pivots is NaN.
 
-    double smallestPivot = 0.0;
-    double largestPivot = 0.0;
-    int smallestPivotRow = -1; ///< Among equal pivots the row that is eliminated first.
-    int largestPivotRow = -1;  ///< Among equal pivots the row that is eliminated first.
+    double smallestPivot = 0.0; ///< The smallest pivot that is no NaN.
+    double largestPivot = 0.0;  ///< The largest pivot that is no NaN.
+    int smallestPivotRow = -1;  ///< Among equal pivots the row that is eliminated first.
+    int largestPivotRow = -1;   ///< Among equal pivots the row that is eliminated first.
 
     /// One line on the range of the pivots, ended by "\n"; empty if there is no pivot. `text()` does not contain it,
     /// since the range is not a fault. Six significant digits. Strong guarantee.

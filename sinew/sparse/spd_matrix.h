@@ -15,6 +15,14 @@
 /// reports the reason.
 ///
 /// The functions do not change the matrix, so several threads may call them at once.
+///
+/// @code
+/// SPDMatrix matrix;
+/// matrix.rows = {{{0, 2.0}}, {{0, -1.0}, {1, 2.0}}}; // the rows (2) and (-1, 2) of the lower triangle
+/// LLTMatrix const factor = matrix.factor();
+/// std::vector<double> x = {1, 1}; // the right-hand side
+/// if (factor.solve(x)) std::printf("(%g, %g)\n", x[0], x[1]); // (1, 1)
+/// @endcode
 class SPDMatrix
 {
 public:
