@@ -10,8 +10,12 @@
 
 # sinew_link_peers(<target> <prefix> <name>...)
 #
-# Links the peers that are installed and defines <prefix>_<NAME> for each; the target is built without the others.
+# Links the peers that are installed and defines <prefix>_<NAME> for each; the target is built without the others. Does
+# nothing if this build has no such target.
 function(sinew_link_peers target prefix)
+  if(NOT TARGET ${target})
+    return()
+  endif()
   foreach(name ${ARGN})
     if(TARGET sinew_peer_${name})
       string(TOUPPER "${prefix}_${name}" definition)

@@ -29,8 +29,10 @@ void addTour(CLI::App& app, tool::TourOptions& options, int& status)
 {
     CLI::App* const tour =
         app.add_subcommand("tour", "Run every module of the library on a model, and write a page with pictures");
-    tour->add_option("--mesh", options.meshFile,
-                     "a textured mesh (Wavefront .obj); default: a koi that comes with the program");
+    tour->add_option(
+        "--mesh", options.meshFile,
+        "a textured mesh (Wavefront .obj, or binary glTF .glb, which may have a skeleton and weights); default: a "
+        "koi that comes with the program");
     tour->add_option("--skeleton", options.skeletonFile,
                      "joints and bones (.tgf); default: a standing figure that comes with the program");
     tour->add_option("--weights", options.weightsFile, "bone weights of the mesh (.dmat)");
@@ -78,6 +80,12 @@ int main(int argc, char** argv)
 {
     CLI::App app("sinew: exact, fast low-level geometry, applied to real models", "sinew");
     app.require_subcommand(1);
+    app.set_version_flag("--version", "sinew " SINEW_VERSION);
+#if defined(SINEW_TOOL_PICTURES)
+    app.footer("Try: sinew tour");
+#else
+    app.footer("Try: sinew selftest");
+#endif
     app.allow_windows_style_options(false); // /models/box.obj is a path on Windows too
     int status = 0;
 #if defined(SINEW_TOOL_PICTURES)
@@ -90,6 +98,10 @@ int main(int argc, char** argv)
     addSelftest(app, selftestGroups, status);
     try {
         std::vector<std::string> arguments = tool::programArguments(argc, argv);
+        if (arguments.empty()) {
+            std::cout << app.help();
+            return 0;
+        }
         std::reverse(arguments.begin(), arguments.end()); // the parser takes them from the end
         app.parse(std::move(arguments));
         return status;

@@ -133,8 +133,9 @@ def configure_options(platform, math, target):
     options = ["-DCMAKE_BUILD_TYPE=Release", f"-DCMAKE_CXX_FLAGS_RELEASE={platform.flags} -DNDEBUG", f"-DSINEW_MATH={math}",
                "-DSINEW_OPTIONAL_PEERS=ON", "-DSINEW_WERROR=ON", "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST",
                *platform.options]
+    options.append(f"-DSINEW_TESTS={'ON' if target == 'all' else 'OFF'}")
     if target != "all":  # the fingerprints, with one library
-        options += ["-DSINEW_TESTS=OFF", "-DSINEW_EXAMPLES=OFF", "-DSINEW_TOOL=OFF",
+        options += ["-DSINEW_EXAMPLES=OFF", "-DSINEW_TOOL=OFF",
                     f"-DSINEW_STATIC={'ON' if platform.name == 'wasm' else 'OFF'}"]
     elif platform.compiler or platform.name == "wasm":
         options.append("-DSINEW_TOOL=OFF")
@@ -145,7 +146,7 @@ def configure_options(platform, math, target):
         headers.mkdir(parents=True, exist_ok=True)
         if not (headers / "CLI").exists():
             (headers / "CLI").symlink_to("/usr/include/CLI")
-        options += ["-DSINEW_TOOL_PICTURES=OFF", f"-DSINEW_CLI11_INCLUDE={headers}"]
+        options += ["-DSINEW_TOOL=ON", "-DSINEW_TOOL_PICTURES=OFF", f"-DSINEW_CLI11_INCLUDE={headers}"]
     if platform.compiler:
         options.append(f"-DCMAKE_CXX_COMPILER={platform.compiler}")
     else:

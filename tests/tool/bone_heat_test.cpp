@@ -1,6 +1,8 @@
 #include <tool/figure/bone_heat.h>
 
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 
 #include <gtest/gtest.h>
 
@@ -193,6 +195,23 @@ TEST(Dmat, ErrorsNameFileLineAndReason)
     EXPECT_NE(message("1 2\nnan\n0\n").find("w.dmat:2: \"nan\" is not a weight"), std::string::npos);
     EXPECT_NE(message("").find("w.dmat: only 0 of 2 weights"), std::string::npos);
     EXPECT_NE(message("1e300 -5\n").find("w.dmat:1: 1e300 columns"), std::string::npos);
+    EXPECT_NE(message("0 0\n").find("w.dmat:2: \"\" is not a weight"), std::string::npos);
+    EXPECT_NE(message("0 0\n2 2\n").find("w.dmat:2: 2 columns (bones)"), std::string::npos);
+    EXPECT_NE(message("0 0\n1 2\n12345678").find("w.dmat: only 1 of 2 weights"), std::string::npos);
+    EXPECT_NE(message("0 0\n1 2\n123456781234567812345678").find("more numbers"), std::string::npos);
+    EXPECT_NE(message("0 0\n1 2\n\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF").find("weight 1 is not finite"), std::string::npos);
+}
+
+TEST(Dmat, ReadsTheBinaryForm)
+{
+    std::string text = "0 0\n2 3\n";
+    for (double value : {1.0, 0.5, -2.0, 0.1, 1e-300, 7.0}) {
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, &value, sizeof bits);
+        for (int i = 0; i < 8; ++i) text += static_cast<char>(bits >> 8 * i & 0xFF);
+    }
+    tool::BoneWeights const expected = {{1.0, 0.1}, {0.5, 1e-300}, {-2.0, 7.0}};
+    EXPECT_EQ(tool::parseDmat(text, "w.dmat", 3, 2), expected);
 }
 
 } // namespace

@@ -7,7 +7,11 @@
 #include <cairo/cairo.h>
 #include <gtest/gtest.h>
 
+#include <tool/draw/renderer.h>
 #include <tool/io/files.h>
+#include <tool/io/glb.h>
+#include <tool/io/obj_reader.h>
+#include <tool/io/skeleton.h>
 
 #include "scratch_folder.h"
 
@@ -122,6 +126,24 @@ TEST(Tour, OfAUsersMeshSkeletonAndWeights)
     EXPECT_EQ(tour.status, 0) << tour.log;
     EXPECT_TRUE(std::filesystem::exists(folder / "out/against-given.png"));
     EXPECT_NE(tool::readFile(folder / "out/weights.dmat").find("2 36\n"), std::string::npos);
+    expectACompletePage(tour);
+}
+
+TEST(Tour, OfAUsersSkinnedModel)
+{
+    test::ScratchFolder const folder;
+    std::string const obj = barObj();
+    tool::TexturedMesh const bar = tool::parseObj(obj, "bar.obj");
+    tool::Skeleton const skeleton = tool::parseTgf("1 0 0 0.5\n2 0 0 4\n3 0 0 7.5\n#\n1 2\n2 3\n", "bar.tgf");
+    tool::BoneWeights weights;
+    for (int v = 0; v < 36; ++v) weights.push_back(v / 4 < 4 ? std::vector<double>{1, 0} : std::vector<double>{0, 1});
+    std::vector<Vector3> const normals = tool::vertexNormals(bar.positions, bar.triangles);
+    tool::TourOptions options;
+    options.meshFile =
+        folder.write("bar.glb", tool::skinnedGlb({bar.positions, normals, bar.triangles, weights, skeleton}, {}));
+    Outcome const tour = runTour(options, folder / "out");
+    EXPECT_EQ(tour.status, 0) << tour.log;
+    EXPECT_TRUE(std::filesystem::exists(folder / "out/against-given.png")) << "the weights of the file are compared";
     expectACompletePage(tour);
 }
 

@@ -208,9 +208,4 @@ TexturedMesh parseObj(std::string const& text, std::string const& file)
     return mesh;
 }
 
-TexturedMesh readObj(std::string const& path)
-{
-    return parseObj(readFile(path), path);
-}
-
 } // namespace tool

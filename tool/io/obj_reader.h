@@ -16,7 +16,4 @@ namespace tool {
 /// without texture coordinates is read; its `hasTexture()` is false.
 TexturedMesh parseObj(std::string const& text, std::string const& file);
 
-/// `parseObj` of the content of a file.
-TexturedMesh readObj(std::string const& path);
-
 } // namespace tool

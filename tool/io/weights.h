@@ -1,7 +1,8 @@
 #pragma once
 
 /// Bone weights as text (`.dmat`): a line "columns rows", then the numbers of the matrix, column by column, one a line.
-/// A column is a bone; a row is a vertex.
+/// A column is a bone; a row is a vertex. The binary form begins with a line "0 0"; the line with the size follows,
+/// then the bytes of the numbers, each with its lowest byte first.
 
 #include <string>
 
@@ -9,7 +10,7 @@
 
 namespace tool {
 
-/// Reads the weights in `text`; error messages name it `file`.
+/// Reads the weights in `text`, in either form; error messages name it `file`.
 ///
 /// Throws `UserError` if the size is not `bones` columns and `vertices` rows, if a number does not parse or is not
 /// finite, and if there are too few or too many numbers.

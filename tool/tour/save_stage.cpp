@@ -260,9 +260,10 @@ Canvas drawModel(TourContext& tour, MeshFunction2D const& function, Image const&
     Vector3 low, high;
     boundsOf(mesh.positions, low, high);
     View const view(low, high, sideAzimuth(mesh), 16, {0, 0, 800, 520}, tour.meshIsBundled ? 1.5 : 1.05);
-    auto const colourAt = [&](Vector2 const& texcoord) {
+    auto const colourAt = [&](Vector2 const& texcoord) -> Colour {
+        // A texture triangle without area can be the nearest boundary of its own points, and gives no value there.
         Vector2 onSheet;
-        function.extrapolate(texcoord, &onSheet, nullptr);
+        if (!function.extrapolate(texcoord, &onSheet, nullptr)) return palette::rule;
         return texels.sample(onSheet.x, onSheet.y);
     };
     drawSolids(sheet, {texturedSolid(mesh, colourAt)}, view);

@@ -5,6 +5,7 @@
 
 #include <tool/draw/renderer.h>
 #include <tool/io/files.h>
+#include <tool/io/glb_reader.h>
 #include <tool/io/obj_reader.h>
 #include <tool/io/weights.h>
 #include <tool/models/models.h>
@@ -73,20 +74,36 @@ void checkThatItShows(Skeleton const& skeleton, std::string const& file)
     }
 }
 
-void readSkeleton(TourContext& tour)
+// The mesh of the user, and the skeleton and the weights that its file may have.
+GlbModel readModel(std::string const& file)
+{
+    std::string const bytes = readFile(file);
+    if (isGlb(bytes)) return parseGlb(bytes, file);
+    return {parseObj(bytes, file), {}, {}};
+}
+
+// A skeleton of its own file replaces that of the mesh's file, and the weights that belong to it.
+void readSkeleton(TourContext& tour, GlbModel& model)
 {
     std::string const& file = tour.options.skeletonFile;
-    tour.skeletonIsBundled = file.empty();
-    tour.skeleton = tour.skeletonIsBundled ? parseTgf(bundledFigureTgf(), "figure.tgf") : readTgf(file);
-    if (!tour.skeletonIsBundled) checkThatItShows(tour.skeleton, file);
+    tour.skeletonIsBundled = file.empty() && model.skeleton.bones.empty();
+    if (tour.skeletonIsBundled) {
+        tour.skeleton = parseTgf(bundledFigureTgf(), "figure.tgf");
+    } else if (!file.empty()) {
+        tour.skeleton = readTgf(file);
+        checkThatItShows(tour.skeleton, file);
+    } else {
+        tour.skeleton = std::move(model.skeleton);
+        tour.givenWeights = std::move(model.weights);
+        checkThatItShows(tour.skeleton, tour.options.meshFile);
+    }
 }
 
 // With a skeleton of the user the mesh is the surface that is posed; it then needs no texture.
-void readMesh(TourContext& tour)
+void readMesh(TourContext& tour, TexturedMesh& mesh)
 {
     std::string const& file = tour.options.meshFile;
-    if (file.empty()) return;
-    tour.mesh = readObj(file);
+    tour.mesh = std::move(mesh);
     tour.meshIsBundled = false;
     checkThatItShows(tour.mesh, file);
     if (!tour.skeletonIsBundled) {
@@ -94,7 +111,7 @@ void readMesh(TourContext& tour)
         tour.figure.triangles = tour.mesh.triangles;
         tour.figure.normals = vertexNormals(tour.figure.positions, tour.figure.triangles);
     } else if (!tour.mesh.hasTexture()) {
-        throw UserError(file, "this mesh has no texture coordinates (no vt lines)",
+        throw UserError(file, "this mesh has no texture coordinates",
                         "Unwrap it in a modelling program and export it again, or add --skeleton to pose it");
     }
 }
@@ -111,8 +128,10 @@ void readWeights(TourContext& tour)
 
 void readInput(TourContext& tour)
 {
-    readSkeleton(tour);
-    readMesh(tour);
+    std::string const& meshFile = tour.options.meshFile;
+    GlbModel model = meshFile.empty() ? GlbModel() : readModel(meshFile);
+    readSkeleton(tour, model);
+    if (!meshFile.empty()) readMesh(tour, model.mesh);
     readWeights(tour);
     if (!tour.mesh.hasTexture()) {
         tour.mesh = parseObj(bundledKoiObj(), "koi.obj");

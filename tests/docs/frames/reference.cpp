@@ -1,0 +1,11 @@
+#include <cstdio>
+#include <iostream>
+#include <sstream>
+#include <vector>
+
+#include <sinew/sinew.h>
+
+int main()
+{
+    // THE BLOCK
+}

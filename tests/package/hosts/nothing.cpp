@@ -1,0 +1,1 @@
+// Compiled to ask the compiler whether it knows an option.
