@@ -51,10 +51,12 @@ class TriangleLocator;
 ///
 /// @code
 /// // The unit square as two triangles; the function doubles it.
-/// MeshFunction2D const function({{0, 0}, {1, 0}, {1, 1}, {0, 1}}, {{0, 0}, {2, 0}, {2, 2}, {0, 2}}, {0, 1, 2, 0, 2,
-/// 3}, {}); tzNM::vect2<double> value; if (function.evaluate({0.25, 0.5}, &value, nullptr)) std::printf("inside (%g,
-/// %g)\n", value.x, value.y); // (0.5, 1) if (function.extrapolate({2, 0.5}, &value, nullptr)) std::printf("outside
-/// (%g, %g)\n", value.x, value.y); // (4, 1)
+/// using Points = std::vector<tzNM::vect2<double>>;
+/// Points const square = {{0, 0}, {1, 0}, {1, 1}, {0, 1}}, doubled = {{0, 0}, {2, 0}, {2, 2}, {0, 2}};
+/// MeshFunction2D const function(square, doubled, {0, 1, 2, 0, 2, 3}, {});
+/// tzNM::vect2<double> value;
+/// if (function.evaluate({0.25, 0.5}, &value, nullptr)) std::printf("(%g, %g)\n", value.x, value.y);  // (0.5, 1)
+/// if (function.extrapolate({2, 0.5}, &value, nullptr)) std::printf("(%g, %g)\n", value.x, value.y); // (4, 1)
 /// @endcode
 class SINEW_API MeshFunction2D : public Serializable
 {
