@@ -11,7 +11,11 @@ execute_process(COMMAND "${ABIDW}" ${options} --exported-interfaces-only --drop-
                         --no-comp-dir-path --no-show-locs --out-file "${text}" "${LIBRARY}"
                 COMMAND_ERROR_IS_FATAL ANY)
 if(UPDATE)
-  file(COPY_FILE "${text}" "${committed}")
+  # Without the folder of this machine.
+  get_filename_component(root "${here}/../.." ABSOLUTE)
+  file(READ "${text}" description)
+  string(REPLACE "path='${root}/" "path='" description "${description}")
+  file(WRITE "${committed}" "${description}")
   return()
 endif()
 execute_process(COMMAND "${ABIDIFF}" --no-show-locs "${committed}" "${text}" RESULT_VARIABLE status OUTPUT_VARIABLE output)
