@@ -199,6 +199,7 @@ TEST(ParseGlb, ReadsEveryTypeOfNumberAndInterleavedData)
     int const positions = file.add<std::int16_t>({-32768, 32767, 0, 5, 0, 0, 0, 5, 0}, 3, true);
     int const texcoords = file.add<std::uint8_t>({0, 255, 51, 0, 102, 204}, 2, true);
     file.addMesh({{"attributes", {{"POSITION", positions}, {"TEXCOORD_0", texcoords}}}}, "integers");
+    file.document["extensionsRequired"] = {"KHR_mesh_quantization", "KHR_materials_unlit", "KHR_texture_transform"};
     tool::GlbModel const integers = file.read();
     EXPECT_EQ(integers.mesh.positions[0], Vector3(-1, 1, 0));
     EXPECT_EQ(integers.mesh.texcoords[1], tzNM::vect2<double>(.2, 1));
@@ -220,6 +221,16 @@ TEST(ParseGlb, ReadsTheSkinInItsBindPose)
     EXPECT_EQ(model.skeleton.bones, (std::vector<std::array<int, 2>>{{0, 1}, {1, 2}}));
     // The second row is divided by its sum; the last vertex has no weights, and the bone from hip to knee is nearest.
     EXPECT_EQ(model.weights, (tool::BoneWeights{{1, 0}, {1, 0}, {.25, .75}, {1, 0}}));
+}
+
+TEST(ParseGlb, OfAFileWithASkinOnlyTheNodesWithThatSkinAreRead)
+{
+    GlbFile file = skinnedSquare();
+    int const elsewhere = file.add<float>({5, 5, 5, 6, 5, 5, 6, 6, 5}, 3);
+    file.addMesh({{"attributes", {{"POSITION", elsewhere}}}}, "without a skin");
+    tool::GlbModel const model = file.read();
+    EXPECT_EQ(model.mesh.positions.size(), 4u);
+    EXPECT_EQ(model.mesh.groups, std::vector<std::string>{"square"});
 }
 
 TEST(ParseGlb, AJointDividesItsWeightAmongItsBones)
