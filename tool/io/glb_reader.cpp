@@ -46,9 +46,12 @@ struct Elements
 
 struct ComponentType
 {
+    std::size_t code; // in the file
     std::size_t bytes;
     double largest; // of the integers; they are divided by it where they are normalized
 };
+constexpr ComponentType kComponentTypes[] = {{5120, 1, 127},   {5121, 1, 255},          {5122, 2, 32767},
+                                             {5123, 2, 65535}, {5125, 4, 4294967295.0}, {5126, 4, 0}};
 
 std::uint32_t wordAt(std::string_view bytes, std::size_t at)
 {
@@ -188,24 +191,12 @@ private:
         }
     }
 
-    ComponentType componentType(std::size_t type) const
+    ComponentType const& componentType(std::size_t code) const
     {
-        switch (type) {
-        case 5120:
-            return {1, 127};
-        case 5121:
-            return {1, 255};
-        case 5122:
-            return {2, 32767};
-        case 5123:
-            return {2, 65535};
-        case 5125:
-            return {4, 4294967295.0};
-        case 5126:
-            return {4, 0};
-        default:
-            fail("a number type is unknown");
+        for (ComponentType const& type : kComponentTypes) {
+            if (type.code == code) return type;
         }
+        fail("a number type is unknown");
     }
 
     std::size_t componentsOf(std::string const& type) const
@@ -233,7 +224,7 @@ Elements Document::elements(std::size_t accessor, std::size_t components) const
     json const& view = entry("bufferViews", number(description["bufferView"]));
     if (number(view, "buffer", kNone) != 0 || entry("buffers", 0).contains("uri")) fail("its data is in another file");
     std::size_t const type = number(description, "componentType", 0);
-    ComponentType const component = componentType(type);
+    ComponentType const& component = componentType(type);
     if (componentsOf(text(description, "type")) != components) fail("an element has another size than expected");
 
     // All are below 2^32, so that sums and products of two fit 64 bits.
