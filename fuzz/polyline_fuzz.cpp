@@ -1,6 +1,8 @@
 // Nearest points and smooth distances of polylines, compared with the reference implementations.
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -40,7 +42,23 @@ std::vector<Vector3> polyline(Input& input)
 
 bool same(sinew::PolylineHit const& a, sinew::PolylineHit const& b)
 {
-    return a.segment == b.segment && sameBits(a.t, b.t) && sameBits(a.point, b.point);
+    return a.segment == b.segment && sameBits(a.t, b.t) && sameBits(a.point, b.point) && sameBits(a.distSq, b.distSq);
+}
+
+// Every length has a point unless there is no segment, and the point's arc length is the length again.
+void comparePointsAtArcLengths(PolylineProjector const& projector, std::vector<Vector3> const& queries)
+{
+    for (Vector3 const& q : queries) {
+        sinew::PolylineHit const hit = sinew::pointAtArcLength(projector, q.x);
+        require((hit.segment < 0) == (projector.points.size() < 2 || std::isnan(q.x)), "a point at every arc length");
+        double const length = sinew::arcLengthOf(projector, hit);
+        if (hit.t == 0.0 && hit.segment > 0) {
+            require(length <= q.x, "a vertex at the arc length or before");
+        } else if (std::isfinite(length) && q.x > 0 && q.x < projector.arcLengths.back()) {
+            double const rounding = 1e-14 * projector.arcLengths.back() + std::numeric_limits<double>::min();
+            require(std::abs(length - q.x) <= rounding, "the arc length of the point");
+        }
+    }
 }
 
 void compareNearestPoints(std::vector<Vector3> const& vertices, std::vector<Vector3> const& queries)
@@ -59,7 +77,7 @@ void compareNearestPoints(std::vector<Vector3> const& vertices, std::vector<Vect
         copied.t = 0;
         copied.point = Vector3();
         copied.project(queries[i]);
-        require(same({copied.segment, copied.t, copied.point}, hit), "the projector stores the nearest point");
+        require(same({copied.segment, copied.t, copied.point, hit.distSq}, hit), "the projector stores the result");
         if (i % 3 == 0) copied = PolylineProjector(projector);
     }
 }
@@ -144,6 +162,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         queries.push_back(input.pointNear(vertices));
     } while (input.more() && queries.size() < kMostQueries);
     compareNearestPoints(vertices, queries);
+    comparePointsAtArcLengths(PolylineProjector(vertices), queries);
     compareSmoothDistances(vertices, queries, h);
     return 0;
 }

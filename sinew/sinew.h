@@ -19,6 +19,7 @@
 #include <sinew/core/matrix.h>
 #include <sinew/core/matrix3.h>
 #include <sinew/core/stream.h>
+#include <sinew/core/strided.h>
 #include <sinew/core/tolerances.h>
 #include <sinew/core/transform.h>
 #include <sinew/core/vector3.h>

@@ -1,5 +1,6 @@
 #include <sinew/fields/polyline_projector.h>
 
+#include <algorithm>
 #include <limits>
 #include <memory>
 
@@ -26,17 +27,23 @@ bool hasNaN(Vector3 const& v)
     return v.x != v.x || v.y != v.y || v.z != v.z;
 }
 
+// The hit at `point`, and the squared distance to it.
+PolylineHit hitAt(int segment, double t, Vector3 const& point, Vector3 const& q)
+{
+    return {segment, t, point, distSq(q, point)};
+}
+
 PolylineHit closestPointOnSegment(std::vector<Vector3> const& points, int segment, Vector3 const& q)
 {
     Vector3 const& a = points[asIndex(segment)];
     Vector3 const& b = points[asIndex(segment + 1)];
     Vector3 const e = b - a;
     double const s = (q - a) * e;
-    if (s <= kGeometricZero) return {segment, 0.0, a};
+    if (s <= kGeometricZero) return hitAt(segment, 0.0, a, q);
     // Written so that NaN counts as inside the segment.
-    if ((a - b) * (q - b) <= kGeometricZero) return {segment, 1.0, b};
+    if ((a - b) * (q - b) <= kGeometricZero) return hitAt(segment, 1.0, b, q);
     double const t = s / e.lengthSq();
-    return {segment, t, a + t * e};
+    return hitAt(segment, t, a + t * e, q);
 }
 
 PolylineHit hitByScan(std::vector<Vector3> const& points, Vector3 const& q)
@@ -139,6 +146,37 @@ void projectMany(PolylineProjector const& polyline, Vector3 const* queries, std:
         std::size_t const segment = asIndex(hits[i].segment);
         known = distSqToLineSegment(queries[i + 1], points[segment], points[segment + 1], nullptr);
     }
+}
+
+double arcLengthOf(PolylineProjector const& polyline, PolylineHit const& hit)
+{
+    std::vector<double> const& lengths = polyline.arcLengths;
+    if (hit.segment < 0 || asIndex(hit.segment) + 1 >= lengths.size()) return std::numeric_limits<double>::quiet_NaN();
+    double const start = lengths[asIndex(hit.segment)];
+    double const end = lengths[asIndex(hit.segment) + 1];
+    // start + (end - start) can differ from end in the last bit.
+    if (hit.t == 1.0) return end;
+    return start + hit.t * (end - start);
+}
+
+PolylineHit pointAtArcLength(PolylineProjector const& polyline, double length)
+{
+    std::vector<double> const& lengths = polyline.arcLengths;
+    if (lengths.size() < 2 || length != length) return {};
+    int const lastSegment = static_cast<int>(lengths.size()) - 2;
+    if (length <= 0.0) return {0, 0.0, polyline.points.front(), 0.0};
+    if (length >= lengths.back()) return {lastSegment, 1.0, polyline.points.back(), 0.0};
+    // The first vertex beyond the length. A NaN arc length counts as beyond: all those after it are NaN too.
+    auto const isReached = [length](double atVertex) { return atVertex <= length; };
+    auto const beyond = std::partition_point(lengths.begin() + 1, lengths.end(), isReached);
+    int const segment = static_cast<int>(beyond - lengths.begin()) - 1;
+    Vector3 const& a = polyline.points[asIndex(segment)];
+    Vector3 const& b = polyline.points[asIndex(segment) + 1];
+    double const start = lengths[asIndex(segment)];
+    double const t = (length - start) / (*beyond - start);
+    if (t == 0.0) return {segment, t, a, 0.0};
+    if (t == 1.0) return {segment, t, b, 0.0}; // by rounding
+    return {segment, t, a + t * (b - a), t != t ? t : 0.0};
 }
 
 } // namespace sinew

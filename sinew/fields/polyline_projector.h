@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <limits>
 #include <vector>
 
 #include <sinew/core/vector3.h>
@@ -31,6 +32,9 @@ struct PolylineHit
     int segment = -1; ///< index of the first vertex of the segment that holds the point, or -1
     double t = 0.0;   ///< position of the point on the segment, in [0, 1]
     ::Vector3 point;  ///< the point
+    /// Squared distance from the query to the point: `distSq(q, point)`. Infinite if there is no result, so that any
+    /// result at a finite distance is nearer. NaN if the point or the query has a NaN coordinate.
+    double distSq = std::numeric_limits<double>::infinity();
 };
 
 /// The result that `PolylineProjector::project` would store for the query `q`.
@@ -47,6 +51,25 @@ SINEW_API PolylineHit closestPoint(PolylineProjector const& polyline, ::Vector3 
 /// Strong guarantee: no hit is written before the index exists.
 SINEW_API void projectMany(PolylineProjector const& polyline, ::Vector3 const* queries, std::size_t count,
                            PolylineHit* hits);
+
+/// Length of the polyline from its first vertex to a hit: L[k] + t * (L[k + 1] - L[k]), where L are the arc lengths and
+/// k is the segment of the hit. Exactly the arc length of the vertex where t is 0 or 1.
+///
+/// Only `segment` and `t` of the hit are used. NaN if the polyline has no such segment, also for a hit without a
+/// result, and if t is NaN. Constant cost, no allocation.
+SINEW_API double arcLengthOf(PolylineProjector const& polyline, PolylineHit const& hit);
+
+/// The point at the arc length `length` from the first vertex: its segment k, t = (length - L[k]) / (L[k + 1] - L[k]),
+/// the point as in every hit, and a `distSq` of 0.
+///
+/// A length of 0 or less gives the first vertex, a length of the whole polyline or more the last one with t = 1. At the
+/// arc length of any other vertex the result is that vertex with t = 0: it belongs to the segment that starts there, of
+/// several equal vertices to the last one. So segments of length 0 are never named, except at the ends.
+///
+/// Without a result (`segment` is -1) for fewer than two vertices and for a NaN length. A vertex with a NaN coordinate
+/// makes the arc lengths from there on NaN; a length beyond those before it gives the segment that ends there, with NaN
+/// for t, for the point and for `distSq`. Logarithmic cost, no allocation.
+SINEW_API PolylineHit pointAtArcLength(PolylineProjector const& polyline, double length);
 
 } // namespace sinew
 

@@ -95,8 +95,9 @@ TEST(Layout, Fields)
                                fieldAt(&SmoothWeight::invRadius, 16), fieldAt(&SmoothWeight::margin, 24));
     expectLayout<sinew::ImplicitCost>(16, 8, fieldAt(&sinew::ImplicitCost::flops, 0),
                                       fieldAt(&sinew::ImplicitCost::bytes, 8));
-    expectLayout<sinew::PolylineHit>(40, 8, fieldAt(&sinew::PolylineHit::segment, 0),
-                                     fieldAt(&sinew::PolylineHit::t, 8), fieldAt(&sinew::PolylineHit::point, 16));
+    expectLayout<sinew::PolylineHit>(48, 8, fieldAt(&sinew::PolylineHit::segment, 0),
+                                     fieldAt(&sinew::PolylineHit::t, 8), fieldAt(&sinew::PolylineHit::point, 16),
+                                     fieldAt(&sinew::PolylineHit::distSq, 40));
 }
 
 TEST(Layout, Framework)

@@ -1,5 +1,6 @@
 #include <sinew/fields/polyline_projector.h>
 
+#include <cmath>
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -19,7 +20,8 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 bool sameHit(PolylineHit const& a, PolylineHit const& b)
 {
-    return a.segment == b.segment && test::sameBits(a.t, b.t) && test::sameBits(a.point, b.point);
+    return a.segment == b.segment && test::sameBits(a.t, b.t) && test::sameBits(a.point, b.point) &&
+           test::sameBits(a.distSq, b.distSq);
 }
 
 void expectReferenceResult(PolylineProjector const& polyline, reference::Projector const& oracle, Vector3 const& q)
@@ -224,6 +226,144 @@ TEST(PolylineProjector, CopiesAndMovedProjectorsGiveTheSameResults)
     EXPECT_EQ(closestPoint(moved, {12.5, 3, 0}).segment, 12);
     copy = moved;
     EXPECT_EQ(closestPoint(copy, {12.5, 3, 0}).segment, 12);
+}
+
+TEST(PolylineHit, HasAnInfiniteDistanceWithoutAResult)
+{
+    EXPECT_EQ(closestPoint(PolylineProjector(alongX(1)), {0, 0, 0}).distSq, kInfinity);
+    EXPECT_EQ(closestPoint(PolylineProjector(alongX(3)), {kNaN, 0, 0}).distSq, kInfinity);
+    EXPECT_EQ(closestPoint(PolylineProjector(alongX(3)), {0, 1e7, 0}).distSq, kInfinity); // beyond the scan's range
+}
+
+TEST(PolylineHit, HasTheSquaredDistanceToThePoint)
+{
+    EXPECT_EQ(closestPoint(PolylineProjector(alongX(3)), {0.5, 3, 4}).distSq, 25.0);
+    EXPECT_EQ(closestPoint(PolylineProjector(alongX(3)), {5, 0, 4}).distSq, 25.0);
+    EXPECT_EQ(closestPoint(PolylineProjector(alongX(30)), {-4, 3, 0}).distSq, 25.0);
+    EXPECT_TRUE(std::isnan(closestPoint(PolylineProjector(alongX(30)), {kNaN, 0, 0}).distSq));
+}
+
+TEST(PolylineHit, MayBeInitialisedWithoutADistance)
+{
+    PolylineHit const hit = {3, 0.5, Vector3(1, 2, 3)};
+    EXPECT_EQ(hit.point, Vector3(1, 2, 3));
+    EXPECT_EQ(hit.distSq, kInfinity);
+}
+
+namespace {
+
+// One vertex is repeated in the middle.
+PolylineProjector bent()
+{
+    return PolylineProjector({{0, 0, 0}, {3, 4, 0}, {3, 4, 0}, {3, 4, 2}});
+}
+
+// The definition with a scan over the vertices.
+PolylineHit pointByScan(PolylineProjector const& polyline, double length)
+{
+    std::vector<double> const& L = polyline.arcLengths;
+    int const n = static_cast<int>(L.size());
+    if (n < 2 || std::isnan(length)) return {};
+    if (length <= 0) return {0, 0.0, polyline.points[0], 0.0};
+    if (length >= L[n - 1]) return {n - 2, 1.0, polyline.points[n - 1], 0.0};
+    int k = 0;
+    while (k + 2 < n && L[k + 1] <= length) ++k;
+    double const t = (length - L[k]) / (L[k + 1] - L[k]);
+    Vector3 const a = polyline.points[k];
+    Vector3 const b = polyline.points[k + 1];
+    if (t == 0 || t == 1) return {k, t, t == 0 ? a : b, 0.0};
+    return {k, t, a + t * (b - a), std::isnan(t) ? t : 0.0};
+}
+
+} // namespace
+
+TEST(ArcLengthOf, IsThatOfTheVertexAtTheEndsOfASegment)
+{
+    test::Random random(20261122);
+    PolylineProjector const polyline(test::noisyCurve(200, random));
+    for (int k = 0; k < 199; ++k) {
+        EXPECT_EQ(sinew::arcLengthOf(polyline, {k, 0.0, {}}), polyline.arcLengths[k]);
+        EXPECT_EQ(sinew::arcLengthOf(polyline, {k, 1.0, {}}), polyline.arcLengths[k + 1]);
+    }
+}
+
+TEST(ArcLengthOf, GrowsLinearlyAlongASegment)
+{
+    EXPECT_EQ(sinew::arcLengthOf(bent(), closestPoint(bent(), {1.5, 2, 0})), 2.5);
+    EXPECT_EQ(sinew::arcLengthOf(bent(), {2, 0.25, {}}), 5.5);
+}
+
+TEST(ArcLengthOf, IsNaNForASegmentThatDoesNotExist)
+{
+    for (int segment : {-1, 3, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()})
+        EXPECT_TRUE(std::isnan(sinew::arcLengthOf(bent(), {segment, 0.5, {}}))) << segment;
+    EXPECT_TRUE(std::isnan(sinew::arcLengthOf(PolylineProjector({}), {0, 0.5, {}})));
+    EXPECT_TRUE(std::isnan(sinew::arcLengthOf(bent(), {0, kNaN, {}})));
+}
+
+TEST(PointAtArcLength, LiesOnTheSegmentThatReachesTheLength)
+{
+    PolylineHit const hit = sinew::pointAtArcLength(bent(), 2.5);
+    EXPECT_TRUE(sameHit(hit, {0, 0.5, Vector3(1.5, 2, 0), 0.0}));
+    EXPECT_TRUE(sameHit(sinew::pointAtArcLength(bent(), 6.5), {2, 0.75, Vector3(3, 4, 1.5), 0.0}));
+}
+
+TEST(PointAtArcLength, OfAVertexBelongsToTheSegmentThatStartsThere)
+{
+    EXPECT_TRUE(sameHit(sinew::pointAtArcLength(bent(), 5), {2, 0.0, Vector3(3, 4, 0), 0.0}));
+}
+
+TEST(PointAtArcLength, BeyondTheEndsGivesTheEnds)
+{
+    for (double length : {0.0, -0.0, -3.0, -kInfinity})
+        EXPECT_TRUE(sameHit(sinew::pointAtArcLength(bent(), length), {0, 0.0, Vector3(), 0.0})) << length;
+    for (double length : {7.0, 8.0, kInfinity})
+        EXPECT_TRUE(sameHit(sinew::pointAtArcLength(bent(), length), {2, 1.0, Vector3(3, 4, 2), 0.0})) << length;
+}
+
+TEST(PointAtArcLength, HasNoResultForNaNAndWithoutSegments)
+{
+    EXPECT_TRUE(sameHit(sinew::pointAtArcLength(bent(), kNaN), PolylineHit()));
+    EXPECT_TRUE(sameHit(sinew::pointAtArcLength(PolylineProjector(alongX(1)), 0), PolylineHit()));
+    EXPECT_TRUE(sameHit(sinew::pointAtArcLength(PolylineProjector({}), 0), PolylineHit()));
+}
+
+TEST(PointAtArcLength, IsNaNBeyondAVertexWithNaN)
+{
+    PolylineProjector const polyline({{0, 0, 0}, {1, 0, 0}, {kNaN, 0, 0}, {3, 0, 0}});
+    EXPECT_TRUE(sameHit(sinew::pointAtArcLength(polyline, 0.5), {0, 0.5, Vector3(0.5, 0, 0), 0.0}));
+    PolylineHit const hit = sinew::pointAtArcLength(polyline, 1.5);
+    EXPECT_EQ(hit.segment, 1);
+    EXPECT_TRUE(std::isnan(hit.t) && std::isnan(hit.point.x) && std::isnan(hit.distSq));
+}
+
+TEST(PointAtArcLength, HasTheBitsOfAScanOverTheVertices)
+{
+    test::Random random(20261123);
+    for (int trial = 0; trial < 200; ++trial) {
+        int const vertices = 2 + random.below(60);
+        std::vector<Vector3> points =
+            random.oneIn(2) ? test::latticeWalk(vertices, random) : test::noisyCurve(vertices, random);
+        if (random.oneIn(4)) points[random.below(vertices)] = random.hostilePoint();
+        PolylineProjector const polyline(points);
+        for (int i = 0; i < 100; ++i) {
+            double length = polyline.arcLengths[random.below(vertices)];
+            if (random.oneIn(2)) length += random.hostile();
+            ASSERT_TRUE(sameHit(sinew::pointAtArcLength(polyline, length), pointByScan(polyline, length)))
+                << trial << ", length " << length;
+        }
+    }
+}
+
+TEST(PointAtArcLength, HasThatArcLength)
+{
+    test::Random random(20261124);
+    PolylineProjector const polyline(test::noisyCurve(1000, random));
+    for (int i = 0; i < 1000; ++i) {
+        double const length = random.uniform(0, polyline.arcLengths.back());
+        double const again = sinew::arcLengthOf(polyline, sinew::pointAtArcLength(polyline, length));
+        EXPECT_NEAR(again, length, 1e-15 * polyline.arcLengths.back()); // rounding of a sum of the whole length
+    }
 }
 
 TEST(ProjectMany, GivesTheBitsOfSingleCalls)

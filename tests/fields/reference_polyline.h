@@ -48,13 +48,14 @@ public:
         Vector3 const B = points[best + 1];
         Vector3 const e = B - A;
         double const s = (q - A) * e;
-        if (s <= 1e-13) return {best, 0.0, A};
+        if (s <= 1e-13) return {best, 0.0, A, (q - A).lengthSq()};
         double const back = (A - B) * (q - B);
         if (back > 1e-13 || std::isnan(back)) {
             double const t = s / (e * e);
-            return {best, t, A + t * e};
+            Vector3 const point = A + t * e;
+            return {best, t, point, (q - point).lengthSq()};
         }
-        return {best, 1.0, B};
+        return {best, 1.0, B, (q - B).lengthSq()};
     }
 
     int scan(Vector3 const& q) const
