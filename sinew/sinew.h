@@ -41,6 +41,7 @@
 #include <sinew/skinning/bone_transform_vector.h>
 #include <sinew/skinning/display_data.h>
 #include <sinew/skinning/geometry_data.h>
+#include <sinew/skinning/skin.h>
 #include <sinew/skinning/substitute_geometry_data.h>
 #include <sinew/skinning/weights.h>
 

@@ -102,4 +102,63 @@ inline Strided<double> coordinatesOf(::Vector3* vectors, std::size_t count)
     return {reinterpret_cast<double*>(vectors), count, sizeof(::Vector3)};
 }
 
+/// A view of `float` or `double` numbers for reading, whose type is known at run time: any `Strided<float>` or
+/// `Strided<double>` converts to it. Functions that accept both types take it.
+struct RealArray
+{
+    void const* data = nullptr; ///< see `Strided`
+    std::size_t count = 0;      ///< number of elements
+    std::ptrdiff_t stride = 0;  ///< in bytes
+    bool isDouble = false;      ///< otherwise the numbers are floats
+
+    /// No elements.
+    constexpr RealArray() = default;
+
+    template <typename T, typename = std::enable_if_t<std::is_same_v<std::remove_const_t<T>, float> ||
+                                                      std::is_same_v<std::remove_const_t<T>, double>>>
+    constexpr RealArray(Strided<T> const& array)
+        : data(array.data), count(array.count), stride(array.stride), isDouble(sizeof(T) == sizeof(double))
+    {
+    }
+};
+
+/// As `RealArray`, for writing. A double that is stored as a float is rounded to the nearest one, ties to even; beyond
+/// the range of floats it becomes infinite.
+struct RealOutput
+{
+    void* data = nullptr;      ///< see `Strided`
+    std::size_t count = 0;     ///< number of elements
+    std::ptrdiff_t stride = 0; ///< in bytes
+    bool isDouble = false;     ///< otherwise the numbers are floats
+
+    /// No elements.
+    constexpr RealOutput() = default;
+
+    template <typename T, typename = std::enable_if_t<std::is_same_v<T, float> || std::is_same_v<T, double>>>
+    constexpr RealOutput(Strided<T> const& array)
+        : data(array.data), count(array.count), stride(array.stride), isDouble(sizeof(T) == sizeof(double))
+    {
+    }
+};
+
+/// A view of integers for reading, whose type is known at run time: of 1, 2, 4 or 8 bytes, signed or not.
+struct IntegerArray
+{
+    void const* data = nullptr; ///< see `Strided`
+    std::size_t count = 0;      ///< number of elements
+    std::ptrdiff_t stride = 0;  ///< in bytes
+    std::size_t size = 1;       ///< bytes of a number: 1, 2, 4 or 8
+    bool isSigned = false;      ///< whether the numbers may be negative
+
+    /// No elements.
+    constexpr IntegerArray() = default;
+
+    template <typename T, typename = std::enable_if_t<std::is_integral_v<T> && !std::is_same_v<T const, bool const>>>
+    constexpr IntegerArray(Strided<T> const& array)
+        : data(array.data), count(array.count), stride(array.stride), size(sizeof(T)), isSigned(std::is_signed_v<T>)
+    {
+        static_assert(sizeof(T) <= 8, "integers have up to 8 bytes");
+    }
+};
+
 } // namespace sinew
