@@ -81,6 +81,8 @@ std::vector<Expected> expectedResults()
         {"fields.PolylineProjector.irregular", 100000, 0x2a44f982e6ebf12f}, // queries
         {"fields.PolylineProjector.regular", 100000, 0x44bc18a2647e4cf9}, // queries
         {"fields.projectMany", 100000, 0x3329a7fcd7ae28d6}, // queries
+        {"fields.arcLengths", 100000, 0xae6172159a2f0b62}, // queries
+        {"fields.PolylineSet", 100000, 0xe5606e339b94abb6}, // queries
         {"fields.SmoothWeight", 100000, 0xaaa6a55ee8c5c101}, // weights and arguments
         {"fields.smoothMax", 100000, 0x576be3c002d85593}, // pairs of numbers and a width
         {"fields.updateSmoothDist", 100000, 0x39727c34c12420d9}, // distances
@@ -99,6 +101,7 @@ std::vector<Expected> expectedResults()
         {"skinning.BoneTransformModifyer", 100057, 0xa6fd595a50d9ecf0}, // vertices
         {"skinning.BoneTransformVector", 100000, 0x682da655fc933570}, // vertices
         {"skinning.SubstituteGeometryData", 100000, 0x057df6b28c37354a}, // vertices
+        {"skinning.skin", 100317, 0x4c2578403cb6c9d5}, // vertices
         {"skinning.weights", 100011, 0xaff3cd02457674f0}, // lists of influences
         {"meshfunc.build", 110794, 0xfa365894504804c4}, // triangles
         {"meshfunc.evaluate", 100000, 0xca980c96f599fa32}, // queries

@@ -14,6 +14,7 @@
 #include <sinew/fields/impl_ellipsoid.h>
 #include <sinew/fields/implicit.h>
 #include <sinew/fields/polyline_projector.h>
+#include <sinew/fields/polyline_set.h>
 #include <sinew/fields/proximity_tester.h>
 #include <sinew/fields/smooth_distance.h>
 
@@ -84,6 +85,48 @@ void projectAll(Inputs& in, Record& out)
         PolylineProjector const moved(std::move(copy));
         add(sinew::closestPoint(moved, queries[2]), out);
     });
+}
+
+void arcLengths(Inputs& in, Record& out)
+{
+    forPolylines(in, out, false, kInputs, [&](auto const& polyline, auto const& queries) {
+        PolylineProjector const projector(polyline);
+        for (Vector3 const& q : queries) {
+            sinew::PolylineHit const nearest = sinew::closestPoint(projector, q);
+            double const length = sinew::arcLengthOf(projector, nearest);
+            out.add(nearest.distSq);
+            out.add(length);
+            sinew::PolylineHit const there = sinew::pointAtArcLength(projector, in.oneIn(2) ? length : in.number());
+            add(there, out);
+            out.add(there.distSq);
+        }
+    });
+}
+
+// Sets of some irregular polylines, and of regular ones, which give ties between curves.
+void polylineSets(Inputs& in, Record& out)
+{
+    while (out.count() < kInputs) {
+        std::vector<PolylineProjector> curves;
+        Polyline all;
+        bool const regular = in.oneIn(2);
+        for (int i = 1 + in.below(20); i > 0; --i) {
+            Polyline const polyline = regular ? regularPolyline(in) : irregularPolyline(in);
+            all.insert(all.end(), polyline.begin(), polyline.end());
+            curves.emplace_back(polyline);
+        }
+        sinew::PolylineSet const set(std::move(curves));
+        std::vector<Vector3> queries;
+        for (int i = 0; i < 250; ++i) queries.push_back(queryNear(in, all));
+        std::vector<sinew::PolylineSetHit> hits(queries.size());
+        sinew::projectMany(set, sinew::coordinatesOf(std::as_const(queries).data(), queries.size()), hits.data());
+        for (sinew::PolylineSetHit const& nearest : hits) {
+            out.add(nearest.curve);
+            add(nearest.hit, out);
+            out.add(nearest.hit.distSq);
+        }
+        out.countInputs(static_cast<std::int64_t>(queries.size()));
+    }
 }
 
 // ---- smooth distances ----
@@ -374,6 +417,8 @@ std::vector<Group> fieldsGroups()
         {"fields.PolylineProjector.irregular", "queries", kUnused, projectOnIrregular},
         {"fields.PolylineProjector.regular", "queries", kUnused, projectOnRegular},
         {"fields.projectMany", "queries", kUnused, projectAll},
+        {"fields.arcLengths", "queries", kUnused, arcLengths},
+        {"fields.PolylineSet", "queries", kUnused, polylineSets},
         {"fields.SmoothWeight", "weights and arguments", kUnused, smoothWeight},
         {"fields.smoothMax", "pairs of numbers and a width", kUnused, smoothMaximum},
         {"fields.updateSmoothDist", "distances", kUnused, foldedDistances},

@@ -2,9 +2,14 @@
 
 #include <selftest/group.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
 #include <sinew/skinning/bone_transform.h>
 #include <sinew/skinning/bone_transform_vector.h>
 #include <sinew/skinning/display_data.h>
+#include <sinew/skinning/skin.h>
 #include <sinew/skinning/substitute_geometry_data.h>
 #include <sinew/skinning/weights.h>
 
@@ -144,6 +149,68 @@ void singleVertices(Inputs& in, Record& out)
     }
 }
 
+// Interleaved arrays of floats, or doubles behind each other; lists, or a fixed number of influences of which some name
+// no bone.
+template <typename T>
+void rawArrays(Inputs& in, Record& out)
+{
+    std::size_t const count = static_cast<std::size_t>(kVertices + in.below(20));
+    std::size_t const perVertex = static_cast<std::size_t>(in.below(6));
+    std::vector<T> vectors;
+    std::vector<T> weights;
+    std::vector<std::int16_t> indices;
+    std::vector<int> offsets = {0};
+    for (std::size_t i = 0; i < count; ++i) {
+        Vector3 const position = in.oneIn(16) ? in.point() : in.tamePoint();
+        Vector3 const normal = in.direction();
+        for (int k = 0; k < 3; ++k) vectors.push_back(static_cast<T>(position[k]));
+        for (int k = 0; k < 3; ++k) vectors.push_back(static_cast<T>(normal[k]));
+        for (std::size_t k = 0; k < perVertex; ++k) {
+            indices.push_back(static_cast<std::int16_t>(in.below(kBones + 2) - 1));
+            weights.push_back(static_cast<T>(in.uniform(0.0, 1.0)));
+        }
+        offsets.push_back(in.below(static_cast<int>(indices.size()) + 1));
+    }
+    smart_ptr<BoneTransformVector> const skeleton = figure(in, kBones);
+    std::vector<T> posed(vectors.size());
+    using sinew::Strided;
+    std::size_t const stride = 6 * sizeof(T);
+    sinew::SkinInput input;
+    input.positions = Strided<T const>(vectors.data(), count, stride);
+    input.normals = Strided<T const>(vectors.data() + 3, count, stride);
+    input.bones = skeleton->bones.data();
+    input.boneCount = skeleton->bones.size();
+    input.placement.translation = in.tamePoint();
+    if (in.oneIn(2)) {
+        input.influences = {perVertex,
+                            Strided<std::int16_t const>(indices.data(), count, perVertex * sizeof(std::int16_t)),
+                            Strided<T const>(weights.data(), count, perVertex * sizeof(T))};
+    } else {
+        input.influences = {Strided<int const>(offsets.data(), offsets.size(), sizeof(int)),
+                            Strided<std::int16_t const>(indices.data(), indices.size(), sizeof(std::int16_t)),
+                            Strided<T const>(weights.data(), weights.size(), sizeof(T))};
+    }
+    out.add(sinew::skin(input, {Strided<T>(posed.data(), count, stride), Strided<T>(posed.data() + 3, count, stride)}));
+    out.add(posed);
+    out.countInputs(static_cast<std::int64_t>(count));
+}
+
+void rawSkinning(Inputs& in, Record& out)
+{
+    while (out.count() < kInputs) {
+        rawArrays<float>(in, out);
+        rawArrays<double>(in, out);
+        std::vector<double> matrices;
+        for (int i = 0; i < 32; ++i) matrices.push_back(in.number());
+        BoneTransform bones[2];
+        sinew::Strided<double const> const array(matrices.data(), 2, 16 * sizeof(double));
+        for (sinew::MatrixOrder const order : {sinew::MatrixOrder::rows, sinew::MatrixOrder::columns}) {
+            sinew::bonesFromMatrices(array, order, bones);
+            for (BoneTransform const& each : bones) out.add(each);
+        }
+    }
+}
+
 void substitution(Inputs& in, Record& out)
 {
     while (out.count() < kInputs) {
@@ -201,6 +268,7 @@ std::vector<Group> skinningGroups()
         {"skinning.BoneTransformModifyer", "vertices", kUnused, deformation},
         {"skinning.BoneTransformVector", "vertices", kUnused, singleVertices},
         {"skinning.SubstituteGeometryData", "vertices", kUnused, substitution},
+        {"skinning.skin", "vertices", kUnused, rawSkinning},
         {"skinning.weights", "lists of influences", kUnused, weights},
     };
 }

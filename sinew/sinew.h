@@ -34,6 +34,7 @@
 #include <sinew/fields/impl_ellipsoid.h>
 #include <sinew/fields/implicit.h>
 #include <sinew/fields/polyline_projector.h>
+#include <sinew/fields/polyline_set.h>
 #include <sinew/fields/proximity_tester.h>
 #include <sinew/fields/smooth_distance.h>
 

@@ -7,6 +7,7 @@
 #include <sinew/fields/impl_ellipsoid.h>
 #include <sinew/fields/implicit.h>
 #include <sinew/fields/polyline_projector.h>
+#include <sinew/fields/polyline_set.h>
 #include <sinew/fields/proximity_tester.h>
 #include <sinew/fields/smooth_distance.h>
 
@@ -203,6 +204,35 @@ TEST(FieldsAllocation, PolylineProjector)
                                                    [](PolylineProjector const& p) { return digestOf(p); });
         }
     }
+}
+
+TEST(FieldsAllocation, SetsOfPolylines)
+{
+    auto const set = [](int curves) {
+        std::vector<PolylineProjector> list;
+        for (int i = 0; i < curves; ++i) list.emplace_back(curve(3 + 20 * (i % 2)));
+        return sinew::PolylineSet(std::move(list));
+    };
+    auto const digest = [](sinew::PolylineSet const& s) {
+        Digest result(s.curves().size());
+        for (PolylineProjector const& p : s.curves()) result.add(digestOf(p));
+        return std::string(result);
+    };
+    faults::sweepResult([&] { return set(9); }, digest);
+    faults::sweepCopies<sinew::PolylineSet>([&] { return set(2); }, [&] { return set(9); }, digest);
+    // A query builds the indices of the long polylines near it.
+    sweep(
+        Guarantee::strong, [&] { return std::make_unique<sinew::PolylineSet>(set(9)); },
+        [](sinew::PolylineSet& s) {
+            sinew::closestPoint(s, {0.1, 0.2, 0.3});
+        },
+        [&](sinew::PolylineSet& s) { return digest(s); });
+}
+
+TEST(FieldsAllocation, ArcLengths)
+{
+    PolylineProjector const polyline(curve(200));
+    faults::expectNoAllocation([&] { sinew::arcLengthOf(polyline, sinew::pointAtArcLength(polyline, 0.5)); });
 }
 
 TEST(FieldsAllocation, ProjectionOnALongPolyline)

@@ -2,8 +2,10 @@
 
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include <sinew/skinning/bone_transform_vector.h>
+#include <sinew/skinning/skin.h>
 #include <sinew/skinning/substitute_geometry_data.h>
 #include <sinew/skinning/weights.h>
 
@@ -137,6 +139,37 @@ TEST(SkinningAllocation, DeformingAVertex)
         s.position = s.figure->getTransformed(0, s.display, s.display->surface->normals[0], s.normal);
         s.position = s.figure->getTransformed(1, s.display);
     });
+}
+
+TEST(SkinningAllocation, RawArrays)
+{
+    struct State
+    {
+        std::vector<Vector3> rest;
+        std::vector<Vector3> posed = std::vector<Vector3>(kVertices);
+        std::vector<int> bones = std::vector<int>(kVertices, 1);
+        std::vector<double> weights = std::vector<double>(kVertices, 0.5);
+        smart_ptr<BoneTransformVector> figure;
+        sinew::SkinInput input;
+    };
+    auto const make = [] {
+        auto state = std::make_unique<State>();
+        Random random(3);
+        state->figure = test::randomBones(random, kBones);
+        state->rest = random.points(kVertices);
+        state->input.positions = sinew::coordinatesOf(std::as_const(state->rest).data(), kVertices);
+        state->input.influences = {1, sinew::Strided<int const>(state->bones.data(), kVertices, sizeof(int)),
+                                   sinew::Strided<double const>(state->weights.data(), kVertices, sizeof(double))};
+        state->input.bones = state->figure->bones.data();
+        state->input.boneCount = kBones;
+        return state;
+    };
+    sweep(
+        Guarantee::strong, make,
+        [](State& s) {
+            sinew::skin(s.input, {sinew::coordinatesOf(s.posed.data(), kVertices), {}});
+        },
+        [](State& s) { return std::string(Digest(s.posed)); });
 }
 
 TEST(SkinningAllocation, Guards)
