@@ -3,6 +3,8 @@
 
 #include <sinew/fields/impl_ellipsoid.h>
 
+#include <sinew/core/detail/real_array.h>
+
 #include <cmath>
 
 namespace {
@@ -130,6 +132,20 @@ void evaluateMany(ImplEllipsoid const& field, Vector3 const* points, std::size_t
 void gradientMany(ImplEllipsoid const& field, Vector3 const* points, std::size_t count, Vector3* gradients)
 {
     for (std::size_t i = 0; i < count; ++i) field.evaluate(points[i], nullptr, &gradients[i], nullptr);
+}
+
+void evaluateMany(ImplEllipsoid const& field, RealArray const& points, double* values)
+{
+    detail::forParts(points, [&](Vector3 const* part, std::size_t first, std::size_t count) {
+        evaluateMany(field, part, count, values + first);
+    });
+}
+
+void gradientMany(ImplEllipsoid const& field, RealArray const& points, Vector3* gradients)
+{
+    detail::forParts(points, [&](Vector3 const* part, std::size_t first, std::size_t count) {
+        gradientMany(field, part, count, gradients + first);
+    });
 }
 
 } // namespace sinew

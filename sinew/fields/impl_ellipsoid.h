@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <sinew/core/matrix3.h>
+#include <sinew/core/strided.h>
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
 
@@ -79,5 +80,9 @@ SINEW_API void evaluateMany(ImplEllipsoid const& field, ::Vector3 const* points,
 /// `gradients` may be equal to `points` but not overlap it otherwise; both may be null only if `count` is 0.
 SINEW_API void gradientMany(ImplEllipsoid const& field, ::Vector3 const* points, std::size_t count,
                             ::Vector3* gradients);
+
+/// The same for points in an array of the host, with three coordinates an element. The arrays must not overlap.
+SINEW_API void evaluateMany(ImplEllipsoid const& field, RealArray const& points, double* values);
+SINEW_API void gradientMany(ImplEllipsoid const& field, RealArray const& points, ::Vector3* gradients);
 
 } // namespace sinew

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include <sinew/core/strided.h>
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
 #include <sinew/framework/findings.h>
@@ -70,6 +71,10 @@ SINEW_API void evaluateMany(Implicit const& field, ::Vector3 const* points, std:
 ///
 /// `gradients` may be equal to `points` but not overlap it otherwise; both may be null only if `count` is 0.
 SINEW_API void gradientMany(Implicit const& field, ::Vector3 const* points, std::size_t count, ::Vector3* gradients);
+
+/// The same for points in an array of the host, with three coordinates an element. The arrays must not overlap.
+SINEW_API void evaluateMany(Implicit const& field, RealArray const& points, double* values);
+SINEW_API void gradientMany(Implicit const& field, RealArray const& points, ::Vector3* gradients);
 
 /// What makes the linear system of `Implicit` singular or its solution useless.
 ///

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <sinew/core/detail/real_array.h>
 #include <sinew/fields/detail/implicit_kernels.h>
 
 using namespace sinew::detail;
@@ -71,6 +72,20 @@ void gradientMany(Implicit const& field, Vector3 const* points, std::size_t coun
         addGradients(width, radialTerms(field), gather(points, first, count), &sums);
         for (std::size_t l = 0; l < lanes; ++l) gradients[first + l] = {sums.x[l], sums.y[l], sums.z[l]};
     }
+}
+
+void evaluateMany(Implicit const& field, RealArray const& points, double* values)
+{
+    detail::forParts(points, [&](Vector3 const* part, std::size_t first, std::size_t count) {
+        evaluateMany(field, part, count, values + first);
+    });
+}
+
+void gradientMany(Implicit const& field, RealArray const& points, Vector3* gradients)
+{
+    detail::forParts(points, [&](Vector3 const* part, std::size_t first, std::size_t count) {
+        gradientMany(field, part, count, gradients + first);
+    });
 }
 
 } // namespace sinew

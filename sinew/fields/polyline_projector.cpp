@@ -4,6 +4,7 @@
 #include <limits>
 #include <memory>
 
+#include <sinew/core/detail/real_array.h>
 #include <sinew/core/tolerances.h>
 #include <sinew/core/vector_geometry.h>
 #include <sinew/detail/as_index.h>
@@ -146,6 +147,16 @@ void projectMany(PolylineProjector const& polyline, Vector3 const* queries, std:
         std::size_t const segment = asIndex(hits[i].segment);
         known = distSqToLineSegment(queries[i + 1], points[segment], points[segment + 1], nullptr);
     }
+}
+
+void projectMany(PolylineProjector const& polyline, RealArray const& queries, PolylineHit* hits)
+{
+    // Builds the index first, so that no hit is written if it does not fit into memory.
+    if (queries.count > 0 && polyline.points.size() >= kBoundedSearchVertices)
+        detail::PolylineIndexAccess::of(polyline);
+    detail::forParts(queries, [&](Vector3 const* part, std::size_t first, std::size_t count) {
+        projectMany(polyline, part, count, hits + first);
+    });
 }
 
 double arcLengthOf(PolylineProjector const& polyline, PolylineHit const& hit)

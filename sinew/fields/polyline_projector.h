@@ -11,6 +11,7 @@
 #include <limits>
 #include <vector>
 
+#include <sinew/core/strided.h>
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
 
@@ -51,6 +52,9 @@ SINEW_API PolylineHit closestPoint(PolylineProjector const& polyline, ::Vector3 
 /// Strong guarantee: no hit is written before the index exists.
 SINEW_API void projectMany(PolylineProjector const& polyline, ::Vector3 const* queries, std::size_t count,
                            PolylineHit* hits);
+
+/// The same for queries in an array of the host, with three coordinates an element.
+SINEW_API void projectMany(PolylineProjector const& polyline, RealArray const& queries, PolylineHit* hits);
 
 /// Length of the polyline from its first vertex to a hit: L[k] + t * (L[k + 1] - L[k]), where L are the arc lengths and
 /// k is the segment of the hit. Exactly the arc length of the vertex where t is 0 or 1.

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <limits>
 
+#include <sinew/core/detail/real_array.h>
 #include <sinew/detail/as_index.h>
 
 using sinew::detail::asIndex;
@@ -160,6 +161,11 @@ namespace sinew {
 void testMany(ProximityTester const& tester, Vector3 const* points, std::size_t count, bool* results)
 {
     for (std::size_t i = 0; i < count; ++i) results[i] = tester.test(points[i]);
+}
+
+void testMany(ProximityTester const& tester, RealArray const& points, bool* results)
+{
+    for (std::size_t i = 0; i < points.count; ++i) results[i] = tester.test(detail::vectorAt(points, i));
 }
 
 } // namespace sinew

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <vector>
 
+#include <sinew/core/strided.h>
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
 
@@ -70,5 +71,8 @@ namespace sinew {
 ///
 /// `points` and `results` may be null only if `count` is 0.
 SINEW_API void testMany(ProximityTester const& tester, ::Vector3 const* points, std::size_t count, bool* results);
+
+/// The same for points in an array of the host, with three coordinates an element.
+SINEW_API void testMany(ProximityTester const& tester, RealArray const& points, bool* results);
 
 } // namespace sinew

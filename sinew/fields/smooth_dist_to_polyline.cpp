@@ -8,6 +8,7 @@
 #include <cmath>
 #include <optional>
 
+#include <sinew/core/detail/real_array.h>
 #include <sinew/fields/detail/bound_heap.h>
 #include <sinew/fields/detail/polyline_chunks.h>
 #include <sinew/fields/detail/polyline_search.h>
@@ -217,15 +218,21 @@ void smoothDistToPolyline(std::vector<Vector3> polyline, Vector3 const& q, doubl
 
 namespace sinew {
 
-void smoothDistMany(std::vector<Vector3> const& polyline, Vector3 const* queries, std::size_t count, double h,
-                    double* dists, Vector3* grads, Matrix3* hessians)
+void smoothDistMany(std::vector<Vector3> const& polyline, RealArray const& queries, double h, double* dists,
+                    Vector3* grads, Matrix3* hessians)
 {
     if (polyline.size() < 2) return;
     PolylineField field(polyline);
-    for (std::size_t i = 0; i < count; ++i) {
-        field.evaluate(queries[i], h, dists ? dists + i : nullptr, grads ? grads + i : nullptr,
+    for (std::size_t i = 0; i < queries.count; ++i) {
+        field.evaluate(detail::vectorAt(queries, i), h, dists ? dists + i : nullptr, grads ? grads + i : nullptr,
                        hessians ? hessians + i : nullptr);
     }
+}
+
+void smoothDistMany(std::vector<Vector3> const& polyline, Vector3 const* queries, std::size_t count, double h,
+                    double* dists, Vector3* grads, Matrix3* hessians)
+{
+    smoothDistMany(polyline, coordinatesOf(queries, count), h, dists, grads, hessians);
 }
 
 } // namespace sinew

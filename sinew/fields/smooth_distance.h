@@ -11,6 +11,7 @@
 #include <vector>
 
 #include <sinew/core/matrix3.h>
+#include <sinew/core/strided.h>
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
 
@@ -109,5 +110,9 @@ namespace sinew {
 /// may have been written.
 SINEW_API void smoothDistMany(std::vector<::Vector3> const& polyline, ::Vector3 const* queries, std::size_t count,
                               double h, double* dists, ::Vector3* grads, ::Matrix3* hessians);
+
+/// The same for queries in an array of the host, with three coordinates an element.
+SINEW_API void smoothDistMany(std::vector<::Vector3> const& polyline, RealArray const& queries, double h, double* dists,
+                              ::Vector3* grads, ::Matrix3* hessians);
 
 } // namespace sinew

@@ -2,6 +2,7 @@
 
 /// Reads vectors from the arrays of a host. Not installed.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -22,6 +23,21 @@ inline Vector3 vectorAt(RealArray const& array, std::size_t i)
     float numbers[3];
     std::memcpy(numbers, element, sizeof numbers);
     return {static_cast<double>(numbers[0]), static_cast<double>(numbers[1]), static_cast<double>(numbers[2])};
+}
+
+/// Calls visit(vectors, first, count) for parts of the array in order: `vectors` points to the elements from `first`
+/// on, as doubles. All parts but the last one have `kPartOfArray` elements.
+inline constexpr std::size_t kPartOfArray = 64;
+
+template <typename Visit>
+void forParts(RealArray const& array, Visit const& visit)
+{
+    Vector3 part[kPartOfArray];
+    for (std::size_t first = 0; first < array.count; first += kPartOfArray) {
+        std::size_t const count = std::min(kPartOfArray, array.count - first);
+        for (std::size_t i = 0; i < count; ++i) part[i] = vectorAt(array, first + i);
+        visit(static_cast<Vector3 const*>(part), first, count);
+    }
 }
 
 } // namespace sinew::detail
