@@ -35,9 +35,12 @@ constexpr std::size_t kGathered = 16;
 constexpr std::uint32_t kNoBone = 0xffffffffu;
 
 // ---- numbers of the host, at any address ----
+//
+// All of this is a part of the kernels: a call of a function for the baseline between wide vectors costs more than its
+// few instructions.
 
 template <typename T>
-T numberAt(char const* address)
+SINEW_KERNEL T numberAt(char const* address)
 {
     T number;
     std::memcpy(&number, address, sizeof number);
@@ -45,7 +48,7 @@ T numberAt(char const* address)
 }
 
 template <typename Array>
-auto elementAt(Array const& array, std::size_t i)
+SINEW_KERNEL auto elementAt(Array const& array, std::size_t i)
 {
     using Byte = std::conditional_t<std::is_const_v<std::remove_pointer_t<decltype(array.data)>>, char const, char>;
     return static_cast<Byte*>(array.data) + static_cast<std::ptrdiff_t>(i) * array.stride;
@@ -53,12 +56,12 @@ auto elementAt(Array const& array, std::size_t i)
 
 // Calls visit(T()) with the type of the numbers.
 template <typename Visit>
-auto withType(RealArray const& array, Visit const& visit)
+SINEW_KERNEL auto withType(RealArray const& array, Visit const& visit)
 {
     return array.isDouble ? visit(double()) : visit(float());
 }
 template <typename Visit>
-auto withType(IntegerArray const& array, Visit const& visit)
+SINEW_KERNEL auto withType(IntegerArray const& array, Visit const& visit)
 {
     switch (array.size) {
     case 1:
@@ -74,16 +77,16 @@ auto withType(IntegerArray const& array, Visit const& visit)
 
 // An integer as an index. A negative one becomes a number beyond every array.
 template <typename T>
-std::uint64_t asNumber(T number)
+SINEW_KERNEL std::uint64_t asNumber(T number)
 {
     return static_cast<std::uint64_t>(static_cast<std::int64_t>(number));
 }
-std::uint64_t asNumber(std::uint64_t number)
+SINEW_KERNEL std::uint64_t asNumber(std::uint64_t number)
 {
     return number;
 }
 
-std::uint64_t integerAt(IntegerArray const& array, char const* address)
+SINEW_KERNEL std::uint64_t integerAt(IntegerArray const& array, char const* address)
 {
     return withType(array, [address](auto type) { return asNumber(numberAt<decltype(type)>(address)); });
 }
@@ -93,7 +96,7 @@ double realAt(RealArray const& array, char const* address)
 }
 
 // Copies the vectors from element `start` on into the block; the lanes beyond `lanes` become zero.
-void load(RealArray const& source, std::size_t start, std::size_t lanes, VertexBlock& block)
+SINEW_KERNEL void load(RealArray const& source, std::size_t start, std::size_t lanes, VertexBlock& block)
 {
     if (lanes < kVertexBlock) block = {};
     withType(source, [&](auto type) {
@@ -111,7 +114,7 @@ void load(RealArray const& source, std::size_t start, std::size_t lanes, VertexB
 }
 
 template <typename T>
-void storeAs(RealOutput const& target, std::size_t start, std::size_t lanes, VertexBlock const& block)
+SINEW_KERNEL void storeAs(RealOutput const& target, std::size_t start, std::size_t lanes, VertexBlock const& block)
 {
     char* const first = elementAt(target, start);
     std::ptrdiff_t const stride = target.stride;
@@ -121,7 +124,7 @@ void storeAs(RealOutput const& target, std::size_t start, std::size_t lanes, Ver
     }
 }
 
-void store(RealOutput const& target, std::size_t start, std::size_t lanes, VertexBlock const& block)
+SINEW_KERNEL void store(RealOutput const& target, std::size_t start, std::size_t lanes, VertexBlock const& block)
 {
     if (target.isDouble) {
         storeAs<double>(target, start, lanes, block);
@@ -157,7 +160,7 @@ struct InfluenceArrays
         weightStep = given.weights.isDouble ? sizeof(double) : sizeof(float);
     }
 
-    List listOf(std::size_t vertex) const
+    SINEW_KERNEL List listOf(std::size_t vertex) const
     {
         if (given.layout == Layout::fixed) return listFrom(vertex, given.perVertex);
         std::uint64_t const begin = integerAt(given.offsets, elementAt(given.offsets, vertex));
@@ -177,7 +180,7 @@ struct InfluenceArrays
     }
 
 private:
-    List listFrom(std::size_t element, std::size_t size) const
+    SINEW_KERNEL List listFrom(std::size_t element, std::size_t size) const
     {
         if (size == 0) return {nullptr, nullptr, 0}; // the arrays may be null
         return {elementAt(given.bones, element), elementAt(given.weights, element), size};
@@ -206,41 +209,65 @@ void removeOthers(GatheredLists& lists, std::size_t l)
     lists.sizes[l] = kept;
 }
 
+// Calls convert(k, number) for the numbers of a list. `isDense`: they are consecutive, as in every fixed layout. Four
+// of them, the usual number, get a loop of their own, which the compiler unrolls.
+template <typename T, bool isDense, typename Convert>
+SINEW_KERNEL void forNumbers(char const* first, std::ptrdiff_t given, std::size_t size, Convert const& convert)
+{
+    std::ptrdiff_t const step = isDense ? static_cast<std::ptrdiff_t>(sizeof(T)) : given;
+    if (isDense && size == 4) {
+        for (std::size_t k = 0; k < 4; ++k) convert(k, numberAt<T>(first + static_cast<std::ptrdiff_t>(k) * step));
+        return;
+    }
+    for (std::size_t k = 0; k < size; ++k) convert(k, numberAt<T>(first + static_cast<std::ptrdiff_t>(k) * step));
+}
+
+// Whether all indices name bones.
+template <typename T, bool isDense>
+SINEW_KERNEL bool gatherBones(std::ptrdiff_t step, std::uint64_t boneCount, std::size_t lanes, GatheredLists& out)
+{
+    bool all = true;
+    for (std::size_t l = 0; l < lanes; ++l) {
+        if (out.sizes[l] > kGathered) continue;
+        std::uint32_t* const bones = out.bones[l];
+        forNumbers<T, isDense>(out.lists[l].bones, step, out.sizes[l], [&](std::size_t k, T number) {
+            std::uint64_t const bone = asNumber(number);
+            bones[k] = bone < boneCount ? static_cast<std::uint32_t>(bone) : kNoBone;
+            all = all & (bone < boneCount);
+        });
+    }
+    return all;
+}
+
+template <typename T, bool isDense>
+SINEW_KERNEL void gatherWeights(std::ptrdiff_t step, std::size_t lanes, GatheredLists& out)
+{
+    for (std::size_t l = 0; l < lanes; ++l) {
+        if (out.sizes[l] > kGathered) continue;
+        double* const weights = out.weights[l];
+        forNumbers<T, isDense>(out.lists[l].weights, step, out.sizes[l],
+                               [weights](std::size_t k, T number) { weights[k] = static_cast<double>(number); });
+    }
+}
+
 // One loop over the whole block for each array, because the type of its numbers is then tested only once.
-void gather(InfluenceArrays const& arrays, std::uint64_t boneCount, std::size_t start, std::size_t lanes,
-            GatheredLists& out)
+SINEW_KERNEL void gather(InfluenceArrays const& arrays, std::uint64_t boneCount, std::size_t start, std::size_t lanes,
+                         GatheredLists& out)
 {
     for (std::size_t l = 0; l < lanes; ++l) {
         out.lists[l] = arrays.listOf(start + l);
         out.sizes[l] = out.lists[l].size;
     }
+    bool const isDense = arrays.given.layout == Layout::fixed;
     bool const allExist = withType(arrays.given.bones, [&](auto type) {
-        bool all = true;
-        std::ptrdiff_t const step = arrays.boneStep;
-        for (std::size_t l = 0; l < lanes; ++l) {
-            std::size_t const size = out.sizes[l];
-            if (size > kGathered) continue;
-            char const* const first = out.lists[l].bones;
-            for (std::size_t k = 0; k < size; ++k) {
-                char const* const address = first + static_cast<std::ptrdiff_t>(k) * step;
-                std::uint64_t const bone = asNumber(numberAt<decltype(type)>(address));
-                out.bones[l][k] = bone < boneCount ? static_cast<std::uint32_t>(bone) : kNoBone;
-                all = all & (bone < boneCount);
-            }
-        }
-        return all;
+        using T = decltype(type);
+        return isDense ? gatherBones<T, true>(arrays.boneStep, boneCount, lanes, out)
+                       : gatherBones<T, false>(arrays.boneStep, boneCount, lanes, out);
     });
     withType(arrays.given.weights, [&](auto type) {
-        std::ptrdiff_t const step = arrays.weightStep;
-        for (std::size_t l = 0; l < lanes; ++l) {
-            std::size_t const size = out.sizes[l];
-            if (size > kGathered) continue;
-            char const* const first = out.lists[l].weights;
-            for (std::size_t k = 0; k < size; ++k) {
-                char const* const address = first + static_cast<std::ptrdiff_t>(k) * step;
-                out.weights[l][k] = static_cast<double>(numberAt<decltype(type)>(address));
-            }
-        }
+        using T = decltype(type);
+        return isDense ? gatherWeights<T, true>(arrays.weightStep, lanes, out)
+                       : gatherWeights<T, false>(arrays.weightStep, lanes, out);
     });
     if (allExist) return;
     for (std::size_t l = 0; l < lanes; ++l) {
@@ -358,16 +385,19 @@ private:
     {
         Moving block;
         VertexBlock n;
+        // First all loads, then all computations: a vector that is read right after its elements were stored one by one
+        // waits for them.
+        bool const isMoved = input.influences.layout != Layout::none;
         load(input.positions, start, lanes, block.p);
+        if constexpr (withNormals) load(input.normals, start, lanes, n);
+        if (isMoved) gather(influences, bones.count, start, lanes, lists);
         place(input.placement, input.placement.translation, block.p);
         if constexpr (withNormals) {
-            load(input.normals, start, lanes, n);
             place(input.placement, Vector3(), n);
             makeUnit(n);
         }
-        if (input.influences.layout != Layout::none) {
+        if (isMoved) {
             if constexpr (withNormals) bases(n, block.tangent1, block.tangent2);
-            gather(influences, bones.count, start, lanes, lists);
             for (std::size_t l = 0; l < lanes; ++l) {
                 if (lists.sizes[l] <= kGathered) {
                     moveByList<width, withNormals>(bones.first, lists.bones[l], lists.weights[l], lists.sizes[l], l,
