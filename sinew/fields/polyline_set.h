@@ -26,9 +26,11 @@ struct PolylineSetHit
 /// A set of polylines. The polylines are fixed at construction; otherwise it is a plain value.
 ///
 /// @code
-/// sinew::PolylineSet const curves({PolylineProjector({{0, 0, 0}, {9, 0, 0}}), PolylineProjector({{0, 5, 0}, {9, 5,
-/// 0}})}); sinew::PolylineSetHit const nearest = sinew::closestPoint(curves, Vector3(4, 4, 0)); std::printf("curve %d
-/// at distance^2 %g\n", nearest.curve, nearest.hit.distSq); // curve 1 at distance^2 1
+/// PolylineProjector const low({{0, 0, 0}, {9, 0, 0}});
+/// PolylineProjector const high({{0, 5, 0}, {9, 5, 0}});
+/// sinew::PolylineSet const curves({low, high});
+/// sinew::PolylineSetHit const nearest = sinew::closestPoint(curves, Vector3(4, 4, 0));
+/// std::printf("curve %d, %g\n", nearest.curve, nearest.hit.distSq); // curve 1, 1
 /// @endcode
 class PolylineSet
 {
