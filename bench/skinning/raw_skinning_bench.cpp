@@ -74,7 +74,7 @@ struct Scene
     static void copyRounded(Vector3& v, float (&numbers)[3])
     {
         for (int k = 0; k < 3; ++k) {
-            float volatile const number = static_cast<float>(v[k]);
+            float const volatile number = static_cast<float>(v[k]);
             numbers[k] = number;
             v[k] = number;
         }

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sinew/skinning/skin.h>
+
 #include "skinning/raw_arrays.h"
 #include "skinning/skinning_scene.h"
 #include "support/bits.h"

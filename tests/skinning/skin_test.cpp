@@ -129,7 +129,7 @@ TEST(Skin, OffsetsBeyondTheInfluencesAndOffsetsThatDescendAreHarmless)
     std::vector<std::int64_t> const offsets = {1, 0, -1, 1, 1000, std::numeric_limits<std::int64_t>::max(), 0};
     line.input.influences = {arrayOf(offsets), arrayOf(bones), arrayOf(weights)};
     EXPECT_EQ(sinew::skin(line.input, line.output), 6u);
-    EXPECT_EQ(line.posed[0], Vector3(0, 0, 0));                    // 1 .. 0: empty
+    EXPECT_EQ(line.posed[0], Vector3(0, 0, 0)); // 1 .. 0: empty
     EXPECT_EQ(line.posed[1], Vector3(2, 1, 1)); // 0 .. "-1", which is beyond the end: both
     EXPECT_EQ(line.posed[2], Vector3(2, 0, 0));
     EXPECT_EQ(line.posed[3], Vector3(3, 0, 1)); // influence 1 only; influence 2 has no weight
