@@ -51,6 +51,7 @@
 #include <sinew/meshfunc/texture_compaction.h>
 #include <sinew/meshfunc/type_handlers.h>
 
+#include <sinew/sparse/builders.h>
 #include <sinew/sparse/diagnose.h>
 #include <sinew/sparse/llt_matrix.h>
 #include <sinew/sparse/solve_many.h>

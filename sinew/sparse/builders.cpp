@@ -1,0 +1,369 @@
+#include <sinew/sparse/builders.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <string>
+
+#include <sinew/detail/as_index.h>
+#include <sinew/detail/element_count.h>
+#include <sinew/framework/detail/number_text.h>
+
+namespace sinew {
+
+namespace {
+
+// Significant digits of a value in a sentence, enough to find it in a listing.
+constexpr int kDigits = 6;
+
+template <typename T>
+T load(void const* data, std::ptrdiff_t byteStep, std::int64_t i)
+{
+    T result;
+    std::memcpy(&result, static_cast<unsigned char const*>(data) + byteStep * static_cast<std::ptrdiff_t>(i),
+                sizeof result);
+    return result;
+}
+
+std::string entryText(std::vector<std::int64_t> const& indices)
+{
+    return "Entry " + std::to_string(indices[0]) + " (row " + std::to_string(indices[1]) + ", column " +
+           std::to_string(indices[2]) + ")";
+}
+
+std::string segmentText(std::vector<std::int64_t> const& indices)
+{
+    return "Segment " + std::to_string(indices[0]);
+}
+
+// The sentence without its end.
+std::string statement(Finding<EntryFault> const& finding)
+{
+    std::vector<std::int64_t> const& at = finding.indices;
+    switch (finding.kind) {
+    case EntryFault::sizeOutOfRange:
+        return "The number of rows is " + std::to_string(at[0]) + ", which is " +
+               (at[0] < 0 ? "negative" : "too large for an int");
+    case EntryFault::notSquare:
+        return "The matrix has " + std::to_string(at[0]) + " rows and " + std::to_string(at[1]) +
+               " columns: it is not square";
+    case EntryFault::countNegative:
+        return "The number of entries is " + std::to_string(at[0]) + ", which is negative";
+    case EntryFault::missingArray:
+        return "An array that must be read is null";
+    case EntryFault::badSegment:
+        return segmentText(at) + " begins at entry " + std::to_string(at[1]) + " and ends before entry " +
+               std::to_string(at[2]) + ", which is not a range";
+    case EntryFault::overlongSegment:
+        return segmentText(at) + " ends before entry " + std::to_string(at[1]) + ", but the next one begins at entry " +
+               std::to_string(at[2]);
+    case EntryFault::rowOutOfRange:
+        return entryText(at) + " has a row outside the matrix";
+    case EntryFault::columnOutOfRange:
+        return entryText(at) + " has a column outside the matrix";
+    case EntryFault::notFinite:
+        return entryText(at) + " has the value " + detail::numberText(finding.value, kDigits) + ", which is not finite";
+    case EntryFault::asymmetric:
+        return "The entry in row " + std::to_string(at[0]) + ", column " + std::to_string(at[1]) +
+               " and its mirrored entry are not equal";
+    case EntryFault::missingDiagonal:
+        break;
+    }
+    return "Row " + std::to_string(at[0]) + " has no diagonal entry";
+}
+
+// Collects the first finding of each kind, and counts the others.
+class Refusal
+{
+public:
+    void add(EntryFault kind, std::vector<std::int64_t> indices, double value = 0.0)
+    {
+        for (Open& open : open_) {
+            if (open.finding.kind != kind) continue;
+            ++open.count;
+            return;
+        }
+        Open open = {{}, 1};
+        open.finding.kind = kind;
+        open.finding.indices = std::move(indices);
+        open.finding.value = value;
+        open_.push_back(std::move(open));
+    }
+
+    bool isEmpty() const { return open_.empty(); }
+
+    MatrixBuild take()
+    {
+        std::sort(open_.begin(), open_.end(),
+                  [](Open const& a, Open const& b) { return a.finding.kind < b.finding.kind; });
+        MatrixBuild result;
+        for (Open& open : open_) {
+            open.finding.sentence = statement(open.finding);
+            if (open.count == 2) open.finding.sentence += "; 1 other has the same fault";
+            if (open.count > 2) {
+                open.finding.sentence += "; " + std::to_string(open.count - 1) + " others have the same fault";
+            }
+            open.finding.sentence += '.';
+            result.findings.push_back(std::move(open.finding));
+        }
+        return result;
+    }
+
+private:
+    struct Open
+    {
+        Finding<EntryFault> finding;
+        std::int64_t count;
+    };
+    std::vector<Open> open_;
+};
+
+// An entry, moved to the lower triangle.
+struct Entry
+{
+    int row;
+    int column;
+    double value;
+    bool isUpper; // whether the host gave it in the upper triangle
+};
+
+// Sorts by a key in [0, keyCount). Entries of equal keys stay in their order.
+template <typename Key>
+std::vector<Entry> sortedBy(std::vector<Entry> const& entries, std::size_t keyCount, Key key)
+{
+    std::vector<std::size_t> next(keyCount + 1, 0);
+    for (Entry const& entry : entries) ++next[detail::asIndex(key(entry)) + 1];
+    for (std::size_t k = 0; k < keyCount; ++k) next[k + 1] += next[k];
+    std::vector<Entry> result(entries.size());
+    for (Entry const& entry : entries) result[next[detail::asIndex(key(entry))]++] = entry;
+    return result;
+}
+
+// The sum of the entries of one place, one by one in their order.
+struct Sum
+{
+    double value = 0.0;
+    bool isEmpty = true;
+
+    void add(double v)
+    {
+        value = isEmpty ? v : value + v; // without a first sum 0 + v, which would change -0
+        isEmpty = false;
+    }
+};
+
+// Takes the entries of a host one by one, and makes the matrix of them.
+class Assembly
+{
+public:
+    Assembly(std::int64_t size, MirroredPairs mirrored) : size_(size), mirrored_(mirrored) {}
+
+    Refusal& refusal() { return refusal_; }
+
+    void reserve(std::int64_t count) { entries_.reserve(detail::elementCount<Entry>(count)); }
+
+    // @param position  of the entry in the arrays of the host
+    void add(std::int64_t position, std::int64_t row, std::int64_t column, double value)
+    {
+        bool const rowFits = row >= 0 && row < size_;
+        bool const columnFits = column >= 0 && column < size_;
+        if (!rowFits) refusal_.add(EntryFault::rowOutOfRange, {position, row, column}, value);
+        if (!columnFits) refusal_.add(EntryFault::columnOutOfRange, {position, row, column}, value);
+        if (!std::isfinite(value)) refusal_.add(EntryFault::notFinite, {position, row, column}, value);
+        if (!refusal_.isEmpty()) return;
+        bool const isUpper = column > row;
+        if (isUpper) std::swap(row, column);
+        entries_.push_back({static_cast<int>(row), static_cast<int>(column), value, isUpper});
+    }
+
+    MatrixBuild finish()
+    {
+        if (!refusal_.isEmpty()) return refusal_.take();
+        std::size_t const n = detail::asIndex(size_);
+        entries_ = sortedBy(entries_, n, [](Entry const& entry) { return entry.column; });
+        entries_ = sortedBy(entries_, n, [](Entry const& entry) { return entry.row; });
+        MatrixBuild result;
+        result.matrix.rows.resize(n);
+        auto next = entries_.cbegin();
+        for (std::size_t i = 0; i < n; ++i) next = fillRow(static_cast<int>(i), next, result.matrix.rows[i]);
+        return refusal_.isEmpty() ? std::move(result) : refusal_.take();
+    }
+
+private:
+    using Iterator = std::vector<Entry>::const_iterator;
+    using Row = std::vector<std::pair<int, double>>;
+
+    // @param first  the first entry of row i
+    // @return       the first entry of the next row
+    Iterator fillRow(int i, Iterator first, Row& row)
+    {
+        Iterator const last = std::find_if(first, entries_.cend(), [i](Entry const& entry) { return entry.row != i; });
+        std::size_t places = 0;
+        for (Iterator e = first; e != last; ++e) places += e == first || e->column != (e - 1)->column;
+        row.reserve(places);
+        while (first != last) {
+            int const column = first->column;
+            Sum lower, upper;
+            for (; first != last && first->column == column; ++first) {
+                bool const isSeparate = mirrored_ != MirroredPairs::summed && first->isUpper;
+                (isSeparate ? upper : lower).add(first->value);
+            }
+            if (mirrored_ == MirroredPairs::verified && column != i &&
+                (lower.isEmpty || upper.isEmpty || lower.value != upper.value)) {
+                refusal_.add(EntryFault::asymmetric, {i, column}, lower.value);
+            }
+            row.emplace_back(column, lower.isEmpty ? upper.value : lower.value);
+        }
+        if (row.empty() || row.back().first != i) refusal_.add(EntryFault::missingDiagonal, {i});
+        return last;
+    }
+
+    std::int64_t size_;
+    MirroredPairs mirrored_;
+    Refusal refusal_;
+    std::vector<Entry> entries_;
+};
+
+bool checkSize(std::int64_t size, Refusal& refusal)
+{
+    bool const fits = size >= 0 && size <= std::numeric_limits<int>::max();
+    if (!fits) refusal.add(EntryFault::sizeOutOfRange, {size});
+    return fits;
+}
+
+// The entries of one compressed row or column.
+struct Segment
+{
+    std::int64_t begin;
+    std::int64_t end;
+};
+
+// Arrays whose rows, or whose columns, are compressed.
+class Compressed
+{
+public:
+    Compressed(std::int64_t size, IndexArray starts, IndexArray indices, ValueArray values, IndexArray lengths)
+        : size_(size), starts_(starts), indices_(indices), values_(values), lengths_(lengths)
+    {
+    }
+
+    // The entries of all segments, or -1 if one is malformed.
+    std::int64_t checkSegments(Refusal& refusal) const
+    {
+        std::int64_t count = 0;
+        for (std::int64_t s = 0; s < size_; ++s) {
+            Segment const range = segment(s);
+            std::int64_t const next = starts_.at(s + 1);
+            if (range.begin < 0 || range.end < range.begin) {
+                refusal.add(EntryFault::badSegment, {s, range.begin, range.end});
+            } else if (range.end > next) {
+                refusal.add(EntryFault::overlongSegment, {s, range.end, next});
+            } else {
+                count += range.end - range.begin;
+            }
+        }
+        return refusal.isEmpty() ? count : -1;
+    }
+
+    // visit(position, segment, index, value)
+    template <typename Visit>
+    void forEach(Visit visit) const
+    {
+        for (std::int64_t s = 0; s < size_; ++s) {
+            Segment const range = segment(s);
+            for (std::int64_t k = range.begin; k < range.end; ++k) visit(k, s, indices_.at(k), values_.at(k));
+        }
+    }
+
+private:
+    Segment segment(std::int64_t s) const
+    {
+        std::int64_t const begin = starts_.at(s);
+        if (lengths_.isNull()) return {begin, starts_.at(s + 1)};
+        if (begin < 0) return {begin, begin};
+        // A sum that would overflow ends at the greatest number, which is after the next start.
+        return {begin, begin + std::min(lengths_.at(s), std::numeric_limits<std::int64_t>::max() - begin)};
+    }
+
+    std::int64_t size_;
+    IndexArray starts_, indices_;
+    ValueArray values_;
+    IndexArray lengths_;
+};
+
+MatrixBuild fromCompressed(std::int64_t size, IndexArray starts, IndexArray indices, ValueArray values,
+                           MirroredPairs mirrored, IndexArray lengths, bool byRows)
+{
+    Assembly assembly(size, mirrored);
+    Refusal& refusal = assembly.refusal();
+    if (!checkSize(size, refusal)) return refusal.take();
+    if (size > 0 && starts.isNull()) {
+        refusal.add(EntryFault::missingArray, {});
+        return refusal.take();
+    }
+    Compressed const arrays(size, starts, indices, values, lengths);
+    std::int64_t const count = arrays.checkSegments(refusal);
+    if (count > 0 && (indices.isNull() || values.isNull())) refusal.add(EntryFault::missingArray, {});
+    if (!refusal.isEmpty()) return refusal.take();
+    assembly.reserve(count);
+    arrays.forEach([&](std::int64_t position, std::int64_t segment, std::int64_t index, double value) {
+        assembly.add(position, byRows ? segment : index, byRows ? index : segment, value);
+    });
+    return assembly.finish();
+}
+
+} // namespace
+
+std::int64_t IndexArray::at(std::int64_t i) const
+{
+    if (!isWide_) {
+        return isSigned_ ? std::int64_t{load<std::int32_t>(data_, byteStep_, i)}
+                         : std::int64_t{load<std::uint32_t>(data_, byteStep_, i)};
+    }
+    if (isSigned_) return load<std::int64_t>(data_, byteStep_, i);
+    constexpr std::uint64_t kGreatest = std::numeric_limits<std::int64_t>::max();
+    return static_cast<std::int64_t>(std::min(load<std::uint64_t>(data_, byteStep_, i), kGreatest));
+}
+
+double ValueArray::at(std::int64_t i) const
+{
+    return isFloat_ ? double{load<float>(data_, byteStep_, i)} : load<double>(data_, byteStep_, i);
+}
+
+MatrixBuild fromTriplets(std::int64_t size, std::int64_t count, IndexArray rows, IndexArray columns, ValueArray values,
+                         MirroredPairs mirrored)
+{
+    Assembly assembly(size, mirrored);
+    Refusal& refusal = assembly.refusal();
+    checkSize(size, refusal);
+    if (count < 0) refusal.add(EntryFault::countNegative, {count});
+    if (count > 0 && (rows.isNull() || columns.isNull() || values.isNull())) {
+        refusal.add(EntryFault::missingArray, {});
+    }
+    if (!refusal.isEmpty()) return refusal.take();
+    assembly.reserve(count);
+    for (std::int64_t k = 0; k < count; ++k) assembly.add(k, rows.at(k), columns.at(k), values.at(k));
+    return assembly.finish();
+}
+
+MatrixBuild fromCsr(std::int64_t size, IndexArray starts, IndexArray columns, ValueArray values, MirroredPairs mirrored,
+                    IndexArray lengths)
+{
+    return fromCompressed(size, starts, columns, values, mirrored, lengths, true);
+}
+
+MatrixBuild fromCsc(std::int64_t size, IndexArray starts, IndexArray rows, ValueArray values, MirroredPairs mirrored,
+                    IndexArray lengths)
+{
+    return fromCompressed(size, starts, rows, values, mirrored, lengths, false);
+}
+
+MatrixBuild detail::refuseShape(std::int64_t rows, std::int64_t columns)
+{
+    Refusal refusal;
+    refusal.add(EntryFault::notSquare, {rows, columns});
+    return refusal.take();
+}
+
+} // namespace sinew
