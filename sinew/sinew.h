@@ -52,7 +52,9 @@
 #include <sinew/meshfunc/type_handlers.h>
 
 #include <sinew/sparse/builders.h>
+#include <sinew/sparse/compact_factor.h>
 #include <sinew/sparse/diagnose.h>
+#include <sinew/sparse/factor_arrays.h>
 #include <sinew/sparse/llt_matrix.h>
 #include <sinew/sparse/solve_many.h>
 #include <sinew/sparse/spd_matrix.h>

@@ -12,6 +12,8 @@
 
 namespace sinew {
 
+class CompactFactor;
+
 /// The part of a factorisation that depends only on the pattern of the matrix: its ordering and the pattern of its
 /// factor.
 ///
@@ -66,6 +68,8 @@ public:
     SINEW_API LLTMatrix factor(SPDMatrix const& matrix) const;
 
 private:
+    friend class CompactFactor; // shares the analysis
+
     struct Analysis;
     std::unique_ptr<Analysis const> analysis_;
 };

@@ -46,6 +46,12 @@ public:
     /// Number of bytes that this object holds.
     std::int64_t bytes() const;
 
+    /// The layout in panels; null if the method is `rows`.
+    PanelPlan const* panelPlan() const { return plan_ ? &*plan_ : nullptr; }
+
+    /// The places of the matrix entries in the values of the factor.
+    EntrySlots const& slots() const { return slots_; }
+
     /// Factors a matrix of the same pattern. `factor.perm` of the result is set.
     /// @param width  at most `widestVectors()`; the bits do not depend on it
     NumericResult factor(SparseRows const& rows, VectorWidth width = widestVectors()) const;

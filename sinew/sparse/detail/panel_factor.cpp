@@ -42,12 +42,12 @@ private:
     double const* value_;
 };
 
-// Copies each finished panel into the lists of the result, while the panel is still in the cache.
+// Copies finished panels into the lists of the result, in their order.
 class ResultWriter
 {
 public:
-    ResultWriter(PanelPlan const& plan, PanelWork const& work, LLTMatrix& result)
-        : plan_(plan), work_(work), result_(result), rowEnd_(plan.rowLength.size())
+    ResultWriter(PanelPlan const& plan, double const* values, LLTMatrix& result)
+        : plan_(plan), values_(values), result_(result), rowEnd_(plan.rowLength.size())
     {
         result.rows.resize(rowEnd_.size());
         result.Mt.resize(rowEnd_.size());
@@ -65,13 +65,13 @@ public:
         for (int c = 0; c < panel.width; ++c) rows[c] = panel.first + c;
         std::copy_n(plan_.rowsBelow(panel), panel.rowCount, rows + panel.width);
         for (int c = 0; c < panel.width; ++c) {
-            double const* const column = work_.columnOf(panel, c);
+            double const* const column = values_ + panel.columnStart(c);
             result_.Mt[asIndex(panel.first + c)].assign(ColumnIterator(rows + c + 1, column + c + 1),
                                                         ColumnIterator(rows + height, column + height));
         }
         for (int i = 1; i < height; ++i) {
             Entry*& end = rowEnd_[asIndex(rows[i])];
-            double const* value = work_.columnOf(panel, 0) + i;
+            double const* value = values_ + panel.values + i;
             int const columns = std::min(i, panel.width);
             for (int c = 0; c < columns; ++c, value += panel.stride) *end++ = {panel.first + c, *value};
         }
@@ -79,7 +79,7 @@ public:
 
 private:
     PanelPlan const& plan_;
-    PanelWork const& work_;
+    double const* values_;
     LLTMatrix& result_;
     std::vector<Entry*> rowEnd_; // for each row of the result the place of its next entry
     std::vector<int> rows_;      // of the current panel: its own rows, then those below
@@ -94,43 +94,75 @@ std::size_t largestUpdateCount(PanelPlan const& plan)
     return asIndex(largest);
 }
 
+// Finishes all panels, and calls visit(panel) after each. The result is that of PanelKernel.
+template <typename Visit>
+int finishPanels(PanelWork const& work, VectorWidth width, Visit visit)
+{
+    PanelKernel const finishPanel = panelKernel(width);
+    for (std::size_t p = 0; p < work.plan->panels.size(); ++p) {
+        int const failedAt = finishPanel(work, static_cast<int>(p));
+        if (failedAt >= 0) return failedAt;
+        visit(work.plan->panels[p]);
+    }
+    return -1;
+}
+
 } // namespace
+
+PanelNumbers::PanelNumbers(PanelPlan const& plan)
+    : values(elementCount<double>(plan.valueCount + kPanelSlack), 0.0), diag(plan.panelOf.size())
+{
+}
+
+PanelScratch::PanelScratch(PanelPlan const& plan)
+    : pivots(plan.panelOf.size()), invDiag(plan.panelOf.size()), gathered(plan.panelOf.size()),
+      position(plan.panelOf.size()), nextRow(largestUpdateCount(plan)), where(plan.panelOf.size())
+{
+}
+
+PanelWork loadPanels(PanelPlan const& plan, SparseRows const& rows, std::vector<int> const& perm,
+                     EntrySlots const& slots, PanelNumbers& numbers, PanelScratch& scratch)
+{
+    assert(plan.panelOf.size() == rows.size() && perm.size() == rows.size());
+    slots.load(rows, numbers.values.data());
+    for (std::size_t r = 0; r < rows.size(); ++r) scratch.pivots[asIndex(perm[r])] = rows[r].back().second;
+    PanelWork work = {};
+    work.plan = &plan;
+    work.values = numbers.values.data();
+    work.pivots = scratch.pivots.data();
+    work.diag = numbers.diag.data();
+    work.invDiag = scratch.invDiag.data();
+    work.position = scratch.position.data();
+    work.nextRow = scratch.nextRow.data();
+    work.where = scratch.where.data();
+    work.gathered = scratch.gathered.data();
+    return work;
+}
+
+int factorInPlace(PanelWork const& work, VectorWidth width)
+{
+    return finishPanels(work, width, [](Panel const&) {});
+}
+
+void writeLists(PanelPlan const& plan, double const* values, LLTMatrix& result)
+{
+    ResultWriter writer(plan, values, result);
+    for (Panel const& panel : plan.panels) writer.write(panel);
+}
 
 NumericResult factorPanels(PanelPlan const& plan, SparseRows const& rows, std::vector<int> const& perm,
                            EntrySlots const& slots, VectorWidth width)
 {
-    std::size_t const n = rows.size();
-    assert(plan.panelOf.size() == n && perm.size() == n);
-    std::vector<double> values(elementCount<double>(plan.valueCount + kPanelSlack), 0.0);
-    slots.load(rows, values.data());
+    PanelNumbers numbers(plan);
+    PanelScratch scratch(plan);
+    PanelWork const work = loadPanels(plan, rows, perm, slots, numbers, scratch);
     NumericResult result;
-    result.pivots.resize(n);
-    for (std::size_t r = 0; r < n; ++r) result.pivots[asIndex(perm[r])] = rows[r].back().second;
-    result.factor.diag.resize(n);
-
-    std::vector<double> invDiag(n), gathered(n);
-    std::vector<int> position(n), nextRow(largestUpdateCount(plan)), where(n);
-    PanelWork work = {};
-    work.plan = &plan;
-    work.values = values.data();
-    work.pivots = result.pivots.data();
-    work.diag = result.factor.diag.data();
-    work.invDiag = invDiag.data();
-    work.position = position.data();
-    work.nextRow = nextRow.data();
-    work.where = where.data();
-    work.gathered = gathered.data();
-
-    PanelKernel const finishPanel = panelKernel(width);
-    ResultWriter writer(plan, work, result.factor);
-    for (std::size_t p = 0; p < plan.panels.size(); ++p) {
-        result.failedAt = finishPanel(work, static_cast<int>(p));
-        if (result.failedAt >= 0) {
-            result.pivots.resize(asIndex(result.failedAt) + 1);
-            return result;
-        }
-        writer.write(plan.panels[p]);
-    }
+    ResultWriter writer(plan, work.values, result.factor);
+    // Each panel is copied while it is still in the cache.
+    result.failedAt = finishPanels(work, width, [&writer](Panel const& panel) { writer.write(panel); });
+    result.pivots = std::move(scratch.pivots);
+    if (result.failedAt >= 0) result.pivots.resize(asIndex(result.failedAt) + 1);
+    result.factor.diag = std::move(numbers.diag);
     return result;
 }
 

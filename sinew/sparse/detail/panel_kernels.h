@@ -21,10 +21,7 @@ struct PanelWork
     int* where;       ///< Scratch: for each row of an updating panel its row in the block of the current panel.
     double* gathered; ///< Scratch: one for each row.
 
-    double* columnOf(Panel const& panel, int c) const
-    {
-        return values + panel.values + static_cast<std::int64_t>(c) * panel.stride;
-    }
+    double* columnOf(Panel const& panel, int c) const { return values + panel.columnStart(c); }
 };
 
 /// Finishes the panel with this index, once all earlier panels are finished. Stops at the first pivot that is zero

@@ -10,16 +10,16 @@ namespace sinew::detail {
 
 namespace {
 
-void cutColumns(PanelPlan& plan, std::vector<int> const& parent, std::vector<int> const& counts)
+// @param counts   for each column the number of its entries below the diagonal
+// @param isNested  isNested(j): whether column j - 1 has an entry in row j, and the pattern of column j otherwise
+template <typename IsNested>
+void cutColumns(PanelPlan& plan, std::vector<int> const& counts, IsNested isNested)
 {
-    int const n = static_cast<int>(parent.size());
+    int const n = static_cast<int>(counts.size());
     plan.panelOf.resize(asIndex(n));
     for (int j = 0; j < n; ++j) {
         std::size_t const column = asIndex(j);
-        // Counts that differ by one imply nested patterns, because the pattern of a column's parent contains the rest
-        // of the column.
-        bool const continues = j > 0 && parent[column - 1] == j && counts[column - 1] == counts[column] + 1 &&
-                               plan.panels.back().width < kMaxPanelWidth;
+        bool const continues = j > 0 && plan.panels.back().width < kMaxPanelWidth && isNested(column);
         if (!continues) {
             plan.panels.emplace_back();
             plan.panels.back().first = j;
@@ -129,10 +129,39 @@ PanelPlan planPanels(LowerPattern const& pattern, std::vector<int> const& parent
 {
     assert(parent.size() == asIndex(pattern.size()) && counts.size() == parent.size());
     PanelPlan plan;
-    cutColumns(plan, parent, counts);
+    cutColumns(plan, counts, [&](std::size_t j) {
+        // Counts that differ by one imply nested patterns, because the pattern of a column's parent contains the rest
+        // of the column.
+        return asIndex(parent[j - 1] + 1) == j + 1 && counts[j - 1] == counts[j] + 1;
+    });
     layOut(plan);
     collectRows(plan, pattern, parent);
     listUpdates(plan);
+    return plan;
+}
+
+PanelPlan planOfColumns(SparseRows const& columns)
+{
+    std::vector<int> counts(columns.size());
+    for (std::size_t j = 0; j < columns.size(); ++j) counts[j] = static_cast<int>(columns[j].size());
+    PanelPlan plan;
+    cutColumns(plan, counts, [&](std::size_t j) {
+        auto const& left = columns[j - 1];
+        auto const& right = columns[j];
+        auto const sameRow = [](auto const& a, auto const& b) { return a.first == b.first; };
+        return left.size() == right.size() + 1 && asIndex(left.front().first) == j &&
+               std::equal(right.begin(), right.end(), left.begin() + 1, sameRow);
+    });
+    layOut(plan);
+    plan.rowLength.assign(columns.size(), 0);
+    for (Panel const& panel : plan.panels) {
+        auto const& last = columns[asIndex(panel.first + panel.width - 1)]; // its rows are those below the panel
+        int* row = plan.rowIndex.data() + panel.rows;
+        for (auto const& [r, v] : last) *row++ = r;
+    }
+    for (auto const& column : columns) {
+        for (auto const& [r, v] : column) ++plan.rowLength[asIndex(r)];
+    }
     return plan;
 }
 

@@ -7,6 +7,7 @@
 
 #include <sinew/detail/as_index.h>
 #include <sinew/sparse/detail/elimination.h>
+#include <sinew/sparse/detail/sparse_rows.h>
 
 namespace sinew::detail {
 
@@ -45,6 +46,9 @@ struct Panel
 
     /// Number of rows in the block without padding.
     int height() const { return width + rowCount; }
+
+    /// Index of the first value of column `c` of the block in the values of the factor.
+    std::int64_t columnStart(int c) const { return values + static_cast<std::int64_t>(c) * stride; }
 
     /// Whether the rows below the panel, with their padding, fill whole vectors of any kernel.
     bool hasWholeVectors() const { return (stride - width) % kWidestLanes == 0; }
@@ -102,5 +106,9 @@ struct PanelPlan
 /// @param parent  the elimination tree of `pattern`
 /// @param counts  the column counts of `pattern`
 PanelPlan planPanels(LowerPattern const& pattern, std::vector<int> const& parent, std::vector<int> const& counts);
+
+/// The layout of a factor whose columns below the diagonal are given: for each the pairs (row, value), rows ascending
+/// and greater than the column. Any such pattern will do. The plan has no updates.
+PanelPlan planOfColumns(SparseRows const& columns);
 
 } // namespace sinew::detail

@@ -1,0 +1,373 @@
+#include <sinew/sparse/compact_factor.h>
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+#include <utility>
+
+#include <sinew/detail/as_index.h>
+#include <sinew/sparse/detail/norm_estimate.h>
+#include <sinew/sparse/detail/panel_factor.h>
+#include <sinew/sparse/detail/panel_substitution.h>
+#include <sinew/sparse/detail/symbolic_analysis.h>
+
+namespace sinew {
+
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+// Numbers of right-hand sides that are solved together: 8 doubles are a cache line, 4 are half of one.
+constexpr std::size_t kLargeGroup = 8;
+constexpr std::size_t kSmallGroup = 4;
+
+template <typename T>
+std::int64_t bytesOf(std::vector<T> const& list)
+{
+    return static_cast<std::int64_t>(list.size() * sizeof(T));
+}
+
+bool isPermutation(std::vector<int> const& perm)
+{
+    std::vector<bool> seen(perm.size(), false);
+    for (int position : perm) {
+        if (position < 0 || detail::asIndex(position) >= perm.size() || seen[detail::asIndex(position)]) return false;
+        seen[detail::asIndex(position)] = true;
+    }
+    return true;
+}
+
+bool isSameNumber(double a, double b)
+{
+    return (a != a && b != b) || std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+// Whether the lists are those of one triangular matrix, as the constructor from an `LLTMatrix` requires.
+bool isConsistent(LLTMatrix const& factor)
+{
+    std::size_t const n = factor.rows.size();
+    if (factor.Mt.size() != n || factor.diag.size() != n || factor.perm.size() != n) return false;
+    if (n > detail::asIndex(std::numeric_limits<int>::max()) || !isPermutation(factor.perm)) return false;
+    std::vector<std::size_t> next(n, 0); // in each list of Mt
+    for (std::size_t i = 0; i < n; ++i) {
+        int const row = static_cast<int>(i);
+        int least = 0;
+        for (auto const& [c, v] : factor.rows[i]) {
+            if (c < least || c >= row) return false;
+            least = c + 1;
+            auto const& column = factor.Mt[detail::asIndex(c)];
+            std::size_t const at = next[detail::asIndex(c)]++;
+            if (at >= column.size() || column[at].first != row || !isSameNumber(column[at].second, v)) return false;
+        }
+    }
+    for (std::size_t c = 0; c < n; ++c) {
+        if (next[c] != factor.Mt[c].size()) return false;
+    }
+    return true;
+}
+
+// The 1-norm of the matrix whose off-diagonal values have been loaded.
+double normOfLoaded(detail::SparseRows const& rows, detail::EntrySlots const& slots, double const* values,
+                    detail::PanelScratch& scratch)
+{
+    std::vector<double>& sums = scratch.gathered;
+    std::vector<int>& lastRow = scratch.position; // of each column; repeated pairs count once
+    std::fill(sums.begin(), sums.end(), 0.0);
+    std::fill(lastRow.begin(), lastRow.end(), -1);
+    std::int64_t const* slot = slots.slot.data();
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+        int const row = static_cast<int>(r);
+        for (std::size_t k = 0; k + 1 < rows[r].size(); ++k, ++slot) {
+            std::size_t const column = detail::asIndex(rows[r][k].first);
+            if (lastRow[column] == row) continue;
+            lastRow[column] = row;
+            double const magnitude = std::fabs(values[*slot]);
+            sums[r] += magnitude;
+            sums[column] += magnitude;
+        }
+        sums[r] += std::fabs(rows[r].back().second);
+    }
+    double norm = 0.0;
+    for (double sum : sums) {
+        if (sum != sum) return sum;
+        norm = std::max(norm, sum);
+    }
+    return norm;
+}
+
+} // namespace
+
+struct CompactFactor::State
+{
+    std::shared_ptr<detail::PatternAnalysis const> analysis; // null if the factor was made from lists
+    detail::PanelPlan listPlan;                              // used without an analysis
+    std::vector<int> listPerm;                               // used without an analysis
+    detail::PanelNumbers numbers;
+    detail::PanelScratch scratch; // empty without an analysis
+    double norm = kNaN;
+    std::size_t largestRowCount = 0; // of all panels
+    bool hasNumbers = false;
+
+    explicit State(std::shared_ptr<detail::PatternAnalysis const> shared)
+        : analysis(std::move(shared)), numbers(plan()), scratch(plan()),
+          largestRowCount(detail::largestRowCount(plan()))
+    {
+    }
+
+    explicit State(LLTMatrix const& factor)
+        : listPlan(detail::planOfColumns(factor.Mt)), listPerm(factor.perm), numbers(listPlan),
+          largestRowCount(detail::largestRowCount(listPlan)), hasNumbers(true)
+    {
+        numbers.diag = factor.diag;
+        for (detail::Panel const& panel : listPlan.panels) {
+            for (int c = 0; c < panel.width; ++c) {
+                double* value = numbers.values.data() + panel.columnStart(c) + c;
+                for (auto const& entry : factor.Mt[detail::asIndex(panel.first + c)]) *++value = entry.second;
+            }
+        }
+    }
+
+    detail::PanelPlan const& plan() const { return analysis ? *analysis->factorization.panelPlan() : listPlan; }
+    std::vector<int> const& perm() const { return analysis ? analysis->factorization.perm() : listPerm; }
+
+    detail::Panel const& panelOf(int column) const
+    {
+        return plan().panels[detail::asIndex(plan().panelOf[detail::asIndex(column)])];
+    }
+
+    // @param rows  of the pattern of the analysis
+    bool factor(detail::SparseRows const& rows)
+    {
+        hasNumbers = false;
+        detail::EntrySlots const& slots = analysis->factorization.slots();
+        std::fill(numbers.values.begin(), numbers.values.end(), 0.0);
+        detail::PanelWork const work = detail::loadPanels(plan(), rows, perm(), slots, numbers, scratch);
+        norm = normOfLoaded(rows, slots, work.values, scratch);
+        hasNumbers = detail::factorInPlace(work, detail::widestVectors()) < 0;
+        return hasNumbers;
+    }
+
+    // Solves `Count` systems; `b` points to the right-hand sides. In y, the values of one unknown are consecutive.
+    template <std::size_t Count>
+    void solveGroup(double* const* b, std::vector<double>& y, std::vector<double>& gathered) const
+    {
+        std::vector<int> const& position = perm();
+        std::size_t const n = position.size();
+        for (std::size_t i = 0; i < n; ++i) {
+            double* const own = y.data() + detail::asIndex(position[i]) * Count;
+            for (std::size_t s = 0; s < Count; ++s) own[s] = b[s][i];
+        }
+        detail::substitutePanels<Count>({&plan(), numbers.values.data(), numbers.diag.data()}, y.data(),
+                                        gathered.data());
+        for (std::size_t i = 0; i < n; ++i) {
+            double const* const own = y.data() + detail::asIndex(position[i]) * Count;
+            for (std::size_t s = 0; s < Count; ++s) b[s][i] = own[s];
+        }
+    }
+
+    // @param column  column(k) returns the right-hand side k
+    template <typename Column>
+    void solveAll(std::size_t count, Column column) const
+    {
+        std::vector<double> y(perm().size() * std::min(count, kLargeGroup)), gathered(largestRowCount);
+        double* group[kLargeGroup];
+        std::size_t solved = 0;
+        auto const solveNext = [&](auto groupSize) {
+            constexpr std::size_t kCount = decltype(groupSize)::value;
+            for (; solved + kCount <= count; solved += kCount) {
+                for (std::size_t s = 0; s < kCount; ++s) group[s] = column(solved + s);
+                solveGroup<kCount>(group, y, gathered);
+            }
+        };
+        solveNext(std::integral_constant<std::size_t, kLargeGroup>());
+        solveNext(std::integral_constant<std::size_t, kSmallGroup>());
+        solveNext(std::integral_constant<std::size_t, 1>());
+    }
+};
+
+CompactFactor::CompactFactor() = default;
+CompactFactor::~CompactFactor() = default;
+CompactFactor::CompactFactor(CompactFactor&&) noexcept = default;
+CompactFactor& CompactFactor::operator=(CompactFactor&&) noexcept = default;
+
+CompactFactor::CompactFactor(CompactFactor const& other)
+    : state_(other.state_ ? std::make_unique<State>(*other.state_) : nullptr)
+{
+}
+
+CompactFactor& CompactFactor::operator=(CompactFactor const& other)
+{
+    return *this = CompactFactor(other);
+}
+
+CompactFactor::CompactFactor(SPDMatrix const& matrix)
+{
+    std::vector<int> perm = matrix.computePerm();
+    if (perm.empty()) return;
+    auto state = std::make_unique<State>(
+        std::make_shared<detail::PatternAnalysis const>(matrix.rows, std::move(perm), detail::FactorMethod::panels));
+    if (state->factor(matrix.rows)) state_ = std::move(state);
+}
+
+CompactFactor::CompactFactor(SymbolicFactor const& symbolic, SPDMatrix const& matrix)
+{
+    if (symbolic.size() == 0 || !symbolic.matches(matrix)) return;
+    std::shared_ptr<detail::PatternAnalysis const> analysis = symbolic.analysis_->shared;
+    if (analysis->factorization.panelPlan() == nullptr) {
+        analysis =
+            std::make_shared<detail::PatternAnalysis const>(matrix.rows, symbolic.perm(), detail::FactorMethod::panels);
+    }
+    auto state = std::make_unique<State>(std::move(analysis));
+    if (state->factor(matrix.rows)) state_ = std::move(state);
+}
+
+CompactFactor::CompactFactor(LLTMatrix const& factor)
+{
+    if (!factor.rows.empty() && isConsistent(factor)) state_ = std::make_unique<State>(factor);
+}
+
+int CompactFactor::size() const
+{
+    return static_cast<int>(perm().size());
+}
+
+bool CompactFactor::hasNumbers() const
+{
+    return state_ && state_->hasNumbers;
+}
+
+std::vector<int> const& CompactFactor::perm() const
+{
+    static std::vector<int> const none;
+    return state_ ? state_->perm() : none;
+}
+
+std::int64_t CompactFactor::entryCount() const
+{
+    if (!state_) return 0;
+    std::int64_t count = size();
+    for (int length : state_->plan().rowLength) count += length;
+    return count;
+}
+
+std::int64_t CompactFactor::factorBytes() const
+{
+    if (!state_) return 0;
+    detail::PanelScratch const& scratch = state_->scratch;
+    return bytesOf(state_->numbers.values) + bytesOf(state_->numbers.diag) + bytesOf(scratch.pivots) +
+           bytesOf(scratch.invDiag) + bytesOf(scratch.gathered) + bytesOf(scratch.position) + bytesOf(scratch.nextRow) +
+           bytesOf(scratch.where);
+}
+
+std::int64_t CompactFactor::analysisBytes() const
+{
+    if (!state_) return 0;
+    if (state_->analysis) return state_->analysis->bytes();
+    return state_->listPlan.bytes() + bytesOf(state_->listPerm);
+}
+
+bool CompactFactor::refactor(SPDMatrix const& matrix)
+{
+    if (!state_ || !state_->analysis || !state_->analysis->matches(matrix.rows)) return false;
+    return state_->factor(matrix.rows);
+}
+
+bool CompactFactor::solve(std::vector<double>& b) const
+{
+    return solve(b.data(), b.size());
+}
+
+bool CompactFactor::solve(double* b, std::size_t count) const
+{
+    if (!state_) return count == 0;
+    if (!state_->hasNumbers || count != perm().size()) return false;
+    state_->solveAll(1, [b](std::size_t) { return b; });
+    return true;
+}
+
+bool CompactFactor::solveMany(std::vector<std::vector<double>>& rightHandSides) const
+{
+    std::size_t const n = perm().size();
+    auto const fits = [n](std::vector<double> const& b) { return b.size() == n; };
+    if (!std::all_of(rightHandSides.begin(), rightHandSides.end(), fits)) return false;
+    if (!state_ || rightHandSides.empty()) return true;
+    if (!state_->hasNumbers) return false;
+    state_->solveAll(rightHandSides.size(), [&](std::size_t k) { return rightHandSides[k].data(); });
+    return true;
+}
+
+bool CompactFactor::solveMany(double* b, std::size_t columnCount, std::size_t stride) const
+{
+    if (columnCount == 0) return true;
+    if (stride < perm().size()) return false;
+    if (!state_) return true;
+    if (!state_->hasNumbers) return false;
+    state_->solveAll(columnCount, [&](std::size_t k) { return b + k * stride; });
+    return true;
+}
+
+double CompactFactor::logDeterminant() const
+{
+    if (!state_) return 0.0;
+    if (!state_->hasNumbers) return kNaN;
+    double sum = 0.0;
+    for (double d : state_->numbers.diag) sum += std::log(d);
+    return 2.0 * sum;
+}
+
+double CompactFactor::matrixNorm() const
+{
+    if (!state_) return 0.0;
+    return state_->hasNumbers ? state_->norm : kNaN;
+}
+
+double CompactFactor::inverseNormEstimate() const
+{
+    if (!state_) return 0.0;
+    if (!state_->hasNumbers) return kNaN;
+    std::size_t const n = perm().size();
+    std::vector<double> y(n), gathered(state_->largestRowCount);
+    return detail::estimateInverseNorm(n, [&](std::vector<double>& x) {
+        double* const b = x.data();
+        state_->solveGroup<1>(&b, y, gathered);
+    });
+}
+
+double CompactFactor::conditionEstimate() const
+{
+    return state_ ? matrixNorm() * inverseNormEstimate() : 0.0;
+}
+
+int CompactFactor::columnLength(int column) const
+{
+    assert(hasNumbers());
+    detail::Panel const& panel = state_->panelOf(column);
+    return panel.height() - (column - panel.first);
+}
+
+void CompactFactor::copyColumn(int column, int* rows, double* values) const
+{
+    assert(hasNumbers());
+    detail::Panel const& panel = state_->panelOf(column);
+    int const c = column - panel.first;
+    *rows++ = column;
+    *values++ = state_->numbers.diag[detail::asIndex(column)];
+    for (int i = c + 1; i < panel.width; ++i) *rows++ = panel.first + i;
+    std::copy_n(state_->plan().rowsBelow(panel), panel.rowCount, rows);
+    std::copy_n(state_->numbers.values.data() + panel.columnStart(c) + c + 1, panel.height() - c - 1, values);
+}
+
+LLTMatrix CompactFactor::toLLT() const
+{
+    LLTMatrix result;
+    if (!hasNumbers()) return result;
+    detail::writeLists(state_->plan(), state_->numbers.values.data(), result);
+    result.diag = state_->numbers.diag;
+    result.perm = state_->perm();
+    return result;
+}
+
+} // namespace sinew
