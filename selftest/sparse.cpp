@@ -6,7 +6,10 @@
 #include <string>
 #include <utility>
 
+#include <sinew/sparse/builders.h>
+#include <sinew/sparse/compact_factor.h>
 #include <sinew/sparse/diagnose.h>
+#include <sinew/sparse/factor_arrays.h>
 #include <sinew/sparse/solve_many.h>
 #include <sinew/sparse/symbolic_factor.h>
 
@@ -230,15 +233,112 @@ void diagnosis(Inputs& in, Record& out)
     }
 }
 
+std::vector<sinew::Triplet> tripletsFor(Inputs& in, int size)
+{
+    std::vector<sinew::Triplet> result;
+    bool const isHostile = in.oneIn(8);
+    for (int i = 0; i < size; ++i) result.push_back({i, i, 2.0 * size});
+    for (int k = size > 0 ? in.below(4 * size) : 0; k > 0; --k) {
+        int const row = in.below(size);
+        int const column = isHostile ? in.below(size + 2) - 1 : in.below(size);
+        result.push_back({row, column, isHostile && in.oneIn(8) ? in.number() : coupling(in)});
+        if (in.oneIn(2)) result.push_back({column, row, result.back().value});
+    }
+    for (std::size_t k = result.size(); k-- > 1;) {
+        std::swap(result[k], result[static_cast<std::size_t>(in.below(static_cast<int>(k) + 1))]);
+    }
+    return result;
+}
+
+void add(sinew::MatrixBuild const& build, Record& out)
+{
+    out.add(build);
+    out.add(build.matrix.rows);
+}
+
+void builders(Inputs& in, Record& out)
+{
+    using sinew::MirroredPairs;
+    while (out.count() < kInputs) {
+        int const size = in.below(80);
+        std::vector<sinew::Triplet> const triplets = tripletsFor(in, size);
+        for (MirroredPairs mirrored : {MirroredPairs::summed, MirroredPairs::once, MirroredPairs::verified}) {
+            add(sinew::fromTriplets(size, triplets, mirrored), out);
+        }
+        // The arrays of a factor: a triangle by columns, which is the other triangle by rows.
+        sinew::CscFactor<int> const arrays = sinew::toCsc(anyMatrix(in).factor());
+        std::int64_t const columns = static_cast<std::int64_t>(arrays.perm.size()) + (in.oneIn(20) ? -1 : 0);
+        int const* const starts = arrays.starts.data();
+        double const* const values = arrays.values.data();
+        add(sinew::fromCsc(columns, starts, arrays.rows.data(), values, MirroredPairs::summed), out);
+        add(sinew::fromCsr(columns, starts, arrays.rows.data(), values, MirroredPairs::once), out);
+        out.countInputs(static_cast<std::int64_t>(triplets.size() + arrays.rows.size()));
+    }
+}
+
+void add(sinew::TripletFactor const& factor, Record& out)
+{
+    for (sinew::Triplet const& t : factor.triplets) {
+        out.add(t.row);
+        out.add(t.column);
+        out.add(t.value);
+    }
+    out.add(factor.perm);
+}
+
+// Without the numbers of bytes, which depend on the size of pointers, and without the logarithm.
+void compactFactors(Inputs& in, Record& out)
+{
+    while (out.count() < kInputs) {
+        SPDMatrix matrix = in.oneIn(16) ? damagedMatrix(in) : anyMatrix(in);
+        sinew::CompactFactor factor =
+            in.oneIn(2) ? sinew::CompactFactor(matrix) : sinew::CompactFactor(sinew::SymbolicFactor(matrix), matrix);
+        if (in.oneIn(8)) factor = sinew::CompactFactor(matrix.factor());
+        for (int steps = in.below(3); steps > 0; --steps) {
+            if (!matrix.rows.empty() && !matrix.rows.back().empty()) matrix.rows.back().back().second = in.tame();
+            out.add(factor.refactor(matrix));
+        }
+        auto const size = static_cast<std::size_t>(factor.size());
+        std::vector<std::vector<double>> sides;
+        for (int i = in.below(12); i > 0; --i) sides.push_back(rightHandSide(in, size + (in.oneIn(50) ? 1 : 0)));
+        std::vector<double> single = rightHandSide(in, size);
+        out.add(factor.hasNumbers());
+        out.add(factor.solve(single));
+        out.add(single);
+        out.add(factor.solveMany(sides));
+        out.add(sides);
+        out.add(factor.matrixNorm());
+        out.add(factor.inverseNormEstimate());
+        out.add(factor.conditionEstimate());
+        add(sinew::toTriplets(factor), out);
+        add(factor.toLLT(), out);
+        out.countInputs(static_cast<std::int64_t>(matrix.rows.size()));
+    }
+}
+
+void logDeterminants(Inputs& in, Record& out)
+{
+    while (out.count() < kInputs) {
+        sinew::CompactFactor const factor(anyMatrix(in));
+        out.add(factor.logDeterminant());
+        out.countInputs(factor.size());
+    }
+}
+
 } // namespace
 
 std::vector<Group> sparseGroups()
 {
     constexpr MathLibrary kUnused = MathLibrary::unused;
     return {
-        {"sparse.computePerm", "rows", kUnused, ordering}, {"sparse.factor", "rows", kUnused, factors},
-        {"sparse.solve", "unknowns", kUnused, solutions},  {"sparse.SymbolicFactor", "rows", kUnused, symbolicFactors},
+        {"sparse.computePerm", "rows", kUnused, ordering},
+        {"sparse.factor", "rows", kUnused, factors},
+        {"sparse.solve", "unknowns", kUnused, solutions},
+        {"sparse.SymbolicFactor", "rows", kUnused, symbolicFactors},
         {"sparse.diagnose", "rows", kUnused, diagnosis},
+        {"sparse.builders", "entries", kUnused, builders},
+        {"sparse.CompactFactor", "rows", kUnused, compactFactors},
+        {"sparse.logDeterminant", "rows", MathLibrary::used, logDeterminants},
     };
 }
 

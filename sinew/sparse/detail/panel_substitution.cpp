@@ -11,8 +11,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include <sinew/detail/as_index.h>
+#include <sinew/detail/vectors.h>
 
 namespace sinew::detail {
 
@@ -21,17 +23,40 @@ namespace {
 // Number of columns that are subtracted in one pass over the rows below a panel.
 constexpr int kColumnsAtOnce = 4;
 
-template <std::size_t Count>
-SINEW_KERNEL void divide(double* own, double diagonal)
+// The values of one unknown for `Count` right-hand sides, in vectors. Compilers vectorise the loops over right-hand
+// sides by many permutations otherwise.
+template <std::size_t Count, VectorWidth width>
+struct Group
 {
-    for (std::size_t s = 0; s < Count; ++s) own[s] /= diagonal;
-}
+    // A group of four on a processor with vectors of eight takes the vectors of four.
+    static constexpr VectorWidth kPartWidth = Count < kVectorSize<width> ? VectorWidth::avx2 : width;
+    static constexpr std::size_t kVectors = Count / kVectorSize<kPartWidth>;
 
-template <std::size_t Count>
-SINEW_KERNEL void subtractProduct(double* own, double const* other, double v)
+    Vector<kPartWidth> part[kVectors];
+
+    SINEW_KERNEL void load(double const* values) { std::memcpy(part, values, sizeof part); }
+    SINEW_KERNEL void store(double* values) const { std::memcpy(values, part, sizeof part); }
+    SINEW_KERNEL void divide(double diagonal)
+    {
+        for (std::size_t v = 0; v < kVectors; ++v) part[v] /= diagonal;
+    }
+    SINEW_KERNEL void subtract(Group const& other, double factor)
+    {
+        for (std::size_t v = 0; v < kVectors; ++v) part[v] -= other.part[v] * factor;
+    }
+};
+
+// A single right-hand side.
+template <VectorWidth width>
+struct Group<1, width>
 {
-    for (std::size_t s = 0; s < Count; ++s) own[s] -= other[s] * v;
-}
+    double value;
+
+    SINEW_KERNEL void load(double const* values) { value = *values; }
+    SINEW_KERNEL void store(double* values) const { *values = value; }
+    SINEW_KERNEL void divide(double diagonal) { value /= diagonal; }
+    SINEW_KERNEL void subtract(Group const& other, double factor) { value -= other.value * factor; }
+};
 
 // Subtracts the columns from `first` on of a block, `Columns` of them, from the gathered rows below the panel.
 template <std::size_t Columns>
@@ -58,26 +83,36 @@ struct Substitution
     SINEW_KERNEL void run() const
     {
         std::vector<Panel> const& panels = factor.plan->panels;
-        for (std::size_t p = 0; p < panels.size(); ++p) forward(panels[p]);
-        for (std::size_t p = panels.size(); p-- > 0;) backward(panels[p]);
+        for (std::size_t p = 0; p < panels.size(); ++p) forward<Group<Count, width>>(panels[p]);
+        for (std::size_t p = panels.size(); p-- > 0;) backward<Group<Count, width>>(panels[p]);
     }
 
     SINEW_KERNEL double* unknown(int i) const { return y + asIndex(i) * Count; }
 
+    template <typename Values>
     SINEW_KERNEL void forward(Panel const& panel) const
     {
         int const panelWidth = panel.width;
         for (int c = 0; c < panelWidth; ++c) {
-            double* const own = unknown(panel.first + c);
-            divide<Count>(own, factor.diag[panel.first + c]);
+            Values own, later;
+            own.load(unknown(panel.first + c));
+            own.divide(factor.diag[panel.first + c]);
+            own.store(unknown(panel.first + c));
             double const* const column = factor.values + panel.columnStart(c);
-            for (int i = c + 1; i < panelWidth; ++i) subtractProduct<Count>(unknown(panel.first + i), own, column[i]);
+            for (int i = c + 1; i < panelWidth; ++i) {
+                later.load(unknown(panel.first + i));
+                later.subtract(own, column[i]);
+                later.store(unknown(panel.first + i));
+            }
         }
-        if (Count == 1 && panelWidth > 1) {
-            forwardGathered(panel);
-        } else {
-            forwardInPlace(panel);
+        if (Count == 1 && panelWidth > 1) return forwardGathered(panel);
+        int c = 0;
+        for (; c + kColumnsAtOnce <= panelWidth; c += kColumnsAtOnce) {
+            forwardInPlace<Values, kColumnsAtOnce>(panel, c);
         }
+        if (panelWidth - c == 3) forwardInPlace<Values, 3>(panel, c);
+        if (panelWidth - c == 2) forwardInPlace<Values, 2>(panel, c);
+        if (panelWidth - c == 1) forwardInPlace<Values, 1>(panel, c);
     }
 
     // The rows below the panel, for one right-hand side.
@@ -99,26 +134,26 @@ struct Substitution
         for (int t = 0; t < rowCount; ++t) y[rows[t]] = gathered[t];
     }
 
-    // The rows below the panel, for a group of right-hand sides, or for a panel of one column.
-    SINEW_KERNEL void forwardInPlace(Panel const& panel) const
+    // Subtracts `Columns` columns, from `first` on, from the rows below the panel.
+    template <typename Values, std::size_t Columns>
+    SINEW_KERNEL void forwardInPlace(Panel const& panel, int first) const
     {
+        Values x[Columns];
+        for (std::size_t c = 0; c < Columns; ++c) x[c].load(unknown(panel.first + first) + c * Count);
         int const* const rows = factor.plan->rowsBelow(panel);
-        for (int first = 0; first < panel.width; first += kColumnsAtOnce) {
-            int const last = std::min(first + kColumnsAtOnce, panel.width);
-            double const* const below = factor.values + panel.columnStart(first) + panel.width;
-            for (int t = 0; t < panel.rowCount; ++t) {
-                double* const own = unknown(rows[t]);
-                double sum[Count];
-                for (std::size_t s = 0; s < Count; ++s) sum[s] = own[s];
-                double const* value = below + t;
-                for (int c = first; c < last; ++c, value += panel.stride) {
-                    subtractProduct<Count>(sum, unknown(panel.first + c), *value);
-                }
-                for (std::size_t s = 0; s < Count; ++s) own[s] = sum[s];
-            }
+        double const* const below = factor.values + panel.columnStart(first) + panel.width;
+        std::int64_t const stride = panel.stride;
+        for (int t = 0; t < panel.rowCount; ++t) {
+            double* const own = unknown(rows[t]);
+            Values sum;
+            sum.load(own);
+            double const* value = below + t;
+            for (std::size_t c = 0; c < Columns; ++c, value += stride) sum.subtract(x[c], *value);
+            sum.store(own);
         }
     }
 
+    template <typename Values>
     SINEW_KERNEL void backward(Panel const& panel) const
     {
         int const* const rows = factor.plan->rowsBelow(panel);
@@ -128,19 +163,20 @@ struct Substitution
             for (int t = 0; t < rowCount; ++t) gathered[t] = y[rows[t]];
         }
         for (int c = panel.width; c-- > 0;) {
-            double* const own = unknown(panel.first + c);
             double const* const column = factor.values + panel.columnStart(c);
             double const* const below = column + panel.width;
-            double sum[Count];
-            for (std::size_t s = 0; s < Count; ++s) sum[s] = own[s];
-            for (int i = c + 1; i < panel.width; ++i) subtractProduct<Count>(sum, unknown(panel.first + i), column[i]);
-            if (isGathered) {
-                for (int t = 0; t < rowCount; ++t) sum[0] -= gathered[t] * below[t];
-            } else {
-                for (int t = 0; t < rowCount; ++t) subtractProduct<Count>(sum, unknown(rows[t]), below[t]);
+            Values sum, other;
+            sum.load(unknown(panel.first + c));
+            for (int i = c + 1; i < panel.width; ++i) {
+                other.load(unknown(panel.first + i));
+                sum.subtract(other, column[i]);
             }
-            divide<Count>(sum, factor.diag[panel.first + c]);
-            for (std::size_t s = 0; s < Count; ++s) own[s] = sum[s];
+            for (int t = 0; t < rowCount; ++t) {
+                other.load(isGathered ? gathered + t : unknown(rows[t]));
+                sum.subtract(other, below[t]);
+            }
+            sum.divide(factor.diag[panel.first + c]);
+            sum.store(unknown(panel.first + c));
         }
     }
 };
