@@ -29,12 +29,12 @@ namespace sinew {
 /// threads at once.
 ///
 /// @code
+/// SPDMatrix matrix;
+/// matrix.rows = {{{0, 2.0}}, {{0, -1.0}, {1, 2.0}}};
 /// sinew::CompactFactor factor(matrix);
-/// for (int step = 0; step < steps; ++step) {
-///     updateValues(matrix, step);            // the pattern stays
-///     if (!factor.refactor(matrix)) break;   // not positive definite
-///     factor.solve(x);                       // the bits of matrix.factor().solve(x)
-/// }
+/// matrix.rows[0][0].second = 5.0;     // other values, the same pattern
+/// std::vector<double> x = {1, 1};
+/// if (factor.refactor(matrix) && factor.solve(x)) std::printf("(%g, %g)\n", x[0], x[1]); // (0.333333, 0.666667)
 /// @endcode
 class CompactFactor
 {

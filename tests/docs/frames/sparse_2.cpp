@@ -1,17 +1,34 @@
 #include <cstdio>
+#include <string>
+#include <vector>
 
 #include <sinew/sinew.h>
 
-static void updateValues(SPDMatrix& matrix, int step)
+struct Triangle
 {
-    matrix.rows[0][0].second = 2.0 + step;
+    int vertex[3];
+};
+
+struct Mesh
+{
+    int vertexCount = 4;
+    std::vector<Triangle> triangles = {{{0, 1, 2}}, {{2, 1, 3}}};
+};
+
+static double stiffness(Triangle const&, int i, int j)
+{
+    return i == j ? 2.0 : -0.5;
+}
+
+static int fail(std::string const& text)
+{
+    std::printf("%s", text.c_str());
+    return 1;
 }
 
 int main()
 {
-    SPDMatrix matrix;
-    matrix.rows = {{{0, 2.0}}, {{0, -1.0}, {1, 2.0}}};
-    std::vector<std::vector<double>> rightHandSides = {{1, 0}, {0, 1}};
-    int const steps = 3;
+    Mesh const mesh;
     // THE BLOCK
+    return factor.rows.size() == 4 ? 0 : 1;
 }

@@ -1,10 +1,18 @@
-#include <cstdio>
+#include <Eigen/Sparse>
 
 #include <sinew/sinew.h>
 
+static Eigen::SparseMatrix<double> assemble()
+{
+    Eigen::SparseMatrix<double> result(2, 2);
+    result.insert(0, 0) = 2.0;
+    result.insert(1, 0) = result.insert(0, 1) = -1.0;
+    result.insert(1, 1) = 2.0;
+    return result;
+}
+
 int main()
 {
-    SPDMatrix matrix;
-    matrix.rows = {{{0, 2.0}}, {{0, -3.0}, {1, 2.0}}};
     // THE BLOCK
+    return matrix.rows.size() == 2 && matrix.rows[1][0].second == -1.0 ? 0 : 1;
 }
