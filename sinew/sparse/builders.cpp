@@ -119,13 +119,19 @@ private:
     std::vector<Open> open_;
 };
 
-// An entry, moved to the lower triangle.
+// An entry, moved to the lower triangle. The sign bit of the column says whether the host gave it in the upper one, so
+// that an entry takes 16 bytes.
 struct Entry
 {
-    int row;
-    int column;
-    double value;
-    bool isUpper; // whether the host gave it in the upper triangle
+    int row = 0;
+    int signedColumn = 0;
+    double value = 0.0;
+
+    Entry() = default;
+    Entry(int i, int j, double v) : row(std::max(i, j)), signedColumn(j > i ? ~i : j), value(v) {}
+
+    bool isUpper() const { return signedColumn < 0; }
+    int column() const { return isUpper() ? ~signedColumn : signedColumn; }
 };
 
 // Sorts by a key in [0, keyCount). Entries of equal keys stay in their order.
@@ -172,17 +178,14 @@ public:
         if (!columnFits) refusal_.add(EntryFault::columnOutOfRange, {position, row, column}, value);
         if (!std::isfinite(value)) refusal_.add(EntryFault::notFinite, {position, row, column}, value);
         if (!refusal_.isEmpty()) return;
-        bool const isUpper = column > row;
-        if (isUpper) std::swap(row, column);
-        entries_.push_back({static_cast<int>(row), static_cast<int>(column), value, isUpper});
+        entries_.emplace_back(static_cast<int>(row), static_cast<int>(column), value);
     }
 
     MatrixBuild finish()
     {
         if (!refusal_.isEmpty()) return refusal_.take();
         std::size_t const n = detail::asIndex(size_);
-        entries_ = sortedBy(entries_, n, [](Entry const& entry) { return entry.column; });
-        entries_ = sortedBy(entries_, n, [](Entry const& entry) { return entry.row; });
+        sortEntries(n);
         MatrixBuild result;
         result.matrix.rows.resize(n);
         auto next = entries_.cbegin();
@@ -194,19 +197,31 @@ private:
     using Iterator = std::vector<Entry>::const_iterator;
     using Row = std::vector<std::pair<int, double>>;
 
+    // Sorts by row, then by column. Entries of the same place stay in their order.
+    void sortEntries(std::size_t n)
+    {
+        auto const isBefore = [](Entry const& a, Entry const& b) {
+            return a.row < b.row || (a.row == b.row && a.column() < b.column());
+        };
+        // Compressed arrays of one triangle are often sorted already.
+        if (std::is_sorted(entries_.begin(), entries_.end(), isBefore)) return;
+        entries_ = sortedBy(entries_, n, [](Entry const& entry) { return entry.column(); });
+        entries_ = sortedBy(entries_, n, [](Entry const& entry) { return entry.row; });
+    }
+
     // @param first  the first entry of row i
     // @return       the first entry of the next row
     Iterator fillRow(int i, Iterator first, Row& row)
     {
         Iterator const last = std::find_if(first, entries_.cend(), [i](Entry const& entry) { return entry.row != i; });
         std::size_t places = 0;
-        for (Iterator e = first; e != last; ++e) places += e == first || e->column != (e - 1)->column;
+        for (Iterator e = first; e != last; ++e) places += e == first || e->column() != (e - 1)->column();
         row.reserve(places);
         while (first != last) {
-            int const column = first->column;
+            int const column = first->column();
             Sum lower, upper;
-            for (; first != last && first->column == column; ++first) {
-                bool const isSeparate = mirrored_ != MirroredPairs::summed && first->isUpper;
+            for (; first != last && first->column() == column; ++first) {
+                bool const isSeparate = mirrored_ != MirroredPairs::summed && first->isUpper();
                 (isSeparate ? upper : lower).add(first->value);
             }
             if (mirrored_ == MirroredPairs::verified && column != i &&
