@@ -286,7 +286,7 @@ void add(sinew::TripletFactor const& factor, Record& out)
     out.add(factor.perm);
 }
 
-// Without the numbers of bytes, which depend on the size of pointers, and without the logarithm.
+// Without the numbers of bytes, which depend on the size of pointers.
 void compactFactors(Inputs& in, Record& out)
 {
     while (out.count() < kInputs) {
@@ -307,21 +307,13 @@ void compactFactors(Inputs& in, Record& out)
         out.add(single);
         out.add(factor.solveMany(sides));
         out.add(sides);
+        out.add(factor.logDeterminant());
         out.add(factor.matrixNorm());
         out.add(factor.inverseNormEstimate());
         out.add(factor.conditionEstimate());
         add(sinew::toTriplets(factor), out);
         add(factor.toLLT(), out);
         out.countInputs(static_cast<std::int64_t>(matrix.rows.size()));
-    }
-}
-
-void logDeterminants(Inputs& in, Record& out)
-{
-    while (out.count() < kInputs) {
-        sinew::CompactFactor const factor(anyMatrix(in));
-        out.add(factor.logDeterminant());
-        out.countInputs(factor.size());
     }
 }
 
@@ -338,7 +330,6 @@ std::vector<Group> sparseGroups()
         {"sparse.diagnose", "rows", kUnused, diagnosis},
         {"sparse.builders", "entries", kUnused, builders},
         {"sparse.CompactFactor", "rows", kUnused, compactFactors},
-        {"sparse.logDeterminant", "rows", MathLibrary::used, logDeterminants},
     };
 }
 

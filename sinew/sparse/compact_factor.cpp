@@ -9,10 +9,11 @@
 #include <utility>
 
 #include <sinew/detail/as_index.h>
+#include <sinew/sparse/detail/log_product.h>
 #include <sinew/sparse/detail/norm_estimate.h>
 #include <sinew/sparse/detail/panel_factor.h>
 #include <sinew/sparse/detail/panel_substitution.h>
-#include <sinew/sparse/detail/symbolic_analysis.h>
+#include <sinew/sparse/detail/pattern_analysis.h>
 
 namespace sinew {
 
@@ -215,7 +216,7 @@ CompactFactor::CompactFactor(SPDMatrix const& matrix)
 CompactFactor::CompactFactor(SymbolicFactor const& symbolic, SPDMatrix const& matrix)
 {
     if (symbolic.size() == 0 || !symbolic.matches(matrix)) return;
-    std::shared_ptr<detail::PatternAnalysis const> analysis = symbolic.analysis_->shared;
+    std::shared_ptr<detail::PatternAnalysis const> analysis = symbolic.sharedAnalysis();
     if (analysis->factorization.panelPlan() == nullptr) {
         analysis =
             std::make_shared<detail::PatternAnalysis const>(matrix.rows, symbolic.perm(), detail::FactorMethod::panels);
@@ -313,9 +314,9 @@ double CompactFactor::logDeterminant() const
 {
     if (!state_) return 0.0;
     if (!state_->hasNumbers) return kNaN;
-    double sum = 0.0;
-    for (double d : state_->numbers.diag) sum += std::log(d);
-    return 2.0 * sum;
+    detail::ScaledProduct product;
+    for (double d : state_->numbers.diag) product.multiply(d);
+    return 2.0 * product.logarithm();
 }
 
 double CompactFactor::matrixNorm() const

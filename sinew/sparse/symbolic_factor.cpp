@@ -2,9 +2,14 @@
 
 #include <utility>
 
-#include <sinew/sparse/detail/symbolic_analysis.h>
+#include <sinew/sparse/detail/pattern_analysis.h>
 
 namespace sinew {
+
+struct SymbolicFactor::Analysis
+{
+    std::shared_ptr<detail::PatternAnalysis const> shared;
+};
 
 SymbolicFactor::SymbolicFactor(SPDMatrix const& pattern)
 {
@@ -17,6 +22,11 @@ SymbolicFactor::SymbolicFactor(SPDMatrix const& pattern)
 SymbolicFactor::~SymbolicFactor() = default;
 SymbolicFactor::SymbolicFactor(SymbolicFactor&&) noexcept = default;
 SymbolicFactor& SymbolicFactor::operator=(SymbolicFactor&&) noexcept = default;
+
+std::shared_ptr<detail::PatternAnalysis const> SymbolicFactor::sharedAnalysis() const
+{
+    return analysis_ ? analysis_->shared : nullptr;
+}
 
 int SymbolicFactor::size() const
 {

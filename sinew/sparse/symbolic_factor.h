@@ -14,6 +14,10 @@ namespace sinew {
 
 class CompactFactor;
 
+namespace detail {
+struct PatternAnalysis;
+} // namespace detail
+
 /// The part of a factorisation that depends only on the pattern of the matrix: its ordering and the pattern of its
 /// factor.
 ///
@@ -69,6 +73,7 @@ public:
 
 private:
     friend class CompactFactor; // shares the analysis
+    std::shared_ptr<detail::PatternAnalysis const> sharedAnalysis() const;
 
     struct Analysis;
     std::unique_ptr<Analysis const> analysis_;

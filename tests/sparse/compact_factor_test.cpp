@@ -405,6 +405,48 @@ TEST(CompactFactor, LogDeterminantIsThatOfAKnownMatrix)
     EXPECT_NEAR(CompactFactor(chain).logDeterminant(), std::log(n + 1.0) + n * std::log(1e-3), 1e-10);
 }
 
+TEST(CompactFactor, LogDeterminantIsTwiceTheSumOfLogarithms)
+{
+    Random random(20251232);
+    for (int trial = 0; trial < 200; ++trial) {
+        SCOPED_TRACE(trial);
+        int const n = 1 + random.below(300);
+        SPDMatrix diagonal;
+        double expected = 0;
+        double magnitudes = 1;
+        for (int i = 0; i < n; ++i) {
+            double const d = std::fabs(random.spread(-1000, 1000));
+            diagonal.rows.push_back({{i, d}});
+            expected += std::log(d);
+            magnitudes += std::fabs(expected);
+        }
+        // Each of the n roots and sums is rounded.
+        EXPECT_NEAR(CompactFactor(diagonal).logDeterminant(), expected, 1e-15 * (n + magnitudes));
+    }
+}
+
+TEST(CompactFactor, LogDeterminantOfExtremeDiagonals)
+{
+    auto const logOf = [](std::vector<double> const& diagonal) {
+        LLTMatrix lists;
+        for (double d : diagonal) {
+            lists.perm.push_back(static_cast<int>(lists.diag.size()));
+            lists.diag.push_back(d);
+            lists.rows.emplace_back();
+        }
+        lists.initMt();
+        return CompactFactor(lists).logDeterminant();
+    };
+    EXPECT_EQ(logOf({1.0, 1.0}), 0.0);
+    EXPECT_EQ(logOf({0.0, 2.0}), -kInf);
+    EXPECT_EQ(logOf({kInf, 2.0}), kInf);
+    EXPECT_TRUE(std::isnan(logOf({kInf, 0.0})));
+    EXPECT_TRUE(std::isnan(logOf({kNaN, 2.0})));
+    EXPECT_EQ(logOf({-2.0}), logOf({2.0})) << "the determinant is the square";
+    EXPECT_NEAR(logOf({std::numeric_limits<double>::denorm_min()}), -1074 * 2 * std::log(2.0), 1e-12);
+    EXPECT_NEAR(logOf(std::vector<double>(3000, 1e300)), 6000 * std::log(1e300), 1e-8);
+}
+
 TEST(CompactFactor, InverseNormEstimateIsALowerBoundAndClose)
 {
     Random random(20251231);
