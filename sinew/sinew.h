@@ -46,6 +46,7 @@
 #include <sinew/skinning/substitute_geometry_data.h>
 #include <sinew/skinning/weights.h>
 
+#include <sinew/meshfunc/location.h>
 #include <sinew/meshfunc/mesh_diagnosis.h>
 #include <sinew/meshfunc/mesh_function_2d.h>
 #include <sinew/meshfunc/texture_compaction.h>

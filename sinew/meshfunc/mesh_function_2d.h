@@ -23,6 +23,7 @@ class TextureOptimizer;
 namespace sinew::detail {
 class LoopBoxes;
 class TriangleLocator;
+struct MeshFunctionAccess;
 } // namespace sinew::detail
 
 /// A piecewise-linear function of two variables: its vertices and triangles, and structures derived from them.
@@ -235,6 +236,8 @@ public:
     void remapToOptimized(TextureOptimizer const& optimizer);
 
 private:
+    friend struct sinew::detail::MeshFunctionAccess;
+
     std::unique_ptr<sinew::detail::TriangleLocator> locator_; // finds triangles faster than the lists of `gridCells`
     std::unique_ptr<sinew::detail::LoopBoxes> loopBoxes_;     // finds the loops that can be nearest
 };

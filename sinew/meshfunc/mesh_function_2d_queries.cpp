@@ -1,175 +1,41 @@
 // The queries of mesh functions. All are const and change no member.
 //
-// Sources: C. Ericson, Real-Time Collision Detection, 2005, sections 3.4 (barycentric weights), 5.1.2 (distance to a
-// segment) and 7.1 (lookup in a grid). The walk of the older extrapolation moves like a digital differential analyser:
-// J. Foley, A. van Dam, S. Feiner, J. Hughes, Computer Graphics: Principles and Practice, 2nd edition 1990,
-// section 3.2.
+// Source: C. Ericson, Real-Time Collision Detection, 2005, sections 3.4 (barycentric weights) and 5.1.2 (distance to a
+// segment).
 
 #include <sinew/meshfunc/mesh_function_2d.h>
 
-#include <algorithm>
-#include <cmath>
 #include <limits>
 
 #include <sinew/core/tolerances.h>
 #include <sinew/detail/as_index.h>
-#include <sinew/meshfunc/detail/loop_boxes.h>
+#include <sinew/meshfunc/detail/interpolation.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
-#include <sinew/meshfunc/detail/mesh_view.h>
+#include <sinew/meshfunc/detail/mesh_search.h>
 #include <sinew/meshfunc/detail/prepared_triangle.h>
-#include <sinew/meshfunc/detail/triangle_locator.h>
 
 using Point = tzNM::vect2<double>;
 using namespace sinew::detail;
 
 namespace {
 
-// Squared distances to edges that differ by less than this are a tie. Absolute, in the unit of `params`, squared.
-constexpr double kEdgeTie = 1e-8;
-
 // The ends of a segment for the projection of a point on it, in units of the segment's squared length. kSegmentEnd is
 // the double written here, which 1 + 1e-8 need not equal.
 constexpr double kSegmentBegin = 1e-8; // before the first vertex
 constexpr double kSegmentEnd = 1.00000001;
 
-// The walk to the middle of the grid has no direction if it is shorter than this, in cells.
-constexpr double kShortestWalk = 1e-8;
-
-// The scalar of a function that has none. It is returned instead of failing, so that the caller still gets the value.
-constexpr float kNoScalar = -1;
-
-// No triangle.
-constexpr int kNone = -1;
-
-bool hasGrid(MeshFunction2D const& f)
-{
-    return f.gridSize[0] >= 1 && f.gridSize[1] >= 1;
-}
-
-std::size_t vertexCount(MeshFunction2D const& f)
-{
-    return std::min(f.params.size(), f.values.size());
-}
-
 bool isVertex(MeshFunction2D const& f, int i)
 {
-    return i >= 0 && asIndex(i) < vertexCount(f);
+    return i >= 0 && asIndex(i) < vertexCountOf(f);
 }
 
-// The triangles listed in a cell. Null if there is no such cell, which also happens after a caller has changed the
-// public grid.
-std::vector<int> const* cellList(MeshFunction2D const& f, int const cell[2])
+// Applies the affine map of a triangle at any point. False if there is no such triangle or if it is degenerate.
+bool applyTriangle(MeshFunction2D const& f, int t, Point const& p, Point* out, float* outScalar)
 {
-    if (cell[0] < 0 || cell[0] >= f.gridSize[0] || cell[1] < 0 || cell[1] >= f.gridSize[1]) return nullptr;
-    std::size_t const index = cellIndex(cell[0], cell[1], f.gridSize[1]);
-    return index < f.gridCells.size() ? &f.gridCells[index] : nullptr;
-}
-
-bool evaluateTriangle(MeshFunction2D const& f, int t, Point const& p, Point* out, float* outScalar, bool checkInside)
-{
-    int corners[kCorners];
-    return t >= 0 && triangleCorners(f.facets, asIndex(t), vertexCount(f), corners) &&
-           f.iEvalInFacet(corners[0], corners[1], corners[2], p, out, outScalar, checkInside);
-}
-
-// The triangle of the nearest boundary segment. Of equally near loops the one with the smaller index wins. kNone if
-// there is no boundary, or if all of it is too far away.
-int nearestBoundaryTriangle(MeshFunction2D const& f, LoopBoxes const* boxes, Point const& p)
-{
-    Vector3 const q(p.x, p.y, 0.0);
-    double best = sinew::kFarthestDistSq;
-    std::size_t bestLoop = 0;
-    int triangle = kNone;
-    auto const tryLoop = [&](std::size_t k) {
-        if (!f.boundaryProjectors[k] || k >= f.boundaryFacets.size()) return;
-        sinew::PolylineHit const hit = sinew::closestPoint(*f.boundaryProjectors[k], q);
-        if (hit.segment < 0 || asIndex(hit.segment) >= f.boundaryFacets[k].size()) return;
-        double const d2 = distSq(q, hit.point);
-        // The tree visits loops in any order, so a tie must be decided by the index.
-        if (d2 < best || (d2 == best && triangle >= 0 && k < bestLoop)) {
-            triangle = f.boundaryFacets[k][asIndex(hit.segment)];
-            best = d2;
-            bestLoop = k;
-        }
-    };
-    if (boxes && boxes->loopCount() == f.boundaryProjectors.size()) {
-        boxes->visitNearest(p, &best, tryLoop);
-    } else {
-        for (std::size_t k = 0; k < f.boundaryProjectors.size(); ++k) tryLoop(k);
-    }
-    return triangle;
-}
-
-// The list of the first cell with triangles on the straight way from the cell of p to the middle of the grid and
-// beyond. Null if there is none.
-std::vector<int> const* walkToTriangles(MeshFunction2D const& f, Point const& p)
-{
-    int cell[2];
-    double position[2];
-    double step[2];
-    for (int k = 0; k < 2; ++k) {
-        cell[k] = cellOfCoordinate((p[k] - f.domainMin[k]) * f.gridScale[k], f.gridSize[k]);
-        position[k] = cell[k];
-        step[k] = f.gridSize[k] * 0.5 - cell[k];
-    }
-    std::vector<int> const* list = cellList(f, cell);
-    if (!list || !list->empty()) return list;
-
-    double const longer = std::max(std::fabs(step[0]), std::fabs(step[1]));
-    if (longer < kShortestWalk) return nullptr;
-    for (double& s : step) s = s / longer;
-    // This ends, because each step moves one coordinate by a whole cell in the same direction. Outside the grid the
-    // list is null.
-    while (list && list->empty()) {
-        for (int k = 0; k < 2; ++k) {
-            position[k] = position[k] + step[k];
-            cell[k] = static_cast<int>(std::floor(position[k]));
-        }
-        list = cellList(f, cell);
-    }
-    return list;
-}
-
-// The triangle with the nearest edge among those listed; kNone if all of them are invalid.
-int triangleOfNearestEdge(MeshFunction2D const& f, std::vector<int> const& list, Point const& p)
-{
-    double best = -1;
-    int chosen = kNone;
-    for (int const t : list) {
-        int corners[kCorners];
-        if (t < 0 || !triangleCorners(f.facets, asIndex(t), vertexCount(f), corners)) continue;
-        for (std::size_t k = 0; k < kCorners; ++k) {
-            bool onSegment = false;
-            double const d = f.iDistToEdge(corners[k], corners[(k + 1) % kCorners], p, &onSegment, false);
-            // A negative `best` means that no edge was taken yet. Rounding can make a distance negative, too; the next
-            // edge then replaces it.
-            if (best < 0 || d < best - kEdgeTie || (onSegment && d < best + kEdgeTie)) {
-                best = d;
-                chosen = t;
-            }
-        }
-    }
-    return chosen;
-}
-
-// Writes the value and the scalar at a point with these weights in the triangle with these corners.
-void interpolate(MeshFunction2D const& f, int const corners[kCorners], Weights const& weights, Point* out,
-                 float* outScalar)
-{
-    std::size_t const i0 = asIndex(corners[0]);
-    std::size_t const i1 = asIndex(corners[1]);
-    std::size_t const i2 = asIndex(corners[2]);
-    // The order of the sum is part of the definition: second corner, third corner, first corner.
-    if (out) *out = weights.u * f.values[i1] + weights.v * f.values[i2] + weights.w * f.values[i0];
-    if (!outScalar) return;
-    if (f.normaldots.size() < f.values.size()) {
-        *outScalar = kNoScalar;
-        return;
-    }
-    // The products are doubles; each partial sum is rounded to float.
-    auto s = static_cast<float>(f.normaldots[i1] * weights.u);
-    s = static_cast<float>(s + f.normaldots[i2] * weights.v);
-    *outScalar = static_cast<float>(s + f.normaldots[i0] * weights.w);
+    PreparedTriangle triangle;
+    if (!prepareTriangleOf(f, t, &triangle)) return false;
+    interpolate(f, triangle.corners, weightsOf(triangle, p), out, outScalar);
+    return true;
 }
 
 } // namespace
@@ -207,30 +73,9 @@ double MeshFunction2D::iDistToEdge(int i, int j, Point const& p, bool* onSegment
 
 bool MeshFunction2D::evaluate(Point const& p, Point* out, float* outScalar) const
 {
-    if (!hasGrid(*this)) return false;
-    int cell[2];
-    bool hasNaN = false;
-    for (int k = 0; k < 2; ++k) {
-        double const s = (p[k] - domainMin[k]) * gridScale[k];
-        if (!(s >= -kCellTolerance && s <= gridSize[k] + kCellTolerance)) {
-            if (!std::isnan(s)) return false;
-            hasNaN = true;
-        }
-        cell[k] = cellOfCoordinate(s, gridSize[k]);
-    }
-    // The finer grids do not know NaN points; the public list does.
-    if (!hasNaN && locator_ && locator_->matches(viewOf(*this))) {
-        std::size_t const index = cellIndex(cell[0], cell[1], gridSize[1]);
-        if (CellTriangles const* triangles = locator_->triangles(index, [this] { return viewOf(*this); })) {
-            TriangleHit hit;
-            if (!triangles->find(p, &hit)) return false;
-            interpolate(*this, hit.corners, hit.weights, out, outScalar);
-            return true;
-        }
-    }
-    std::vector<int> const* list = cellList(*this, cell);
-    return list && std::any_of(list->begin(), list->end(),
-                               [&](int t) { return evaluateTriangle(*this, t, p, out, outScalar, true); });
+    return findAccepting(*this, p, [&](TriangleHit const& hit) {
+        interpolate(*this, hit.triangle->corners, hit.weights, out, outScalar);
+    });
 }
 
 bool MeshFunction2D::extrapolate(Point const& p, Point* out, float* outScalar) const
@@ -238,21 +83,19 @@ bool MeshFunction2D::extrapolate(Point const& p, Point* out, float* outScalar) c
     if (!extrapolateFlag) return extrapolateOld(p, out, outScalar);
     if (!hasGrid(*this)) return false;
     if (evaluate(p, out, outScalar)) return true;
-    return evaluateTriangle(*this, nearestBoundaryTriangle(*this, loopBoxes_.get(), p), p, out, outScalar, false);
+    return applyTriangle(*this, nearestBoundary(*this, p).triangle, p, out, outScalar);
 }
 
 bool MeshFunction2D::extrapolateOld(Point const& p, Point* out, float* outScalar) const
 {
-    if (!hasGrid(*this)) return false;
-    std::vector<int> const* list = walkToTriangles(*this, p);
-    return list && evaluateTriangle(*this, triangleOfNearestEdge(*this, *list, p), p, out, outScalar, false);
+    return hasGrid(*this) && applyTriangle(*this, walkToNearestEdge(*this, p).triangle, p, out, outScalar);
 }
 
 bool MeshFunction2D::getAnyPointInDomain(Point& out) const
 {
     for (std::size_t t = 0; t < facets.size() / kCorners; ++t) {
         int corners[kCorners];
-        if (!triangleCorners(facets, t, vertexCount(*this), corners)) continue;
+        if (!triangleCorners(facets, t, vertexCountOf(*this), corners)) continue;
         Point const& a = params[asIndex(corners[0])];
         Point const& b = params[asIndex(corners[1])];
         Point const& c = params[asIndex(corners[2])];

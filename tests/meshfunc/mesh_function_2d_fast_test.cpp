@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "meshfunc/mesh_probes.h"
 #include "meshfunc/mesh_samples.h"
 #include "meshfunc/reference_mesh_function.h"
 #include "support/bits.h"
@@ -63,40 +64,6 @@ bool expectSameResult(Query query, MeshFunction2D const& f, ReferenceQuery refer
     return found;
 }
 
-// A point that is likely to be a difficult case: on or near vertices and edges, in triangles, in and around the
-// domain.
-Point probe(Random& random, Mesh const& mesh)
-{
-    auto const vertex = [&] { return mesh.params[random.below(static_cast<int>(mesh.params.size()))]; };
-    auto const corner = [&](int t, int k) {
-        int const i = mesh.facets[3 * t + k];
-        return i >= 0 && i < static_cast<int>(mesh.params.size()) ? mesh.params[i] : vertex();
-    };
-    int const triangles = static_cast<int>(mesh.facets.size() / 3);
-    int const t = triangles ? random.below(triangles) : 0;
-    switch (triangles ? random.below(7) : 0) {
-    case 0:
-        return vertex();
-    case 1: {
-        double const s = random.uniform(0, 1);
-        return corner(t, 0) + s * (corner(t, 1) - corner(t, 0));
-    }
-    case 2:
-    case 3: {
-        double const u = random.uniform(0, 1), v = random.uniform(0, 1 - u);
-        return corner(t, 0) + u * (corner(t, 1) - corner(t, 0)) + v * (corner(t, 2) - corner(t, 0));
-    }
-    case 4: { // beside an edge, at distances around the tolerance
-        double const s = random.uniform(0, 1), beside = random.uniform(-3e-8, 3e-8);
-        return corner(t, 0) + s * (corner(t, 1) - corner(t, 0)) + beside * (corner(t, 2) - corner(t, 0));
-    }
-    case 5:
-        return vertex() + random.uniform(-2, 2) * (vertex() - vertex());
-    default:
-        return {random.hostile(), random.hostile()};
-    }
-}
-
 // Builds both functions from the mesh, and compares their members and the results of queries.
 void expectSame(Random& random, Mesh const& mesh, int queries)
 {
@@ -104,7 +71,7 @@ void expectSame(Random& random, Mesh const& mesh, int queries)
     MeshFunction2D const f = mesh.function();
     expectSameStructure(f, oracle);
     for (int i = 0; i < queries; ++i) {
-        Point const p = probe(random, mesh);
+        Point const p = test::probe(random, mesh);
         expectSameResult(evaluate, f, evaluate, oracle, p);
         if (i % 8 == 0) {
             expectSameResult(extrapolate, f, extrapolate, oracle, p);
@@ -169,14 +136,7 @@ TEST(MeshFunctionAgainstReference, Slivers)
         SCOPED_TRACE(trial);
         Mesh mesh = test::gridMesh(random, 20, 20);
         double const height = std::ldexp(1.0, -4 * trial);
-        for (int t = 0; t < 1500; ++t) {
-            Point const a = random.point2(0, 1), along = 0.2 * random.point2(), across(-along.y, along.x);
-            int const first = mesh.addVertex(a.x, a.y);
-            Point const b = a + along, c = a + random.uniform(-1, 2) * along + height * across;
-            mesh.addVertex(b.x, b.y);
-            mesh.addVertex(c.x, c.y);
-            mesh.addTriangle(first, first + 1, first + 2);
-        }
+        test::addSlivers(random, &mesh, 1500, height);
         expectSame(random, mesh, 1500);
     }
 }

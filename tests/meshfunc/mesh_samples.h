@@ -106,6 +106,19 @@ inline Mesh soup(Random& random, int triangles, double size)
     return mesh;
 }
 
+/// Adds triangles over the unit square whose height is `height` times their longest edge. They overlap.
+inline void addSlivers(Random& random, Mesh* mesh, int count, double height)
+{
+    for (int t = 0; t < count; ++t) {
+        Point const a = random.point2(0, 1), along = 0.2 * random.point2(), across(-along.y, along.x);
+        int const first = mesh->addVertex(a.x, a.y);
+        Point const b = a + along, c = a + random.uniform(-1, 2) * along + height * across;
+        mesh->addVertex(b.x, b.y);
+        mesh->addVertex(c.x, c.y);
+        mesh->addTriangle(first, first + 1, first + 2);
+    }
+}
+
 /// count x count separate small squares in a unit square. Each has one boundary loop.
 inline Mesh islands(int count)
 {

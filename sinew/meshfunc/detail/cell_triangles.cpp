@@ -40,7 +40,7 @@ inline bool CellTriangles::findInBucket(CellBucket const& bucket, tzNM::vect2<do
         bool const firstAccepts = weights[0].accepted();
         if (static_cast<int>(firstAccepts) | static_cast<int>(weights[1].accepted())) {
             auto const chosen = static_cast<std::size_t>(!firstAccepts);
-            *hit = {triangles_[numbers[chosen]].corners, weights[chosen]};
+            *hit = {&triangles_[numbers[chosen]], weights[chosen]};
             return true;
         }
         if (!second.isTriangle()) {

@@ -20,7 +20,7 @@ namespace sinew::detail {
 /// The triangle that accepted a point, and the point's weights in it.
 struct TriangleHit
 {
-    int const* corners; ///< three vertex indices; they live as long as the structure that was searched
+    PreparedTriangle const* triangle; ///< lives as long as the structure that was searched
     Weights weights;
 };
 

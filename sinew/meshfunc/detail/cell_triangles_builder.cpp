@@ -69,7 +69,7 @@ private:
             int corners[kCorners];
             PreparedTriangle triangle;
             if (!triangleCorners(mesh_.facets, index, mesh_.vertexCount, corners)) continue;
-            if (!prepareTriangle(mesh_.params, corners, &triangle)) continue;
+            if (!prepareTriangle(mesh_.params, corners, &triangle, t)) continue;
             Box const box = coverOf(triangle, mesh_.params);
             if (box.isFinite() && !mayAcceptIn(triangle, space_.clippedTo(box))) continue;
             all_.push_back(static_cast<TriangleNumber>(shared_ ? index : own_.size()));

@@ -48,7 +48,8 @@ TriangleLocator::TriangleLocator(MeshView const& mesh)
     shared_.resize(triangleCount); // missing and degenerate triangles have no valid record; no list names them
     for (std::size_t t = 0; t < triangleCount; ++t) {
         int corners[kCorners];
-        if (triangleCorners(mesh.facets, t, vertexCount_, corners)) prepareTriangle(mesh.params, corners, &shared_[t]);
+        if (!triangleCorners(mesh.facets, t, vertexCount_, corners)) continue;
+        prepareTriangle(mesh.params, corners, &shared_[t], static_cast<int>(t));
     }
     for (std::size_t cell = 0; cell < kCellCount; ++cell) supply(mesh, cell);
 }
