@@ -49,6 +49,7 @@
 #include <sinew/meshfunc/location.h>
 #include <sinew/meshfunc/mesh_diagnosis.h>
 #include <sinew/meshfunc/mesh_function_2d.h>
+#include <sinew/meshfunc/raster.h>
 #include <sinew/meshfunc/texture_compaction.h>
 #include <sinew/meshfunc/type_handlers.h>
 

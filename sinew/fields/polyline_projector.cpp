@@ -9,18 +9,18 @@
 #include <sinew/core/vector_geometry.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/fields/detail/polyline_index.h>
+#include <sinew/fields/detail/polyline_parts.h>
 #include <sinew/fields/detail/polyline_search.h>
 
 using sinew::kGeometricZero;
 using sinew::PolylineHit;
 using sinew::detail::asIndex;
+using sinew::detail::closestPointOnSegment;
+using sinew::detail::kBoundedSearchVertices;
 using sinew::detail::PolylineIndex;
 
 namespace {
 
-// From this number of vertices on the bounded search defines the result. The two searches may name different segments
-// among equally near ones, so the limit is part of the result.
-constexpr std::size_t kBoundedSearchVertices = 20;
 constexpr double kUnknown = std::numeric_limits<double>::infinity(); // a squared distance that rules out nothing
 
 bool hasNaN(Vector3 const& v)
@@ -32,19 +32,6 @@ bool hasNaN(Vector3 const& v)
 PolylineHit hitAt(int segment, double t, Vector3 const& point, Vector3 const& q)
 {
     return {segment, t, point, distSq(q, point)};
-}
-
-PolylineHit closestPointOnSegment(std::vector<Vector3> const& points, int segment, Vector3 const& q)
-{
-    Vector3 const& a = points[asIndex(segment)];
-    Vector3 const& b = points[asIndex(segment + 1)];
-    Vector3 const e = b - a;
-    double const s = (q - a) * e;
-    if (s <= kGeometricZero) return hitAt(segment, 0.0, a, q);
-    // Written so that NaN counts as inside the segment.
-    if ((a - b) * (q - b) <= kGeometricZero) return hitAt(segment, 1.0, b, q);
-    double const t = s / e.lengthSq();
-    return hitAt(segment, t, a + t * e, q);
 }
 
 PolylineHit hitByScan(std::vector<Vector3> const& points, Vector3 const& q)
@@ -118,10 +105,23 @@ void PolylineProjector::project(Vector3 const& q)
 
 namespace sinew {
 
-struct detail::PolylineIndexAccess
+PolylineIndex const& detail::PolylineIndexAccess::of(PolylineProjector const& polyline)
 {
-    static PolylineIndex const& of(PolylineProjector const& polyline) { return polyline.index_.of(polyline); }
-};
+    return polyline.index_.of(polyline);
+}
+
+PolylineHit detail::closestPointOnSegment(std::vector<Vector3> const& points, int segment, Vector3 const& q)
+{
+    Vector3 const& a = points[asIndex(segment)];
+    Vector3 const& b = points[asIndex(segment + 1)];
+    Vector3 const e = b - a;
+    double const s = (q - a) * e;
+    if (s <= kGeometricZero) return hitAt(segment, 0.0, a, q);
+    // Written so that NaN counts as inside the segment.
+    if ((a - b) * (q - b) <= kGeometricZero) return hitAt(segment, 1.0, b, q);
+    double const t = s / e.lengthSq();
+    return hitAt(segment, t, a + t * e, q);
+}
 
 PolylineHit closestPoint(PolylineProjector const& polyline, Vector3 const& q)
 {

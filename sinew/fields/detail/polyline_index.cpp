@@ -306,7 +306,13 @@ int PolylineIndex::nearestSegment(Points points, Vector3 const& q, double knownD
     if (!tree_.covers(q)) return kUndecided;
     double const atFirst = distSq(points.front(), q);
     double const atLast = distSq(points.back(), q);
-    NearestSegments const nearest = tree_.nearest(q, std::min({knownDistSq, atFirst, atLast}));
+    return nearestSegmentOf(points, q, tree_.nearest(q, std::min({knownDistSq, atFirst, atLast})));
+}
+
+int PolylineIndex::nearestSegmentOf(Points points, Vector3 const& q, NearestSegments const& nearest) const
+{
+    double const atFirst = distSq(points.front(), q);
+    double const atLast = distSq(points.back(), q);
     double const smallest = std::min(nearest.distSq, nearest.strayDistSq);
     if (atFirst <= smallest) return 0;
     if (atLast <= smallest) return tree_.segments() - 1;

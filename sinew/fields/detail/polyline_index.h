@@ -33,6 +33,12 @@ public:
     /// @param knownDistSq  a squared distance that some segment is known to reach, or infinity. It only saves time.
     int nearestSegment(Points points, Vector3 const& q, double knownDistSq) const;
 
+    /// `nearestSegment` for a query whose nearest segments are known. `nearest` tells about all segments, and tree()
+    /// covers `q`.
+    int nearestSegmentOf(Points points, Vector3 const& q, NearestSegments const& nearest) const;
+
+    SegmentTree const& tree() const { return tree_; }
+
     void addOwner() const { owners_.fetch_add(1, std::memory_order_relaxed); }
     void removeOwner() const
     {

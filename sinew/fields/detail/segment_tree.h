@@ -60,6 +60,9 @@ public:
 
     int segments() const { return segments_; }
 
+    /// More than the rounding error of the squared distance to a segment, apart from the part that grows with it.
+    double roundingMargin() const { return roundingMargin_; }
+
 private:
     struct NearestVisitor;
     struct WithinVisitor;

@@ -39,12 +39,18 @@ double cellWidth(FinerGrid const& grid, int axis)
 
 Box coverOf(PreparedTriangle const& triangle, std::vector<Point> const& params)
 {
+    int const* const corners = triangle.corners;
+    double const det = TriangleEdges(params, corners).determinant();
+    return coverOf(params[asIndex(corners[0])], params[asIndex(corners[1])], params[asIndex(corners[2])], det);
+}
+
+Box coverOf(Point const& a, Point const& b, Point const& c, double determinant)
+{
     Box box;
-    for (int const corner : triangle.corners) box.include(params[asIndex(corner)]);
-    double const det = TriangleEdges(params, triangle.corners).determinant();
+    for (Point const* corner : {&a, &b, &c}) box.include(*corner);
     double const extent = std::max(box.high.x - box.low.x, box.high.y - box.low.y);
     // Both tests are written so that a NaN leads to the whole plane.
-    if (!(extent < kLargestExtent) || !(extent * extent <= kSliver * std::fabs(det))) return Box::plane();
+    if (!(extent < kLargestExtent) || !(extent * extent <= kSliver * std::fabs(determinant))) return Box::plane();
     box.widen(kBoxMargin * extent);
     return box;
 }

@@ -24,6 +24,10 @@ namespace sinew::detail {
 /// A box around all points that the triangle can accept: its own box, widened, or the whole plane.
 Box coverOf(PreparedTriangle const& triangle, std::vector<tzNM::vect2<double>> const& params);
 
+/// The same for the triangle with these corners and this determinant, from `TriangleEdges`.
+Box coverOf(tzNM::vect2<double> const& a, tzNM::vect2<double> const& b, tzNM::vect2<double> const& c,
+            double determinant);
+
 /// Whether the triangle may accept a point of the box. True if in doubt.
 bool mayAcceptIn(PreparedTriangle const& triangle, Box const& box);
 
