@@ -79,16 +79,32 @@ public:
     }
 
 private:
+    static constexpr int kFewPixels = 4;
+
     SINEW_KERNEL void writeValues(PreparedTriangle const& t, double const* x, double y, Point* out, int count) const
     {
         Point const a = f_.values[asIndex(t.corners[0])];
         Point const b = f_.values[asIndex(t.corners[1])];
         Point const c = f_.values[asIndex(t.corners[2])];
         RowWeights const weights(t, y);
-        for (int i = 0; i < count; ++i) {
-            Weights const w = weights.at(x[i]);
-            out[i] = {interpolated(w, a.x, b.x, c.x), interpolated(w, a.y, b.y, c.y)};
+        if (count < kFewPixels) {
+            for (int i = 0; i < count; ++i) {
+                Weights const w = weights.at(x[i]);
+                out[i] = {interpolated(w, a.x, b.x, c.x), interpolated(w, a.y, b.y, c.y)};
+            }
+            return;
         }
+        // The components are computed separately, because compilers do not vectorise loops over pairs of them reliably,
+        // and in whole blocks, because a loop over the rest takes longer than the pixels behind the end.
+        alignas(kCacheLine) double xs[RasterTile::kColumns];
+        alignas(kCacheLine) double ys[RasterTile::kColumns];
+        int const blocks = (count + RasterTile::kBlock - 1) / RasterTile::kBlock;
+        for (int i = 0; i < blocks * RasterTile::kBlock; ++i) {
+            Weights const w = weights.at(x[i]);
+            xs[i] = interpolated(w, a.x, b.x, c.x);
+            ys[i] = interpolated(w, a.y, b.y, c.y);
+        }
+        for (int i = 0; i < count; ++i) out[i] = {xs[i], ys[i]};
     }
 
     SINEW_KERNEL void writeScalars(PreparedTriangle const& t, double const* x, double y, float* out, int count) const

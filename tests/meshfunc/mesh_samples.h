@@ -138,4 +138,26 @@ inline Mesh islands(int count)
     return mesh;
 }
 
+/// count x count charts in a unit square, as an atlas has them: discs of 2 * side^2 triangles, each with one boundary
+/// of 4 * side edges. With `waves` they have different wavy outlines; without, they are symmetric.
+inline Mesh atlas(Random& random, int count, int side, bool waves)
+{
+    Mesh mesh;
+    for (int chart = 0; chart < count * count; ++chart) {
+        Mesh const square = gridMesh(random, side, side, waves ? 0.2 : 0.0);
+        int const first = static_cast<int>(mesh.params.size());
+        Point const middle((chart % count + 0.5) / count, (chart / count + 0.5) / count);
+        for (Point const& p : square.params) {
+            double const x = 2 * p.x - 1, y = 2 * p.y - 1;
+            Point const disc(x * std::sqrt(1 - y * y / 2), y * std::sqrt(1 - x * x / 2));
+            double const angle = std::atan2(disc.y, disc.x);
+            double const wave = waves ? 0.12 * std::sin(5 * angle + chart) + 0.05 * std::sin(13 * angle) : 0.0;
+            double const radius = 0.42 * (1 + wave) / count;
+            mesh.addVertex(middle.x + radius * disc.x, middle.y + radius * disc.y);
+        }
+        for (int const corner : square.facets) mesh.facets.push_back(first + corner);
+    }
+    return mesh;
+}
+
 } // namespace test

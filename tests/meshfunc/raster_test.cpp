@@ -202,6 +202,34 @@ TEST(Raster, ManyLoops)
     expectSame(random, test::islands(9), 6, 150);
 }
 
+TEST(Raster, ChartsWithLongBoundaries)
+{
+    Random random(1317);
+    for (bool const waves : {true, false}) {
+        expectSame(random, test::atlas(random, 3, 8, waves), 4, 150);
+        expectSame(random, test::atlas(random, 2, 40, waves), 4, 150);
+        expectSame(random, test::atlas(random, 1, 90, waves), 4, 150);
+    }
+}
+
+TEST(Raster, PixelsAtEqualDistancesFromSeveralSegmentsAndLoops)
+{
+    Random random(1318);
+    for (int const side : {4, 5, 8, 16, 33}) {
+        SCOPED_TRACE(side);
+        MeshFunction2D const discs = test::atlas(random, 2, side, false).function();
+        Raster raster; // symmetric about the lines between the charts and about the middles of charts
+        raster.origin = {-0.25, -0.25};
+        raster.step = {1.0 / 64, 1.0 / 64};
+        raster.width = raster.height = 97;
+        expectSame(discs, raster);
+        MeshFunction2D const square = test::gridMesh(random, side, side, 0).function();
+        raster.step = {1.0 / (4 * side), 1.0 / (4 * side)}; // on the lines between equal segments
+        raster.origin = {-raster.step.x * 8, -raster.step.y * 8};
+        expectSame(square, raster);
+    }
+}
+
 TEST(Raster, HostileMeshes)
 {
     Random random(1308);

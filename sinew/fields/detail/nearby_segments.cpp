@@ -52,6 +52,7 @@ bool NearbySegments::gather(PolylineProjector const& polyline, QueryBox const& b
     SegmentsWithin within;
     tree.within(box.middle(), box.reachSq() + margin_, within);
     if (within.count > kMost) return false;
+    if (polyline_ != &polyline) path_ = {};
     polyline_ = &polyline;
     count_ = within.count;
     for (int i = 0; count_ > 0 && i < kMost; ++i) {
@@ -123,10 +124,10 @@ double NearbySegments::lowerBoundSq(NearestSegments const& nearest) const
     return std::min(nearest.distSq, nearest.strayDistSq) * (1 - kRelativeMargin) - margin_;
 }
 
-PolylineHit NearbySegments::hit(Vector3 const& q, NearestSegments const& nearest) const
+PolylineHit NearbySegments::hit(Vector3 const& q, NearestSegments const& nearest)
 {
     std::vector<Vector3> const& points = polyline_->points;
-    int segment = PolylineIndexAccess::of(*polyline_).nearestSegmentOf(points, q, nearest);
+    int segment = PolylineIndexAccess::of(*polyline_).nearestSegmentOf(points, q, nearest, &path_);
     if (segment < 0) segment = nearestSegmentByBounds(points, polyline_->arcLengths, q);
     return closestPointOnSegment(points, segment, q);
 }

@@ -8,6 +8,7 @@
 
 #include <sinew/core/vector3.h>
 #include <sinew/detail/dispatch.h>
+#include <sinew/fields/detail/polyline_index.h>
 #include <sinew/fields/detail/segment_tree.h>
 #include <sinew/fields/polyline_projector.h>
 
@@ -47,7 +48,7 @@ public:
 
     /// The result of `closestPoint` for the query, given the result of `measure`. If the polyline is not the nearest
     /// one of interest, the result may be another point of it that is not nearer than the nearest one.
-    PolylineHit hit(Vector3 const& q, NearestSegments const& nearest) const;
+    PolylineHit hit(Vector3 const& q, NearestSegments const& nearest);
 
 private:
     struct Measure;
@@ -62,6 +63,7 @@ private:
     // By coordinate, and padded with copies of the first segment.
     double from_[3][kMost];
     double to_[3][kMost];
+    SearchPath path_; // the last one that a hit has needed
 };
 
 } // namespace sinew::detail

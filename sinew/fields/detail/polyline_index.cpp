@@ -50,6 +50,7 @@
 #include <limits>
 
 #include <sinew/core/detail/segment_distance.h>
+#include <sinew/core/tolerances.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/fields/detail/polyline_search.h>
 
@@ -59,8 +60,14 @@ namespace {
 
 constexpr int kUndecided = -1; // the search itself must run
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr int kLanes = 8;   // intervals that are bounded at the same time
-constexpr int kLevels = 32; // a multiple of kLanes; 2^31 segments are halved 28 times before they are scanned
+constexpr int kLanes = SearchPath::kLanes;
+constexpr int kLevels = SearchPath::kLevels;
+
+// Margins for deciding without the exact bounds. Relative to the squared distance from the start of a chord, to the
+// squared limit, and absolute: more than what measuring to an end instead of to the segment adds.
+constexpr double kStartMargin = 1e-12;
+constexpr double kLimitMargin = 1e-9;
+constexpr double kEndMargin = 4 * kGeometricZero;
 
 // The intervals from the root to the one that scans a segment: their slacks, and their chords in the direction in which
 // the search measures them.
@@ -109,6 +116,39 @@ struct LargestBoundSq
             }
         }
         return *std::max_element(largest, largest + kLanes);
+    }
+};
+
+// Whether no bound of the intervals on a path can exceed `distance`. It may be false although none does. The distance
+// to a chord is not larger than that to any point of the chord, so the nearest point need not be exact.
+struct CertainlyReaches
+{
+    SearchPath const& path;
+    Vector3 const& q;
+    double distance;
+
+    template <VectorWidth>
+    SINEW_KERNEL bool run() const
+    {
+        double isUnsure[kLanes] = {};
+        for (int level = 0; level < path.levels; level += kLanes) {
+            for (int i = 0; i < kLanes; ++i) {
+                int const k = level + i;
+                double const ax = q.x - path.start[0][k], ay = q.y - path.start[1][k], az = q.z - path.start[2][k];
+                double const along =
+                    (ax * path.chord[0][k] + ay * path.chord[1][k] + az * path.chord[2][k]) * path.invChordSq[k];
+                double const notBefore = along > 0.0 ? along : 0.0;
+                double const t = notBefore < 1.0 ? notBefore : 1.0;
+                double const x = ax - t * path.chord[0][k], y = ay - t * path.chord[1][k],
+                             z = az - t * path.chord[2][k];
+                double const toStart = ax * ax + ay * ay + az * az;
+                double const toChord = x * x + y * y + z * z + kStartMargin * toStart + kEndMargin;
+                double const limit = distance + path.slack[k];
+                // Written so that NaN is not certain.
+                isUnsure[i] = toChord <= limit * limit * (1.0 - kLimitMargin) ? isUnsure[i] : 1.0;
+            }
+        }
+        return std::all_of(isUnsure, isUnsure + kLanes, [](double unsure) { return unsure == 0.0; });
     }
 };
 
@@ -306,17 +346,63 @@ int PolylineIndex::nearestSegment(Points points, Vector3 const& q, double knownD
     if (!tree_.covers(q)) return kUndecided;
     double const atFirst = distSq(points.front(), q);
     double const atLast = distSq(points.back(), q);
-    return nearestSegmentOf(points, q, tree_.nearest(q, std::min({knownDistSq, atFirst, atLast})));
+    return nearestSegmentOf(points, q, tree_.nearest(q, std::min({knownDistSq, atFirst, atLast})), nullptr);
 }
 
-int PolylineIndex::nearestSegmentOf(Points points, Vector3 const& q, NearestSegments const& nearest) const
+int PolylineIndex::nearestSegmentOf(Points points, Vector3 const& q, NearestSegments const& nearest,
+                                    SearchPath* path) const
 {
     double const atFirst = distSq(points.front(), q);
     double const atLast = distSq(points.back(), q);
     double const smallest = std::min(nearest.distSq, nearest.strayDistSq);
     if (atFirst <= smallest) return 0;
     if (atLast <= smallest) return tree_.segments() - 1;
-    return choose(points, q, nearest);
+    int const onPath = path ? chooseOnPath(points, q, nearest, path) : kUndecided;
+    return onPath != kUndecided ? onPath : choose(points, q, nearest);
+}
+
+// What choose() returns, or kUndecided if that must be called: decides only if one scanned interval holds the nearest
+// segments, and if no bound on the way to it is near the smallest distance. The search does not split this interval.
+int PolylineIndex::chooseOnPath(Points points, Vector3 const& q, NearestSegments const& nearest, SearchPath* path) const
+{
+    if (nearest.strayDistSq <= nearest.distSq || nearest.count < 1 || nearest.count > 2) return kUndecided;
+    int result = nearest.first;
+    if (nearest.count == 2) {
+        result = std::min(nearest.first, nearest.second);
+        int const upper = result + 1;
+        bool const isJoined = std::max(nearest.first, nearest.second) == upper;
+        if (!isJoined || distSq(points[asIndex(upper)], q) != nearest.distSq) return kUndecided;
+    }
+    if (!path->leadsTo(result)) findPath(points, result, path);
+    if (!path->leadsTo(result + nearest.count - 1)) return kUndecided;
+    bool const isReached = dispatch(width_, CertainlyReaches{*path, q, std::sqrt(nearest.distSq)});
+    return isReached ? result : kUndecided;
+}
+
+void PolylineIndex::findPath(Points points, int segment, SearchPath* path) const
+{
+    path->levels = 0;
+    auto const add = [&](Interval const& interval) {
+        int const k = path->levels++;
+        Vector3 const start = points[asIndex(interval.first)];
+        Vector3 const chord = points[asIndex(interval.last)] - start;
+        for (int axis = 0; axis < 3; ++axis) {
+            path->start[axis][k] = start[axis];
+            path->chord[axis][k] = chord[axis];
+        }
+        // 0 stands for the start of the chord, where the reciprocal may overflow.
+        path->invChordSq[k] = chord.lengthSq() >= std::numeric_limits<double>::min() ? 1.0 / chord.lengthSq() : 0.0;
+        path->slack[k] = slacks_[interval.number];
+    };
+    Interval interval = root();
+    add(interval);
+    while (!interval.isScanned()) {
+        interval = segment < interval.middle() ? interval.lower() : interval.upper();
+        add(interval);
+    }
+    while (path->levels % kLanes != 0) add(interval);
+    path->first = interval.first;
+    path->last = interval.last;
 }
 
 // Which of the nearest segments the search names, if neither end of the polyline is as near.

@@ -10,6 +10,24 @@
 
 namespace sinew::detail {
 
+/// The intervals from the whole polyline to one that the search scans, kept for queries that are close to each other.
+struct SearchPath
+{
+    static constexpr int kLanes = 8; ///< intervals that are bounded at the same time
+    static constexpr int kLevels =
+        32; ///< a multiple of kLanes; 2^31 segments are halved 28 times before they are scanned
+
+    int first = 0; ///< segments first .. last - 1 are scanned together; none at first
+    int last = 0;
+    int levels = 0; ///< number of intervals, padded to whole vectors
+    double start[3][kLevels];
+    double chord[3][kLevels];
+    double invChordSq[kLevels];
+    double slack[kLevels];
+
+    bool leadsTo(int segment) const { return first <= segment && segment < last; }
+};
+
 /// Finds the segment that `nearestSegmentByBounds` finds, or reports that only the search itself can tell.
 ///
 /// The search starts from generous bounds and visits much of a polyline that winds. The index finds the nearest
@@ -34,8 +52,8 @@ public:
     int nearestSegment(Points points, Vector3 const& q, double knownDistSq) const;
 
     /// `nearestSegment` for a query whose nearest segments are known. `nearest` tells about all segments, and tree()
-    /// covers `q`.
-    int nearestSegmentOf(Points points, Vector3 const& q, NearestSegments const& nearest) const;
+    /// covers `q`. `path` must have been used with this index only; it may be null.
+    int nearestSegmentOf(Points points, Vector3 const& q, NearestSegments const& nearest, SearchPath* path) const;
 
     SegmentTree const& tree() const { return tree_; }
 
@@ -64,6 +82,8 @@ private:
     Interval root() const { return {0, tree_.segments(), 1}; }
     double bound(Points points, Vector3 const& q, Interval const& interval) const;
     int choose(Points points, Vector3 const& q, NearestSegments const& nearest) const;
+    int chooseOnPath(Points points, Vector3 const& q, NearestSegments const& nearest, SearchPath* path) const;
+    void findPath(Points points, int segment, SearchPath* path) const;
     double reachOf(Points points, Vector3 const& q, int segment, double distSq) const;
     bool isSplit(int vertex) const;
     void buildSlacks(Points points, std::vector<double> const& arcLengths, Interval const& interval);

@@ -74,7 +74,7 @@ bool BoundaryBlock::addLoop(std::size_t k, QueryBox const& box)
     return true;
 }
 
-NearestBoundary BoundaryBlock::nearestOf(Vector3 const& q, std::size_t i) const
+NearestBoundary BoundaryBlock::nearestOf(Vector3 const& q, std::size_t i)
 {
     // The loop that seems to be nearest comes first, so that most others need not be projected on.
     std::size_t first = 0;
@@ -84,7 +84,7 @@ NearestBoundary BoundaryBlock::nearestOf(Vector3 const& q, std::size_t i) const
     }
     NearestBoundary best;
     for (std::size_t n = 0; n < loopCount_; ++n) {
-        NearLoop const& loop = loops_[n == 0 ? first : n == first ? 0 : n];
+        NearLoop& loop = loops_[n == 0 ? first : n == first ? 0 : n];
         if (!loop.isMeasured) {
             offerHit(f_, loop.loop, q, closestPoint(*f_.boundaryProjectors[loop.loop], q), &best);
         } else if (!(loop.segments.lowerBoundSq(loop.nearest[i]) > best.distSq)) {

@@ -38,7 +38,7 @@ private:
 
     bool gather(tzNM::vect2<double> const* points, std::size_t count);
     bool addLoop(std::size_t k, QueryBox const& box);
-    NearestBoundary nearestOf(Vector3 const& q, std::size_t i) const;
+    NearestBoundary nearestOf(Vector3 const& q, std::size_t i);
 
     MeshFunction2D const& f_;
     VectorWidth width_;

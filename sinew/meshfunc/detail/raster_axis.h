@@ -3,6 +3,7 @@
 /// One axis of a raster: the coordinates of its columns or rows, and the grid cells that they fall into.
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include <sinew/meshfunc/mesh_function_2d.h>
@@ -51,8 +52,9 @@ public:
     PixelRange within(PixelRange const& run, double low, double high) const;
 
 private:
-    int firstNotBelow(PixelRange const& run, double key) const;
-    int firstAbove(PixelRange const& run, double key) const;
+    // A place where the keys pass a number, by an estimate that is nearly always right.
+    PixelRange estimateWithin(PixelRange const& run, double low, double high) const;
+    PixelRange searchWithin(PixelRange const& run, double low, double high) const;
 
     std::vector<double> points_;
     std::vector<double> keys_; // the coordinates with the sign that makes them ascend
@@ -61,5 +63,34 @@ private:
     bool isOrdered_ = true;
     double perStep_; // 1 over the distance of neighbouring keys
 };
+
+// Inline, because a small triangle has few pixels to share the time of this.
+inline PixelRange RasterAxis::within(PixelRange const& run, double low, double high) const
+{
+    if (isDescending_) std::swap(low, high);
+    double const sign = isDescending_ ? -1.0 : 1.0;
+    double const lowKey = sign * low;
+    double const highKey = sign * high;
+    PixelRange const range = estimateWithin(run, lowKey, highKey);
+    double const* const keys = keys_.data();
+    bool const isRight = (range.first == run.first || keys[range.first - 1] < lowKey) &&
+                         (range.first == run.last || keys[range.first] >= lowKey) &&
+                         (range.last == run.first || keys[range.last - 1] <= highKey) &&
+                         (range.last == run.last || keys[range.last] > highKey);
+    return isRight ? range : searchWithin(run, lowKey, highKey);
+}
+
+inline PixelRange RasterAxis::estimateWithin(PixelRange const& run, double low, double high) const
+{
+    // `index` rounded down to a place in the run. NaN becomes the first one.
+    auto const clamped = [&run](double index) {
+        double const notBelow = index > run.first ? index : run.first;
+        return static_cast<int>(notBelow < run.last ? notBelow : run.last);
+    };
+    double const toLow = (low - keys_.front()) * perStep_;
+    double const toHigh = (high - keys_.front()) * perStep_;
+    int const first = clamped(toLow);
+    return {first + (first < toLow && first < run.last ? 1 : 0), clamped(toHigh + 1)};
+}
 
 } // namespace sinew::detail

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cstddef>
+#include <iterator>
 #include <vector>
 
 #include <sinew/detail/as_index.h>
@@ -60,7 +61,7 @@ struct RasterTile
     /// For each pixel the number of its triangle, counted from 1. These are doubles, because vectors then select
     /// between them with the result of comparing doubles.
     alignas(kCacheLine) double owner[kRows][kColumns];
-    alignas(kCacheLine) double x[kColumns];
+    alignas(kCacheLine) double x[kColumns + kBlock]; ///< a span may be computed in whole blocks
     double y[kRows];
     PixelBox pixels; ///< what the tile covers of the raster
 
@@ -69,7 +70,7 @@ struct RasterTile
     {
         assert(!box.isEmpty() && box.columns.size() <= kColumns && box.rows.size() <= kRows);
         pixels = box;
-        std::fill_n(x, kColumns, columns[box.columns.first]);
+        std::fill(std::begin(x), std::end(x), columns[box.columns.first]);
         std::copy(columns + box.columns.first, columns + box.columns.last, x);
         std::copy(rows + box.rows.first, rows + box.rows.last, y);
         for (int row = 0; row < box.rows.size(); ++row) {
