@@ -4,6 +4,7 @@
 #include <sinew/meshfunc/detail/interpolation.h>
 #include <sinew/meshfunc/detail/location_of.h>
 #include <sinew/meshfunc/detail/mesh_search.h>
+#include <sinew/meshfunc/detail/visiting_order.h>
 
 namespace sinew {
 
@@ -65,10 +66,10 @@ std::size_t locateMany(MeshFunction2D const& function, Point const* points, std:
                        Outside outside)
 {
     std::size_t located = 0;
-    for (std::size_t i = 0; i < count; ++i) {
+    VisitingOrder(function, points, count).visit([&](std::size_t i) {
         locations[i] = locate(function, points[i], outside);
         located += locations[i].rule != LocationRule::none ? 1U : 0U;
-    }
+    });
     return located;
 }
 

@@ -253,10 +253,15 @@ namespace sinew {
 /// @return the number of points with a value.
 ///
 /// `values` and `scalars` are left unwritten at the indices of points without a value. The arrays must not overlap.
+///
+/// Many scattered points of a large mesh are looked up in the order of their places, which takes half of the time or
+/// less. Sorting them takes up to 16 bytes a point and 16 MB in all; without this memory they are looked up from first
+/// to last.
 SINEW_API std::size_t evaluateMany(MeshFunction2D const& function, tzNM::vect2<double> const* points, std::size_t count,
                                    tzNM::vect2<double>* values, float* scalars, bool* found);
 
-/// `function.extrapolate` for `count` points, with the same bits. Arguments and result as for `evaluateMany`.
+/// `function.extrapolate` for `count` points, with the same bits. Arguments and result as for `evaluateMany`. If
+/// std::bad_alloc is thrown, any of the outputs may have been written.
 SINEW_API std::size_t extrapolateMany(MeshFunction2D const& function, tzNM::vect2<double> const* points,
                                       std::size_t count, tzNM::vect2<double>* values, float* scalars, bool* found);
 

@@ -13,6 +13,7 @@
 #include <sinew/meshfunc/detail/mesh_cells.h>
 #include <sinew/meshfunc/detail/mesh_search.h>
 #include <sinew/meshfunc/detail/prepared_triangle.h>
+#include <sinew/meshfunc/detail/visiting_order.h>
 
 using Point = tzNM::vect2<double>;
 using namespace sinew::detail;
@@ -116,11 +117,11 @@ std::size_t queryMany(MeshFunction2D const& function, Query query, Point const* 
                       Point* values, float* scalars, bool* found)
 {
     std::size_t foundCount = 0;
-    for (std::size_t i = 0; i < count; ++i) {
+    VisitingOrder(function, points, count).visit([&](std::size_t i) {
         bool const hit = (function.*query)(points[i], values ? values + i : nullptr, scalars ? scalars + i : nullptr);
         if (found) found[i] = hit;
-        foundCount += hit ? 1 : 0;
-    }
+        foundCount += hit ? 1U : 0U;
+    });
     return foundCount;
 }
 
