@@ -6,7 +6,9 @@
 #include <sstream>
 
 #include <sinew/framework/fields.h>
+#include <sinew/meshfunc/location.h>
 #include <sinew/meshfunc/mesh_diagnosis.h>
+#include <sinew/meshfunc/raster.h>
 #include <sinew/meshfunc/texture_compaction.h>
 #include <sinew/meshfunc/type_handlers.h>
 
@@ -165,6 +167,11 @@ TEST(MeshFunctionAllocation, QueriesOfSmallMeshesAllocateNothing)
         Point const points[2] = {{0.1, 0.1}, {2, 2}};
         sinew::evaluateMany(f, points, 2, nullptr, nullptr, nullptr);
         sinew::extrapolateMany(f, points, 2, nullptr, nullptr, nullptr);
+        sinew::Location locations[2];
+        sinew::locateMany(f, points, 2, locations);
+        double const attributes[36 * 2] = {};
+        double blended[2 * 2];
+        sinew::blendMany(locations, 2, attributes, 2, 2, blended, 2);
     });
 }
 
@@ -200,6 +207,53 @@ TEST(MeshFunctionAllocation, QueriesOfLargeMeshes)
             q.found = q.f.extrapolate({-0.2, 0.5}, &q.value, nullptr);
         },
         digest);
+}
+
+// The outputs of the raster queries.
+struct Baked
+{
+    static constexpr std::size_t kPixels = 12 * 10;
+
+    MeshFunction2D f;
+    Point values[kPixels];
+    float scalars[kPixels] = {};
+    bool found[kPixels] = {};
+    sinew::Location locations[kPixels];
+
+    std::string digest() const
+    {
+        Digest digest;
+        for (std::size_t i = 0; i < kPixels; ++i) {
+            digest.add(values[i]);
+            digest.add(scalars[i]);
+            digest.add(found[i]);
+            digest.add(locations[i].triangle);
+            for (double const weight : locations[i].weights) digest.add(weight);
+        }
+        return digest;
+    }
+};
+
+TEST(MeshFunctionAllocation, Rasters)
+{
+    Random random(14);
+    static MeshFunction2D const oneLongLoop = test::gridMesh(random, 30, 30).function();
+    sinew::Raster raster;
+    raster.origin = {-0.3, -0.3};
+    raster.step = {0.15, 0.15};
+    raster.width = 12;
+    raster.height = 10;
+    auto const make = [] { return std::make_unique<Baked>(Baked{oneLongLoop, {}, {}, {}, {}}); };
+    auto const digest = [](Baked& b) { return b.digest(); };
+    auto const evaluate = [&](Baked& b) { sinew::evaluateRaster(b.f, raster, b.values, b.scalars, b.found); };
+    auto const extrapolate = [&](Baked& b) { sinew::extrapolateRaster(b.f, raster, b.values, b.scalars, b.found); };
+    sweep(Guarantee::strong, make, evaluate, digest);
+    sweep(Guarantee::basic, make, extrapolate, digest);
+    sweep(
+        Guarantee::strong, make,
+        [&](Baked& b) { sinew::locateRaster(b.f, raster, b.locations, sinew::Outside::excluded); }, digest);
+    sweep(
+        Guarantee::basic, make, [&](Baked& b) { sinew::locateRaster(b.f, raster, b.locations); }, digest);
 }
 
 TEST(MeshFunctionAllocation, Saving)
