@@ -5,10 +5,17 @@
 #include <cstddef>
 #include <vector>
 
-#include <sinew/fields/detail/polyline_index.h>
-#include <sinew/fields/polyline_projector.h>
+#include <sinew/core/vector3.h>
+
+class PolylineProjector;
+
+namespace sinew {
+struct PolylineHit;
+}
 
 namespace sinew::detail {
+
+class PolylineIndex;
 
 /// From this number of vertices on the bounded search defines the result. The two searches may name different segments
 /// among equally near ones, so the limit is part of the result.

@@ -51,16 +51,16 @@ public:
         std::size_t const at = index_(column, row);
         if (values_) writeValues(t, x, y, values_ + at, count);
         if (scalars_) writeScalars(t, x, y, scalars_ + at, count);
-        if (found_) std::fill_n(found_ + at, count, true);
         foundCount_ += asIndex(count);
     }
 
     void rest(RasterTile const& tile)
     {
-        if (outside_ == Outside::excluded && !found_) return;
+        if (found_) writeFound(tile);
+        if (outside_ == Outside::excluded) return;
         forFreePixels(tile, [this](FreePixels const& pixels) {
-            NearestBoundary nearest[BoundaryBlock::kMostPoints]; // none
-            if (outside_ == Outside::extrapolated) boundary_.find(pixels.points, pixels.count, nearest);
+            NearestBoundary nearest[BoundaryBlock::kMostPoints];
+            boundary_.find(pixels.points, pixels.count, nearest);
             for (std::size_t i = 0; i < pixels.count; ++i) {
                 writeOutside(nearest[i], pixels.points[i], index_(pixels.columns[i], pixels.rows[i]));
             }
@@ -105,6 +105,16 @@ private:
             ys[i] = interpolated(w, a.y, b.y, c.y);
         }
         for (int i = 0; i < count; ++i) out[i] = {xs[i], ys[i]};
+    }
+
+    // Which pixels of a tile have a triangle. Row by row, because spans are short.
+    void writeFound(RasterTile const& tile) const
+    {
+        for (int row = 0; row < tile.pixels.rows.size(); ++row) {
+            double const* const owner = tile.owner[row];
+            bool* const found = found_ + index_(tile.pixels.columns.first, tile.pixels.rows.first + row);
+            for (int i = 0; i < tile.pixels.columns.size(); ++i) found[i] = owner[i] != RasterTile::kFree;
+        }
     }
 
     SINEW_KERNEL void writeScalars(PreparedTriangle const& t, double const* x, double y, float* out, int count) const
