@@ -107,6 +107,8 @@ std::vector<Expected> expectedResults()
         {"meshfunc.evaluate", 100000, 0xca980c96f599fa32}, // queries
         {"meshfunc.extrapolate", 100000, 0x93cbbb4bbfd84a98}, // queries
         {"meshfunc.extrapolateOld", 100000, 0xbb920de61d2bc989}, // queries
+        {"meshfunc.locate", 100000, 0x7dcdc8deb57d3f0b}, // queries
+        {"meshfunc.rasters", 103144, 0xb3d488f967a0a6bd}, // pixels
         {"meshfunc.singleTriangles", 100000, 0x3f1ec279f61113ae}, // triangles and points
         {"meshfunc.diagnose", 100006, 0x25f06d19d535abe3}, // triangles and vertices
         {"meshfunc.documents", 125876, 0x9694fa633c723a3e}, // vertices and corners

@@ -1,4 +1,4 @@
-// Mesh functions: building, queries, diagnosis, documents; masks of textures.
+// Mesh functions: building, queries, locations, rasters, diagnosis, documents; masks of textures.
 
 #include <selftest/group.h>
 #include <selftest/meshes.h>
@@ -8,8 +8,10 @@
 #include <sstream>
 #include <string>
 
+#include <sinew/meshfunc/location.h>
 #include <sinew/meshfunc/mesh_diagnosis.h>
 #include <sinew/meshfunc/mesh_function_2d.h>
+#include <sinew/meshfunc/raster.h>
 #include <sinew/meshfunc/texture_compaction.h>
 
 namespace selftest {
@@ -108,6 +110,89 @@ void evaluation(Inputs& in, Record& out)
 void extrapolation(Inputs& in, Record& out)
 {
     queries(in, out, &MeshFunction2D::extrapolate, sinew::extrapolateMany);
+}
+
+void addLocation(sinew::Location const& location, Record& out)
+{
+    out.add(location.rule);
+    out.add(location.triangle);
+    for (int const corner : location.corners) out.add(corner);
+    out.add(location.loop);
+    out.add(location.segment);
+    for (double const weight : location.weights) out.add(weight);
+    out.add(location.distSq);
+}
+
+sinew::Outside anyOutside(Inputs& in)
+{
+    return in.oneIn(2) ? sinew::Outside::extrapolated : sinew::Outside::excluded;
+}
+
+// Locations, and three attributes interpolated at them.
+void locations(Inputs& in, Record& out)
+{
+    constexpr int kQueries = 500; // of a mesh
+    while (out.count() < kInputs) {
+        Mesh const mesh = anyMesh(in);
+        MeshFunction2D function = functionOf(mesh);
+        function.extrapolateFlag = !in.oneIn(8);
+        std::vector<double> doubles(4 * mesh.params.size());
+        for (double& number : doubles) number = in.tame();
+        std::vector<float> const floats(doubles.begin(), doubles.end());
+        for (int i = 0; i < kQueries; ++i) {
+            Point const p = pointNear(in, mesh);
+            sinew::Location const location = sinew::locate(function, p, anyOutside(in));
+            addLocation(location, out);
+            double ofDoubles[3] = {7, 8, 9};
+            float ofFloats[3] = {7, 8, 9};
+            out.add(sinew::blend(location, doubles.data(), 3, 4, ofDoubles));
+            out.add(sinew::blend(location, floats.data(), 3, 4, ofFloats));
+            for (double const number : ofDoubles) out.add(number);
+            for (float const number : ofFloats) out.add(static_cast<double>(number));
+        }
+        out.countInputs(kQueries);
+    }
+}
+
+// The corner of a raster is a point near the mesh, and its steps are ordinary or special.
+sinew::Raster anyRaster(Inputs& in, Mesh const& mesh)
+{
+    sinew::Raster raster;
+    raster.width = 1 + in.below(40);
+    raster.height = 1 + in.below(40);
+    raster.origin = pointNear(in, mesh);
+    Point const far = pointNear(in, mesh);
+    raster.step = {(far.x - raster.origin.x) / raster.width, (far.y - raster.origin.y) / raster.height};
+    if (in.oneIn(8)) raster.step.x = in.number();
+    if (in.oneIn(8)) raster.step.y = in.number();
+    return raster;
+}
+
+void rasters(Inputs& in, Record& out)
+{
+    constexpr int kRasters = 8; // of a mesh
+    while (out.count() < kInputs) {
+        Mesh const mesh = anyMesh(in);
+        MeshFunction2D const function = functionOf(mesh);
+        for (int i = 0; i < kRasters; ++i) {
+            sinew::Raster const raster = anyRaster(in, mesh);
+            std::size_t const pixels = static_cast<std::size_t>(raster.width) * static_cast<std::size_t>(raster.height);
+            std::vector<Point> values(pixels, Point(7.0, 8.0));
+            std::vector<float> scalars(pixels, 9.0F);
+            std::unique_ptr<bool[]> const found(new bool[pixels]);
+            std::vector<sinew::Location> locations(pixels);
+            sinew::Outside const outside = anyOutside(in);
+            auto* const query =
+                outside == sinew::Outside::extrapolated ? sinew::extrapolateRaster : sinew::evaluateRaster;
+            out.add(query(function, raster, values.data(), scalars.data(), found.get()));
+            out.add(sinew::locateRaster(function, raster, locations.data(), outside));
+            for (std::size_t k = 0; k < pixels; ++k) {
+                addResult(found[k], values[k], scalars[k], out);
+                addLocation(locations[k], out);
+            }
+            out.countInputs(static_cast<std::int64_t>(pixels));
+        }
+    }
 }
 
 void oldExtrapolation(Inputs& in, Record& out)
@@ -313,6 +398,8 @@ std::vector<Group> meshfuncGroups()
         {"meshfunc.evaluate", "queries", kUnused, evaluation},
         {"meshfunc.extrapolate", "queries", kUnused, extrapolation},
         {"meshfunc.extrapolateOld", "queries", kUnused, oldExtrapolation},
+        {"meshfunc.locate", "queries", kUnused, locations},
+        {"meshfunc.rasters", "pixels", kUnused, rasters},
         {"meshfunc.singleTriangles", "triangles and points", kUnused, singleTriangles},
         {"meshfunc.diagnose", "triangles and vertices", kUnused, diagnosis},
         {"meshfunc.documents", "vertices and corners", kUnused, documents},
