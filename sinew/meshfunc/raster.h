@@ -49,9 +49,9 @@ SINEW_API tzNM::vect2<double> pixelPoint(Raster const& raster, int column, int r
 /// `values` and `scalars` are left unwritten at pixels without a value. The arrays must not overlap. All arrays may be
 /// null if there are no pixels.
 ///
-/// Cost: linear in the pixels and in the triangles of the grid cells that have pixels. Overlapping triangles cost no
-/// more than single calls. Memory: about 16 bytes a row and a column, and up to 160 bytes for each pixel of one grid
-/// cell. Strong guarantee: without memory std::bad_alloc is thrown, and nothing has been written.
+/// Cost: linear in the pixels and in the triangles of the grid cells that have pixels. Where triangles overlap,
+/// drawing ends when all pixels have one. Memory: about 16 bytes a row and a column, and up to 200 bytes for each pixel
+/// of one grid cell. Strong guarantee: without memory std::bad_alloc is thrown, and nothing has been written.
 SINEW_API std::size_t evaluateRaster(MeshFunction2D const& function, Raster const& raster, tzNM::vect2<double>* values,
                                      float* scalars, bool* found);
 

@@ -1,7 +1,7 @@
 #pragma once
 
 /// Which triangle gives the result of a query, and by which rule. All queries share these searches: single points,
-/// arrays, rasters and locations. In this folder only mesh_search includes the public class.
+/// arrays, rasters and locations. This header includes the public class; the search structures that it uses do not.
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 #pragma once
 
 /// The parts of a mesh function that its search structures read. Those structures take this view instead of the public
-/// class, so that the files of this folder depend on nothing above them.
+/// class, so that they depend on nothing above them.
 
 #include <algorithm>
 #include <cstddef>
