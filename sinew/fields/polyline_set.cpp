@@ -17,7 +17,6 @@
 
 namespace sinew {
 
-using detail::asIndex;
 
 namespace {
 

@@ -56,7 +56,7 @@ public:
 
     void rest(RasterTile const& tile)
     {
-        if (found_) writeFound(tile);
+        if (found_ != nullptr) writeFound(tile);
         if (outside_ == Outside::excluded) return;
         forFreePixels(tile, [this](FreePixels const& pixels) {
             NearestBoundary nearest[BoundaryBlock::kMostPoints];
@@ -104,6 +104,7 @@ private:
             xs[i] = interpolated(w, a.x, b.x, c.x);
             ys[i] = interpolated(w, a.y, b.y, c.y);
         }
+        // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): the blocks have at least `count` pixels
         for (int i = 0; i < count; ++i) out[i] = {xs[i], ys[i]};
     }
 
