@@ -15,6 +15,7 @@
 #include <tool/support/as_index.h>
 #include <tool/support/bounds.h>
 #include <tool/support/stopwatch.h>
+#include <tool/tour/position_map.h>
 #include <tool/tour/textured_function.h>
 
 namespace tool {
@@ -327,6 +328,52 @@ void addModel(TourContext& tour, Section& section, MeshFunction2D const& functio
         Width::half);
 }
 
+// Compares the map with the mesh function: seen from the side, both must give the same positions.
+void checkPositions(Section& section, TexturedMesh const& mesh, MeshFunction2D const& function, PositionMap const& map)
+{
+    constexpr double kRounding = 1e-9; // of the largest coordinate
+    std::vector<Vector2> values(map.positions.size());
+    sinew::evaluateRaster(function, map.raster, values.data(), nullptr, nullptr);
+    SideProjection const inSideView(mesh.positions);
+    double largest = 0, farthest = 0;
+    std::size_t compared = 0;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (!map.isInside(i)) continue;
+        largest = std::max(largest, (inSideView(map.positions[i]) - values[i]).length());
+        ++compared;
+    }
+    for (Vector3 const& p : mesh.positions)
+        farthest = std::max({farthest, std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
+    section.check(largest <= kRounding * (1 + farthest / inSideView.longestEdge()),
+                  "Seen from the side, the position map gives the values of the mesh function",
+                  niceCount(compared) + " texels, within " + niceNumber(largest, 2));
+}
+
+// The map on the left, and on the right the model drawn from it.
+void addPositionMap(TourContext& tour, Section& section, MeshFunction2D const& function)
+{
+    constexpr double kSide = 540; // of the map
+    Vector2 low, high;
+    boundsOf(function.params, low, high);
+    Rect const left{0, 0, kSide, kSide}, right{kSide, 0, kSheet - kSide, kSide};
+    PlaneMap const onSheet({low.x, low.y}, {high.x, high.y}, left.inset(kSide * kMargin / kSheet));
+    Canvas sheet = tour.sheet(kSheet, kSide);
+    int const texels = sheet.pixels(kSide);
+    PositionMap const map = bakePositions(tour.mesh, function, rasterOf(onSheet, left, texels, texels));
+    PositionColours const colours(tour.mesh.positions);
+    Solid const model = solidOf(map, function.facets, function.params.size(), colours);
+    drawSolids(sheet, {model}, View::fitted(tour.mesh.positions, sideAzimuth(tour.mesh), 16, right, 0.84));
+    sheet.image(pictureOf(map, colours, kSide / texels), left);
+    drawLoops(sheet, function, onSheet, 1.5, palette::ink);
+    section.picture("position-map.png", sheet,
+                    "Left: a position map. For every texel it holds the point of the model in space: red, green and "
+                    "blue grow with x, y and z. Right: the model, drawn from this map alone, a vertex for each of " +
+                        niceCount(model.positions.size()) +
+                        " texels. The texels around the islands are extrapolated (pale and hatched); those nearest to "
+                        "an island close the seams.");
+    checkPositions(section, tour.mesh, function, map);
+}
+
 void addChecks(Section& section, MeshFunction2D const& function, Survey const& survey, bool bundled)
 {
     std::size_t tested = 0;
@@ -375,6 +422,7 @@ void meshFunctionStage(TourContext& tour)
     addSideView(tour, section, function);
     Survey const survey = surveyOf(tour, function, map);
     addValues(tour, section, function, map, survey);
+    addPositionMap(tour, section, function);
     section.numbers("In numbers",
                     {
                         {"vertices", niceCount(function.params.size())},
