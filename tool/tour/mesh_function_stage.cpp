@@ -352,13 +352,14 @@ void checkPositions(Section& section, TexturedMesh const& mesh, MeshFunction2D c
 // The map on the left, and on the right the model drawn from it.
 void addPositionMap(TourContext& tour, Section& section, MeshFunction2D const& function)
 {
-    constexpr double kSide = 540; // of the map
+    constexpr double kSide = 540;     // of the map
+    constexpr int kMostTexels = 1600; // along a side; each is a vertex of the model on the right
     Vector2 low, high;
     boundsOf(function.params, low, high);
     Rect const left{0, 0, kSide, kSide}, right{kSide, 0, kSheet - kSide, kSide};
     PlaneMap const onSheet({low.x, low.y}, {high.x, high.y}, left.inset(kSide * kMargin / kSheet));
     Canvas sheet = tour.sheet(kSheet, kSide);
-    int const texels = sheet.pixels(kSide);
+    int const texels = std::min(sheet.pixels(kSide), kMostTexels);
     PositionMap const map = bakePositions(tour.mesh, function, rasterOf(onSheet, left, texels, texels));
     PositionColours const colours(tour.mesh.positions);
     Solid const model = solidOf(map, function.facets, function.params.size(), colours);
