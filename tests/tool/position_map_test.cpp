@@ -48,18 +48,6 @@ Vector3 pointOf(Vector2 const& texcoord)
 
 } // namespace
 
-TEST(RasterOf, HasTheMiddlesOfThePixelsWithRowZeroAtTheTop)
-{
-    sinew::Raster const raster = tenByTen();
-    EXPECT_EQ(raster.width, 10);
-    EXPECT_EQ(raster.height, 10);
-    Vector2 const first = sinew::pixelPoint(raster, 0, 0), last = sinew::pixelPoint(raster, 9, 9);
-    EXPECT_NEAR(first.x, 0.05, 1e-15);
-    EXPECT_NEAR(first.y, 0.95, 1e-15);
-    EXPECT_NEAR(last.x, 0.95, 1e-15);
-    EXPECT_NEAR(last.y, 0.05, 1e-15);
-}
-
 TEST(PositionMap, HoldsThePointsOfTheModelAndContinuesThemOutside)
 {
     Baked const baked;
