@@ -56,19 +56,13 @@ Actor makeActor(Figure const& figure, BoneWeights const& weights)
     return actor;
 }
 
-template <typename Number>
-sinew::Strided<Number const> elementsOf(std::vector<Number> const& numbers)
-{
-    return {numbers.data(), numbers.size(), sizeof(Number)};
-}
-
 Solid posedSolid(Actor const& actor, std::vector<BoneTransform> const& bones)
 {
     std::size_t const count = actor.positions.size();
     sinew::SkinInput input;
     input.positions = sinew::coordinatesOf(actor.positions.data(), count);
     input.normals = sinew::coordinatesOf(actor.normals.data(), count);
-    input.influences = {elementsOf(actor.offsets), elementsOf(actor.bones), elementsOf(actor.weights)};
+    input.influences = {sinew::packed(actor.offsets), sinew::packed(actor.bones), sinew::packed(actor.weights)};
     input.bones = bones.data();
     input.boneCount = bones.size();
     Solid solid{std::vector<Vector3>(count), actor.triangles, std::vector<Vector3>(count)};
