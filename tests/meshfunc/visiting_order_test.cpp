@@ -110,8 +110,10 @@ TEST(VisitingOrder, KeepsTheOrderWithoutMemory)
     std::vector<std::size_t> order;
     order.reserve(points.size());
     MeshFunction2D const& f = largeFunction();
-    test::FailingNew const failing(0, test::Failing::all);
-    VisitingOrder(f, points.data(), points.size()).visit([&](std::size_t i) { order.push_back(i); });
+    {
+        test::FailingNew const failing(0, test::Failing::all);
+        VisitingOrder(f, points.data(), points.size()).visit([&](std::size_t i) { order.push_back(i); });
+    }
     EXPECT_TRUE(isFromFirstToLast(order));
 }
 

@@ -158,3 +158,11 @@ void operator delete(void* memory, std::nothrow_t const&) noexcept
 {
     operator delete(memory);
 }
+void* operator new[](std::size_t size, std::nothrow_t const& doesNotThrow) noexcept
+{
+    return operator new(size, doesNotThrow);
+}
+void operator delete[](void* memory, std::nothrow_t const&) noexcept
+{
+    operator delete(memory);
+}
