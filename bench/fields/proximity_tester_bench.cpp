@@ -6,9 +6,11 @@
 //
 // Hash of cells: M. Teschner et al., Optimized Spatial Hashing for Collision Detection of Deformable Objects, 2003.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <type_traits>
 #include <unordered_map>
@@ -194,6 +196,103 @@ void manyTests(benchmark::State& state, int count)
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(queries().size()));
 }
 
+// Arrays of points against single calls, from grids in the nearest cache to grids beyond the caches. A set without
+// extent along z may have any number of cells.
+struct ArrayCase
+{
+    ProximityTester grid;
+    std::vector<Vector3> points;
+    std::vector<float> floats;
+    std::unique_ptr<bool[]> results;
+
+    ArrayCase(std::vector<Vector3> const& set, double radius, Vector3 const& low, Vector3 const& high, int count)
+        : grid(set, radius), results(new bool[static_cast<std::size_t>(count)])
+    {
+        test::Random random(6);
+        for (int i = 0; i < count; ++i) {
+            Vector3 p;
+            for (int a = 0; a < 3; ++a) p[a] = random.uniform(low[a], high[a]);
+            points.push_back(p);
+            for (int a = 0; a < 3; ++a) floats.push_back(static_cast<float>(p[a]));
+        }
+    }
+
+    sinew::Strided<float const> array() const { return {floats.data(), points.size(), 3 * sizeof(float)}; }
+    std::vector<Vector3> doubles() const
+    {
+        std::vector<Vector3> copy;
+        copy.reserve(points.size());
+        for (std::size_t i = 0; i < points.size(); ++i) {
+            float const* const p = &floats[3 * i];
+            copy.emplace_back(p[0], p[1], p[2]);
+        }
+        return copy;
+    }
+
+    void byArray() { sinew::testMany(grid, points.data(), points.size(), results.get()); }
+    void bySingleCalls()
+    {
+        for (std::size_t i = 0; i < points.size(); ++i) results[i] = grid.test(points[i]);
+    }
+    void byFloats() { sinew::testMany(grid, array(), results.get()); }
+    void byCopy()
+    {
+        std::vector<Vector3> const copy = doubles();
+        sinew::testMany(grid, copy.data(), copy.size(), results.get());
+    }
+
+    // Whether both ways agree, on points of both kinds.
+    bool agree(void (ArrayCase::*way)(), void (ArrayCase::*otherWay)())
+    {
+        (this->*way)();
+        std::vector<bool> const first(results.get(), results.get() + points.size());
+        (this->*otherWay)();
+        bool const isSame = std::equal(first.begin(), first.end(), results.get());
+        return isSame && first != std::vector<bool>(first.size(), first[0]);
+    }
+};
+
+ArrayCase makeSpace()
+{
+    return {cloud(30), kRadius, {-1.1, -1.1, -1.1}, {1.1, 1.1, 1.1}, 4096};
+}
+
+// A million marked cells in a plane of `side` times `side` cells.
+ArrayCase makePlane(double side)
+{
+    constexpr int kMarked = 1000000;
+    constexpr int kMarkedByOne = 18; // three by three by two
+    test::Random random(5);
+    std::vector<Vector3> set;
+    for (int i = 0; i < kMarked / kMarkedByOne; ++i) set.emplace_back(random.uniform(), random.uniform(), 0.0);
+    return {set, 2 / side, {-1, -1, -1.5 / side}, {1, 1, 1.5 / side}, 100000};
+}
+
+void arrays(benchmark::State& state, int which, void (ArrayCase::*way)(), void (ArrayCase::*otherWay)())
+{
+    static std::map<int, ArrayCase> made;
+    if (made.count(which) == 0) made.emplace(which, which == 0 ? makeSpace() : makePlane(which));
+    ArrayCase& input = made.at(which);
+    if (!input.agree(way, otherWay)) return state.SkipWithError("a result differs, or all results are equal");
+    for (auto _ : state) {
+        (input.*way)();
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(input.points.size()));
+}
+
+void addArrays(std::string const& name, int which)
+{
+    auto const add = [which](std::string const& row, void (ArrayCase::*way)(), void (ArrayCase::*otherWay)()) {
+        benchmark::RegisterBenchmark(row.c_str(),
+                                     [=](benchmark::State& state) { arrays(state, which, way, otherWay); });
+    };
+    add("testMany, " + name + "/sinew", &ArrayCase::byArray, &ArrayCase::bySingleCalls);
+    add("testMany, " + name + "/single calls", &ArrayCase::bySingleCalls, &ArrayCase::byArray);
+    add("testMany, " + name + ", floats/sinew", &ArrayCase::byFloats, &ArrayCase::byCopy);
+    add("testMany, " + name + ", floats/copy first", &ArrayCase::byCopy, &ArrayCase::byFloats);
+}
+
 template <typename Tester>
 void construction(benchmark::State& state, int count)
 {
@@ -226,6 +325,9 @@ bool const kRegistered = [] {
 #ifdef SINEW_BENCH_NANOFLANN
     add<KdTree>("nanoflann", false);
 #endif
+    addArrays("1e3 cells", 0);
+    addArrays("1e6 cells of 8e6", 2000);
+    addArrays("1e6 cells of 2e9", 30000);
     return true;
 }();
 

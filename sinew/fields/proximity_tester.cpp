@@ -12,6 +12,7 @@
 
 #include <sinew/core/detail/real_array.h>
 #include <sinew/detail/as_index.h>
+#include <sinew/fields/detail/proximity_batch.h>
 
 using sinew::detail::asIndex;
 
@@ -160,12 +161,14 @@ namespace sinew {
 
 void testMany(ProximityTester const& tester, Vector3 const* points, std::size_t count, bool* results)
 {
-    for (std::size_t i = 0; i < count; ++i) results[i] = tester.test(points[i]);
+    detail::testPoints(tester, points, count, results);
 }
 
 void testMany(ProximityTester const& tester, RealArray const& points, bool* results)
 {
-    for (std::size_t i = 0; i < points.count; ++i) results[i] = tester.test(detail::vectorAt(points, i));
+    detail::forParts(points, [&](Vector3 const* part, std::size_t first, std::size_t count) {
+        detail::testPoints(tester, part, count, results + first);
+    });
 }
 
 } // namespace sinew

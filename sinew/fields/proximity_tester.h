@@ -69,10 +69,12 @@ namespace sinew {
 
 /// Writes the result of `ProximityTester::test` for each of `count` points.
 ///
-/// `points` and `results` may be null only if `count` is 0.
+/// `points` and `results` may be null only if `count` is 0, and must not overlap. It is more than twice as fast as
+/// single calls, and waits for the memory of many points at the same time if the grid is larger than the caches. No
+/// allocation, never throws.
 SINEW_API void testMany(ProximityTester const& tester, ::Vector3 const* points, std::size_t count, bool* results);
 
-/// The same for points in an array of the host, with three coordinates an element.
+/// The same for points in an array of the host, with three coordinates an element. It needs no copy of them.
 SINEW_API void testMany(ProximityTester const& tester, RealArray const& points, bool* results);
 
 } // namespace sinew
