@@ -1,6 +1,10 @@
 // Nearest points on polylines, one call a query: sinew, the reference implementation, and the AABB tree of CGAL over
 // the segments. All of them find a nearest point; sinew and the reference implementation agree in every bit.
+//
+// Then arrays of random points and of points along a way, against single calls in the order of the array, and arrays of
+// floats against a copy as doubles. All bits of the hits are compared before they are timed.
 
+#include <algorithm>
 #include <string>
 
 #include <benchmark/benchmark.h>
@@ -135,6 +139,93 @@ void registerContender(Case const& input, char const* name)
                                  [&input](benchmark::State& state) { nearestPoints<Contender>(state, input); });
 }
 
+struct ArrayCase
+{
+    std::string name;
+    PolylineProjector polyline;
+    std::vector<Vector3> queries;
+    std::vector<float> floats;
+    std::vector<sinew::PolylineHit> hits;
+
+    ArrayCase(std::string caseName, std::vector<Vector3> const& points, std::vector<Vector3> const& at)
+        : name(std::move(caseName)), polyline(points), queries(at), hits(at.size())
+    {
+        for (Vector3 const& q : queries) {
+            for (int a = 0; a < 3; ++a) floats.push_back(static_cast<float>(q[a]));
+        }
+    }
+
+    void byArray() { sinew::projectMany(polyline, queries.data(), queries.size(), hits.data()); }
+    void bySingleCalls()
+    {
+        for (std::size_t i = 0; i < queries.size(); ++i) hits[i] = sinew::closestPoint(polyline, queries[i]);
+    }
+    void byFloats()
+    {
+        sinew::Strided<float const> const array(floats.data(), queries.size(), 3 * sizeof(float));
+        sinew::projectMany(polyline, array, hits.data());
+    }
+    void byCopy()
+    {
+        std::vector<Vector3> copy;
+        copy.reserve(queries.size());
+        for (std::size_t i = 0; i < queries.size(); ++i)
+            copy.emplace_back(floats[3 * i], floats[3 * i + 1], floats[3 * i + 2]);
+        sinew::projectMany(polyline, copy.data(), copy.size(), hits.data());
+    }
+
+    bool agree(void (ArrayCase::*way)(), void (ArrayCase::*otherWay)())
+    {
+        (this->*way)();
+        std::vector<sinew::PolylineHit> const first = hits;
+        (this->*otherWay)();
+        return std::equal(first.begin(), first.end(), hits.begin(),
+                          [](sinew::PolylineHit const& a, sinew::PolylineHit const& b) {
+                              return a.segment == b.segment && test::sameBits(a.t, b.t) &&
+                                     test::sameBits(a.point, b.point) && test::sameBits(a.distSq, b.distSq);
+                          });
+    }
+};
+
+std::vector<ArrayCase> makeArrayCases()
+{
+    test::Random random(20261122);
+    std::vector<ArrayCase> cases;
+    for (int const vertices : {100, 1000, 10000, 1000000}) {
+        std::string const name = "projectMany, " + std::to_string(vertices) + " noisy vertices, ";
+        std::vector<Vector3> const points = test::noisyCurve(vertices, random, 0.01, kTurns);
+        cases.emplace_back(name + "20000 random points", points, around(points, 20000, random));
+        cases.emplace_back(name + "200 random points", points, around(points, 200, random));
+        cases.emplace_back(name + "along a way", points, test::noisyCurve(20000, random, 0.001, 3.3));
+    }
+    return cases;
+}
+
+void arrays(benchmark::State& state, ArrayCase& input, void (ArrayCase::*way)(), void (ArrayCase::*otherWay)())
+{
+    if (!input.agree(way, otherWay)) return state.SkipWithError("a hit differs");
+    for (auto _ : state) {
+        (input.*way)();
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(input.queries.size()));
+}
+
+void registerArrays()
+{
+    static std::vector<ArrayCase> cases = makeArrayCases();
+    for (ArrayCase& input : cases) {
+        auto const add = [&input](char const* end, void (ArrayCase::*way)(), void (ArrayCase::*otherWay)()) {
+            benchmark::RegisterBenchmark((input.name + end).c_str(),
+                                         [=, &input](benchmark::State& state) { arrays(state, input, way, otherWay); });
+        };
+        add("/sinew", &ArrayCase::byArray, &ArrayCase::bySingleCalls);
+        add("/single calls", &ArrayCase::bySingleCalls, &ArrayCase::byArray);
+        add(", floats/sinew", &ArrayCase::byFloats, &ArrayCase::byCopy);
+        add(", floats/copy first", &ArrayCase::byCopy, &ArrayCase::byFloats);
+    }
+}
+
 int registerAll()
 {
     static std::vector<Case> const cases = makeCases();
@@ -145,6 +236,7 @@ int registerAll()
         registerContender<Cgal>(input, "CGAL");
 #endif
     }
+    registerArrays();
     return static_cast<int>(cases.size());
 }
 

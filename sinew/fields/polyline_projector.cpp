@@ -11,12 +11,16 @@
 #include <sinew/fields/detail/polyline_index.h>
 #include <sinew/fields/detail/polyline_parts.h>
 #include <sinew/fields/detail/polyline_search.h>
+#include <sinew/fields/detail/query_order.h>
 
 using sinew::PolylineHit;
 using sinew::detail::asIndex;
 using sinew::detail::closestPointOnSegment;
 using sinew::detail::kBoundedSearchVertices;
 using sinew::detail::PolylineIndex;
+using sinew::detail::PolylineIndexAccess;
+using sinew::detail::QueryOrder;
+using sinew::detail::SearchPath;
 
 namespace {
 
@@ -41,11 +45,46 @@ PolylineHit hitByScan(std::vector<Vector3> const& points, Vector3 const& q)
 
 // For at least kBoundedSearchVertices vertices. Some segment must be as near as `knownDistSq`, a squared distance.
 PolylineHit hitByIndex(PolylineProjector const& polyline, PolylineIndex const& index, Vector3 const& q,
-                       double knownDistSq)
+                       double knownDistSq, SearchPath* path)
 {
-    int segment = index.nearestSegment(polyline.points, q, knownDistSq);
+    int segment = index.nearestSegment(polyline.points, q, knownDistSq, path);
     if (segment < 0) segment = sinew::detail::nearestSegmentByBounds(polyline.points, polyline.arcLengths, q);
     return closestPointOnSegment(polyline.points, segment, q);
+}
+
+// From this number of vertices on sorting the queries saves more time than it takes.
+constexpr std::size_t kSortedVertices = 1000;
+
+template <typename PointAt>
+QueryOrder orderOf(PolylineProjector const& polyline, PolylineIndex const& index, std::size_t count,
+                   PointAt const& pointAt)
+{
+    bool const pays = polyline.points.size() >= kSortedVertices && index.tree().covers(polyline.points.front());
+    if (!pays) return {};
+    Vector3 low, high;
+    index.tree().box(&low, &high);
+    return {count, pointAt, low, high};
+}
+
+// The hits for the queries pointAt(0) .. pointAt(count - 1).
+template <typename PointAt>
+void projectEach(PolylineProjector const& polyline, std::size_t count, PointAt const& pointAt, PolylineHit* hits)
+{
+    std::vector<Vector3> const& points = polyline.points;
+    if (count == 0) return;
+    if (points.size() < kBoundedSearchVertices) {
+        for (std::size_t i = 0; i < count; ++i) hits[i] = sinew::closestPoint(polyline, pointAt(i));
+        return;
+    }
+    PolylineIndex const& index = PolylineIndexAccess::of(polyline);
+    SearchPath path;
+    std::size_t segment = 0; // of the previous query
+    orderOf(polyline, index, count, pointAt).visit(count, pointAt, [&](std::size_t i, Vector3 const& q) {
+        // If consecutive queries are near each other, the segment of one query is nearly the nearest one of the next.
+        double const known = distSqToLineSegment(q, points[segment], points[segment + 1], nullptr);
+        hits[i] = hitByIndex(polyline, index, q, known, &path);
+        segment = asIndex(hits[i].segment);
+    });
 }
 
 } // namespace
@@ -127,35 +166,19 @@ PolylineHit closestPoint(PolylineProjector const& polyline, Vector3 const& q)
     std::vector<Vector3> const& points = polyline.points;
     if (points.size() < 2) return {};
     if (points.size() < kBoundedSearchVertices) return hitByScan(points, q);
-    return hitByIndex(polyline, detail::PolylineIndexAccess::of(polyline), q, kUnknown);
+    return hitByIndex(polyline, detail::PolylineIndexAccess::of(polyline), q, kUnknown, nullptr);
 }
 
 void projectMany(PolylineProjector const& polyline, Vector3 const* queries, std::size_t count, PolylineHit* hits)
 {
-    std::vector<Vector3> const& points = polyline.points;
-    if (points.size() < kBoundedSearchVertices) {
-        for (std::size_t i = 0; i < count; ++i) hits[i] = closestPoint(polyline, queries[i]);
-        return;
-    }
-    detail::PolylineIndex const& index = detail::PolylineIndexAccess::of(polyline);
-    double known = kUnknown;
-    for (std::size_t i = 0; i < count; ++i) {
-        hits[i] = hitByIndex(polyline, index, queries[i], known);
-        if (i + 1 == count) return;
-        // If consecutive queries are near each other, the segment of one query is nearly the nearest one of the next.
-        std::size_t const segment = asIndex(hits[i].segment);
-        known = distSqToLineSegment(queries[i + 1], points[segment], points[segment + 1], nullptr);
-    }
+    projectEach(
+        polyline, count, [queries](std::size_t i) { return queries[i]; }, hits);
 }
 
 void projectMany(PolylineProjector const& polyline, RealArray const& queries, PolylineHit* hits)
 {
-    // Builds the index first, so that no hit is written if it does not fit into memory.
-    if (queries.count > 0 && polyline.points.size() >= kBoundedSearchVertices)
-        detail::PolylineIndexAccess::of(polyline);
-    detail::forParts(queries, [&](Vector3 const* part, std::size_t first, std::size_t count) {
-        projectMany(polyline, part, count, hits + first);
-    });
+    projectEach(
+        polyline, queries.count, [&](std::size_t i) { return detail::vectorAt(queries, i); }, hits);
 }
 
 double arcLengthOf(PolylineProjector const& polyline, PolylineHit const& hit)

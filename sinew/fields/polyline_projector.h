@@ -47,13 +47,18 @@ SINEW_API PolylineHit closestPoint(PolylineProjector const& polyline, ::Vector3 
 
 /// `closestPoint` for `count` points: hits[i] is the result for queries[i], with the same bits.
 ///
-/// Both arrays have `count` elements and must not overlap; they may be null if `count` is 0. It is faster than single
-/// calls if consecutive queries are near each other. Several threads may call it as they may call `closestPoint`.
-/// Strong guarantee: no hit is written before the index exists.
+/// Both arrays have `count` elements and must not overlap; they may be null if `count` is 0. Several threads may call
+/// it as they may call `closestPoint`. Strong guarantee: no hit is written before the index exists.
+///
+/// Cost: about that of single calls, or less. From 1000 vertices and 64 queries on, queries that are not near their
+/// predecessors are answered in an order that makes them so; the order changes speed, never results. Sorting takes 8
+/// bytes a query, at most 8 MB. Without this memory the queries are answered from first to last.
+/// Source of the order: G. M. Morton, A computer oriented geodetic data base and a new technique in file sequencing,
+/// IBM, 1966.
 SINEW_API void projectMany(PolylineProjector const& polyline, ::Vector3 const* queries, std::size_t count,
                            PolylineHit* hits);
 
-/// The same for queries in an array of the host, with three coordinates an element.
+/// The same for queries in an array of the host, with three coordinates an element. It needs no copy of them.
 SINEW_API void projectMany(PolylineProjector const& polyline, RealArray const& queries, PolylineHit* hits);
 
 /// Length of the polyline from its first vertex to a hit: L[k] + t * (L[k + 1] - L[k]), where L are the arc lengths and

@@ -1,3 +1,4 @@
+#include <sinew/detail/as_index.h>
 #include <sinew/fields/detail/polyline_index.h>
 
 #include <gtest/gtest.h>
@@ -6,6 +7,7 @@
 #include "fields/reference_polyline.h"
 #include "support/vector_widths.h"
 
+using sinew::detail::asIndex;
 using sinew::detail::PolylineIndex;
 using sinew::detail::SegmentTree;
 using sinew::detail::VectorWidth;
@@ -13,6 +15,26 @@ using sinew::detail::VectorWidth;
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+// The index answers one query after the other with what it knows from the previous ones. Every decision must be that of
+// the reference implementation, and it must decide whatever it decides without that knowledge.
+void expectSearchResultsOnPath(PolylineIndex const& index, reference::Projector const& oracle,
+                               std::vector<Vector3> const& queries)
+{
+    std::vector<Vector3> const& points = oracle.points;
+    sinew::detail::SearchPath path;
+    int previous = 0;
+    for (Vector3 const& q : queries) {
+        double const known = distSqToLineSegment(q, points[asIndex(previous)], points[asIndex(previous + 1)], nullptr);
+        int const segment = index.nearestSegment(points, q, known, &path);
+        if (segment < 0) {
+            EXPECT_LT(index.nearestSegment(points, q, kInfinity), 0) << "query " << q;
+            continue;
+        }
+        EXPECT_EQ(segment, oracle.branchAndBound(q)) << "query " << q << ", " << points.size() << " vertices";
+        previous = segment;
+    }
+}
 
 // The number of queries that the index decides. Every decision must be that of the reference implementation, and every
 // vector width must decide the same queries.
@@ -32,6 +54,7 @@ int countDecided(std::vector<Vector3> const& points, std::vector<Vector3> const&
         for (Vector3 const& q : queries) {
             EXPECT_EQ(wide.nearestSegment(points, q, kInfinity), baseline.nearestSegment(points, q, kInfinity));
         }
+        expectSearchResultsOnPath(wide, oracle, queries);
     }
     return count;
 }

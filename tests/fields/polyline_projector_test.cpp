@@ -2,12 +2,14 @@
 
 #include <cmath>
 #include <limits>
+#include <new>
 
 #include <gtest/gtest.h>
 
 #include "fields/polylines.h"
 #include "fields/reference_polyline.h"
 #include "support/bits.h"
+#include "support/failing_new.h"
 
 using sinew::closestPoint;
 using sinew::PolylineHit;
@@ -378,6 +380,102 @@ TEST(ProjectMany, GivesTheBitsOfSingleCalls)
             EXPECT_TRUE(sameHit(hits[i], closestPoint(polyline, queries[i])));
     }
     sinew::projectMany(PolylineProjector(alongX(30)), nullptr, 0, nullptr);
+}
+
+namespace {
+
+void expectHitsOfSingleCalls(PolylineProjector const& polyline, std::vector<Vector3> const& queries)
+{
+    std::vector<PolylineHit> hits(queries.size());
+    std::vector<PolylineHit> fromFloats(queries.size());
+    std::vector<float> floats;
+    for (Vector3 const& q : queries) {
+        for (int a = 0; a < 3; ++a) floats.push_back(static_cast<float>(q[a]));
+    }
+    sinew::projectMany(polyline, queries.data(), queries.size(), hits.data());
+    sinew::projectMany(polyline, sinew::Strided<float const>(floats.data(), queries.size(), 3 * sizeof(float)),
+                       fromFloats.data());
+    for (std::size_t i = 0; i < queries.size(); ++i) {
+        ASSERT_TRUE(sameHit(hits[i], closestPoint(polyline, queries[i]))) << i << ": " << queries[i];
+        Vector3 const rounded(floats[3 * i], floats[3 * i + 1], floats[3 * i + 2]);
+        ASSERT_TRUE(sameHit(fromFloats[i], closestPoint(polyline, rounded))) << i << ": " << rounded;
+    }
+}
+
+// Queries around a polyline in random order, some at its vertices, some far away, some with special coordinates.
+std::vector<Vector3> scatteredQueries(std::vector<Vector3> const& points, int count, test::Random& random)
+{
+    std::vector<Vector3> queries = test::nearVertices(points, count, 0.3, random);
+    for (Vector3& q : queries) {
+        if (random.oneIn(4)) q = points[random.below(static_cast<int>(points.size()))];
+        if (random.oneIn(20)) q = q * random.spread(0, 60);
+        if (random.oneIn(20)) q[random.below(3)] = random.hostile();
+    }
+    return queries;
+}
+
+} // namespace
+
+TEST(ProjectMany, GivesTheseBitsAroundTheSizesFromWhichItSorts)
+{
+    test::Random random(20261122);
+    for (int const vertices : {999, 1000, 1001, 5000}) {
+        std::vector<Vector3> const points = test::noisyCurve(vertices, random);
+        PolylineProjector const polyline(points);
+        for (int const count : {0, 1, 63, 64, 65, 700})
+            expectHitsOfSingleCalls(polyline, scatteredQueries(points, count, random));
+    }
+}
+
+TEST(ProjectMany, GivesTheseBitsAtTiesAndForHostileVertices)
+{
+    test::Random random(20261123);
+    std::vector<Vector3> broken = test::smoothCurve(1200);
+    broken[700].y = kNaN;
+    std::vector<Vector3> huge = test::smoothCurve(1200);
+    for (Vector3& p : huge) p *= 1e69;
+    std::vector<Vector3> tooLarge = huge;
+    tooLarge[5].x = 1e200;
+    std::vector<Vector3> tiny = test::smoothCurve(1200);
+    for (Vector3& p : tiny) p *= 1e-200;
+    for (std::vector<Vector3> const& points :
+         {test::latticeWalk(1500, random), test::islandBoundary(1100, random), test::straightLine(3000), alongX(1000),
+          std::vector<Vector3>(1000, Vector3(1, 2, 3)), broken, huge, tooLarge, tiny}) {
+        PolylineProjector const polyline(points);
+        expectHitsOfSingleCalls(polyline, scatteredQueries(points, 200, random));
+        expectHitsOfSingleCalls(polyline, points); // consecutive queries near each other
+    }
+}
+
+TEST(ProjectMany, GivesTheseBitsWithoutMemoryForSorting)
+{
+    test::Random random(20261124);
+    std::vector<Vector3> const points = test::noisyCurve(3000, random);
+    PolylineProjector const polyline(points);
+    std::vector<Vector3> const queries = test::nearVertices(points, 500, 0.3, random);
+    closestPoint(polyline, queries[0]); // builds the index
+    std::vector<PolylineHit> hits(queries.size());
+    {
+        test::FailingNew const failing(0, test::Failing::all);
+        sinew::projectMany(polyline, queries.data(), queries.size(), hits.data());
+        EXPECT_TRUE(failing.hasFailed());
+    }
+    for (std::size_t i = 0; i < queries.size(); ++i)
+        EXPECT_TRUE(sameHit(hits[i], closestPoint(polyline, queries[i]))) << i;
+}
+
+TEST(ProjectMany, WritesNoHitWithoutMemoryForTheIndex)
+{
+    test::Random random(20261125);
+    std::vector<Vector3> const points = test::noisyCurve(3000, random);
+    PolylineProjector const polyline(points);
+    std::vector<Vector3> const queries = test::nearVertices(points, 500, 0.3, random);
+    std::vector<PolylineHit> hits(queries.size());
+    {
+        test::FailingNew const failing(0, test::Failing::all);
+        EXPECT_THROW(sinew::projectMany(polyline, queries.data(), queries.size(), hits.data()), std::bad_alloc);
+    }
+    for (PolylineHit const& hit : hits) EXPECT_EQ(hit.segment, -1);
 }
 
 // Comparisons with the reference implementation. Queries of several kinds meet different ties and margins.

@@ -340,13 +340,13 @@ private:
     double bestDistSq_ = kInfinity;
 };
 
-int PolylineIndex::nearestSegment(Points points, Vector3 const& q, double knownDistSq) const
+int PolylineIndex::nearestSegment(Points points, Vector3 const& q, double knownDistSq, SearchPath* path) const
 {
     assert(points.size() == asIndex(tree_.segments()) + 1);
     if (!tree_.covers(q)) return kUndecided;
     double const atFirst = distSq(points.front(), q);
     double const atLast = distSq(points.back(), q);
-    return nearestSegmentOf(points, q, tree_.nearest(q, std::min({knownDistSq, atFirst, atLast})), nullptr);
+    return nearestSegmentOf(points, q, tree_.nearest(q, std::min({knownDistSq, atFirst, atLast})), path);
 }
 
 int PolylineIndex::nearestSegmentOf(Points points, Vector3 const& q, NearestSegments const& nearest,

@@ -49,10 +49,12 @@ public:
     /// The segment that `nearestSegmentByBounds` gives, or -1 if that function must be called.
     ///
     /// @param knownDistSq  a squared distance that some segment is known to reach, or infinity. It only saves time.
-    int nearestSegment(Points points, Vector3 const& q, double knownDistSq) const;
+    /// @param path  that of earlier queries, which saves time for queries close to them. It must have been used with
+    ///              this index only; it may be null.
+    int nearestSegment(Points points, Vector3 const& q, double knownDistSq, SearchPath* path = nullptr) const;
 
     /// `nearestSegment` for a query whose nearest segments are known. `nearest` tells about all segments, and tree()
-    /// covers `q`. `path` must have been used with this index only; it may be null.
+    /// covers `q`.
     int nearestSegmentOf(Points points, Vector3 const& q, NearestSegments const& nearest, SearchPath* path) const;
 
     SegmentTree const& tree() const { return tree_; }

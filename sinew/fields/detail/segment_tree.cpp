@@ -374,6 +374,18 @@ bool SegmentTree::covers(Vector3 const& q) const
     return usable_ && isUsable(q);
 }
 
+void SegmentTree::box(Vector3* low, Vector3* high) const
+{
+    assert(usable_);
+    *low = *high = vertex(0);
+    for (Group const& group : levels_.back()) {
+        for (int axis = 0; axis < 3; ++axis) {
+            (*low)[axis] = std::min((*low)[axis], *std::min_element(group.low[axis], group.low[axis] + kRun));
+            (*high)[axis] = std::max((*high)[axis], *std::max_element(group.high[axis], group.high[axis] + kRun));
+        }
+    }
+}
+
 NearestSegments SegmentTree::nearest(Vector3 const& q, double knownDistSq) const
 {
     assert(covers(q));

@@ -60,6 +60,9 @@ public:
 
     int segments() const { return segments_; }
 
+    /// Corners of a box that contains all vertices. Requires that the tree covers some point.
+    void box(Vector3* low, Vector3* high) const;
+
     /// More than the rounding error of the squared distance to a segment, apart from the part that grows with it.
     double roundingMargin() const { return roundingMargin_; }
 
