@@ -10,9 +10,7 @@
 #include <cstdint>
 #include <limits>
 
-#include <sinew/core/detail/real_array.h>
 #include <sinew/detail/as_index.h>
-#include <sinew/fields/detail/proximity_batch.h>
 
 using sinew::detail::asIndex;
 
@@ -156,19 +154,3 @@ bool ProximityTester::test(Vector3 const& p) const
     // Also false for kOutside. The fields are public, so the counts need not match the bits.
     return cell < occupied.size() && occupied[static_cast<std::size_t>(cell)];
 }
-
-namespace sinew {
-
-void testMany(ProximityTester const& tester, Vector3 const* points, std::size_t count, bool* results)
-{
-    detail::testPoints(tester, points, count, results);
-}
-
-void testMany(ProximityTester const& tester, RealArray const& points, bool* results)
-{
-    detail::forParts(points, [&](Vector3 const* part, std::size_t first, std::size_t count) {
-        detail::testPoints(tester, part, count, results + first);
-    });
-}
-
-} // namespace sinew
