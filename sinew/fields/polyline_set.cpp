@@ -14,6 +14,7 @@
 
 #include <sinew/core/detail/real_array.h>
 #include <sinew/detail/as_index.h>
+#include <sinew/fields/detail/query_order.h>
 
 namespace sinew {
 
@@ -31,6 +32,9 @@ constexpr double kLargestCoordinate = 1e70;
 constexpr double kRounding = 1e-13;
 // Squares below about 1e-300 lose their digits.
 constexpr double kUnderflow = 1e-290;
+
+// From this number of nodes in the tree on, those of 500 polylines, sorting queries saves more time than it takes.
+constexpr std::size_t kSortedNodes = 999;
 
 double largestOf(Vector3 const& v)
 {
@@ -128,11 +132,21 @@ struct detail::PolylineSetAccess
         build(set, boxes, inTree.begin(), inTree.end());
     }
 
+    template <typename PointAt>
+    static QueryOrder orderOf(PolylineSet const& set, std::size_t count, PointAt const& pointAt)
+    {
+        if (set.nodes_.size() < kSortedNodes) return {};
+        Node const& all = set.nodes_[0];
+        return {count, pointAt, Vector3(all.low[0], all.low[1], all.low[2]),
+                Vector3(all.high[0], all.high[1], all.high[2])};
+    }
+
     class Search
     {
     public:
-        Search(PolylineSet const& set, Vector3 const& q)
-            : set_(set), q_(q), margin_(kRounding * (set.largest_ + largestOf(q)))
+        // Asks the polyline `first` before all others, if there is one: it should be near. This changes no result.
+        Search(PolylineSet const& set, Vector3 const& q, int first)
+            : set_(set), q_(q), first_(first), margin_(kRounding * (set.largest_ + largestOf(q)))
         {
         }
 
@@ -142,6 +156,7 @@ struct detail::PolylineSetAccess
                 for (std::size_t c = 0; c < set_.curves_.size(); ++c) ask(static_cast<int>(c));
                 return best_;
             }
+            if (first_ >= 0) ask(first_);
             for (int const curve : set_.always_) ask(curve);
             if (!set_.nodes_.empty()) visitTree();
             return best_;
@@ -185,7 +200,7 @@ struct detail::PolylineSetAccess
                 if (next.distSq > limitSq_) continue; // a tie within the margins must be asked
                 Node const& node = set_.nodes_[asIndex(next.node)];
                 if (node.right == 0) {
-                    ask(node.curve);
+                    if (node.curve != first_) ask(node.curve);
                     continue;
                 }
                 Waiting nearer = {distSqTo(next.node + 1), next.node + 1};
@@ -198,6 +213,7 @@ struct detail::PolylineSetAccess
 
         PolylineSet const& set_;
         Vector3 const q_;
+        int const first_;
         double const margin_;
         PolylineSetHit best_;
         double limitSq_ = kInfinity;
@@ -211,12 +227,18 @@ PolylineSet::PolylineSet(std::vector<PolylineProjector> curves) : curves_(std::m
 
 PolylineSetHit closestPoint(PolylineSet const& set, Vector3 const& q)
 {
-    return detail::PolylineSetAccess::Search(set, q).run();
+    return detail::PolylineSetAccess::Search(set, q, -1).run();
 }
 
 void projectMany(PolylineSet const& set, RealArray const& queries, PolylineSetHit* hits)
 {
-    for (std::size_t i = 0; i < queries.count; ++i) hits[i] = closestPoint(set, detail::vectorAt(queries, i));
+    auto const pointAt = [&queries](std::size_t i) { return detail::vectorAt(queries, i); };
+    detail::QueryOrder order = detail::PolylineSetAccess::orderOf(set, queries.count, pointAt);
+    int first = -1; // the curve of the previous query, if that is near
+    order.visit(queries.count, pointAt, [&](std::size_t i, Vector3 const& q) {
+        hits[i] = detail::PolylineSetAccess::Search(set, q, first).run();
+        if (order.isSorted()) first = hits[i].curve;
+    });
 }
 
 } // namespace sinew

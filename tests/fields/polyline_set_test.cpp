@@ -2,11 +2,13 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include <gtest/gtest.h>
 
 #include "fields/polylines.h"
 #include "support/bits.h"
+#include "support/failing_new.h"
 
 using sinew::closestPoint;
 using sinew::PolylineHit;
@@ -236,4 +238,50 @@ TEST(PolylineSet, ManyQueriesHaveTheBitsOfSingleOnes)
         EXPECT_TRUE(sameHit(hits[i], closestPoint(set, Vector3(p[0], p[1], p[2])))) << i;
     }
     sinew::projectMany(set, sinew::RealArray(), nullptr);
+}
+
+TEST(PolylineSet, ManyScatteredQueriesHaveTheBitsOfSingleOnes)
+{
+    test::Random random(20261122);
+    for (int const count : {60, 499, 500, 501, 700}) {
+        SCOPED_TRACE(count);
+        Curves curves;
+        for (int i = 0; i < count; ++i) {
+            // Copies of earlier curves tie with them.
+            curves.push_back(i > 0 && random.oneIn(4) ? curves[static_cast<std::size_t>(random.below(i))]
+                                                      : anyCurve(random, 5));
+        }
+        PolylineSet const set(curves);
+        for (int const queries : {1, 63, 64, 65, 600}) {
+            std::vector<Vector3> points = random.points(queries, -6, 6);
+            for (Vector3& p : points) {
+                if (random.oneIn(20)) p = random.hostilePoint();
+                std::vector<Vector3> const& curve = curves[static_cast<std::size_t>(random.below(count))].points;
+                if (random.oneIn(3) && !curve.empty()) p = curve.back();
+            }
+            std::vector<PolylineSetHit> hits(points.size());
+            sinew::projectMany(set, sinew::coordinatesOf(std::as_const(points).data(), points.size()), hits.data());
+            for (std::size_t i = 0; i < points.size(); ++i)
+                EXPECT_TRUE(sameHit(hits[i], closestPoint(set, points[i]))) << i << ": " << points[i];
+        }
+    }
+}
+
+TEST(PolylineSet, ManyQueriesHaveTheseBitsWithoutMemoryForSorting)
+{
+    test::Random random(20261123);
+    Curves curves;
+    for (int i = 0; i < 600; ++i) {
+        Vector3 const a = random.point();
+        curves.push_back(segment(a, random.point()));
+    }
+    PolylineSet const set(curves);
+    std::vector<Vector3> const points = random.points(300);
+    std::vector<PolylineSetHit> hits(points.size());
+    {
+        test::FailingNew const failing(0, test::Failing::all);
+        sinew::projectMany(set, sinew::coordinatesOf(points.data(), points.size()), hits.data());
+        EXPECT_TRUE(failing.hasFailed());
+    }
+    for (std::size_t i = 0; i < points.size(); ++i) EXPECT_TRUE(sameHit(hits[i], closestPoint(set, points[i]))) << i;
 }
