@@ -13,7 +13,7 @@ namespace {
 // Cells along an axis, so that the numbers of a cell and of a query fit into 64 bits.
 constexpr int kBits = 14;
 constexpr double kCells = 1 << kBits;
-static_assert(QueryOrder::kPart << 3 * kBits >> 3 * kBits == QueryOrder::kPart, "an entry has 64 bits");
+static_assert(std::uint64_t{QueryOrder::kPart} <= std::uint64_t{1} << (64 - 3 * kBits), "an entry has 64 bits");
 
 // Beside the object the cells cover as much again on each side. Queries farther away are in the outermost cells.
 constexpr double kCovered = 3.0;

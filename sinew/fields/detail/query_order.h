@@ -50,7 +50,7 @@ public:
             for (std::size_t i = 0; i < size; ++i) entries_[i] = entry(pointAt(first + i), i);
             sort(size);
             for (std::size_t k = 0; k < size; ++k) {
-                std::size_t const i = first + entries_[k] % kPart;
+                std::size_t const i = first + static_cast<std::size_t>(entries_[k] % kPart);
                 use(i, pointAt(i));
             }
         }
