@@ -6,6 +6,7 @@
 #include <iterator>
 #include <utility>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/detail/element_count.h>
 #include <sinew/sparse/detail/panel_kernels.h>
 
@@ -94,15 +95,53 @@ std::size_t largestUpdateCount(PanelPlan const& plan)
     return asIndex(largest);
 }
 
+// How many products finishing a panel takes, roughly: those of its updates, and those within the panel.
+double productsOf(PanelPlan const& plan, std::size_t p)
+{
+    Panel const& panel = plan.panels[p];
+    double products = static_cast<double>(panel.width) * panel.width * panel.height();
+    for (PanelUpdate const& update : plan.updatesOf(static_cast<int>(p))) {
+        Panel const& earlier = plan.panels[asIndex(update.panel)];
+        double const entries = static_cast<double>(update.rowEnd - update.rowBegin) * earlier.width;
+        products += entries * (earlier.rowCount - update.rowBegin);
+    }
+    return products;
+}
+
+// Tells a meter which part of the products is done. Without a meter, it does nothing.
+class PanelProgress
+{
+public:
+    PanelProgress(PanelPlan const& plan, ProgressMeter* meter) : plan_(plan), meter_(meter)
+    {
+        for (std::size_t p = 0; meter && p < plan.panels.size(); ++p) total_ += productsOf(plan, p);
+    }
+
+    void finished(std::size_t p)
+    {
+        if (!meter_) return;
+        done_ += productsOf(plan_, p);
+        meter_->reached(done_ / total_);
+    }
+
+private:
+    PanelPlan const& plan_;
+    ProgressMeter* meter_;
+    double total_ = 0.0;
+    double done_ = 0.0;
+};
+
 // Finishes all panels, and calls visit(panel) after each. The result is that of PanelKernel.
 template <typename Visit>
-int finishPanels(PanelWork const& work, VectorWidth width, Visit visit)
+int finishPanels(PanelWork const& work, VectorWidth width, ProgressMeter* meter, Visit visit)
 {
     PanelKernel const finishPanel = panelKernel(width);
+    PanelProgress progress(*work.plan, meter);
     for (std::size_t p = 0; p < work.plan->panels.size(); ++p) {
         int const failedAt = finishPanel(work, static_cast<int>(p));
         if (failedAt >= 0) return failedAt;
         visit(work.plan->panels[p]);
+        progress.finished(p);
     }
     return -1;
 }
@@ -139,9 +178,9 @@ PanelWork loadPanels(PanelPlan const& plan, SparseRows const& rows, std::vector<
     return work;
 }
 
-int factorInPlace(PanelWork const& work, VectorWidth width)
+int factorInPlace(PanelWork const& work, VectorWidth width, ProgressMeter* meter)
 {
-    return finishPanels(work, width, [](Panel const&) {});
+    return finishPanels(work, width, meter, [](Panel const&) {});
 }
 
 void writeLists(PanelPlan const& plan, double const* values, LLTMatrix& result)
@@ -151,7 +190,7 @@ void writeLists(PanelPlan const& plan, double const* values, LLTMatrix& result)
 }
 
 NumericResult factorPanels(PanelPlan const& plan, SparseRows const& rows, std::vector<int> const& perm,
-                           EntrySlots const& slots, VectorWidth width)
+                           EntrySlots const& slots, VectorWidth width, ProgressMeter* meter)
 {
     PanelNumbers numbers(plan);
     PanelScratch scratch(plan);
@@ -159,7 +198,7 @@ NumericResult factorPanels(PanelPlan const& plan, SparseRows const& rows, std::v
     NumericResult result;
     ResultWriter writer(plan, work.values, result.factor);
     // Each panel is copied while it is still in the cache.
-    result.failedAt = finishPanels(work, width, [&writer](Panel const& panel) { writer.write(panel); });
+    result.failedAt = finishPanels(work, width, meter, [&writer](Panel const& panel) { writer.write(panel); });
     result.pivots = std::move(scratch.pivots);
     if (result.failedAt >= 0) result.pivots.resize(asIndex(result.failedAt) + 1);
     result.factor.diag = std::move(numbers.diag);
