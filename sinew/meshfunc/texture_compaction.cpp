@@ -12,6 +12,7 @@
 #include <cmath>
 #include <limits>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/detail/element_count.h>
 #include <sinew/meshfunc/detail/mask_bits.h>
@@ -139,6 +140,12 @@ int clip(int value, int low, int high)
 }
 
 EmptyRectTester::EmptyRectTester(std::vector<bool> const& usedMask, int width_, int height_)
+    : EmptyRectTester(usedMask, width_, height_, nullptr)
+{
+}
+
+EmptyRectTester::EmptyRectTester(std::vector<bool> const& usedMask, int width_, int height_,
+                                 sinew::detail::ProgressMeter* meter)
     : width(width_), height(height_)
 {
     if (!isTexelCount(usedMask.size(), width, height)) return;
@@ -152,6 +159,7 @@ EmptyRectTester::EmptyRectTester(std::vector<bool> const& usedMask, int width_, 
 
     MaskBits const mask(usedMask);
     for (std::size_t y = 0; y < rows; ++y) {
+        if (meter) meter->reached(sinew::detail::fractionOf(y, rows));
         for (std::size_t x = 0; x < columns; x += kWordBits) {
             std::size_t const count = std::min(kWordBits, columns - x);
             std::uint64_t const bits = mask.read(y * columns + x, count);
@@ -163,6 +171,24 @@ EmptyRectTester::EmptyRectTester(std::vector<bool> const& usedMask, int width_, 
             blocks |= blocksOf(bits) << block % kWordBits;
         }
     }
+}
+
+struct sinew::detail::EmptyRectTesterAccess
+{
+    static EmptyRectTester make(std::vector<bool> const& usedMask, int width, int height, ProgressMeter& meter)
+    {
+        return {usedMask, width, height, &meter};
+    }
+};
+
+std::optional<EmptyRectTester> sinew::makeEmptyRectTester(std::vector<bool> const& usedMask, int width, int height,
+                                                          Progress const& progress)
+{
+    return detail::withProgress(progress, [&](detail::ProgressMeter& meter) {
+        EmptyRectTester result = detail::EmptyRectTesterAccess::make(usedMask, width, height, meter);
+        meter.finish();
+        return result;
+    });
 }
 
 bool EmptyRectTester::isRectEmpty(double minX, double minY, double maxX, double maxY) const
