@@ -18,8 +18,8 @@ namespace {
 // part makes anew, take a small part of the time.
 std::size_t partSize(std::size_t vertexCount)
 {
-    constexpr std::size_t kWork = std::size_t{1} << 23; // points times vertices
-    return std::clamp<std::size_t>(kWork / std::max<std::size_t>(vertexCount, 1), 512, 16384);
+    constexpr std::size_t kWork = std::size_t{1} << 20; // points times vertices
+    return std::clamp<std::size_t>(kWork / std::max<std::size_t>(vertexCount, 1), 64, 16384);
 }
 
 // An array for results that the host wants, with as many elements as its own.

@@ -191,7 +191,8 @@ private:
     std::unique_ptr<State> state_;
 };
 
-/// `CompactFactor(matrix)` with progress. See `Progress`. The ordering and the analysis are told as the first half.
+/// `CompactFactor(matrix)` with progress. See `Progress`. The ordering and the analysis are told as the first 15
+/// percent.
 SINEW_API std::optional<CompactFactor> makeCompactFactor(SPDMatrix const& matrix, Progress const& progress);
 
 /// `CompactFactor(symbolic, matrix)` with progress. See `Progress`.

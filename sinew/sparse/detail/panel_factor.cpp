@@ -47,12 +47,13 @@ private:
 class ResultWriter
 {
 public:
-    ResultWriter(PanelPlan const& plan, double const* values, LLTMatrix& result)
+    ResultWriter(PanelPlan const& plan, double const* values, LLTMatrix& result, ProgressMeter* meter = nullptr)
         : plan_(plan), values_(values), result_(result), rowEnd_(plan.rowLength.size())
     {
         result.rows.resize(rowEnd_.size());
         result.Mt.resize(rowEnd_.size());
         for (std::size_t i = 0; i < rowEnd_.size(); ++i) {
+            if (meter && i % kRowsPerLook == 0) meter->reached(0.0); // allocating takes long, too
             result.rows[i].resize(asIndex(plan.rowLength[i]));
             rowEnd_[i] = result.rows[i].data();
         }
@@ -79,6 +80,8 @@ public:
     }
 
 private:
+    static constexpr std::size_t kRowsPerLook = 1024;
+
     PanelPlan const& plan_;
     double const* values_;
     LLTMatrix& result_;
@@ -196,7 +199,7 @@ NumericResult factorPanels(PanelPlan const& plan, SparseRows const& rows, std::v
     PanelScratch scratch(plan);
     PanelWork const work = loadPanels(plan, rows, perm, slots, numbers, scratch);
     NumericResult result;
-    ResultWriter writer(plan, work.values, result.factor);
+    ResultWriter writer(plan, work.values, result.factor, meter);
     // Each panel is copied while it is still in the cache.
     result.failedAt = finishPanels(work, width, meter, [&writer](Panel const& panel) { writer.write(panel); });
     result.pivots = std::move(scratch.pivots);
