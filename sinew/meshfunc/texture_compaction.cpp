@@ -153,13 +153,14 @@ EmptyRectTester::EmptyRectTester(std::vector<bool> const& usedMask, int width_, 
     std::size_t const rows = asIndex(height);
     rowWords_ = wordsFor(columns);
     blockRowWords_ = wordsFor(roundedUpQuotient(columns, kBlockSide));
-    emptyTexels.resize(elementCount<int>(static_cast<std::int64_t>(usedMask.size())));
+    emptyTexels.reserve(elementCount<int>(static_cast<std::int64_t>(usedMask.size())));
     usedRows_.resize(elementCount<std::uint64_t>(static_cast<std::int64_t>(rowWords_ * rows)));
     usedBlocks_.resize(blockRowWords_ * roundedUpQuotient(rows, kBlockSide));
 
     MaskBits const mask(usedMask);
     for (std::size_t y = 0; y < rows; ++y) {
         if (meter) meter->reached(sinew::detail::fractionOf(y, rows));
+        emptyTexels.resize((y + 1) * columns); // row by row: filling memory that is not in the cache takes long
         for (std::size_t x = 0; x < columns; x += kWordBits) {
             std::size_t const count = std::min(kWordBits, columns - x);
             std::uint64_t const bits = mask.read(y * columns + x, count);

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sinew/core/detail/progress_meter.h>
+
 using sinew::Progress;
 
 namespace {
@@ -109,5 +111,87 @@ TEST(Progress, PartsCoverTheirRangeAndNothingElse)
             }
         }
         EXPECT_EQ(last, 1.0);
+    }
+}
+
+namespace {
+
+// A function that records what it is told, without any limit of time, and answers no from a fraction on.
+struct Recorder
+{
+    double noFrom = 2;
+    std::vector<double> told;
+
+    bool operator()(double fraction)
+    {
+        told.push_back(fraction);
+        return fraction < noFrom;
+    }
+};
+
+} // namespace
+
+TEST(ProgressMeter, MapsStepsAndPhasesToTheWholeCall)
+{
+    Recorder host;
+    sinew::detail::ProgressMeter meter(Progress(host, 0.0));
+    meter.reached(0.125);
+    meter.beginStep(0.5, 1.0);
+    meter.beginPhase(0.0, 0.5);
+    meter.reached(0.5);
+    meter.beginPhase(0.5, 1.0);
+    meter.reached(0.5);
+    EXPECT_EQ(meter.told(), 0.875);
+    meter.finish();
+    EXPECT_EQ(host.told, (std::vector<double>{0.125, 0.5, 0.625, 0.75, 0.875, 1.0}));
+}
+
+TEST(ProgressMeter, NeverFallsAndTellsOneOnlyAtTheEnd)
+{
+    Recorder host;
+    sinew::detail::ProgressMeter meter(Progress(host, 0.0));
+    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+    for (double const fraction : {kNaN, 0.5, 0.25, kNaN, -1.0, 1.0, 7.0}) meter.reached(fraction);
+    double const last = 1 - 0x1p-53;
+    EXPECT_EQ(host.told, (std::vector<double>{0.0, 0.5, 0.5, 0.5, 0.5, last, last}));
+    meter.finish();
+    EXPECT_EQ(host.told.back(), 1.0);
+}
+
+TEST(ProgressMeter, WaitsForTheInterval)
+{
+    Recorder host;
+    sinew::detail::ProgressMeter meter(Progress(host, 1e9));
+    for (int i = 0; i < 1000; ++i) meter.reached(i / 1000.0);
+    EXPECT_TRUE(host.told.empty());
+    meter.finish();
+    EXPECT_EQ(host.told, std::vector<double>{1.0});
+    for (double const none : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN()}) {
+        Recorder always;
+        sinew::detail::ProgressMeter unlimited(Progress(always, none));
+        for (int i = 0; i < 10; ++i) unlimited.reached(0.5);
+        EXPECT_EQ(always.told.size(), 10U);
+    }
+}
+
+TEST(ProgressMeter, EndsTheWorkWhereTheHostAnswersNo)
+{
+    for (double const noFrom : {0.0, 0.5, 1.0, 2.0}) {
+        Recorder host{noFrom, {}};
+        double done = -1;
+        auto const result = sinew::detail::withProgress(Progress(host, 0.0), [&](sinew::detail::ProgressMeter& meter) {
+            for (double const fraction : {0.0, 0.25, 0.5, 0.75}) {
+                meter.reached(fraction);
+                done = fraction;
+            }
+            meter.finish();
+            done = 1;
+            return 42;
+        });
+        EXPECT_EQ(result.has_value(), noFrom > 1);
+        if (noFrom > 1) {
+            EXPECT_EQ(*result, 42);
+        }
+        EXPECT_EQ(done, noFrom == 0 ? -1 : noFrom == 0.5 ? 0.25 : noFrom == 1 ? 0.75 : 1);
     }
 }
