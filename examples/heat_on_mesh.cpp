@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <fstream>
 #include <map>
@@ -99,24 +100,24 @@ Laplacian assemble(Mesh const& mesh)
     return laplacian;
 }
 
-// M + t L, which is symmetric and, for t >= 0, positive definite: each diagonal exceeds the sum of its row.
-SPDMatrix heatMatrix(Laplacian const& laplacian, double t)
+// M + t L, which is symmetric and, for t >= 0, positive definite: each diagonal exceeds the sum of its row. The
+// triplets are contributions to the lower triangle; those of the same place are summed.
+std::vector<sinew::Triplet> heatMatrix(Laplacian const& laplacian, double t)
 {
-    SPDMatrix matrix;
-    matrix.rows.resize(laplacian.areas.size());
-    std::vector<double> diagonal = laplacian.areas;
-    // A vertex without triangles keeps its temperature. Any positive diagonal gives that.
-    for (double& d : diagonal) d = d > 0 ? d : 1.0;
+    std::vector<sinew::Triplet> triplets;
+    for (std::size_t i = 0; i < laplacian.areas.size(); ++i) {
+        // A vertex without triangles keeps its temperature. Any positive diagonal gives that.
+        double const area = laplacian.areas[i];
+        triplets.push_back({static_cast<int>(i), static_cast<int>(i), area > 0 ? area : 1.0});
+    }
     for (auto const& [edge, weight] : laplacian.weights) {
         // The weight is negative if the angles opposite to the edge add up to more than 180 degrees. It is replaced by
         // zero, because otherwise heat would flow from cold to hot.
         double const w = t * std::max(weight, 0.0);
-        matrix.rows[edge.first].push_back({edge.second, -w});
-        diagonal[edge.first] += w;
-        diagonal[edge.second] += w;
+        auto const [i, j] = edge;
+        triplets.insert(triplets.end(), {{i, j, -w}, {i, i, w}, {j, j, w}});
     }
-    for (std::size_t i = 0; i < diagonal.size(); ++i) matrix.rows[i].push_back({static_cast<int>(i), diagonal[i]});
-    return matrix;
+    return triplets;
 }
 
 void writePly(char const* file, Mesh const& mesh, std::vector<double> const& heat)
@@ -152,11 +153,12 @@ int main(int argc, char** argv)
     }
     double const meanEdge = lengthSum / static_cast<double>(mesh.corners.size() / 3);
     Laplacian const laplacian = assemble(mesh);
-    SPDMatrix const matrix = heatMatrix(laplacian, 2 * meanEdge * meanEdge);
-    LLTMatrix const factor = matrix.factor();
-    if (factor.rows.empty()) {
-        sinew::MatrixDiagnosis const diagnosis = sinew::diagnose(matrix);
-        std::fprintf(stderr, "%s%s", diagnosis.text().c_str(), diagnosis.pivotText().c_str());
+    auto const build = sinew::fromTriplets(static_cast<std::int64_t>(mesh.points.size()),
+                                           heatMatrix(laplacian, 2 * meanEdge * meanEdge));
+    sinew::CompactFactor const factor(build.matrix);
+    if (!factor.hasNumbers()) {
+        sinew::MatrixDiagnosis const diagnosis = sinew::diagnose(build.matrix);
+        std::fprintf(stderr, "%s%s%s", build.text().c_str(), diagnosis.text().c_str(), diagnosis.pivotText().c_str());
         return 1;
     }
 

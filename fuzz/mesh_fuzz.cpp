@@ -8,8 +8,10 @@
 #include <string>
 #include <utility>
 
+#include <sinew/meshfunc/location.h>
 #include <sinew/meshfunc/mesh_diagnosis.h>
 #include <sinew/meshfunc/mesh_function_2d.h>
+#include <sinew/meshfunc/raster.h>
 
 #include "fuzz/input.h"
 #include "meshfunc/reference_mesh_function.h"
@@ -26,6 +28,7 @@ using Point = tzNM::vect2<double>;
 
 constexpr int kMostVertices = 48;
 constexpr int kMostTriangles = 96;
+constexpr int kMostPixels = 24; // along each side of a raster
 constexpr int kMostOperations = 20;
 constexpr int kMostRebuilds = 3; // also of copies; they are the slowest operation
 constexpr int kMostFiner = 10;   // squares along each side of a regular mesh
@@ -137,6 +140,19 @@ Point queryPoint(Input& input, MeshFunction2D const& f)
     return a + s * (b - a) + input.tame() * (vertex() - a) + 1e-8 * Point(input.tame(), input.tame());
 }
 
+// The values at a location have the bits of the query.
+void compareLocation(MeshFunction2D const& f, sinew::Location const& location, Answer const& expected)
+{
+    require((location.rule != sinew::LocationRule::none) == expected.found, "a location where there is a value");
+    double value[2] = {7, 7};
+    double const* const values = f.values.empty() ? nullptr : &f.values[0].x;
+    require(sinew::blend(location, values, 2, 2, value) == expected.found, "blended where there is a value");
+    require(sameBits(Point(value[0], value[1]), expected.value), "blended value");
+    // The distance to an edge is a difference, which rounding may make negative.
+    bool const isSquare = location.rule != sinew::LocationRule::nearestEdge;
+    require(!isSquare || !(location.distSq < 0), "a squared distance");
+}
+
 void query(Input& input, MeshFunction2D const& f, reference::MeshFunction2D const* expected)
 {
     std::array<Point, 3> points;
@@ -145,6 +161,9 @@ void query(Input& input, MeshFunction2D const& f, reference::MeshFunction2D cons
         for (Point const& p : points) {
             Answer const found = answer(f, kind, p);
             if (expected) require(same(found, answer(*expected, kind, p)), "query as the reference implementation");
+            if (!expected || kind == 2) continue;
+            auto const outside = kind == 0 ? sinew::Outside::excluded : sinew::Outside::extrapolated;
+            compareLocation(f, sinew::locate(f, p, outside), found);
         }
     }
     std::array<Point, 3> values;
@@ -159,6 +178,46 @@ void query(Input& input, MeshFunction2D const& f, reference::MeshFunction2D cons
         for (std::size_t i = 0; i < points.size(); ++i) {
             Answer many{found[i], values[i], scalars[i]};
             require(same(many, answer(f, kind, points[i])), "many queries as single ones");
+        }
+    }
+}
+
+sinew::Raster rasterOf(Input& input, MeshFunction2D const& f)
+{
+    sinew::Raster raster;
+    raster.origin = queryPoint(input, f);
+    raster.step = input.below(8) == 7 ? input.point2() : 0.125 * Point(input.tame(), input.tame());
+    raster.width = input.below(kMostPixels);
+    raster.height = input.below(kMostPixels);
+    raster.rowStride = input.flag() ? 0 : static_cast<std::size_t>(raster.width + input.below(3));
+    return raster;
+}
+
+// Pixels as single queries. A function that has been edited since its members were built may give anything.
+void queryRaster(Input& input, MeshFunction2D const& f, bool isStale)
+{
+    sinew::Raster const raster = rasterOf(input, f);
+    std::size_t const stride = raster.rowStride > 0 ? raster.rowStride : static_cast<std::size_t>(raster.width);
+    std::size_t const size = stride * static_cast<std::size_t>(raster.height);
+    for (sinew::Outside const outside : {sinew::Outside::excluded, sinew::Outside::extrapolated}) {
+        int const kind = outside == sinew::Outside::excluded ? 0 : 1;
+        std::vector<Point> values(size, Point(7, 7));
+        std::vector<float> scalars(size, 7);
+        std::vector<sinew::Location> locations(size);
+        std::unique_ptr<bool[]> const found(new bool[size + 1]());
+        std::size_t (*function)(MeshFunction2D const&, sinew::Raster const&, Point*, float*, bool*) =
+            sinew::evaluateRaster;
+        if (kind == 1) function = sinew::extrapolateRaster;
+        function(f, raster, values.data(), scalars.data(), found.get());
+        sinew::locateRaster(f, raster, locations.data(), outside);
+        for (int row = 0; row < raster.height && !isStale; ++row) {
+            for (int column = 0; column < raster.width; ++column) {
+                std::size_t const i = static_cast<std::size_t>(column) + stride * static_cast<std::size_t>(row);
+                Point const p = sinew::pixelPoint(raster, column, row);
+                Answer const expected = answer(f, kind, p);
+                require(same({found[i], values[i], scalars[i]}, expected), "pixel as a single query");
+                compareLocation(f, locations[i], expected);
+            }
         }
     }
 }
@@ -277,7 +336,9 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
             stale = false;
         }
         int const kind = input.below(16);
-        if (kind < 9) {
+        if (kind < 2) {
+            queryRaster(input, f, stale);
+        } else if (kind < 9) {
             query(input, f, stale ? nullptr : expected.get());
         } else if (kind < 11) {
             queryIndices(input, f);

@@ -5,7 +5,9 @@
 #include <memory>
 #include <utility>
 
+#include <sinew/core/strided.h>
 #include <sinew/skinning/bone_transform_vector.h>
+#include <sinew/skinning/skin.h>
 #include <sinew/skinning/substitute_geometry_data.h>
 #include <sinew/skinning/weights.h>
 
@@ -118,6 +120,39 @@ void comparePoints(BoneTransformVector const& figure, smart_ptr<DisplayData> dis
     display->boneWeights = given;
 }
 
+// Raw arrays of the same numbers give the same results.
+void compareArrays(BoneTransformVector const& figure, DisplayData const& display, SurfaceGeometryData const& expected)
+{
+    SurfaceGeometryData const& surface = *display.surface;
+    std::size_t const vertices = surface.positions.size();
+    std::vector<int> bones;
+    std::vector<double> weights;
+    std::vector<std::size_t> offsets(1, 0);
+    for (std::size_t v = 0; display.boneWeights && v < vertices; ++v) {
+        for (auto const& [bone, weight] : display.boneWeights->influences[v]) {
+            bones.push_back(bone);
+            weights.push_back(weight);
+        }
+        offsets.push_back(bones.size());
+    }
+    std::vector<Vector3> normals(surface.normals.begin(), surface.normals.end());
+    std::vector<Vector3> positions(vertices), unitNormals(vertices);
+    sinew::SkinInput in;
+    in.positions = sinew::coordinatesOf(surface.positions.data(), vertices);
+    in.normals = sinew::coordinatesOf(normals.data(), vertices);
+    if (display.boneWeights) in.influences = {sinew::packed(offsets), sinew::packed(bones), sinew::packed(weights)};
+    in.bones = figure.bones.data();
+    in.boneCount = figure.bones.size();
+    in.placement = display.placement;
+    sinew::SkinOutput const out = {sinew::coordinatesOf(positions.data(), vertices),
+                                   sinew::coordinatesOf(unitNormals.data(), vertices)};
+    require(sinew::skin(in, out) == vertices, "all vertices are written");
+    require(sameBits(positions, expected.positions), "positions of arrays");
+    for (std::size_t v = 0; v < vertices; ++v) {
+        require(sameBits(unitNormals[v], static_cast<Vector3 const&>(expected.normals[v])), "normals of arrays");
+    }
+}
+
 void compareSurface(smart_ptr<BoneTransformVector> figure, smart_ptr<DisplayData> display)
 {
     smart_ptr<SurfaceGeometryData> const result = BoneTransformModifyer(figure)(display);
@@ -139,6 +174,7 @@ void compareSurface(smart_ptr<BoneTransformVector> figure, smart_ptr<DisplayData
         require(sameBits(single[v].second, expected.normals[v]), "normal of a single vertex");
     }
     require(result->indices == expected.indices, "the same triangles");
+    compareArrays(*figure, *display, expected);
 }
 
 // Vertices beyond the end of a list are copied.

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include <sinew/sparse/compact_factor.h>
 #include <sinew/sparse/diagnose.h>
 #include <sinew/sparse/solve_many.h>
 #include <sinew/sparse/spd_matrix.h>
@@ -103,6 +104,30 @@ bool same(LLTMatrix const& a, LLTMatrix const& b)
     return sameBits(a.rows, b.rows) && sameBits(a.Mt, b.Mt) && sameBits(a.diag, b.diag) && a.perm == b.perm;
 }
 
+// The compact factor of the same matrix holds the same numbers, and those of another matrix after refactoring.
+void compareCompact(sinew::SymbolicFactor const& symbolic, SPDMatrix const& matrix, SPDMatrix const& other)
+{
+    LLTMatrix const expected = symbolic.factor(matrix);
+    sinew::CompactFactor compact(symbolic, matrix);
+    require(compact.hasNumbers() == !expected.rows.empty(), "a compact factor where there is a factor");
+    require(same(compact.toLLT(), expected), "numbers of the compact factor");
+    require(!(compact.conditionEstimate() < 0), "a condition number");
+    if (compact.size() == 0) return;
+    LLTMatrix const next = symbolic.factor(other);
+    require(compact.refactor(other) == !next.rows.empty(), "refactored where there is a factor");
+    require(same(compact.toLLT(), next), "numbers of the refactored factor");
+}
+
+// A compact factor of edited lists is empty, or solves like them.
+void compareCompactSolution(LLTMatrix const& factor, std::vector<double> b)
+{
+    sinew::CompactFactor const compact(factor);
+    if (!compact.hasNumbers()) return;
+    std::vector<double> expected = b;
+    require(factor.solve(expected) && compact.solve(b), "both solve");
+    require(sameBits(b, expected), "solution of the compact factor");
+}
+
 std::vector<double> rightHandSide(Input& input, std::size_t size)
 {
     std::vector<double> b(size);
@@ -127,6 +152,7 @@ void compareSolutions(Input& input, LLTMatrix const& factor)
     }
     require(sinew::solveMany(factor, sides) == fits, "many right-hand sides as one");
     require(sameBits(sides, expected), "many solutions as single ones");
+    compareCompactSolution(factor, before.front());
     sides.push_back(rightHandSide(input, n + 1));
     require(!sinew::solveMany(factor, sides), "a right-hand side of the wrong size");
     std::vector<double> tooLong = sides.back();
@@ -161,6 +187,7 @@ LLTMatrix compareFactors(Input& input, SPDMatrix const& matrix)
     SPDMatrix other = matrix; // other values, the same pattern
     for (auto& row : other.rows) row.back().second = input.flag() ? 100.0 : row.back().second;
     require(same(symbolic.factor(other), reference::factor(other, perm)), "factor of other values");
+    compareCompact(symbolic, matrix, other);
     sinew::MatrixDiagnosis const diagnosis = sinew::diagnose(matrix);
     require(diagnosis.wellFormed, "the diagnosis of a well-formed matrix");
     bool hasNaN = false;

@@ -268,10 +268,10 @@ void builders(Inputs& in, Record& out)
         // The arrays of a factor: a triangle by columns, which is the other triangle by rows.
         sinew::CscFactor<int> const arrays = sinew::toCsc(anyMatrix(in).factor());
         std::int64_t const columns = static_cast<std::int64_t>(arrays.perm.size()) + (in.oneIn(20) ? -1 : 0);
-        int const* const starts = arrays.starts.data();
-        double const* const values = arrays.values.data();
-        add(sinew::fromCsc(columns, starts, arrays.rows.data(), values, MirroredPairs::summed), out);
-        add(sinew::fromCsr(columns, starts, arrays.rows.data(), values, MirroredPairs::once), out);
+        auto const starts = sinew::packed(arrays.starts), rows = sinew::packed(arrays.rows);
+        auto const values = sinew::packed(arrays.values);
+        add(sinew::fromCsc(columns, starts, rows, values, MirroredPairs::summed), out);
+        add(sinew::fromCsr(columns, starts, rows, values, MirroredPairs::once), out);
         out.countInputs(static_cast<std::int64_t>(triplets.size() + arrays.rows.size()));
     }
 }

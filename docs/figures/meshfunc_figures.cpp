@@ -1,5 +1,5 @@
-// The pictures of docs/meshfunc.md that show a mesh function: its grid, and its extrapolation outside the boundary
-// loops.
+// The pictures of docs/meshfunc.md that show a mesh function: its grid, its extrapolation outside the boundary loops,
+// and a position map that was baked with one.
 
 #include <cmath>
 #include <map>
@@ -9,6 +9,8 @@
 #include <sinew/meshfunc/mesh_function_2d.h>
 
 #include <tool/io/files.h>
+#include <tool/tour/position_map.h>
+#include <tool/tour/textured_function.h>
 
 #include "figure.h"
 
@@ -115,6 +117,58 @@ void drawOutside(Canvas& canvas)
     drawLoops(canvas, f);
 }
 
+// The vase of examples/position_map.cpp: a surface of revolution, cut along one line and laid flat. On its seam the
+// vertices of both sides are the same points of space with different texture coordinates.
+tool::TexturedMesh vase()
+{
+    constexpr int kAround = 48, kUp = 32;
+    constexpr double kMargin = 0.1; // of the texture, on each side
+    tool::TexturedMesh mesh;
+    mesh.name = "vase";
+    for (int i = 0; i <= kAround; ++i) {
+        for (int j = 0; j <= kUp; ++j) {
+            double const around = static_cast<double>(i) / kAround, up = static_cast<double>(j) / kUp;
+            mesh.texcoords.emplace_back(kMargin + (1 - 2 * kMargin) * around, kMargin + (1 - 2 * kMargin) * up);
+            if (i == kAround) continue;
+            double const angle = 2 * 3.14159265358979323846 * around, radius = 0.6 + 0.25 * std::sin(10 * up);
+            mesh.positions.emplace_back(radius * std::cos(angle), 2 * up, -radius * std::sin(angle));
+        }
+    }
+    int const inMesh = kAround * (kUp + 1); // vertices; the last column is the first one again
+    for (int i = 0; i < kAround; ++i) {
+        for (int j = 0; j < kUp; ++j) {
+            int const a = i * (kUp + 1) + j, b = a + kUp + 1;
+            for (tool::Triangle const& t : {tool::Triangle{a, b, b + 1}, tool::Triangle{a, b + 1, a + 1}}) {
+                mesh.texTriangles.push_back(t);
+                mesh.triangles.push_back({t[0] % inMesh, t[1] % inMesh, t[2] % inMesh});
+            }
+        }
+    }
+    return mesh;
+}
+
+// The map of the whole texture on the left; on the right the vase, drawn from the map.
+void drawPositionMap(Canvas& canvas)
+{
+    constexpr double kSide = 520;
+    tool::Rect const left{0, 0, kSide, kSide}, right{kSide, 0, canvas.width() - kSide, kSide};
+    tool::TexturedMesh const mesh = vase();
+    MeshFunction2D const f = tool::sideViewFunction(mesh);
+    int const texels = canvas.pixels(kSide);
+    tool::PositionMap const map =
+        tool::bakePositions(mesh, f, tool::rasterOf({{0, 0}, {1, 1}, left}, left, texels, texels));
+    tool::PositionColours const colours(mesh.positions);
+    tool::Solid const solid = tool::solidOf(map, f.facets, f.params.size(), colours);
+    tool::drawSolids(canvas, {solid}, tool::View::fitted(mesh.positions, 20, 24, right, 0.8));
+    canvas.image(tool::pictureOf(map, colours, kSide / texels), left);
+    figures::Frame const frame{{0, kSide}, kSide};
+    for (auto const& loop : f.boundaryProjectors) {
+        std::vector<tool::Point> line;
+        for (Vector3 const& p : loop->points) line.push_back(frame(p));
+        canvas.polyline(line, {tool::palette::ink, 1.5});
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -122,4 +176,7 @@ int main(int argc, char** argv)
     std::string const folder = argc > 1 ? argv[1] : ".";
     tool::writeFile(folder + "/meshfunc_grid.svg", tool::svgOf(kWidth, kHeight, drawGrid));
     tool::writeFile(folder + "/meshfunc_outside.svg", tool::svgOf(kWidth, kHeight, drawOutside));
+    Canvas positionMap(900, 520);
+    drawPositionMap(positionMap);
+    tool::writeFile(folder + "/meshfunc_position_map.png", positionMap.png());
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
+#include <vector>
 
 #include <sinew/core/vector3.h>
 
@@ -91,6 +92,20 @@ private:
         return reinterpret_cast<Byte*>(reinterpret_cast<std::uintptr_t>(data) + bytes);
     }
 };
+
+/// The `count` elements of an array without gaps, each of `components` numbers. `data` may be null if `count` is 0.
+template <typename T>
+constexpr Strided<T> packed(T* data, std::size_t count, std::size_t components = 1)
+{
+    return {data, count, components * sizeof(T)};
+}
+
+/// The numbers of a vector, one an element. The view is valid as long as pointers into the vector are.
+template <typename T>
+Strided<T const> packed(std::vector<T> const& numbers)
+{
+    return packed(numbers.data(), numbers.size());
+}
 
 /// The coordinates of `count` vectors, three numbers an element. `vectors` may be null if `count` is 0.
 inline Strided<double const> coordinatesOf(::Vector3 const* vectors, std::size_t count)

@@ -12,7 +12,6 @@
 #include <sinew/fields/detail/polyline_parts.h>
 #include <sinew/fields/detail/polyline_search.h>
 
-using sinew::kGeometricZero;
 using sinew::PolylineHit;
 using sinew::detail::asIndex;
 using sinew::detail::closestPointOnSegment;

@@ -17,8 +17,6 @@
 
 namespace sinew {
 
-using detail::asIndex;
-
 namespace {
 
 // Halving 2^31 polylines takes 31 levels; on each level one node can wait, on the last one two.

@@ -41,7 +41,7 @@ public:
 
     /// Takes the polylines, which may have any numbers of vertices, and builds a tree of their boxes.
     ///
-    /// Cost: linear in the vertices, and n log n in the number n of polylines. About 110 bytes a polyline beside the
+    /// Cost: linear in the vertices, and n log n in the number n of polylines. About 112 bytes a polyline beside the
     /// polylines themselves. Strong guarantee.
     SINEW_API explicit PolylineSet(std::vector<PolylineProjector> curves);
 

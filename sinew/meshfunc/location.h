@@ -45,7 +45,7 @@ struct Location
     int segment = -1;              ///< for nearestBoundary: index of the segment in its loop; otherwise -1
     double weights[3] = {0, 0, 0}; ///< barycentric weights of the corners; their sum is 1 up to rounding
     /// Squared distance to what the rule names: the boundary segment, or the edge as `MeshFunction2D::iDistToEdge`
-    /// gives it. 0 for the other rules.
+    /// gives it, which rounding may make slightly negative on the edge. 0 for the other rules.
     double distSq = 0;
 };
 

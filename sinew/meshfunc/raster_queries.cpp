@@ -51,13 +51,16 @@ public:
         std::size_t const at = index_(column, row);
         if (values_) writeValues(t, x, y, values_ + at, count);
         if (scalars_) writeScalars(t, x, y, scalars_ + at, count);
+        if (found_ != nullptr) std::fill_n(found_ + at, count, true);
         foundCount_ += asIndex(count);
     }
 
     void rest(RasterTile const& tile)
     {
-        if (found_) writeFound(tile);
-        if (outside_ == Outside::excluded) return;
+        if (outside_ == Outside::excluded) {
+            if (found_ != nullptr) writeNotFound(tile);
+            return;
+        }
         forFreePixels(tile, [this](FreePixels const& pixels) {
             NearestBoundary nearest[BoundaryBlock::kMostPoints];
             boundary_.find(pixels.points, pixels.count, nearest);
@@ -104,16 +107,18 @@ private:
             xs[i] = interpolated(w, a.x, b.x, c.x);
             ys[i] = interpolated(w, a.y, b.y, c.y);
         }
+        // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): the blocks have at least `count` pixels
         for (int i = 0; i < count; ++i) out[i] = {xs[i], ys[i]};
     }
 
-    // Which pixels of a tile have a triangle. Row by row, because spans are short.
-    void writeFound(RasterTile const& tile) const
+    void writeNotFound(RasterTile const& tile) const
     {
         for (int row = 0; row < tile.pixels.rows.size(); ++row) {
             double const* const owner = tile.owner[row];
             bool* const found = found_ + index_(tile.pixels.columns.first, tile.pixels.rows.first + row);
-            for (int i = 0; i < tile.pixels.columns.size(); ++i) found[i] = owner[i] != RasterTile::kFree;
+            for (int i = 0; i < tile.pixels.columns.size(); ++i) {
+                if (owner[i] == RasterTile::kFree) found[i] = false;
+            }
         }
     }
 

@@ -55,6 +55,7 @@ SINEW_KERNEL auto elementAt(Array const& array, std::size_t i)
 }
 
 // Calls visit(T()) with the type of the numbers.
+// NOLINTBEGIN(bugprone-branch-clone): the branches differ in the type
 template <typename Visit>
 SINEW_KERNEL auto withType(RealArray const& array, Visit const& visit)
 {
@@ -74,6 +75,7 @@ SINEW_KERNEL auto withType(IntegerArray const& array, Visit const& visit)
         return array.isSigned ? visit(std::int64_t()) : visit(std::uint64_t());
     }
 }
+// NOLINTEND(bugprone-branch-clone)
 
 // An integer as an index. A negative one becomes a number beyond every array.
 template <typename T>

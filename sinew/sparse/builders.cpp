@@ -2,29 +2,23 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <string>
 
+#include <sinew/core/detail/real_array.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/detail/element_count.h>
 #include <sinew/framework/detail/number_text.h>
 
 namespace sinew {
 
+using detail::integerAt;
+using detail::numberAt;
+
 namespace {
 
 // Significant digits of a value in a sentence, enough to find it in a listing.
 constexpr int kDigits = 6;
-
-template <typename T>
-T load(void const* data, std::ptrdiff_t byteStep, std::int64_t i)
-{
-    T result;
-    std::memcpy(&result, static_cast<unsigned char const*>(data) + byteStep * static_cast<std::ptrdiff_t>(i),
-                sizeof result);
-    return result;
-}
 
 std::string entryText(std::vector<std::int64_t> const& indices)
 {
@@ -48,10 +42,8 @@ std::string statement(Finding<EntryFault> const& finding)
     case EntryFault::notSquare:
         return "The matrix has " + std::to_string(at[0]) + " rows and " + std::to_string(at[1]) +
                " columns: it is not square";
-    case EntryFault::countNegative:
-        return "The number of entries is " + std::to_string(at[0]) + ", which is negative";
-    case EntryFault::missingArray:
-        return "An array that must be read is null";
+    case EntryFault::shortArray:
+        return "An array has " + std::to_string(at[1]) + " elements, and " + std::to_string(at[0]) + " are needed";
     case EntryFault::badSegment:
         return segmentText(at) + " begins at entry " + std::to_string(at[1]) + " and ends before entry " +
                std::to_string(at[2]) + ", which is not a range";
@@ -167,7 +159,7 @@ public:
 
     Refusal& refusal() { return refusal_; }
 
-    void reserve(std::int64_t count) { entries_.reserve(detail::elementCount<Entry>(count)); }
+    void reserve(std::size_t count) { entries_.reserve(detail::elementCount<Entry>(static_cast<std::int64_t>(count))); }
 
     // @param position  of the entry in the arrays of the host
     void add(std::int64_t position, std::int64_t row, std::int64_t column, double value)
@@ -247,6 +239,21 @@ bool checkSize(std::int64_t size, Refusal& refusal)
     return fits;
 }
 
+// Without data there are no elements, whatever the count is.
+template <typename Array>
+std::size_t elementsOf(Array const& array)
+{
+    return array.data ? array.count : 0;
+}
+
+template <typename Array>
+void checkElements(Array const& array, std::size_t needed, Refusal& refusal)
+{
+    std::size_t const count = elementsOf(array);
+    if (count >= needed) return;
+    refusal.add(EntryFault::shortArray, {static_cast<std::int64_t>(needed), static_cast<std::int64_t>(count)});
+}
+
 // The entries of one compressed row or column.
 struct Segment
 {
@@ -254,72 +261,70 @@ struct Segment
     std::int64_t end;
 };
 
-// Arrays whose rows, or whose columns, are compressed.
-class Compressed
+// Arrays whose rows, or whose columns, are compressed. `size` is in the range of an int.
+struct Compressed
 {
-public:
-    Compressed(std::int64_t size, IndexArray starts, IndexArray indices, ValueArray values, IndexArray lengths)
-        : size_(size), starts_(starts), indices_(indices), values_(values), lengths_(lengths)
+    std::int64_t size;
+    IntegerArray starts, indices;
+    RealArray values;
+    IntegerArray lengths;
+
+    Segment segment(std::size_t s) const
     {
+        std::int64_t const begin = integerAt(starts, s);
+        if (elementsOf(lengths) == 0) return {begin, integerAt(starts, s + 1)};
+        if (begin < 0) return {begin, begin};
+        // A sum that would overflow ends at the greatest number, which is after the next start.
+        return {begin, begin + std::min(integerAt(lengths, s), std::numeric_limits<std::int64_t>::max() - begin)};
     }
 
-    // The entries of all segments, or -1 if one is malformed.
-    std::int64_t checkSegments(Refusal& refusal) const
+    // The number of entries of all segments. If one is malformed, or if an array is too short, it is refused.
+    std::size_t checkSegments(Refusal& refusal) const
     {
-        std::int64_t count = 0;
-        for (std::int64_t s = 0; s < size_; ++s) {
+        std::size_t const n = detail::asIndex(size);
+        checkElements(starts, n > 0 ? n + 1 : 0, refusal);
+        if (elementsOf(lengths) > 0) checkElements(lengths, n, refusal);
+        if (!refusal.isEmpty()) return 0;
+        std::size_t count = 0, end = 0;
+        for (std::size_t s = 0; s < n; ++s) {
             Segment const range = segment(s);
-            std::int64_t const next = starts_.at(s + 1);
+            std::int64_t const next = integerAt(starts, s + 1);
+            auto const position = static_cast<std::int64_t>(s);
             if (range.begin < 0 || range.end < range.begin) {
-                refusal.add(EntryFault::badSegment, {s, range.begin, range.end});
+                refusal.add(EntryFault::badSegment, {position, range.begin, range.end});
             } else if (range.end > next) {
-                refusal.add(EntryFault::overlongSegment, {s, range.end, next});
-            } else {
-                count += range.end - range.begin;
+                refusal.add(EntryFault::overlongSegment, {position, range.end, next});
+            } else if (range.end > range.begin) {
+                count += static_cast<std::size_t>(range.end - range.begin);
+                end = std::max(end, static_cast<std::size_t>(range.end));
             }
         }
-        return refusal.isEmpty() ? count : -1;
+        if (!refusal.isEmpty()) return 0;
+        checkElements(indices, end, refusal);
+        checkElements(values, end, refusal);
+        return count;
     }
 
     // visit(position, segment, index, value)
     template <typename Visit>
     void forEach(Visit visit) const
     {
-        for (std::int64_t s = 0; s < size_; ++s) {
+        for (std::size_t s = 0; s < detail::asIndex(size); ++s) {
             Segment const range = segment(s);
-            for (std::int64_t k = range.begin; k < range.end; ++k) visit(k, s, indices_.at(k), values_.at(k));
+            for (std::int64_t k = range.begin; k < range.end; ++k) {
+                auto const at = static_cast<std::size_t>(k);
+                visit(k, static_cast<std::int64_t>(s), integerAt(indices, at), numberAt(values, at));
+            }
         }
     }
-
-private:
-    Segment segment(std::int64_t s) const
-    {
-        std::int64_t const begin = starts_.at(s);
-        if (lengths_.isNull()) return {begin, starts_.at(s + 1)};
-        if (begin < 0) return {begin, begin};
-        // A sum that would overflow ends at the greatest number, which is after the next start.
-        return {begin, begin + std::min(lengths_.at(s), std::numeric_limits<std::int64_t>::max() - begin)};
-    }
-
-    std::int64_t size_;
-    IndexArray starts_, indices_;
-    ValueArray values_;
-    IndexArray lengths_;
 };
 
-MatrixBuild fromCompressed(std::int64_t size, IndexArray starts, IndexArray indices, ValueArray values,
-                           MirroredPairs mirrored, IndexArray lengths, bool byRows)
+MatrixBuild fromCompressed(Compressed const& arrays, MirroredPairs mirrored, bool byRows)
 {
-    Assembly assembly(size, mirrored);
+    Assembly assembly(arrays.size, mirrored);
     Refusal& refusal = assembly.refusal();
-    if (!checkSize(size, refusal)) return refusal.take();
-    if (size > 0 && starts.isNull()) {
-        refusal.add(EntryFault::missingArray, {});
-        return refusal.take();
-    }
-    Compressed const arrays(size, starts, indices, values, lengths);
-    std::int64_t const count = arrays.checkSegments(refusal);
-    if (count > 0 && (indices.isNull() || values.isNull())) refusal.add(EntryFault::missingArray, {});
+    if (!checkSize(arrays.size, refusal)) return refusal.take();
+    std::size_t const count = arrays.checkSegments(refusal);
     if (!refusal.isEmpty()) return refusal.take();
     assembly.reserve(count);
     arrays.forEach([&](std::int64_t position, std::int64_t segment, std::int64_t index, double value) {
@@ -330,48 +335,34 @@ MatrixBuild fromCompressed(std::int64_t size, IndexArray starts, IndexArray indi
 
 } // namespace
 
-std::int64_t IndexArray::at(std::int64_t i) const
-{
-    if (!isWide_) {
-        return isSigned_ ? std::int64_t{load<std::int32_t>(data_, byteStep_, i)}
-                         : std::int64_t{load<std::uint32_t>(data_, byteStep_, i)};
-    }
-    if (isSigned_) return load<std::int64_t>(data_, byteStep_, i);
-    constexpr std::uint64_t kGreatest = std::numeric_limits<std::int64_t>::max();
-    return static_cast<std::int64_t>(std::min(load<std::uint64_t>(data_, byteStep_, i), kGreatest));
-}
-
-double ValueArray::at(std::int64_t i) const
-{
-    return isFloat_ ? double{load<float>(data_, byteStep_, i)} : load<double>(data_, byteStep_, i);
-}
-
-MatrixBuild fromTriplets(std::int64_t size, std::int64_t count, IndexArray rows, IndexArray columns, ValueArray values,
-                         MirroredPairs mirrored)
+MatrixBuild fromTriplets(std::int64_t size, IntegerArray const& rows, IntegerArray const& columns,
+                         RealArray const& values, MirroredPairs mirrored)
 {
     Assembly assembly(size, mirrored);
     Refusal& refusal = assembly.refusal();
     checkSize(size, refusal);
-    if (count < 0) refusal.add(EntryFault::countNegative, {count});
-    if (count > 0 && (rows.isNull() || columns.isNull() || values.isNull())) {
-        refusal.add(EntryFault::missingArray, {});
-    }
+    std::size_t const count = std::max({elementsOf(rows), elementsOf(columns), elementsOf(values)});
+    checkElements(rows, count, refusal);
+    checkElements(columns, count, refusal);
+    checkElements(values, count, refusal);
     if (!refusal.isEmpty()) return refusal.take();
     assembly.reserve(count);
-    for (std::int64_t k = 0; k < count; ++k) assembly.add(k, rows.at(k), columns.at(k), values.at(k));
+    for (std::size_t k = 0; k < count; ++k) {
+        assembly.add(static_cast<std::int64_t>(k), integerAt(rows, k), integerAt(columns, k), numberAt(values, k));
+    }
     return assembly.finish();
 }
 
-MatrixBuild fromCsr(std::int64_t size, IndexArray starts, IndexArray columns, ValueArray values, MirroredPairs mirrored,
-                    IndexArray lengths)
+MatrixBuild fromCsr(std::int64_t size, IntegerArray const& starts, IntegerArray const& columns, RealArray const& values,
+                    MirroredPairs mirrored, IntegerArray const& lengths)
 {
-    return fromCompressed(size, starts, columns, values, mirrored, lengths, true);
+    return fromCompressed({size, starts, columns, values, lengths}, mirrored, true);
 }
 
-MatrixBuild fromCsc(std::int64_t size, IndexArray starts, IndexArray rows, ValueArray values, MirroredPairs mirrored,
-                    IndexArray lengths)
+MatrixBuild fromCsc(std::int64_t size, IntegerArray const& starts, IntegerArray const& rows, RealArray const& values,
+                    MirroredPairs mirrored, IntegerArray const& lengths)
 {
-    return fromCompressed(size, starts, rows, values, mirrored, lengths, false);
+    return fromCompressed({size, starts, rows, values, lengths}, mirrored, false);
 }
 
 MatrixBuild detail::refuseShape(std::int64_t rows, std::int64_t columns)

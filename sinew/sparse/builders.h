@@ -9,69 +9,12 @@
 #include <utility>
 #include <vector>
 
+#include <sinew/core/strided.h>
 #include <sinew/export.h>
 #include <sinew/framework/findings.h>
 #include <sinew/sparse/spd_matrix.h>
 
 namespace sinew {
-
-/// Integers of a host, in place: an array of any integer type of 4 or 8 bytes, with any distance between its elements.
-/// Nothing is copied or owned. Converts from a pointer.
-class IndexArray
-{
-public:
-    /// No array.
-    IndexArray() = default;
-    IndexArray(std::nullptr_t) {}
-
-    /// @param data      may be null only if no element is read
-    /// @param byteStep  distance between elements in bytes, which may also be zero or negative
-    template <typename Index,
-              typename = std::enable_if_t<std::is_integral_v<Index> && (sizeof(Index) == 4 || sizeof(Index) == 8)>>
-    IndexArray(Index const* data, std::ptrdiff_t byteStep = sizeof(Index))
-        : data_(data), byteStep_(byteStep), isWide_(sizeof(Index) == 8), isSigned_(std::is_signed_v<Index>)
-    {
-    }
-
-    bool isNull() const { return data_ == nullptr; }
-
-    /// Element `i`, which must exist. An unsigned number above 2^63 - 1 gives 2^63 - 1.
-    SINEW_API std::int64_t at(std::int64_t i) const;
-
-private:
-    void const* data_ = nullptr;
-    std::ptrdiff_t byteStep_ = 0;
-    bool isWide_ = false;
-    bool isSigned_ = false;
-};
-
-/// Values of a host, in place: an array of float or double, with any distance between its elements. Nothing is copied
-/// or owned. Converts from a pointer.
-class ValueArray
-{
-public:
-    /// No array.
-    ValueArray() = default;
-    ValueArray(std::nullptr_t) {}
-
-    /// @param data      may be null only if no element is read
-    /// @param byteStep  distance between elements in bytes, which may also be zero or negative
-    ValueArray(double const* data, std::ptrdiff_t byteStep = sizeof(double)) : data_(data), byteStep_(byteStep) {}
-    ValueArray(float const* data, std::ptrdiff_t byteStep = sizeof(float))
-        : data_(data), byteStep_(byteStep), isFloat_(true)
-    {
-    }
-
-    bool isNull() const { return data_ == nullptr; }
-
-    /// Element `i`, which must exist.
-    SINEW_API double at(std::int64_t i) const;
-
-private:
-    void const* data_ = nullptr;
-    std::ptrdiff_t byteStep_ = 0;
-    bool isFloat_ = false;
-};
 
 /// One entry of a matrix, or one contribution to it.
 struct Triplet
@@ -100,8 +43,7 @@ enum class EntryFault
 {
     sizeOutOfRange,   ///< The number of rows is negative, or does not fit an int. `indices` hold it.
     notSquare,        ///< `indices` hold the numbers {rows, columns}.
-    countNegative,    ///< The number of entries is negative. `indices` hold it.
-    missingArray,     ///< An array that must be read is null. `indices` are empty.
+    shortArray,       ///< An array has fewer elements than must be read. `indices` hold {needed elements, elements}.
     badSegment,       ///< A segment begins before 0 or ends before it begins. `indices` hold {segment, begin, end}.
     overlongSegment,  ///< A segment ends after the start of the next one. `indices` hold {segment, end, next start}.
     rowOutOfRange,    ///< The row of an entry is negative, or not less than the number of rows.
@@ -131,20 +73,28 @@ struct MatrixBuild : Diagnosis<EntryFault>
 
 /// The matrix of `size` rows whose entries are the sums of the given triplets.
 ///
-/// Entry k has the value values[k] in row rows[k] and column columns[k], counted from 0. The triplets may be in any
-/// order. Triplets of the same place are summed one by one, in the order given: ((v0 + v1) + v2) + ... Equal arrays
-/// therefore give equal bits. A sum that is zero stays an entry, so that the pattern does not depend on values. A sum
-/// of huge values may be infinite; `diagnose` reports this.
+/// Entry k has the value values[k] in row rows[k] and column columns[k], counted from 0. All three arrays have the same
+/// number of elements, one number each. The triplets may be in any order. Triplets of the same place are summed one by
+/// one, in the order given: ((v0 + v1) + v2) + ... Equal arrays therefore give equal bits. A sum that is zero stays an
+/// entry, so that the pattern does not depend on values. A sum of huge values may be infinite; `diagnose` reports this.
 ///
 /// The rows of the result are sorted by column and hold each column once. Every row must have its diagonal entry.
 ///
 /// No entry is skipped silently: if any is refused, the result has no rows, and `findings` name the first entry of each
-/// kind of fault and the number of others. Size 0 without triplets gives a matrix without rows and no finding. All
-/// arrays may be null if `count` is 0.
+/// kind of fault and the number of others. Size 0 without triplets gives a matrix without rows and no finding. An array
+/// without data has no elements.
 ///
-/// Cost and memory: linear in `count` and `size`. Strong guarantee.
-SINEW_API MatrixBuild fromTriplets(std::int64_t size, std::int64_t count, IndexArray rows, IndexArray columns,
-                                   ValueArray values, MirroredPairs mirrored = MirroredPairs::summed);
+/// Cost and memory: linear in the triplets and in `size`. Strong guarantee.
+///
+/// @code
+/// std::vector<int> const rows = {0, 1, 1}, columns = {0, 0, 1};
+/// std::vector<float> const values = {2, -1, 2};
+/// using sinew::packed;
+/// sinew::MatrixBuild const build = sinew::fromTriplets(2, packed(rows), packed(columns), packed(values));
+/// LLTMatrix const factor = build.matrix.factor(); // of the matrix (2, -1; -1, 2)
+/// @endcode
+SINEW_API MatrixBuild fromTriplets(std::int64_t size, IntegerArray const& rows, IntegerArray const& columns,
+                                   RealArray const& values, MirroredPairs mirrored = MirroredPairs::summed);
 
 /// The same for triplets in structures.
 ///
@@ -157,30 +107,32 @@ SINEW_API MatrixBuild fromTriplets(std::int64_t size, std::int64_t count, IndexA
 inline MatrixBuild fromTriplets(std::int64_t size, std::vector<Triplet> const& triplets,
                                 MirroredPairs mirrored = MirroredPairs::summed)
 {
-    Triplet const* const first = triplets.data();
-    if (triplets.empty()) return fromTriplets(size, 0, nullptr, nullptr, nullptr, mirrored);
-    return fromTriplets(size, static_cast<std::int64_t>(triplets.size()), {&first->row, sizeof(Triplet)},
-                        {&first->column, sizeof(Triplet)}, {&first->value, sizeof(Triplet)}, mirrored);
+    if (triplets.empty()) return fromTriplets(size, IntegerArray(), IntegerArray(), RealArray(), mirrored);
+    Triplet const& first = triplets[0];
+    std::size_t const count = triplets.size();
+    return fromTriplets(size, Strided<int const>(&first.row, count, sizeof(Triplet)),
+                        Strided<int const>(&first.column, count, sizeof(Triplet)),
+                        Strided<double const>(&first.value, count, sizeof(Triplet)), mirrored);
 }
 
 /// The matrix whose rows are compressed: row i has the entries k = starts[i], ..., starts[i + 1] - 1, with value
 /// values[k] in column columns[k].
 ///
-/// `starts` has size + 1 elements. If `lengths` is given, it has `size` elements, and row i has only its first
-/// lengths[i] entries (a matrix that is not compressed). Columns may be in any order, and repeated ones are summed.
-/// Everything else is as in `fromTriplets`; the position of an entry in a finding is k.
+/// `starts` has at least size + 1 elements. If `lengths` has data, it has at least `size` elements, and row i has only
+/// its first lengths[i] entries (a matrix that is not compressed). Columns may be in any order, and repeated ones are
+/// summed. Everything else is as in `fromTriplets`; the position of an entry in a finding is k.
 ///
-/// The arrays may be null only if nothing is read from them: all if `size` is 0, `columns` and `values` if there are no
-/// entries. The lengths of `columns` and `values` are not known here, so that the greatest start must be right.
+/// If the rows need more elements than `columns` or `values` have, the matrix is refused, and nothing is read beyond
+/// the arrays.
 ///
 /// @param mirrored  `summed` for one triangle, `once` or `verified` for the whole matrix
-SINEW_API MatrixBuild fromCsr(std::int64_t size, IndexArray starts, IndexArray columns, ValueArray values,
-                              MirroredPairs mirrored, IndexArray lengths = {});
+SINEW_API MatrixBuild fromCsr(std::int64_t size, IntegerArray const& starts, IntegerArray const& columns,
+                              RealArray const& values, MirroredPairs mirrored, IntegerArray const& lengths = {});
 
 /// As `fromCsr`, with rows and columns exchanged: column j has the entries k = starts[j], ..., starts[j + 1] - 1, with
 /// value values[k] in row rows[k].
-SINEW_API MatrixBuild fromCsc(std::int64_t size, IndexArray starts, IndexArray rows, ValueArray values,
-                              MirroredPairs mirrored, IndexArray lengths = {});
+SINEW_API MatrixBuild fromCsc(std::int64_t size, IntegerArray const& starts, IntegerArray const& rows,
+                              RealArray const& values, MirroredPairs mirrored, IntegerArray const& lengths = {});
 
 namespace detail {
 
@@ -215,7 +167,9 @@ struct IsStoredByRows<Matrix, std::void_t<decltype(Matrix::IsRowMajor)>> : std::
 
 /// The matrix that an object of another library holds, if its type has the interface of Eigen::SparseMatrix: `rows`,
 /// `cols`, `outerIndexPtr`, `innerIndexPtr`, `innerNonZeroPtr` (null if the matrix is compressed) and `valuePtr`.
-/// Indices have 4 or 8 bytes, values are float or double. No header of that library is included.
+/// Indices are integers of any type, values are float or double. No header of that library is included.
+///
+/// The arrays of indices and values are taken to have as many elements as the last start says.
 ///
 /// Everything else is as in `fromCsr` and `fromCsc`.
 ///
@@ -226,9 +180,14 @@ MatrixBuild fromSparse(Matrix const& matrix, MirroredPairs mirrored)
     auto const size = static_cast<std::int64_t>(matrix.rows());
     auto const columns = static_cast<std::int64_t>(matrix.cols());
     if (size != columns) return detail::refuseShape(size, columns);
+    auto const* const starts = matrix.outerIndexPtr();
+    auto const* const lengths = matrix.innerNonZeroPtr();
+    std::size_t const rowCount = size > 0 ? static_cast<std::size_t>(size) : 0;
+    std::size_t const entryCount =
+        rowCount > 0 && starts[rowCount] > 0 ? static_cast<std::size_t>(starts[rowCount]) : 0;
     auto const build = detail::IsStoredByRows<Matrix>::value ? fromCsr : fromCsc;
-    return build(size, matrix.outerIndexPtr(), matrix.innerIndexPtr(), matrix.valuePtr(), mirrored,
-                 matrix.innerNonZeroPtr());
+    return build(size, packed(starts, starts ? rowCount + 1 : 0), packed(matrix.innerIndexPtr(), entryCount),
+                 packed(matrix.valuePtr(), entryCount), mirrored, packed(lengths, lengths ? rowCount : 0));
 }
 
 } // namespace sinew

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -45,9 +46,16 @@ bool isPermutation(std::vector<int> const& perm)
     return true;
 }
 
+std::uint64_t bitsOf(double number)
+{
+    std::uint64_t bits;
+    std::memcpy(&bits, &number, sizeof bits);
+    return bits;
+}
+
 bool isSameNumber(double a, double b)
 {
-    return (a != a && b != b) || std::memcmp(&a, &b, sizeof a) == 0;
+    return (a != a && b != b) || bitsOf(a) == bitsOf(b);
 }
 
 // Whether the lists are those of one triangular matrix, as the constructor from an `LLTMatrix` requires.
@@ -135,7 +143,13 @@ struct CompactFactor::State
         }
     }
 
-    detail::PanelPlan const& plan() const { return analysis ? *analysis->factorization.panelPlan() : listPlan; }
+    detail::PanelPlan const& plan() const
+    {
+        if (!analysis) return listPlan;
+        detail::PanelPlan const* const plan = analysis->factorization.panelPlan();
+        assert(plan); // an analysis without it is not used
+        return *plan;
+    }
     std::vector<int> const& perm() const { return analysis ? analysis->factorization.perm() : listPerm; }
 
     detail::Panel const& panelOf(int column) const

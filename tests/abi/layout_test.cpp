@@ -62,6 +62,21 @@ TEST(Layout, Core)
     expectLayout<tzNM::vect2<int>>(8, 4, fieldAt(&tzNM::vect2<int>::x, 0), fieldAt(&tzNM::vect2<int>::y, 4));
 }
 
+TEST(Layout, Arrays)
+{
+    expectLayout<sinew::Strided<double>>(24, 8, fieldAt(&sinew::Strided<double>::data, 0),
+                                         fieldAt(&sinew::Strided<double>::count, 8),
+                                         fieldAt(&sinew::Strided<double>::stride, 16));
+    expectLayout<sinew::RealArray>(32, 8, fieldAt(&sinew::RealArray::data, 0), fieldAt(&sinew::RealArray::count, 8),
+                                   fieldAt(&sinew::RealArray::stride, 16), fieldAt(&sinew::RealArray::isDouble, 24));
+    expectLayout<sinew::RealOutput>(32, 8, fieldAt(&sinew::RealOutput::data, 0), fieldAt(&sinew::RealOutput::count, 8),
+                                    fieldAt(&sinew::RealOutput::stride, 16), fieldAt(&sinew::RealOutput::isDouble, 24));
+    expectLayout<sinew::IntegerArray>(
+        40, 8, fieldAt(&sinew::IntegerArray::data, 0), fieldAt(&sinew::IntegerArray::count, 8),
+        fieldAt(&sinew::IntegerArray::stride, 16), fieldAt(&sinew::IntegerArray::size, 24),
+        fieldAt(&sinew::IntegerArray::isSigned, 32));
+}
+
 TEST(Layout, Queries)
 {
     expectLayout<LineLineInt>(48, 8, fieldAt(&LineLineInt::result, 0), fieldAt(&LineLineInt::point, 8),
@@ -98,6 +113,9 @@ TEST(Layout, Fields)
     expectLayout<sinew::PolylineHit>(48, 8, fieldAt(&sinew::PolylineHit::segment, 0),
                                      fieldAt(&sinew::PolylineHit::t, 8), fieldAt(&sinew::PolylineHit::point, 16),
                                      fieldAt(&sinew::PolylineHit::distSq, 40));
+    expectLayout<sinew::PolylineSetHit>(56, 8, fieldAt(&sinew::PolylineSetHit::curve, 0),
+                                        fieldAt(&sinew::PolylineSetHit::hit, 8));
+    expectLayout<sinew::PolylineSet>(80, 8);
 }
 
 TEST(Layout, Framework)
@@ -140,6 +158,16 @@ TEST(Layout, Skinning)
         168, 8, fieldAt(&SubstituteGeometryData::savedCurveGeometry, 0),
         fieldAt(&SubstituteGeometryData::savedSurface, 16), fieldAt(&SubstituteGeometryData::curve, 32),
         fieldAt(&SubstituteGeometryData::display, 48), fieldAt(&SubstituteGeometryData::savedPlacement, 64));
+    expectLayout<sinew::VertexInfluences>(
+        128, 8, fieldAt(&sinew::VertexInfluences::layout, 0), fieldAt(&sinew::VertexInfluences::perVertex, 8),
+        fieldAt(&sinew::VertexInfluences::bones, 16), fieldAt(&sinew::VertexInfluences::weights, 56),
+        fieldAt(&sinew::VertexInfluences::offsets, 88));
+    expectLayout<sinew::SkinInput>(312, 8, fieldAt(&sinew::SkinInput::positions, 0),
+                                   fieldAt(&sinew::SkinInput::normals, 32), fieldAt(&sinew::SkinInput::influences, 64),
+                                   fieldAt(&sinew::SkinInput::bones, 192), fieldAt(&sinew::SkinInput::boneCount, 200),
+                                   fieldAt(&sinew::SkinInput::placement, 208));
+    expectLayout<sinew::SkinOutput>(64, 8, fieldAt(&sinew::SkinOutput::positions, 0),
+                                    fieldAt(&sinew::SkinOutput::normals, 32));
 }
 
 TEST(Layout, MeshFunctions)
@@ -161,6 +189,13 @@ TEST(Layout, MeshFunctions)
         24, 4, fieldAt(&TextureOptimizer::RectMotion::x, 0), fieldAt(&TextureOptimizer::RectMotion::y, 4),
         fieldAt(&TextureOptimizer::RectMotion::w, 8), fieldAt(&TextureOptimizer::RectMotion::h, 12),
         fieldAt(&TextureOptimizer::RectMotion::dx, 16), fieldAt(&TextureOptimizer::RectMotion::dy, 20));
+    expectLayout<sinew::Location>(64, 8, fieldAt(&sinew::Location::rule, 0), fieldAt(&sinew::Location::triangle, 4),
+                                  fieldAt(&sinew::Location::corners, 8), fieldAt(&sinew::Location::loop, 20),
+                                  fieldAt(&sinew::Location::segment, 24), fieldAt(&sinew::Location::weights, 32),
+                                  fieldAt(&sinew::Location::distSq, 56));
+    expectLayout<sinew::Raster>(48, 8, fieldAt(&sinew::Raster::origin, 0), fieldAt(&sinew::Raster::step, 16),
+                                fieldAt(&sinew::Raster::width, 32), fieldAt(&sinew::Raster::height, 36),
+                                fieldAt(&sinew::Raster::rowStride, 40));
 }
 
 TEST(Layout, Sparse)
@@ -173,4 +208,13 @@ TEST(Layout, Sparse)
         56, 8, fieldAt(&sinew::MatrixDiagnosis::wellFormed, 24), fieldAt(&sinew::MatrixDiagnosis::positiveDefinite, 25),
         fieldAt(&sinew::MatrixDiagnosis::smallestPivot, 32), fieldAt(&sinew::MatrixDiagnosis::largestPivot, 40),
         fieldAt(&sinew::MatrixDiagnosis::smallestPivotRow, 48), fieldAt(&sinew::MatrixDiagnosis::largestPivotRow, 52));
+    expectLayout<sinew::Triplet>(16, 8, fieldAt(&sinew::Triplet::row, 0), fieldAt(&sinew::Triplet::column, 4),
+                                 fieldAt(&sinew::Triplet::value, 8));
+    expectLayout<sinew::MatrixBuild>(48, 8, fieldAt(&sinew::MatrixBuild::matrix, 24));
+    expectLayout<sinew::CscFactor<int>>(
+        96, 8, fieldAt(&sinew::CscFactor<int>::starts, 0), fieldAt(&sinew::CscFactor<int>::rows, 24),
+        fieldAt(&sinew::CscFactor<int>::values, 48), fieldAt(&sinew::CscFactor<int>::perm, 72));
+    expectLayout<sinew::TripletFactor>(48, 8, fieldAt(&sinew::TripletFactor::triplets, 0),
+                                       fieldAt(&sinew::TripletFactor::perm, 24));
+    expectLayout<sinew::CompactFactor>(8, 8);
 }

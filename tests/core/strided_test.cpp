@@ -1,10 +1,13 @@
 #include <sinew/core/strided.h>
 
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include <sinew/core/detail/real_array.h>
 
 using sinew::Strided;
 
@@ -82,4 +85,41 @@ TEST(Strided, CoordinatesOfVectorsHaveThreeNumbers)
     sinew::coordinatesOf(vectors.data(), vectors.size()).set(0, 1, 7.0);
     EXPECT_EQ(vectors[0], Vector3(1, 7, 3));
     EXPECT_EQ(sinew::coordinatesOf(static_cast<Vector3 const*>(nullptr), 0).count, 0u);
+}
+
+TEST(Strided, PackedArraysHaveNoGaps)
+{
+    std::vector<float> const numbers = {1, 2, 3, 4, 5, 6};
+    EXPECT_EQ(sinew::packed(numbers).count, 6u);
+    EXPECT_EQ(sinew::packed(numbers).get(5), 6.0f);
+    Strided<float const> const points = sinew::packed(numbers.data(), 2, 3);
+    EXPECT_EQ(points.count, 2u);
+    EXPECT_EQ(points.get(1, 2), 6.0f);
+    EXPECT_EQ(sinew::packed(std::vector<int>()).count, 0u);
+}
+
+namespace {
+
+template <typename T>
+std::int64_t readBack(T number)
+{
+    unsigned char bytes[1 + sizeof number];
+    std::memcpy(bytes + 1, &number, sizeof number);
+    // The cast only carries the address, which is not aligned.
+    return sinew::detail::integerAt(sinew::packed(reinterpret_cast<T const*>(bytes + 1), 1), 0);
+}
+
+} // namespace
+
+TEST(Strided, IntegersOfAllSizesKeepTheirValue)
+{
+    EXPECT_EQ(readBack<std::int8_t>(-3), -3);
+    EXPECT_EQ(readBack<std::uint8_t>(253), 253);
+    EXPECT_EQ(readBack<std::int16_t>(-30000), -30000);
+    EXPECT_EQ(readBack<std::uint16_t>(65535), 65535);
+    EXPECT_EQ(readBack<std::int32_t>(INT32_MIN), INT32_MIN);
+    EXPECT_EQ(readBack<std::uint32_t>(UINT32_MAX), std::int64_t{UINT32_MAX});
+    EXPECT_EQ(readBack<std::int64_t>(INT64_MIN), INT64_MIN);
+    EXPECT_EQ(readBack<std::uint64_t>(INT64_MAX), INT64_MAX);
+    EXPECT_EQ(readBack<std::uint64_t>(UINT64_MAX), INT64_MAX) << "the greatest number that fits";
 }

@@ -9,12 +9,14 @@
 #include <sinew/fields/dense_matrix.h>
 #include <sinew/fields/implicit.h>
 #include <sinew/fields/polyline_projector.h>
+#include <sinew/fields/polyline_set.h>
 #include <sinew/fields/proximity_tester.h>
 #include <sinew/framework/fields.h>
 #include <sinew/framework/registry.h>
 #include <sinew/meshfunc/mesh_function_2d.h>
 #include <sinew/meshfunc/texture_compaction.h>
 #include <sinew/skinning/bone_transform_vector.h>
+#include <sinew/sparse/compact_factor.h>
 #include <sinew/sparse/symbolic_factor.h>
 
 #include "fields/polylines.h"
@@ -70,6 +72,15 @@ TEST(Memory, TheIndexOfAPolylineTakes44BytesAVertexOnce)
     expectBytes(bytesHeld(indexed), 32 + 44, 20000);
     PolylineProjector const first = indexed();
     expectBytes(bytesHeld([&] { return PolylineProjector(first); }), 32, 20000); // copies share the index
+}
+
+TEST(Memory, ASetOfPolylinesTakes112BytesAPolylineMore)
+{
+    Random random(9);
+    std::vector<PolylineProjector> curves;
+    for (int i = 0; i < 2000; ++i) curves.emplace_back(random.points(3));
+    long long const alone = bytesHeld([&] { return std::vector<PolylineProjector>(curves); });
+    expectBytes(bytesHeld([&] { return sinew::PolylineSet(curves); }) - alone, 112, 2000);
 }
 
 TEST(Memory, AnImplicitFunctionTakes32BytesACentre)
@@ -179,6 +190,18 @@ TEST(Memory, AFactorTakesWhatItsAnalysisSays)
     EXPECT_GE(factor, symbolic.factorBytes());
     EXPECT_LE(factor, symbolic.factorBytes() + 2 * 24 * rows + kFixed);
     EXPECT_LE(analysis, symbolic.workBytes() + 24 * rows + kFixed);
+}
+
+TEST(Memory, ACompactFactorTakesItsBytesAndSharesTheAnalysis)
+{
+    Random random(8);
+    SPDMatrix const matrix = test::matrixOf(test::grid2D(60, 60), 3600, random);
+    sinew::SymbolicFactor const symbolic(matrix);
+    long long const stated = sinew::CompactFactor(symbolic, matrix).factorBytes();
+    long long const held = bytesHeld([&] { return sinew::CompactFactor(symbolic, matrix); });
+    EXPECT_GE(held, stated);
+    EXPECT_LE(held, stated + kFixed);
+    EXPECT_LT(2 * held, symbolic.factorBytes()) << "less than half of the lists";
 }
 
 TEST(Memory, SurfacesAndBonesTakeTheBytesOfTheirNumbers)

@@ -178,8 +178,8 @@ TEST(SparseAllocation, Builders)
     sweepResult([&] { return sinew::fromTriplets(16, good, sinew::MirroredPairs::verified); });
     sinew::CscFactor<int> const arrays = sinew::toCsc(matrix.factor());
     sweepResult([&] {
-        return sinew::fromCsc(16, arrays.starts.data(), arrays.rows.data(), arrays.values.data(),
-                              sinew::MirroredPairs::once);
+        return sinew::fromCsc(16, sinew::packed(arrays.starts), sinew::packed(arrays.rows),
+                              sinew::packed(arrays.values), sinew::MirroredPairs::once);
     });
     auto const digest = [](auto const& x) { return digestOf(x); };
     faults::sweepCopies<sinew::MatrixBuild>([&] { return sinew::fromTriplets(16, bad); },

@@ -1,6 +1,8 @@
 #include <sinew/framework/findings.h>
 
 #include <cstdint>
+#include <cstring>
+#include <new>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -26,6 +28,16 @@ TEST(Finding, HasNoPositionAndTheValueZeroUnlessTheyAreGiven)
     EXPECT_TRUE(finding.indices.empty());
     EXPECT_EQ(finding.value, 0.0);
     EXPECT_EQ(finding.sentence, "");
+}
+
+TEST(Finding, IsInitialisedInMemoryThatWasUsedBefore)
+{
+    alignas(Finding) unsigned char memory[sizeof(Finding)];
+    std::memset(memory, 0x5a, sizeof memory);
+    auto* const finding = new (memory) Finding; // without (), which would clear it first
+    EXPECT_EQ(finding->kind, Fault::wrongIndex);
+    EXPECT_EQ(finding->value, 0.0);
+    finding->~Finding();
 }
 
 TEST(Diagnosis, IsEmptyUnlessSomethingWasFound)

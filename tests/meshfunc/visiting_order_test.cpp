@@ -109,8 +109,11 @@ TEST(VisitingOrder, KeepsTheOrderWithoutMemory)
     std::vector<Point> const points = scatteredPoints(50000);
     std::vector<std::size_t> order;
     order.reserve(points.size());
-    test::FailingNew const failing(0, test::Failing::all);
-    VisitingOrder(largeFunction(), points.data(), points.size()).visit([&](std::size_t i) { order.push_back(i); });
+    MeshFunction2D const& f = largeFunction();
+    {
+        test::FailingNew const failing(0, test::Failing::all);
+        VisitingOrder(f, points.data(), points.size()).visit([&](std::size_t i) { order.push_back(i); });
+    }
     EXPECT_TRUE(isFromFirstToLast(order));
 }
 

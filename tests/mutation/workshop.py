@@ -190,7 +190,7 @@ class Workshop:
         libraries = self.build / 'sinew'
         if any(w in changed for w in self.library):
             libraries = self.scratch
-            if not self.link(self.library + ['-Wl,-z,defs'], changed, self.scratch / 'libsinew.so.1'):
+            if not self.link(self.library + ['-Wl,-z,defs'], changed, self.scratch / 'libsinew.so.2'):
                 return None
         for program in self.programs_for(module):
             path = program.path

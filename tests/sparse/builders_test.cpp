@@ -21,11 +21,15 @@ using sinew::fromCsr;
 using sinew::fromTriplets;
 using sinew::MatrixBuild;
 using sinew::MirroredPairs;
+using sinew::packed;
+using sinew::Strided;
 using sinew::Triplet;
 using test::Random;
 
 namespace {
 
+sinew::IntegerArray const kNoIndices;
+sinew::RealArray const kNoValues;
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
@@ -104,15 +108,15 @@ void expectCompressed(int size, std::vector<Triplet> triplets, MirroredPairs mir
         auto const expected = plainMatrix(size, inOrderOf(triplets, byRows), mirrored);
         auto const build = byRows ? fromCsr : fromCsc;
         Arrays<Index, Value> const dense(size, triplets, byRows, 0);
-        MatrixBuild const packed =
-            build(size, dense.starts.data(), dense.indices.data(), dense.values.data(), mirrored, {});
-        EXPECT_EQ(packed.text(), "");
-        EXPECT_TRUE(test::sameBits(packed.matrix.rows, expected.rows));
+        MatrixBuild const compressed =
+            build(size, packed(dense.starts), packed(dense.indices), packed(dense.values), mirrored, {});
+        EXPECT_EQ(compressed.text(), "");
+        EXPECT_TRUE(test::sameBits(compressed.matrix.rows, expected.rows));
         Arrays<Index, Value> const loose(size, triplets, byRows, 3);
-        MatrixBuild const unpacked =
-            build(size, loose.starts.data(), loose.indices.data(), loose.values.data(), mirrored, loose.lengths.data());
-        EXPECT_EQ(unpacked.text(), "");
-        EXPECT_TRUE(test::sameBits(unpacked.matrix.rows, expected.rows));
+        MatrixBuild const withGaps = build(size, packed(loose.starts), packed(loose.indices), packed(loose.values),
+                                           mirrored, packed(loose.lengths));
+        EXPECT_EQ(withGaps.text(), "");
+        EXPECT_TRUE(test::sameBits(withGaps.matrix.rows, expected.rows));
     }
 }
 
@@ -225,8 +229,9 @@ TEST(FromTriplets, ReadsStridedArraysOfAllTypes)
         std::int64_t column;
     };
     std::vector<Item> const items = {{2.0F, 1, 1}, {-1.0F, 1, 0}, {2.5F, 0, 0}};
-    MatrixBuild const build = fromTriplets(2, 3, {&items[0].row, sizeof(Item)}, {&items[0].column, sizeof(Item)},
-                                           {&items[0].value, sizeof(Item)});
+    MatrixBuild const build = fromTriplets(2, Strided<std::uint32_t const>(&items[0].row, 3, sizeof(Item)),
+                                           Strided<std::int64_t const>(&items[0].column, 3, sizeof(Item)),
+                                           Strided<float const>(&items[0].value, 3, sizeof(Item)));
     ASSERT_TRUE(build.succeeded()) << build.text();
     EXPECT_EQ(build.matrix.rows, (SPDMatrix{}.rows = {{{0, 2.5}}, {{0, -1.0}, {1, 2.0}}}));
 }
@@ -239,16 +244,17 @@ TEST(FromTriplets, ReadsBackwardsAndUnaligned)
     std::memcpy(bytes.data() + 1, values, sizeof values);
     auto const* const unaligned = reinterpret_cast<double const*>(bytes.data() + 1);
     constexpr std::ptrdiff_t step = -static_cast<std::ptrdiff_t>(sizeof(int));
-    MatrixBuild const build = fromTriplets(2, 2, {&backwards[1], step}, {&backwards[1], step}, unaligned);
+    Strided<int const> const indices(&backwards[1], 2, step);
+    MatrixBuild const build = fromTriplets(2, indices, indices, packed(unaligned, 2));
     ASSERT_TRUE(build.succeeded()) << build.text();
     EXPECT_EQ(build.matrix.rows, (SPDMatrix{}.rows = {{{0, 3.0}}, {{1, 5.0}}}));
 }
 
 TEST(FromTriplets, EmptyInputGivesAMatrixWithoutRows)
 {
-    EXPECT_TRUE(fromTriplets(0, 0, nullptr, nullptr, nullptr).succeeded());
+    EXPECT_TRUE(fromTriplets(0, kNoIndices, kNoIndices, kNoValues).succeeded());
     EXPECT_TRUE(fromTriplets(0, {}).succeeded());
-    EXPECT_TRUE(fromCsr(0, nullptr, nullptr, nullptr, MirroredPairs::once).succeeded());
+    EXPECT_TRUE(fromCsr(0, kNoIndices, kNoIndices, kNoValues, MirroredPairs::once).succeeded());
     EXPECT_TRUE(fromTriplets(0, {}).matrix.rows.empty());
 }
 
@@ -259,24 +265,23 @@ TEST(FromTriplets, RefusesASizeOutOfRange)
     std::int64_t const large = std::int64_t{1} << 31;
     expectRefusal(fromTriplets(large, {}), EntryFault::sizeOutOfRange, {large},
                   "The number of rows is 2147483648, which is too large for an int.");
-    expectRefusal(fromCsr(-1, nullptr, nullptr, nullptr, MirroredPairs::once), EntryFault::sizeOutOfRange, {-1},
+    expectRefusal(fromCsr(-1, kNoIndices, kNoIndices, kNoValues, MirroredPairs::once), EntryFault::sizeOutOfRange, {-1},
                   "The number of rows is -1, which is negative.");
 }
 
-TEST(FromTriplets, RefusesANegativeCountAndMissingArrays)
+TEST(FromTriplets, RefusesArraysOfDifferentLengths)
 {
-    int const index = 0;
-    double const value = 1.0;
-    expectRefusal(fromTriplets(1, -1, &index, &index, &value), EntryFault::countNegative, {-1},
-                  "The number of entries is -1, which is negative.");
-    std::string const text = "An array that must be read is null.";
-    expectRefusal(fromTriplets(1, 1, nullptr, &index, &value), EntryFault::missingArray, {}, text);
-    expectRefusal(fromTriplets(1, 1, &index, nullptr, &value), EntryFault::missingArray, {}, text);
-    expectRefusal(fromTriplets(1, 1, &index, &index, nullptr), EntryFault::missingArray, {}, text);
-    int const starts[] = {0, 1};
-    expectRefusal(fromCsr(1, nullptr, &index, &value, MirroredPairs::once), EntryFault::missingArray, {}, text);
-    expectRefusal(fromCsr(1, starts, nullptr, &value, MirroredPairs::once), EntryFault::missingArray, {}, text);
-    expectRefusal(fromCsc(1, starts, &index, nullptr, MirroredPairs::once), EntryFault::missingArray, {}, text);
+    std::vector<int> const indices = {0, 1};
+    std::vector<double> const values = {1.0, 1.0};
+    sinew::IntegerArray const i = packed(indices), one = packed(indices.data(), 1);
+    std::string const text = "An array has 1 elements, and 2 are needed.";
+    expectRefusal(fromTriplets(2, one, i, packed(values)), EntryFault::shortArray, {2, 1}, text);
+    expectRefusal(fromTriplets(2, i, one, packed(values)), EntryFault::shortArray, {2, 1}, text);
+    expectRefusal(fromTriplets(2, i, i, packed(values.data(), 1)), EntryFault::shortArray, {2, 1}, text);
+    expectRefusal(fromTriplets(2, i, i, packed(static_cast<double const*>(nullptr), 2)), EntryFault::shortArray, {2, 0},
+                  "An array has 0 elements, and 2 are needed.");
+    EXPECT_EQ(fromTriplets(2, kNoIndices, i, kNoValues).text(),
+              "An array has 0 elements, and 2 are needed; 1 other has the same fault.\n");
 }
 
 TEST(FromTriplets, RefusesIndicesOutOfRange)
@@ -294,7 +299,7 @@ TEST(FromTriplets, RefusesIndicesOutOfRange)
     std::uint64_t const huge = std::numeric_limits<std::uint64_t>::max();
     int const row = 0;
     double const value = 1.0;
-    EXPECT_EQ(fromTriplets(1, 1, &row, &huge, &value).findings.at(0).indices,
+    EXPECT_EQ(fromTriplets(1, packed(&row, 1), packed(&huge, 1), packed(&value, 1)).findings.at(0).indices,
               (std::vector<std::int64_t>{0, 0, std::numeric_limits<std::int64_t>::max()}));
 }
 
@@ -363,6 +368,9 @@ TEST(FromCompressed, HasTheBitsOfThePlainMethodForAllTypes)
             expectCompressed<long long, float>(size, triplets, mirrored);
             expectCompressed<unsigned, float>(size, triplets, mirrored);
             expectCompressed<std::size_t, double>(size, triplets, mirrored);
+            expectCompressed<std::uint8_t, double>(size, triplets, mirrored);
+            expectCompressed<std::int16_t, double>(size, triplets, mirrored);
+            expectCompressed<std::uint16_t, float>(size, triplets, mirrored);
         }
     }
 }
@@ -372,8 +380,8 @@ TEST(FromCompressed, RefusesMalformedSegments)
     int const indices[] = {0, 1, 1};
     double const values[] = {1.0, 1.0, 1.0};
     auto const build = [&](std::vector<int> const& starts, std::vector<int> const& lengths) {
-        return fromCsr(2, starts.data(), indices, values, MirroredPairs::summed,
-                       lengths.empty() ? nullptr : lengths.data());
+        return fromCsr(2, packed(starts), packed(indices, 3), packed(values, 3), MirroredPairs::summed,
+                       packed(lengths.empty() ? nullptr : lengths.data(), lengths.size()));
     };
     EXPECT_TRUE(build({0, 1, 2}, {}).succeeded());
     EXPECT_TRUE(build({1, 1, 3}, {0, 1}).findings[0].kind == EntryFault::missingDiagonal);
@@ -386,8 +394,33 @@ TEST(FromCompressed, RefusesMalformedSegments)
                   "Segment 0 ends before entry 2, but the next one begins at entry 1.");
     std::int64_t const huge = std::numeric_limits<std::int64_t>::max();
     std::int64_t const starts[] = {5, 6};
-    EXPECT_EQ(fromCsc(1, starts, indices, values, MirroredPairs::once, &huge).findings[0].kind,
-              EntryFault::overlongSegment);
+    EXPECT_EQ(
+        fromCsc(1, packed(starts, 2), packed(indices, 3), packed(values, 3), MirroredPairs::once, packed(&huge, 1))
+            .findings[0]
+            .kind,
+        EntryFault::overlongSegment);
+}
+
+TEST(FromCompressed, RefusesShortArraysAndReadsNothingBeyondThem)
+{
+    std::vector<int> const starts = {0, 1, 3}, columns = {0, 0, 1}, lengths = {1, 2};
+    std::vector<double> const values = {2.0, -1.0, 2.0};
+    auto const build = [&](std::size_t startCount, std::size_t columnCount, std::size_t valueCount,
+                           std::size_t lengthCount) {
+        // Copies of just the elements that the arrays are said to have.
+        std::vector<int> const s(starts.begin(), starts.begin() + static_cast<std::ptrdiff_t>(startCount));
+        std::vector<int> const c(columns.begin(), columns.begin() + static_cast<std::ptrdiff_t>(columnCount));
+        std::vector<double> const v(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(valueCount));
+        std::vector<int> const l(lengths.begin(), lengths.begin() + static_cast<std::ptrdiff_t>(lengthCount));
+        return fromCsr(2, packed(s), packed(c), packed(v), MirroredPairs::once, packed(l));
+    };
+    EXPECT_TRUE(build(3, 3, 3, 2).succeeded());
+    EXPECT_TRUE(build(3, 3, 3, 0).succeeded());
+    expectRefusal(build(2, 3, 3, 2), EntryFault::shortArray, {3, 2}, "An array has 2 elements, and 3 are needed.");
+    expectRefusal(build(0, 3, 3, 0), EntryFault::shortArray, {3, 0}, "An array has 0 elements, and 3 are needed.");
+    expectRefusal(build(3, 2, 3, 0), EntryFault::shortArray, {3, 2}, "An array has 2 elements, and 3 are needed.");
+    expectRefusal(build(3, 3, 1, 2), EntryFault::shortArray, {3, 1}, "An array has 1 elements, and 3 are needed.");
+    expectRefusal(build(3, 3, 3, 1), EntryFault::shortArray, {2, 1}, "An array has 1 elements, and 2 are needed.");
 }
 
 TEST(FromCompressed, NamesTheEntryByItsPositionAndItsPlace)
@@ -395,10 +428,11 @@ TEST(FromCompressed, NamesTheEntryByItsPositionAndItsPlace)
     int const starts[] = {0, 1, 3};
     int const indices[] = {0, 5, 1};
     double const values[] = {1.0, 1.0, 1.0};
-    expectRefusal(fromCsr(2, starts, indices, values, MirroredPairs::once), EntryFault::columnOutOfRange, {1, 1, 5},
+    expectRefusal(fromCsr(2, packed(starts, 3), packed(indices, 3), packed(values, 3), MirroredPairs::once),
+                  EntryFault::columnOutOfRange, {1, 1, 5},
                   "Entry 1 (row 1, column 5) has a column outside the matrix.");
-    expectRefusal(fromCsc(2, starts, indices, values, MirroredPairs::once), EntryFault::rowOutOfRange, {1, 5, 1},
-                  "Entry 1 (row 5, column 1) has a row outside the matrix.");
+    expectRefusal(fromCsc(2, packed(starts, 3), packed(indices, 3), packed(values, 3), MirroredPairs::once),
+                  EntryFault::rowOutOfRange, {1, 5, 1}, "Entry 1 (row 5, column 1) has a row outside the matrix.");
 }
 
 TEST(FromSparse, AcceptsATypeByItsInterface)

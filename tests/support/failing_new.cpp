@@ -114,7 +114,8 @@ long long test::liveAllocations()
     return liveNow;
 }
 
-// The array forms call these. The forms that do not throw are replaced too: the address sanitizer has its own.
+// The array forms and those that do not throw are replaced too: the address sanitizer has its own, which call no
+// others.
 void* operator new(std::size_t size)
 {
     count(size);
@@ -155,6 +156,26 @@ void* operator new(std::size_t size, std::nothrow_t const&) noexcept
     }
 }
 void operator delete(void* memory, std::nothrow_t const&) noexcept
+{
+    operator delete(memory);
+}
+void* operator new[](std::size_t size)
+{
+    return operator new(size);
+}
+void* operator new[](std::size_t size, std::nothrow_t const& doesNotThrow) noexcept
+{
+    return operator new(size, doesNotThrow);
+}
+void operator delete[](void* memory) noexcept
+{
+    operator delete(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept
+{
+    operator delete(memory);
+}
+void operator delete[](void* memory, std::nothrow_t const&) noexcept
 {
     operator delete(memory);
 }

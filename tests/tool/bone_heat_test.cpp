@@ -158,6 +158,17 @@ TEST(BoneHeat, GivesValidWeightsWithAVertexOnABone)
     expectValidWeights(tool::boneHeat(tube.positions, tube.triangles, kTwoBones), tube.positions.size());
 }
 
+TEST(BoneHeat, SaysWhyItCannotSolve)
+{
+    Tube tube(4, 0.4, 11, 6);
+    EXPECT_EQ(tool::boneHeat(tube.positions, tube.triangles, kTwoBones).fault, "");
+    for (Vector3& p : tube.positions) p *= 1e90; // areas overflow
+    tool::BoneHeat const heat = tool::boneHeat(tube.positions, tube.triangles, kTwoBones);
+    EXPECT_TRUE(heat.weights.empty());
+    EXPECT_NE(heat.fault.find("row 0"), std::string::npos) << heat.fault;
+    EXPECT_NE(heat.fault.find("inf"), std::string::npos) << heat.fault;
+}
+
 TEST(Dmat, ReadsBackTheSameBits)
 {
     test::Random random(3);

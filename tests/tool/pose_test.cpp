@@ -222,6 +222,19 @@ TEST(PoseStage, PosesTheUsersMeshWithItsWeightsAndRestoresIt)
     EXPECT_TRUE(run.report.failedClaims().empty());
     EXPECT_FALSE(tool::readFile(run.folder / "poses.png").empty());
     EXPECT_FALSE(tool::readFile(run.folder / "figure.glb").empty());
+    EXPECT_NE(run.page().find("show the same pose as the arrays, bit for bit"), std::string::npos);
+}
+
+TEST(PoseStage, PosesVerticesWithoutWeightsAndWithWeightsThatDoNotSumToOne)
+{
+    test::StageRun run;
+    Strip const strip;
+    run.tour.skeleton = strip.skeleton;
+    run.tour.figure = {strip.positions, {}, strip.triangles}; // the stage makes the normals
+    run.tour.givenWeights = {{0}, {0.25}, {1}, {3}};
+    tool::poseStage(run.tour);
+    EXPECT_EQ(run.report.failedClaims(), std::vector<std::string>());
+    EXPECT_NE(run.page().find("A look at the weights"), std::string::npos);
 }
 
 TEST(PoseStage, AddsNoSectionWithoutWeights)

@@ -129,22 +129,40 @@ TEST(Tour, OfAUsersMeshSkeletonAndWeights)
     expectACompletePage(tour);
 }
 
-TEST(Tour, OfAUsersSkinnedModel)
+// The bar as a skinned model: two bones, each with one half.
+std::string barGlb()
 {
-    test::ScratchFolder const folder;
-    std::string const obj = barObj();
-    tool::TexturedMesh const bar = tool::parseObj(obj, "bar.obj");
+    tool::TexturedMesh const bar = tool::parseObj(barObj(), "bar.obj");
     tool::Skeleton const skeleton = tool::parseTgf("1 0 0 0.5\n2 0 0 4\n3 0 0 7.5\n#\n1 2\n2 3\n", "bar.tgf");
     tool::BoneWeights weights;
     for (int v = 0; v < 36; ++v) weights.push_back(v / 4 < 4 ? std::vector<double>{1, 0} : std::vector<double>{0, 1});
     std::vector<Vector3> const normals = tool::vertexNormals(bar.positions, bar.triangles);
+    return tool::skinnedGlb({bar.positions, normals, bar.triangles, weights, skeleton}, {});
+}
+
+TEST(Tour, OfAUsersSkinnedModel)
+{
+    test::ScratchFolder const folder;
     tool::TourOptions options;
-    options.meshFile =
-        folder.write("bar.glb", tool::skinnedGlb({bar.positions, normals, bar.triangles, weights, skeleton}, {}));
+    options.meshFile = folder.write("bar.glb", barGlb());
     Outcome const tour = runTour(options, folder / "out");
     EXPECT_EQ(tour.status, 0) << tour.log;
     EXPECT_TRUE(std::filesystem::exists(folder / "out/against-given.png")) << "the weights of the file are compared";
     expectACompletePage(tour);
+}
+
+TEST(Tour, ASkeletonOfItsOwnReplacesThatOfTheModelAndItsWeights)
+{
+    test::ScratchFolder const folder;
+    tool::TourOptions options;
+    options.meshFile = folder.write("bar.glb", barGlb());
+    options.skeletonFile = folder.write("three.tgf", "1 0 0 0.5\n2 0 0 3\n3 0 0 5\n4 0 0 7.5\n#\n1 2\n2 3\n3 4\n");
+    Outcome const tour = runTour(options, folder / "out");
+    EXPECT_EQ(tour.status, 0) << tour.log;
+    EXPECT_NE(tool::readFile(folder / "out/weights.dmat").find("3 36\n"), std::string::npos) << "three bones, not two";
+    EXPECT_FALSE(std::filesystem::exists(folder / "out/against-given.png"))
+        << "the file's weights are of its own bones";
+    EXPECT_NE(tour.page.find("the weights that heat gave to its vertices"), std::string::npos);
 }
 
 } // namespace

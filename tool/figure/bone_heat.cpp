@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <map>
 
-#include <sinew/sparse/llt_matrix.h>
+#include <sinew/sparse/builders.h>
+#include <sinew/sparse/compact_factor.h>
 #include <sinew/sparse/spd_matrix.h>
 
 #include <tool/figure/mesh_pieces.h>
@@ -34,12 +36,19 @@ public:
 
     BoneHeat solve()
     {
-        SPDMatrix const matrix = assemble();
+        sinew::MatrixBuild const build = sinew::fromTriplets(static_cast<std::int64_t>(places_.size()), assemble());
+        result_.fault = build.text(); // coordinates of 1e100 have areas that are infinite
+        if (!build.succeeded()) return std::move(result_);
+        for (auto const& row : build.matrix.rows) result_.matrixEntries += row.size();
         Stopwatch const factoring;
-        LLTMatrix const factor = matrix.factor();
+        sinew::CompactFactor const factor(build.matrix);
         result_.factorSeconds = factoring.seconds();
-        for (auto const& row : factor.rows) result_.factorEntries += row.size() + 1;
-        if (factor.rows.size() == places_.size()) solveBones(matrix, factor);
+        result_.factorEntries = static_cast<std::size_t>(factor.entryCount());
+        if (asIndex(factor.size()) == places_.size()) {
+            solveBones(build.matrix, factor);
+        } else {
+            result_.fault = "The matrix of the heat balance is not positive definite.\n";
+        }
         return std::move(result_);
     }
 
@@ -109,44 +118,40 @@ private:
         }
     }
 
-    // L + A H. A vertex without area has no neighbours either. The diagonal 1 gives it its nearest bones.
-    SPDMatrix assemble()
+    // L + A H, as contributions to its lower triangle. A vertex without area has no neighbours either. The diagonal 1
+    // gives it its nearest bones.
+    std::vector<sinew::Triplet> assemble()
     {
-        std::vector<double> diagonal(places_.size(), 0);
-        SPDMatrix matrix;
-        matrix.rows.resize(places_.size());
+        std::vector<sinew::Triplet> triplets;
         for (auto const& [edge, weight] : edges_) {
             if (weight == 0) continue;
-            std::size_t const i = asIndex(edge.first), j = asIndex(edge.second);
-            matrix.rows[i].emplace_back(edge.second, -weight);
-            diagonal[i] += weight;
-            diagonal[j] += weight;
+            auto const [i, j] = edge;
+            triplets.push_back({i, j, -weight});
+            triplets.push_back({i, i, weight});
+            triplets.push_back({j, j, weight});
         }
         for (std::size_t i = 0; i < places_.size(); ++i) {
-            if (areas_[i] > 0) {
-                source_.push_back(areas_[i] * heat_[i]);
-            } else {
-                source_.push_back(1);
-                ++result_.withoutArea;
-            }
-            matrix.rows[i].emplace_back(static_cast<int>(i), diagonal[i] + source_[i]);
-            result_.matrixEntries += matrix.rows[i].size();
+            bool const hasArea = areas_[i] > 0;
+            source_.push_back(hasArea ? areas_[i] * heat_[i] : 1);
+            if (!hasArea) ++result_.withoutArea;
+            triplets.push_back({static_cast<int>(i), static_cast<int>(i), source_[i]});
         }
-        return matrix;
+        return triplets;
     }
 
-    void solveBones(SPDMatrix const& matrix, LLTMatrix const& factor)
+    void solveBones(SPDMatrix const& matrix, sinew::CompactFactor const& factor)
     {
         std::size_t const bones = skeleton_.bones.size();
+        std::vector<std::vector<double>> right;
+        for (std::size_t b = 0; b < bones; ++b) right.push_back(rightSide(static_cast<int>(b)));
+        std::vector<std::vector<double>> solutions = right;
+        Stopwatch const solving;
+        factor.solveMany(solutions);
+        result_.solveSeconds = solving.seconds();
         BoneWeights raw(places_.size(), std::vector<double>(bones, 0));
         for (std::size_t b = 0; b < bones; ++b) {
-            std::vector<double> const right = rightSide(static_cast<int>(b));
-            std::vector<double> x = right;
-            Stopwatch const solving;
-            factor.solve(x);
-            result_.solveSeconds += solving.seconds();
-            measureResidual(matrix, x, right);
-            for (std::size_t i = 0; i < x.size(); ++i) raw[i][b] = x[i];
+            measureResidual(matrix, solutions[b], right[b]);
+            for (std::size_t i = 0; i < raw.size(); ++i) raw[i][b] = solutions[b][i];
         }
         measureWeights(raw);
         for (auto& row : raw) {

@@ -2,6 +2,7 @@
 
 /// Bone weights by heat balance on a surface.
 
+#include <string>
 #include <vector>
 
 #include <sinew/core/vector3.h>
@@ -18,6 +19,7 @@ using BoneWeights = std::vector<std::vector<double>>;
 struct BoneHeat
 {
     BoneWeights weights; ///< empty if the system could not be factored
+    std::string fault;   ///< why not, in words; otherwise empty
 
     // The surface.
     int pieces = 0;              ///< connected pieces, after vertices at equal positions have been joined

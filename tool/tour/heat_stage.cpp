@@ -173,7 +173,8 @@ void heatStage(TourContext& tour)
                  "bone. The temperatures are the solutions of one sparse system. It is factored once and solved for "
                  "every bone.");
     BoneHeat heat = boneHeat(tour.figure.positions, tour.figure.triangles, tour.skeleton);
-    section.check(!heat.weights.empty(), "The system is positive definite", niceCount(heat.unknowns) + " unknowns");
+    section.check(!heat.weights.empty(), "The system is positive definite",
+                  heat.fault.empty() ? niceCount(heat.unknowns) + " unknowns" : heat.fault);
     if (heat.weights.empty()) return;
     tour.weights = std::move(heat.weights);
 

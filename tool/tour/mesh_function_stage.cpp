@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <optional>
 
 #include <tool/draw/renderer.h>
@@ -14,6 +15,7 @@
 #include <tool/support/as_index.h>
 #include <tool/support/bounds.h>
 #include <tool/support/stopwatch.h>
+#include <tool/tour/position_map.h>
 #include <tool/tour/textured_function.h>
 
 namespace tool {
@@ -27,26 +29,22 @@ constexpr int kTimedEvery = 7;         // one in so many pixels is evaluated aga
 constexpr double kSmallestView = 1e-9; // of the values that a side view shows: no division by zero
 constexpr std::size_t kMostRings = 40; // more rings around vertices would hide the picture
 
-// The function's value at one pixel of the domain's picture.
-struct PixelValue
-{
-    bool inside = false;
-    bool known = false; // false where it cannot be extrapolated
-    Vector2 value;
-    float scalar = 0;
-};
-
 // The function's values at all pixels of a sheet, counts of them, and the mean times of an evaluation.
 struct Survey
 {
-    int width = 0;
-    int height = 0;
-    std::vector<PixelValue> pixels;
+    sinew::Raster raster;
+    std::vector<Vector2> values; // row by row
+    std::vector<float> scalars;
+    std::unique_ptr<bool[]> isInside;
+    std::unique_ptr<bool[]> isKnown; // false where the function cannot be extrapolated
     std::size_t inside = 0;
     std::size_t outside = 0;
     std::size_t unknown = 0; // part of `outside`
     double nanosecondsInside = 0;
     double nanosecondsOutside = 0;
+    double nanosecondsOfRaster = 0;
+
+    std::size_t pixelAt(int x, int y) const { return asIndex(y) * asIndex(raster.width) + asIndex(x); }
 };
 
 PlaneMap domainMap(MeshFunction2D const& function)
@@ -78,50 +76,53 @@ double nanosecondsPerPoint(MeshFunction2D const& function, std::vector<Vector2> 
     return sum == sum ? 1e9 * seconds / static_cast<double>(points.size()) : 0;
 }
 
-Survey surveyOf(TourContext& tour, MeshFunction2D const& function, PlaneMap const& map)
+// The times of single calls, for some of the pixels.
+void timeSingleCalls(MeshFunction2D const& function, Survey& survey)
 {
-    Survey result;
-    result.width = result.height = tour.sheet(kSheet, 1).pixels(kSheet);
-    result.pixels.reserve(asIndex(result.width) * asIndex(result.height));
     std::vector<Vector2> inside, outside;
-    for (int y = 0; y < result.height; ++y) {
-        tour.progress.update(static_cast<double>(y) / result.height);
-        for (int x = 0; x < result.width; ++x) {
-            Point const world = map.inverse({(x + 0.5) * kSheet / result.width, (y + 0.5) * kSheet / result.height});
-            Vector2 const p(world.x, world.y);
-            PixelValue pixel;
-            pixel.inside = function.evaluate(p, &pixel.value, &pixel.scalar);
-            pixel.known = pixel.inside || function.extrapolate(p, &pixel.value, &pixel.scalar);
-            ++(pixel.inside ? result.inside : result.outside);
-            if ((x + y * 3) % kTimedEvery == 0) (pixel.inside ? inside : outside).push_back(p);
-            if (!pixel.known) ++result.unknown;
-            result.pixels.push_back(pixel);
+    for (int y = 0; y < survey.raster.height; ++y) {
+        for (int x = 0; x < survey.raster.width; ++x) {
+            if ((x + y * 3) % kTimedEvery != 0) continue;
+            (survey.isInside[survey.pixelAt(x, y)] ? inside : outside).push_back(pixelPoint(survey.raster, x, y));
         }
     }
-    result.nanosecondsInside = nanosecondsPerPoint(function, inside);
-    result.nanosecondsOutside = nanosecondsPerPoint(function, outside);
+    survey.nanosecondsInside = nanosecondsPerPoint(function, inside);
+    survey.nanosecondsOutside = nanosecondsPerPoint(function, outside);
+}
+
+Survey surveyOf(TourContext const& tour, MeshFunction2D const& function, PlaneMap const& map)
+{
+    Survey result;
+    int const pixels = tour.sheet(kSheet, 1).pixels(kSheet);
+    result.raster = rasterOf(map, {0, 0, kSheet, kSheet}, pixels, pixels);
+    std::size_t const count = asIndex(pixels) * asIndex(pixels);
+    result.values.resize(count);
+    result.scalars.resize(count);
+    result.isInside = std::make_unique<bool[]>(count);
+    result.isKnown = std::make_unique<bool[]>(count);
+    Stopwatch const watch;
+    std::size_t const known = sinew::extrapolateRaster(function, result.raster, result.values.data(),
+                                                       result.scalars.data(), result.isKnown.get());
+    result.nanosecondsOfRaster = 1e9 * watch.seconds() / static_cast<double>(count);
+    result.inside = sinew::evaluateRaster(function, result.raster, nullptr, nullptr, result.isInside.get());
+    result.outside = count - result.inside;
+    result.unknown = count - known;
+    timeSingleCalls(function, result);
     return result;
 }
 
-// The colour of a point outside the islands: paler, greyer and hatched.
-Colour asOutside(Colour const& colour, double x, double y)
-{
-    bool const stripe = std::fmod(x + y, 14.0) < 4;
-    return mix(desaturate(colour, 0.75), palette::paper, stripe ? 0.82 : 0.55);
-}
-
-// A picture of the domain: `colourOf` the values, hatched outside the islands.
+// A picture of the domain: `colourOf` the pixels, hatched outside the islands.
 template <typename ColourOf>
 Image paint(Survey const& survey, ColourOf const& colourOf)
 {
-    Image image(survey.width, survey.height, palette::paper);
-    double const unitsPerPixel = kSheet / survey.width;
-    for (int y = 0; y < survey.height; ++y) {
-        for (int x = 0; x < survey.width; ++x) {
-            PixelValue const& pixel = survey.pixels[asIndex(y * survey.width + x)];
-            if (!pixel.known) continue;
-            Colour const colour = colourOf(pixel);
-            image.at(x, y) = pixel.inside ? colour : asOutside(colour, x * unitsPerPixel, y * unitsPerPixel);
+    Image image(survey.raster.width, survey.raster.height, palette::paper);
+    double const unitsPerPixel = kSheet / image.width();
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            std::size_t const i = survey.pixelAt(x, y);
+            if (!survey.isKnown[i]) continue;
+            Colour const colour = colourOf(i);
+            image.at(x, y) = survey.isInside[i] ? colour : asOutside(colour, x * unitsPerPixel, y * unitsPerPixel);
         }
     }
     return image;
@@ -247,7 +248,7 @@ void addValues(TourContext& tour, Section& section, MeshFunction2D const& functi
                Survey const& survey)
 {
     Canvas chequered = tour.sheet(kSheet, kSheet);
-    chequered.image(paint(survey, [](PixelValue const& p) { return chequer(p.value); }), {0, 0, kSheet, kSheet});
+    chequered.image(paint(survey, [&](std::size_t i) { return chequer(survey.values[i]); }), {0, 0, kSheet, kSheet});
     drawLoops(chequered, function, map, 2);
     section.picture("values.png", chequered,
                     "The mesh function, evaluated at every pixel of the texture: the chequer of the side view appears "
@@ -256,7 +257,7 @@ void addValues(TourContext& tour, Section& section, MeshFunction2D const& functi
                     Width::half);
 
     Canvas scalar = tour.sheet(kSheet, kSheet);
-    scalar.image(paint(survey, [](PixelValue const& p) { return diverging(p.scalar); }), {0, 0, kSheet, kSheet});
+    scalar.image(paint(survey, [&](std::size_t i) { return diverging(survey.scalars[i]); }), {0, 0, kSheet, kSheet});
     drawLoops(scalar, function, map, 1.5);
     drawColourBar(
         scalar, {kSheet / 2 - 210, kSheet - 62, 420, 18}, [](double t) { return diverging(2 * t - 1); },
@@ -327,6 +328,53 @@ void addModel(TourContext& tour, Section& section, MeshFunction2D const& functio
         Width::half);
 }
 
+// Compares the map with the mesh function: seen from the side, both must give the same positions.
+void checkPositions(Section& section, TexturedMesh const& mesh, MeshFunction2D const& function, PositionMap const& map)
+{
+    constexpr double kRounding = 1e-9; // of the largest coordinate
+    std::vector<Vector2> values(map.positions.size());
+    sinew::evaluateRaster(function, map.raster, values.data(), nullptr, nullptr);
+    SideProjection const inSideView(mesh.positions);
+    double largest = 0, farthest = 0;
+    std::size_t compared = 0;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (!map.isInside(i)) continue;
+        largest = std::max(largest, (inSideView(map.positions[i]) - values[i]).length());
+        ++compared;
+    }
+    for (Vector3 const& p : mesh.positions)
+        farthest = std::max({farthest, std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
+    section.check(largest <= kRounding * (1 + farthest / inSideView.longestEdge()),
+                  "Seen from the side, the position map gives the values of the mesh function",
+                  niceCount(compared) + " texels, within " + niceNumber(largest, 2));
+}
+
+// The map on the left, and on the right the model drawn from it.
+void addPositionMap(TourContext& tour, Section& section, MeshFunction2D const& function)
+{
+    constexpr double kSide = 540;     // of the map
+    constexpr int kMostTexels = 1600; // along a side; each is a vertex of the model on the right
+    Vector2 low, high;
+    boundsOf(function.params, low, high);
+    Rect const left{0, 0, kSide, kSide}, right{kSide, 0, kSheet - kSide, kSide};
+    PlaneMap const onSheet({low.x, low.y}, {high.x, high.y}, left.inset(kSide * kMargin / kSheet));
+    Canvas sheet = tour.sheet(kSheet, kSide);
+    int const texels = std::min(sheet.pixels(kSide), kMostTexels);
+    PositionMap const map = bakePositions(tour.mesh, function, rasterOf(onSheet, left, texels, texels));
+    PositionColours const colours(tour.mesh.positions);
+    Solid const model = solidOf(map, function.facets, function.params.size(), colours);
+    drawSolids(sheet, {model}, View::fitted(tour.mesh.positions, sideAzimuth(tour.mesh), 16, right, 0.84));
+    sheet.image(pictureOf(map, colours, kSide / texels), left);
+    drawLoops(sheet, function, onSheet, 1.5, palette::ink);
+    section.picture("position-map.png", sheet,
+                    "Left: a position map. For every texel it holds the point of the model in space: red, green and "
+                    "blue grow with x, y and z. Right: the model, drawn from this map alone, a vertex for each of " +
+                        niceCount(model.positions.size()) +
+                        " texels. The texels around the islands are extrapolated (pale and hatched); those nearest to "
+                        "an island close the seams.");
+    checkPositions(section, tour.mesh, function, map);
+}
+
 void addChecks(Section& section, MeshFunction2D const& function, Survey const& survey, bool bundled)
 {
     std::size_t tested = 0;
@@ -375,6 +423,7 @@ void meshFunctionStage(TourContext& tour)
     addSideView(tour, section, function);
     Survey const survey = surveyOf(tour, function, map);
     addValues(tour, section, function, map, survey);
+    addPositionMap(tour, section, function);
     section.numbers("In numbers",
                     {
                         {"vertices", niceCount(function.params.size())},
@@ -386,6 +435,7 @@ void meshFunctionStage(TourContext& tour)
                         {"pixels outside with a value", niceCount(survey.outside - survey.unknown)},
                         {"nanoseconds for a point inside", niceNumber(survey.nanosecondsInside, 3)},
                         {"nanoseconds for a point outside", niceNumber(survey.nanosecondsOutside, 3)},
+                        {"nanoseconds for a pixel of a raster", niceNumber(survey.nanosecondsOfRaster, 3)},
                     });
     addChecks(section, function, survey, tour.meshIsBundled);
 }

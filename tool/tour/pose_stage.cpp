@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 
+#include <sinew/skinning/skin.h>
 #include <sinew/skinning/substitute_geometry_data.h>
 #include <sinew/skinning/weights.h>
 
@@ -24,13 +25,52 @@ constexpr int kMillisecondsPerFrame = 50;
 constexpr double kShareOfPoses = 0.4; // of the stage's progress; the motion is the rest
 constexpr Colour kClay = Colour::hex(0xcdb79b);
 
-// The figure as display data of a host, and copies for a comparison at the end.
+// The figure as arrays of a host. The influences of vertex v are those from offsets[v] to offsets[v + 1] - 1.
 struct Actor
 {
-    smart_ptr<DisplayData> display{new DisplayData};
-    smart_ptr<SurfaceGeometryData> original;
-    SurfaceGeometryData before;
+    std::vector<Vector3> positions;
+    std::vector<UVector3> normals;
+    std::vector<Triangle> triangles;
+    std::vector<std::size_t> offsets;
+    std::vector<int> bones;
+    std::vector<double> weights;
 };
+
+Actor makeActor(Figure const& figure, BoneWeights const& weights)
+{
+    Actor actor;
+    actor.positions = figure.positions;
+    std::vector<Vector3> const normals =
+        figure.normals.empty() ? vertexNormals(figure.positions, figure.triangles) : figure.normals;
+    actor.normals.assign(normals.begin(), normals.end());
+    actor.triangles = figure.triangles;
+    actor.offsets.push_back(0);
+    for (std::vector<double> const& row : weights) {
+        for (std::size_t b = 0; b < row.size(); ++b) {
+            if (!(row[b] > 0)) continue;
+            actor.bones.push_back(static_cast<int>(b));
+            actor.weights.push_back(row[b]);
+        }
+        actor.offsets.push_back(actor.bones.size());
+    }
+    return actor;
+}
+
+Solid posedSolid(Actor const& actor, std::vector<BoneTransform> const& bones)
+{
+    std::size_t const count = actor.positions.size();
+    sinew::SkinInput input;
+    input.positions = sinew::coordinatesOf(actor.positions.data(), count);
+    input.normals = sinew::coordinatesOf(actor.normals.data(), count);
+    input.influences = {sinew::packed(actor.offsets), sinew::packed(actor.bones), sinew::packed(actor.weights)};
+    input.bones = bones.data();
+    input.boneCount = bones.size();
+    Solid solid{std::vector<Vector3>(count), actor.triangles, std::vector<Vector3>(count)};
+    solid.colour = kClay;
+    sinew::skin(input, {sinew::coordinatesOf(solid.positions.data(), count),
+                        sinew::coordinatesOf(solid.normals.data(), count)});
+    return solid;
+}
 
 std::vector<int> indicesOf(std::vector<Triangle> const& triangles)
 {
@@ -39,33 +79,35 @@ std::vector<int> indicesOf(std::vector<Triangle> const& triangles)
     return indices;
 }
 
-Actor makeActor(Figure const& figure, BoneWeights const& weights)
+// A surface as display data of a host, without bones.
+smart_ptr<DisplayData> displayOf(std::vector<Vector3> const& positions, std::vector<UVector3> const& normals,
+                                 std::vector<Triangle> const& triangles)
 {
-    Actor actor;
-    actor.original = smart_ptr<SurfaceGeometryData>(new SurfaceGeometryData);
-    actor.original->positions = figure.positions;
-    std::vector<Vector3> const normals =
-        figure.normals.empty() ? vertexNormals(figure.positions, figure.triangles) : figure.normals;
-    actor.original->normals.assign(normals.begin(), normals.end());
-    actor.original->indices = indicesOf(figure.triangles);
-    smart_ptr<BoneWeightTable> const table(new BoneWeightTable);
-    for (std::vector<double> const& row : weights) {
-        table->influences.emplace_back();
-        for (std::size_t b = 0; b < row.size(); ++b) {
-            if (row[b] > 0) table->influences.back().emplace_back(static_cast<int>(b), row[b]);
+    smart_ptr<DisplayData> const display(new DisplayData);
+    display->surface = smart_ptr<SurfaceGeometryData>(new SurfaceGeometryData);
+    display->surface->positions = positions;
+    display->surface->normals = normals;
+    display->surface->indices = indicesOf(triangles);
+    return display;
+}
+
+smart_ptr<DisplayData> displayOf(Actor const& actor)
+{
+    smart_ptr<DisplayData> const display = displayOf(actor.positions, actor.normals, actor.triangles);
+    display->boneWeights = smart_ptr<BoneWeightTable>(new BoneWeightTable);
+    for (std::size_t v = 0; v + 1 < actor.offsets.size(); ++v) {
+        display->boneWeights->influences.emplace_back();
+        for (std::size_t k = actor.offsets[v]; k < actor.offsets[v + 1]; ++k) {
+            display->boneWeights->influences.back().emplace_back(actor.bones[k], actor.weights[k]);
         }
     }
-    actor.display->surface = actor.original;
-    actor.display->boneWeights = table;
-    actor.before = *actor.original;
-    return actor;
+    return display;
 }
 
 // The surface that the display data shows now, in the world's frame.
 Solid solidOf(DisplayData const& display)
 {
     Solid solid;
-    solid.colour = kClay;
     SurfaceGeometryData const& surface = *display.surface;
     Transform const directions = display.placement.linearComponent();
     for (Vector3 const& p : surface.positions) solid.positions.push_back(display.placement * p);
@@ -74,13 +116,6 @@ Solid solidOf(DisplayData const& display)
         solid.triangles.push_back({surface.indices[i], surface.indices[i + 1], surface.indices[i + 2]});
     }
     return solid;
-}
-
-Solid posedSolid(Actor const& actor, PosedSkeleton const& posed)
-{
-    SubstituteGeometryData const guard(actor.display,
-                                       smart_ptr<BoneTransformVector>(new BoneTransformVector(posed.bones)));
-    return solidOf(*actor.display);
 }
 
 bool allFinite(std::vector<Vector3> const& points)
@@ -137,7 +172,7 @@ void addPoses(TourContext& tour, Section& section, Actor const& actor)
     std::vector<Solid> solids;
     bool finite = true;
     for (NamedPose const& pose : poses) {
-        solids.push_back(posedSolid(actor, takePose(tour.skeleton, pose.pose)));
+        solids.push_back(posedSolid(actor, takePose(tour.skeleton, pose.pose).bones));
         finite = finite && allFinite(solids.back().positions) && allFinite(solids.back().normals);
     }
     Vector3 low, high;
@@ -173,9 +208,7 @@ std::vector<KeyFrame> motionOf(Skeleton const& skeleton)
 void addMotion(TourContext& tour, Section& section, Actor const& actor, std::vector<KeyFrame> const& motion)
 {
     std::vector<Solid> solids;
-    for (std::size_t f = 0; f + 1 < motion.size(); ++f) {
-        solids.push_back(posedSolid(actor, PosedSkeleton{{}, motion[f].bones}));
-    }
+    for (std::size_t f = 0; f + 1 < motion.size(); ++f) solids.push_back(posedSolid(actor, motion[f].bones));
     std::vector<std::string> frames;
     int width = 0, height = 0;
     for (std::size_t f = 0; f < solids.size(); ++f) {
@@ -200,11 +233,8 @@ Solid mirrorImage(Solid const& solid)
 {
     Vector3 low, high;
     tool::boundsOf(solid.positions, low, high);
-    smart_ptr<DisplayData> const image(new DisplayData);
-    image->surface = smart_ptr<SurfaceGeometryData>(new SurfaceGeometryData);
-    image->surface->positions = solid.positions;
-    image->surface->normals.assign(solid.normals.begin(), solid.normals.end());
-    image->surface->indices = indicesOf(solid.triangles);
+    std::vector<UVector3> const normals(solid.normals.begin(), solid.normals.end());
+    smart_ptr<DisplayData> const image = displayOf(solid.positions, normals, solid.triangles);
     Vector3 const beside(high.x + 0.06 * (high - low).length(), 0, 0);
     image->placement = Transform::reflection(beside, UVector3(1, 0, 0));
     SubstituteGeometryData const guard(image);
@@ -226,10 +256,8 @@ double agreementWithNormals(Solid const& solid)
     return static_cast<double>(agree) / static_cast<double>(solid.triangles.size());
 }
 
-void addMirror(TourContext& tour, Section& section, Actor const& actor)
+void addMirror(TourContext& tour, Section& section, Solid const& posed)
 {
-    Pose const pose = eightPoses(tour.skeleton)[2].pose;
-    Solid const posed = posedSolid(actor, takePose(tour.skeleton, pose));
     Solid const mirrored = mirrorImage(posed);
     Canvas sheet = tour.sheet(420, 520);
     drawSolids(sheet, {posed, mirrored}, viewOf({posed, mirrored}, 12, 8, {0, 0, 420, 520}));
@@ -245,30 +273,34 @@ void addMirror(TourContext& tour, Section& section, Actor const& actor)
                       niceNumber(100 * agreement, 4) + " % of the original's");
 }
 
-std::vector<double> numbersOf(SurfaceGeometryData const& surface)
+// Vector3 or UVector3, compared as bits.
+template <typename A, typename B>
+bool sameBits(std::vector<A> const& a, std::vector<B> const& b)
 {
-    std::vector<double> numbers;
-    for (Vector3 const& p : surface.positions) numbers.insert(numbers.end(), {p.x, p.y, p.z});
-    for (Vector3 const& n : surface.normals) numbers.insert(numbers.end(), {n.x, n.y, n.z});
-    return numbers;
+    static_assert(sizeof(A) == sizeof(Vector3) && sizeof(B) == sizeof(Vector3), "three doubles and nothing else");
+    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(A)) == 0);
 }
 
-bool sameBits(std::vector<double> const& a, std::vector<double> const& b)
+// The same pose through display data: while the guard lives, they show the deformed surface.
+void checkTheGuard(Section& section, Actor const& actor, std::vector<BoneTransform> const& bones, Solid const& posed)
 {
-    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof a[0]) == 0);
-}
-
-void checkThatTheOriginalIsBack(Section& section, Actor const& actor)
-{
-    bool const same = actor.display->surface == actor.original &&
-                      sameBits(numbersOf(*actor.original), numbersOf(actor.before)) &&
-                      actor.original->indices == actor.before.indices && actor.display->placement == Transform();
-    section.check(same, "After the last guard, surface and placement are the original ones, bit for bit",
-                  niceCount(actor.before.positions.size()) + " vertices compared");
-    section.check(actor.original->referenceCount == 2 && actor.display->referenceCount == 1,
-                  "The guards have released all their references",
-                  "reference counts: surface " + niceCount(actor.original->referenceCount) + ", display data " +
-                      niceCount(actor.display->referenceCount));
+    smart_ptr<DisplayData> const display = displayOf(actor);
+    smart_ptr<SurfaceGeometryData> const original = display->surface;
+    std::string const compared = niceCount(actor.positions.size()) + " vertices compared";
+    {
+        SubstituteGeometryData const guard(display, smart_ptr<BoneTransformVector>(new BoneTransformVector(bones)));
+        SurfaceGeometryData const& shown = *display->surface;
+        section.check(sameBits(shown.positions, posed.positions) && sameBits(shown.normals, posed.normals),
+                      "Display data under the guard show the same pose as the arrays, bit for bit", compared);
+    }
+    bool const same = display->surface == original && sameBits(original->positions, actor.positions) &&
+                      sameBits(original->normals, actor.normals) && original->indices == indicesOf(actor.triangles) &&
+                      display->placement == Transform();
+    section.check(same, "After the guard, surface and placement are the original ones, bit for bit", compared);
+    section.check(original->referenceCount == 2 && display->referenceCount == 1,
+                  "The guard has released all its references",
+                  "reference counts: surface " + niceCount(original->referenceCount) + ", display data " +
+                      niceCount(display->referenceCount));
 }
 
 } // namespace
@@ -283,22 +315,26 @@ void poseStage(TourContext& tour)
     section.text(
         std::string("The bones move the figure into poses, with ") +
         (given ? "the weights that came with it" : "the weights that heat gave to its vertices") +
-        ". While a picture is drawn, a guard lets the display data show the deformed surface. At the end of its "
-        "scope the guard restores the original.");
+        ". One call moves positions and normals from arrays to arrays. A host that keeps its surfaces in display data "
+        "uses a guard instead: while the guard lives, the display data show the deformed surface, and at the end of "
+        "its "
+        "scope they show the original again.");
     Actor const actor = makeActor(tour.figure, weights);
     auto const found =
-        sinew::diagnose(*actor.display->boneWeights, tour.figure.positions.size(), tour.skeleton.bones.size()).findings;
+        sinew::diagnose(*displayOf(actor)->boneWeights, actor.positions.size(), tour.skeleton.bones.size()).findings;
     for (std::size_t k = 0; k < found.size() && k < 3; ++k) section.text("A look at the weights: " + found[k].sentence);
 
     addPoses(tour, section, actor);
     std::vector<KeyFrame> const motion = motionOf(tour.skeleton);
     addMotion(tour, section, actor, motion);
-    addMirror(tour, section, actor);
-    std::vector<Vector3> const normals(actor.original->normals.begin(), actor.original->normals.end());
+    std::vector<BoneTransform> const bones = takePose(tour.skeleton, eightPoses(tour.skeleton)[2].pose).bones;
+    Solid const posed = posedSolid(actor, bones);
+    addMirror(tour, section, posed);
+    std::vector<Vector3> const normals(actor.normals.begin(), actor.normals.end());
     section.file("figure.glb",
                  skinnedGlb({tour.figure.positions, normals, tour.figure.triangles, weights, tour.skeleton}, motion),
                  "The figure with its bones and the motion, for programs that read glTF.");
-    checkThatTheOriginalIsBack(section, actor);
+    checkTheGuard(section, actor, bones, posed);
 }
 
 } // namespace tool

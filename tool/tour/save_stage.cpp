@@ -210,6 +210,46 @@ void markUsed(SharedSheet& sheet)
     }
 }
 
+// The texels whose middles lie in a model's part of the sheet, along one axis: from `begin` to before `end`.
+struct TexelRange
+{
+    int begin = 0;
+    int end = 0;
+
+    TexelRange(double place, int size)
+    {
+        auto const isOurs = [=](int texel) {
+            double const inside = ((texel + 0.5) / size - place) * (1 / kPlaceSize);
+            return inside > -kPlaceMargin && inside < 1 + kPlaceMargin;
+        };
+        while (begin < size && !isOurs(begin)) ++begin;
+        for (end = begin; end < size && isOurs(end);) ++end;
+    }
+};
+
+// Paints the model's part of the sheet, which shows the square of its texture with the corner `low`.
+void paintModel(Image& texels, MeshFunction2D const& sideView, Vector2 const& low, double extent)
+{
+    int const size = texels.width();
+    TexelRange const columns(kPlace.x, size), rows(kPlace.y, size);
+    sinew::Raster raster;
+    Vector2 const first((columns.begin + 0.5) / size, (rows.begin + 0.5) / size);
+    raster.origin = low + (first - kPlace) * (extent / kPlaceSize);
+    raster.step = Vector2(1, 1) * (extent / kPlaceSize / size);
+    raster.width = columns.end - columns.begin;
+    raster.height = rows.end - rows.begin;
+    std::size_t const count = asIndex(raster.width) * asIndex(raster.height);
+    std::vector<Vector2> values(count);
+    auto const found = std::make_unique<bool[]>(count);
+    sinew::extrapolateRaster(sideView, raster, values.data(), nullptr, found.get());
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!found[i]) continue;
+        int const x = columns.begin + static_cast<int>(i) % raster.width;
+        int const y = rows.begin + static_cast<int>(i) / raster.width;
+        texels.at(x, size - 1 - y) = koiPattern(values[i]);
+    }
+}
+
 SharedSheet makeSheet(TexturedMesh const& mesh, MeshFunction2D const& sideView, int size)
 {
     SharedSheet sheet;
@@ -225,16 +265,9 @@ SharedSheet makeSheet(TexturedMesh const& mesh, MeshFunction2D const& sideView, 
 
     sheet.texels = Image(size, size);
     for (int y = 0; y < size; ++y) {
-        for (int x = 0; x < size; ++x) {
-            Vector2 const onSheet((x + 0.5) / size, (y + 0.5) / size);
-            Vector2 const inside = (onSheet - kPlace) * (1 / kPlaceSize);
-            bool const ours =
-                std::min(inside.x, inside.y) > -kPlaceMargin && std::max(inside.x, inside.y) < 1 + kPlaceMargin;
-            Vector2 value;
-            bool const painted = ours && sideView.extrapolate(low + inside * extent, &value, nullptr);
-            sheet.texels.at(x, size - 1 - y) = painted ? koiPattern(value) : otherModels(x, y, size);
-        }
+        for (int x = 0; x < size; ++x) sheet.texels.at(x, size - 1 - y) = otherModels(x, y, size);
     }
+    paintModel(sheet.texels, sideView, low, extent);
     markUsed(sheet);
     return sheet;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <memory>
 #include <utility>
 
 #include <tool/support/as_index.h>
@@ -48,38 +49,52 @@ SideView::SideView(std::vector<Vector3> const& positions) : right(0), up(1), tow
     }
 }
 
-MeshFunction2D sideViewFunction(TexturedMesh const& mesh)
+UnfoldedMesh unfold(TexturedMesh const& mesh)
 {
-    SideView const side(mesh.positions);
-    Vector3 low, high;
-    boundsOf(mesh.positions, low, high);
-    double const longest =
-        std::max({high[side.right] - low[side.right], high[side.up] - low[side.up], kSmallestExtent});
-    // Seen from +z, the axis `right` points to the right. Seen from +x or from +y it points to the left.
-    double const sign = side.towards == 2 ? 1 : -1;
-    std::vector<Vector3> const normals = vertexNormals(mesh.positions, mesh.triangles);
-
-    std::vector<Vector2> params, values;
-    std::vector<float> cosines;
-    std::vector<int> facets;
+    UnfoldedMesh unfolded;
     std::map<std::pair<int, int>, int> vertexOf;
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
         for (std::size_t k = 0; k < 3; ++k) {
-            int const position = mesh.triangles[t][k];
-            int const texcoord = mesh.texTriangles[t][k];
-            auto const [found, isNew] =
-                vertexOf.emplace(std::pair(position, texcoord), static_cast<int>(params.size()));
-            facets.push_back(found->second);
+            std::pair const corner(mesh.triangles[t][k], mesh.texTriangles[t][k]);
+            auto const [found, isNew] = vertexOf.emplace(corner, static_cast<int>(unfolded.positions.size()));
+            unfolded.facets.push_back(found->second);
             if (!isNew) continue;
-            Vector3 const& p = mesh.positions[asIndex(position)];
-            double const across = (p[side.right] - low[side.right]) / longest;
-            double const width = (high[side.right] - low[side.right]) / longest;
-            params.push_back(mesh.texcoords[asIndex(texcoord)]);
-            values.emplace_back(sign > 0 ? across : width - across, (p[side.up] - low[side.up]) / longest);
-            cosines.push_back(static_cast<float>(normals[asIndex(position)][side.towards]));
+            unfolded.positions.push_back(corner.first);
+            unfolded.texcoords.push_back(corner.second);
         }
     }
-    return {params, values, facets, cosines};
+    return unfolded;
+}
+
+SideProjection::SideProjection(std::vector<Vector3> const& positions) : side_(positions)
+{
+    Vector3 high;
+    boundsOf(positions, low_, high);
+    longest_ = std::max({high[side_.right] - low_[side_.right], high[side_.up] - low_[side_.up], kSmallestExtent});
+    width_ = (high[side_.right] - low_[side_.right]) / longest_;
+}
+
+Vector2 SideProjection::operator()(Vector3 const& p) const
+{
+    double const across = (p[side_.right] - low_[side_.right]) / longest_;
+    // Seen from +z, the axis `right` points to the right. Seen from +x or from +y it points to the left.
+    return {side_.towards == 2 ? across : width_ - across, (p[side_.up] - low_[side_.up]) / longest_};
+}
+
+MeshFunction2D sideViewFunction(TexturedMesh const& mesh)
+{
+    SideProjection const inSideView(mesh.positions);
+    std::vector<Vector3> const normals = vertexNormals(mesh.positions, mesh.triangles);
+    UnfoldedMesh const unfolded = unfold(mesh);
+    std::vector<Vector2> params, values;
+    std::vector<float> cosines;
+    for (std::size_t v = 0; v < unfolded.positions.size(); ++v) {
+        std::size_t const position = asIndex(unfolded.positions[v]);
+        params.push_back(mesh.texcoords[asIndex(unfolded.texcoords[v])]);
+        values.push_back(inSideView(mesh.positions[position]));
+        cosines.push_back(static_cast<float>(normals[position][inSideView.towards()]));
+    }
+    return {params, values, unfolded.facets, cosines};
 }
 
 Colour koiPattern(Vector2 const& value)
@@ -96,14 +111,37 @@ Colour koiPattern(Vector2 const& value)
     return mix(base, Colour(0.35, 0.22, 0.16), shade);
 }
 
+sinew::Raster rasterOf(PlaneMap const& map, Rect const& where, int width, int height)
+{
+    double const unitsX = where.width / width, unitsY = where.height / height;
+    Point const first = map.inverse({where.x + 0.5 * unitsX, where.y + 0.5 * unitsY});
+    sinew::Raster raster;
+    raster.origin = {first.x, first.y};
+    raster.step = {unitsX / map.scale(), -unitsY / map.scale()};
+    raster.width = width;
+    raster.height = height;
+    return raster;
+}
+
+Colour asOutside(Colour const& colour, double x, double y)
+{
+    bool const stripe = std::fmod(x + y, 14.0) < 4;
+    return mix(desaturate(colour, 0.75), palette::paper, stripe ? 0.82 : 0.55);
+}
+
 Image bakeTexture(MeshFunction2D const& function, int size)
 {
+    PlaneMap const unitSquare({0, 0}, {1, 1}, {0, 0, 1, 1});
+    sinew::Raster const raster = rasterOf(unitSquare, {0, 0, 1, 1}, size, size);
+    std::size_t const count = asIndex(size) * asIndex(size);
+    std::vector<Vector2> values(count);
+    auto const found = std::make_unique<bool[]>(count);
+    sinew::extrapolateRaster(function, raster, values.data(), nullptr, found.get());
     Image texture(size, size, kPale);
     for (int y = 0; y < size; ++y) {
         for (int x = 0; x < size; ++x) {
-            Vector2 const at((x + 0.5) / size, 1 - (y + 0.5) / size);
-            Vector2 value;
-            if (function.extrapolate(at, &value, nullptr)) texture.at(x, y) = koiPattern(value);
+            std::size_t const i = asIndex(y) * asIndex(size) + asIndex(x);
+            if (found[i]) texture.at(x, y) = koiPattern(values[i]);
         }
     }
     return texture;

@@ -6,7 +6,9 @@
 #include <vector>
 
 #include <sinew/meshfunc/mesh_function_2d.h>
+#include <sinew/meshfunc/raster.h>
 
+#include <tool/draw/canvas.h>
 #include <tool/draw/image.h>
 #include <tool/draw/renderer.h>
 #include <tool/io/textured_mesh.h>
@@ -27,19 +29,55 @@ struct SideView
     explicit SideView(std::vector<Vector3> const& positions);
 };
 
+/// Positions in the side view, scaled so that the longer edge of the model is [0, 1].
+class SideProjection
+{
+public:
+    explicit SideProjection(std::vector<Vector3> const& positions);
+
+    Vector2 operator()(Vector3 const& p) const;
+
+    int towards() const { return side_.towards; }
+    double longestEdge() const { return longest_; }
+
+private:
+    SideView side_;
+    Vector3 low_;
+    double longest_;
+    double width_; ///< of the side view
+};
+
+/// The surface of a model as it lies in its texture. Its vertices are the different pairs of a position and a texture
+/// coordinate. Seams of either are therefore boundaries.
+struct UnfoldedMesh
+{
+    // Of each vertex, the indices of the mesh.
+    std::vector<int> positions;
+    std::vector<int> texcoords;
+    std::vector<int> facets; ///< three vertices a triangle, in the order of the mesh's triangles
+};
+
+UnfoldedMesh unfold(TexturedMesh const& mesh);
+
 /// The mesh function of a model with texture coordinates.
 ///
 /// - Its domain is the texture.
-/// - Its value is the position in the side view, scaled so that the longer edge of the model is [0, 1].
+/// - Its value is the position in the side view: the `SideProjection`.
 /// - Its scalar is the cosine of the angle between the surface's normal and the direction to the viewer. It is negative
 ///   on the far side.
 ///
-/// Its vertices are the different pairs of a position and a texture coordinate. Seams of either are therefore
-/// boundaries.
+/// Its vertices are those of `unfold(mesh)`.
 MeshFunction2D sideViewFunction(TexturedMesh const& mesh);
+
+/// The middles of the pixels of a rectangle on a sheet, as points of the plane that `map` draws there. Row 0 is at the
+/// top.
+sinew::Raster rasterOf(PlaneMap const& map, Rect const& where, int width, int height);
 
 /// A picture in the plane of the side view that resembles a koi: red and black patches on a pale ground.
 Colour koiPattern(Vector2 const& value);
+
+/// A colour of a point outside the islands, on a sheet at the units (x, y): paler, greyer and hatched.
+Colour asOutside(Colour const& colour, double x, double y);
 
 /// A texture of size x size texels over [0, 1] x [0, 1], with row 0 at the top. The colour of a texel is the pattern's
 /// colour at the function's value. Outside the islands the value is extrapolated, so that no seam shows a wrong colour.

@@ -1,15 +1,52 @@
 #pragma once
 
-/// Reads vectors from the arrays of a host. Not installed.
+/// Reads numbers and vectors from the arrays of a host. Not installed.
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <limits>
 
 #include <sinew/core/strided.h>
 #include <sinew/core/vector3.h>
 
 namespace sinew::detail {
+
+/// The number at any address, which need not be aligned.
+template <typename T>
+T unaligned(void const* address)
+{
+    T number;
+    std::memcpy(&number, address, sizeof number);
+    return number;
+}
+
+/// The first number of element `i`.
+inline double numberAt(RealArray const& array, std::size_t i)
+{
+    char const* const element = static_cast<char const*>(array.data) + static_cast<std::ptrdiff_t>(i) * array.stride;
+    return array.isDouble ? unaligned<double>(element) : double{unaligned<float>(element)};
+}
+
+/// The first number of element `i`. An unsigned number above 2^63 - 1 gives 2^63 - 1.
+inline std::int64_t integerAt(IntegerArray const& array, std::size_t i)
+{
+    char const* const element = static_cast<char const*>(array.data) + static_cast<std::ptrdiff_t>(i) * array.stride;
+    switch (array.size) {
+    case 1:
+        return array.isSigned ? std::int64_t{unaligned<std::int8_t>(element)} : unaligned<std::uint8_t>(element);
+    case 2:
+        return array.isSigned ? std::int64_t{unaligned<std::int16_t>(element)} : unaligned<std::uint16_t>(element);
+    case 4:
+        return array.isSigned ? std::int64_t{unaligned<std::int32_t>(element)} : unaligned<std::uint32_t>(element);
+    default:
+        break;
+    }
+    if (array.isSigned) return unaligned<std::int64_t>(element);
+    constexpr std::uint64_t kGreatest = std::numeric_limits<std::int64_t>::max();
+    return static_cast<std::int64_t>(std::min(unaligned<std::uint64_t>(element), kGreatest));
+}
 
 /// The three numbers of element `i`, whatever their type and alignment are.
 inline Vector3 vectorAt(RealArray const& array, std::size_t i)

@@ -6,7 +6,7 @@
 /// A template: the sink receives what was found.
 ///
 ///     span(triangle, x, y, column, row, count)  consecutive pixels that a triangle accepts; SINEW_KERNEL
-///     rest(tile)                                the free pixels of a tile have no triangle
+///     rest(tile)                                the free pixels of a tile, of which there are some, have no triangle
 ///     single(p, column, row)                    a pixel that must be searched for by itself
 
 #include <algorithm>
@@ -139,7 +139,7 @@ private:
             dispatch(width_, DrawTriangles{triangles_, inTile_.data(), inTile_.size(), tile_});
             dispatch(width_, FlushTile<Sink>{triangles_, tile_, sink_});
         }
-        sink_.rest(tile_);
+        if (!tile_.isFull()) sink_.rest(tile_);
         if (meter_) tellProgress(static_cast<double>(pixels.columns.size()) * pixels.rows.size());
     }
 

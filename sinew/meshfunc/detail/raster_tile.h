@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <cassert>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <vector>
 
@@ -202,12 +204,22 @@ struct FlushTile
             double const* const owner = tile.owner[row];
             for (int first = 0, last = 0; first < columns; first = last) {
                 last = first + 1;
-                while (last < columns && owner[last] == owner[first]) ++last;
+                while (last < columns && isSameOwner(owner + last, owner + first)) ++last;
                 if (owner[first] == RasterTile::kFree) continue;
                 sink.span(triangles.records[static_cast<std::size_t>(owner[first]) - 1], tile.x + first, tile.y[row],
                           tile.pixels.columns.first + first, tile.pixels.rows.first + row, last - first);
             }
         }
+    }
+
+private:
+    // As bits: numbers of triangles are equal if their bits are, and comparing doubles would look for NaN, too.
+    SINEW_KERNEL static bool isSameOwner(double const* a, double const* b)
+    {
+        std::uint64_t bitsOfA, bitsOfB;
+        std::memcpy(&bitsOfA, a, sizeof bitsOfA);
+        std::memcpy(&bitsOfB, b, sizeof bitsOfB);
+        return bitsOfA == bitsOfB;
     }
 };
 
