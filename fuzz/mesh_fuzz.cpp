@@ -205,7 +205,9 @@ void queryRaster(Input& input, MeshFunction2D const& f, bool isStale)
         std::vector<float> scalars(size, 7);
         std::vector<sinew::Location> locations(size);
         std::unique_ptr<bool[]> const found(new bool[size + 1]());
-        auto* const function = kind == 0 ? sinew::evaluateRaster : sinew::extrapolateRaster;
+        std::size_t (*function)(MeshFunction2D const&, sinew::Raster const&, Point*, float*, bool*) =
+            sinew::evaluateRaster;
+        if (kind == 1) function = sinew::extrapolateRaster;
         function(f, raster, values.data(), scalars.data(), found.get());
         sinew::locateRaster(f, raster, locations.data(), outside);
         for (int row = 0; row < raster.height && !isStale; ++row) {

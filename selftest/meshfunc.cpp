@@ -182,8 +182,9 @@ void rasters(Inputs& in, Record& out)
             std::unique_ptr<bool[]> const found(new bool[pixels]);
             std::vector<sinew::Location> locations(pixels);
             sinew::Outside const outside = anyOutside(in);
-            auto* const query =
-                outside == sinew::Outside::extrapolated ? sinew::extrapolateRaster : sinew::evaluateRaster;
+            std::size_t (*query)(MeshFunction2D const&, sinew::Raster const&, Point*, float*, bool*) =
+                sinew::evaluateRaster;
+            if (outside == sinew::Outside::extrapolated) query = sinew::extrapolateRaster;
             out.add(query(function, raster, values.data(), scalars.data(), found.get()));
             out.add(sinew::locateRaster(function, raster, locations.data(), outside));
             for (std::size_t k = 0; k < pixels; ++k) {

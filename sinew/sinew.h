@@ -18,6 +18,7 @@
 #include <sinew/core/interop.h>
 #include <sinew/core/matrix.h>
 #include <sinew/core/matrix3.h>
+#include <sinew/core/progress.h>
 #include <sinew/core/stream.h>
 #include <sinew/core/strided.h>
 #include <sinew/core/tolerances.h>

@@ -175,13 +175,14 @@ int findPivotRow(::matrix<T> const& m, int column)
 ///
 /// A factor of 0 or 1 causes no operation. This is part of the result: the operation would change the signs of zeros,
 /// and turn infinities into NaN. Stops at a pivot of exactly zero and returns its column; returns `work.rows` if there
-/// is none.
-template <typename T>
-int eliminate(::matrix<T>& work, ::matrix<T>& companion)
+/// is none. Calls beforeColumn(c) before column c; it may throw.
+template <typename T, typename BeforeColumn>
+int eliminate(::matrix<T>& work, ::matrix<T>& companion, BeforeColumn const& beforeColumn)
 {
     int const n = work.rows;
     assert(work.columns == n && companion.rows == n && companion.columns == n);
     for (int c = 0; c < n; ++c) {
+        beforeColumn(c);
         int const pivotRow = findPivotRow(work, c);
         if (work(pivotRow, c) == T(0)) return c;
         swapRows(work, pivotRow, c);
@@ -203,14 +204,21 @@ int eliminate(::matrix<T>& work, ::matrix<T>& companion)
 }
 
 /// The inverse of a consistent square matrix by `eliminate`, or the partly reduced matrix if a pivot is zero.
-template <typename T>
-::matrix<T> inverseByElimination(::matrix<T> work)
+template <typename T, typename BeforeColumn>
+::matrix<T> inverseByElimination(::matrix<T> work, BeforeColumn const& beforeColumn)
 {
     assert(work.isConsistent() && work.rows == work.columns);
     ::matrix<T> companion(work.rows, work.rows);
     for (int i = 0; i < work.rows; ++i) companion(i, i) = T(1);
-    if (eliminate(work, companion) == work.rows) work.entries.swap(companion.entries);
+    if (eliminate(work, companion, beforeColumn) == work.rows) work.entries.swap(companion.entries);
     return work;
+}
+
+/// The same, without a function for the columns.
+template <typename T>
+::matrix<T> inverseByElimination(::matrix<T> work)
+{
+    return inverseByElimination(std::move(work), [](int) {});
 }
 
 } // namespace sinew::detail

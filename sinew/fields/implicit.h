@@ -4,9 +4,11 @@
 /// surface to scanned points.
 
 #include <cstddef>
+#include <optional>
 #include <utility>
 #include <vector>
 
+#include <sinew/core/progress.h>
 #include <sinew/core/strided.h>
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
@@ -62,6 +64,11 @@ public:
 
 namespace sinew {
 
+/// `Implicit(pointsWithValues)` with progress. See `Progress`. If the system is singular, the progress slows down: the
+/// elimination is then done a second time, by a slower method.
+SINEW_API std::optional<::Implicit> makeImplicit(std::vector<std::pair<::Vector3, double>> const& pointsWithValues,
+                                                 Progress const& progress);
+
 /// f at each of `count` points, with the bits that `Implicit::evaluate` gives, in less time.
 ///
 /// `points` and `values` may be null only if `count` is 0; they must not overlap.
@@ -75,6 +82,13 @@ SINEW_API void gradientMany(Implicit const& field, ::Vector3 const* points, std:
 /// The same for points in an array of the host, with three coordinates an element. The arrays must not overlap.
 SINEW_API void evaluateMany(Implicit const& field, RealArray const& points, double* values);
 SINEW_API void gradientMany(Implicit const& field, RealArray const& points, ::Vector3* gradients);
+
+/// Both with progress. See `Progress`: false if the host has cancelled. The results are computed in memory of their
+/// own, 8 and 24 bytes a point, and copied at the end. Strong guarantee. Points as `Vector3` are passed by
+/// `coordinatesOf`.
+SINEW_API bool evaluateMany(Implicit const& field, RealArray const& points, double* values, Progress const& progress);
+SINEW_API bool gradientMany(Implicit const& field, RealArray const& points, ::Vector3* gradients,
+                            Progress const& progress);
 
 /// What makes the linear system of `Implicit` singular or its solution useless.
 ///
@@ -107,6 +121,10 @@ using ImplicitDiagnosis = Diagnosis<ImplicitFault>;
 ///
 /// Cost: n log n if there is another finding, and about as much as the fit otherwise. Strong guarantee.
 SINEW_API ImplicitDiagnosis diagnose(std::vector<std::pair<::Vector3, double>> const& pointsWithValues);
+
+/// The same with progress. See `Progress`.
+SINEW_API std::optional<ImplicitDiagnosis> diagnose(std::vector<std::pair<::Vector3, double>> const& pointsWithValues,
+                                                    Progress const& progress);
 
 /// Time and memory of a fit of `Implicit`.
 struct ImplicitCost

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/fields/detail/gauss_jordan.h>
 #include <sinew/fields/detail/implicit_system.h>
@@ -22,6 +23,9 @@ using Findings = std::vector<Finding<ImplicitFault>>;
 // Thickness up to which a set of points counts as coplanar, relative to its extent. It is far above the rounding of
 // coordinates, and far below a thickness at which the linear part is determined with useful accuracy.
 constexpr double kCoplanarThickness = 1e-12;
+
+// The fraction at which the system is filled; the elimination takes nearly all of the time.
+constexpr double kFilled = 0.02;
 
 // A linear part has four terms, so it takes four points to determine it.
 constexpr std::size_t kLeastPoints = kLinearTerms;
@@ -145,14 +149,16 @@ void findDegenerate(Samples const& samples, std::vector<std::int64_t> const& ind
     }
 }
 
-void tryElimination(Samples const& samples, Findings& findings)
+void tryElimination(Samples const& samples, Findings& findings, ProgressMeter* meter)
 {
     std::vector<Vector3> centres;
     centres.reserve(samples.size());
     for (auto const& sample : samples) centres.push_back(sample.first);
     GaussJordan system(static_cast<int>(centres.size()) + kLinearTerms);
-    fillImplicitSystem(centres, system);
-    switch (system.invert()) {
+    beginPhase(meter, 0.0, kFilled);
+    fillImplicitSystem(centres, system, meter);
+    beginPhase(meter, kFilled, 1.0);
+    switch (system.invert(widestVectors(), meter)) {
     case GaussJordan::Outcome::inverted:
         break;
     case GaussJordan::Outcome::zeroPivot:
@@ -173,17 +179,32 @@ void tryElimination(Samples const& samples, Findings& findings)
     }
 }
 
-} // namespace
-
-ImplicitDiagnosis diagnose(std::vector<std::pair<Vector3, double>> const& pointsWithValues)
+ImplicitDiagnosis examine(Samples const& pointsWithValues, ProgressMeter* meter)
 {
     ImplicitDiagnosis diagnosis;
     std::vector<std::int64_t> const finite = finitePoints(pointsWithValues);
     findNotFinite(pointsWithValues, diagnosis.findings);
     findRepeated(pointsWithValues, finite, diagnosis.findings);
     findDegenerate(pointsWithValues, finite, diagnosis.findings);
-    if (diagnosis.findings.empty()) tryElimination(pointsWithValues, diagnosis.findings);
+    if (diagnosis.findings.empty()) tryElimination(pointsWithValues, diagnosis.findings, meter);
     return diagnosis;
+}
+
+} // namespace
+
+ImplicitDiagnosis diagnose(std::vector<std::pair<Vector3, double>> const& pointsWithValues)
+{
+    return examine(pointsWithValues, nullptr);
+}
+
+std::optional<ImplicitDiagnosis> diagnose(std::vector<std::pair<Vector3, double>> const& pointsWithValues,
+                                          Progress const& progress)
+{
+    return withProgress(progress, [&](ProgressMeter& meter) {
+        ImplicitDiagnosis diagnosis = examine(pointsWithValues, &meter);
+        meter.finish();
+        return diagnosis;
+    });
 }
 
 ImplicitCost estimateCost(std::size_t count)

@@ -11,6 +11,7 @@
 #include <limits>
 #include <vector>
 
+#include <sinew/core/progress.h>
 #include <sinew/core/strided.h>
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
@@ -60,6 +61,11 @@ SINEW_API void projectMany(PolylineProjector const& polyline, ::Vector3 const* q
 
 /// The same for queries in an array of the host, with three coordinates an element. It needs no copy of them.
 SINEW_API void projectMany(PolylineProjector const& polyline, RealArray const& queries, PolylineHit* hits);
+
+/// The same with progress. See `Progress`: false if the host has cancelled. The hits are computed in memory of their
+/// own, 48 bytes a query, and copied at the end. Points as `Vector3` are passed by `coordinatesOf`.
+SINEW_API bool projectMany(PolylineProjector const& polyline, RealArray const& queries, PolylineHit* hits,
+                           Progress const& progress);
 
 /// Length of the polyline from its first vertex to a hit: L[k] + t * (L[k + 1] - L[k]), where L are the arc lengths and
 /// k is the segment of the hit. Exactly the arc length of the vertex where t is 0 or 1.

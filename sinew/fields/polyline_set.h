@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <vector>
 
+#include <sinew/core/progress.h>
 #include <sinew/core/strided.h>
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
@@ -97,5 +98,10 @@ SINEW_API PolylineSetHit closestPoint(PolylineSet const& set, ::Vector3 const& q
 /// makes them so, as `projectMany` for one polyline does it; this takes 8 bytes a query, at most 8 MB. Without this
 /// memory the queries are answered from first to last.
 SINEW_API void projectMany(PolylineSet const& set, RealArray const& queries, PolylineSetHit* hits);
+
+/// The same with progress. See `Progress`: false if the host has cancelled. The hits are computed in memory of their
+/// own, 56 bytes a query, and copied at the end. Strong guarantee.
+SINEW_API bool projectMany(PolylineSet const& set, RealArray const& queries, PolylineSetHit* hits,
+                           Progress const& progress);
 
 } // namespace sinew

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <vector>
 
+#include <sinew/core/progress.h>
 #include <sinew/core/strided.h>
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
@@ -76,5 +77,10 @@ SINEW_API void testMany(ProximityTester const& tester, ::Vector3 const* points, 
 
 /// The same for points in an array of the host, with three coordinates an element. It needs no copy of them.
 SINEW_API void testMany(ProximityTester const& tester, RealArray const& points, bool* results);
+
+/// The same with progress. See `Progress`: false if the host has cancelled. The results are computed in memory of their
+/// own, a byte a point, and copied at the end. Strong guarantee. Points as `Vector3` are passed by `coordinatesOf`.
+SINEW_API bool testMany(ProximityTester const& tester, RealArray const& points, bool* results,
+                        Progress const& progress);
 
 } // namespace sinew

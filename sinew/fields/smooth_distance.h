@@ -11,6 +11,7 @@
 #include <vector>
 
 #include <sinew/core/matrix3.h>
+#include <sinew/core/progress.h>
 #include <sinew/core/strided.h>
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
@@ -114,5 +115,11 @@ SINEW_API void smoothDistMany(std::vector<::Vector3> const& polyline, ::Vector3 
 /// The same for queries in an array of the host, with three coordinates an element.
 SINEW_API void smoothDistMany(std::vector<::Vector3> const& polyline, RealArray const& queries, double h, double* dists,
                               ::Vector3* grads, ::Matrix3* hessians);
+
+/// The same with progress. See `Progress`: false if the host has cancelled. The results are computed in memory of their
+/// own, 104 bytes a point for all three, and copied at the end. Strong guarantee. Points as `Vector3` are passed by
+/// `coordinatesOf`.
+SINEW_API bool smoothDistMany(std::vector<::Vector3> const& polyline, RealArray const& queries, double h, double* dists,
+                              ::Vector3* grads, ::Matrix3* hessians, Progress const& progress);
 
 } // namespace sinew

@@ -9,9 +9,11 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include <sinew/core/progress.h>
 #include <sinew/export.h>
 #include <sinew/fields/polyline_projector.h>
 #include <sinew/framework/serializable.h>
@@ -264,5 +266,28 @@ SINEW_API std::size_t evaluateMany(MeshFunction2D const& function, tzNM::vect2<d
 /// std::bad_alloc is thrown, any of the outputs may have been written.
 SINEW_API std::size_t extrapolateMany(MeshFunction2D const& function, tzNM::vect2<double> const* points,
                                       std::size_t count, tzNM::vect2<double>* values, float* scalars, bool* found);
+
+/// The same with progress. See `Progress`: the value is empty if the host has cancelled. The results are computed in
+/// memory of their own, 21 bytes a point for all outputs, and copied at the end. Strong guarantee.
+SINEW_API std::optional<std::size_t> evaluateMany(MeshFunction2D const& function, tzNM::vect2<double> const* points,
+                                                  std::size_t count, tzNM::vect2<double>* values, float* scalars,
+                                                  bool* found, Progress const& progress);
+SINEW_API std::optional<std::size_t> extrapolateMany(MeshFunction2D const& function, tzNM::vect2<double> const* points,
+                                                     std::size_t count, tzNM::vect2<double>* values, float* scalars,
+                                                     bool* found, Progress const& progress);
+
+/// `MeshFunction2D(params, values, facets, normaldots)` with progress. See `Progress`.
+SINEW_API std::optional<::MeshFunction2D>
+makeMeshFunction2D(std::vector<tzNM::vect2<double>> const& params, std::vector<tzNM::vect2<double>> const& values,
+                   std::vector<int> const& facets, std::vector<float> const& normaldots, Progress const& progress);
+
+/// `function.initEvaluatorHelper()` with progress. See `Progress`: false if the host has cancelled; the function then
+/// has the grid and the boundaries that it had before. They are built for a copy of the vertices and triangles. Strong
+/// guarantee.
+SINEW_API bool initEvaluatorHelper(MeshFunction2D& function, Progress const& progress);
+
+/// `function.eraseExtraTriangles(tester)` with progress. See `Progress`: false if the host has cancelled; the function
+/// is then as it was. Works on a copy of the vertices and triangles. Strong guarantee.
+SINEW_API bool eraseExtraTriangles(MeshFunction2D& function, EmptyRectTester const& tester, Progress const& progress);
 
 } // namespace sinew

@@ -4,16 +4,26 @@
 
 #include <algorithm>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
+#include <sinew/meshfunc/detail/mesh_search.h>
 #include <sinew/meshfunc/texture_compaction.h>
 
 using Point = tzNM::vect2<double>;
 using sinew::detail::asIndex;
 using sinew::detail::kCorners;
+using sinew::detail::MeshFunctionAccess;
+using sinew::detail::ProgressMeter;
 using sinew::detail::triangleCorners;
 
 namespace {
+
+// The fraction at which the triangles are tested; the rest is the rebuild.
+constexpr double kTested = 0.5;
+
+// Number of triangles that are tested between two looks at the meter.
+constexpr std::size_t kTrianglesPerLook = 256;
 
 // Whether the axis-aligned box of the corners' values contains no used texel.
 bool isEmpty(EmptyRectTester const& tester, std::vector<Point> const& values, int const corners[kCorners])
@@ -30,10 +40,14 @@ bool isEmpty(EmptyRectTester const& tester, std::vector<Point> const& values, in
 
 // Removes the triangles that cover no used texel or name a missing vertex.
 void eraseTriangles(EmptyRectTester const& tester, std::vector<Point> const& values, std::size_t vertexCount,
-                    std::vector<int>* facets)
+                    std::vector<int>* facets, ProgressMeter* meter)
 {
-    std::size_t n = facets->size();
+    std::size_t const before = facets->size();
+    std::size_t n = before;
+    std::size_t looks = 0;
     for (std::size_t i = 0; i < n;) {
+        if (meter && ++looks % kTrianglesPerLook == 0)
+            meter->reached(sinew::detail::fractionOf(before - n + i, before));
         int corners[kCorners];
         if (triangleCorners(*facets, i / kCorners, vertexCount, corners) && !isEmpty(tester, values, corners)) {
             i += kCorners;
@@ -76,16 +90,23 @@ void compact(std::vector<T>& entries, std::vector<int> const& indices)
 
 void MeshFunction2D::eraseExtraTriangles(EmptyRectTester const& tester)
 {
-    if (facets.size() % kCorners != 0) return;
-    std::size_t const vertexCount = std::min(params.size(), values.size());
-    eraseTriangles(tester, values, vertexCount, &facets);
+    MeshFunctionAccess::eraseExtraTriangles(this, tester, nullptr);
+}
 
-    std::vector<int> const indices = newIndices(facets, vertexCount);
-    if (normaldots.size() == params.size()) compact(normaldots, indices);
-    compact(params, indices);
-    compact(values, indices);
-    for (int& vertex : facets) vertex = indices[asIndex(vertex)];
-    initEvaluatorHelper();
+void MeshFunctionAccess::eraseExtraTriangles(MeshFunction2D* f, EmptyRectTester const& tester, ProgressMeter* meter)
+{
+    if (f->facets.size() % kCorners != 0) return;
+    if (meter) meter->beginStep(0.0, kTested);
+    std::size_t const vertexCount = std::min(f->params.size(), f->values.size());
+    eraseTriangles(tester, f->values, vertexCount, &f->facets, meter);
+
+    std::vector<int> const indices = newIndices(f->facets, vertexCount);
+    if (f->normaldots.size() == f->params.size()) compact(f->normaldots, indices);
+    compact(f->params, indices);
+    compact(f->values, indices);
+    for (int& vertex : f->facets) vertex = indices[asIndex(vertex)];
+    if (meter) meter->beginStep(kTested, 1.0);
+    initEvaluatorHelper(f, meter);
 }
 
 void MeshFunction2D::remapToOptimized(TextureOptimizer const& optimizer)

@@ -12,7 +12,9 @@
 ///     sinew::extrapolateRaster(function, raster, values.data(), nullptr, nullptr);
 
 #include <cstddef>
+#include <optional>
 
+#include <sinew/core/progress.h>
 #include <sinew/export.h>
 #include <sinew/framework/vect2.h>
 #include <sinew/meshfunc/location.h>
@@ -70,5 +72,17 @@ SINEW_API std::size_t extrapolateRaster(MeshFunction2D const& function, Raster c
 /// `Outside::excluded` and of `extrapolateRaster` for `Outside::extrapolated`.
 SINEW_API std::size_t locateRaster(MeshFunction2D const& function, Raster const& raster, Location* locations,
                                    Outside outside = Outside::extrapolated);
+
+/// The same with progress. See `Progress`: the value is empty if the host has cancelled. The results are computed in
+/// memory of their own, 21 bytes a pixel for all outputs of a function and 64 for a location, and copied at the end.
+/// Strong guarantee. The progress is told tile by tile, and row by row where pixels are searched for by themselves.
+SINEW_API std::optional<std::size_t> evaluateRaster(MeshFunction2D const& function, Raster const& raster,
+                                                    tzNM::vect2<double>* values, float* scalars, bool* found,
+                                                    Progress const& progress);
+SINEW_API std::optional<std::size_t> extrapolateRaster(MeshFunction2D const& function, Raster const& raster,
+                                                       tzNM::vect2<double>* values, float* scalars, bool* found,
+                                                       Progress const& progress);
+SINEW_API std::optional<std::size_t> locateRaster(MeshFunction2D const& function, Raster const& raster,
+                                                  Location* locations, Outside outside, Progress const& progress);
 
 } // namespace sinew

@@ -208,14 +208,16 @@ private:
 
 // Runs a sink over a raster. The older extrapolation looks at no triangle first, so it has nothing to draw.
 template <typename Sink>
-std::size_t run(MeshFunction2D const& f, Raster const& raster, Outside outside, VectorWidth width, Sink&& sink)
+std::size_t run(MeshFunction2D const& f, Raster const& raster, Outside outside, VectorWidth width, ProgressMeter* meter,
+                Sink&& sink)
 {
     if (raster.width <= 0 || raster.height <= 0) return 0;
     if (hasGrid(f) && (outside == Outside::excluded || f.extrapolateFlag)) {
-        RasterJob<Sink>(f, raster, width, sink).run();
+        RasterJob<Sink>(f, raster, width, sink, meter).run();
         return sink.foundCount();
     }
     for (int row = 0; row < raster.height; ++row) {
+        if (meter) meter->reached(fractionOf(row, raster.height));
         for (int column = 0; column < raster.width; ++column) sink.single(pixelPoint(raster, column, row), column, row);
     }
     return sink.foundCount();
@@ -224,15 +226,16 @@ std::size_t run(MeshFunction2D const& f, Raster const& raster, Outside outside, 
 } // namespace
 
 std::size_t detail::valuesOnRaster(MeshFunction2D const& f, Raster const& raster, Outside outside, Point* values,
-                                   float* scalars, bool* found, VectorWidth width)
+                                   float* scalars, bool* found, VectorWidth width, ProgressMeter* meter)
 {
-    return run(f, raster, outside, width, ValueSink(f, PixelIndex(raster), outside, width, values, scalars, found));
+    return run(f, raster, outside, width, meter,
+               ValueSink(f, PixelIndex(raster), outside, width, values, scalars, found));
 }
 
 std::size_t detail::locationsOnRaster(MeshFunction2D const& f, Raster const& raster, Outside outside,
-                                      Location* locations, VectorWidth width)
+                                      Location* locations, VectorWidth width, ProgressMeter* meter)
 {
-    return run(f, raster, outside, width, LocationSink(f, PixelIndex(raster), outside, width, locations));
+    return run(f, raster, outside, width, meter, LocationSink(f, PixelIndex(raster), outside, width, locations));
 }
 
 Point pixelPoint(Raster const& raster, int column, int row)

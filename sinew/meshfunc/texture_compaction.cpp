@@ -12,6 +12,7 @@
 #include <cmath>
 #include <limits>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/detail/element_count.h>
 #include <sinew/meshfunc/detail/mask_bits.h>
@@ -139,6 +140,12 @@ int clip(int value, int low, int high)
 }
 
 EmptyRectTester::EmptyRectTester(std::vector<bool> const& usedMask, int width_, int height_)
+    : EmptyRectTester(usedMask, width_, height_, nullptr)
+{
+}
+
+EmptyRectTester::EmptyRectTester(std::vector<bool> const& usedMask, int width_, int height_,
+                                 sinew::detail::ProgressMeter* meter)
     : width(width_), height(height_)
 {
     if (!isTexelCount(usedMask.size(), width, height)) return;
@@ -146,12 +153,14 @@ EmptyRectTester::EmptyRectTester(std::vector<bool> const& usedMask, int width_, 
     std::size_t const rows = asIndex(height);
     rowWords_ = wordsFor(columns);
     blockRowWords_ = wordsFor(roundedUpQuotient(columns, kBlockSide));
-    emptyTexels.resize(elementCount<int>(static_cast<std::int64_t>(usedMask.size())));
+    emptyTexels.reserve(elementCount<int>(static_cast<std::int64_t>(usedMask.size())));
     usedRows_.resize(elementCount<std::uint64_t>(static_cast<std::int64_t>(rowWords_ * rows)));
     usedBlocks_.resize(blockRowWords_ * roundedUpQuotient(rows, kBlockSide));
 
     MaskBits const mask(usedMask);
     for (std::size_t y = 0; y < rows; ++y) {
+        if (meter) meter->reached(sinew::detail::fractionOf(y, rows));
+        emptyTexels.resize((y + 1) * columns); // row by row: filling memory that is not in the cache takes long
         for (std::size_t x = 0; x < columns; x += kWordBits) {
             std::size_t const count = std::min(kWordBits, columns - x);
             std::uint64_t const bits = mask.read(y * columns + x, count);
@@ -163,6 +172,24 @@ EmptyRectTester::EmptyRectTester(std::vector<bool> const& usedMask, int width_, 
             blocks |= blocksOf(bits) << block % kWordBits;
         }
     }
+}
+
+struct sinew::detail::EmptyRectTesterAccess
+{
+    static EmptyRectTester make(std::vector<bool> const& usedMask, int width, int height, ProgressMeter& meter)
+    {
+        return {usedMask, width, height, &meter};
+    }
+};
+
+std::optional<EmptyRectTester> sinew::makeEmptyRectTester(std::vector<bool> const& usedMask, int width, int height,
+                                                          Progress const& progress)
+{
+    return detail::withProgress(progress, [&](detail::ProgressMeter& meter) {
+        EmptyRectTester result = detail::EmptyRectTesterAccess::make(usedMask, width, height, meter);
+        meter.finish();
+        return result;
+    });
 }
 
 bool EmptyRectTester::isRectEmpty(double minX, double minY, double maxX, double maxY) const

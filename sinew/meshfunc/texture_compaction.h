@@ -14,9 +14,16 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
+#include <sinew/core/progress.h>
 #include <sinew/export.h>
+
+namespace sinew::detail {
+class ProgressMeter;
+struct EmptyRectTesterAccess;
+} // namespace sinew::detail
 
 /// `value` clamped to [low, high]: max(low, min(value, high)). If low > high the result is low.
 SINEW_API int clip(int value, int low, int high);
@@ -58,6 +65,10 @@ public:
     SINEW_API bool isRectEmpty(double minX, double minY, double maxX, double maxY) const;
 
 private:
+    // Not the functions themselves: friends are declared again, and some compilers then lose their import from a DLL.
+    friend struct sinew::detail::EmptyRectTesterAccess;
+
+    EmptyRectTester(std::vector<bool> const& usedMask, int width_, int height_, sinew::detail::ProgressMeter* meter);
     bool isTexelRangeEmpty(int x0, int x1, int y0, int y1) const;
 
     // Rows of bits: bit x of a row is bit x % 64 of its word x / 64.
@@ -66,6 +77,16 @@ private:
     std::size_t rowWords_ = 0;
     std::size_t blockRowWords_ = 0;
 };
+
+namespace sinew {
+
+/// `EmptyRectTester(usedMask, width, height)` with progress. See `Progress`.
+///
+/// `TextureOptimizer` has no such form: it reads a texture of 32768 x 32768 texels in less than a tenth of a second.
+SINEW_API std::optional<::EmptyRectTester> makeEmptyRectTester(std::vector<bool> const& usedMask, int width, int height,
+                                                               Progress const& progress);
+
+} // namespace sinew
 
 /// Computes how the used part of a texture moves to a smaller texture whose sides are powers of two.
 class TextureOptimizer

@@ -6,15 +6,19 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <type_traits>
 #include <utility>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/sparse/detail/log_product.h>
+#include <sinew/sparse/detail/minimum_degree.h>
 #include <sinew/sparse/detail/norm_estimate.h>
 #include <sinew/sparse/detail/panel_factor.h>
 #include <sinew/sparse/detail/panel_substitution.h>
 #include <sinew/sparse/detail/pattern_analysis.h>
+#include <sinew/sparse/detail/phases.h>
 
 namespace sinew {
 
@@ -153,16 +157,37 @@ struct CompactFactor::State
         return plan().panels[detail::asIndex(plan().panelOf[detail::asIndex(column)])];
     }
 
+    // Factors into the place of the old numbers.
     // @param rows  of the pattern of the analysis
-    bool factor(detail::SparseRows const& rows)
+    bool factor(detail::SparseRows const& rows, detail::ProgressMeter* meter = nullptr)
     {
         hasNumbers = false;
-        detail::EntrySlots const& slots = analysis->factorization.slots();
         std::fill(numbers.values.begin(), numbers.values.end(), 0.0);
-        detail::PanelWork const work = detail::loadPanels(plan(), rows, perm(), slots, numbers, scratch);
-        norm = normOfLoaded(rows, slots, work.values, scratch);
-        hasNumbers = detail::factorInPlace(work, detail::widestVectors()) < 0;
+        hasNumbers = factorInto(rows, numbers, norm, meter);
         return hasNumbers;
+    }
+
+    // Keeps the old numbers until the new ones are complete.
+    bool factorApart(detail::SparseRows const& rows, detail::ProgressMeter& meter)
+    {
+        detail::PanelNumbers newNumbers(plan());
+        double newNorm = kNaN;
+        bool const isFactored = factorInto(rows, newNumbers, newNorm, &meter);
+        meter.finish();
+        numbers = std::move(newNumbers);
+        norm = newNorm;
+        hasNumbers = isFactored;
+        return hasNumbers;
+    }
+
+    // @param target  its values must be zero
+    bool factorInto(detail::SparseRows const& rows, detail::PanelNumbers& target, double& targetNorm,
+                    detail::ProgressMeter* meter)
+    {
+        detail::EntrySlots const& slots = analysis->factorization.slots();
+        detail::PanelWork const work = detail::loadPanels(plan(), rows, perm(), slots, target, scratch);
+        targetNorm = normOfLoaded(rows, slots, work.values, scratch);
+        return detail::factorInPlace(work, detail::widestVectors(), meter) < 0;
     }
 
     // Solves `Count` systems; `b` points to the right-hand sides. In y, the values of one unknown are consecutive.
@@ -185,7 +210,7 @@ struct CompactFactor::State
 
     // @param column  column(k) returns the right-hand side k
     template <typename Column>
-    void solveAll(std::size_t count, Column column) const
+    void solveAll(std::size_t count, Column column, detail::ProgressMeter* meter = nullptr) const
     {
         std::vector<double> y(perm().size() * std::min(count, kLargeGroup)), gathered(largestRowCount);
         double* group[kLargeGroup];
@@ -193,6 +218,7 @@ struct CompactFactor::State
         auto const solveNext = [&](auto groupSize) {
             constexpr std::size_t kCount = decltype(groupSize)::value;
             for (; solved + kCount <= count; solved += kCount) {
+                if (meter) meter->reached(detail::fractionOf(solved, count));
                 for (std::size_t s = 0; s < kCount; ++s) group[s] = column(solved + s);
                 solveGroup<kCount>(group, y, gathered);
             }
@@ -218,25 +244,77 @@ CompactFactor& CompactFactor::operator=(CompactFactor const& other)
     return *this = CompactFactor(other);
 }
 
-CompactFactor::CompactFactor(SPDMatrix const& matrix)
+struct detail::CompactFactorAccess
 {
-    std::vector<int> perm = matrix.computePerm();
-    if (perm.empty()) return;
-    auto state = std::make_unique<State>(
-        std::make_shared<detail::PatternAnalysis const>(matrix.rows, std::move(perm), detail::FactorMethod::panels));
-    if (state->factor(matrix.rows)) state_ = std::move(state);
+    static CompactFactor factored(SPDMatrix const& matrix, ProgressMeter* meter)
+    {
+        CompactFactor result;
+        beginPhase(meter, 0.0, kOrdered);
+        std::vector<int> perm = orderingOf(matrix.rows, meter);
+        if (perm.empty()) return result;
+        beginPhase(meter, kOrdered, kAnalysed);
+        auto analysis =
+            std::make_shared<PatternAnalysis const>(matrix.rows, std::move(perm), FactorMethod::panels, meter);
+        beginPhase(meter, kAnalysed, 1.0);
+        auto state = std::make_unique<CompactFactor::State>(std::move(analysis));
+        if (state->factor(matrix.rows, meter)) result.state_ = std::move(state);
+        return result;
+    }
+
+    static CompactFactor factored(SymbolicFactor const& symbolic, SPDMatrix const& matrix, ProgressMeter* meter)
+    {
+        CompactFactor result;
+        if (symbolic.size() == 0 || !symbolic.matches(matrix)) return result;
+        std::shared_ptr<PatternAnalysis const> analysis = symbolic.sharedAnalysis();
+        if (analysis->factorization.panelPlan() == nullptr) {
+            analysis = std::make_shared<PatternAnalysis const>(matrix.rows, symbolic.perm(), FactorMethod::panels);
+        }
+        auto state = std::make_unique<CompactFactor::State>(std::move(analysis));
+        if (state->factor(matrix.rows, meter)) result.state_ = std::move(state);
+        return result;
+    }
+
+    static bool solveMany(CompactFactor const& factor, std::vector<std::vector<double>>& rightHandSides,
+                          ProgressMeter* meter)
+    {
+        std::size_t const n = factor.perm().size();
+        auto const fits = [n](std::vector<double> const& b) { return b.size() == n; };
+        if (!std::all_of(rightHandSides.begin(), rightHandSides.end(), fits)) return false;
+        if (!factor.state_ || rightHandSides.empty()) return true;
+        if (!factor.state_->hasNumbers) return false;
+        auto const column = [&](std::size_t k) { return rightHandSides[k].data(); };
+        factor.state_->solveAll(rightHandSides.size(), column, meter);
+        return true;
+    }
+};
+
+CompactFactor::CompactFactor(SPDMatrix const& matrix)
+    : CompactFactor(detail::CompactFactorAccess::factored(matrix, nullptr))
+{
 }
 
 CompactFactor::CompactFactor(SymbolicFactor const& symbolic, SPDMatrix const& matrix)
+    : CompactFactor(detail::CompactFactorAccess::factored(symbolic, matrix, nullptr))
 {
-    if (symbolic.size() == 0 || !symbolic.matches(matrix)) return;
-    std::shared_ptr<detail::PatternAnalysis const> analysis = symbolic.sharedAnalysis();
-    if (analysis->factorization.panelPlan() == nullptr) {
-        analysis =
-            std::make_shared<detail::PatternAnalysis const>(matrix.rows, symbolic.perm(), detail::FactorMethod::panels);
-    }
-    auto state = std::make_unique<State>(std::move(analysis));
-    if (state->factor(matrix.rows)) state_ = std::move(state);
+}
+
+std::optional<CompactFactor> makeCompactFactor(SPDMatrix const& matrix, Progress const& progress)
+{
+    return detail::withProgress(progress, [&](detail::ProgressMeter& meter) {
+        CompactFactor result = detail::CompactFactorAccess::factored(matrix, &meter);
+        meter.finish();
+        return result;
+    });
+}
+
+std::optional<CompactFactor> makeCompactFactor(SymbolicFactor const& symbolic, SPDMatrix const& matrix,
+                                               Progress const& progress)
+{
+    return detail::withProgress(progress, [&](detail::ProgressMeter& meter) {
+        CompactFactor result = detail::CompactFactorAccess::factored(symbolic, matrix, &meter);
+        meter.finish();
+        return result;
+    });
 }
 
 CompactFactor::CompactFactor(LLTMatrix const& factor)
@@ -290,6 +368,16 @@ bool CompactFactor::refactor(SPDMatrix const& matrix)
     return state_->factor(matrix.rows);
 }
 
+std::optional<bool> CompactFactor::refactor(SPDMatrix const& matrix, Progress const& progress)
+{
+    return detail::withProgress(progress, [&](detail::ProgressMeter& meter) {
+        bool const matches = state_ && state_->analysis && state_->analysis->matches(matrix.rows);
+        if (matches) return state_->factorApart(matrix.rows, meter);
+        meter.finish();
+        return false;
+    });
+}
+
 bool CompactFactor::solve(std::vector<double>& b) const
 {
     return solve(b.data(), b.size());
@@ -305,13 +393,7 @@ bool CompactFactor::solve(double* b, std::size_t count) const
 
 bool CompactFactor::solveMany(std::vector<std::vector<double>>& rightHandSides) const
 {
-    std::size_t const n = perm().size();
-    auto const fits = [n](std::vector<double> const& b) { return b.size() == n; };
-    if (!std::all_of(rightHandSides.begin(), rightHandSides.end(), fits)) return false;
-    if (!state_ || rightHandSides.empty()) return true;
-    if (!state_->hasNumbers) return false;
-    state_->solveAll(rightHandSides.size(), [&](std::size_t k) { return rightHandSides[k].data(); });
-    return true;
+    return detail::CompactFactorAccess::solveMany(*this, rightHandSides, nullptr);
 }
 
 bool CompactFactor::solveMany(double* b, std::size_t columnCount, std::size_t stride) const
@@ -322,6 +404,44 @@ bool CompactFactor::solveMany(double* b, std::size_t columnCount, std::size_t st
     if (!state_->hasNumbers) return false;
     state_->solveAll(columnCount, [&](std::size_t k) { return b + k * stride; });
     return true;
+}
+
+std::optional<bool> CompactFactor::solveMany(std::vector<std::vector<double>>& rightHandSides,
+                                             Progress const& progress) const
+{
+    return detail::withProgress(progress, [&](detail::ProgressMeter& meter) {
+        std::vector<std::vector<double>> solutions = rightHandSides;
+        bool const isSolved = detail::CompactFactorAccess::solveMany(*this, solutions, &meter);
+        meter.finish();
+        if (isSolved) {
+            // Copied, not exchanged, because the host may hold pointers to its numbers.
+            for (std::size_t k = 0; k < solutions.size(); ++k) {
+                std::copy(solutions[k].begin(), solutions[k].end(), rightHandSides[k].begin());
+            }
+        }
+        return isSolved;
+    });
+}
+
+std::optional<bool> CompactFactor::solveMany(double* b, std::size_t columnCount, std::size_t stride,
+                                             Progress const& progress) const
+{
+    return detail::withProgress(progress, [&](detail::ProgressMeter& meter) {
+        std::size_t const n = perm().size();
+        bool const isSolvable = columnCount > 0 && stride >= n && hasNumbers();
+        std::vector<double> solutions;
+        if (isSolvable) {
+            if (columnCount > solutions.max_size() / n) throw std::bad_alloc();
+            solutions.resize(columnCount * n);
+            for (std::size_t k = 0; k < columnCount; ++k) std::copy_n(b + k * stride, n, solutions.data() + k * n);
+            state_->solveAll(
+                columnCount, [&](std::size_t k) { return solutions.data() + k * n; }, &meter);
+        }
+        meter.finish();
+        if (!isSolvable) return columnCount == 0 || (stride >= n && !state_);
+        for (std::size_t k = 0; k < columnCount; ++k) std::copy_n(solutions.data() + k * n, n, b + k * stride);
+        return true;
+    });
 }
 
 double CompactFactor::logDeterminant() const

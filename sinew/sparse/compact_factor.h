@@ -6,14 +6,20 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
+#include <sinew/core/progress.h>
 #include <sinew/export.h>
 #include <sinew/sparse/llt_matrix.h>
 #include <sinew/sparse/spd_matrix.h>
 #include <sinew/sparse/symbolic_factor.h>
 
 namespace sinew {
+
+namespace detail {
+struct CompactFactorAccess;
+} // namespace detail
 
 /// The factor L of a sparse symmetric positive-definite matrix A, with the numbers of `LLTMatrix` to the last bit, in
 /// flat arrays of less than half the size.
@@ -98,6 +104,13 @@ public:
     /// Allocates nothing, and therefore never throws.
     SINEW_API bool refactor(SPDMatrix const& matrix);
 
+    /// The same with progress. See `Progress`: the value is empty if the host has cancelled, and then the object has
+    /// the numbers that it had before. Otherwise the value and the object are as above; `hasNumbers` tells whether
+    /// there are new numbers or none.
+    ///
+    /// Allocates the memory of the new numbers, beside that of the old ones. Strong guarantee.
+    SINEW_API std::optional<bool> refactor(SPDMatrix const& matrix, Progress const& progress);
+
     /// Replaces `b` by the solution x of A x = b, with the bits of `LLTMatrix::solve`. Both vectors are in the caller's
     /// numbering. NaN and infinity propagate by the rules of IEEE arithmetic.
     ///
@@ -124,6 +137,13 @@ public:
     ///                between the columns are not accessed.
     /// @param b       may be null if there are no columns, or if the size is 0
     SINEW_API bool solveMany(double* b, std::size_t columnCount, std::size_t stride) const;
+
+    /// Both with progress. See `Progress`: the value is empty if the host has cancelled. The solutions are computed in
+    /// memory of their own and copied at the end. The progress is told before each group of eight.
+    SINEW_API std::optional<bool> solveMany(std::vector<std::vector<double>>& rightHandSides,
+                                            Progress const& progress) const;
+    SINEW_API std::optional<bool> solveMany(double* b, std::size_t columnCount, std::size_t stride,
+                                            Progress const& progress) const;
 
     /// The natural logarithm of the determinant of A: twice the logarithm of the product of the diagonal of L. Minus
     /// infinity if that product is 0. 0 for the empty factor; NaN without numbers, and if the diagonal has a NaN.
@@ -164,8 +184,19 @@ public:
     SINEW_API LLTMatrix toLLT() const;
 
 private:
+    // Not the functions themselves: friends are declared again, and some compilers then lose their import from a DLL.
+    friend struct detail::CompactFactorAccess;
+
     struct State;
     std::unique_ptr<State> state_;
 };
+
+/// `CompactFactor(matrix)` with progress. See `Progress`. The ordering and the analysis are told as the first 15
+/// percent.
+SINEW_API std::optional<CompactFactor> makeCompactFactor(SPDMatrix const& matrix, Progress const& progress);
+
+/// `CompactFactor(symbolic, matrix)` with progress. See `Progress`.
+SINEW_API std::optional<CompactFactor> makeCompactFactor(SymbolicFactor const& symbolic, SPDMatrix const& matrix,
+                                                         Progress const& progress);
 
 } // namespace sinew

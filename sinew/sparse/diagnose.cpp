@@ -7,9 +7,12 @@
 #include <utility>
 #include <vector>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/framework/detail/number_text.h>
 #include <sinew/sparse/detail/factorization.h>
+#include <sinew/sparse/detail/minimum_degree.h>
+#include <sinew/sparse/detail/phases.h>
 #include <sinew/sparse/detail/sparse_rows.h>
 
 namespace sinew {
@@ -159,12 +162,17 @@ void includePivot(MatrixDiagnosis& diagnosis, double pivot, int row)
     }
 }
 
-void examinePivots(SPDMatrix const& matrix, MatrixDiagnosis& diagnosis, Collector& findings)
+void examinePivots(SPDMatrix const& matrix, MatrixDiagnosis& diagnosis, Collector& findings,
+                   detail::ProgressMeter* meter)
 {
-    std::vector<int> const perm = matrix.computePerm();
+    detail::beginPhase(meter, 0.0, detail::kOrdered);
+    std::vector<int> const perm = detail::orderingOf(matrix.rows, meter);
     std::vector<int> order(perm.size());
     for (std::size_t i = 0; i < perm.size(); ++i) order[detail::asIndex(perm[i])] = static_cast<int>(i);
-    detail::NumericResult const result = detail::Factorization(matrix.rows, perm).factor(matrix.rows);
+    detail::beginPhase(meter, detail::kOrdered, detail::kAnalysed);
+    detail::Factorization const factorization(matrix.rows, perm, detail::FactorMethod::automatic, meter);
+    detail::beginPhase(meter, detail::kAnalysed, 1.0);
+    detail::NumericResult const result = factorization.factor(matrix.rows, detail::widestVectors(), meter);
     diagnosis.positiveDefinite = result.failedAt < 0;
     for (std::size_t k = 0; k < result.pivots.size(); ++k) {
         double const pivot = result.pivots[k];
@@ -180,9 +188,7 @@ void examinePivots(SPDMatrix const& matrix, MatrixDiagnosis& diagnosis, Collecto
     }
 }
 
-} // namespace
-
-MatrixDiagnosis diagnose(SPDMatrix const& matrix)
+MatrixDiagnosis examine(SPDMatrix const& matrix, detail::ProgressMeter* meter)
 {
     MatrixDiagnosis diagnosis;
     Collector findings;
@@ -193,9 +199,25 @@ MatrixDiagnosis diagnose(SPDMatrix const& matrix)
         examineEntries(matrix.rows, i, lastRow, findings);
     }
     diagnosis.wellFormed = detail::isWellFormed(matrix.rows);
-    if (diagnosis.wellFormed && !matrix.rows.empty()) examinePivots(matrix, diagnosis, findings);
+    if (diagnosis.wellFormed && !matrix.rows.empty()) examinePivots(matrix, diagnosis, findings, meter);
     diagnosis.findings = findings.take();
     return diagnosis;
+}
+
+} // namespace
+
+MatrixDiagnosis diagnose(SPDMatrix const& matrix)
+{
+    return examine(matrix, nullptr);
+}
+
+std::optional<MatrixDiagnosis> diagnose(SPDMatrix const& matrix, Progress const& progress)
+{
+    return detail::withProgress(progress, [&](detail::ProgressMeter& meter) {
+        MatrixDiagnosis diagnosis = examine(matrix, &meter);
+        meter.finish();
+        return diagnosis;
+    });
 }
 
 std::string MatrixDiagnosis::pivotText() const

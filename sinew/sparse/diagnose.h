@@ -3,8 +3,10 @@
 /// Examination of a sparse matrix: why it does not factor, or how close it came to that. All rows and columns are in
 /// the caller's numbering.
 
+#include <optional>
 #include <string>
 
+#include <sinew/core/progress.h>
 #include <sinew/export.h>
 #include <sinew/framework/findings.h>
 #include <sinew/sparse/spd_matrix.h>
@@ -60,5 +62,8 @@ struct MatrixDiagnosis : Diagnosis<MatrixFault>
 ///
 /// Costs as much as `SPDMatrix::factor`. Memory of the findings is linear in the number of rows. Strong guarantee.
 SINEW_API MatrixDiagnosis diagnose(SPDMatrix const& matrix);
+
+/// The same with progress. See `Progress`.
+SINEW_API std::optional<MatrixDiagnosis> diagnose(SPDMatrix const& matrix, Progress const& progress);
 
 } // namespace sinew

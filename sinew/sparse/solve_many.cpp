@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/sparse/detail/substitution.h>
 
@@ -28,9 +29,7 @@ void solveGroup(LLTMatrix const& factor, std::vector<double>* group, std::vector
     }
 }
 
-} // namespace
-
-bool solveMany(LLTMatrix const& factor, std::vector<std::vector<double>>& rightHandSides)
+bool solveAll(LLTMatrix const& factor, std::vector<std::vector<double>>& rightHandSides, detail::ProgressMeter* meter)
 {
     std::size_t const n = factor.rows.size();
     auto const fits = [n](std::vector<double> const& b) { return b.size() == n; };
@@ -41,10 +40,37 @@ bool solveMany(LLTMatrix const& factor, std::vector<std::vector<double>>& rightH
     std::vector<double> y(n * std::min(count, kLargeGroup));
     std::vector<double>* const group = rightHandSides.data();
     std::size_t solved = 0;
-    for (; solved + kLargeGroup <= count; solved += kLargeGroup) solveGroup<kLargeGroup>(factor, group + solved, y);
+    for (; solved + kLargeGroup <= count; solved += kLargeGroup) {
+        if (meter) meter->reached(detail::fractionOf(solved, count));
+        solveGroup<kLargeGroup>(factor, group + solved, y);
+    }
     for (; solved + kSmallGroup <= count; solved += kSmallGroup) solveGroup<kSmallGroup>(factor, group + solved, y);
     for (; solved < count; ++solved) solveGroup<1>(factor, group + solved, y);
     return true;
+}
+
+} // namespace
+
+bool solveMany(LLTMatrix const& factor, std::vector<std::vector<double>>& rightHandSides)
+{
+    return solveAll(factor, rightHandSides, nullptr);
+}
+
+std::optional<bool> solveMany(LLTMatrix const& factor, std::vector<std::vector<double>>& rightHandSides,
+                              Progress const& progress)
+{
+    return detail::withProgress(progress, [&](detail::ProgressMeter& meter) {
+        std::vector<std::vector<double>> solutions = rightHandSides;
+        bool const isSolved = solveAll(factor, solutions, &meter);
+        meter.finish();
+        if (isSolved) {
+            // Copied, not exchanged, because the host may hold pointers to its numbers.
+            for (std::size_t k = 0; k < solutions.size(); ++k) {
+                std::copy(solutions[k].begin(), solutions[k].end(), rightHandSides[k].begin());
+            }
+        }
+        return isSolved;
+    });
 }
 
 } // namespace sinew

@@ -2,8 +2,10 @@
 
 /// The solution of several systems with the same factor. This is faster than several calls of `LLTMatrix::solve`.
 
+#include <optional>
 #include <vector>
 
+#include <sinew/core/progress.h>
 #include <sinew/export.h>
 #include <sinew/sparse/llt_matrix.h>
 
@@ -19,5 +21,10 @@ namespace sinew {
 /// Allocates up to eight vectors of the size of a right-hand side, before anything changes (strong guarantee). Several
 /// threads may call it at once with different right-hand sides.
 SINEW_API bool solveMany(LLTMatrix const& factor, std::vector<std::vector<double>>& rightHandSides);
+
+/// The same with progress. See `Progress`: the value is empty if the host has cancelled. The solutions are computed in
+/// memory of their own and copied at the end. The progress is told before each group of eight.
+SINEW_API std::optional<bool> solveMany(LLTMatrix const& factor, std::vector<std::vector<double>>& rightHandSides,
+                                        Progress const& progress);
 
 } // namespace sinew

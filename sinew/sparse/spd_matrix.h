@@ -2,9 +2,11 @@
 
 /// A sparse symmetric positive-definite matrix. Use it to order and factor the matrix of a linear system.
 
+#include <optional>
 #include <utility>
 #include <vector>
 
+#include <sinew/core/progress.h>
 #include <sinew/export.h>
 #include <sinew/sparse/llt_matrix.h>
 
@@ -76,3 +78,13 @@ public:
     /// Journal on Scientific Computing 14, 1993, for the supernodal method, which all others use.
     SINEW_API LLTMatrix factor() const;
 };
+
+namespace sinew {
+
+/// `matrix.computePerm()` with progress. See `Progress`.
+SINEW_API std::optional<std::vector<int>> computePerm(SPDMatrix const& matrix, Progress const& progress);
+
+/// `matrix.factor()` with progress. See `Progress`. The ordering and the analysis are told as the first 15 percent.
+SINEW_API std::optional<LLTMatrix> factor(SPDMatrix const& matrix, Progress const& progress);
+
+} // namespace sinew

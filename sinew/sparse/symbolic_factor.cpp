@@ -2,7 +2,10 @@
 
 #include <utility>
 
+#include <sinew/core/detail/progress_meter.h>
+#include <sinew/sparse/detail/minimum_degree.h>
 #include <sinew/sparse/detail/pattern_analysis.h>
+#include <sinew/sparse/detail/phases.h>
 
 namespace sinew {
 
@@ -11,12 +14,32 @@ struct SymbolicFactor::Analysis
     std::shared_ptr<detail::PatternAnalysis const> shared;
 };
 
-SymbolicFactor::SymbolicFactor(SPDMatrix const& pattern)
+struct detail::SymbolicFactorAccess
 {
-    std::vector<int> perm = pattern.computePerm();
-    if (perm.empty()) return;
-    auto const shared = std::make_shared<detail::PatternAnalysis const>(pattern.rows, std::move(perm));
-    analysis_ = std::make_unique<Analysis const>(Analysis{shared});
+    static SymbolicFactor analysed(SPDMatrix const& pattern, ProgressMeter* meter)
+    {
+        SymbolicFactor result;
+        beginPhase(meter, 0.0, kOrdered / kAnalysed);
+        std::vector<int> perm = orderingOf(pattern.rows, meter);
+        if (perm.empty()) return result;
+        beginPhase(meter, kOrdered / kAnalysed, 1.0);
+        auto const shared =
+            std::make_shared<PatternAnalysis const>(pattern.rows, std::move(perm), FactorMethod::automatic, meter);
+        result.analysis_ = std::make_unique<SymbolicFactor::Analysis const>(SymbolicFactor::Analysis{shared});
+        return result;
+    }
+
+    static LLTMatrix factor(SymbolicFactor const& symbolic, SPDMatrix const& matrix, ProgressMeter* meter)
+    {
+        if (!symbolic.analysis_ || !symbolic.matches(matrix)) return {};
+        NumericResult result = symbolic.analysis_->shared->factorization.factor(matrix.rows, widestVectors(), meter);
+        return result.failedAt < 0 ? std::move(result.factor) : LLTMatrix();
+    }
+};
+
+SymbolicFactor::SymbolicFactor(SPDMatrix const& pattern)
+    : SymbolicFactor(detail::SymbolicFactorAccess::analysed(pattern, nullptr))
+{
 }
 
 SymbolicFactor::~SymbolicFactor() = default;
@@ -82,9 +105,25 @@ bool SymbolicFactor::matches(SPDMatrix const& matrix) const
 
 LLTMatrix SymbolicFactor::factor(SPDMatrix const& matrix) const
 {
-    if (!analysis_ || !matches(matrix)) return {};
-    detail::NumericResult result = analysis_->shared->factorization.factor(matrix.rows);
-    return result.failedAt < 0 ? std::move(result.factor) : LLTMatrix();
+    return detail::SymbolicFactorAccess::factor(*this, matrix, nullptr);
+}
+
+std::optional<LLTMatrix> SymbolicFactor::factor(SPDMatrix const& matrix, Progress const& progress) const
+{
+    return detail::withProgress(progress, [&](detail::ProgressMeter& meter) {
+        LLTMatrix result = detail::SymbolicFactorAccess::factor(*this, matrix, &meter);
+        meter.finish();
+        return result;
+    });
+}
+
+std::optional<SymbolicFactor> makeSymbolicFactor(SPDMatrix const& pattern, Progress const& progress)
+{
+    return detail::withProgress(progress, [&](detail::ProgressMeter& meter) {
+        SymbolicFactor result = detail::SymbolicFactorAccess::analysed(pattern, &meter);
+        meter.finish();
+        return result;
+    });
 }
 
 } // namespace sinew

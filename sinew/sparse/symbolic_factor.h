@@ -5,17 +5,19 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
+#include <sinew/core/progress.h>
 #include <sinew/export.h>
 #include <sinew/sparse/spd_matrix.h>
 
 namespace sinew {
 
-class CompactFactor;
-
 namespace detail {
+struct CompactFactorAccess;
 struct PatternAnalysis;
+struct SymbolicFactorAccess;
 } // namespace detail
 
 /// The part of a factorisation that depends only on the pattern of the matrix: its ordering and the pattern of its
@@ -71,12 +73,21 @@ public:
     /// is accepted. Strong guarantee.
     SINEW_API LLTMatrix factor(SPDMatrix const& matrix) const;
 
+    /// The same with progress. See `Progress`.
+    SINEW_API std::optional<LLTMatrix> factor(SPDMatrix const& matrix, Progress const& progress) const;
+
 private:
-    friend class CompactFactor; // shares the analysis
+    // Not the functions themselves: friends are declared again, and some compilers then lose their import from a DLL.
+    friend struct detail::SymbolicFactorAccess;
+    friend struct detail::CompactFactorAccess; // shares the analysis
+    SymbolicFactor() = default;                // size 0
     std::shared_ptr<detail::PatternAnalysis const> sharedAnalysis() const;
 
     struct Analysis;
     std::unique_ptr<Analysis const> analysis_;
 };
+
+/// `SymbolicFactor(pattern)` with progress. See `Progress`.
+SINEW_API std::optional<SymbolicFactor> makeSymbolicFactor(SPDMatrix const& pattern, Progress const& progress);
 
 } // namespace sinew

@@ -916,7 +916,9 @@ TEST(MeshFunctionMany, SameBitsAsSingleQueries)
         std::vector<Point> values(kCount, Point(7, 7));
         std::vector<float> scalars(kCount, 7);
         auto const found = std::make_unique<bool[]>(kCount);
-        auto const many = outside ? sinew::extrapolateMany : sinew::evaluateMany;
+        std::size_t (*many)(MeshFunction2D const&, Point const*, std::size_t, Point*, float*, bool*) =
+            sinew::evaluateMany;
+        if (outside) many = sinew::extrapolateMany;
         std::size_t const foundCount = many(f, points.data(), kCount, values.data(), scalars.data(), found.get());
         std::size_t expectedCount = 0;
         for (std::size_t i = 0; i < kCount; ++i) {

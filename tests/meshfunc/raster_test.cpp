@@ -382,7 +382,8 @@ TEST(Raster, ThePublicCallsUseTheWidestVectors)
     Raster const raster = rasterOver(random, f, 90);
     for (Outside const outside : {Outside::excluded, Outside::extrapolated}) {
         Outputs out(raster);
-        auto* const query = outside == Outside::excluded ? sinew::evaluateRaster : sinew::extrapolateRaster;
+        std::size_t (*query)(MeshFunction2D const&, Raster const&, Point*, float*, bool*) = sinew::evaluateRaster;
+        if (outside == Outside::extrapolated) query = sinew::extrapolateRaster;
         out.foundCount = query(f, raster, out.values.data(), out.scalars.data(), out.found.get());
         out.locatedCount = sinew::locateRaster(f, raster, out.locations.data(), outside);
         expectSame(out, bySingleCalls(f, raster, outside));

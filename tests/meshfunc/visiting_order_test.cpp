@@ -126,7 +126,9 @@ TEST(VisitingOrder, ArraysOfALargeMeshHaveTheBitsOfSingleCalls)
         std::vector<float> scalars(points.size(), 7);
         std::unique_ptr<bool[]> const found(new bool[points.size()]);
         std::vector<Location> locations(points.size());
-        auto* const many = outside == Outside::excluded ? sinew::evaluateMany : sinew::extrapolateMany;
+        std::size_t (*many)(MeshFunction2D const&, Point const*, std::size_t, Point*, float*, bool*) =
+            sinew::evaluateMany;
+        if (outside == Outside::extrapolated) many = sinew::extrapolateMany;
         std::size_t const count = many(f, points.data(), points.size(), values.data(), scalars.data(), found.get());
         EXPECT_EQ(sinew::locateMany(f, points.data(), points.size(), locations.data(), outside), count);
         std::size_t expectedCount = 0;

@@ -21,6 +21,7 @@
 #include <cmath>
 #include <numeric>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/detail/vectors.h>
 
 namespace sinew::detail {
@@ -45,6 +46,7 @@ struct Work
     double* zeros;           // for each row, its zero in the columns of the companion that no pivot has reached
     int swaps[kBlock];       // for each pivot, the row that it was found in
     double scales[kBlock];   // for each pivot, its reciprocal
+    ProgressMeter* meter;    // may be null
 
     RowPiece* tile(int t) const { return pieces + static_cast<std::ptrdiff_t>(t) * n; }
 };
@@ -56,6 +58,12 @@ constexpr int kVectorsInPiece = RowPiece::kColumns / kVectorSize<width>;
 // product.
 template <VectorWidth width>
 constexpr int kRowsTogether = kVectorSize<width> > 2 ? kVectorSize<width> / 2 : 1;
+
+// Tells the meter that the current block is done up to a tile.
+void tellProgress(Work const& work, int tile)
+{
+    work.meter->reached((work.first + fractionOf(tile, work.tileCount) * work.width) / work.n);
+}
 
 // row += factor * other
 template <VectorWidth width>
@@ -234,6 +242,7 @@ struct Invert
             GaussJordan::Outcome const outcome = factorPanel<width>(*work);
             if (outcome != GaussJordan::Outcome::inverted) return outcome;
             for (int t = 0; t < work->tileCount; ++t) {
+                if (work->meter) tellProgress(*work, t);
                 if (t != work->first / kBlock) updateTile<width>(*work, work->tile(t));
             }
         }
@@ -248,7 +257,7 @@ GaussJordan::GaussJordan(int n)
 {
 }
 
-GaussJordan::Outcome GaussJordan::invert(VectorWidth width)
+GaussJordan::Outcome GaussJordan::invert(VectorWidth width, ProgressMeter* meter)
 {
     std::iota(inverseColumns_.begin(), inverseColumns_.end(), 0);
     std::vector<RowPiece> factors(rows_);
@@ -263,6 +272,7 @@ GaussJordan::Outcome GaussJordan::invert(VectorWidth width)
     work.factors = factors.data();
     work.hasSkips = hasSkips.data();
     work.zeros = zeros.data();
+    work.meter = meter;
     Outcome const outcome = dispatch(width, Invert{&work});
     zeroPivotColumn_ = work.zeroPivotColumn;
     return outcome;

@@ -13,6 +13,8 @@
 
 namespace sinew::detail {
 
+class ProgressMeter;
+
 /// Sixteen consecutive columns of one row of a matrix.
 struct alignas(64) RowPiece
 {
@@ -50,7 +52,8 @@ public:
     ///
     /// After another outcome than `inverted` the entries have no meaning. The defined result is then the partly reduced
     /// matrix, which `inverseByElimination` computes from the original one. About 2 n^3 operations.
-    Outcome invert(VectorWidth width = widestVectors());
+    /// @param meter  is told the progress; may be null
+    Outcome invert(VectorWidth width = widestVectors(), ProgressMeter* meter = nullptr);
 
     /// The column of the zero pivot, counted from 0; -1 if there was none.
     int zeroPivotColumn() const { return zeroPivotColumn_; }

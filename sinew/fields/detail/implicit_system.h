@@ -5,6 +5,7 @@
 #include <cmath>
 #include <vector>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/core/vector3.h>
 #include <sinew/detail/as_index.h>
 
@@ -26,13 +27,15 @@ inline double cubeOfDistance(Vector3 const& a, Vector3 const& b)
 /// Row i < n is the interpolation condition at centre i. Rows n to n + 3 are those of 1, x, y and z.
 ///
 /// @tparam Matrix  any type with element access `system(i, j)`.
+/// @param meter    is told the progress; may be null
 template <typename Matrix>
-void fillImplicitSystem(std::vector<Vector3> const& centres, Matrix& system)
+void fillImplicitSystem(std::vector<Vector3> const& centres, Matrix& system, ProgressMeter* meter = nullptr)
 {
     int const n = static_cast<int>(centres.size());
     auto const set = [&system](int i, int j, double value) { system(i, j) = system(j, i) = value; };
     for (int i = 0; i < n; ++i) {
         Vector3 const& x = centres[asIndex(i)];
+        if (meter) meter->reached(fractionOf(i, n) * fractionOf(i, n)); // rows grow in length
         for (int j = 0; j < i; ++j) set(i, j, cubeOfDistance(x, centres[asIndex(j)]));
         set(n, i, 1.0);
         set(n + 1, i, x.x);

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <utility>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
 
@@ -22,6 +23,20 @@ namespace sinew::detail {
 namespace {
 
 using Index = std::size_t;
+
+// The fractions at which the steps end.
+constexpr double kEdgesGrouped = 0.4;
+constexpr double kEdgesPaired = 0.8;
+
+// Number of vertices between two looks at the meter.
+constexpr Index kVerticesPerLook = 1024;
+
+// Tells the meter, if there is one, that a step is done up to a vertex.
+void tellVertex(ProgressMeter* meter, Index vertex, Index vertexCount, double begin, double end)
+{
+    if (!meter || vertex % kVerticesPerLook != 0) return;
+    meter->reached(begin + (end - begin) * fractionOf(vertex, vertexCount));
+}
 
 // Lists of T for each of n keys, one after the other. The list of key k is items[first[k]] up to items[first[k + 1]].
 template <typename T>
@@ -108,11 +123,12 @@ Index remainingEdge(std::vector<int> const& facets, PairedEdge const* first, Pai
 }
 
 // The entries of `facets` at which the boundary edges start.
-std::vector<Index> boundaryEdges(std::vector<int> const& facets, Index vertexCount)
+std::vector<Index> boundaryEdges(std::vector<int> const& facets, Index vertexCount, ProgressMeter* meter)
 {
     std::vector<Index> edges;
     Buckets<PairedEdge> buckets = edgesBySmallerVertex(facets, vertexCount);
     for (Index vertex = 0; vertex < vertexCount; ++vertex) {
+        tellVertex(meter, vertex, vertexCount, kEdgesGrouped, kEdgesPaired);
         PairedEdge* const end = buckets.end(vertex);
         std::sort(buckets.begin(vertex), end);
         for (PairedEdge* run = buckets.begin(vertex); run != end;) {
@@ -130,9 +146,9 @@ std::vector<Index> boundaryEdges(std::vector<int> const& facets, Index vertexCou
 class UnusedEdges
 {
 public:
-    UnusedEdges(std::vector<int> const& facets, Index vertexCount) : facets_(facets)
+    UnusedEdges(std::vector<int> const& facets, Index vertexCount, ProgressMeter* meter) : facets_(facets)
     {
-        std::vector<Index> const edges = boundaryEdges(facets, vertexCount);
+        std::vector<Index> const edges = boundaryEdges(facets, vertexCount, meter);
         leaving_ = sortIntoBuckets<Index>(vertexCount, [&](auto const& visit) {
             for (Index const edge : edges) visit(asIndex(facets[edge]), edge);
         });
@@ -163,11 +179,12 @@ private:
 
 } // namespace
 
-std::vector<BoundaryLoop> boundaryLoops(std::vector<int> const& facets, std::size_t vertexCount)
+std::vector<BoundaryLoop> boundaryLoops(std::vector<int> const& facets, std::size_t vertexCount, ProgressMeter* meter)
 {
-    UnusedEdges edges(facets, vertexCount);
+    UnusedEdges edges(facets, vertexCount, meter);
     std::vector<BoundaryLoop> loops;
     for (Index start = 0; start < vertexCount; ++start) {
+        tellVertex(meter, start, vertexCount, kEdgesPaired, 1.0);
         while (edges.hasEdgeAt(start)) {
             BoundaryLoop loop;
             loop.vertices.push_back(static_cast<int>(start));

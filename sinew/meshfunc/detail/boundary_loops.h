@@ -7,6 +7,8 @@
 
 namespace sinew::detail {
 
+class ProgressMeter;
+
 /// A walk along boundary edges: segment j runs from vertices[j] to vertices[j + 1] and is an edge of triangles[j].
 struct BoundaryLoop
 {
@@ -23,6 +25,9 @@ struct BoundaryLoop
 ///
 /// Triangles that name a vertex outside [0, vertexCount) do not take part. Linear cost, plus the sorting of the edges
 /// at each vertex. There must be fewer than 2^31 triangles.
-std::vector<BoundaryLoop> boundaryLoops(std::vector<int> const& facets, std::size_t vertexCount);
+///
+/// @param meter  is told the progress; may be null
+std::vector<BoundaryLoop> boundaryLoops(std::vector<int> const& facets, std::size_t vertexCount,
+                                        ProgressMeter* meter = nullptr);
 
 } // namespace sinew::detail

@@ -20,11 +20,23 @@
 
 namespace sinew::detail {
 
-/// The private search structures of a mesh function. Null where it has none.
+class ProgressMeter;
+
+/// The private search structures of a mesh function.
 struct MeshFunctionAccess
 {
+    /// Null where it has none.
     static TriangleLocator const* locator(MeshFunction2D const& f) { return f.locator_.get(); }
     static LoopBoxes const* loopBoxes(MeshFunction2D const& f) { return f.loopBoxes_.get(); }
+
+    /// `MeshFunction2D::initEvaluatorHelper`, `initBoundaries` and `eraseExtraTriangles`.
+    /// @param meter  is told the progress; may be null. If it throws, the function is as after a failed allocation.
+    static void initEvaluatorHelper(MeshFunction2D* f, ProgressMeter* meter);
+    static void initBoundaries(MeshFunction2D* f, ProgressMeter* meter);
+    static void eraseExtraTriangles(MeshFunction2D* f, EmptyRectTester const& tester, ProgressMeter* meter);
+
+    /// Gives `f` everything that is derived from the vertices and triangles of `source`.
+    static void moveDerived(MeshFunction2D* source, MeshFunction2D* f) noexcept;
 };
 
 /// Stands for "no triangle", "no loop" and "no segment".

@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <vector>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/detail/dispatch.h>
 #include <sinew/meshfunc/detail/mesh_search.h>
@@ -32,9 +33,11 @@ template <typename Sink>
 class RasterJob
 {
 public:
-    RasterJob(MeshFunction2D const& f, Raster const& raster, VectorWidth width, Sink& sink)
+    /// @param meter  is told the progress; may be null
+    RasterJob(MeshFunction2D const& f, Raster const& raster, VectorWidth width, Sink& sink, ProgressMeter* meter)
         : f_(f), columns_(f, 0, raster.origin.x, raster.step.x, raster.width),
-          rows_(f, 1, raster.origin.y, raster.step.y, raster.height), width_(width), sink_(sink)
+          rows_(f, 1, raster.origin.y, raster.step.y, raster.height), width_(width), sink_(sink), meter_(meter),
+          pixelCount_(static_cast<double>(raster.width) * raster.height)
     {
     }
 
@@ -100,6 +103,7 @@ private:
             for (int column = pixels.columns.first; column < pixels.columns.last; ++column) {
                 sink_.single({columns_.points()[column], rows_.points()[row]}, column, row);
             }
+            if (meter_) tellProgress(pixels.columns.size());
         }
     }
 
@@ -136,6 +140,14 @@ private:
             dispatch(width_, FlushTile<Sink>{triangles_, tile_, sink_});
         }
         if (!tile_.isFull()) sink_.rest(tile_);
+        if (meter_) tellProgress(static_cast<double>(pixels.columns.size()) * pixels.rows.size());
+    }
+
+    // Some more pixels are finished.
+    void tellProgress(double pixels)
+    {
+        finishedPixels_ += pixels;
+        meter_->reached(finishedPixels_ / pixelCount_);
     }
 
     static bool overlap(PixelRange const& a, PixelRange const& b) { return a.first < b.last && b.first < a.last; }
@@ -145,6 +157,9 @@ private:
     RasterAxis rows_;
     VectorWidth width_;
     Sink& sink_;
+    ProgressMeter* meter_;
+    double pixelCount_;
+    double finishedPixels_ = 0;
     DrawnTriangles triangles_;        // of the current cell
     std::vector<std::size_t> inBand_; // numbers of those that meet the current row of tiles
     std::vector<std::size_t> inTile_; // and of those that meet the current tile

@@ -11,12 +11,16 @@
 
 namespace sinew::detail {
 
-/// `evaluateRaster` or `extrapolateRaster`. `width` must not exceed `widestVectors()`.
-std::size_t valuesOnRaster(MeshFunction2D const& f, Raster const& raster, Outside outside, tzNM::vect2<double>* values,
-                           float* scalars, bool* found, VectorWidth width);
+class ProgressMeter;
 
-/// `locateRaster`. `width` must not exceed `widestVectors()`.
+/// `evaluateRaster` or `extrapolateRaster`.
+/// @param width  at most `widestVectors()`
+/// @param meter  is told the progress; may be null
+std::size_t valuesOnRaster(MeshFunction2D const& f, Raster const& raster, Outside outside, tzNM::vect2<double>* values,
+                           float* scalars, bool* found, VectorWidth width, ProgressMeter* meter = nullptr);
+
+/// `locateRaster`. The last two parameters are those of `valuesOnRaster`.
 std::size_t locationsOnRaster(MeshFunction2D const& f, Raster const& raster, Outside outside, Location* locations,
-                              VectorWidth width);
+                              VectorWidth width, ProgressMeter* meter = nullptr);
 
 } // namespace sinew::detail

@@ -15,6 +15,8 @@
 
 namespace sinew::detail {
 
+class ProgressMeter;
+
 /// How the numbers are computed. The bits do not depend on it.
 enum class FactorMethod
 {
@@ -30,7 +32,9 @@ class Factorization
 public:
     /// @param rows  well-formed
     /// @param perm  for each row its position in the elimination order
-    Factorization(SparseRows const& rows, std::vector<int> perm, FactorMethod method = FactorMethod::automatic);
+    /// @param meter  is told the progress; may be null
+    Factorization(SparseRows const& rows, std::vector<int> perm, FactorMethod method = FactorMethod::automatic,
+                  ProgressMeter* meter = nullptr);
 
     std::vector<int> const& perm() const { return perm_; }
 
@@ -54,7 +58,9 @@ public:
 
     /// Factors a matrix of the same pattern. `factor.perm` of the result is set.
     /// @param width  at most `widestVectors()`; the bits do not depend on it
-    NumericResult factor(SparseRows const& rows, VectorWidth width = widestVectors()) const;
+    /// @param meter  is told the progress; may be null
+    NumericResult factor(SparseRows const& rows, VectorWidth width = widestVectors(),
+                         ProgressMeter* meter = nullptr) const;
 
 private:
     std::vector<int> perm_;

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <utility>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/detail/element_count.h>
 #include <sinew/sparse/detail/panel_kernels.h>
 
@@ -46,12 +47,13 @@ private:
 class ResultWriter
 {
 public:
-    ResultWriter(PanelPlan const& plan, double const* values, LLTMatrix& result)
+    ResultWriter(PanelPlan const& plan, double const* values, LLTMatrix& result, ProgressMeter* meter = nullptr)
         : plan_(plan), values_(values), result_(result), rowEnd_(plan.rowLength.size())
     {
         result.rows.resize(rowEnd_.size());
         result.Mt.resize(rowEnd_.size());
         for (std::size_t i = 0; i < rowEnd_.size(); ++i) {
+            if (meter && i % kRowsPerLook == 0) meter->reached(0.0); // allocating takes long, too
             result.rows[i].resize(asIndex(plan.rowLength[i]));
             rowEnd_[i] = result.rows[i].data();
         }
@@ -78,6 +80,8 @@ public:
     }
 
 private:
+    static constexpr std::size_t kRowsPerLook = 1024;
+
     PanelPlan const& plan_;
     double const* values_;
     LLTMatrix& result_;
@@ -94,15 +98,53 @@ std::size_t largestUpdateCount(PanelPlan const& plan)
     return asIndex(largest);
 }
 
+// How many products finishing a panel takes, roughly: those of its updates, and those within the panel.
+double productsOf(PanelPlan const& plan, std::size_t p)
+{
+    Panel const& panel = plan.panels[p];
+    double products = static_cast<double>(panel.width) * panel.width * panel.height();
+    for (PanelUpdate const& update : plan.updatesOf(static_cast<int>(p))) {
+        Panel const& earlier = plan.panels[asIndex(update.panel)];
+        double const entries = static_cast<double>(update.rowEnd - update.rowBegin) * earlier.width;
+        products += entries * (earlier.rowCount - update.rowBegin);
+    }
+    return products;
+}
+
+// Tells a meter which part of the products is done. Without a meter, it does nothing.
+class PanelProgress
+{
+public:
+    PanelProgress(PanelPlan const& plan, ProgressMeter* meter) : plan_(plan), meter_(meter)
+    {
+        for (std::size_t p = 0; meter && p < plan.panels.size(); ++p) total_ += productsOf(plan, p);
+    }
+
+    void finished(std::size_t p)
+    {
+        if (!meter_) return;
+        done_ += productsOf(plan_, p);
+        meter_->reached(done_ / total_);
+    }
+
+private:
+    PanelPlan const& plan_;
+    ProgressMeter* meter_;
+    double total_ = 0.0;
+    double done_ = 0.0;
+};
+
 // Finishes all panels, and calls visit(panel) after each. The result is that of PanelKernel.
 template <typename Visit>
-int finishPanels(PanelWork const& work, VectorWidth width, Visit visit)
+int finishPanels(PanelWork const& work, VectorWidth width, ProgressMeter* meter, Visit visit)
 {
     PanelKernel const finishPanel = panelKernel(width);
+    PanelProgress progress(*work.plan, meter);
     for (std::size_t p = 0; p < work.plan->panels.size(); ++p) {
         int const failedAt = finishPanel(work, static_cast<int>(p));
         if (failedAt >= 0) return failedAt;
         visit(work.plan->panels[p]);
+        progress.finished(p);
     }
     return -1;
 }
@@ -139,9 +181,9 @@ PanelWork loadPanels(PanelPlan const& plan, SparseRows const& rows, std::vector<
     return work;
 }
 
-int factorInPlace(PanelWork const& work, VectorWidth width)
+int factorInPlace(PanelWork const& work, VectorWidth width, ProgressMeter* meter)
 {
-    return finishPanels(work, width, [](Panel const&) {});
+    return finishPanels(work, width, meter, [](Panel const&) {});
 }
 
 void writeLists(PanelPlan const& plan, double const* values, LLTMatrix& result)
@@ -151,15 +193,15 @@ void writeLists(PanelPlan const& plan, double const* values, LLTMatrix& result)
 }
 
 NumericResult factorPanels(PanelPlan const& plan, SparseRows const& rows, std::vector<int> const& perm,
-                           EntrySlots const& slots, VectorWidth width)
+                           EntrySlots const& slots, VectorWidth width, ProgressMeter* meter)
 {
     PanelNumbers numbers(plan);
     PanelScratch scratch(plan);
     PanelWork const work = loadPanels(plan, rows, perm, slots, numbers, scratch);
     NumericResult result;
-    ResultWriter writer(plan, work.values, result.factor);
+    ResultWriter writer(plan, work.values, result.factor, meter);
     // Each panel is copied while it is still in the cache.
-    result.failedAt = finishPanels(work, width, [&writer](Panel const& panel) { writer.write(panel); });
+    result.failedAt = finishPanels(work, width, meter, [&writer](Panel const& panel) { writer.write(panel); });
     result.pivots = std::move(scratch.pivots);
     if (result.failedAt >= 0) result.pivots.resize(asIndex(result.failedAt) + 1);
     result.factor.diag = std::move(numbers.diag);

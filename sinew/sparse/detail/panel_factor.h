@@ -14,6 +14,8 @@
 
 namespace sinew::detail {
 
+class ProgressMeter;
+
 /// The numbers of a factor in panels.
 struct PanelNumbers
 {
@@ -46,13 +48,14 @@ PanelWork loadPanels(PanelPlan const& plan, SparseRows const& rows, std::vector<
 /// Replaces the loaded matrix by its factor. Allocates nothing. Returns the position of the first pivot that is zero or
 /// negative, where it stops, or -1.
 /// @param width  at most `widestVectors()`; the bits do not depend on it
-int factorInPlace(PanelWork const& work, VectorWidth width);
+/// @param meter  is told the progress; may be null
+int factorInPlace(PanelWork const& work, VectorWidth width, ProgressMeter* meter = nullptr);
 
 /// Sets the lists `rows` and `Mt` of the result, which must be empty, to the factor in `values`.
 void writeLists(PanelPlan const& plan, double const* values, LLTMatrix& result);
 
 /// The factor of a matrix as lists. The parameters are those of `loadPanels` and `factorInPlace`.
 NumericResult factorPanels(PanelPlan const& plan, SparseRows const& rows, std::vector<int> const& perm,
-                           EntrySlots const& slots, VectorWidth width);
+                           EntrySlots const& slots, VectorWidth width, ProgressMeter* meter = nullptr);
 
 } // namespace sinew::detail

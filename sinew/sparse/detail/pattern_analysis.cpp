@@ -34,8 +34,10 @@ std::int64_t countOffDiagonals(SparseRows const& rows)
 
 } // namespace
 
-PatternAnalysis::PatternAnalysis(SparseRows const& rows, std::vector<int> perm, FactorMethod method)
-    : columns(columnsOf(rows)), offDiagonalCount(countOffDiagonals(rows)), factorization(rows, std::move(perm), method)
+PatternAnalysis::PatternAnalysis(SparseRows const& rows, std::vector<int> perm, FactorMethod method,
+                                 ProgressMeter* meter)
+    : columns(columnsOf(rows)), offDiagonalCount(countOffDiagonals(rows)),
+      factorization(rows, std::move(perm), method, meter)
 {
 }
 

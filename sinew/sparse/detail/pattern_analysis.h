@@ -20,7 +20,9 @@ struct PatternAnalysis
 
     /// @param rows  well-formed
     /// @param perm  for each row its position in the elimination order
-    PatternAnalysis(SparseRows const& rows, std::vector<int> perm, FactorMethod method = FactorMethod::automatic);
+    /// @param meter  is told the progress; may be null
+    PatternAnalysis(SparseRows const& rows, std::vector<int> perm, FactorMethod method = FactorMethod::automatic,
+                    ProgressMeter* meter = nullptr);
 
     /// Whether `rows` have the columns of this pattern, in the same order.
     bool matches(SparseRows const& rows) const;

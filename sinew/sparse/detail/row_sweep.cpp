@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <utility>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/detail/element_count.h>
 
 namespace sinew::detail {
@@ -60,7 +61,8 @@ struct RowSweep::Work
     std::vector<double> row; // the current row, by column
 };
 
-NumericResult RowSweep::factor(SparseRows const& rows, std::vector<int> const& perm, EntrySlots const& slots) const
+NumericResult RowSweep::factor(SparseRows const& rows, std::vector<int> const& perm, EntrySlots const& slots,
+                               ProgressMeter* meter) const
 {
     std::size_t const n = rows.size();
     assert(rowStart_.size() == n + 1 && perm.size() == n);
@@ -75,6 +77,7 @@ NumericResult RowSweep::factor(SparseRows const& rows, std::vector<int> const& p
     for (std::size_t r = 0; r < n; ++r) result.pivots[asIndex(perm[r])] = rows[r].back().second;
     std::vector<double> diag(n);
     for (std::size_t i = 0; i < n; ++i) {
+        if (meter) meter->reached(fractionOf(i, n));
         double const d = computeRow(i, result.pivots[i], work);
         result.pivots[i] = d;
         if (d <= 0) { // false for NaN, which is not rejected

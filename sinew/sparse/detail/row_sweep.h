@@ -13,6 +13,8 @@
 
 namespace sinew::detail {
 
+class ProgressMeter;
+
 /// Computes the factor row by row. It holds the pattern of the whole factor, by columns and by rows, both ascending.
 ///
 /// Source: T. Davis, Direct Methods for Sparse Linear Systems, 2006, section 4.7. There, the triangular system of a row
@@ -32,7 +34,9 @@ public:
     std::int64_t bytes() const;
 
     /// @param rows  well-formed, of the pattern that this object and the slots were made for
-    NumericResult factor(SparseRows const& rows, std::vector<int> const& perm, EntrySlots const& slots) const;
+    /// @param meter  is told the progress; may be null
+    NumericResult factor(SparseRows const& rows, std::vector<int> const& perm, EntrySlots const& slots,
+                         ProgressMeter* meter = nullptr) const;
 
 private:
     struct Work;
