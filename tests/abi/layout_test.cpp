@@ -62,7 +62,7 @@ TEST(Layout, Core)
     expectLayout<tzNM::vect2<int>>(8, 4, fieldAt(&tzNM::vect2<int>::x, 0), fieldAt(&tzNM::vect2<int>::y, 4));
 }
 
-TEST(Layout, Arrays)
+TEST(Layout, ArraysAndProgress)
 {
     expectLayout<sinew::Strided<double>>(24, 8, fieldAt(&sinew::Strided<double>::data, 0),
                                          fieldAt(&sinew::Strided<double>::count, 8),
@@ -75,6 +75,7 @@ TEST(Layout, Arrays)
         40, 8, fieldAt(&sinew::IntegerArray::data, 0), fieldAt(&sinew::IntegerArray::count, 8),
         fieldAt(&sinew::IntegerArray::stride, 16), fieldAt(&sinew::IntegerArray::size, 24),
         fieldAt(&sinew::IntegerArray::isSigned, 32));
+    expectLayout<sinew::Progress>(40, 8);
 }
 
 TEST(Layout, Queries)

@@ -1,8 +1,10 @@
 #include <tool/figure/bone_heat.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -62,6 +64,18 @@ void expectValidWeights(tool::BoneHeat const& heat, std::size_t vertices)
     EXPECT_LE(heat.highest, 1 + 1e-12);
     EXPECT_LT(heat.largestSumError, 1e-12);
     EXPECT_LT(heat.largestResidual, 1e-12);
+}
+
+TEST(BoneHeat, ShowsItsProgressAndHasTheSameWeights)
+{
+    Tube const tube(4, 0.4, 41, 12);
+    std::vector<double> shown;
+    tool::BoneHeat const heat =
+        tool::boneHeat(tube.positions, tube.triangles, kTwoBones, [&](double f) { shown.push_back(f); });
+    ASSERT_GE(shown.size(), 2u); // the ends of the factorisation and of the solutions
+    EXPECT_TRUE(std::is_sorted(shown.begin(), shown.end()));
+    EXPECT_EQ(shown.back(), 1.0);
+    EXPECT_EQ(heat.weights, tool::boneHeat(tube.positions, tube.triangles, kTwoBones).weights);
 }
 
 TEST(BoneHeat, DecreasesAlongATubeAndIsOneHalfAtTheJoint)

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <optional>
 
 #include <sinew/sparse/builders.h>
 #include <sinew/sparse/compact_factor.h>
@@ -21,6 +22,7 @@ namespace {
 
 constexpr double kEquallyNear = 1e-4; // relative difference of distances up to which bones count as equally near
 constexpr double kClosest = 1e-3;     // relative to the surface's size: smaller distances to a bone are raised to it
+constexpr double kFactoring = 0.7;    // of the work that `show` is told; the solutions are the rest
 constexpr double kSmallestClosest = 1e-300; // for a surface without extent: no division by zero
 
 class HeatProblem
@@ -34,18 +36,19 @@ public:
         findNearestBones();
     }
 
-    BoneHeat solve()
+    BoneHeat solve(sinew::Progress const& progress)
     {
         sinew::MatrixBuild const build = sinew::fromTriplets(static_cast<std::int64_t>(places_.size()), assemble());
         result_.fault = build.text(); // coordinates of 1e100 have areas that are infinite
         if (!build.succeeded()) return std::move(result_);
         for (auto const& row : build.matrix.rows) result_.matrixEntries += row.size();
         Stopwatch const factoring;
-        sinew::CompactFactor const factor(build.matrix);
+        sinew::CompactFactor const factor =
+            sinew::makeCompactFactor(build.matrix, progress.part(0, kFactoring)).value(); // never cancelled
         result_.factorSeconds = factoring.seconds();
         result_.factorEntries = static_cast<std::size_t>(factor.entryCount());
         if (asIndex(factor.size()) == places_.size()) {
-            solveBones(build.matrix, factor);
+            solveBones(build.matrix, factor, progress.part(kFactoring, 1));
         } else {
             result_.fault = "The matrix of the heat balance is not positive definite.\n";
         }
@@ -139,14 +142,14 @@ private:
         return triplets;
     }
 
-    void solveBones(SPDMatrix const& matrix, sinew::CompactFactor const& factor)
+    void solveBones(SPDMatrix const& matrix, sinew::CompactFactor const& factor, sinew::Progress const& progress)
     {
         std::size_t const bones = skeleton_.bones.size();
         std::vector<std::vector<double>> right;
         for (std::size_t b = 0; b < bones; ++b) right.push_back(rightSide(static_cast<int>(b)));
         std::vector<std::vector<double>> solutions = right;
         Stopwatch const solving;
-        factor.solveMany(solutions);
+        factor.solveMany(solutions, progress);
         result_.solveSeconds = solving.seconds();
         BoneWeights raw(places_.size(), std::vector<double>(bones, 0));
         for (std::size_t b = 0; b < bones; ++b) {
@@ -221,9 +224,13 @@ private:
 } // namespace
 
 BoneHeat boneHeat(std::vector<Vector3> const& positions, std::vector<Triangle> const& triangles,
-                  Skeleton const& skeleton)
+                  Skeleton const& skeleton, std::function<void(double)> const& show)
 {
-    return HeatProblem(positions, triangles, skeleton).solve();
+    auto const goOn = [&show](double fraction) {
+        if (show) show(fraction);
+        return true;
+    };
+    return HeatProblem(positions, triangles, skeleton).solve(goOn);
 }
 
 } // namespace tool

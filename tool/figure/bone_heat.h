@@ -2,6 +2,7 @@
 
 /// Bone weights by heat balance on a surface.
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -57,7 +58,9 @@ struct BoneHeat
 ///
 /// Source: I. Baran, J. Popovic, Automatic Rigging and Animation of 3D Characters, SIGGRAPH 2007, section 4. The paper
 /// ignores bones that are hidden from a vertex; here the nearest bone counts even if it is hidden.
+///
+/// `show`, if there is one, is told how much of the factorisation and of the solutions is done, in [0, 1].
 BoneHeat boneHeat(std::vector<Vector3> const& positions, std::vector<Triangle> const& triangles,
-                  Skeleton const& skeleton);
+                  Skeleton const& skeleton, std::function<void(double)> const& show = nullptr);
 
 } // namespace tool

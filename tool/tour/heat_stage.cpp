@@ -172,7 +172,8 @@ void heatStage(TourContext& tour)
                  "of the hot "
                  "bone. The temperatures are the solutions of one sparse system. It is factored once and solved for "
                  "every bone.");
-    BoneHeat heat = boneHeat(tour.figure.positions, tour.figure.triangles, tour.skeleton);
+    BoneHeat heat = boneHeat(tour.figure.positions, tour.figure.triangles, tour.skeleton,
+                             [&tour](double fraction) { tour.progress.update(fraction); });
     section.check(!heat.weights.empty(), "The system is positive definite",
                   heat.fault.empty() ? niceCount(heat.unknowns) + " unknowns" : heat.fault);
     if (heat.weights.empty()) return;

@@ -100,9 +100,14 @@ Survey surveyOf(TourContext const& tour, MeshFunction2D const& function, PlaneMa
     result.scalars.resize(count);
     result.isInside = std::make_unique<bool[]>(count);
     result.isKnown = std::make_unique<bool[]>(count);
+    auto const show = [&tour](double fraction) {
+        tour.progress.update(fraction);
+        return true;
+    };
     Stopwatch const watch;
     std::size_t const known = sinew::extrapolateRaster(function, result.raster, result.values.data(),
-                                                       result.scalars.data(), result.isKnown.get());
+                                                       result.scalars.data(), result.isKnown.get(), show)
+                                  .value(); // never cancelled
     result.nanosecondsOfRaster = 1e9 * watch.seconds() / static_cast<double>(count);
     result.inside = sinew::evaluateRaster(function, result.raster, nullptr, nullptr, result.isInside.get());
     result.outside = count - result.inside;
