@@ -13,6 +13,8 @@
 #include <memory>
 #include <type_traits>
 
+#include <sinew/arithmetic.h>
+
 namespace sinew {
 
 /// A function of the host that a long call tells its progress, and that answers whether to go on.
