@@ -2,17 +2,16 @@
 // analysis done before for everyone, each peer in its own ordering. "lists" is `SymbolicFactor::factor` and
 // `LLTMatrix`. "compact solve8" solves eight right-hand sides. "compact bytes" counts bytes.
 
-#include <cmath>
-
 #include <benchmark/benchmark.h>
 
 #include <sinew/sparse/compact_factor.h>
 #include <sinew/sparse/solve_many.h>
 
-#include "cases.h"
-#include "peers.h"
+#include "peer_rows.h"
 
 namespace {
+
+using bench::rightHandSide;
 
 struct Factors
 {
@@ -31,14 +30,6 @@ Factors& factorsOf(std::string const& name)
     static std::map<std::string, Factors> made;
     auto const found = made.find(name);
     return found != made.end() ? found->second : made.emplace(name, bench::matrixNamed(name)).first->second;
-}
-
-std::vector<double> rightHandSide(std::string const& name)
-{
-    test::Random random(20251201);
-    std::vector<double> b(bench::matrixNamed(name).rows.size());
-    for (double& x : b) x = random.uniform();
-    return b;
 }
 
 void factorLists(benchmark::State& state, std::string const& name)
@@ -106,66 +97,12 @@ void solveEight(benchmark::State& state, std::string const& name)
     }
 }
 
-#if defined(SINEW_BENCH_EIGEN) || defined(SINEW_BENCH_SUITESPARSE)
-// Other orderings round differently. The condition numbers of the matrices are below about 1e4.
-void compare(benchmark::State& state, std::string const& name, double const* other)
+[[maybe_unused]] std::vector<double> solution(std::string const& name)
 {
     std::vector<double> x = rightHandSide(name);
     factorsOf(name).compact.solve(x);
-    double worst = 0;
-    double largest = 0;
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        worst = std::max(worst, std::fabs(x[i] - other[i]));
-        largest = std::max(largest, std::fabs(x[i]));
-    }
-    if (!(worst <= 1e-9 * largest)) state.SkipWithError("solutions differ");
+    return x;
 }
-#endif
-
-#ifdef SINEW_BENCH_EIGEN
-void factorWithEigen(benchmark::State& state, std::string const& name)
-{
-    bench::EigenMatrix const matrix = bench::upperForEigen(bench::matrixNamed(name));
-    bench::EigenSolver solver;
-    solver.analyzePattern(matrix);
-    for (auto _ : state) solver.factorize(matrix);
-    if (solver.info() != Eigen::Success) state.SkipWithError("Eigen found no factor");
-}
-
-void solveWithEigen(benchmark::State& state, std::string const& name)
-{
-    bench::EigenSolver const solver(bench::upperForEigen(bench::matrixNamed(name)));
-    std::vector<double> const b = rightHandSide(name);
-    Eigen::VectorXd const right = Eigen::Map<Eigen::VectorXd const>(b.data(), static_cast<Eigen::Index>(b.size()));
-    Eigen::VectorXd x = solver.solve(right);
-    compare(state, name, x.data());
-    for (auto _ : state) {
-        x = solver.solve(right);
-        benchmark::DoNotOptimize(x.data());
-    }
-}
-#endif
-
-#ifdef SINEW_BENCH_SUITESPARSE
-template <bool supernodal>
-void factorWithCholmod(benchmark::State& state, std::string const& name)
-{
-    bench::Cholmod cholmod(bench::matrixNamed(name), supernodal);
-    for (auto _ : state) {
-        if (!cholmod.factorize()) state.SkipWithError("CHOLMOD found no factor");
-    }
-}
-
-template <bool supernodal>
-void solveWithCholmod(benchmark::State& state, std::string const& name)
-{
-    bench::Cholmod cholmod(bench::matrixNamed(name), supernodal);
-    cholmod.factorize();
-    std::vector<double> const b = rightHandSide(name);
-    compare(state, name, cholmod.solve(b).data());
-    for (auto _ : state) benchmark::DoNotOptimize(cholmod.solve(b));
-}
-#endif
 
 // A count instead of a time.
 template <typename Count>
@@ -197,13 +134,13 @@ void addMatrix(std::string const& name)
     addCount("compact bytes " + name + "/without-analysis", [name] { return factorsOf(name).compact.factorBytes(); });
     addCount("compact bytes " + name + "/lists", [name] { return factorsOf(name).symbolic.factorBytes(); });
 #ifdef SINEW_BENCH_EIGEN
-    add("compact factor", "Eigen", factorWithEigen);
-    add("compact solve", "Eigen", solveWithEigen);
+    add("compact factor", "Eigen", bench::factorWithEigen);
+    add("compact solve", "Eigen", bench::solveWithEigen<solution>);
 #endif
 #ifdef SINEW_BENCH_SUITESPARSE
-    add("compact factor", "CHOLMOD-supernodal", factorWithCholmod<true>);
-    add("compact solve", "CHOLMOD-supernodal", solveWithCholmod<true>);
-    add("compact solve", "CHOLMOD-simplicial", solveWithCholmod<false>);
+    add("compact factor", "CHOLMOD-supernodal", bench::factorWithCholmod<true>);
+    add("compact solve", "CHOLMOD-supernodal", bench::solveWithCholmod<true, solution>);
+    add("compact solve", "CHOLMOD-simplicial", bench::solveWithCholmod<false, solution>);
 #endif
 }
 

@@ -8,8 +8,7 @@
 #include <sinew/sparse/detail/factorization.h>
 #include <sinew/sparse/symbolic_factor.h>
 
-#include "cases.h"
-#include "peers.h"
+#include "peer_rows.h"
 #include "sparse/reference_sparse.h"
 
 namespace {
@@ -63,32 +62,12 @@ void factorWholeReference(benchmark::State& state, std::string const& name)
 }
 
 #ifdef SINEW_BENCH_EIGEN
-void factorWithEigen(benchmark::State& state, std::string const& name)
-{
-    bench::EigenMatrix const matrix = bench::upperForEigen(bench::matrixNamed(name));
-    bench::EigenSolver solver;
-    solver.analyzePattern(matrix);
-    for (auto _ : state) solver.factorize(matrix);
-    if (solver.info() != Eigen::Success) state.SkipWithError("Eigen found no factor");
-}
-
 void factorWholeWithEigen(benchmark::State& state, std::string const& name)
 {
     bench::EigenMatrix const matrix = bench::upperForEigen(bench::matrixNamed(name));
     for (auto _ : state) {
         bench::EigenSolver const solver(matrix);
         benchmark::DoNotOptimize(solver.info());
-    }
-}
-#endif
-
-#ifdef SINEW_BENCH_SUITESPARSE
-template <bool supernodal>
-void factorWithCholmod(benchmark::State& state, std::string const& name)
-{
-    bench::Cholmod cholmod(bench::matrixNamed(name), supernodal);
-    for (auto _ : state) {
-        if (!cholmod.factorize()) state.SkipWithError("CHOLMOD found no factor");
     }
 }
 #endif
@@ -104,11 +83,11 @@ int const registered = [] {
         if (name != "3D 30")
             add(prefix + "reference", factorReference, name)->Iterations(1)->Repetitions(3); // takes seconds
 #ifdef SINEW_BENCH_EIGEN
-        add(prefix + "Eigen", factorWithEigen, name);
+        add(prefix + "Eigen", bench::factorWithEigen, name);
 #endif
 #ifdef SINEW_BENCH_SUITESPARSE
-        add(prefix + "CHOLMOD-supernodal", factorWithCholmod<true>, name);
-        add(prefix + "CHOLMOD-simplicial", factorWithCholmod<false>, name);
+        add(prefix + "CHOLMOD-supernodal", bench::factorWithCholmod<true>, name);
+        add(prefix + "CHOLMOD-simplicial", bench::factorWithCholmod<false>, name);
 #endif
     }
     add("factor with ordering, 2D 30/sinew", factorWhole, "2D 30");

@@ -15,6 +15,7 @@
 #include "faults/buffers.h"
 #include "faults/digest.h"
 #include "faults/sweep.h"
+#include "meshfunc/mesh_digest.h"
 #include "meshfunc/mesh_samples.h"
 #include "support/random.h"
 
@@ -23,39 +24,12 @@ using faults::FixedBuffer;
 using faults::Guarantee;
 using faults::sweep;
 using faults::TextBuffer;
+using test::digestOf;
 using test::Mesh;
 using test::Point;
 using test::Random;
 
 namespace {
-
-// Values of the members, and the results of queries.
-std::string digestOf(MeshFunction2D const& f)
-{
-    Digest digest(f.params, f.values, f.normaldots, f.facets, f.gridCells, f.boundaryFacets, f.saveString,
-                  f.extrapolateFlag, f.boundaryProjectors.size());
-    for (int k = 0; k < 2; ++k) {
-        digest.add(f.gridSize[k]);
-        digest.add(f.gridScale[k]);
-        if (f.gridSize[k] == 0) continue;
-        digest.add(f.domainMin[k]); // without meaning otherwise
-        digest.add(f.domainMax[k]);
-    }
-    for (auto const& projector : f.boundaryProjectors)
-        digest.add(projector ? projector->points : std::vector<Vector3>());
-    Random random(11);
-    for (int i = 0; i < 30; ++i) {
-        Point const p = random.point2(-0.3, 1.3);
-        Point value;
-        float scalar = 0;
-        digest.add(f.evaluate(p, &value, &scalar));
-        digest.add(f.extrapolate(p, &value, &scalar));
-        digest.add(f.extrapolateOld(p, &value, &scalar));
-        digest.add(value);
-        digest.add(scalar);
-    }
-    return digest;
-}
 
 // Two triangles in each of 9 squares: a mesh with a boundary of nine loops.
 Mesh smallMesh()

@@ -15,6 +15,7 @@
 #include <sinew/meshfunc/texture_compaction.h>
 
 #include "faults/digest.h"
+#include "meshfunc/mesh_digest.h"
 #include "meshfunc/mesh_probes.h"
 #include "meshfunc/mesh_samples.h"
 #include "support/progress.h"
@@ -25,6 +26,7 @@ using sinew::Outside;
 using sinew::Progress;
 using sinew::Raster;
 using test::checkProgress;
+using test::digestOf;
 using test::Mesh;
 using test::Point;
 using test::Random;
@@ -122,31 +124,6 @@ std::size_t sizeOf(Raster const& raster)
     if (raster.width <= 0 || raster.height <= 0) return 0;
     std::size_t const stride = raster.rowStride > 0 ? raster.rowStride : static_cast<std::size_t>(raster.width);
     return stride * static_cast<std::size_t>(raster.height - 1) + static_cast<std::size_t>(raster.width);
-}
-
-std::string digestOf(MeshFunction2D const& f)
-{
-    Digest digest(f.params, f.values, f.normaldots, f.facets, f.gridCells, f.boundaryFacets, f.saveString,
-                  f.extrapolateFlag, f.boundaryProjectors.size());
-    for (int k = 0; k < 2; ++k) {
-        digest.add(f.gridSize[k]);
-        digest.add(f.gridScale[k]);
-        if (f.gridSize[k] == 0) continue;
-        digest.add(f.domainMin[k]); // without meaning otherwise
-        digest.add(f.domainMax[k]);
-    }
-    for (auto const& projector : f.boundaryProjectors) digest.add(projector->points);
-    Random random(11);
-    for (int i = 0; i < 30; ++i) {
-        Point const p = random.point2(-0.3, 1.3);
-        Point value;
-        float scalar = 0;
-        digest.add(f.evaluate(p, &value, &scalar));
-        digest.add(f.extrapolate(p, &value, &scalar));
-        digest.add(value);
-        digest.add(scalar);
-    }
-    return digest;
 }
 
 std::vector<bool> halfUsed(int width, int height)
