@@ -12,6 +12,7 @@
 #include <optional>
 
 #include <sinew/core/progress.h>
+#include <sinew/core/strided.h>
 #include <sinew/export.h>
 #include <sinew/framework/vect2.h>
 
@@ -73,11 +74,17 @@ SINEW_API Location locate(MeshFunction2D const& function, tzNM::vect2<double> co
 SINEW_API std::size_t locateMany(MeshFunction2D const& function, tzNM::vect2<double> const* points, std::size_t count,
                                  Location* locations, Outside outside = Outside::extrapolated);
 
-/// The same with progress. See `Progress`: the value is empty if the host has cancelled. The locations are computed in
+/// The same for points in an array of the host, with two coordinates an element.
+SINEW_API std::size_t locateMany(MeshFunction2D const& function, RealArray const& points, Location* locations,
+                                 Outside outside = Outside::extrapolated);
+
+/// Both with progress. See `Progress`: the value is empty if the host has cancelled. The locations are computed in
 /// memory of their own, 64 bytes a point, and copied at the end. Strong guarantee.
 SINEW_API std::optional<std::size_t> locateMany(MeshFunction2D const& function, tzNM::vect2<double> const* points,
                                                 std::size_t count, Location* locations, Outside outside,
                                                 Progress const& progress);
+SINEW_API std::optional<std::size_t> locateMany(MeshFunction2D const& function, RealArray const& points,
+                                                Location* locations, Outside outside, Progress const& progress);
 
 /// The attributes of the vertices, interpolated at a location.
 ///

@@ -24,6 +24,17 @@ Location locateByWalk(MeshFunction2D const& f, Point const& p)
     return location;
 }
 
+template <typename Points>
+std::size_t locateEach(MeshFunction2D const& function, Points const& points, Location* locations, Outside outside)
+{
+    std::size_t located = 0;
+    VisitingOrder(function, points).visit(points, [&](std::size_t i, Point const& p) {
+        locations[i] = locate(function, p, outside);
+        located += locations[i].rule != LocationRule::none ? 1U : 0U;
+    });
+    return located;
+}
+
 template <typename T>
 bool blendComponents(Location const& location, T const* attributes, std::size_t components, std::size_t stride, T* out)
 {
@@ -65,12 +76,12 @@ Location locate(MeshFunction2D const& function, Point const& p, Outside outside)
 std::size_t locateMany(MeshFunction2D const& function, Point const* points, std::size_t count, Location* locations,
                        Outside outside)
 {
-    std::size_t located = 0;
-    VisitingOrder(function, points, count).visit([&](std::size_t i) {
-        locations[i] = locate(function, points[i], outside);
-        located += locations[i].rule != LocationRule::none ? 1U : 0U;
-    });
-    return located;
+    return locateEach(function, PointArray{points, count}, locations, outside);
+}
+
+std::size_t locateMany(MeshFunction2D const& function, RealArray const& points, Location* locations, Outside outside)
+{
+    return locateEach(function, PointView(points), locations, outside);
 }
 
 bool blend(Location const& location, double const* attributes, std::size_t components, std::size_t stride, double* out)

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include <sinew/core/progress.h>
+#include <sinew/core/strided.h>
 #include <sinew/export.h>
 #include <sinew/fields/polyline_projector.h>
 #include <sinew/framework/serializable.h>
@@ -267,7 +268,13 @@ SINEW_API std::size_t evaluateMany(MeshFunction2D const& function, tzNM::vect2<d
 SINEW_API std::size_t extrapolateMany(MeshFunction2D const& function, tzNM::vect2<double> const* points,
                                       std::size_t count, tzNM::vect2<double>* values, float* scalars, bool* found);
 
-/// The same with progress. See `Progress`: the value is empty if the host has cancelled. The results are computed in
+/// The same for points in an array of the host, with two coordinates an element.
+SINEW_API std::size_t evaluateMany(MeshFunction2D const& function, RealArray const& points, tzNM::vect2<double>* values,
+                                   float* scalars, bool* found);
+SINEW_API std::size_t extrapolateMany(MeshFunction2D const& function, RealArray const& points,
+                                      tzNM::vect2<double>* values, float* scalars, bool* found);
+
+/// All four with progress. See `Progress`: the value is empty if the host has cancelled. The results are computed in
 /// memory of their own, 21 bytes a point for all outputs, and copied at the end. Strong guarantee.
 SINEW_API std::optional<std::size_t> evaluateMany(MeshFunction2D const& function, tzNM::vect2<double> const* points,
                                                   std::size_t count, tzNM::vect2<double>* values, float* scalars,
@@ -275,6 +282,12 @@ SINEW_API std::optional<std::size_t> evaluateMany(MeshFunction2D const& function
 SINEW_API std::optional<std::size_t> extrapolateMany(MeshFunction2D const& function, tzNM::vect2<double> const* points,
                                                      std::size_t count, tzNM::vect2<double>* values, float* scalars,
                                                      bool* found, Progress const& progress);
+SINEW_API std::optional<std::size_t> evaluateMany(MeshFunction2D const& function, RealArray const& points,
+                                                  tzNM::vect2<double>* values, float* scalars, bool* found,
+                                                  Progress const& progress);
+SINEW_API std::optional<std::size_t> extrapolateMany(MeshFunction2D const& function, RealArray const& points,
+                                                     tzNM::vect2<double>* values, float* scalars, bool* found,
+                                                     Progress const& progress);
 
 /// `MeshFunction2D(params, values, facets, normaldots)` with progress. See `Progress`.
 SINEW_API std::optional<::MeshFunction2D>

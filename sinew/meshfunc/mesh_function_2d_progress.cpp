@@ -20,21 +20,22 @@ namespace {
 
 using Query = bool (MeshFunction2D::*)(Point const&, Point*, float*) const;
 
-std::optional<std::size_t> queryMany(MeshFunction2D const& function, Query query, Point const* points,
-                                     std::size_t count, ValueArrays const& wanted, Progress const& progress)
+template <typename Points>
+std::optional<std::size_t> queryMany(MeshFunction2D const& function, Query query, Points const& points,
+                                     ValueArrays const& wanted, Progress const& progress)
 {
     return withProgress(progress, [&](ProgressMeter& meter) {
-        OwnValueArrays results(wanted, static_cast<std::int64_t>(count));
+        OwnValueArrays results(wanted, static_cast<std::int64_t>(points.count));
         ValueArrays const own = results.arrays();
         std::size_t foundCount = 0;
-        visitWithProgress(function, points, count, meter, [&](std::size_t i) {
-            bool const hit = (function.*query)(points[i], own.values ? own.values + i : nullptr,
-                                               own.scalars ? own.scalars + i : nullptr);
+        visitWithProgress(function, points, meter, [&](std::size_t i, Point const& p) {
+            bool const hit =
+                (function.*query)(p, own.values ? own.values + i : nullptr, own.scalars ? own.scalars + i : nullptr);
             if (own.found) own.found[i] = hit;
             foundCount += hit ? 1U : 0U;
         });
         meter.finish();
-        results.copy(0, 0, count);
+        results.copy(0, 0, points.count);
         return foundCount;
     });
 }
@@ -71,13 +72,27 @@ void MeshFunctionAccess::moveDerived(MeshFunction2D* source, MeshFunction2D* f) 
 std::optional<std::size_t> evaluateMany(MeshFunction2D const& function, Point const* points, std::size_t count,
                                         Point* values, float* scalars, bool* found, Progress const& progress)
 {
-    return queryMany(function, &MeshFunction2D::evaluate, points, count, {values, scalars, found}, progress);
+    return queryMany(function, &MeshFunction2D::evaluate, PointArray{points, count}, {values, scalars, found},
+                     progress);
+}
+
+std::optional<std::size_t> evaluateMany(MeshFunction2D const& function, RealArray const& points, Point* values,
+                                        float* scalars, bool* found, Progress const& progress)
+{
+    return queryMany(function, &MeshFunction2D::evaluate, PointView(points), {values, scalars, found}, progress);
 }
 
 std::optional<std::size_t> extrapolateMany(MeshFunction2D const& function, Point const* points, std::size_t count,
                                            Point* values, float* scalars, bool* found, Progress const& progress)
 {
-    return queryMany(function, &MeshFunction2D::extrapolate, points, count, {values, scalars, found}, progress);
+    return queryMany(function, &MeshFunction2D::extrapolate, PointArray{points, count}, {values, scalars, found},
+                     progress);
+}
+
+std::optional<std::size_t> extrapolateMany(MeshFunction2D const& function, RealArray const& points, Point* values,
+                                           float* scalars, bool* found, Progress const& progress)
+{
+    return queryMany(function, &MeshFunction2D::extrapolate, PointView(points), {values, scalars, found}, progress);
 }
 
 std::optional<MeshFunction2D> makeMeshFunction2D(std::vector<Point> const& params, std::vector<Point> const& values,

@@ -113,12 +113,13 @@ namespace {
 
 using Query = bool (MeshFunction2D::*)(Point const&, Point*, float*) const;
 
-std::size_t queryMany(MeshFunction2D const& function, Query query, Point const* points, std::size_t count,
-                      Point* values, float* scalars, bool* found)
+template <typename Points>
+std::size_t queryMany(MeshFunction2D const& function, Query query, Points const& points, Point* values, float* scalars,
+                      bool* found)
 {
     std::size_t foundCount = 0;
-    VisitingOrder(function, points, count).visit([&](std::size_t i) {
-        bool const hit = (function.*query)(points[i], values ? values + i : nullptr, scalars ? scalars + i : nullptr);
+    VisitingOrder(function, points).visit(points, [&](std::size_t i, Point const& p) {
+        bool const hit = (function.*query)(p, values ? values + i : nullptr, scalars ? scalars + i : nullptr);
         if (found) found[i] = hit;
         foundCount += hit ? 1U : 0U;
     });
@@ -130,13 +131,25 @@ std::size_t queryMany(MeshFunction2D const& function, Query query, Point const* 
 std::size_t evaluateMany(MeshFunction2D const& function, Point const* points, std::size_t count, Point* values,
                          float* scalars, bool* found)
 {
-    return queryMany(function, &MeshFunction2D::evaluate, points, count, values, scalars, found);
+    return queryMany(function, &MeshFunction2D::evaluate, detail::PointArray{points, count}, values, scalars, found);
+}
+
+std::size_t evaluateMany(MeshFunction2D const& function, RealArray const& points, Point* values, float* scalars,
+                         bool* found)
+{
+    return queryMany(function, &MeshFunction2D::evaluate, detail::PointView(points), values, scalars, found);
 }
 
 std::size_t extrapolateMany(MeshFunction2D const& function, Point const* points, std::size_t count, Point* values,
                             float* scalars, bool* found)
 {
-    return queryMany(function, &MeshFunction2D::extrapolate, points, count, values, scalars, found);
+    return queryMany(function, &MeshFunction2D::extrapolate, detail::PointArray{points, count}, values, scalars, found);
+}
+
+std::size_t extrapolateMany(MeshFunction2D const& function, RealArray const& points, Point* values, float* scalars,
+                            bool* found)
+{
+    return queryMany(function, &MeshFunction2D::extrapolate, detail::PointView(points), values, scalars, found);
 }
 
 } // namespace sinew

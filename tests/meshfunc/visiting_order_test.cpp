@@ -15,6 +15,7 @@
 
 using sinew::Location;
 using sinew::Outside;
+using sinew::detail::PointArray;
 using sinew::detail::VisitingOrder;
 using test::Mesh;
 using test::Point;
@@ -46,7 +47,8 @@ std::vector<Point> scatteredPoints(std::size_t count)
 std::vector<std::size_t> orderOf(MeshFunction2D const& f, std::vector<Point> const& points)
 {
     std::vector<std::size_t> order;
-    VisitingOrder(f, points.data(), points.size()).visit([&](std::size_t i) { order.push_back(i); });
+    PointArray const array = {points.data(), points.size()};
+    VisitingOrder(f, array).visit(array, [&](std::size_t i, Point const&) { order.push_back(i); });
     return order;
 }
 
@@ -112,7 +114,8 @@ TEST(VisitingOrder, KeepsTheOrderWithoutMemory)
     MeshFunction2D const& f = largeFunction();
     {
         test::FailingNew const failing(0, test::Failing::all);
-        VisitingOrder(f, points.data(), points.size()).visit([&](std::size_t i) { order.push_back(i); });
+        PointArray const array = {points.data(), points.size()};
+        VisitingOrder(f, array).visit(array, [&](std::size_t i, Point const&) { order.push_back(i); });
     }
     EXPECT_TRUE(isFromFirstToLast(order));
 }

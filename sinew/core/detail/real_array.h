@@ -10,6 +10,7 @@
 
 #include <sinew/core/strided.h>
 #include <sinew/core/vector3.h>
+#include <sinew/framework/vect2.h>
 
 namespace sinew::detail {
 
@@ -22,17 +23,24 @@ T unaligned(void const* address)
     return number;
 }
 
+/// The first byte of element `i`.
+template <typename Array>
+char const* elementAt(Array const& array, std::size_t i)
+{
+    return static_cast<char const*>(array.data) + static_cast<std::ptrdiff_t>(i) * array.stride;
+}
+
 /// The first number of element `i`.
 inline double numberAt(RealArray const& array, std::size_t i)
 {
-    char const* const element = static_cast<char const*>(array.data) + static_cast<std::ptrdiff_t>(i) * array.stride;
+    char const* const element = elementAt(array, i);
     return array.isDouble ? unaligned<double>(element) : double{unaligned<float>(element)};
 }
 
 /// The first number of element `i`. An unsigned number above 2^63 - 1 gives 2^63 - 1.
 inline std::int64_t integerAt(IntegerArray const& array, std::size_t i)
 {
-    char const* const element = static_cast<char const*>(array.data) + static_cast<std::ptrdiff_t>(i) * array.stride;
+    char const* const element = elementAt(array, i);
     switch (array.size) {
     case 1:
         return array.isSigned ? std::int64_t{unaligned<std::int8_t>(element)} : unaligned<std::uint8_t>(element);
@@ -48,10 +56,18 @@ inline std::int64_t integerAt(IntegerArray const& array, std::size_t i)
     return static_cast<std::int64_t>(std::min(unaligned<std::uint64_t>(element), kGreatest));
 }
 
+/// The first two numbers of element `i`.
+inline tzNM::vect2<double> pointAt(RealArray const& array, std::size_t i)
+{
+    char const* const element = elementAt(array, i);
+    if (array.isDouble) return {unaligned<double>(element), unaligned<double>(element + sizeof(double))};
+    return {double{unaligned<float>(element)}, double{unaligned<float>(element + sizeof(float))}};
+}
+
 /// The three numbers of element `i`, whatever their type and alignment are.
 inline Vector3 vectorAt(RealArray const& array, std::size_t i)
 {
-    char const* const element = static_cast<char const*>(array.data) + static_cast<std::ptrdiff_t>(i) * array.stride;
+    char const* const element = elementAt(array, i);
     if (array.isDouble) {
         double numbers[3];
         std::memcpy(numbers, element, sizeof numbers);

@@ -9,17 +9,16 @@
 
 namespace sinew::detail {
 
-/// Calls use(i) once for each i below `count`, in the order of `VisitingOrder`.
-template <typename Use>
-void visitWithProgress(MeshFunction2D const& f, tzNM::vect2<double> const* points, std::size_t count,
-                       ProgressMeter& meter, Use const& use)
+/// Calls use(i, p) once for each point p, with its index i, in the order of `VisitingOrder`.
+template <typename Points, typename Use>
+void visitWithProgress(MeshFunction2D const& f, Points const& points, ProgressMeter& meter, Use const& use)
 {
     constexpr std::size_t kPointsPerLook = 128; // take longer than reading the clock, and less than a millisecond
     std::size_t done = 0;
-    VisitingOrder(f, points, count).visit([&](std::size_t i) {
-        if (done % kPointsPerLook == 0) meter.reached(fractionOf(done, count));
+    VisitingOrder(f, points).visit(points, [&](std::size_t i, tzNM::vect2<double> const& p) {
+        if (done % kPointsPerLook == 0) meter.reached(fractionOf(done, points.count));
         ++done;
-        use(i);
+        use(i, p);
     });
 }
 

@@ -25,7 +25,6 @@ constexpr std::size_t kTrianglesPerPoint = 8;
 
 // Points that are near their predecessors are looked up fast in any order. Near: within this part of the domain.
 constexpr double kNear = 1.0 / 32;
-constexpr std::size_t kSample = 64;
 
 // The cell of a coordinate on an axis; NaN and coordinates outside the domain may fall into any cell.
 std::uint32_t cellOn(double c, double low, double scale)
@@ -37,41 +36,42 @@ std::uint32_t cellOn(double c, double low, double scale)
 
 } // namespace
 
-VisitingOrder::VisitingOrder(MeshFunction2D const& f, Point const* points, std::size_t count)
-    : f_(f), points_(points), count_(count)
+bool VisitingOrder::mayPay(std::size_t count) const
 {
-    if (!pays()) return;
+    std::size_t const triangles = f_.facets.size() / kCorners;
+    return hasGrid(f_) && triangles >= kLargeMesh && count >= triangles / kTrianglesPerPoint;
+}
+
+bool VisitingOrder::isFar(Point const& step) const
+{
+    Point const extent = f_.domainMax - f_.domainMin;
+    return std::fabs(step.x) > kNear * extent.x || std::fabs(step.y) > kNear * extent.y;
+}
+
+void VisitingOrder::allocate(std::size_t count)
+{
     std::size_t const size = std::min(count, kPart);
     other_.reset(new (std::nothrow) Entry[size]);
     if (other_) entries_.reset(new (std::nothrow) Entry[size]);
 }
 
-bool VisitingOrder::pays() const
+VisitingOrder::CellGrid::CellGrid(MeshFunction2D const& f) : low(f.domainMin)
 {
-    std::size_t const triangles = f_.facets.size() / kCorners;
-    if (!hasGrid(f_) || triangles < kLargeMesh || count_ < triangles / kTrianglesPerPoint) return false;
-    Point const extent = f_.domainMax - f_.domainMin;
-    std::size_t far = 0;
-    for (std::size_t k = 1; k <= kSample; ++k) {
-        std::size_t const i = (count_ - 1) / kSample * k; // at least 1, because there are many points
-        Point const step = points_[i] - points_[i - 1];
-        far += std::fabs(step.x) > kNear * extent.x || std::fabs(step.y) > kNear * extent.y ? 1U : 0U;
-    }
-    return far > kSample / 2;
+    Point const extent = f.domainMax - f.domainMin;
+    scale = {kCells / extent.x, kCells / extent.y};
 }
 
-void VisitingOrder::sortPart(std::size_t first, std::size_t size)
+std::uint32_t VisitingOrder::CellGrid::cellOf(Point const& p) const
 {
-    Point const low = f_.domainMin;
-    Point const extent = f_.domainMax - f_.domainMin;
+    return cellOn(p.y, low.y, scale.y) | cellOn(p.x, low.x, scale.x) << kBits;
+}
+
+void VisitingOrder::sort(std::size_t size)
+{
     std::size_t begins[2][kCells] = {}; // of each column and row
     for (std::size_t i = 0; i < size; ++i) {
-        Point const& p = points_[first + i];
-        std::uint32_t const column = cellOn(p.x, low.x, kCells / extent.x);
-        std::uint32_t const row = cellOn(p.y, low.y, kCells / extent.y);
-        entries_[i] = {row | column << kBits, static_cast<std::uint32_t>(i)};
-        ++begins[0][column];
-        ++begins[1][row];
+        ++begins[0][entries_[i].cell >> kBits];
+        ++begins[1][entries_[i].cell % kCells];
     }
     for (auto& axis : begins) {
         std::size_t begin = 0;
