@@ -81,7 +81,7 @@ std::vector<Expected> expectedResults()
         {"fields.PolylineProjector.irregular", 100000, 0x2a44f982e6ebf12f}, // queries
         {"fields.PolylineProjector.regular", 100000, 0x44bc18a2647e4cf9}, // queries
         {"fields.projectMany", 100000, 0x3329a7fcd7ae28d6}, // queries
-        {"fields.arcLengths", 100000, 0xae6172159a2f0b62}, // queries
+        {"fields.arcLengths", 100000, 0x9e229c5d2b7567d2}, // queries
         {"fields.PolylineSet", 100000, 0xe5606e339b94abb6}, // queries
         {"fields.SmoothWeight", 100000, 0xaaa6a55ee8c5c101}, // weights and arguments
         {"fields.smoothMax", 100000, 0x576be3c002d85593}, // pairs of numbers and a width

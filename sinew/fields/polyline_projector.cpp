@@ -187,7 +187,8 @@ double arcLengthOf(PolylineProjector const& polyline, PolylineHit const& hit)
     if (hit.segment < 0 || asIndex(hit.segment) + 1 >= lengths.size()) return std::numeric_limits<double>::quiet_NaN();
     double const start = lengths[asIndex(hit.segment)];
     double const end = lengths[asIndex(hit.segment) + 1];
-    // start + (end - start) can differ from end in the last bit.
+    // At the ends no sum: start + (end - start) can differ from end in the last bit, and `end` may be infinite.
+    if (hit.t == 0.0) return start;
     if (hit.t == 1.0) return end;
     return start + hit.t * (end - start);
 }

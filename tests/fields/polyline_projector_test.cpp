@@ -289,6 +289,15 @@ TEST(ArcLengthOf, IsThatOfTheVertexAtTheEndsOfASegment)
     }
 }
 
+TEST(ArcLengthOf, IsThatOfTheVertexBeforeAnInfiniteSegment)
+{
+    PolylineProjector const polyline({{0, 0, 0}, {2, 0, 0}, {1e200, 0, 0}, {0, 0, 0}}); // squares overflow
+    ASSERT_EQ(polyline.arcLengths[2], kInfinity);
+    EXPECT_EQ(sinew::arcLengthOf(polyline, {1, 0.0, {}}), 2.0);
+    EXPECT_EQ(sinew::arcLengthOf(polyline, {1, 1.0, {}}), kInfinity);
+    EXPECT_EQ(sinew::arcLengthOf(polyline, sinew::pointAtArcLength(polyline, 3.0)), 2.0); // no point is farther
+}
+
 TEST(ArcLengthOf, GrowsLinearlyAlongASegment)
 {
     EXPECT_EQ(sinew::arcLengthOf(bent(), closestPoint(bent(), {1.5, 2, 0})), 2.5);
