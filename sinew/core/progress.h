@@ -50,7 +50,8 @@ public:
     static constexpr double kDefaultInterval = 0.005;
 
     /// @param function  any object that can be called with a double and returns a bool; for a plain function its
-    ///                  address. A null pointer to a function is not allowed.
+    ///                  address. A null pointer to a function is not allowed; an empty std::function throws
+    ///                  std::bad_function_call.
     /// @param interval  the shortest time in seconds between two calls of it. If it is 0, negative or NaN, there is no
     ///                  limit: some calls of the library then tell thousands of fractions.
     template <typename Function,

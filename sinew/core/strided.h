@@ -50,16 +50,12 @@ struct Strided
     /// No elements.
     constexpr Strided() = default;
 
-    /// `stride` is in bytes, for instance the size of a vertex.
-    constexpr Strided(T* data_, std::size_t count_, std::size_t stride_)
+    /// `stride` is in bytes, for instance the size of a vertex. It may have any integer type.
+    template <typename Integer, typename = std::enable_if_t<std::is_integral_v<Integer>>>
+    constexpr Strided(T* data_, std::size_t count_, Integer stride_)
         : data(data_), count(count_), stride(static_cast<std::ptrdiff_t>(stride_))
     {
     }
-    constexpr Strided(T* data_, std::size_t count_, std::ptrdiff_t stride_)
-        : data(data_), count(count_), stride(stride_)
-    {
-    }
-    constexpr Strided(T* data_, std::size_t count_, int stride_) : data(data_), count(count_), stride(stride_) {}
 
     /// The same elements, only for reading.
     template <typename Other, typename = std::enable_if_t<std::is_same_v<Other const, T>>>
@@ -100,11 +96,13 @@ constexpr Strided<T> packed(T* data, std::size_t count, std::size_t components =
     return {data, count, components * sizeof(T)};
 }
 
-/// The numbers of a vector, one an element. The view is valid as long as pointers into the vector are.
-template <typename T>
-Strided<T const> packed(std::vector<T> const& numbers)
+/// The elements of a vector for reading, each of `components` numbers: 3 for positions, 2 for points of a plane.
+/// Numbers after the last whole element are left out. For writing use `packed(v.data(), ...)`. The view is valid as
+/// long as pointers into the vector are.
+template <typename T, typename Allocator>
+Strided<T const> packed(std::vector<T, Allocator> const& numbers, std::size_t components = 1)
 {
-    return packed(numbers.data(), numbers.size());
+    return packed(numbers.data(), numbers.size() / components, components);
 }
 
 /// The coordinates of `count` vectors, three numbers an element. `vectors` may be null if `count` is 0.
@@ -115,6 +113,10 @@ inline Strided<double const> coordinatesOf(::Vector3 const* vectors, std::size_t
 inline Strided<double> coordinatesOf(::Vector3* vectors, std::size_t count)
 {
     return {reinterpret_cast<double*>(vectors), count, sizeof(::Vector3)};
+}
+inline Strided<double const> coordinatesOf(std::nullptr_t, std::size_t count)
+{
+    return {static_cast<double const*>(nullptr), count, sizeof(::Vector3)};
 }
 
 /// A view of `float` or `double` numbers for reading, whose type is known at run time: any `Strided<float>` or

@@ -3,7 +3,6 @@
 #include <sinew/fields/implicit.h>
 
 #include <algorithm>
-#include <cstdint>
 
 #include <sinew/core/detail/batch_progress.h>
 #include <sinew/detail/element_count.h>
@@ -28,7 +27,7 @@ bool computeWithProgress(Implicit const& field, RealArray const& points, T* out,
                          Compute const& compute)
 {
     auto const finished = withProgress(progress, [&](ProgressMeter& meter) {
-        std::vector<T> results(elementCount<T>(static_cast<std::int64_t>(points.count)));
+        std::vector<T> results(elementCount<T>(points.count));
         forPartsWithProgress(points, partSize(field), meter,
                              [&](RealArray const& part, std::size_t first) { compute(part, results.data() + first); });
         meter.finish();

@@ -4,7 +4,6 @@
 #include <sinew/fields/polyline_set.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <vector>
 
 #include <sinew/core/detail/batch_progress.h>
@@ -23,7 +22,7 @@ template <typename Hit, typename Target>
 bool projectWithProgress(Target const& target, RealArray const& queries, Hit* hits, Progress const& progress)
 {
     auto const finished = withProgress(progress, [&](ProgressMeter& meter) {
-        std::vector<Hit> results(elementCount<Hit>(static_cast<std::int64_t>(queries.count)));
+        std::vector<Hit> results(elementCount<Hit>(queries.count));
         forPartsWithProgress(queries, kPart, meter, [&](RealArray const& part, std::size_t first) {
             projectMany(target, part, results.data() + first);
         });

@@ -3,7 +3,6 @@
 #include <sinew/fields/proximity_tester.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <memory>
 
 #include <sinew/core/detail/batch_progress.h>
@@ -22,7 +21,7 @@ constexpr std::size_t kPart = std::size_t{1} << 18; // points that take about a 
 bool testMany(ProximityTester const& tester, RealArray const& points, bool* results, Progress const& progress)
 {
     auto const finished = withProgress(progress, [&](ProgressMeter& meter) {
-        auto const own = std::make_unique<bool[]>(elementCount<bool>(static_cast<std::int64_t>(points.count)));
+        auto const own = std::make_unique<bool[]>(elementCount<bool>(points.count));
         forPartsWithProgress(points, kPart, meter, [&](RealArray const& part, std::size_t first) {
             testMany(tester, part, own.get() + first);
         });

@@ -3,7 +3,6 @@
 #include <sinew/fields/smooth_distance.h>
 
 #include <algorithm>
-#include <cstdint>
 
 #include <sinew/core/detail/batch_progress.h>
 #include <sinew/detail/element_count.h>
@@ -26,7 +25,7 @@ std::size_t partSize(std::size_t vertexCount)
 template <typename T>
 std::vector<T> resultsFor(T const* wanted, std::size_t count)
 {
-    return std::vector<T>(wanted ? elementCount<T>(static_cast<std::int64_t>(count)) : 0);
+    return std::vector<T>(wanted ? elementCount<T>(count) : 0);
 }
 
 template <typename T>

@@ -57,10 +57,10 @@ struct Location
 ///                 `extrapolateFlag` is not set; `Outside::excluded` gives that of `function.evaluate`.
 /// @return rule `none`, with all other members as initialised, exactly where that query returns false.
 ///
-/// `blend` of the entries of `values` with the location gives the bits of the query's value, and `blend` of
-/// `normaldots` gives the bits of its scalar. Ties, NaN and thresholds are those of the query. A weight may be below 0,
-/// by up to 1e-8 for rule `inside` and by any amount for the other rules. A point with a NaN coordinate has NaN
-/// weights.
+/// `blend` of the entries of `values` with the location gives the bits of the query's value. If the function has a
+/// scalar (`normaldots` is at least as long as `values`), `blend` of `normaldots` gives the bits of the query's scalar.
+/// Ties, NaN and thresholds are those of the query. A weight may be below 0, by up to 1e-8 for rule `inside` and by any
+/// amount for the other rules. A point with a NaN coordinate has NaN weights.
 ///
 /// Cost and guarantee are those of the query: std::bad_alloc is thrown only where `extrapolate` throws it.
 SINEW_API Location locate(MeshFunction2D const& function, tzNM::vect2<double> const& p,
@@ -74,7 +74,8 @@ SINEW_API Location locate(MeshFunction2D const& function, tzNM::vect2<double> co
 SINEW_API std::size_t locateMany(MeshFunction2D const& function, tzNM::vect2<double> const* points, std::size_t count,
                                  Location* locations, Outside outside = Outside::extrapolated);
 
-/// The same for points in an array of the host, with two coordinates an element.
+/// The same for points in an array of the host, with two coordinates an element; those of a vector of numbers are
+/// `packed(numbers, 2)`.
 SINEW_API std::size_t locateMany(MeshFunction2D const& function, RealArray const& points, Location* locations,
                                  Outside outside = Outside::extrapolated);
 
@@ -91,7 +92,8 @@ SINEW_API std::optional<std::size_t> locateMany(MeshFunction2D const& function, 
 /// Component c of the result is weights[1] * a1 + weights[2] * a2 + weights[0] * a0, summed in this order, where ak is
 /// attributes[stride * corners[k] + c].
 ///
-/// @param attributes  of all vertices that `facets` names. Those of vertex i begin at index stride * i.
+/// @param attributes  of all vertices that `facets` names. Those of vertex i begin at index stride * i. Must not be
+///                    null, unless the location has no triangle.
 /// @param components  numbers in an attribute: 3 for positions in space. May be 0.
 /// @param stride      numbers from one vertex to the next, at least `components`: 3 for packed positions, more if a
 ///                    vertex has other data, too.
@@ -108,8 +110,8 @@ SINEW_API bool blend(Location const& location, float const* attributes, std::siz
 /// `blend` for `count` locations, with the same bits.
 ///
 /// The result of locations[i] begins at out[outStride * i]; `outStride` is at least `components`. It is left unwritten
-/// where the location has no triangle. Returns the number of locations with a triangle. `locations` and `out` may be
-/// null if `count` is 0. The arrays must not overlap. Never throws.
+/// where the location has no triangle. Returns the number of locations with a triangle. All three arrays may be null if
+/// `count` is 0. The arrays must not overlap. Never throws.
 SINEW_API std::size_t blendMany(Location const* locations, std::size_t count, double const* attributes,
                                 std::size_t components, std::size_t stride, double* out, std::size_t outStride);
 SINEW_API std::size_t blendMany(Location const* locations, std::size_t count, float const* attributes,

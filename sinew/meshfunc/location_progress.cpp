@@ -3,7 +3,6 @@
 #include <sinew/meshfunc/location.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <vector>
 
 #include <sinew/core/detail/progress_meter.h>
@@ -21,7 +20,7 @@ std::optional<std::size_t> locateEach(MeshFunction2D const& function, Points con
                                       Outside outside, Progress const& progress)
 {
     return withProgress(progress, [&](ProgressMeter& meter) {
-        std::vector<Location> results(elementCount<Location>(static_cast<std::int64_t>(points.count)));
+        std::vector<Location> results(elementCount<Location>(points.count));
         std::size_t located = 0;
         visitWithProgress(function, points, meter, [&](std::size_t i, tzNM::vect2<double> const& p) {
             results[i] = locate(function, p, outside);

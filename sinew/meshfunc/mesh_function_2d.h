@@ -268,7 +268,8 @@ SINEW_API std::size_t evaluateMany(MeshFunction2D const& function, tzNM::vect2<d
 SINEW_API std::size_t extrapolateMany(MeshFunction2D const& function, tzNM::vect2<double> const* points,
                                       std::size_t count, tzNM::vect2<double>* values, float* scalars, bool* found);
 
-/// The same for points in an array of the host, with two coordinates an element.
+/// The same for points in an array of the host, with two coordinates an element; those of a vector of numbers are
+/// `packed(numbers, 2)`.
 SINEW_API std::size_t evaluateMany(MeshFunction2D const& function, RealArray const& points, tzNM::vect2<double>* values,
                                    float* scalars, bool* found);
 SINEW_API std::size_t extrapolateMany(MeshFunction2D const& function, RealArray const& points,
@@ -300,7 +301,8 @@ makeMeshFunction2D(std::vector<tzNM::vect2<double>> const& params, std::vector<t
 SINEW_API bool initEvaluatorHelper(MeshFunction2D& function, Progress const& progress);
 
 /// `function.eraseExtraTriangles(tester)` with progress. See `Progress`: false if the host has cancelled; the function
-/// is then as it was. Works on a copy of the vertices and triangles. Strong guarantee.
+/// is then as it was. Works on a copy of the vertices and triangles, so that pointers into the vectors of the function
+/// become invalid. Strong guarantee.
 SINEW_API bool eraseExtraTriangles(MeshFunction2D& function, EmptyRectTester const& tester, Progress const& progress);
 
 } // namespace sinew

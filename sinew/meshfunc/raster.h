@@ -66,7 +66,7 @@ SINEW_API std::size_t extrapolateRaster(MeshFunction2D const& function, Raster c
                                         tzNM::vect2<double>* values, float* scalars, bool* found);
 
 /// `locate` for the points of all pixels, with the same bits. `locations` receives the location of each pixel at index
-/// column + rowStride * row, also where there is none.
+/// column + rowStride * row, also where there is none; it may be null if there are no pixels.
 ///
 /// Returns the number of pixels whose rule is not `none`. Cost and guarantee are those of `evaluateRaster` for
 /// `Outside::excluded` and of `extrapolateRaster` for `Outside::extrapolated`.

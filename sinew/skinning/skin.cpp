@@ -12,6 +12,7 @@
 #include <cstring>
 #include <vector>
 
+#include <sinew/detail/element_count.h>
 #include <sinew/skinning/detail/raw_skinning.h>
 #include <sinew/skinning/detail/vertex_block.h>
 
@@ -438,7 +439,8 @@ std::size_t detail::skin(SkinInput const& input, SkinOutput const& output, Vecto
     bool const withNormals = input.normals.data && output.normals.data;
     std::size_t const count = commonCount(input, output, withNormals);
     if (count == 0) return 0;
-    std::vector<BoneColumns> bones(std::min<std::size_t>(input.boneCount, kNoBone - 1));
+    std::vector<BoneColumns> bones(
+        detail::elementCount<BoneColumns>(std::min<std::size_t>(input.boneCount, kNoBone - 1)));
     std::transform(input.bones, input.bones + bones.size(), bones.begin(), columnsOf);
     InfluenceArrays const influences(input.influences);
     if (withNormals) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <initializer_list>
 #include <limits>
 #include <string>
 
@@ -69,7 +71,7 @@ std::string statement(Finding<EntryFault> const& finding)
 class Refusal
 {
 public:
-    void add(EntryFault kind, std::vector<std::int64_t> indices, double value = 0.0)
+    void add(EntryFault kind, std::initializer_list<std::int64_t> indices, double value = 0.0)
     {
         for (Open& open : open_) {
             if (open.finding.kind != kind) continue;
@@ -78,7 +80,7 @@ public:
         }
         Open open = {{}, 1};
         open.finding.kind = kind;
-        open.finding.indices = std::move(indices);
+        open.finding.indices = indices;
         open.finding.value = value;
         open_.push_back(std::move(open));
     }
@@ -159,7 +161,7 @@ public:
 
     Refusal& refusal() { return refusal_; }
 
-    void reserve(std::size_t count) { entries_.reserve(detail::elementCount<Entry>(static_cast<std::int64_t>(count))); }
+    void reserve(std::uint64_t count) { entries_.reserve(detail::elementCount<Entry>(count)); }
 
     // @param position  of the entry in the arrays of the host
     void add(std::int64_t position, std::int64_t row, std::int64_t column, double value)
@@ -177,6 +179,7 @@ public:
     {
         if (!refusal_.isEmpty()) return refusal_.take();
         std::size_t const n = detail::asIndex(size_);
+        if (entries_.size() < n) return refuseMissingDiagonals();
         sortEntries(n);
         MatrixBuild result;
         result.matrix.rows.resize(n);
@@ -189,12 +192,27 @@ private:
     using Iterator = std::vector<Entry>::const_iterator;
     using Row = std::vector<std::pair<int, double>>;
 
+    static bool isBefore(Entry const& a, Entry const& b)
+    {
+        return a.row < b.row || (a.row == b.row && a.column() < b.column());
+    }
+
+    // With fewer entries than rows. Takes no memory for the rows, since a wrong size may be huge.
+    MatrixBuild refuseMissingDiagonals()
+    {
+        std::stable_sort(entries_.begin(), entries_.end(), isBefore);
+        Row row;
+        auto next = entries_.cbegin();
+        for (int i = 0; i < size_; ++i) {
+            row.clear();
+            next = fillRow(i, next, row);
+        }
+        return refusal_.take();
+    }
+
     // Sorts by row, then by column. Entries of the same place stay in their order.
     void sortEntries(std::size_t n)
     {
-        auto const isBefore = [](Entry const& a, Entry const& b) {
-            return a.row < b.row || (a.row == b.row && a.column() < b.column());
-        };
         // Compressed arrays of one triangle are often sorted already.
         if (std::is_sorted(entries_.begin(), entries_.end(), isBefore)) return;
         entries_ = sortedBy(entries_, n, [](Entry const& entry) { return entry.column(); });
@@ -246,12 +264,19 @@ std::size_t elementsOf(Array const& array)
     return array.data ? array.count : 0;
 }
 
-template <typename Array>
-void checkElements(Array const& array, std::size_t needed, Refusal& refusal)
+// A number of elements as a finding shows it.
+std::int64_t shown(std::uint64_t count)
 {
-    std::size_t const count = elementsOf(array);
-    if (count >= needed) return;
-    refusal.add(EntryFault::shortArray, {static_cast<std::int64_t>(needed), static_cast<std::int64_t>(count)});
+    constexpr std::uint64_t kGreatest = std::numeric_limits<std::int64_t>::max();
+    return static_cast<std::int64_t>(std::min(count, kGreatest));
+}
+
+// The segments may need more elements than fit into memory where addresses have 32 bits.
+template <typename Array>
+void checkElements(Array const& array, std::uint64_t needed, Refusal& refusal)
+{
+    std::uint64_t const count = elementsOf(array);
+    if (count < needed) refusal.add(EntryFault::shortArray, {shown(needed), shown(count)});
 }
 
 // The entries of one compressed row or column.
@@ -279,13 +304,13 @@ struct Compressed
     }
 
     // The number of entries of all segments. If one is malformed, or if an array is too short, it is refused.
-    std::size_t checkSegments(Refusal& refusal) const
+    std::uint64_t checkSegments(Refusal& refusal) const
     {
         std::size_t const n = detail::asIndex(size);
         checkElements(starts, n > 0 ? n + 1 : 0, refusal);
         if (elementsOf(lengths) > 0) checkElements(lengths, n, refusal);
         if (!refusal.isEmpty()) return 0;
-        std::size_t count = 0, end = 0;
+        std::uint64_t count = 0, end = 0;
         for (std::size_t s = 0; s < n; ++s) {
             Segment const range = segment(s);
             std::int64_t const next = integerAt(starts, s + 1);
@@ -295,8 +320,8 @@ struct Compressed
             } else if (range.end > next) {
                 refusal.add(EntryFault::overlongSegment, {position, range.end, next});
             } else if (range.end > range.begin) {
-                count += static_cast<std::size_t>(range.end - range.begin);
-                end = std::max(end, static_cast<std::size_t>(range.end));
+                count += static_cast<std::uint64_t>(range.end - range.begin);
+                end = std::max(end, static_cast<std::uint64_t>(range.end));
             }
         }
         if (!refusal.isEmpty()) return 0;
@@ -324,7 +349,7 @@ MatrixBuild fromCompressed(Compressed const& arrays, MirroredPairs mirrored, boo
     Assembly assembly(arrays.size, mirrored);
     Refusal& refusal = assembly.refusal();
     if (!checkSize(arrays.size, refusal)) return refusal.take();
-    std::size_t const count = arrays.checkSegments(refusal);
+    std::uint64_t const count = arrays.checkSegments(refusal);
     if (!refusal.isEmpty()) return refusal.take();
     assembly.reserve(count);
     arrays.forEach([&](std::int64_t position, std::int64_t segment, std::int64_t index, double value) {

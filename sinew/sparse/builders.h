@@ -38,7 +38,7 @@ enum class MirroredPairs
 /// Why arrays were refused. A refusal has at most one finding of each kind: for the first entry that has this fault.
 ///
 /// `indices` hold the entry as {position in the arrays, row, column}, unless stated otherwise. `value` is its value.
-/// "Segment" means the entries of one compressed row or column.
+/// "Segment" means the entries of one compressed row or column. An unsigned index above 2^63 - 1 appears as 2^63 - 1.
 enum class EntryFault
 {
     sizeOutOfRange,   ///< The number of rows is negative, or does not fit an int. `indices` hold it.
@@ -136,6 +136,15 @@ SINEW_API MatrixBuild fromCsc(std::int64_t size, IntegerArray const& starts, Int
 
 namespace detail {
 
+/// An end of segments as a number of elements: 0 for a negative one, and at most what an object can have.
+template <typename Index>
+std::size_t asCount(Index end)
+{
+    if (!(end > 0)) return 0;
+    auto const count = static_cast<std::uint64_t>(end);
+    return static_cast<std::size_t>(count < PTRDIFF_MAX ? count : PTRDIFF_MAX);
+}
+
 /// The refusal of a matrix that is not square.
 SINEW_API MatrixBuild refuseShape(std::int64_t rows, std::int64_t columns);
 
@@ -180,11 +189,10 @@ MatrixBuild fromSparse(Matrix const& matrix, MirroredPairs mirrored)
     auto const size = static_cast<std::int64_t>(matrix.rows());
     auto const columns = static_cast<std::int64_t>(matrix.cols());
     if (size != columns) return detail::refuseShape(size, columns);
-    auto const* const starts = matrix.outerIndexPtr();
+    auto const* const starts = matrix.outerIndexPtr(); // null for a vector
     auto const* const lengths = matrix.innerNonZeroPtr();
     std::size_t const rowCount = size > 0 ? static_cast<std::size_t>(size) : 0;
-    std::size_t const entryCount =
-        rowCount > 0 && starts[rowCount] > 0 ? static_cast<std::size_t>(starts[rowCount]) : 0;
+    std::size_t const entryCount = starts && rowCount > 0 ? detail::asCount(starts[rowCount]) : 0;
     auto const build = detail::IsStoredByRows<Matrix>::value ? fromCsr : fromCsc;
     return build(size, packed(starts, starts ? rowCount + 1 : 0), packed(matrix.innerIndexPtr(), entryCount),
                  packed(matrix.valuePtr(), entryCount), mirrored, packed(lengths, lengths ? rowCount : 0));

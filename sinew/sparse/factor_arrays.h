@@ -52,9 +52,9 @@ struct TripletFactor
 
 /// The entries of a factor, read from `factor.rows`, `diag` and `perm`. The bits of the values do not change.
 ///
-/// Empty if there is no factor, and if the fields of an `LLTMatrix` differ in size or hold a column that is not below
-/// its row. `toCsc` is also empty if L has more entries than an int can count. Linear in the number of entries. Strong
-/// guarantee.
+/// Empty if there is no factor, and if `rows`, `diag` and `perm` of an `LLTMatrix` differ in size or `rows` holds a
+/// column that is not below its row. `Mt` is not read. `toCsc` is also empty if L has more entries than an int can
+/// count. Linear in the number of entries. Strong guarantee.
 SINEW_API CscFactor<int> toCsc(LLTMatrix const& factor);
 SINEW_API CscFactor<int> toCsc(CompactFactor const& factor);
 

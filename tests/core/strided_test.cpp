@@ -66,6 +66,19 @@ TEST(Strided, AStrideMayBeNegativeOrZero)
     EXPECT_EQ(Strided<double const>(numbers, 1000, 0).get(999), 1.0);
 }
 
+TEST(Strided, AStrideMayHaveAnyIntegerType)
+{
+    float const numbers[] = {1, 2, 3, 4, 5, 6};
+    auto const second = [&numbers](auto stride) { return Strided<float const>(numbers, 2, stride).get(1); };
+    EXPECT_EQ(second(std::uint8_t{12}), 4.0f);
+    EXPECT_EQ(second(std::int16_t{12}), 4.0f);
+    EXPECT_EQ(second(std::uint32_t{12}), 4.0f);
+    EXPECT_EQ(second(12L), 4.0f);
+    EXPECT_EQ(second(12LL), 4.0f);
+    EXPECT_EQ(second(12ULL), 4.0f);
+    EXPECT_EQ(second(3 * sizeof(float)), 4.0f);
+}
+
 TEST(Strided, BecomesAnArrayForReading)
 {
     static_assert(std::is_convertible_v<Strided<float>, Strided<float const>>);
@@ -85,6 +98,7 @@ TEST(Strided, CoordinatesOfVectorsHaveThreeNumbers)
     sinew::coordinatesOf(vectors.data(), vectors.size()).set(0, 1, 7.0);
     EXPECT_EQ(vectors[0], Vector3(1, 7, 3));
     EXPECT_EQ(sinew::coordinatesOf(static_cast<Vector3 const*>(nullptr), 0).count, 0u);
+    EXPECT_EQ(sinew::coordinatesOf(nullptr, 0).count, 0u);
 }
 
 TEST(Strided, PackedArraysHaveNoGaps)
@@ -96,6 +110,9 @@ TEST(Strided, PackedArraysHaveNoGaps)
     EXPECT_EQ(points.count, 2u);
     EXPECT_EQ(points.get(1, 2), 6.0f);
     EXPECT_EQ(sinew::packed(std::vector<int>()).count, 0u);
+    EXPECT_EQ(sinew::packed(numbers, 2).count, 3u);
+    EXPECT_EQ(sinew::packed(numbers, 2).get(2, 1), 6.0f);
+    EXPECT_EQ(sinew::packed(numbers, 4).count, 1u) << "numbers after the last whole element are left out";
 }
 
 namespace {

@@ -9,6 +9,7 @@
 
 #include "sparse/matrices.h"
 #include "support/bits.h"
+#include "support/failing_new.h"
 #include "support/random.h"
 
 #ifdef SINEW_TEST_EIGEN
@@ -423,6 +424,41 @@ TEST(FromCompressed, RefusesShortArraysAndReadsNothingBeyondThem)
     expectRefusal(build(3, 3, 3, 1), EntryFault::shortArray, {2, 1}, "An array has 1 elements, and 2 are needed.");
 }
 
+TEST(FromCompressed, RefusesSegmentsBeyondAllMemory)
+{
+    // Where addresses have 32 bits, these ends must not wrap.
+    std::int64_t const end = (std::int64_t{1} << 32) + 1;
+    std::vector<std::int64_t> const starts = {0, end};
+    std::vector<int> const indices = {0};
+    std::vector<double> const values = {1.0};
+    MatrixBuild const build = fromCsr(1, packed(starts), packed(indices), packed(values), MirroredPairs::once);
+    ASSERT_EQ(build.findings.size(), 1U) << build.text();
+    EXPECT_EQ(build.findings[0].kind, EntryFault::shortArray);
+    EXPECT_EQ(build.findings[0].indices, (std::vector<std::int64_t>{end, 1}));
+}
+
+TEST(FromTriplets, RefusesAHugeSizeWithoutMemoryForItsRows)
+{
+    std::int64_t const rows = 5000000; // 120 MB of rows
+    long long const before = test::allocatedBytes();
+    expectRefusal(fromTriplets(rows, {{0, 0, 1.0}, {7, 3, 1.0}}), EntryFault::missingDiagonal, {1},
+                  "Row 1 has no diagonal entry; 4999998 others have the same fault.");
+    EXPECT_LT(test::allocatedBytes() - before, 100000);
+}
+
+TEST(FromTriplets, CountsBeyondAllMemoryAreRefusedOrMemoryThatRunsOut)
+{
+    std::size_t const huge = std::numeric_limits<std::size_t>::max();
+    int const zero = 0;
+    double const one = 1.0;
+    Strided<int const> const all(&zero, huge, 0); // a stride of 0: all elements are the same
+    MatrixBuild const build = fromTriplets(1, all, Strided<int const>(&zero, 3, 0), packed(&one, 1));
+    ASSERT_EQ(build.findings.size(), 1U);
+    EXPECT_EQ(build.findings[0].kind, EntryFault::shortArray);
+    EXPECT_GT(build.findings[0].indices[0], 3);
+    EXPECT_THROW(fromTriplets(1, all, all, Strided<double const>(&one, huge, 0)), std::bad_alloc);
+}
+
 TEST(FromCompressed, NamesTheEntryByItsPositionAndItsPlace)
 {
     int const starts[] = {0, 1, 3};
@@ -441,6 +477,16 @@ TEST(FromSparse, AcceptsATypeByItsInterface)
     ASSERT_TRUE(build.succeeded()) << build.text();
     EXPECT_EQ(build.matrix.rows, (SPDMatrix{}.rows = {{{0, 2.0}}, {{0, -1.0}, {1, 2.5}}}));
     EXPECT_FALSE(sinew::detail::LooksLikeEigenSparse<std::vector<double>>::value);
+}
+
+TEST(FromSparse, RefusesATypeWithoutStarts)
+{
+    struct Vector : HostMatrix
+    {
+        std::uint64_t const* outerIndexPtr() const { return nullptr; }
+    };
+    expectRefusal(sinew::fromSparse(Vector(), MirroredPairs::summed), EntryFault::shortArray, {3, 0},
+                  "An array has 0 elements, and 3 are needed.");
 }
 
 TEST(FromSparse, RefusesAMatrixThatIsNotSquare)

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include <sinew/detail/as_index.h>
+#include <sinew/detail/element_count.h>
 #include <sinew/meshfunc/detail/mesh_search.h>
 
 namespace sinew::detail {
@@ -11,7 +11,7 @@ namespace sinew::detail {
 RasterAxis::RasterAxis(MeshFunction2D const& f, int axis, double origin, double step, int count)
     : isDescending_(step < 0), perStep_(1 / std::fabs(step))
 {
-    points_.reserve(asIndex(count));
+    points_.reserve(elementCount<double>(count));
     for (int i = 0; i < count; ++i) {
         double const c = rasterCoordinate(origin, step, i);
         points_.push_back(c);

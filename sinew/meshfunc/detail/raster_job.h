@@ -16,6 +16,7 @@
 #include <sinew/core/detail/progress_meter.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/detail/dispatch.h>
+#include <sinew/detail/element_count.h>
 #include <sinew/meshfunc/detail/mesh_search.h>
 #include <sinew/meshfunc/detail/raster_axis.h>
 #include <sinew/meshfunc/detail/raster_tile.h>
@@ -91,10 +92,10 @@ private:
                 if (list && !isDense(list, {columns.pixels, rows.pixels})) longest = std::max(longest, list->size());
             }
         }
-        triangles_.records.reserve(longest);
-        triangles_.boxes.reserve(longest);
-        inBand_.reserve(longest);
-        inTile_.reserve(longest);
+        triangles_.records.reserve(elementCount<PreparedTriangle>(longest));
+        triangles_.boxes.reserve(elementCount<PixelBox>(longest));
+        inBand_.reserve(elementCount<std::size_t>(longest));
+        inTile_.reserve(elementCount<std::size_t>(longest));
     }
 
     void searchPixels(PixelBox const& pixels)
@@ -114,7 +115,7 @@ private:
         PixelBox tile = pixels;
         for (tile.rows.first = pixels.rows.first; tile.rows.first < pixels.rows.last;
              tile.rows.first = tile.rows.last) {
-            tile.rows.last = std::min(tile.rows.first + RasterTile::kRows, pixels.rows.last);
+            tile.rows.last = tile.rows.first + std::min(RasterTile::kRows, pixels.rows.last - tile.rows.first);
             inBand_.clear();
             for (std::size_t i = 0; i < triangles_.boxes.size(); ++i) {
                 if (overlap(triangles_.boxes[i].rows, tile.rows)) inBand_.push_back(i);
@@ -122,7 +123,7 @@ private:
             PixelRange& columns = tile.columns;
             for (columns.first = pixels.columns.first; columns.first < pixels.columns.last;
                  columns.first = columns.last) {
-                columns.last = std::min(columns.first + RasterTile::kColumns, pixels.columns.last);
+                columns.last = columns.first + std::min(RasterTile::kColumns, pixels.columns.last - columns.first);
                 drawTile(tile);
             }
         }
