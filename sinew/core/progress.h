@@ -1,7 +1,7 @@
 #pragma once
 
 /// Progress and cancelling. Calls that can take longer than a tenth of a second have a form with a `sinew::Progress` as
-/// the last argument: a function of the host that is told how much is done, and answers whether to go on.
+/// the last argument: a function of the host that receives the fraction done, and returns whether to go on.
 ///
 ///     auto const report = [&](double fraction) {
 ///         bar.show(fraction);
@@ -20,7 +20,7 @@ namespace sinew {
 /// A function of the host that a long call tells its progress, and that answers whether to go on.
 ///
 /// **The function** is called with a fraction in [0, 1], never NaN, and returns true to go on and false to cancel. The
-/// fractions of one call never fall. The last one of a call that finishes is 1; it is told once, after all work and
+/// fractions of one call never fall. The last one of a call that finishes is 1; it is reported once, after all work and
 /// before the first output is written. The fraction is an estimate of the part of the work that is done; it need not
 /// grow evenly with time.
 ///
@@ -69,27 +69,27 @@ public:
     /// The shortest time between two calls of the function, in seconds.
     double interval() const { return interval_; }
 
-    /// The progress of one of several calls that together are one job of the host: a fraction f of that call is told as
-    /// begin + f * (end - begin), and as exactly `end` where f is 1. Both are clamped to [0, 1], NaN to 0, and `end` to
-    /// at least `begin`. Parts of parts are allowed.
+    /// The progress of one of several calls that together are one job of the host: a fraction f of that call is
+    /// reported as begin + f * (end - begin), and as exactly `end` where f is 1. Both are clamped to [0, 1], NaN to 0,
+    /// and `end` to at least `begin`. Parts of parts are allowed.
     Progress part(double begin, double end) const
     {
         Progress result = *this;
-        result.begin_ = told(clamped(begin));
-        result.end_ = told(clamped(end));
+        result.begin_ = inPart(clamped(begin));
+        result.end_ = inPart(clamped(end));
         if (result.end_ < result.begin_) result.end_ = result.begin_;
         return result;
     }
 
     /// Tells the function a fraction, clamped to [0, 1], NaN to 0, without any limit of time; returns its answer. For
     /// work that the host does itself between calls of the library.
-    bool operator()(double fraction) const { return call_(function_, told(clamped(fraction))); }
+    bool operator()(double fraction) const { return call_(function_, inPart(clamped(fraction))); }
 
 private:
     static double clamped(double fraction) { return !(fraction > 0) ? 0.0 : fraction < 1 ? fraction : 1.0; }
 
     // Rounding must not carry a fraction beyond the end, since the next part begins there.
-    double told(double fraction) const
+    double inPart(double fraction) const
     {
         double const result = begin_ + fraction * (end_ - begin_);
         return fraction < 1 && result < end_ ? result : end_;

@@ -63,7 +63,7 @@ std::vector<double> solve(std::vector<Vector3> const& centres, std::vector<doubl
     }
     // The system is singular or not finite. The result is then defined by the partly reduced matrix that the
     // elimination of dense_matrix.h leaves. The braces above release the memory of the first attempt.
-    if (meter) meter->beginPhase(meter->told(), 1.0);
+    if (meter) meter->beginPhase(meter->reported(), 1.0);
     matrix<double> system(size, size);
     fillImplicitSystem(centres, system);
     auto const tellColumn = [&](int column) {

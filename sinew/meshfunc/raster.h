@@ -75,7 +75,7 @@ SINEW_API std::size_t locateRaster(MeshFunction2D const& function, Raster const&
 
 /// The same with progress. See `Progress`: the value is empty if the host has cancelled. The results are computed in
 /// memory of their own, 21 bytes a pixel for all outputs of a function and 64 for a location, and copied at the end.
-/// Strong guarantee. The progress is told tile by tile, and row by row where pixels are searched for by themselves.
+/// Strong guarantee. The progress is reported tile by tile, and row by row where pixels are searched for by themselves.
 SINEW_API std::optional<std::size_t> evaluateRaster(MeshFunction2D const& function, Raster const& raster,
                                                     tzNM::vect2<double>* values, float* scalars, bool* found,
                                                     Progress const& progress);

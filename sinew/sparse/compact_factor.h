@@ -139,7 +139,7 @@ public:
     SINEW_API bool solveMany(double* b, std::size_t columnCount, std::size_t stride) const;
 
     /// Both with progress. See `Progress`: the value is empty if the host has cancelled. The solutions are computed in
-    /// memory of their own and copied at the end. The progress is told before each group of eight.
+    /// memory of their own and copied at the end. The progress is reported before each group of eight.
     SINEW_API std::optional<bool> solveMany(std::vector<std::vector<double>>& rightHandSides,
                                             Progress const& progress) const;
     SINEW_API std::optional<bool> solveMany(double* b, std::size_t columnCount, std::size_t stride,
@@ -191,7 +191,7 @@ private:
     std::unique_ptr<State> state_;
 };
 
-/// `CompactFactor(matrix)` with progress. See `Progress`. The ordering and the analysis are told as the first 15
+/// `CompactFactor(matrix)` with progress. See `Progress`. The ordering and the analysis count as the first 15
 /// percent.
 SINEW_API std::optional<CompactFactor> makeCompactFactor(SPDMatrix const& matrix, Progress const& progress);
 

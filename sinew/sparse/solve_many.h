@@ -23,7 +23,7 @@ namespace sinew {
 SINEW_API bool solveMany(LLTMatrix const& factor, std::vector<std::vector<double>>& rightHandSides);
 
 /// The same with progress. See `Progress`: the value is empty if the host has cancelled. The solutions are computed in
-/// memory of their own and copied at the end. The progress is told before each group of eight.
+/// memory of their own and copied at the end. The progress is reported before each group of eight.
 SINEW_API std::optional<bool> solveMany(LLTMatrix const& factor, std::vector<std::vector<double>>& rightHandSides,
                                         Progress const& progress);
 

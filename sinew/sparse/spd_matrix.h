@@ -84,7 +84,7 @@ namespace sinew {
 /// `matrix.computePerm()` with progress. See `Progress`.
 SINEW_API std::optional<std::vector<int>> computePerm(SPDMatrix const& matrix, Progress const& progress);
 
-/// `matrix.factor()` with progress. See `Progress`. The ordering and the analysis are told as the first 15 percent.
+/// `matrix.factor()` with progress. See `Progress`. The ordering and the analysis count as the first 15 percent.
 SINEW_API std::optional<LLTMatrix> factor(SPDMatrix const& matrix, Progress const& progress);
 
 } // namespace sinew

@@ -141,7 +141,7 @@ TEST(ProgressMeter, MapsStepsAndPhasesToTheWholeCall)
     meter.reached(0.5);
     meter.beginPhase(0.5, 1.0);
     meter.reached(0.5);
-    EXPECT_EQ(meter.told(), 0.875);
+    EXPECT_EQ(meter.reported(), 0.875);
     meter.finish();
     EXPECT_EQ(host.told, (std::vector<double>{0.125, 0.5, 0.625, 0.75, 0.875, 1.0}));
 }

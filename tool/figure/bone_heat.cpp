@@ -22,7 +22,7 @@ namespace {
 
 constexpr double kEquallyNear = 1e-4; // relative difference of distances up to which bones count as equally near
 constexpr double kClosest = 1e-3;     // relative to the surface's size: smaller distances to a bone are raised to it
-constexpr double kFactoring = 0.7;    // of the work that `show` is told; the solutions are the rest
+constexpr double kFactoring = 0.7;    // of the work that `show` receives; the solutions are the rest
 constexpr double kSmallestClosest = 1e-300; // for a surface without extent: no division by zero
 
 class HeatProblem

@@ -59,7 +59,7 @@ struct BoneHeat
 /// Source: I. Baran, J. Popovic, Automatic Rigging and Animation of 3D Characters, SIGGRAPH 2007, section 4. The paper
 /// ignores bones that are hidden from a vertex; here the nearest bone counts even if it is hidden.
 ///
-/// `show`, if there is one, is told how much of the factorisation and of the solutions is done, in [0, 1].
+/// `show`, if there is one, receives the part of the factorisation and of the solutions that is done, in [0, 1].
 BoneHeat boneHeat(std::vector<Vector3> const& positions, std::vector<Triangle> const& triangles,
                   Skeleton const& skeleton, std::function<void(double)> const& show = nullptr);
 

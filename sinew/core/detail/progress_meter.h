@@ -44,8 +44,8 @@ public:
         reached(0.0);
     }
 
-    /// The last fraction of the whole call that the host was told.
-    double told() const { return told_; }
+    /// The last fraction of the whole call that the host received.
+    double reported() const { return reported_; }
 
     /// Tells the fraction of the current phase that is done, if the interval has passed. NaN counts as no progress.
     /// Takes about as long as reading the clock. Throws `Cancelled`, and what the host's function throws.
@@ -55,8 +55,8 @@ public:
         if (elapsed.count() < progress_.interval()) return;
         double const inStep = begin_ + fraction * (end_ - begin_);
         double const whole = stepBegin_ + inStep * (stepEnd_ - stepBegin_);
-        if (whole > told_) told_ = whole < kLargest ? whole : kLargest;
-        tell(told_);
+        if (whole > reported_) reported_ = whole < kLargest ? whole : kLargest;
+        tell(reported_);
         last_ = Clock::now(); // the time that the host takes does not count
     }
 
@@ -78,7 +78,7 @@ private:
     double stepEnd_ = 1.0;
     double begin_ = 0.0;
     double end_ = 1.0;
-    double told_ = 0.0;
+    double reported_ = 0.0;
 };
 
 /// The fraction `done` of `total`, for counts.

@@ -52,7 +52,7 @@ public:
     ///
     /// After another outcome than `inverted` the entries have no meaning. The defined result is then the partly reduced
     /// matrix, which `inverseByElimination` computes from the original one. About 2 n^3 operations.
-    /// @param meter  is told the progress; may be null
+    /// @param meter  receives the progress; may be null
     Outcome invert(VectorWidth width = widestVectors(), ProgressMeter* meter = nullptr);
 
     /// The column of the zero pivot, counted from 0; -1 if there was none.

@@ -27,7 +27,7 @@ inline double cubeOfDistance(Vector3 const& a, Vector3 const& b)
 /// Row i < n is the interpolation condition at centre i. Rows n to n + 3 are those of 1, x, y and z.
 ///
 /// @tparam Matrix  any type with element access `system(i, j)`.
-/// @param meter    is told the progress; may be null
+/// @param meter    receives the progress; may be null
 template <typename Matrix>
 void fillImplicitSystem(std::vector<Vector3> const& centres, Matrix& system, ProgressMeter* meter = nullptr)
 {

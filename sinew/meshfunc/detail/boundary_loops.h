@@ -26,7 +26,7 @@ struct BoundaryLoop
 /// Triangles that name a vertex outside [0, vertexCount) do not take part. Linear cost, plus the sorting of the edges
 /// at each vertex. There must be fewer than 2^31 triangles.
 ///
-/// @param meter  is told the progress; may be null
+/// @param meter  receives the progress; may be null
 std::vector<BoundaryLoop> boundaryLoops(std::vector<int> const& facets, std::size_t vertexCount,
                                         ProgressMeter* meter = nullptr);
 

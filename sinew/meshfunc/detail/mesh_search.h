@@ -30,7 +30,7 @@ struct MeshFunctionAccess
     static LoopBoxes const* loopBoxes(MeshFunction2D const& f) { return f.loopBoxes_.get(); }
 
     /// `MeshFunction2D::initEvaluatorHelper`, `initBoundaries` and `eraseExtraTriangles`.
-    /// @param meter  is told the progress; may be null. If it throws, the function is as after a failed allocation.
+    /// @param meter  receives the progress; may be null. If it throws, the function is as after a failed allocation.
     static void initEvaluatorHelper(MeshFunction2D* f, ProgressMeter* meter);
     static void initBoundaries(MeshFunction2D* f, ProgressMeter* meter);
     static void eraseExtraTriangles(MeshFunction2D* f, EmptyRectTester const& tester, ProgressMeter* meter);

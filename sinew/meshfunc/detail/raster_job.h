@@ -34,7 +34,7 @@ template <typename Sink>
 class RasterJob
 {
 public:
-    /// @param meter  is told the progress; may be null
+    /// @param meter  receives the progress; may be null
     RasterJob(MeshFunction2D const& f, Raster const& raster, VectorWidth width, Sink& sink, ProgressMeter* meter)
         : f_(f), columns_(f, 0, raster.origin.x, raster.step.x, raster.width),
           rows_(f, 1, raster.origin.y, raster.step.y, raster.height), width_(width), sink_(sink), meter_(meter),

@@ -15,7 +15,7 @@ class ProgressMeter;
 
 /// `evaluateRaster` or `extrapolateRaster`.
 /// @param width  at most `widestVectors()`
-/// @param meter  is told the progress; may be null
+/// @param meter  receives the progress; may be null
 std::size_t valuesOnRaster(MeshFunction2D const& f, Raster const& raster, Outside outside, tzNM::vect2<double>* values,
                            float* scalars, bool* found, VectorWidth width, ProgressMeter* meter = nullptr);
 

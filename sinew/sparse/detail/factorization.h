@@ -32,7 +32,7 @@ class Factorization
 public:
     /// @param rows  well-formed
     /// @param perm  for each row its position in the elimination order
-    /// @param meter  is told the progress; may be null
+    /// @param meter  receives the progress; may be null
     Factorization(SparseRows const& rows, std::vector<int> perm, FactorMethod method = FactorMethod::automatic,
                   ProgressMeter* meter = nullptr);
 
@@ -58,7 +58,7 @@ public:
 
     /// Factors a matrix of the same pattern. `factor.perm` of the result is set.
     /// @param width  at most `widestVectors()`; the bits do not depend on it
-    /// @param meter  is told the progress; may be null
+    /// @param meter  receives the progress; may be null
     NumericResult factor(SparseRows const& rows, VectorWidth width = widestVectors(),
                          ProgressMeter* meter = nullptr) const;
 

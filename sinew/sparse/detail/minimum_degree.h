@@ -20,13 +20,13 @@ int defaultDenseDegree(int nodeCount);
 /// @param denseDegree  Nodes with more neighbours than this are dense: the elimination of a neighbour does not update
 ///                     their lists and degrees. Must not be negative. The result does not depend on it, only the
 ///                     time. Tests vary it.
-/// @param meter        is told the progress; may be null
+/// @param meter        receives the progress; may be null
 ///
 /// Memory is proportional to the graph. The source describes the algorithm and names its literature.
 std::vector<int> minimumDegree(Graph graph, int denseDegree, ProgressMeter* meter = nullptr);
 
 /// The ordering of a matrix. Empty if it is malformed or has no rows.
-/// @param meter  is told the progress; may be null
+/// @param meter  receives the progress; may be null
 std::vector<int> orderingOf(SparseRows const& rows, ProgressMeter* meter = nullptr);
 
 } // namespace sinew::detail

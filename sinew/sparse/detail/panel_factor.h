@@ -48,7 +48,7 @@ PanelWork loadPanels(PanelPlan const& plan, SparseRows const& rows, std::vector<
 /// Replaces the loaded matrix by its factor. Allocates nothing. Returns the position of the first pivot that is zero or
 /// negative, where it stops, or -1.
 /// @param width  at most `widestVectors()`; the bits do not depend on it
-/// @param meter  is told the progress; may be null
+/// @param meter  receives the progress; may be null
 int factorInPlace(PanelWork const& work, VectorWidth width, ProgressMeter* meter = nullptr);
 
 /// Sets the lists `rows` and `Mt` of the result, which must be empty, to the factor in `values`.

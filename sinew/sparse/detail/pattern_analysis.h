@@ -20,7 +20,7 @@ struct PatternAnalysis
 
     /// @param rows  well-formed
     /// @param perm  for each row its position in the elimination order
-    /// @param meter  is told the progress; may be null
+    /// @param meter  receives the progress; may be null
     PatternAnalysis(SparseRows const& rows, std::vector<int> perm, FactorMethod method = FactorMethod::automatic,
                     ProgressMeter* meter = nullptr);
 

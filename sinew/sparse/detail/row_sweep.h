@@ -34,7 +34,7 @@ public:
     std::int64_t bytes() const;
 
     /// @param rows  well-formed, of the pattern that this object and the slots were made for
-    /// @param meter  is told the progress; may be null
+    /// @param meter  receives the progress; may be null
     NumericResult factor(SparseRows const& rows, std::vector<int> const& perm, EntrySlots const& slots,
                          ProgressMeter* meter = nullptr) const;
 
