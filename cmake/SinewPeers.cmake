@@ -4,7 +4,7 @@
 #
 # Each peer that is installed becomes the interface target sinew_peer_<name>, which carries its headers and libraries:
 #   benches and tests  eigen imath pugixml
-#   tests              glm
+#   tests              glm gmp
 #   benches            cgal embree nanoflann suitesparse
 #   tests, benches and figures  mpfr
 
@@ -70,6 +70,14 @@ endif()
 
 if(SINEW_TESTS)
   sinew_find_package_peer(glm glm::glm glm)
+
+  # Exact rational numbers, through the classes for C++.
+  find_path(SINEW_GMP_INCLUDE gmpxx.h)
+  find_library(SINEW_GMP_LIBRARY gmp)
+  find_library(SINEW_GMPXX_LIBRARY gmpxx)
+  if(SINEW_GMP_INCLUDE AND SINEW_GMP_LIBRARY AND SINEW_GMPXX_LIBRARY)
+    sinew_add_peer(gmp INCLUDES "${SINEW_GMP_INCLUDE}" LIBRARIES "${SINEW_GMPXX_LIBRARY}" "${SINEW_GMP_LIBRARY}")
+  endif()
 endif()
 
 if(SINEW_BENCH)

@@ -66,7 +66,7 @@ public:
     {
         ClassDesc desc;
         desc.add("label", &Thing::label);
-        desc.add("position", &Thing::position);
+        sinew::addExact(desc, "position", &Thing::position); // with all its bits; `add` would keep six digits
         return new CompositeField(name, desc);
     }
 };
@@ -133,7 +133,7 @@ Lamp readingLamp()
 {
     Lamp lamp;
     lamp.label = "reading lamp <by the sofa>";
-    lamp.position = {1.5, 0, -2};
+    lamp.position = {1.0 / 3, 0, -2};
     lamp.lit = true;
     lamp.watts = 9;
     lamp.serial = 18446744073709551615ull;
@@ -169,8 +169,9 @@ int main()
     sinew::writeDocument(again, *loaded, "Lamp");
     tzNM::vect2<double> value;
     bool const same = again.str() == document.str() && loaded->label == lamp.label && loaded->serial == lamp.serial &&
-                      loaded->hours == lamp.hours && loaded->shades.at(1).tint.blue == 160 &&
-                      loaded->days == lamp.days && loaded->pattern.evaluate({0.25, 0.25}, &value, nullptr);
+                      loaded->hours == lamp.hours && loaded->position == lamp.position &&
+                      loaded->shades.at(1).tint.blue == 160 && loaded->days == lamp.days &&
+                      loaded->pattern.evaluate({0.25, 0.25}, &value, nullptr);
 
     // A document that cannot be read is refused with a message that gives line and column.
     std::istringstream damaged("<Lamp>\n  <watts>nine</watts>\n</Lamp>");

@@ -8,12 +8,14 @@
 #include <string>
 #include <utility>
 
+#include <sinew/meshfunc/extrapolate_anywhere.h>
 #include <sinew/meshfunc/location.h>
 #include <sinew/meshfunc/mesh_diagnosis.h>
 #include <sinew/meshfunc/mesh_function_2d.h>
 #include <sinew/meshfunc/raster.h>
 
 #include "fuzz/input.h"
+#include "meshfunc/reference_anywhere.h"
 #include "meshfunc/reference_mesh_function.h"
 #include "meshfunc/reference_persistence.h"
 #include "support/bits.h"
@@ -153,10 +155,44 @@ void compareLocation(MeshFunction2D const& f, sinew::Location const& location, A
     require(!isSquare || !(location.distSq < 0), "a squared distance");
 }
 
+// Whether a triangle is good beyond doubt; so no rounding of the reference matters.
+bool hasGoodTriangle(MeshFunction2D const& f)
+{
+    for (std::size_t t = 0; t < f.facets.size() / 3; ++t) {
+        reference::Corners const c = reference::cornersOf(f, t);
+        double const longest = std::max((c.at[1] - c.at[0]).lengthSq(), (c.at[2] - c.at[0]).lengthSq());
+        bool const isOrdinary = longest > 1e-280 && longest < 1e300;
+        if (c.exist && isOrdinary && std::fabs(reference::determinantOf(c)) > 1e-10 * longest) return true;
+    }
+    return false;
+}
+
+// Extrapolation that always has a result: the bits of `extrapolate` where that has one, but for small triangles that
+// contain the point and domains whose squares overflow, and a good triangle elsewhere.
+void queryAnywhere(MeshFunction2D const& f, Point const& p)
+{
+    Answer const defined = answer(f, 1, p);
+    Answer found;
+    found.found = sinew::extrapolateAnywhere(f, p, &found.value, &found.scalar);
+    sinew::Location const location = sinew::locateAnywhere(f, p);
+    compareLocation(f, location, found);
+    bool const mayDiffer = reference::mayDiffer(f, p, location);
+    require(!defined.found || mayDiffer || same(found, defined), "the bits of extrapolate");
+    if (defined.found && !mayDiffer) return;
+    require(!found.found || (std::isfinite(p.x) && std::isfinite(p.y)), "refused points are finite");
+    bool const mustBeFound = std::isfinite(p.x) && std::isfinite(p.y) && hasGoodTriangle(f);
+    require(found.found || !mustBeFound, "a result with one good triangle");
+    if (!found.found) return;
+    require(location.distSq >= 0, "a distance");
+    int const t = location.triangle;
+    require(std::equal(location.corners, location.corners + 3, &f.facets[static_cast<std::size_t>(3 * t)]), "corners");
+}
+
 void query(Input& input, MeshFunction2D const& f, reference::MeshFunction2D const* expected)
 {
     std::array<Point, 3> points;
     for (Point& p : points) p = queryPoint(input, f);
+    for (Point const& p : points) queryAnywhere(f, p);
     for (int kind = 0; kind < 3; ++kind) {
         for (Point const& p : points) {
             Answer const found = answer(f, kind, p);

@@ -13,6 +13,7 @@
 
 #include "fuzz/input.h"
 #include "skinning/reference_bone_transform.h"
+#include "skinning/reference_dual_quaternions.h"
 #include "skinning/reference_skinning.h"
 #include "support/bits.h"
 
@@ -151,6 +152,12 @@ void compareArrays(BoneTransformVector const& figure, DisplayData const& display
     for (std::size_t v = 0; v < vertices; ++v) {
         require(sameBits(unitNormals[v], static_cast<Vector3 const&>(expected.normals[v])), "normals of arrays");
     }
+    in.method = sinew::SkinMethod::dualQuaternion;
+    std::vector<Vector3> blended, blendedNormals;
+    reference::skinByDualQuaternions(figure.bones, display, blended, blendedNormals);
+    require(sinew::skin(in, out) == vertices, "all vertices are blended");
+    require(sameBits(positions, blended), "positions by dual quaternions");
+    require(sameBits(unitNormals, blendedNormals), "normals by dual quaternions");
 }
 
 void compareSurface(smart_ptr<BoneTransformVector> figure, smart_ptr<DisplayData> display)

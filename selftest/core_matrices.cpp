@@ -3,6 +3,7 @@
 #include <selftest/core_groups.h>
 
 #include <sinew/core/eigen_solver.h>
+#include <sinew/core/eigen_symmetric.h>
 #include <sinew/core/matrix.h>
 #include <sinew/core/matrix3.h>
 
@@ -154,6 +155,20 @@ void eigensystem(Inputs& in, Record& out)
     });
 }
 
+void eigenSymmetric(Inputs& in, Record& out)
+{
+    repeat(out, [&] {
+        Matrix3 m = symmetricMatrix(in);
+        if (in.oneIn(4)) m = m * in.spread(-1000, 1000);
+        sinew::SymmetricEigensystem const e = sinew::eigenSymmetric(m);
+        out.add(e.isFinite);
+        for (int k = 0; k < 3; ++k) {
+            out.add(e.values[k]);
+            out.add(e.vectors[k]);
+        }
+    });
+}
+
 void matrixFromEigensystem(Inputs& in, Record& out)
 {
     repeat(out, [&] {
@@ -192,6 +207,7 @@ std::vector<Group> matrixGroups()
         {"core.Matrix3.getRotationAngle", "matrices and axes", MathLibrary::used, rotationAngle},
         {"core.jacobiRotation", "matrices", kUnused, jacobiRotations},
         {"core.jacobiMethod", "matrices", kUnused, eigensystem},
+        {"core.eigenSymmetric", "matrices", kUnused, eigenSymmetric},
         {"core.Matrix3.getMatrixFromEigs", "eigensystems", kUnused, matrixFromEigensystem},
         {"core.Matrix3.getNullspace", "matrices", kUnused, nullspace},
     };

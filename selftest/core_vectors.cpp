@@ -2,6 +2,7 @@
 
 #include <selftest/core_groups.h>
 
+#include <sinew/core/predicates.h>
 #include <sinew/core/vector3.h>
 #include <sinew/core/vector_geometry.h>
 
@@ -187,6 +188,30 @@ void curvaturesOfSurface(Inputs& in, Record& out)
     });
 }
 
+// Points of a grid, points on a line or circle up to rounding, and any.
+void predicates(Inputs& in, Record& out)
+{
+    repeat(out, [&] {
+        Vector3 p[4] = {in.point(), in.point(), in.point(), in.point()};
+        if (in.oneIn(2)) {
+            for (Vector3& point : p) point = in.tamePoint();
+        }
+        if (in.oneIn(4)) p[2] = p[0] + (p[1] - p[0]) * in.tame();
+        double const along = in.lattice();
+        if (in.oneIn(4)) p[3] = p[0] + (p[1] - p[0]) * along + (p[2] - p[0]) * in.tame();
+        tzNM::vect2<double> q[4];
+        for (int i = 0; i < 4; ++i) q[i] = {p[i].x, p[i].y};
+        if (in.oneIn(4)) { // corners of a rectangle
+            q[2] = q[0] + q[1];
+            q[1] = {q[2].x, q[0].y};
+            q[3] = {q[0].x, q[2].y};
+        }
+        out.add(sinew::orient2d(q[0], q[1], q[2]));
+        out.add(sinew::orient3d(p[0], p[1], p[2], p[3]));
+        out.add(sinew::inCircle(q[0], q[1], q[2], q[3]));
+    });
+}
+
 } // namespace
 
 std::vector<Group> vectorGroups()
@@ -207,6 +232,7 @@ std::vector<Group> vectorGroups()
         {"core.getBasis", "vectors", kUnused, basis},
         {"core.calcCurvature", "pairs of derivatives", kUnused, curvature},
         {"core.principalCurvatures", "quintuples of derivatives", kUnused, curvaturesOfSurface},
+        {"core.predicates", "quadruples of points", kUnused, predicates},
     };
 }
 

@@ -12,6 +12,7 @@ std::vector<Expected> expectedResults()
         {"framework.documents", 100030, 0x1174ab366768c594}, // numbers and texts
         {"framework.damagedDocuments", 100000, 0x86bb1cba713022e6}, // documents
         {"framework.attributes", 100000, 0x2ce7220363ddeb81}, // numbers
+        {"framework.addExact", 100000, 0xeac6ffa98a20069c}, // numbers
         {"framework.manyAttributes", 100016, 0xfa6cffdb7ff2a2ec}, // attributes
         {"framework.getReal", 100000, 0xa2181aca48f494b7}, // numbers as text
         {"framework.SimpleTypeHandler.load", 100000, 0xa75e36717b647ff4}, // pairs of numbers as text
@@ -34,6 +35,7 @@ std::vector<Expected> expectedResults()
         {"core.getBasis", 100000, 0x86eca39e6b10edf3}, // vectors
         {"core.calcCurvature", 100000, 0x33c6db15eefb41c8}, // pairs of derivatives
         {"core.principalCurvatures", 100000, 0x4b758fd336d596fd}, // quintuples of derivatives
+        {"core.predicates", 100000, 0xacac6925fd69dd7f}, // quadruples of points
         {"core.Matrix3.arithmetic", 100000, 0xd3d507b1f9b949fe}, // pairs of matrices, a vector and a number
         {"core.Matrix3.values", 100000, 0x7bbaad1c3fe7276d}, // pairs of vectors
         {"core.Matrix3.inverse", 100000, 0x8dffbab2d534b33c}, // matrices
@@ -43,6 +45,7 @@ std::vector<Expected> expectedResults()
         {"core.Matrix3.getRotationAngle", 100000, 0x011d0f11e74c8eb3}, // matrices and axes; portable math library
         {"core.jacobiRotation", 100000, 0xeee9d4177eb34bab}, // matrices
         {"core.jacobiMethod", 100000, 0x75902af499b4da1b}, // matrices
+        {"core.eigenSymmetric", 100000, 0xcaa93ae70e9559a3}, // matrices
         {"core.Matrix3.getMatrixFromEigs", 100000, 0xe1fe61c7e1db07ca}, // eigensystems
         {"core.Matrix3.getNullspace", 100000, 0xca90490f8d5fa06c}, // matrices
         {"core.Matrix.arithmetic", 100000, 0x0e6b68bfe40069a9}, // pairs of matrices, a point and a number
@@ -74,10 +77,16 @@ std::vector<Expected> expectedResults()
         {"queries.TriangleWeightsFinder", 100000, 0xa6bb620f36982511}, // points and triangles
         {"queries.solveQuadratic", 100000, 0x390f46ce868a96c6}, // polynomials
         {"queries.solveCubic", 100000, 0xc4f21a4add35ddf3}, // polynomials
+        {"queries.realRoots", 100000, 0xade29169693168e0}, // polynomials
         {"queries.bestFit", 100000, 0xe739e6e9600aed7f}, // lists of points
+        {"queries.fit", 100000, 0x42927b5034f1065f}, // lists of points
+        {"queries.fitDiagnosis", 100000, 0x3ce851eb0b60fa58}, // lists of points; portable math library
         {"queries.segClipHalfPlane2D", 100000, 0x58dd334bd347df4d}, // segments and half-planes
         {"queries.segClipAndIntersectRect2D", 100000, 0x9e73b16a0a4e6afb}, // segments and rectangles
         {"queries.segsIntersect", 100000, 0x6e8737a6d9f3e1d7}, // pairs of segments
+        {"queries.rayTriangle", 100000, 0x1bc88d399f1863f7}, // rays and triangles
+        {"queries.raySphere", 100000, 0xffc02b5f8c74352f}, // rays and spheres
+        {"queries.closestLines", 100000, 0xd32b3ce109147957}, // pairs of lines
         {"fields.PolylineProjector.irregular", 100000, 0x2a44f982e6ebf12f}, // queries
         {"fields.PolylineProjector.regular", 100000, 0x44bc18a2647e4cf9}, // queries
         {"fields.projectMany", 100000, 0x3329a7fcd7ae28d6}, // queries
@@ -88,6 +97,7 @@ std::vector<Expected> expectedResults()
         {"fields.updateSmoothDist", 100000, 0x39727c34c12420d9}, // distances
         {"fields.smoothDist.irregular", 100000, 0xd38ed7db096baa9d}, // queries
         {"fields.smoothDist.regular", 100000, 0x46bc2b8cc8011366}, // queries
+        {"fields.smoothDistance", 100000, 0xff67e1cec10e3b55}, // queries
         {"fields.matrix.double", 100229, 0xa77d343e2d74bea9}, // entries
         {"fields.matrix.float", 101698, 0xf221a901d40459c2}, // entries
         {"fields.Implicit.fit", 100060, 0xb7393b9404924324}, // coordinates and values
@@ -102,16 +112,19 @@ std::vector<Expected> expectedResults()
         {"skinning.BoneTransformVector", 100000, 0x682da655fc933570}, // vertices
         {"skinning.SubstituteGeometryData", 100000, 0x057df6b28c37354a}, // vertices
         {"skinning.skin", 100317, 0x4c2578403cb6c9d5}, // vertices
+        {"skinning.skin.dualQuaternion", 100324, 0xf82b0e752056ff0e}, // vertices
         {"skinning.weights", 100011, 0xaff3cd02457674f0}, // lists of influences
         {"meshfunc.build", 110794, 0xfa365894504804c4}, // triangles
         {"meshfunc.evaluate", 100000, 0xca980c96f599fa32}, // queries
         {"meshfunc.extrapolate", 100000, 0x93cbbb4bbfd84a98}, // queries
+        {"meshfunc.extrapolateAnywhere", 100000, 0x856b9760c19f78fc}, // queries
         {"meshfunc.extrapolateOld", 100000, 0xbb920de61d2bc989}, // queries
         {"meshfunc.locate", 100000, 0x7dcdc8deb57d3f0b}, // queries
         {"meshfunc.rasters", 103144, 0xb3d488f967a0a6bd}, // pixels
         {"meshfunc.singleTriangles", 100000, 0x3f1ec279f61113ae}, // triangles and points
-        {"meshfunc.diagnose", 100006, 0x25f06d19d535abe3}, // triangles and vertices
+        {"meshfunc.diagnose", 100006, 0x713e37fa57f86079}, // triangles and vertices
         {"meshfunc.documents", 125876, 0x9694fa633c723a3e}, // vertices and corners
+        {"meshfunc.saveExact", 102464, 0x1202540b9bede7ba}, // vertices and corners
         {"meshfunc.damagedDocuments", 107004, 0x91adde6b3395ab83}, // characters
         {"meshfunc.EmptyRectTester", 100000, 0xa1bf411c7fd96967}, // rectangles
         {"meshfunc.TextureOptimizer", 100000, 0xba6e865ecb6e5fbc}, // points

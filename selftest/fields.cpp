@@ -17,6 +17,7 @@
 #include <sinew/fields/polyline_set.h>
 #include <sinew/fields/proximity_tester.h>
 #include <sinew/fields/smooth_distance.h>
+#include <sinew/fields/symmetric_smooth_distance.h>
 
 namespace selftest {
 
@@ -191,7 +192,7 @@ double blendWidth(Inputs& in)
     return kind == 1 ? in.uniform(0.0, 4.0) : in.uniform(0.0, 0.1);
 }
 
-void smoothDistances(Inputs& in, Record& out, bool regular)
+void smoothDistanceMany(Inputs& in, Record& out, bool regular)
 {
     forPolylines(in, out, regular, kInputs, [&](auto const& polyline, auto const& queries) {
         double const h = blendWidth(in);
@@ -211,12 +212,28 @@ void smoothDistances(Inputs& in, Record& out, bool regular)
 
 void smoothDistToIrregular(Inputs& in, Record& out)
 {
-    smoothDistances(in, out, false);
+    smoothDistanceMany(in, out, false);
 }
 
 void smoothDistToRegular(Inputs& in, Record& out)
 {
-    smoothDistances(in, out, true);
+    smoothDistanceMany(in, out, true);
+}
+
+void symmetricSmoothDistance(Inputs& in, Record& out)
+{
+    forPolylines(in, out, false, kInputs, [&](auto const& polyline, auto const& queries) {
+        double const width = blendWidth(in);
+        std::vector<double> distances(queries.size());
+        std::vector<Vector3> gradients(queries.size());
+        std::vector<Matrix3> hessians(queries.size());
+        sinew::smoothDistanceMany(polyline, sinew::coordinatesOf(queries.data(), queries.size()), width,
+                                  distances.data(), gradients.data(), hessians.data());
+        out.add(distances);
+        out.add(gradients);
+        out.add(hessians);
+        out.add(sinew::smoothDistance(polyline, queries[0], width).dist);
+    });
 }
 
 // ---- dense matrices ----
@@ -424,6 +441,7 @@ std::vector<Group> fieldsGroups()
         {"fields.updateSmoothDist", "distances", kUnused, foldedDistances},
         {"fields.smoothDist.irregular", "queries", kUnused, smoothDistToIrregular},
         {"fields.smoothDist.regular", "queries", kUnused, smoothDistToRegular},
+        {"fields.smoothDistance", "queries", kUnused, symmetricSmoothDistance},
         {"fields.matrix.double", "entries", kUnused, inversesOf<double>},
         {"fields.matrix.float", "entries", kUnused, inversesOf<float>},
         {"fields.Implicit.fit", "coordinates and values", kUnused, implicitFit},

@@ -325,6 +325,50 @@ void attributes(Inputs& in, Record& out)
     }
 }
 
+// Members in their exact form.
+class Exact : public Serializable
+{
+public:
+    Vector3 position;
+    std::vector<tzNM::vect2<double>> outline;
+    float single = 0;
+
+    smart_ptr<Field> describeFields(std::string const& name) override
+    {
+        ClassDesc desc;
+        sinew::addExact(desc, "position", &Exact::position);
+        sinew::addExact(desc, "outline", &Exact::outline);
+        sinew::addExact(desc, "single", &Exact::single);
+        return new CompositeField(name, desc);
+    }
+};
+
+void exactFields(Inputs& in, Record& out)
+{
+    constexpr int kPoints = 8; // of an object, with two numbers each
+    while (out.count() < kInputs) {
+        Exact written;
+        for (int k = 0; k < 3; ++k) written.position[k] = withoutNaN(in.oneIn(2) ? in.number() : in.anyBits());
+        for (int i = 0; i < kPoints; ++i) {
+            double const u = in.tame();
+            written.outline.emplace_back(u, withoutNaN(in.oneIn(64) ? in.special() : in.spread(-1022, 1023)));
+        }
+        written.single = anyFloat(in);
+        std::ostringstream text;
+        sinew::writeDocument(text, written, "exact");
+        out.add(std::string_view(text.str()));
+        addReading(out, [&] {
+            std::istringstream document(text.str());
+            Exact read;
+            sinew::readDocument(document, read);
+            out.add(read.position);
+            out.add(read.outline);
+            out.add(static_cast<double>(read.single));
+        });
+        out.countInputs(3 + 2 * kPoints + 1);
+    }
+}
+
 // Elements with many attributes, some of them twice, and their texts with references.
 void manyAttributes(Inputs& in, Record& out)
 {
@@ -577,6 +621,7 @@ std::vector<Group> frameworkGroups()
         {"framework.documents", "numbers and texts", kUnused, documents},
         {"framework.damagedDocuments", "documents", kUnused, damagedDocuments},
         {"framework.attributes", "numbers", kUnused, attributes},
+        {"framework.addExact", "numbers", kUnused, exactFields},
         {"framework.manyAttributes", "attributes", kUnused, manyAttributes},
         {"framework.getReal", "numbers as text", kUnused, numbersFromAttributes},
         {"framework.SimpleTypeHandler.load", "pairs of numbers as text", kUnused, numbersFromText},

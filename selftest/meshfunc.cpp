@@ -4,14 +4,17 @@
 #include <selftest/meshes.h>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <sstream>
 #include <string>
 
+#include <sinew/meshfunc/extrapolate_anywhere.h>
 #include <sinew/meshfunc/location.h>
 #include <sinew/meshfunc/mesh_diagnosis.h>
 #include <sinew/meshfunc/mesh_function_2d.h>
 #include <sinew/meshfunc/raster.h>
+#include <sinew/meshfunc/save_exact.h>
 #include <sinew/meshfunc/texture_compaction.h>
 
 namespace selftest {
@@ -154,6 +157,28 @@ void locations(Inputs& in, Record& out)
     }
 }
 
+// Extrapolation that always has a result, of meshes with degenerate triangles and at any scale.
+void extrapolationAnywhere(Inputs& in, Record& out)
+{
+    constexpr int kQueries = 100; // of a mesh; those that search all triangles take long
+    while (out.count() < kInputs) {
+        Mesh mesh = in.oneIn(2) ? damagedMesh(in) : smallMesh(in);
+        double const scale = in.oneIn(2) ? 1.0 : std::ldexp(1.0, in.below(600) - 300);
+        for (Point& p : mesh.params) p = scale * p;
+        MeshFunction2D function = functionOf(mesh);
+        function.extrapolateFlag = !in.oneIn(4);
+        for (int i = 0; i < kQueries; ++i) {
+            Point const p = pointNear(in, mesh);
+            Point value(7.0, 8.0);
+            float scalar = 9.0F;
+            bool const found = sinew::extrapolateAnywhere(function, p, &value, &scalar);
+            addResult(found, value, scalar, out);
+            addLocation(sinew::locateAnywhere(function, p), out);
+        }
+        out.countInputs(kQueries);
+    }
+}
+
 // The corner of a raster is a point near the mesh, and its steps are ordinary or special.
 sinew::Raster anyRaster(Inputs& in, Mesh const& mesh)
 {
@@ -262,6 +287,27 @@ void documents(Inputs& in, Record& out)
         std::unique_ptr<Serializable> const loaded = sinew::createFromDocument(again);
         addMembers(dynamic_cast<MeshFunction2D const&>(*loaded), out);
         out.countInputs(static_cast<std::int64_t>(mesh.params.size() + mesh.facets.size()));
+    }
+}
+
+// The text without loss, and what is read from it.
+void exactDocuments(Inputs& in, Record& out)
+{
+    while (out.count() < kInputs) {
+        Mesh const mesh = in.oneIn(4) ? damagedMesh(in) : anyMesh(in);
+        MeshFunction2D function = functionOf(mesh);
+        if (in.oneIn(2)) {
+            for (Point& value : function.values) value = Point(in.anyBits(), value.y);
+        }
+        std::ostringstream text;
+        bool const isSaved = sinew::saveExact(function, text);
+        out.add(isSaved);
+        out.add(std::string_view(text.str()));
+        out.countInputs(static_cast<std::int64_t>(mesh.params.size() + mesh.facets.size()));
+        if (!isSaved) continue;
+        std::istringstream again(text.str());
+        std::unique_ptr<Serializable> const loaded = sinew::createFromDocument(again);
+        addMembers(dynamic_cast<MeshFunction2D const&>(*loaded), out);
     }
 }
 
@@ -398,12 +444,14 @@ std::vector<Group> meshfuncGroups()
         {"meshfunc.build", "triangles", kUnused, building},
         {"meshfunc.evaluate", "queries", kUnused, evaluation},
         {"meshfunc.extrapolate", "queries", kUnused, extrapolation},
+        {"meshfunc.extrapolateAnywhere", "queries", kUnused, extrapolationAnywhere},
         {"meshfunc.extrapolateOld", "queries", kUnused, oldExtrapolation},
         {"meshfunc.locate", "queries", kUnused, locations},
         {"meshfunc.rasters", "pixels", kUnused, rasters},
         {"meshfunc.singleTriangles", "triangles and points", kUnused, singleTriangles},
         {"meshfunc.diagnose", "triangles and vertices", kUnused, diagnosis},
         {"meshfunc.documents", "vertices and corners", kUnused, documents},
+        {"meshfunc.saveExact", "vertices and corners", kUnused, exactDocuments},
         {"meshfunc.damagedDocuments", "characters", kUnused, damagedDocuments},
         {"meshfunc.EmptyRectTester", "rectangles", kUnused, emptyRectangles},
         {"meshfunc.TextureOptimizer", "points", kUnused, optimizers},

@@ -152,7 +152,7 @@ void singleVertices(Inputs& in, Record& out)
 // Interleaved arrays of floats, or doubles behind each other; lists, or a fixed number of influences of which some name
 // no bone.
 template <typename T>
-void rawArrays(Inputs& in, Record& out)
+void rawArrays(Inputs& in, Record& out, sinew::SkinMethod method)
 {
     std::size_t const count = static_cast<std::size_t>(kVertices + in.below(20));
     std::size_t const perVertex = static_cast<std::size_t>(in.below(6));
@@ -181,6 +181,7 @@ void rawArrays(Inputs& in, Record& out)
     input.bones = skeleton->bones.data();
     input.boneCount = skeleton->bones.size();
     input.placement.translation = in.tamePoint();
+    input.method = method;
     if (in.oneIn(2)) {
         input.influences = {perVertex,
                             Strided<std::int16_t const>(indices.data(), count, perVertex * sizeof(std::int16_t)),
@@ -198,8 +199,8 @@ void rawArrays(Inputs& in, Record& out)
 void rawSkinning(Inputs& in, Record& out)
 {
     while (out.count() < kInputs) {
-        rawArrays<float>(in, out);
-        rawArrays<double>(in, out);
+        rawArrays<float>(in, out, sinew::SkinMethod::linear);
+        rawArrays<double>(in, out, sinew::SkinMethod::linear);
         std::vector<double> matrices;
         for (int i = 0; i < 32; ++i) matrices.push_back(in.number());
         BoneTransform bones[2];
@@ -208,6 +209,14 @@ void rawSkinning(Inputs& in, Record& out)
             sinew::bonesFromMatrices(array, order, bones);
             for (BoneTransform const& each : bones) out.add(each);
         }
+    }
+}
+
+void dualQuaternions(Inputs& in, Record& out)
+{
+    while (out.count() < kInputs) {
+        rawArrays<float>(in, out, sinew::SkinMethod::dualQuaternion);
+        rawArrays<double>(in, out, sinew::SkinMethod::dualQuaternion);
     }
 }
 
@@ -269,6 +278,7 @@ std::vector<Group> skinningGroups()
         {"skinning.BoneTransformVector", "vertices", kUnused, singleVertices},
         {"skinning.SubstituteGeometryData", "vertices", kUnused, substitution},
         {"skinning.skin", "vertices", kUnused, rawSkinning},
+        {"skinning.skin.dualQuaternion", "vertices", kUnused, dualQuaternions},
         {"skinning.weights", "lists of influences", kUnused, weights},
     };
 }

@@ -13,11 +13,13 @@
 
 #include <sinew/core/bbox.h>
 #include <sinew/core/eigen_solver.h>
+#include <sinew/core/eigen_symmetric.h>
 #include <sinew/core/func_binder.h>
 #include <sinew/core/hash.h>
 #include <sinew/core/interop.h>
 #include <sinew/core/matrix.h>
 #include <sinew/core/matrix3.h>
+#include <sinew/core/predicates.h>
 #include <sinew/core/progress.h>
 #include <sinew/core/stream.h>
 #include <sinew/core/strided.h>
@@ -27,8 +29,13 @@
 #include <sinew/core/vector_geometry.h>
 
 #include <sinew/queries/best_fit.h>
+#include <sinew/queries/fit.h>
+#include <sinew/queries/fit_diagnosis.h>
 #include <sinew/queries/intersections.h>
+#include <sinew/queries/lines.h>
 #include <sinew/queries/polynomial_roots.h>
+#include <sinew/queries/rays.h>
+#include <sinew/queries/real_roots.h>
 #include <sinew/queries/segments_2d.h>
 
 #include <sinew/fields/dense_matrix.h>
@@ -38,6 +45,7 @@
 #include <sinew/fields/polyline_set.h>
 #include <sinew/fields/proximity_tester.h>
 #include <sinew/fields/smooth_distance.h>
+#include <sinew/fields/symmetric_smooth_distance.h>
 
 #include <sinew/skinning/bone_transform.h>
 #include <sinew/skinning/bone_transform_vector.h>
@@ -47,10 +55,12 @@
 #include <sinew/skinning/substitute_geometry_data.h>
 #include <sinew/skinning/weights.h>
 
+#include <sinew/meshfunc/extrapolate_anywhere.h>
 #include <sinew/meshfunc/location.h>
 #include <sinew/meshfunc/mesh_diagnosis.h>
 #include <sinew/meshfunc/mesh_function_2d.h>
 #include <sinew/meshfunc/raster.h>
+#include <sinew/meshfunc/save_exact.h>
 #include <sinew/meshfunc/texture_compaction.h>
 #include <sinew/meshfunc/type_handlers.h>
 

@@ -1,11 +1,12 @@
-// Eigenvalues and eigenvectors of symmetric 3x3 matrices: the library, its reference implementation, Eigen and Imath.
-// The peers iterate to full precision or use a closed form. Their results are compared with the equation A v = lambda
-// v, not with the bits of the library.
+// Eigenvalues and eigenvectors of symmetric 3x3 matrices: `jacobiMethod`, its reference implementation,
+// `sinew::eigenSymmetric`, Eigen and Imath. All but the first two iterate to full precision or use a closed form. Their
+// results are compared with the equation A v = lambda v, not with the bits of `jacobiMethod`.
 
 #include <algorithm>
 #include <array>
 
 #include <sinew/core/eigen_solver.h>
+#include <sinew/core/eigen_symmetric.h>
 
 #include "contenders.h"
 #include "core/reference_matrix3.h"
@@ -118,6 +119,16 @@ void addCase(std::string const& name, Make make)
     auto const fitsInput = [matrices](Eigensystem const& e, std::size_t i) {
         return fits(e, matrices[i], matrices[i].column(0).length() + matrices[i].column(1).length());
     };
+    contender(
+        name + "/eigenSymmetric", matrices,
+        [](Matrix3 const& m) {
+            sinew::SymmetricEigensystem const found = sinew::eigenSymmetric(m);
+            Eigensystem e;
+            std::copy(found.values, found.values + 3, e.values);
+            std::copy(found.vectors, found.vectors + 3, e.vectors);
+            return e;
+        },
+        fitsInput);
 #ifdef SINEW_BENCH_EIGEN
     auto const toEigen = [](Matrix3 const& m) { return sinew::to<Eigen::Matrix3d>(m); };
     auto const fromEigen = [](Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> const& solver) {

@@ -2,6 +2,9 @@
 // with Eigen in floats on the same buffer (with the inverse transpose for normals), and reading the same bytes and
 // writing the results without any computation, as a measure of the memory. The library is compared bit for bit with the
 // deformation of display data, the positions of the peer to the rounding of floats.
+//
+// The same by dual quaternions: the linear method of the library, and the same definition written with Eigen in floats.
+// Library and peer are compared with the reference implementation, bit for bit and to the rounding of floats.
 
 #include <cstdint>
 #include <cstring>
@@ -13,6 +16,7 @@
 
 #include <sinew/skinning/skin.h>
 
+#include "skinning/reference_dual_quaternions.h"
 #include "skinning/skinning_scene.h"
 #include "support/bits.h"
 
@@ -21,6 +25,8 @@ namespace {
 constexpr int kVertices = 100000;
 constexpr int kBones = 30;
 constexpr float kPeerRounding = 1e-4f; // floats of a few units, summed over the influences
+// The bones of the scene turn by any angle: a blended quaternion may be short, which magnifies the rounding.
+constexpr float kDualPeerRounding = 2e-2f;
 
 struct Posed
 {
@@ -208,6 +214,118 @@ void skinWithEigen(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * kVertices);
 }
 
+// By dual quaternions, as the reference implementation computes it.
+template <int influences>
+std::vector<std::pair<Vector3, Vector3>> dualQuaternionResult()
+{
+    Scene<influences> const& s = scene<influences>();
+    std::vector<Vector3> positions, normals;
+    reference::skinByDualQuaternions(s.bones, *s.display, positions, normals);
+    std::vector<std::pair<Vector3, Vector3>> result;
+    for (std::size_t i = 0; i < positions.size(); ++i) result.emplace_back(positions[i], normals[i]);
+    return result;
+}
+
+template <int influences>
+void blendDualQuaternions(benchmark::State& state)
+{
+    sinew::SkinInput input = scene<influences>().input();
+    input.method = sinew::SkinMethod::dualQuaternion;
+    std::vector<Posed> posed(kVertices);
+    sinew::skin(input, outputTo(posed));
+    auto const expected = dualQuaternionResult<influences>();
+    for (int i = 0; i < kVertices; ++i) {
+        for (int k = 0; k < 3; ++k) {
+            if (posed[i].position[k] != static_cast<float>(expected[i].first[k]) ||
+                posed[i].normal[k] != static_cast<float>(expected[i].second[k]))
+                return state.SkipWithError("the results differ from the reference implementation");
+        }
+    }
+    for (auto _ : state) {
+        sinew::skin(input, outputTo(posed));
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * kVertices);
+}
+
+struct EigenTurns
+{
+    std::vector<Eigen::Quaternionf> rotations;
+    EigenFigure figure;
+};
+
+// The linear map v -> v q of the coordinates of a vector.
+Eigen::Matrix<float, 4, 3> multiplicationBy(Eigen::Quaternionf const& q)
+{
+    Eigen::Matrix<float, 4, 3> result;
+    for (int j = 0; j < 3; ++j) {
+        Eigen::Vector3f const axis = Eigen::Vector3f::Unit(j);
+        result.col(j) = (Eigen::Quaternionf(0, axis.x(), axis.y(), axis.z()) * q).coeffs();
+    }
+    return result;
+}
+
+template <int influences>
+void blendDualQuaternionsWithEigen(EigenTurns const& turns, std::vector<Vertex<influences>> const& rest,
+                                   std::vector<Posed>& posed)
+{
+    using Floats = Eigen::Map<Eigen::Vector3f const>;
+    // Per bone: the images of axes and origin times the quaternion.
+    std::vector<Eigen::Matrix4f> columns;
+    for (std::size_t b = 0; b < turns.rotations.size(); ++b) {
+        Eigen::Matrix<float, 4, 3> const times = multiplicationBy(turns.rotations[b]);
+        Eigen::Matrix4f each;
+        each << times * turns.figure.linear[b], times * turns.figure.translation[b];
+        columns.push_back(each);
+    }
+    for (std::size_t v = 0; v < rest.size(); ++v) {
+        Eigen::Matrix4f sum = Eigen::Matrix4f::Zero();
+        Eigen::Vector4f b = Eigen::Vector4f::Zero();
+        Eigen::Vector4f const pivot = turns.rotations[rest[v].bones[0]].coeffs(); // all weights are equal
+        for (int k = 0; k < influences; ++k) {
+            Eigen::Vector4f const& q = turns.rotations[rest[v].bones[k]].coeffs();
+            float const weight = pivot.dot(q) < 0 ? -rest[v].weights[k] : rest[v].weights[k];
+            sum += weight * columns[rest[v].bones[k]];
+            b += weight * q;
+        }
+        // e -> e b* / |b|^2 without the real part.
+        Eigen::Matrix<float, 3, 4> back;
+        back << b.w(), -b.z(), b.y(), -b.x(), b.z(), b.w(), -b.x(), -b.y(), -b.y(), b.x(), b.w(), -b.z();
+        Eigen::Matrix<float, 3, 4> const map = (back * sum) / b.squaredNorm();
+        Eigen::Matrix3f const linear = map.leftCols<3>();
+        Eigen::Vector3f const p = turns.figure.placement * Floats(rest[v].position) + turns.figure.offset;
+        Eigen::Map<Eigen::Vector3f>(posed[v].position) = linear * p + map.col(3);
+        Eigen::Matrix3f const normalMatrix = (linear * turns.figure.placement).inverse().transpose();
+        Eigen::Map<Eigen::Vector3f>(posed[v].normal) = (normalMatrix * Floats(rest[v].normal)).normalized();
+    }
+}
+
+template <int influences>
+void blendDualQuaternionsWithEigen(benchmark::State& state)
+{
+    EigenTurns turns;
+    for (BoneTransform const& bone : scene<influences>().bones) {
+        turns.figure.linear.push_back(toEigen(bone.linear));
+        turns.figure.translation.push_back(toEigen(bone.translation));
+        sinew::detail::Quaternion const q = sinew::detail::rotationFactor(bone.linear);
+        turns.rotations.push_back(Eigen::Quaterniond(q.w, q.x, q.y, q.z).cast<float>());
+    }
+    turns.figure.placement = toEigen(scene<influences>().placement.getLinear());
+    turns.figure.offset = toEigen(scene<influences>().placement.translation);
+    std::vector<Posed> posed(kVertices);
+    blendDualQuaternionsWithEigen<influences>(turns, scene<influences>().rest, posed);
+    auto const expected = dualQuaternionResult<influences>();
+    for (int i = 0; i < kVertices; ++i) {
+        if ((Eigen::Vector3f(posed[i].position) - toEigen(expected[i].first)).norm() > kDualPeerRounding)
+            return state.SkipWithError("the positions differ from the reference implementation");
+    }
+    for (auto _ : state) {
+        blendDualQuaternionsWithEigen<influences>(turns, scene<influences>().rest, posed);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * kVertices);
+}
+
 // Reads each word of the vertex buffer once and writes as many bytes as the results have.
 template <int influences>
 void readAndWrite(benchmark::State& state)
@@ -235,6 +353,11 @@ void registerAll()
     benchmark::RegisterBenchmark((name + "sinew").c_str(), skinWithSinew<influences>);
     benchmark::RegisterBenchmark((name + "Eigen").c_str(), skinWithEigen<influences>);
     benchmark::RegisterBenchmark((name + "memory").c_str(), readAndWrite<influences>);
+    std::string const dual = "the same by dual quaternions, " + std::to_string(influences) +
+                             (influences > 1 ? " influences" : " influence") + ", per vertex/";
+    benchmark::RegisterBenchmark((dual + "sinew").c_str(), blendDualQuaternions<influences>);
+    benchmark::RegisterBenchmark((dual + "Eigen").c_str(), blendDualQuaternionsWithEigen<influences>);
+    benchmark::RegisterBenchmark((dual + "linear").c_str(), skinWithSinew<influences>);
 }
 
 int const kRegistered = [] {

@@ -1,8 +1,8 @@
-// The pictures of the smooth distance in docs/fields.md, as PNG.
+// The pictures of the smooth distances in docs/fields.md, as PNG.
 //
 // The first shows the level lines of a field with its gradient, without and with a blend. The second shows reflection
 // lines: the image of stripes in a polished surface whose height is the field. They bend where the field's second
-// derivative jumps.
+// derivative jumps. The third shows where the gradients of both smooth distances jump.
 
 #include <algorithm>
 #include <cmath>
@@ -174,6 +174,55 @@ void drawReflectionLines(std::string const& folder)
     panels.save(folder + "/fields_reflection_lines.png");
 }
 
+// The gradient of the distance from a field of squared distances.
+Vector3 lengthGradient(Value const& value)
+{
+    return value.dist > 0 ? value.grad * (0.5 / std::sqrt(value.dist)) : Vector3();
+}
+
+// How much the gradient changes across a pixel: a jump shows as a line.
+template <typename Gradient>
+Colour jumpColour(Gradient const& gradientAt, Vector3 const& p, double pixel)
+{
+    constexpr double kStrongest = 0.25; // of gradients of length 1
+    double change = 0.0;
+    for (Vector3 const& step : {Vector3(0.5 * pixel, 0, 0), Vector3(0, 0.5 * pixel, 0)}) {
+        change = std::max(change, (gradientAt(p + step) - gradientAt(p - step)).length());
+    }
+    return mix(paper, colours::red, std::clamp(change / kStrongest, 0.0, 1.0));
+}
+
+void drawGradientJumps(std::string const& folder)
+{
+    std::vector<Vector3> const polyline = {
+        {-0.95, -0.5, 0}, {-0.45, 0.6, 0}, {-0.1, -0.35, 0}, {0.35, -0.35, 0}, {0.75, 0.7, 0}};
+    double const extent = 1.3;
+    double const pixel = 2 * extent / kPanel;
+    double const width = 0.35;
+    Field const defined = smoothField(polyline, width * width);
+    auto const symmetricColour = [&](Vector3 const& q) {
+        sinew::SmoothDistance const f = sinew::smoothDistance(polyline, q, width);
+        if (f.dist < 0) return mix(paper, colours::blue, 0.85);
+        return levelColour({f.dist * f.dist, 2 * f.dist * f.grad}, 0.1, pixel);
+    };
+    Panels panels(4, extent);
+    panels.paint(0, [&](Vector3 const& p) { return levelColour(defined(p), 0.1, pixel); });
+    panels.paint(1, [&](Vector3 const& p) {
+        return jumpColour([&](Vector3 const& q) { return lengthGradient(defined(q)); }, p, pixel);
+    });
+    panels.paint(2, symmetricColour);
+    panels.paint(3, [&](Vector3 const& p) {
+        return jumpColour([&](Vector3 const& q) { return sinew::smoothDistance(polyline, q, width).grad; }, p, pixel);
+    });
+    char const* const captions[] = {"smoothDistToPolyline, h = 0.35 squared", "changes of its gradient",
+                                    "smoothDistance, width 0.35; blue: negative", "changes of its gradient"};
+    for (int panel = 0; panel < 4; ++panel) {
+        panels.stroke(panel, polyline, ink, 2.0);
+        panels.caption(panel, captions[panel]);
+    }
+    panels.save(folder + "/fields_smooth_distance_jumps.png");
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -181,4 +230,5 @@ int main(int argc, char** argv)
     std::string const folder = argc > 1 ? argv[1] : ".";
     drawLevelLines(folder);
     drawReflectionLines(folder);
+    drawGradientJumps(folder);
 }

@@ -1,8 +1,10 @@
 // The pictures of docs/skinning.md.
 //
 // The first shows a ring of vertices with normals, seen along its axis, that a bone squashes and turns: the library's
-// normals, and the rest normals after a rotation. The second shows what a bone does to a tube.
+// normals, and the rest normals after a rotation. The second shows what a bone does to a tube. The third shows a
+// twisted and a bent tube under two bones, blended linearly and by dual quaternions.
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -134,6 +136,117 @@ void drawBoneParts(Canvas& canvas)
     drawTube(canvas, BoneTransform(o, x, o, 1.6 * x, 0), {640, 160}, "stretched by 1.6, equally thick");
 }
 
+// A tube along x from -1.1 to 1.1, with its joint at the origin. Bone 0 keeps the left end, bone 1 moves the right one.
+class JointedTube
+{
+public:
+    static constexpr int kRings = 45;
+    static constexpr int kAround = 48;
+
+    JointedTube(BoneTransform const& bone, sinew::SkinMethod method)
+    {
+        std::vector<Vector3> rest, normals;
+        std::vector<double> weights;
+        for (int i = 0; i < kRings; ++i) {
+            double const x = -1.1 + 2.2 * i / (kRings - 1);
+            double const s = std::clamp((x + 0.5) / 1.0, 0.0, 1.0);
+            double const weight = s * s * (3 - 2 * s);
+            for (int k = 0; k < kAround; ++k) {
+                double const angle = 2 * kPi * k / kAround;
+                normals.emplace_back(0, std::cos(angle), std::sin(angle));
+                rest.push_back(Vector3(x, 0, 0) + 0.33 * normals.back());
+                weights.insert(weights.end(), {1 - weight, weight});
+            }
+        }
+        std::vector<int> bonesOfAll = {0, 1};
+        std::vector<BoneTransform> const bones = {BoneTransform(), bone};
+        sinew::SkinInput input;
+        input.positions = sinew::coordinatesOf(rest.data(), rest.size());
+        input.normals = sinew::coordinatesOf(normals.data(), normals.size());
+        // Stride 0: all vertices have the same two bones.
+        input.influences = {2, sinew::Strided<int const>(bonesOfAll.data(), rest.size(), 0), sinew::packed(weights, 2)};
+        input.bones = bones.data();
+        input.boneCount = bones.size();
+        input.method = method;
+        positions_.resize(rest.size());
+        normals_.resize(rest.size());
+        sinew::skin(input, {sinew::coordinatesOf(positions_.data(), rest.size()),
+                            sinew::coordinatesOf(normals_.data(), rest.size())});
+    }
+
+    // Shaded quadrilaterals from back to front; a stripe along the tube shows the twist.
+    void draw(Canvas& canvas, Point const& centre) const
+    {
+        struct Face
+        {
+            double depth;
+            std::vector<Point> outline;
+            Colour colour;
+        };
+        Matrix3 const view = Matrix3::rotationMatrix(UVector3(1, 0, 0), 0.35);
+        Frame const frame{centre, 84};
+        std::vector<Face> faces;
+        for (int i = 0; i + 1 < kRings; ++i) {
+            for (int k = 0; k < kAround; ++k) {
+                int const corners[4] = {at(i, k), at(i + 1, k), at(i + 1, k + 1), at(i, k + 1)};
+                Face face = {0, {}, kOurs};
+                Vector3 normal;
+                for (int const corner : corners) {
+                    Vector3 const p = view * positions_[static_cast<std::size_t>(corner)];
+                    face.outline.push_back(frame(p));
+                    face.depth += p.z;
+                    normal += view * normals_[static_cast<std::size_t>(corner)];
+                }
+                bool const isStripe = k % 16 < 3;
+                UVector3 const unit(normal);
+                double const light = 0.45 + 0.55 * std::fabs(unit * UVector3(-0.35, 0.6, 0.75));
+                Colour const base = isStripe ? kRotated : colours::lightBlue;
+                face.colour = {base.r * light, base.g * light, base.b * light};
+                faces.push_back(face);
+            }
+        }
+        std::stable_sort(faces.begin(), faces.end(), [](Face const& a, Face const& b) { return a.depth < b.depth; });
+        for (Face const& face : faces) {
+            canvas.polygon(face.outline, face.colour);
+            canvas.polyline(face.outline, {face.colour, 0.6}, true); // closes the gaps between neighbours
+        }
+    }
+
+private:
+    static int at(int ring, int around) { return ring * kAround + around % kAround; }
+
+    std::vector<Vector3> positions_;
+    std::vector<Vector3> normals_;
+};
+
+void drawMethods(Canvas& canvas)
+{
+    canvas.text({30, 28}, "One joint, two methods", {17, tool::palette::ink, Align::left, true});
+    BoneTransform twisted;
+    twisted.linear = Matrix3::rotationMatrix(UVector3(1, 0, 0), 0.98 * kPi);
+    BoneTransform bent;
+    bent.linear = Matrix3::rotationMatrix(UVector3(0, 0, 1), 1.75);
+    BoneTransform both;
+    both.linear =
+        Matrix3::rotationMatrix(UVector3(0, 0, 1), 1.1) * twisted.linear * sinew::diagonalMatrix(1.15, 1.3, 1.3);
+    struct Pose
+    {
+        BoneTransform bone;
+        double x;
+        char const* title;
+    };
+    tool::TextStyle const centred{14, tool::palette::ink, Align::centre};
+    double const rows[] = {150, 330};
+    canvas.text({30, rows[0] - 48}, "linear", {14, tool::palette::ink, Align::left, true});
+    canvas.text({30, rows[1] - 48}, "dual quaternions", {14, tool::palette::ink, Align::left, true});
+    for (Pose const& pose : {Pose{twisted, 170, "twisted by 176 degrees"}, Pose{bent, 440, "bent by 100 degrees"},
+                             Pose{both, 710, "bent, twisted, stretched"}}) {
+        JointedTube(pose.bone, sinew::SkinMethod::linear).draw(canvas, {pose.x, rows[0]});
+        JointedTube(pose.bone, sinew::SkinMethod::dualQuaternion).draw(canvas, {pose.x, rows[1]});
+        canvas.text({pose.x, 402}, pose.title, centred);
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -141,4 +254,7 @@ int main(int argc, char** argv)
     std::string const folder = argc > 1 ? argv[1] : ".";
     tool::writeFile(folder + "/skinning_normals.svg", tool::svgOf(900, 330, drawSquashedNormals));
     tool::writeFile(folder + "/skinning_bone.svg", tool::svgOf(900, 250, drawBoneParts));
+    Canvas methods(900, 420, 2);
+    drawMethods(methods);
+    tool::writeFile(folder + "/skinning_methods.png", methods.png());
 }

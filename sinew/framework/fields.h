@@ -13,6 +13,8 @@
 ///         return new CompositeField(name, desc);
 ///     }
 ///
+/// `sinew::addExact(desc, "position", &Lamp::position)` keeps all bits of reals in attributes, too.
+///
 /// A member may be a bool, an integer, a float, a double, a std::string, an object of a class derived from
 /// `Serializable`, an object of a class with its own `SimpleTypeHandler` (`sinew/meshfunc/type_handlers.h` has those of
 /// `Vector3` and `tzNM::vect2<double>`), or a std::vector of any of these, vectors included.
@@ -223,6 +225,77 @@ private:
     MemberAccessor<C, T> accessor_;
 };
 
+namespace sinew {
+
+/// How a member that `addExact` describes is written. It is read as any other member, so a document may have either
+/// form.
+///
+/// The library provides it for bool, all integer types, float, double and std::string, whose ordinary form is exact,
+/// for `Vector3` and `tzNM::vect2<double>` (`sinew/meshfunc/type_handlers.h`), and for a std::vector of any of these,
+/// vectors included. For a type with a `SimpleTypeHandler` of its own, specialise it with the same static function,
+/// which writes the reals with `setExactAttr`:
+///
+///     template <>
+///     class sinew::ExactTypeHandler<Colour>
+///     {
+///     public:
+///         static void save(Colour const& colour, OutTag& tag)
+///         {
+///             sinew::setExactAttr(tag, "r", colour.r);
+///             ...
+///             tag.writeSingleTag();
+///         }
+///     };
+template <typename T>
+class ExactTypeHandler
+{
+    static_assert(std::is_arithmetic_v<T> || std::is_same_v<T, std::string>,
+                  "this type has no exact form: describe a class derived from Serializable with ClassDesc::add and its "
+                  "own members with sinew::addExact; specialise sinew::ExactTypeHandler for a type with its own "
+                  "SimpleTypeHandler; for Vector3 and tzNM::vect2<double> include <sinew/meshfunc/type_handlers.h>");
+
+public:
+    /// Writes the whole element: `tag` has not been opened yet.
+    static void save(T const& value, OutTag& tag) { SimpleTypeHandler<T>::save(value, tag); }
+};
+
+/// A sequence has the elements that `SequenceTypeHandler` writes, each in its exact form.
+template <typename T>
+class ExactTypeHandler<std::vector<T>>
+{
+public:
+    static void save(std::vector<T> const& sequence, OutTag& tag)
+    {
+        if (sequence.empty()) return tag.writeSingleTag();
+        std::string const elementName = getSingularName(tag.name());
+        tag.writeOpenTag(true);
+        for (auto const& element : sequence) {
+            OutTag child(tag, elementName);
+            ExactTypeHandler<T>::save(element, child);
+        }
+        tag.writeCloseTag(true);
+    }
+};
+
+/// A field that is one member of type `T` of the class `C`, written in its exact form.
+template <typename C, typename T>
+class ExactMemberField : public MemberField<C, T>
+{
+public:
+    ExactMemberField(std::string const& name, MemberAccessor<C, T> accessor)
+        : MemberField<C, T>(name, accessor), accessor_(accessor)
+    {
+    }
+
+    /// Throws std::bad_cast if `object` is not a `C`.
+    void save(Serializable& object, OutTag& tag) override { ExactTypeHandler<T>::save(accessor_.get(object), tag); }
+
+private:
+    MemberAccessor<C, T> accessor_;
+};
+
+} // namespace sinew
+
 /// A list of fields, in the order in which they are written.
 class SINEW_API ClassDescBase
 {
@@ -259,6 +332,25 @@ public:
         add(smart_ptr<Field>(new MemberField<C, T>(name, MemberAccessor<C, T>(member))));
     }
 };
+
+namespace sinew {
+
+/// Adds a member of the class `C` to its description, as `ClassDesc::add` does, but so that every finite real is read
+/// back with the same bits: reals in attributes, such as the components of a `Vector3`, are written with the shortest
+/// digits that do so instead of six.
+///
+///     sinew::addExact(desc, "position", &Lamp::position); // <position x="0.3333333333333333" y="0" z="1e-300"/>
+///
+/// The document has the same fields, elements and attributes as with `ClassDesc::add`. A class reads both forms
+/// whichever it writes, and so do earlier versions of the library. An infinity or a NaN in an attribute is written and
+/// then refused by the reader, in both forms. See `ExactTypeHandler` for the types. Strong guarantee.
+template <typename C, typename T>
+void addExact(ClassDesc& desc, std::string const& name, T C::*member)
+{
+    desc.add(smart_ptr<Field>(new ExactMemberField<C, T>(name, MemberAccessor<C, T>(member))));
+}
+
+} // namespace sinew
 
 /// A field that consists of fields: the description of a class under one name. It describes a whole object, or the part
 /// that an object has from its base class.

@@ -229,3 +229,9 @@ std::string InTag::place() const
 {
     return reader_.place(at_) + ": " + Tag::place();
 }
+
+void sinew::setExactAttr(OutTag& tag, std::string const& name, double value)
+{
+    char text[detail::kLongestReal];
+    tag.setAttr(name, std::string(text, detail::writeReal(value, text)));
+}

@@ -93,7 +93,8 @@ public:
     /// Stores an attribute. An attribute of the same name is replaced and keeps its place in the order.
     void setAttr(std::string const& name, std::string const& text);
     /// Stores a number as an attribute, with six significant digits in the format of a default output stream. A NaN
-    /// becomes "nan" or "-nan", an infinity "inf" or "-inf"; `InTag::getReal` refuses these.
+    /// becomes "nan" or "-nan", an infinity "inf" or "-inf"; `InTag::getReal` refuses these. `sinew::setExactAttr`
+    /// stores all digits.
     void setAttr(std::string const& name, double value);
 
     /// Writes the opening tag with the attributes set so far.
@@ -172,3 +173,17 @@ private:
     std::size_t at_ = 0; // offset of the opening tag in the document
     bool unread_ = true; // whether content, or a part of it, has not been read yet
 };
+
+namespace sinew {
+
+/// Stores a number as an attribute of `tag`, with the shortest digits from which `InTag::getReal` gets the same bits.
+///
+/// `OutTag::setAttr` of a number has six significant digits; both forms are read alike, also by earlier versions of the
+/// library. The text is that of a double field: fixed or scientific notation, whichever is shorter. -0 and subnormal
+/// numbers keep their bits. A NaN becomes "nan" or "-nan", an infinity "inf" or "-inf"; `InTag::getReal` refuses these.
+/// A float is passed as the double of equal value, so that what is read is that float.
+///
+/// Throws and guarantees what `OutTag::setAttr` does.
+SINEW_API void setExactAttr(OutTag& tag, std::string const& name, double value);
+
+} // namespace sinew

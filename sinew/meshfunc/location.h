@@ -26,7 +26,8 @@ enum class LocationRule
     none,            ///< there is no triangle
     inside,          ///< the triangle accepts the point, as `MeshFunction2D::evaluate` defines it
     nearestBoundary, ///< no triangle accepts the point; this one has the nearest boundary segment
-    nearestEdge      ///< as `MeshFunction2D::extrapolateOld` chooses it; the point may lie inside
+    nearestEdge,     ///< as `MeshFunction2D::extrapolateOld` chooses it; the point may lie inside
+    nearestTriangle  ///< of `locateAnywhere` only: no boundary triangle can be used; this is the nearest triangle
 };
 
 /// What a query does with a point that no triangle accepts.
@@ -45,8 +46,9 @@ struct Location
     int loop = -1;                 ///< for nearestBoundary: index in `boundaryProjectors`; otherwise -1
     int segment = -1;              ///< for nearestBoundary: index of the segment in its loop; otherwise -1
     double weights[3] = {0, 0, 0}; ///< barycentric weights of the corners; their sum is 1 up to rounding
-    /// Squared distance to what the rule names: the boundary segment, or the edge as `MeshFunction2D::iDistToEdge`
-    /// gives it, which rounding may make slightly negative on the edge. 0 for the other rules.
+    /// Squared distance to what the rule names: the boundary segment, the triangle, or the edge as
+    /// `MeshFunction2D::iDistToEdge` gives it, which rounding may make slightly negative on the edge. 0 for the other
+    /// rules.
     double distSq = 0;
 };
 

@@ -118,7 +118,10 @@ private:
                     triangle(t.number) + " has no finite determinant, so it may accept points and give NaN.");
             } else if (std::fabs(det) < kGramZero) {
                 add(MeshFault::degenerateTriangle, indicesOf(t.number, t.corners), det,
-                    triangle(t.number) + " has no area, so it accepts no point and extrapolation from it fails.");
+                    triangle(t.number) +
+                        " has a determinant below 1e-16, so it accepts no point and extrapolation from it fails; "
+                        "sinew::extrapolateAnywhere uses the triangle if it is small but well-shaped, "
+                        "and another one if it is flat.");
             } else {
                 (det > 0 ? counterClockwise : clockwise).push_back(t);
             }
@@ -225,13 +228,16 @@ private:
             auto const* const odd = std::find_if_not(std::begin(numbers), std::end(numbers), fits);
             if (odd == std::end(numbers)) continue;
             add(MeshFault::unpackableNumber, indicesOf(i), *odd,
-                vertex(i) + " has a position or value outside [-2, 14), so the packed text changes it.");
+                vertex(i) +
+                    " has a position or value outside [-2, 14), so the packed text changes it; sinew::saveExact keeps "
+                    "it.");
         }
         for (std::size_t i = 0; i < f_.normaldots.size(); ++i) {
             double const scalar = static_cast<double>(f_.normaldots[i]);
             if (fits(scalar)) continue;
             add(MeshFault::unpackableScalar, indicesOf(i), scalar,
-                "Scalar " + std::to_string(i) + " lies outside [-2, 14), so the packed text changes it.");
+                "Scalar " + std::to_string(i) +
+                    " lies outside [-2, 14), so the packed text changes it; sinew::saveExact keeps it.");
         }
         std::pair<char const*, std::size_t> const counts[] = {
             {"vertices", f_.params.size()}, {"scalars", f_.normaldots.size()}, {"facet entries", f_.facets.size()}};
@@ -239,7 +245,7 @@ private:
             if (count <= kMostPackable) continue;
             add(MeshFault::unpackableCount, {}, static_cast<double>(count),
                 std::to_string(count) + " " + what + " are more than the " + std::to_string(kMostPackable) +
-                    " that the packed text can count.");
+                    " that the packed text can count; sinew::saveExact has no such limit.");
         }
     }
 

@@ -117,6 +117,7 @@ public:
     /// Numbers outside this range wrap around, and so do counts and indices above 262143. A NaN becomes -2. A vertex
     /// without an entry in `values` is written with the value (0, 0). If writing throws, also because an allocation
     /// fails, the vectors are unchanged and `saveString` may keep packed text, which the next call replaces.
+    /// `sinew::saveExact` writes a text without these losses.
     void save(OutTag& tag) override;
 
     /// Reads a function from tagged text and rebuilds grid and boundaries. If "saveString" is empty, the vectors are
@@ -164,7 +165,7 @@ public:
     /// Ties: of equally near boundary loops the one with the smaller index is used. False, with the outputs left
     /// unwritten, if there is no grid or no boundary, if the squared distance to every boundary is 1e13 or more, if p
     /// has a NaN coordinate and no triangle accepts it, or if the nearest triangle is degenerate. If `extrapolateFlag`
-    /// is not set, this is `extrapolateOld`.
+    /// is not set, this is `extrapolateOld`. `sinew::extrapolateAnywhere` has a result there, too.
     ///
     /// The first query that comes near a loop of 20 vertices or more builds its index. Strong guarantee: without memory
     /// for the index std::bad_alloc is thrown, the outputs are left unwritten, and a later query tries again.

@@ -10,6 +10,7 @@
 #include <sinew/meshfunc/detail/mesh_search.h>
 #include <sinew/meshfunc/detail/raster_job.h>
 #include <sinew/meshfunc/detail/raster_query.h>
+#include <sinew/meshfunc/detail/value_tile.h>
 
 namespace sinew {
 
@@ -33,6 +34,14 @@ private:
     std::size_t stride_;
 };
 
+// Fetches elements that will be written soon.
+template <typename T>
+SINEW_KERNEL void prefetchElements(T* elements, int count)
+{
+    constexpr int kPerLine = static_cast<int>(std::max(kCacheLine / sizeof(T), std::size_t{1}));
+    for (int i = 0; i < count; i += kPerLine) prefetchForWriting(elements + i);
+}
+
 // Writes values, scalars and whether there are any.
 class ValueSink
 {
@@ -40,19 +49,59 @@ public:
     ValueSink(MeshFunction2D const& f, PixelIndex const& index, Outside outside, VectorWidth width, Point* values,
               float* scalars, bool* found)
         : f_(f), index_(index), outside_(outside), values_(values), scalars_(scalars), found_(found),
-          hasScalar_(hasScalar(f)), boundary_(f, width)
+          drawsScalars_(scalars && hasScalar(f)), boundary_(f, width)
     {
     }
 
     std::size_t foundCount() const { return foundCount_; }
 
-    SINEW_KERNEL void span(PreparedTriangle const& t, double const* x, double y, int column, int row, int count) const
+    // Interpolates at the pixels of one triangle.
+    struct Drawer
     {
-        std::size_t const at = index_(column, row);
-        if (values_) writeValues(t, x, y, values_ + at, count);
-        if (scalars_) writeScalars(t, x, y, scalars_ + at, count);
-        if (found_ != nullptr) std::fill_n(found_ + at, count, true);
-        foundCount_ += asIndex(count);
+        ValueSink& sink;
+        AtCorners<double> x;
+        AtCorners<double> y;
+        AtCorners<float> scalar;
+
+        SINEW_KERNEL void draw(RowWeights const& weights, TestedPixels const& tested) const
+        {
+            if (sink.values_) {
+                drawValues(x, y, weights, tested, &sink.drawn_);
+            } else {
+                OwnerDrawer().draw(weights, tested);
+            }
+            if (sink.drawsScalars_) drawScalars(scalar, weights, tested, &sink.drawn_);
+        }
+    };
+
+    SINEW_KERNEL Drawer drawerOf(PreparedTriangle const& t)
+    {
+        Drawer drawer = {*this, {}, {}, {}};
+        std::size_t const corners[3] = {asIndex(t.corners[0]), asIndex(t.corners[1]), asIndex(t.corners[2])};
+        if (values_) {
+            Point const* const v = f_.values.data();
+            drawer.x = {v[corners[0]].x, v[corners[1]].x, v[corners[2]].x};
+            drawer.y = {v[corners[0]].y, v[corners[1]].y, v[corners[2]].y};
+        }
+        if (drawsScalars_) {
+            float const* const s = f_.normaldots.data();
+            drawer.scalar = {s[corners[0]], s[corners[1]], s[corners[2]]};
+        }
+        return drawer;
+    }
+
+    SINEW_KERNEL void prefetch(PixelBox const& pixels, int row) const
+    {
+        std::size_t const at = index_(pixels.columns.first, pixels.rows.first + row);
+        int const count = pixels.columns.size();
+        if (values_) prefetchElements(values_ + at, count);
+        if (scalars_) prefetchElements(scalars_ + at, count);
+        if (found_ != nullptr) prefetchElements(found_ + at, count);
+    }
+
+    bool flush(DrawnTriangles const&, RasterTile const& tile, VectorWidth width)
+    {
+        return dispatch(width, CopyTile{*this, tile});
     }
 
     void rest(RasterTile const& tile)
@@ -82,33 +131,62 @@ public:
     }
 
 private:
-    static constexpr int kFewPixels = 4;
-
-    SINEW_KERNEL void writeValues(PreparedTriangle const& t, double const* x, double y, Point* out, int count) const
+    // Copies the pixels of a tile that have a triangle, and returns whether all have one.
+    struct CopyTile
     {
-        Point const a = f_.values[asIndex(t.corners[0])];
-        Point const b = f_.values[asIndex(t.corners[1])];
-        Point const c = f_.values[asIndex(t.corners[2])];
-        RowWeights const weights(t, y);
-        if (count < kFewPixels) {
-            for (int i = 0; i < count; ++i) {
-                Weights const w = weights.at(x[i]);
-                out[i] = {interpolated(w, a.x, b.x, c.x), interpolated(w, a.y, b.y, c.y)};
+        ValueSink& sink;
+        RasterTile const& tile;
+
+        template <VectorWidth>
+        SINEW_KERNEL bool run() const
+        {
+            bool isFull = true;
+            for (int row = 0; row < tile.pixels.rows.size(); ++row) {
+                if (tile.isRowFull(row)) {
+                    sink.copy(tile, row, 0, tile.pixels.columns.size());
+                } else {
+                    copySpans(row);
+                    isFull = false;
+                }
             }
-            return;
+            return isFull;
         }
-        // The components are computed separately, because compilers do not vectorise loops over pairs of them reliably,
-        // and in whole blocks, because a loop over the rest takes longer than the pixels behind the end.
-        alignas(kCacheLine) double xs[RasterTile::kColumns];
-        alignas(kCacheLine) double ys[RasterTile::kColumns];
-        int const blocks = (count + RasterTile::kBlock - 1) / RasterTile::kBlock;
-        for (int i = 0; i < blocks * RasterTile::kBlock; ++i) {
-            Weights const w = weights.at(x[i]);
-            xs[i] = interpolated(w, a.x, b.x, c.x);
-            ys[i] = interpolated(w, a.y, b.y, c.y);
+
+    private:
+        SINEW_KERNEL void copySpans(int row) const
+        {
+            double const* const owner = tile.owner[row];
+            int const columns = tile.pixels.columns.size();
+            for (int first = 0, last = 0; first < columns; first = last) {
+                bool const isFree = owner[first] == RasterTile::kFree;
+                last = first + 1;
+                while (last < columns && (owner[last] == RasterTile::kFree) == isFree) ++last;
+                if (!isFree) sink.copy(tile, row, first, last);
+            }
         }
-        // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): the blocks have at least `count` pixels
-        for (int i = 0; i < count; ++i) out[i] = {xs[i], ys[i]};
+    };
+
+    SINEW_KERNEL void copy(RasterTile const& tile, int row, int first, int last)
+    {
+        std::size_t const at = index_(tile.pixels.columns.first, tile.pixels.rows.first + row);
+        if (values_) {
+            double const* const x = drawn_.x.pixels[row];
+            double const* const y = drawn_.y.pixels[row];
+            Point* const out = values_ + at;
+            for (int i = first; i < last; ++i) out[i] = {x[i], y[i]};
+        }
+        if (scalars_) copyScalars(drawn_.scalar.pixels[row], scalars_ + at, first, last);
+        if (found_ != nullptr) std::fill(found_ + at + first, found_ + at + last, true);
+        foundCount_ += asIndex(last - first);
+    }
+
+    SINEW_KERNEL void copyScalars(float const* scalars, float* out, int first, int last) const
+    {
+        if (drawsScalars_) {
+            std::copy(scalars + first, scalars + last, out + first);
+        } else {
+            std::fill(out + first, out + last, kNoScalar);
+        }
     }
 
     void writeNotFound(RasterTile const& tile) const
@@ -120,19 +198,6 @@ private:
                 if (owner[i] == RasterTile::kFree) found[i] = false;
             }
         }
-    }
-
-    SINEW_KERNEL void writeScalars(PreparedTriangle const& t, double const* x, double y, float* out, int count) const
-    {
-        if (!hasScalar_) {
-            std::fill_n(out, count, kNoScalar);
-            return;
-        }
-        float const a = f_.normaldots[asIndex(t.corners[0])];
-        float const b = f_.normaldots[asIndex(t.corners[1])];
-        float const c = f_.normaldots[asIndex(t.corners[2])];
-        RowWeights const weights(t, y);
-        for (int i = 0; i < count; ++i) out[i] = interpolated(weights.at(x[i]), a, b, c);
     }
 
     void writeOutside(NearestBoundary const& nearest, Point const& p, std::size_t at)
@@ -153,9 +218,10 @@ private:
     Point* const values_;
     float* const scalars_;
     bool* const found_;
-    bool const hasScalar_;
+    bool const drawsScalars_;
     BoundaryBlock boundary_;
-    mutable std::size_t foundCount_ = 0;
+    std::size_t foundCount_ = 0;
+    ValueTile drawn_;
 };
 
 // Writes locations.
@@ -169,6 +235,19 @@ public:
     }
 
     std::size_t foundCount() const { return foundCount_; }
+
+    // Locations are computed from spans of pixels of the same triangle, because they hold much besides the weights.
+    SINEW_KERNEL OwnerDrawer drawerOf(PreparedTriangle const&) const { return {}; }
+
+    SINEW_KERNEL void prefetch(PixelBox const& pixels, int row) const
+    {
+        prefetchElements(locations_ + index_(pixels.columns.first, pixels.rows.first + row), pixels.columns.size());
+    }
+
+    bool flush(DrawnTriangles const& triangles, RasterTile const& tile, VectorWidth width)
+    {
+        return dispatch(width, ForSpans<LocationSink>{triangles, tile, *this});
+    }
 
     SINEW_KERNEL void span(PreparedTriangle const& t, double const* x, double y, int column, int row, int count) const
     {

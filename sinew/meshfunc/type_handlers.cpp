@@ -12,6 +12,13 @@ void saveComponents(Vector const& value, char const* const (&names)[n], OutTag& 
 }
 
 template <typename Vector, std::size_t n>
+void saveExactComponents(Vector const& value, char const* const (&names)[n], OutTag& tag)
+{
+    for (std::size_t i = 0; i < n; ++i) sinew::setExactAttr(tag, names[i], value[static_cast<int>(i)]);
+    tag.writeSingleTag();
+}
+
+template <typename Vector, std::size_t n>
 void loadComponents(Vector& value, char const* const (&names)[n], InTag& tag)
 {
     for (std::size_t i = 0; i < n; ++i) value[static_cast<int>(i)] = tag.getReal(names[i]);
@@ -42,4 +49,14 @@ void SimpleTypeHandler<Vector3>::save(Vector3 const& value, OutTag& tag)
 void SimpleTypeHandler<Vector3>::load(Vector3& value, InTag& tag)
 {
     loadComponents(value, _attrs, tag);
+}
+
+void sinew::ExactTypeHandler<tzNM::vect2<double>>::save(tzNM::vect2<double> const& value, OutTag& tag)
+{
+    saveExactComponents(value, SimpleTypeHandler<tzNM::vect2<double>>::_attrs, tag);
+}
+
+void sinew::ExactTypeHandler<Vector3>::save(Vector3 const& value, OutTag& tag)
+{
+    saveExactComponents(value, SimpleTypeHandler<Vector3>::_attrs, tag);
 }

@@ -94,6 +94,31 @@ TEST(Layout, Queries)
     expectLayout<TriangleWeightsFinder>(24, 8, fieldAt(&TriangleWeightsFinder::weights, 0));
 }
 
+TEST(Layout, QueriesAtAnyScale)
+{
+    using sinew::ClosestLines, sinew::LineFit, sinew::PlaneFit, sinew::RayTriangle, sinew::RaySphere, sinew::RealRoots,
+        sinew::SymmetricEigensystem;
+    expectLayout<SymmetricEigensystem>(104, 8, fieldAt(&SymmetricEigensystem::values, 0),
+                                       fieldAt(&SymmetricEigensystem::vectors, 24),
+                                       fieldAt(&SymmetricEigensystem::isFinite, 96));
+    expectLayout<sinew::Ray>(80, 8);
+    expectLayout<RayTriangle>(40, 8, fieldAt(&RayTriangle::hit, 0), fieldAt(&RayTriangle::side, 4),
+                              fieldAt(&RayTriangle::t, 8), fieldAt(&RayTriangle::weights, 16));
+    expectLayout<RaySphere>(24, 8, fieldAt(&RaySphere::hit, 0), fieldAt(&RaySphere::lineHit, 1),
+                            fieldAt(&RaySphere::tEnter, 8), fieldAt(&RaySphere::tLeave, 16));
+    expectLayout<ClosestLines>(80, 8, fieldAt(&ClosestLines::parallel, 0), fieldAt(&ClosestLines::t1, 8),
+                               fieldAt(&ClosestLines::t2, 16), fieldAt(&ClosestLines::point1, 24),
+                               fieldAt(&ClosestLines::point2, 48), fieldAt(&ClosestLines::distance, 72));
+    expectLayout<RealRoots>(56, 8, fieldAt(&RealRoots::outcome, 0), fieldAt(&RealRoots::count, 4),
+                            fieldAt(&RealRoots::roots, 8), fieldAt(&RealRoots::multiplicities, 40));
+    expectLayout<LineFit>(88, 8, fieldAt(&LineFit::outcome, 0), fieldAt(&LineFit::centroid, 8),
+                          fieldAt(&LineFit::direction, 32), fieldAt(&LineFit::residual, 56),
+                          fieldAt(&LineFit::spreads, 64));
+    expectLayout<PlaneFit>(88, 8, fieldAt(&PlaneFit::outcome, 0), fieldAt(&PlaneFit::centroid, 8),
+                           fieldAt(&PlaneFit::normal, 32), fieldAt(&PlaneFit::residual, 56),
+                           fieldAt(&PlaneFit::spreads, 64));
+}
+
 TEST(Layout, Fields)
 {
     expectLayout<matrix<double>>(32, 8, fieldAt(&matrix<double>::rows, 0), fieldAt(&matrix<double>::columns, 4),
@@ -117,6 +142,9 @@ TEST(Layout, Fields)
     expectLayout<sinew::PolylineSetHit>(56, 8, fieldAt(&sinew::PolylineSetHit::curve, 0),
                                         fieldAt(&sinew::PolylineSetHit::hit, 8));
     expectLayout<sinew::PolylineSet>(80, 8);
+    expectLayout<sinew::SmoothDistance>(104, 8, fieldAt(&sinew::SmoothDistance::dist, 0),
+                                        fieldAt(&sinew::SmoothDistance::grad, 8),
+                                        fieldAt(&sinew::SmoothDistance::hess, 32));
 }
 
 TEST(Layout, Framework)
@@ -163,10 +191,10 @@ TEST(Layout, Skinning)
         128, 8, fieldAt(&sinew::VertexInfluences::layout, 0), fieldAt(&sinew::VertexInfluences::perVertex, 8),
         fieldAt(&sinew::VertexInfluences::bones, 16), fieldAt(&sinew::VertexInfluences::weights, 56),
         fieldAt(&sinew::VertexInfluences::offsets, 88));
-    expectLayout<sinew::SkinInput>(312, 8, fieldAt(&sinew::SkinInput::positions, 0),
+    expectLayout<sinew::SkinInput>(320, 8, fieldAt(&sinew::SkinInput::positions, 0),
                                    fieldAt(&sinew::SkinInput::normals, 32), fieldAt(&sinew::SkinInput::influences, 64),
                                    fieldAt(&sinew::SkinInput::bones, 192), fieldAt(&sinew::SkinInput::boneCount, 200),
-                                   fieldAt(&sinew::SkinInput::placement, 208));
+                                   fieldAt(&sinew::SkinInput::placement, 208), fieldAt(&sinew::SkinInput::method, 312));
     expectLayout<sinew::SkinOutput>(64, 8, fieldAt(&sinew::SkinOutput::positions, 0),
                                     fieldAt(&sinew::SkinOutput::normals, 32));
 }

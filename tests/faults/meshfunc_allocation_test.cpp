@@ -6,9 +6,11 @@
 #include <sstream>
 
 #include <sinew/framework/fields.h>
+#include <sinew/meshfunc/extrapolate_anywhere.h>
 #include <sinew/meshfunc/location.h>
 #include <sinew/meshfunc/mesh_diagnosis.h>
 #include <sinew/meshfunc/raster.h>
+#include <sinew/meshfunc/save_exact.h>
 #include <sinew/meshfunc/texture_compaction.h>
 #include <sinew/meshfunc/type_handlers.h>
 
@@ -83,12 +85,14 @@ class Placed : public Serializable
 public:
     Vector3 position;
     std::vector<Point> outline;
+    std::vector<Vector3> corners;
 
     smart_ptr<Field> describeFields(std::string const& name) override
     {
         ClassDesc desc;
         desc.add("position", &Placed::position);
         desc.add("outline", &Placed::outline);
+        sinew::addExact(desc, "corners", &Placed::corners);
         return new CompositeField(name, desc);
     }
 };
@@ -143,6 +147,9 @@ TEST(MeshFunctionAllocation, QueriesOfSmallMeshesAllocateNothing)
         sinew::extrapolateMany(f, points, 2, nullptr, nullptr, nullptr);
         sinew::Location locations[2];
         sinew::locateMany(f, points, 2, locations);
+        sinew::RealArray const numbers = sinew::packed(&points[0].x, 2, 2);
+        sinew::extrapolateAnywhereMany(f, numbers, nullptr, nullptr, nullptr);
+        sinew::locateAnywhereMany(f, numbers, locations);
         double const attributes[36 * 2] = {};
         double blended[2 * 2];
         sinew::blendMany(locations, 2, attributes, 2, 2, blended, 2);
@@ -179,6 +186,12 @@ TEST(MeshFunctionAllocation, QueriesOfLargeMeshes)
         Guarantee::strong, make,
         [](Query& q) {
             q.found = q.f.extrapolate({-0.2, 0.5}, &q.value, nullptr);
+        },
+        digest);
+    sweep(
+        Guarantee::strong, make,
+        [](Query& q) {
+            q.found = sinew::extrapolateAnywhere(q.f, {-0.2, 0.5}, &q.value, nullptr);
         },
         digest);
 }
@@ -279,6 +292,14 @@ TEST(MeshFunctionAllocation, Loading)
     }
 }
 
+TEST(MeshFunctionAllocation, SavingExactlyAllocatesNothing)
+{
+    MeshFunction2D const f = smallMesh().function();
+    FixedBuffer buffer;
+    std::ostream out(&buffer);
+    faults::expectNoAllocation([&] { EXPECT_TRUE(sinew::saveExact(f, out)); });
+}
+
 TEST(MeshFunctionAllocation, TypeHandlers)
 {
     struct Objects
@@ -290,10 +311,12 @@ TEST(MeshFunctionAllocation, TypeHandlers)
         auto objects = std::make_unique<Objects>();
         objects->saved.position = {1, 2.5, -3};
         objects->saved.outline = {{0, 0.125}, {1, 2}};
+        objects->saved.corners = {{1.0 / 3, 1e-300 / 3, 2e100 / 3}, {}}; // longer than a string holds in itself
         return objects;
     };
     auto const digest = [](Objects& o) {
-        return std::string(Digest(o.saved.position, o.saved.outline, o.loaded.position, o.loaded.outline, o.text));
+        return std::string(Digest(o.saved.position, o.saved.outline, o.saved.corners, o.loaded.position,
+                                  o.loaded.outline, o.loaded.corners, o.text));
     };
     sweep(
         Guarantee::basic, make,

@@ -10,11 +10,13 @@
 
 #include <gtest/gtest.h>
 
+#include <sinew/meshfunc/extrapolate_anywhere.h>
 #include <sinew/meshfunc/location.h>
 #include <sinew/meshfunc/raster.h>
 #include <sinew/meshfunc/texture_compaction.h>
 
 #include "faults/digest.h"
+#include "meshfunc/flat_triangles.h"
 #include "meshfunc/mesh_digest.h"
 #include "meshfunc/mesh_probes.h"
 #include "meshfunc/mesh_samples.h"
@@ -237,6 +239,38 @@ TEST(MeshProgress, ArraysOfPointsAreTheSameAndCancelledAnywhere)
         }
     }
     EXPECT_EQ(sinew::locateMany(f, nullptr, 0, nullptr, Outside::extrapolated, test::Host()), 0U);
+}
+
+TEST(MeshProgress, ExtrapolationAnywhereIsTheSameAndCancelledAnywhere)
+{
+    Random random(20261128);
+    Mesh mesh = test::islands(4);
+    test::attachFlatTriangles(random, &mesh, 2);
+    MeshFunction2D const f = mesh.function();
+    std::vector<double> numbers;
+    for (int i = 0; i < 400; ++i) numbers.push_back(random.uniform(-0.5, 1.5));
+    sinew::RealArray const points = sinew::packed(numbers, 2);
+    auto const make = [&] { return Outputs(points.count); };
+    auto const digest = [](Outputs const& out) { return digestOf(out); };
+    for (Wanted const wanted : {Wanted::all, Wanted::valuesOnly, Wanted::foundOnly, Wanted::none}) {
+        checkProgress(
+            make,
+            [&](Outputs& out) {
+                Arrays const a = arraysOf(out, wanted);
+                out.count = sinew::extrapolateAnywhereMany(f, points, a.values, a.scalars, a.found);
+            },
+            [&](Outputs& out, Progress const& p) {
+                Arrays const a = arraysOf(out, wanted);
+                return take(sinew::extrapolateAnywhereMany(f, points, a.values, a.scalars, a.found, p), out);
+            },
+            digest, 20);
+    }
+    checkProgress(
+        make, [&](Outputs& out) { out.count = sinew::locateAnywhereMany(f, points, out.locations.data()); },
+        [&](Outputs& out, Progress const& p) {
+            return take(sinew::locateAnywhereMany(f, points, out.locations.data(), p), out);
+        },
+        digest, 20);
 }
 
 TEST(MeshProgress, SortedPointsAreTheSame)

@@ -71,6 +71,32 @@ bool isComplete(std::vector<std::size_t> const& order, std::size_t count)
     return order.size() == count;
 }
 
+// Compares arrays of points with single calls.
+void expectArraysAgree(MeshFunction2D const& f, std::vector<Point> const& points, Outside outside)
+{
+    std::vector<Point> values(points.size(), Point(7, 7));
+    std::vector<float> scalars(points.size(), 7);
+    std::unique_ptr<bool[]> const found(new bool[points.size()]);
+    std::vector<Location> locations(points.size());
+    std::size_t (*many)(MeshFunction2D const&, Point const*, std::size_t, Point*, float*, bool*) = sinew::evaluateMany;
+    if (outside == Outside::extrapolated) many = sinew::extrapolateMany;
+    std::size_t const count = many(f, points.data(), points.size(), values.data(), scalars.data(), found.get());
+    EXPECT_EQ(sinew::locateMany(f, points.data(), points.size(), locations.data(), outside), count);
+    std::size_t expectedCount = 0;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        Point value(7, 7);
+        float scalar = 7;
+        bool const isFound = outside == Outside::excluded ? f.evaluate(points[i], &value, &scalar)
+                                                          : f.extrapolate(points[i], &value, &scalar);
+        expectedCount += isFound ? 1U : 0U;
+        ASSERT_EQ(found[i], isFound);
+        ASSERT_TRUE(sameBits(values[i], value));
+        ASSERT_TRUE(sameBits(scalars[i], scalar));
+        ASSERT_TRUE(test::sameLocation(locations[i], sinew::locate(f, points[i], outside)));
+    }
+    EXPECT_EQ(count, expectedCount);
+}
+
 } // namespace
 
 TEST(VisitingOrder, SortsScatteredPointsOfALargeMesh)
@@ -122,30 +148,39 @@ TEST(VisitingOrder, KeepsTheOrderWithoutMemory)
 
 TEST(VisitingOrder, ArraysOfALargeMeshHaveTheBitsOfSingleCalls)
 {
-    MeshFunction2D const& f = largeFunction();
     std::vector<Point> const points = scatteredPoints(60000);
     for (Outside const outside : {Outside::excluded, Outside::extrapolated}) {
-        std::vector<Point> values(points.size(), Point(7, 7));
-        std::vector<float> scalars(points.size(), 7);
-        std::unique_ptr<bool[]> const found(new bool[points.size()]);
-        std::vector<Location> locations(points.size());
-        std::size_t (*many)(MeshFunction2D const&, Point const*, std::size_t, Point*, float*, bool*) =
-            sinew::evaluateMany;
-        if (outside == Outside::extrapolated) many = sinew::extrapolateMany;
-        std::size_t const count = many(f, points.data(), points.size(), values.data(), scalars.data(), found.get());
-        EXPECT_EQ(sinew::locateMany(f, points.data(), points.size(), locations.data(), outside), count);
-        std::size_t expectedCount = 0;
-        for (std::size_t i = 0; i < points.size(); ++i) {
-            Point value(7, 7);
-            float scalar = 7;
-            bool const isFound = outside == Outside::excluded ? f.evaluate(points[i], &value, &scalar)
-                                                              : f.extrapolate(points[i], &value, &scalar);
-            expectedCount += isFound ? 1U : 0U;
-            ASSERT_EQ(found[i], isFound);
-            ASSERT_TRUE(sameBits(values[i], value));
-            ASSERT_TRUE(sameBits(scalars[i], scalar));
-            ASSERT_TRUE(test::sameLocation(locations[i], sinew::locate(f, points[i], outside)));
-        }
-        EXPECT_EQ(count, expectedCount);
+        expectArraysAgree(largeFunction(), points, outside);
     }
+}
+
+// Look-ups that are not sorted are fetched ahead.
+
+TEST(LookupAhead, AnyNumberOfPointsHasTheBitsOfSingleCalls)
+{
+    Random random(1404);
+    MeshFunction2D const f = test::gridMesh(random, 50, 50).function();
+    for (std::size_t count = 0; count < 3 * sinew::detail::LookupAhead::kPoints; ++count) {
+        SCOPED_TRACE(count);
+        expectArraysAgree(f, scatteredPoints(count), Outside::excluded);
+    }
+    expectArraysAgree(f, scatteredPoints(20000), Outside::extrapolated);
+}
+
+TEST(LookupAhead, CellsThatNobodyHasQueriedHaveNothingToFetch)
+{
+    Random random(1405);
+    MeshFunction2D const f = test::gridMesh(random, 200, 200).function(); // builds its cells when they are queried
+    expectArraysAgree(f, scatteredPoints(500), Outside::excluded);
+}
+
+TEST(LookupAhead, FunctionsWhoseVectorsHaveChangedAreSearchedAsSingleCallsDo)
+{
+    Random random(1406);
+    MeshFunction2D f = test::gridMesh(random, 50, 50).function();
+    f.params.resize(1000);
+    expectArraysAgree(f, scatteredPoints(2000), Outside::excluded);
+    f.gridCells.clear();
+    expectArraysAgree(f, scatteredPoints(2000), Outside::excluded);
+    expectArraysAgree(MeshFunction2D(true), scatteredPoints(100), Outside::extrapolated);
 }

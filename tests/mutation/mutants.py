@@ -26,7 +26,7 @@ NUMBER = re.compile(r"(?<![\w.'])(?:0x[0-9a-fA-F']+(?:\.[0-9a-fA-F]*)?(?:p[+-]?\
 ARRAY = re.compile(r'[ \t]*(?:mutable |static |constexpr |inline |const )*[\w:<>]+ (?:const )?\w+(?:\[[^\]\n]*\])+(?=[;\s{])')
 ANGLES = re.compile(r'[<>]')
 BRACKETS = re.compile(r'[()\[\]{}]')
-ONLY_TIME = re.compile(r'prefetch\(|\.reserve\(')  # no result shows a change of these lines
+ONLY_TIME = re.compile(r'prefetch\w*\(|\bannounce\(|\.reserve\(')  # no result shows a change of these lines
 BOOLEAN = re.compile(r'(?<![\w.])(?:true|false)(?!\w)')
 CONDITION = re.compile(r'\b(if|while)(?: constexpr)? \(')
 CHOICE = re.compile(r' \? ([\w.\[\]>-]+) : ([\w.\[\]>-]+)')

@@ -1,4 +1,5 @@
-// The skinning of raw arrays against that of display data, at every vector width that this machine supports.
+// The skinning of raw arrays against that of display data and, by dual quaternions, against the reference
+// implementation, at every vector width that this machine supports.
 
 #include <sinew/skinning/detail/raw_skinning.h>
 
@@ -11,6 +12,7 @@
 #include <sinew/skinning/skin.h>
 
 #include "skinning/raw_arrays.h"
+#include "skinning/reference_dual_quaternions.h"
 #include "skinning/skinning_scene.h"
 #include "support/bits.h"
 #include "support/vector_widths.h"
@@ -18,6 +20,7 @@
 namespace {
 
 using sinew::SkinInput;
+using sinew::SkinMethod;
 using sinew::SkinOutput;
 using sinew::VertexInfluences;
 using sinew::detail::VectorWidth;
@@ -51,6 +54,17 @@ Vector3 rounded(Vector3 const& v)
     return {rounded<T>(v.x), rounded<T>(v.y), rounded<T>(v.z)};
 }
 
+// Singular, mirroring, of any scale, or not finite.
+Matrix3 makeHostile(Random& random)
+{
+    // Arguments in braces are evaluated in their order, others in an order that the compiler chooses.
+    if (random.oneIn(4)) return Matrix3{random.hostilePoint(), random.hostilePoint(), random.hostilePoint()};
+    double const scale = random.oneIn(2) ? random.spread(-300, 300) : 1.0;
+    double const first = random.oneIn(2) ? 0.0 : scale;
+    Matrix3 const flat = sinew::diagonalMatrix(first, random.oneIn(2) ? 0.0 : scale, -scale);
+    return flat * test::randomBone(random).linear;
+}
+
 // Coordinates and weights that a T holds exactly, the bones 0 to 4, and indices that name no bone. Some numbers are
 // hostile. `perVertex` influences a vertex, or any number if it is negative.
 template <typename T>
@@ -60,6 +74,7 @@ Scene makeScene(Random& random, int vertices, int perVertex, int mostInfluences)
     scene.figure = test::randomBones(random, 5);
     scene.display = test::randomDisplay(random, vertices, 5, mostInfluences);
     if (random.oneIn(8)) scene.figure->bones[0].translation = random.hostilePoint();
+    if (random.oneIn(8)) scene.figure->bones[1].linear = makeHostile(random);
     if (random.oneIn(8)) scene.display->placement = Transform();
     SurfaceGeometryData& surface = *scene.display->surface;
     for (Vector3& p : surface.positions) p = rounded<T>(random.oneIn(16) ? random.hostilePoint() : p);
@@ -70,6 +85,7 @@ Scene makeScene(Random& random, int vertices, int perVertex, int mostInfluences)
         for (auto& [bone, weight] : list) {
             if (random.oneIn(12)) bone = random.oneIn(2) ? -1 : 5 + random.below(100);
             if (random.oneIn(40)) weight = random.oneIn(2) ? kNaN : random.hostile();
+            if (random.oneIn(12)) weight = 0.0;
             weight = rounded<T>(weight);
         }
     }
@@ -97,37 +113,67 @@ void expectVector(RawArray<T> const& out, std::size_t i, Vector3 const& expected
     }
 }
 
-// `skin` with the influences `given`, at every width and with and without normals.
+struct Expected
+{
+    std::vector<Vector3> positions;
+    std::vector<Vector3> normals;
+};
+
+Expected expectedOf(Scene const& scene, SkinMethod method)
+{
+    Expected expected;
+    if (method == SkinMethod::linear) {
+        smart_ptr<SurfaceGeometryData> const surface = BoneTransformModifyer(scene.figure)(scene.display);
+        expected.positions = surface->positions;
+        expected.normals.assign(surface->normals.begin(), surface->normals.end());
+    } else {
+        reference::skinByDualQuaternions(scene.figure->bones, *scene.display, expected.positions, expected.normals);
+    }
+    return expected;
+}
+
+// `skin` at every width and with and without normals.
 template <typename In, typename Out>
-void expectDisplayBits(Random& random, Scene const& scene, VertexInfluences const& given)
+void expectAtAllWidths(Random& random, SkinInput input, sinew::RealArray const& normals, Expected const& expected)
+{
+    std::size_t const count = expected.positions.size();
+    for (VectorWidth const width : test::vectorWidths()) {
+        for (bool const withNormals : {true, false}) {
+            SCOPED_TRACE(testing::Message() << "width " << static_cast<int>(width) << ", normals " << withNormals
+                                            << ", method " << static_cast<int>(input.method));
+            RawArray<Out> outPositions(random, count, 3);
+            RawArray<Out> outNormals(random, count, 3);
+            input.normals = withNormals ? normals : sinew::RealArray();
+            SkinOutput const output = {outPositions.view(), outNormals.view()};
+            ASSERT_EQ(sinew::detail::skin(input, output, width), count);
+            for (std::size_t i = 0; i < count; ++i) {
+                expectVector(outPositions, i, expected.positions[i]);
+                if (withNormals) expectVector(outNormals, i, expected.normals[i]);
+                if (testing::Test::HasFatalFailure()) return;
+            }
+            ASSERT_TRUE(outPositions.onlyWritten(count));
+            ASSERT_TRUE(outNormals.onlyWritten(withNormals ? count : 0));
+        }
+    }
+}
+
+// `skin` with the influences `given`, by both methods.
+template <typename In, typename Out>
+void expectBits(Random& random, Scene const& scene, VertexInfluences const& given)
 {
     SurfaceGeometryData const& rest = *scene.display->surface;
-    smart_ptr<SurfaceGeometryData> const expected = BoneTransformModifyer(scene.figure)(scene.display);
-    std::size_t const count = scene.size();
-    RawArray<In> const positions = rawVectors<In>(random, count, rest.positions.data(), 1);
-    RawArray<In> const normals = rawVectors<In>(random, count, rest.normals.data(), 1);
+    RawArray<In> const positions = rawVectors<In>(random, scene.size(), rest.positions.data(), 1);
+    RawArray<In> const normals = rawVectors<In>(random, scene.size(), rest.normals.data(), 1);
     SkinInput input;
     input.positions = sinew::Strided<In const>(positions);
     input.influences = given;
     input.bones = scene.figure->bones.data();
     input.boneCount = scene.figure->bones.size();
     input.placement = scene.display->placement;
-    for (VectorWidth const width : test::vectorWidths()) {
-        for (bool const withNormals : {true, false}) {
-            SCOPED_TRACE(testing::Message() << "width " << static_cast<int>(width) << ", normals " << withNormals);
-            RawArray<Out> outPositions(random, count, 3);
-            RawArray<Out> outNormals(random, count, 3);
-            input.normals = withNormals ? sinew::RealArray(sinew::Strided<In const>(normals)) : sinew::RealArray();
-            SkinOutput const output = {outPositions.view(), outNormals.view()};
-            ASSERT_EQ(sinew::detail::skin(input, output, width), count);
-            for (std::size_t i = 0; i < count; ++i) {
-                expectVector(outPositions, i, expected->positions[i]);
-                if (withNormals) expectVector(outNormals, i, expected->normals[i]);
-                if (testing::Test::HasFatalFailure()) return;
-            }
-            ASSERT_TRUE(outPositions.onlyWritten(count));
-            ASSERT_TRUE(outNormals.onlyWritten(withNormals ? count : 0));
-        }
+    for (SkinMethod const method : {SkinMethod::linear, SkinMethod::dualQuaternion}) {
+        input.method = method;
+        expectAtAllWidths<In, Out>(random, input, sinew::Strided<In const>(normals), expectedOf(scene, method));
+        if (testing::Test::HasFatalFailure()) return;
     }
 }
 
@@ -151,7 +197,7 @@ void testFixed(Random& random)
             weights.set(i, k, static_cast<In>(scene.list(i)[k].second));
         }
     }
-    expectDisplayBits<In, Out>(random, scene, {perVertex, bones.view(), weights.view()});
+    expectBits<In, Out>(random, scene, {perVertex, bones.view(), weights.view()});
 }
 
 template <typename In, typename Out, typename Index, typename Offset>
@@ -172,12 +218,12 @@ void testLists(Random& random)
         }
     }
     offsets.set(scene.size(), 0, static_cast<Offset>(at));
-    expectDisplayBits<In, Out>(random, scene, {offsets.view(), bones.view(), weights.view()});
+    expectBits<In, Out>(random, scene, {offsets.view(), bones.view(), weights.view()});
 }
 
 } // namespace
 
-TEST(RawSkinning, HasTheBitsOfDisplayDataWithAFixedNumberOfInfluences)
+TEST(RawSkinning, HasTheBitsOfTheReferenceWithAFixedNumberOfInfluences)
 {
     Random random(20261130);
     for (int trial = 0; trial < 60; ++trial) {
@@ -194,7 +240,7 @@ TEST(RawSkinning, HasTheBitsOfDisplayDataWithAFixedNumberOfInfluences)
     }
 }
 
-TEST(RawSkinning, HasTheBitsOfDisplayDataWithListsOfInfluences)
+TEST(RawSkinning, HasTheBitsOfTheReferenceWithListsOfInfluences)
 {
     Random random(20261131);
     for (int trial = 0; trial < 60; ++trial) {
@@ -208,18 +254,18 @@ TEST(RawSkinning, HasTheBitsOfDisplayDataWithListsOfInfluences)
     }
 }
 
-TEST(RawSkinning, WithoutInfluencesHasTheBitsOfDisplayDataWithoutWeights)
+TEST(RawSkinning, WithoutInfluencesHasTheBitsOfTheReferenceWithoutWeights)
 {
     Random random(20261132);
     for (int trial = 0; trial < 50; ++trial) {
         Scene const scene = makeScene<float>(random, random.below(80), -1, 3);
         scene.display->boneWeights.reset();
-        expectDisplayBits<float, float>(random, scene, VertexInfluences());
-        expectDisplayBits<double, double>(random, scene, VertexInfluences());
+        expectBits<float, float>(random, scene, VertexInfluences());
+        expectBits<double, double>(random, scene, VertexInfluences());
     }
 }
 
-TEST(RawSkinning, NormalsOnTheBranchesOfTheBasisHaveTheBitsOfDisplayData)
+TEST(RawSkinning, NormalsOnTheBranchesOfTheBasisHaveTheBitsOfTheReference)
 {
     Random random(20261133);
     Scene const scene = makeScene<double>(random, 125, 2, 2);
@@ -236,5 +282,5 @@ TEST(RawSkinning, NormalsOnTheBranchesOfTheBasisHaveTheBitsOfDisplayData)
             weights.set(i, k, scene.list(i)[k].second);
         }
     }
-    expectDisplayBits<double, double>(random, scene, {2, bones.view(), weights.view()});
+    expectBits<double, double>(random, scene, {2, bones.view(), weights.view()});
 }

@@ -11,8 +11,9 @@
 
 namespace sinew::detail {
 
-CellTriangles::CellTriangles(FinerGrids finer, std::vector<PreparedTriangle> own, PreparedTriangle const* shared)
-    : finer_(std::move(finer)), own_(std::move(own))
+CellTriangles::CellTriangles(FinerGrids finer, std::vector<PreparedTriangle> own, PreparedTriangle const* shared,
+                             bool refuses)
+    : finer_(std::move(finer)), own_(std::move(own)), refuses_(refuses)
 {
     triangles_ = shared ? shared : own_.data();
 }
@@ -54,7 +55,7 @@ inline bool CellTriangles::findInBucket(CellBucket const& bucket, tzNM::vect2<do
 
 bool CellTriangles::find(tzNM::vect2<double> const& p, TriangleHit* hit) const
 {
-    CellBucket const* bucket = &finer_.buckets[finer_.root.indexOf(p)];
+    CellBucket const* bucket = &firstBucket(p);
     for (;;) {
         CellLink last;
         if (findInBucket(*bucket, p, &last, hit)) return true;

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <vector>
 
+#include <sinew/detail/prefetch.h>
 #include <sinew/framework/vect2.h>
 #include <sinew/meshfunc/detail/cell_bucket.h>
 #include <sinew/meshfunc/detail/finer_grid.h>
@@ -42,11 +43,26 @@ public:
     /// @param finer   its links name triangles by their index in the records.
     /// @param own     the records, if this object owns them.
     /// @param shared  records that outlive this object; null to use `own`.
-    CellTriangles(FinerGrids finer, std::vector<PreparedTriangle> own, PreparedTriangle const* shared);
+    /// @param refuses  whether the list names a triangle that is degenerate for evaluation.
+    CellTriangles(FinerGrids finer, std::vector<PreparedTriangle> own, PreparedTriangle const* shared, bool refuses);
 
     /// Finds the first triangle of the list that accepts `p`, a point in the public cell. Returns false, with `hit`
     /// left unwritten, if no triangle does. No coordinate of `p` may be NaN.
     bool find(tzNM::vect2<double> const& p, TriangleHit* hit) const;
+
+    /// The bucket that find() reads first for `p`, of which no coordinate may be NaN.
+    CellBucket const& firstBucket(tzNM::vect2<double> const& p) const { return finer_.buckets[finer_.root.indexOf(p)]; }
+
+    /// Fetches the triangles that find() tests first in a bucket.
+    void prefetchTriangles(CellBucket const& bucket) const
+    {
+        for (std::size_t k = 0; k < 2 && bucket.links[k].isTriangle(); ++k) {
+            prefetch(&triangles_[bucket.links[k].triangle()]);
+        }
+    }
+
+    /// Whether the list of the public cell names a triangle that exists but is degenerate for evaluation.
+    bool refusesTriangles() const { return refuses_; }
 
     /// Bytes held, including this object and excluding shared records.
     std::size_t memory() const;
@@ -61,6 +77,7 @@ private:
     PreparedTriangle const* triangles_ = nullptr; // shared records, or own_
     FinerGrids finer_;
     std::vector<PreparedTriangle> own_; // in the order of the list
+    bool refuses_ = false;
 };
 
 } // namespace sinew::detail

@@ -48,7 +48,7 @@ public:
         }
         finer_.inner.shrink_to_fit();
         finer_.buckets.shrink_to_fit();
-        return std::make_unique<CellTriangles const>(std::move(finer_), std::move(own_), shared_);
+        return std::make_unique<CellTriangles const>(std::move(finer_), std::move(own_), shared_, refuses_);
     }
 
 private:
@@ -69,7 +69,10 @@ private:
             int corners[kCorners];
             PreparedTriangle triangle;
             if (!triangleCorners(mesh_.facets, index, mesh_.vertexCount, corners)) continue;
-            if (!prepareTriangle(mesh_.params, corners, &triangle, t)) continue;
+            if (!prepareTriangle(mesh_.params, corners, &triangle, t)) {
+                refuses_ = true;
+                continue;
+            }
             Box const box = coverOf(triangle, mesh_.params);
             if (box.isFinite() && !mayAcceptIn(triangle, space_.clippedTo(box))) continue;
             all_.push_back(static_cast<TriangleNumber>(shared_ ? index : own_.size()));
@@ -172,6 +175,7 @@ private:
     Box space_;                       // the public cell
     std::vector<TriangleNumber> all_; // the triangles of the public cell
     std::vector<PreparedTriangle> own_;
+    bool refuses_ = false; // whether the list names a degenerate triangle
     FinerGrids finer_;
 };
 

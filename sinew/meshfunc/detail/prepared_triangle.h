@@ -12,6 +12,7 @@
 #include <sinew/core/tolerances.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/detail/dispatch.h>
+#include <sinew/detail/prefetch.h>
 #include <sinew/framework/vect2.h>
 #include <sinew/meshfunc/detail/mesh_cells.h>
 
@@ -35,9 +36,6 @@ struct TriangleEdges
     /// Twice the signed area: positive if the corners run counter-clockwise.
     double determinant() const { return first.x * second.y - second.x * first.y; }
 };
-
-/// Bytes that the processor loads at once.
-inline constexpr std::size_t kCacheLine = 64;
 
 /// A triangle in the form that queries read. It fills one cache line.
 struct alignas(kCacheLine) PreparedTriangle

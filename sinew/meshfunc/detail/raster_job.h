@@ -5,9 +5,10 @@
 /// All pixels in one grid cell have the same candidates, the list of the cell. They are drawn in the order of the list.
 /// A template: the sink receives what was found.
 ///
-///     span(triangle, x, y, column, row, count)  consecutive pixels that a triangle accepts; SINEW_KERNEL
-///     rest(tile)                                the free pixels of a tile, of which there are some, have no triangle
-///     single(p, column, row)                    a pixel that must be searched for by itself
+///     drawerOf, prefetch              see DrawTriangles
+///     flush(triangles, tile, width)   writes the pixels of a drawn tile that have a triangle; returns whether all have
+///     rest(tile)                      the free pixels of a tile, of which there are some, have no triangle
+///     single(p, column, row)          a pixel that must be searched for by itself
 
 #include <algorithm>
 #include <cstddef>
@@ -136,11 +137,12 @@ private:
         for (std::size_t const i : inBand_) {
             if (overlap(triangles_.boxes[i].columns, pixels.columns)) inTile_.push_back(i);
         }
+        bool isFull = false;
         if (!inTile_.empty()) {
-            dispatch(width_, DrawTriangles{triangles_, inTile_.data(), inTile_.size(), tile_});
-            dispatch(width_, FlushTile<Sink>{triangles_, tile_, sink_});
+            dispatch(width_, DrawTriangles<Sink>{triangles_, inTile_.data(), inTile_.size(), tile_, sink_});
+            isFull = sink_.flush(triangles_, tile_, width_);
         }
-        if (!tile_.isFull()) sink_.rest(tile_);
+        if (!isFull) sink_.rest(tile_);
         if (meter_) tellProgress(static_cast<double>(pixels.columns.size()) * pixels.rows.size());
     }
 

@@ -81,13 +81,19 @@ struct RasterTile
         }
     }
 
+    /// Whether every pixel of a row has a triangle.
+    SINEW_KERNEL bool isRowFull(int row) const
+    {
+        int free = 0;
+        for (int column = 0; column < kColumns; ++column) free += owner[row][column] == kFree ? 1 : 0;
+        return free == 0;
+    }
+
     /// Whether every pixel has a triangle.
     SINEW_KERNEL bool isFull() const
     {
         for (int row = 0; row < pixels.rows.size(); ++row) {
-            int free = 0;
-            for (int column = 0; column < kColumns; ++column) free += owner[row][column] == kFree ? 1 : 0;
-            if (free > 0) return false;
+            if (!isRowFull(row)) return false;
         }
         return true;
     }
@@ -126,14 +132,52 @@ void forFreePixels(RasterTile const& tile, Use const& use)
     }
 }
 
+/// Consecutive pixels of a row of a tile at which a triangle is tested: whole blocks.
+struct TestedPixels
+{
+    int row;         ///< of the tile
+    int column;      ///< of the first pixel
+    int count;       ///< a multiple of RasterTile::kBlock
+    double const* x; ///< the coordinates of the pixels
+    double* owners;  ///< the owners of the pixels
+    double owner;    ///< the number of the triangle
+};
+
+/// The owner of a pixel, which was `before`, after the triangle `owner` with these weights has been drawn there. This
+/// is the test of Weights::accepted().
+SINEW_KERNEL double ownerAfter(Weights const& weights, double before, double owner)
+{
+    // Conditional values instead of branches, and comparisons that a NaN does not pass, as in accepted().
+    double after = before != RasterTile::kFree ? before : owner;
+    after = weights.u < -kInsideTolerance ? before : after;
+    after = weights.v < -kInsideTolerance ? before : after;
+    return weights.w < -kInsideTolerance ? before : after;
+}
+
+/// Draws nothing but the owners.
+struct OwnerDrawer
+{
+    SINEW_KERNEL void draw(RowWeights const& weights, TestedPixels const& pixels) const
+    {
+        double const* __restrict const x = pixels.x;
+        double* __restrict const owners = pixels.owners;
+        for (int i = 0; i < pixels.count; ++i) owners[i] = ownerAfter(weights.at(x[i]), owners[i], pixels.owner);
+    }
+};
+
 /// Gives the free pixels of a tile that triangles accept to the first of these triangles. The triangles of
-/// `numbers[0 .. count - 1]` are drawn, in this order.
+/// `numbers[0 .. count - 1]` are drawn, in this order, with SINEW_KERNEL functions of the sink:
+///
+///     drawerOf(triangle).draw(weights, pixels)  sets the owners of pixels with ownerAfter(); `weights` are of the row
+///     prefetch(pixels, row)                     fetches memory where a row of the tile will be written
+template <typename Sink>
 struct DrawTriangles
 {
     DrawnTriangles const& triangles;
     std::size_t const* numbers;
     std::size_t count;
     RasterTile& tile;
+    Sink& sink;
 
     template <VectorWidth>
     SINEW_KERNEL void run() const
@@ -142,7 +186,12 @@ struct DrawTriangles
         // takes less time than what has been drawn since the last look.
         long const worthALook = 2 * long{RasterTile::kColumns} * tile.pixels.rows.size();
         long drawn = 0;
+        // Rows of an image are far apart, so the processor does not foresee where a tile will be written. Few rows at a
+        // time are fetched, because it cannot wait for many.
+        auto const rows = asIndex(tile.pixels.rows.size());
+        std::size_t fetched = 0;
         for (std::size_t i = 0; i < count; ++i) {
+            for (; fetched * count < (i + 1) * rows; ++fetched) sink.prefetch(tile.pixels, static_cast<int>(fetched));
             drawn += draw(numbers[i]);
             if (drawn < worthALook) continue;
             if (tile.isFull()) return;
@@ -160,56 +209,48 @@ private:
         int const lastColumn = std::min(box.columns.last, tile.pixels.columns.last) - tile.pixels.columns.first;
         int const firstRow = std::max(0, box.rows.first - tile.pixels.rows.first);
         int const lastRow = std::min(box.rows.last, tile.pixels.rows.last) - tile.pixels.rows.first;
-        int const firstBlock = firstColumn - firstColumn % RasterTile::kBlock;
-        auto const owner = static_cast<double>(number + 1);
-        for (int row = firstRow; row < lastRow; ++row) {
-            RowWeights const weights(t, tile.y[row]);
-            for (int column = firstBlock; column < lastColumn; column += RasterTile::kBlock) {
-                testBlock(tile.x + column, weights, owner, tile.owner[row] + column);
-            }
+        TestedPixels pixels;
+        pixels.column = firstColumn - firstColumn % RasterTile::kBlock;
+        pixels.count = (lastColumn - pixels.column + RasterTile::kBlock - 1) / RasterTile::kBlock * RasterTile::kBlock;
+        pixels.x = tile.x + pixels.column;
+        pixels.owner = static_cast<double>(number + 1);
+        auto const drawer = sink.drawerOf(t);
+        for (pixels.row = firstRow; pixels.row < lastRow; ++pixels.row) {
+            pixels.owners = tile.owner[pixels.row] + pixels.column;
+            drawer.draw(RowWeights(t, tile.y[pixels.row]), pixels);
         }
-        return long{lastRow - firstRow} * (lastColumn - firstBlock);
-    }
-
-    // The test of Weights::accepted() for a block of pixels.
-    SINEW_KERNEL static void testBlock(double const* x, RowWeights const& weights, double owner, double* owners)
-    {
-        double kept[RasterTile::kBlock];
-        for (int i = 0; i < RasterTile::kBlock; ++i) {
-            Weights const w = weights.at(x[i]);
-            // Conditional values instead of branches, and comparisons that a NaN does not pass, as in accepted().
-            double k = owners[i] != RasterTile::kFree ? owners[i] : owner;
-            k = w.u < -kInsideTolerance ? owners[i] : k;
-            k = w.v < -kInsideTolerance ? owners[i] : k;
-            kept[i] = w.w < -kInsideTolerance ? owners[i] : k;
-        }
-        for (int i = 0; i < RasterTile::kBlock; ++i) owners[i] = kept[i];
+        return long{lastRow - firstRow} * pixels.count;
     }
 };
 
-/// Passes what a tile holds to a sink, row by row: sink.span(triangle, x, y, column, row, count) for each span of
-/// pixels of one triangle.
+/// Calls sink.span(triangle, x, y, column, row, count), which is SINEW_KERNEL, for each span of pixels of one triangle,
+/// row by row. Returns whether every pixel has a triangle.
 template <typename Sink>
-struct FlushTile
+struct ForSpans
 {
     DrawnTriangles const& triangles;
     RasterTile const& tile;
     Sink const& sink;
 
     template <VectorWidth>
-    SINEW_KERNEL void run() const
+    SINEW_KERNEL bool run() const
     {
+        bool isFull = true;
         int const columns = tile.pixels.columns.size();
         for (int row = 0; row < tile.pixels.rows.size(); ++row) {
             double const* const owner = tile.owner[row];
             for (int first = 0, last = 0; first < columns; first = last) {
                 last = first + 1;
                 while (last < columns && isSameOwner(owner + last, owner + first)) ++last;
-                if (owner[first] == RasterTile::kFree) continue;
+                if (owner[first] == RasterTile::kFree) {
+                    isFull = false;
+                    continue;
+                }
                 sink.span(triangles.records[static_cast<std::size_t>(owner[first]) - 1], tile.x + first, tile.y[row],
                           tile.pixels.columns.first + first, tile.pixels.rows.first + row, last - first);
             }
         }
+        return isFull;
     }
 
 private:

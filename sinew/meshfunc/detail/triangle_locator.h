@@ -59,6 +59,14 @@ public:
         return known == &kNoStructure ? nullptr : known;
     }
 
+    /// The structure of a cell, if it exists already; null otherwise.
+    CellTriangles const* known(std::size_t cell) const
+    {
+        assert(cell < kCellCount);
+        CellTriangles const* const triangles = cells_[cell].load(std::memory_order_acquire);
+        return triangles == &kNoStructure ? nullptr : triangles;
+    }
+
     /// Bytes held by everything that was built so far.
     std::size_t memory() const;
 

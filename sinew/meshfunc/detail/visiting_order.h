@@ -9,7 +9,9 @@
 #include <cstdint>
 #include <memory>
 
+#include <sinew/detail/prefetch.h>
 #include <sinew/framework/vect2.h>
+#include <sinew/meshfunc/detail/lookup_ahead.h>
 #include <sinew/meshfunc/detail/query_points.h>
 #include <sinew/meshfunc/mesh_function_2d.h>
 
@@ -34,7 +36,7 @@ public:
         for (std::size_t first = 0; first < points.count; first += kPart) {
             std::size_t const size = points.count - first < kPart ? points.count - first : kPart;
             if (!entries_) {
-                for (std::size_t i = 0; i < size; ++i) use(first + i, points[first + i]);
+                visitInOrder(points, first, size, use);
                 continue;
             }
             CellGrid const grid(f_);
@@ -52,16 +54,19 @@ public:
     }
 
 private:
+    template <typename Points, typename Use>
+    void visitInOrder(Points const& points, std::size_t first, std::size_t size, Use const& use) const
+    {
+        LookupAhead ahead(f_);
+        for (std::size_t i = 0; i < size; ++i) {
+            if (i + LookupAhead::kPoints < size) ahead.announce(points[first + i + LookupAhead::kPoints]);
+            use(first + i, points[first + i]);
+        }
+    }
+
     static constexpr std::size_t kPart = std::size_t{1} << 20;
 
     static constexpr std::size_t kAhead = 16;
-
-    static void prefetch([[maybe_unused]] void const* address)
-    {
-#if defined(__GNUC__)
-        __builtin_prefetch(address);
-#endif
-    }
 
     struct Entry
     {

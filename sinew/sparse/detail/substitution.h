@@ -10,22 +10,18 @@
 #include <vector>
 
 #include <sinew/detail/as_index.h>
+#include <sinew/detail/prefetch.h>
 
 namespace sinew::detail {
 
 using FactorList = std::vector<std::pair<int, double>>;
 
-/// Prefetches a list that will be read soon. The lists are separate allocations, so the processor cannot predict the
+/// Fetches a list that will be read soon. The lists are separate allocations, so the processor cannot predict the
 /// address of the next one.
-inline void prefetch(FactorList const& list)
+inline void prefetchList(FactorList const& list)
 {
-#if defined(__GNUC__)
-    constexpr std::size_t kCacheLineBytes = 64;
-    constexpr std::size_t kPairsPerLine = kCacheLineBytes / sizeof(FactorList::value_type);
-    for (std::size_t k = 0; k < list.size(); k += kPairsPerLine) __builtin_prefetch(list.data() + k);
-#else
-    static_cast<void>(list);
-#endif
+    constexpr std::size_t kPairsPerLine = kCacheLine / sizeof(FactorList::value_type);
+    for (std::size_t k = 0; k < list.size(); k += kPairsPerLine) prefetch(list.data() + k);
 }
 
 /// Replaces the `Count` values at `own` by (own - sum of v times the values of c, over the pairs (c, v) of the list)
@@ -74,11 +70,11 @@ void substitute(FactorView const& factor, double* y)
     FactorList const* const columns = factor.Mt.data();
     double const* const diagonal = factor.diag.data();
     for (std::size_t i = 0; i < n; ++i) {
-        if (i + kAhead < n) prefetch(rows[i + kAhead]);
+        if (i + kAhead < n) prefetchList(rows[i + kAhead]);
         substituteRow<Count>(rows[i], diagonal[i], y, y + i * Count);
     }
     for (std::size_t i = n; i-- > 0;) {
-        if (i >= kAhead) prefetch(columns[i - kAhead]);
+        if (i >= kAhead) prefetchList(columns[i - kAhead]);
         substituteRow<Count>(columns[i], diagonal[i], y, y + i * Count);
     }
 }

@@ -1,0 +1,5 @@
+#include <vector>
+
+#include <sinew/sinew.h>
+
+// THE BLOCK
