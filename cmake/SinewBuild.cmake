@@ -4,6 +4,7 @@
 #   sinew_warnings  warnings; with SINEW_WERROR they are errors
 #   sinew_checks    sanitizers and coverage, if enabled
 include(CheckCXXCompilerFlag)
+include(CheckCXXSourceCompiles)
 
 add_library(sinew_numerics INTERFACE)
 # Contraction would fuse a product and a sum into one rounding; every compiler must round both.
@@ -16,6 +17,23 @@ foreach(flag -ffp-contract=off -fno-math-errno -fno-trapping-math)
     target_compile_options(sinew_numerics INTERFACE ${flag})
   endif()
 endforeach()
+
+# Flags such as -march=native can name a processor with fused operations. There, g++ 12 with -O3 makes one fused operation
+# from a product-sum and a product-difference that stand side by side, in spite of -ffp-contract=off. Without the
+# vectorisation of straight-line code it does not. sinew_no_fused_pairs does this for code that is compiled for such a
+# processor; loops are vectorised as before.
+add_library(sinew_no_fused_pairs INTERFACE)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(sinew_no_fused_pairs INTERFACE -fno-tree-slp-vectorize)
+endif()
+check_cxx_source_compiles("
+#if !defined(__FMA__) && !defined(__FMA4__) && !defined(__AVX512F__)
+#error
+#endif
+int main() {}" SINEW_PROCESSOR_FUSES)
+if(SINEW_PROCESSOR_FUSES)
+  target_link_libraries(sinew_numerics INTERFACE sinew_no_fused_pairs)
+endif()
 
 # The sources get the width as a number, because the preprocessor can only compare numbers.
 if(SINEW_VECTOR_WIDTH STREQUAL "avx512")

@@ -46,7 +46,7 @@ PLATFORMS = [
     Platform("gcc-O3", X86_64 + "g++", "-O3", "g++", "g++", suites=False),
     Platform("gcc-Os", X86_64 + "g++", "-Os", "g++", "g++", suites=False),
     Platform("gcc-lto", X86_64 + "g++, link-time optimisation", "-O2", "g++", "g++", options=LTO, suites=False),
-    Platform("gcc-native", X86_64 + "g++", "-O2 -march=native", "g++", "g++"),
+    Platform("gcc-native", X86_64 + "g++", "-O3 -march=native", "g++", "g++"),
     Platform("clang-O0", X86_64 + "clang++", "-O0", "clang", "clang++", suites=False),
     Platform("clang-O2", X86_64 + "clang++", "-O2", "clang", "clang++"),
     Platform("clang-O3", X86_64 + "clang++", "-O3", "clang", "clang++", suites=False),
