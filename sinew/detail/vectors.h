@@ -7,6 +7,15 @@
 
 #include <sinew/detail/dispatch.h>
 
+// 1 if the compiler has __builtin_shufflevector, which exchanges the elements of vectors: clang++, and g++ from 12 on.
+#define SINEW_VECTOR_SHUFFLES 0
+#if defined(__GNUC__) && defined(__has_builtin)
+#if __has_builtin(__builtin_shufflevector)
+#undef SINEW_VECTOR_SHUFFLES
+#define SINEW_VECTOR_SHUFFLES 1
+#endif
+#endif
+
 namespace sinew::detail {
 
 template <VectorWidth width>

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include <sinew/detail/vectors.h>
 
@@ -36,17 +37,44 @@ SINEW_KERNEL void setLengths(Offsets<width>* d)
 // takes longer to collect the coordinates of more centres.
 constexpr VectorWidth kWidestForOnePoint = VectorWidth::avx2;
 
+// The coordinates of consecutive points. Whole vectors are loaded and their elements exchanged; compilers would load
+// each coordinate alone, which takes longer than the arithmetic.
+template <VectorWidth width>
+SINEW_KERNEL void loadPoints(Vector3 const* points, Vector<width>* x, Vector<width>* y, Vector<width>* z)
+{
+    static_assert(sizeof(Vector3) == 3 * sizeof(double));
+#if SINEW_VECTOR_SHUFFLES
+    char const* const bytes = reinterpret_cast<char const*>(points);
+    Vector<width> a, b, c;
+    std::memcpy(&a, bytes, sizeof a);
+    std::memcpy(&b, bytes + sizeof a, sizeof b);
+    std::memcpy(&c, bytes + 2 * sizeof a, sizeof c);
+    if constexpr (kVectorSize<width> == 4) {
+        Vector<width> const ab = __builtin_shufflevector(a, b, 0, 1, 6, 7); // x0 y0 x2 y2
+        Vector<width> const ac = __builtin_shufflevector(a, c, 2, 3, 4, 5); // z0 x1 z2 x3
+        Vector<width> const bc = __builtin_shufflevector(b, c, 0, 1, 6, 7); // y1 z1 y3 z3
+        *x = __builtin_shufflevector(ab, ac, 0, 5, 2, 7);
+        *y = __builtin_shufflevector(ab, bc, 1, 4, 3, 6);
+        *z = __builtin_shufflevector(ac, bc, 0, 5, 2, 7);
+        return;
+    } else if constexpr (kVectorSize<width> == 2) {
+        *x = __builtin_shufflevector(a, b, 0, 3);
+        *y = __builtin_shufflevector(a, c, 1, 2);
+        *z = __builtin_shufflevector(b, c, 0, 3);
+        return;
+    }
+#endif
+    for (int l = 0; l < kVectorSize<width>; ++l) {
+        elements<width>(x)[l] = points[l].x;
+        elements<width>(y)[l] = points[l].y;
+        elements<width>(z)[l] = points[l].z;
+    }
+}
+
 template <VectorWidth width>
 SINEW_KERNEL void setOffsets(Vector3 const& p, Vector3 const* centres, Offsets<width>* d)
 {
-    double* const x = elements<width>(&d->x);
-    double* const y = elements<width>(&d->y);
-    double* const z = elements<width>(&d->z);
-    for (int l = 0; l < kVectorSize<width>; ++l) {
-        x[l] = centres[l].x;
-        y[l] = centres[l].y;
-        z[l] = centres[l].z;
-    }
+    loadPoints<width>(centres, &d->x, &d->y, &d->z);
     d->x = p.x - d->x;
     d->y = p.y - d->y;
     d->z = p.z - d->z;
@@ -58,10 +86,6 @@ SINEW_KERNEL void load(double const* numbers, Vector<width>* vector)
 {
     for (int l = 0; l < kVectorSize<width>; ++l) elements<width>(vector)[l] = numbers[l];
 }
-
-// Centres whose terms are computed before they are added. Their number is not constant (the last ones may be fewer), so
-// that the terms pass through memory: clang would otherwise take the vectors apart before it takes the square roots.
-constexpr std::size_t kChunk = 32;
 
 struct AddTerms
 {
@@ -76,17 +100,13 @@ struct AddTerms
         Vector3 const p = point;
         double sum = start;
         std::size_t const inVectors = terms.n / kSize * kSize;
-        for (std::size_t first = 0; first < inVectors; first += kChunk) {
-            alignas(64) double values[kChunk];
-            std::size_t const count = std::min(kChunk, inVectors - first);
-            for (std::size_t i = 0; i < count; i += kSize) {
-                Offsets<width> d;
-                setOffsets<width>(p, terms.centres + first + i, &d);
-                Vector<width> coefficients{};
-                load<width>(terms.coefficients + first + i, &coefficients);
-                *vectors<width>(values + i) = coefficients * d.lengthsSq * d.lengths;
-            }
-            for (std::size_t i = 0; i < count; ++i) sum += values[i];
+        for (std::size_t first = 0; first < inVectors; first += kSize) {
+            Offsets<width> d;
+            setOffsets<width>(p, terms.centres + first, &d);
+            Vector<width> values{};
+            load<width>(terms.coefficients + first, &values);
+            values = values * d.lengthsSq * d.lengths;
+            for (std::size_t i = 0; i < kSize; ++i) sum += elements<width>(&values)[i];
         }
         for (std::size_t i = inVectors; i < terms.n; ++i) {
             double const lengthSq = distSq(p, terms.centres[i]);
