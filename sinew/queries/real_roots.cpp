@@ -15,16 +15,16 @@
 #include <cstdint>
 #include <cstring>
 
+#include <sinew/core/detail/double_double.h>
 #include <sinew/core/detail/power_scale.h>
-#include <sinew/queries/detail/compensated.h>
 #include <sinew/queries/detail/exact_roots.h>
 
 namespace sinew {
 
 namespace {
 
-using detail::DoubleDouble;
-using detail::exactProduct;
+using detail::TwoPart;
+using detail::twoProduct;
 
 // After scaling, coefficients lie in [2^-100, 2). No value of the rounded method then overflows or loses digits to
 // underflow: roots lie between 2^-104 and 2^104, and the fourth power of these is far from both ends.
@@ -123,8 +123,8 @@ Values compensatedValues(Polynomial const& p, double x)
     Values at;
     double correction = 0.0;
     for (int i = p.degree; i >= 0; --i) {
-        DoubleDouble const product = exactProduct(at.value, x);
-        DoubleDouble const sum = detail::exactSum(product.high, p.c[i]);
+        TwoPart const product = twoProduct(at.value, x);
+        TwoPart const sum = detail::twoSum(product.high, p.c[i]);
         correction = correction * x + (product.low + sum.low);
         at.slope = at.slope * x + at.value;
         at.magnitude = at.magnitude * x + std::fabs(p.c[i]);
@@ -311,14 +311,14 @@ Polynomial mirrored(Polynomial p)
 // error does not decide.
 int certainDiscriminant(double a, double b, double c, double d, double e)
 {
-    DoubleDouble const ae = exactProduct(a, e);
-    DoubleDouble const bd = exactProduct(b, d);
-    DoubleDouble const cc = exactProduct(c, c);
-    DoubleDouble const i = 12.0 * ae - 3.0 * bd + cc;
-    DoubleDouble const dd = exactProduct(d, d);
-    DoubleDouble const bb = exactProduct(b, b);
-    DoubleDouble const j = c * (72.0 * ae + 9.0 * bd - 2.0 * cc) - 27.0 * (a * dd + e * bb);
-    DoubleDouble const discriminant = 4.0 * (i * i * i) - j * j;
+    TwoPart const ae = twoProduct(a, e);
+    TwoPart const bd = twoProduct(b, d);
+    TwoPart const cc = twoProduct(c, c);
+    TwoPart const i = 12.0 * ae - 3.0 * bd + cc;
+    TwoPart const dd = twoProduct(d, d);
+    TwoPart const bb = twoProduct(b, b);
+    TwoPart const j = c * (72.0 * ae + 9.0 * bd - 2.0 * cc) - 27.0 * (a * dd + e * bb);
+    TwoPart const discriminant = 4.0 * (i * i * i) - j * j;
 
     double const sizeI = 12 * std::fabs(ae.high) + 3 * std::fabs(bd.high) + cc.high;
     double const sizeJ = std::fabs(c) * (72 * std::fabs(ae.high) + 9 * std::fabs(bd.high) + 2 * cc.high) +
@@ -390,8 +390,8 @@ bool quadraticRoots(Polynomial const& p, RealRoots* result)
     double const a = p.c[2];
     double const b = p.c[1];
     double const c = p.c[0];
-    DoubleDouble const bb = exactProduct(b, b);
-    DoubleDouble const ac = exactProduct(4 * a, c);
+    TwoPart const bb = twoProduct(b, b);
+    TwoPart const ac = twoProduct(4 * a, c);
     double const discriminant = (bb.high - ac.high) + (bb.low - ac.low);
     int const sign = bb.high != ac.high ? signOf(bb.high - ac.high) : signOf(bb.low - ac.low);
     if (sign < 0) return true;
