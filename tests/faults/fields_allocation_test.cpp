@@ -1,5 +1,6 @@
 // The module fields with every allocation failing in turn.
 
+#include <array>
 #include <limits>
 #include <memory>
 
@@ -10,6 +11,7 @@
 #include <sinew/fields/polyline_set.h>
 #include <sinew/fields/proximity_tester.h>
 #include <sinew/fields/smooth_distance.h>
+#include <sinew/fields/symmetric_smooth_distance.h>
 
 #include "faults/digest.h"
 #include "faults/sweep.h"
@@ -328,4 +330,22 @@ TEST(FieldsAllocation, SmoothDistance)
                 digest);
         }
     }
+}
+
+TEST(FieldsAllocation, SymmetricSmoothDistance)
+{
+    std::vector<Vector3> const points = curve(90);
+    std::vector<Vector3> const queries = curve(5);
+    faults::expectNoAllocation([&] { sinew::smoothDistance(points, {0.1, 0.2, 0.3}, 0.5); });
+    using Distances = std::array<double, 5>;
+    sweep(
+        Guarantee::basic, [] { return std::make_unique<Distances>(); },
+        [&](Distances& d) {
+            sinew::smoothDistanceMany(points, sinew::coordinatesOf(queries.data(), 5), 0.5, d.data(), nullptr, nullptr);
+        },
+        [](Distances& d) {
+            Digest result;
+            for (double const dist : d) result.add(dist);
+            return std::string(result);
+        });
 }

@@ -164,12 +164,15 @@ TEST(SkinningAllocation, RawArrays)
         state->input.boneCount = kBones;
         return state;
     };
-    sweep(
-        Guarantee::strong, make,
-        [](State& s) {
-            sinew::skin(s.input, {sinew::coordinatesOf(s.posed.data(), kVertices), {}});
-        },
-        [](State& s) { return std::string(Digest(s.posed)); });
+    for (auto const method : {sinew::SkinMethod::linear, sinew::SkinMethod::dualQuaternion}) {
+        sweep(
+            Guarantee::strong, make,
+            [method](State& s) {
+                s.input.method = method;
+                sinew::skin(s.input, {sinew::coordinatesOf(s.posed.data(), kVertices), {}});
+            },
+            [](State& s) { return std::string(Digest(s.posed)); });
+    }
 }
 
 TEST(SkinningAllocation, Guards)

@@ -33,6 +33,14 @@ TEST(CoreAllocation, NothingAllocates)
         sum = sum + box.max.x;
         vxFuncBinder::drawPoints(points, 0, 5);
         sum = sum + static_cast<double>(std::hash<Vector3>()(a) % 2);
+        sum = sum + sinew::eigenSymmetric(symmetric).values[0];
+        // Points on a line, in a plane and on a circle take the exact stages; those of 1e-300 do it with large
+        // integers.
+        for (double const scale : {1.0, 1e-300}) {
+            tzNM::vect2<double> const p(scale, 0), q(0, scale), r(-scale, 0), s(0, -scale);
+            sum = sum + sinew::orient2d(p, tzNM::vect2<double>(0, 0), r) + sinew::inCircle(p, q, r, s);
+            sum = sum + sinew::orient3d({scale, 0, 0}, {0, scale, 0}, {-scale, 0, 0}, {0, -scale, 0});
+        }
     });
 }
 
@@ -56,5 +64,16 @@ TEST(QueriesAllocation, NothingAllocates)
         sum = sum + segClipHalfPlane2D(p, q, c, n) + segIntersectRect2D(a, b, Vector3(-1, -1, 0), Vector3(1, 1, 0));
         sum = sum + segsIntersect(a, b, c, d, 1e-9, true) +
               segClipRect2D(a, b, Vector3(-1, -1, 0), Vector3(1, 1, 0), p, q);
+        sinew::Ray const ray(a, b - a);
+        sum = sum + sinew::rayTriangle(ray, b, c, d).t + sinew::raySphere(ray, c, 0.5).tEnter;
+        sum = sum + sinew::closestLines(a, u, b, n).distance;
+        for (double const last : {24.0, 25.0}) { // four simple roots, and none
+            double const coefficients[] = {1, -10, 35, -50, last};
+            sum = sum + sinew::realRoots(coefficients).roots[0];
+        }
+        double const twice[] = {1, -4, 6, -4, 1}; // one root four times
+        sum = sum + sinew::realRoots(twice).roots[0];
+        sinew::RealArray const array = sinew::coordinatesOf(points.data(), points.size());
+        sum = sum + sinew::fitLine(array).residual + sinew::fitPlane(array).residual;
     });
 }
