@@ -16,6 +16,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "meshfunc/mesh_samples.h"
 #include "skinning/skinning_scene.h"
@@ -152,6 +153,53 @@ Prepare saveAndLoad(MakeMesh make)
     };
 }
 
+// Points outside, where every boundary triangle may be flat and is then passed over.
+Prepare queryAnywhere(MakeMesh make)
+{
+    return [make](int n) {
+        auto mesh = std::make_shared<Mesh>(make(n));
+        return [mesh] {
+            MeshFunction2D const function = mesh->function();
+            Random random(10);
+            for (int i = 0; i < kQueries; ++i) {
+                Point value;
+                sink = sinew::extrapolateAnywhere(function, random.point2(-0.5, 1.5), &value, nullptr) + value.x;
+            }
+        };
+    };
+}
+// Triangles without area beside each other, and one good triangle far away.
+Mesh flat(int triangles)
+{
+    Mesh mesh;
+    for (int i = 0; i < triangles; ++i) {
+        double const x = static_cast<double>(i) / triangles;
+        int const a = mesh.addVertex(x, 0.5);
+        mesh.addVertex(x, 0.6);
+        mesh.addVertex(x, 0.7);
+        mesh.addTriangle(a, a + 1, a + 2);
+    }
+    int const a = mesh.addVertex(3, 3);
+    mesh.addVertex(4, 3);
+    mesh.addVertex(3, 4);
+    mesh.addTriangle(a, a + 1, a + 2);
+    return mesh;
+}
+
+Prepare saveExactly(MakeMesh make)
+{
+    return [make](int n) {
+        auto function = std::make_shared<MeshFunction2D>(make(n).function());
+        return [function] {
+            std::stringstream document;
+            sinew::saveExact(*function, document);
+            MeshFunction2D loaded(true);
+            sinew::readDocument(document, loaded);
+            sink = loaded.domainMax.x;
+        };
+    };
+}
+
 Prepare diagnoseMesh(MakeMesh make)
 {
     return [make](int n) {
@@ -221,6 +269,20 @@ Prepare smoothDistances(MakePoints make)
     };
 }
 
+Prepare symmetricSmoothDistances(MakePoints make)
+{
+    return [make](int n) {
+        auto points = std::make_shared<std::vector<Vector3>>(make(n));
+        return [points] {
+            std::vector<Vector3> const queries = Random(5).points(30);
+            std::vector<double> dists(queries.size());
+            sinew::smoothDistanceMany(*points, sinew::coordinatesOf(queries.data(), queries.size()), 0.05, dists.data(),
+                                      nullptr, nullptr);
+            sink = dists[0];
+        };
+    };
+}
+
 // Points and textures -------------------------------------------------------------------------------------------------
 
 Prepare proximity(MakePoints make)
@@ -240,6 +302,18 @@ Prepare bestFit(MakePoints make)
             UVector3 direction;
             bestFitPlane(*points, &place, &direction);
             sink = direction.x;
+        };
+    };
+}
+
+Prepare fit(MakePoints make)
+{
+    return [make](int n) {
+        auto points = std::make_shared<std::vector<Vector3>>(make(n));
+        return [points] {
+            std::vector<Vector3> const& all = *points;
+            sink = sinew::fitPlane(sinew::coordinatesOf(all.data(), all.size())).residual;
+            sink = static_cast<double>(sinew::diagnose(all).findings.size());
         };
     };
 }
@@ -385,6 +459,31 @@ Prepare pose(int influences)
     };
 }
 
+Prepare skinByDualQuaternions(std::size_t influences)
+{
+    return [influences](int n) {
+        Random random(11);
+        std::size_t const count = static_cast<std::size_t>(n);
+        smart_ptr<BoneTransformVector> const bones = test::randomBones(random, 20);
+        auto rest = std::make_shared<std::vector<Vector3>>(random.points(n));
+        auto indices = std::make_shared<std::vector<int>>(count * influences);
+        for (int& index : *indices) index = random.below(20);
+        auto weights = std::make_shared<std::vector<double>>(indices->size(), 0.5);
+        return [=] {
+            std::vector<Vector3> posed(count);
+            sinew::SkinInput input;
+            input.positions = sinew::coordinatesOf(std::as_const(*rest).data(), count);
+            input.influences = {influences, sinew::packed(indices->data(), count, influences),
+                                sinew::packed(weights->data(), count, influences)};
+            input.bones = bones->bones.data();
+            input.boneCount = bones->bones.size();
+            input.method = sinew::SkinMethod::dualQuaternion;
+            sinew::skin(input, {sinew::coordinatesOf(posed.data(), count), {}});
+            sink = posed[0].x;
+        };
+    };
+}
+
 std::map<std::string, Work> const& works()
 {
     static std::map<std::string, Work> const all = {
@@ -395,6 +494,9 @@ std::map<std::string, Work> const& works()
         {"mesh.query.huge-triangle", {kLinear, 70000, query(hugeTriangle)}},
         {"mesh.query.nested", {kLinear, 4000, query(nested)}},
         {"mesh.query.islands", {kLinear, 4000, query(separateTriangles)}},
+        {"mesh.anywhere.grid", {kLinear, 4000, queryAnywhere(grid)}},
+        {"mesh.anywhere.flat", {kLinear, 2000, queryAnywhere(flat)}},
+        {"mesh.exact-document.grid", {kLinear, 4000, saveExactly(grid)}},
         {"mesh.document.grid", {kLinear, 4000, saveAndLoad(grid)}},
         {"mesh.document.nested", {kLinear, 2000, saveAndLoad(nested)}},
         {"mesh.diagnose.grid", {kLinear, 4000, diagnoseMesh(grid)}},
@@ -407,6 +509,11 @@ std::map<std::string, Work> const& works()
         {"polyline.smooth.spiral", {kLinear, 4000, smoothDistances(spiral)}},
         {"polyline.smooth.one-place", {kLinear, 4000, smoothDistances(onePlace)}},
         {"polyline.smooth.noise", {kLinear, 4000, smoothDistances(noise)}},
+        {"polyline.symmetric-smooth.spiral", {kLinear, 4000, symmetricSmoothDistances(spiral)}},
+        {"polyline.symmetric-smooth.one-place", {kLinear, 4000, symmetricSmoothDistances(onePlace)}},
+        {"polyline.symmetric-smooth.noise", {kLinear, 4000, symmetricSmoothDistances(noise)}},
+        {"points.fit.noise", {kLinear, 8000, fit(noise)}},
+        {"points.fit.one-place", {kLinear, 8000, fit(onePlace)}},
         {"points.proximity.noise", {kLinear, 4000, proximity(noise)}},
         {"points.proximity.one-place", {kLinear, 4000, proximity(onePlace)}},
         {"points.best-fit.noise", {kLinear, 8000, bestFit(noise)}},
@@ -435,6 +542,8 @@ std::map<std::string, Work> const& works()
         {"document.blanks", {kLinear, 20000, readDocument([](int n) { return inRoot(repeated(" \n", n)); })}},
         {"skinning.pose.4", {kLinear, 2000, pose(4)}},
         {"skinning.pose.40", {kLinear, 500, pose(40)}},
+        {"skinning.dual-quaternions.4", {kLinear, 2000, skinByDualQuaternions(4)}},
+        {"skinning.dual-quaternions.40", {kLinear, 500, skinByDualQuaternions(40)}},
     };
     return all;
 }
