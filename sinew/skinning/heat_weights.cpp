@@ -73,11 +73,11 @@ double firstNotFinite(Vector3 const& v)
 class Input
 {
 public:
-    Input(HeatMesh const& mesh, std::vector<BoneSegment> const& skeleton) : skeleton_(skeleton)
+    Input(HeatMesh const& mesh, std::vector<BoneSegment> const& skeleton)
     {
-        if (checkSizes(mesh)) {
+        if (checkSizes(mesh, skeleton.size())) {
             takePositions(mesh.positions);
-            takeBones();
+            takeBones(skeleton);
             takeTriangles(mesh.triangles);
         }
         findings_ = refusal_.take(statement);
@@ -87,17 +87,17 @@ public:
     std::vector<Finding<HeatFault>>& findings() { return findings_; }
     std::vector<Vector3> const& positions() const { return positions_; }
     std::vector<Corners> const& triangles() const { return triangles_; }
-    std::vector<BoneSegment> const& skeleton() const { return skeleton_; }
+    std::vector<HeatBone> const& skeleton() const { return skeleton_; }
 
 private:
-    bool checkSizes(HeatMesh const& mesh)
+    bool checkSizes(HeatMesh const& mesh, std::size_t bones)
     {
-        std::uint64_t const counts[] = {elementsOf(mesh.positions), elementsOf(mesh.triangles), skeleton_.size()};
+        std::uint64_t const counts[] = {elementsOf(mesh.positions), elementsOf(mesh.triangles), bones};
         if (*std::max_element(counts, counts + 3) > std::numeric_limits<int>::max()) {
             refusal_.add(HeatFault::tooLarge, {shownCount(counts[0]), shownCount(counts[1]), shownCount(counts[2])});
             return false;
         }
-        if (skeleton_.empty()) refusal_.add(HeatFault::noBones, {});
+        if (bones == 0) refusal_.add(HeatFault::noBones, {});
         return true;
     }
 
@@ -111,11 +111,12 @@ private:
         }
     }
 
-    void takeBones()
+    void takeBones(std::vector<BoneSegment> const& skeleton)
     {
-        for (std::size_t b = 0; b < skeleton_.size(); ++b) {
-            Vector3 const& start = skeleton_[b].start;
-            Vector3 const& end = skeleton_[b].end;
+        for (std::size_t b = 0; b < skeleton.size(); ++b) {
+            Vector3 const& start = skeleton[b].start;
+            Vector3 const& end = skeleton[b].end;
+            skeleton_.push_back({start, end});
             if (isFinite(start) && isFinite(end)) continue;
             double const value = firstNotFinite(isFinite(start) ? end : start);
             refusal_.add(HeatFault::boneNotFinite, {static_cast<std::int64_t>(b)}, value);
@@ -144,13 +145,13 @@ private:
             largest = std::max({largest, magnitudeBits(v.x), magnitudeBits(v.y), magnitudeBits(v.z)});
         };
         for (Vector3 const& p : positions_) include(p);
-        for (BoneSegment const& bone : skeleton_) {
+        for (HeatBone const& bone : skeleton_) {
             include(bone.start);
             include(bone.end);
         }
         double const to = powerScale(largest).to;
         for (Vector3& p : positions_) p *= to;
-        for (BoneSegment& bone : skeleton_) {
+        for (HeatBone& bone : skeleton_) {
             bone.start *= to;
             bone.end *= to;
         }
@@ -158,7 +159,7 @@ private:
 
     std::vector<Vector3> positions_;
     std::vector<Corners> triangles_;
-    std::vector<BoneSegment> skeleton_;
+    std::vector<HeatBone> skeleton_;
     FirstFindings<HeatFault> refusal_;
     std::vector<Finding<HeatFault>> findings_;
 };
@@ -262,7 +263,7 @@ HeatWeights balance(HeatMesh const& mesh, std::vector<BoneSegment> const& skelet
 
     HeatSurface const surface = heatSurface(input.positions(), input.triangles());
     beginPhase(meter, 0.0, kHeated);
-    HeatSources const sources = heatSources(surface, input.skeleton(), visibility, meter);
+    HeatSources const sources = heatSources(surface, input.skeleton(), visibility == BoneVisibility::respected, meter);
     count(surface, sources, result);
     SPDMatrix const matrix = balanceOf(surface, sources.heat);
     result.matrixEntries = surface.edges.size() + surface.places.size();

@@ -21,7 +21,7 @@ constexpr double kLeastHeat = 0x1p-34;
 constexpr std::size_t kPlacesBetweenReports = 256;
 
 // The point of a bone nearest to p; exactly an end of the bone if that is nearest.
-Vector3 nearestOn(BoneSegment const& bone, Vector3 const& p)
+Vector3 nearestOn(HeatBone const& bone, Vector3 const& p)
 {
     Vector3 const e = bone.end - bone.start;
     double const along = (p - bone.start) * e;
@@ -34,9 +34,8 @@ Vector3 nearestOn(BoneSegment const& bone, Vector3 const& p)
 class View
 {
 public:
-    View(std::vector<BoneSegment> const& skeleton, TriangleTree const& tree, BoneVisibility visibility)
-        : skeleton_(skeleton), tree_(tree), ignoresWalls_(visibility == BoneVisibility::ignored),
-          nearest_(skeleton.size()), distances_(skeleton.size())
+    View(std::vector<HeatBone> const& skeleton, TriangleTree const& tree)
+        : skeleton_(skeleton), tree_(tree), nearest_(skeleton.size()), distances_(skeleton.size())
     {
     }
 
@@ -74,11 +73,10 @@ public:
 
 private:
     bool isNearest(std::size_t b) const { return distances_[b] <= least_ * (1.0 + kEquallyNear); }
-    bool sees(std::size_t b) const { return ignoresWalls_ || !tree_.isCrossed(place_, nearest_[b]); }
+    bool sees(std::size_t b) const { return !tree_.isCrossed(place_, nearest_[b]); }
 
-    std::vector<BoneSegment> const& skeleton_;
+    std::vector<HeatBone> const& skeleton_;
     TriangleTree const& tree_;
-    bool ignoresWalls_;
     Vector3 place_;
     std::vector<Vector3> nearest_; // the nearest point of each bone
     std::vector<double> distances_;
@@ -115,14 +113,13 @@ std::vector<bool> findShadedPieces(HeatSurface const& surface, std::vector<Sight
 
 } // namespace
 
-HeatSources heatSources(HeatSurface const& surface, std::vector<BoneSegment> const& skeleton, BoneVisibility visibility,
+HeatSources heatSources(HeatSurface const& surface, std::vector<HeatBone> const& skeleton, bool hidesBones,
                         ProgressMeter* meter)
 {
     std::size_t const count = surface.places.size();
-    TriangleTree const tree(surface.places, visibility == BoneVisibility::ignored ? std::vector<TriangleTree::Corners>()
-                                                                                  : surface.triangles);
+    TriangleTree const tree(surface.places, hidesBones ? surface.triangles : std::vector<TriangleTree::Corners>());
     HeatSources sources;
-    View view(skeleton, tree, visibility);
+    View view(skeleton, tree);
     std::vector<double> distances(count);
     for (std::size_t i = 0; i < count; ++i) {
         if (meter && i % kPlacesBetweenReports == 0) meter->reached(fractionOf(i, count));

@@ -6,10 +6,17 @@
 #include <vector>
 
 #include <sinew/core/detail/progress_meter.h>
+#include <sinew/core/vector3.h>
 #include <sinew/skinning/detail/heat_surface.h>
-#include <sinew/skinning/heat_weights.h>
 
 namespace sinew::detail {
+
+/// The segment of a bone.
+struct HeatBone
+{
+    Vector3 start;
+    Vector3 end;
+};
 
 /// What a place sees of the bones.
 enum class Sight
@@ -30,7 +37,9 @@ struct HeatSources
 };
 
 /// There is at least one bone. The coordinates of bones and places have magnitudes below 4.
-HeatSources heatSources(HeatSurface const& surface, std::vector<BoneSegment> const& skeleton, BoneVisibility visibility,
+///
+/// @param hidesBones  whether the surface hides bones; if not, every place is lit
+HeatSources heatSources(HeatSurface const& surface, std::vector<HeatBone> const& skeleton, bool hidesBones,
                         ProgressMeter* meter);
 
 } // namespace sinew::detail
