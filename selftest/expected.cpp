@@ -111,6 +111,7 @@ std::vector<Expected> expectedResults()
         {"skinning.BoneTransformModifyer", 100057, 0xa6fd595a50d9ecf0}, // vertices
         {"skinning.BoneTransformVector", 100000, 0x682da655fc933570}, // vertices
         {"skinning.SubstituteGeometryData", 100000, 0x057df6b28c37354a}, // vertices
+        {"skinning.heatWeights", 100046, 0x708937274d6f2532}, // vertices
         {"skinning.skin", 100317, 0x4c2578403cb6c9d5}, // vertices
         {"skinning.skin.dualQuaternion", 100324, 0xf82b0e752056ff0e}, // vertices
         {"skinning.weights", 100011, 0xaff3cd02457674f0}, // lists of influences

@@ -9,6 +9,7 @@
 #include <sinew/skinning/bone_transform.h>
 #include <sinew/skinning/bone_transform_vector.h>
 #include <sinew/skinning/display_data.h>
+#include <sinew/skinning/heat_weights.h>
 #include <sinew/skinning/skin.h>
 #include <sinew/skinning/substitute_geometry_data.h>
 #include <sinew/skinning/weights.h>
@@ -264,6 +265,51 @@ void weights(Inputs& in, Record& out)
     }
 }
 
+// A strip of squares in waves, with loose triangles and other vertices around it, and bones near it.
+void heat(Inputs& in, Record& out)
+{
+    while (out.count() < kInputs) {
+        std::vector<Vector3> positions;
+        std::vector<int> triangles;
+        int const squares = in.below(40);
+        for (int i = 0; i <= squares; ++i) {
+            for (int side = 0; side < 2; ++side) {
+                positions.emplace_back(0.25 * i, side, in.oneIn(3) ? 0.25 * in.lattice() : 0.0);
+            }
+            if (i == squares) break;
+            int const a = 2 * i;
+            triangles.insert(triangles.end(), {a, a + 1, a + 3, a, a + 3, a + 2});
+        }
+        int const others = in.below(20);
+        for (int i = 0; i < others; ++i) positions.push_back(in.tamePoint());
+        if (in.oneIn(8)) positions.push_back(in.point());
+        int const count = static_cast<int>(positions.size());
+        for (int i = 0; i < 3 * others; ++i) triangles.push_back(in.below(count));
+        if (in.oneIn(16)) triangles.back() = count;
+
+        std::vector<sinew::BoneSegment> skeleton;
+        int const bones = in.below(12);
+        for (int b = 0; b < bones; ++b) {
+            Vector3 const start = in.oneIn(3) || skeleton.empty() ? in.tamePoint() : skeleton.back().end;
+            skeleton.push_back({start, in.oneIn(8) ? start : in.tamePoint()});
+        }
+        auto const visibility = in.oneIn(4) ? sinew::BoneVisibility::ignored : sinew::BoneVisibility::respected;
+        Vector3 const* const first = positions.data();
+        sinew::HeatMesh const mesh = {sinew::coordinatesOf(first, positions.size()), sinew::packed(triangles, 3)};
+        sinew::HeatWeights const result = sinew::heatWeights(mesh, skeleton, visibility);
+        out.add(result);
+        out.add(result.boneCount);
+        out.add(result.weights);
+        for (std::size_t const number :
+             {result.joined, result.isolated, result.pieces, result.raisedEdges, result.shaded, result.sightless,
+              result.shadedPieces, result.unknowns, result.matrixEntries, result.factorEntries}) {
+            out.add(number);
+        }
+        out.add(result.largestCorrection);
+        out.countInputs(count);
+    }
+}
+
 } // namespace
 
 std::vector<Group> skinningGroups()
@@ -277,6 +323,7 @@ std::vector<Group> skinningGroups()
         {"skinning.BoneTransformModifyer", "vertices", kUnused, deformation},
         {"skinning.BoneTransformVector", "vertices", kUnused, singleVertices},
         {"skinning.SubstituteGeometryData", "vertices", kUnused, substitution},
+        {"skinning.heatWeights", "vertices", kUnused, heat},
         {"skinning.skin", "vertices", kUnused, rawSkinning},
         {"skinning.skin.dualQuaternion", "vertices", kUnused, dualQuaternions},
         {"skinning.weights", "lists of influences", kUnused, weights},

@@ -47,14 +47,6 @@
 #include <sinew/fields/smooth_distance.h>
 #include <sinew/fields/symmetric_smooth_distance.h>
 
-#include <sinew/skinning/bone_transform.h>
-#include <sinew/skinning/bone_transform_vector.h>
-#include <sinew/skinning/display_data.h>
-#include <sinew/skinning/geometry_data.h>
-#include <sinew/skinning/skin.h>
-#include <sinew/skinning/substitute_geometry_data.h>
-#include <sinew/skinning/weights.h>
-
 #include <sinew/meshfunc/extrapolate_anywhere.h>
 #include <sinew/meshfunc/location.h>
 #include <sinew/meshfunc/mesh_diagnosis.h>
@@ -72,3 +64,12 @@
 #include <sinew/sparse/solve_many.h>
 #include <sinew/sparse/spd_matrix.h>
 #include <sinew/sparse/symbolic_factor.h>
+
+#include <sinew/skinning/bone_transform.h>
+#include <sinew/skinning/bone_transform_vector.h>
+#include <sinew/skinning/display_data.h>
+#include <sinew/skinning/geometry_data.h>
+#include <sinew/skinning/heat_weights.h>
+#include <sinew/skinning/skin.h>
+#include <sinew/skinning/substitute_geometry_data.h>
+#include <sinew/skinning/weights.h>

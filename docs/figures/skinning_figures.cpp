@@ -2,7 +2,8 @@
 //
 // The first shows a ring of vertices with normals, seen along its axis, that a bone squashes and turns: the library's
 // normals, and the rest normals after a rotation. The second shows what a bone does to a tube. The third shows a
-// twisted and a bent tube under two bones, blended linearly and by dual quaternions.
+// twisted and a bent tube under two bones, blended linearly and by dual quaternions. The fourth shows a thick finger
+// beside a thin one that is raised, with weights from heat that ignore visibility and with those that respect it.
 
 #include <algorithm>
 #include <cmath>
@@ -14,6 +15,7 @@
 #include <tool/io/files.h>
 
 #include "figure.h"
+#include "skinning/heat_scene.h"
 
 namespace {
 
@@ -136,6 +138,30 @@ void drawBoneParts(Canvas& canvas)
     drawTube(canvas, BoneTransform(o, x, o, 1.6 * x, 0), {640, 160}, "stretched by 1.6, equally thick");
 }
 
+// A piece of a surface as it is seen, and its distance from the viewer.
+struct Face
+{
+    double depth;
+    std::vector<Point> outline;
+    Colour colour;
+};
+
+// Draws from back to front.
+void drawFaces(Canvas& canvas, std::vector<Face> faces)
+{
+    std::stable_sort(faces.begin(), faces.end(), [](Face const& a, Face const& b) { return a.depth < b.depth; });
+    for (Face const& face : faces) {
+        canvas.polygon(face.outline, face.colour);
+        canvas.polyline(face.outline, {face.colour, 0.6}, true); // closes the gaps between neighbours
+    }
+}
+
+Colour lit(Colour const& base, UVector3 const& normal)
+{
+    double const light = 0.45 + 0.55 * std::fabs(normal * UVector3(-0.35, 0.6, 0.75));
+    return {base.r * light, base.g * light, base.b * light};
+}
+
 // A tube along x from -1.1 to 1.1, with its joint at the origin. Bone 0 keeps the left end, bone 1 moves the right one.
 class JointedTube
 {
@@ -177,12 +203,6 @@ public:
     // Shaded quadrilaterals from back to front; a stripe along the tube shows the twist.
     void draw(Canvas& canvas, Point const& centre) const
     {
-        struct Face
-        {
-            double depth;
-            std::vector<Point> outline;
-            Colour colour;
-        };
         Matrix3 const view = Matrix3::rotationMatrix(UVector3(1, 0, 0), 0.35);
         Frame const frame{centre, 84};
         std::vector<Face> faces;
@@ -198,18 +218,11 @@ public:
                     normal += view * normals_[static_cast<std::size_t>(corner)];
                 }
                 bool const isStripe = k % 16 < 3;
-                UVector3 const unit(normal);
-                double const light = 0.45 + 0.55 * std::fabs(unit * UVector3(-0.35, 0.6, 0.75));
-                Colour const base = isStripe ? kRotated : colours::lightBlue;
-                face.colour = {base.r * light, base.g * light, base.b * light};
+                face.colour = lit(isStripe ? kRotated : colours::lightBlue, UVector3(normal));
                 faces.push_back(face);
             }
         }
-        std::stable_sort(faces.begin(), faces.end(), [](Face const& a, Face const& b) { return a.depth < b.depth; });
-        for (Face const& face : faces) {
-            canvas.polygon(face.outline, face.colour);
-            canvas.polyline(face.outline, {face.colour, 0.6}, true); // closes the gaps between neighbours
-        }
+        drawFaces(canvas, faces);
     }
 
 private:
@@ -247,6 +260,56 @@ void drawMethods(Canvas& canvas)
     }
 }
 
+// A thick finger, and a thin one that touches it nearly and is raised by its bone. Colours show the weights.
+void drawFingers(Canvas& canvas, sinew::BoneVisibility visibility, Point const& corner)
+{
+    test::HeatScene hand = test::tube(3, 0.4, 91, 72);
+    hand.add(test::tube(3, 0.12, 91, 36, {0, 0.55, 0}));
+    Vector3 const root(0, 0.55, 0), tip(3, 0.55, 0);
+    sinew::HeatWeights const heat = sinew::heatWeights(hand.mesh(), {{{0, 0, 0}, {3, 0, 0}}, {root, tip}}, visibility);
+    std::vector<BoneTransform> const bones = {
+        BoneTransform(), BoneTransform(root, tip, root, root + 3 * Vector3(std::cos(0.35), std::sin(0.35), 0), 0)};
+    std::vector<int> const bonesOfAll = {0, 1};
+    sinew::SkinInput input;
+    std::vector<Vector3> posed(hand.positions.size());
+    input.positions = sinew::coordinatesOf(hand.positions.data(), posed.size());
+    input.influences = {2, sinew::Strided<int const>(bonesOfAll.data(), posed.size(), 0),
+                        sinew::packed(heat.weights, 2)};
+    input.bones = bones.data();
+    input.boneCount = bones.size();
+    sinew::skin(input, {sinew::coordinatesOf(posed.data(), posed.size()), {}});
+
+    Matrix3 const view = Matrix3::rotationMatrix(UVector3(1, 0, 0), 0.25);
+    Frame const frame{corner, 118};
+    std::vector<Face> faces;
+    for (auto const& t : hand.triangles) {
+        Face face = {0, {}, kOurs};
+        Vector3 p[3];
+        double weight = 0;
+        for (std::size_t k = 0; k < 3; ++k) {
+            std::size_t const v = static_cast<std::size_t>(t[k]);
+            p[k] = view * posed[v];
+            face.outline.push_back(frame(p[k]));
+            face.depth += p[k].z;
+            weight += heat.weight(v, 1) / 3;
+        }
+        face.colour = lit(tool::mix(colours::lightBlue, kRotated, weight), UVector3(cross(p[1] - p[0], p[2] - p[0])));
+        faces.push_back(face);
+    }
+    drawFaces(canvas, faces);
+}
+
+void drawVisibility(Canvas& canvas)
+{
+    canvas.text({30, 28}, "A thin finger is raised beside a thick one", {17, tool::palette::ink, Align::left, true});
+    canvas.text({548, 28}, "red: weight of the thin finger's bone", {14});
+    drawFingers(canvas, sinew::BoneVisibility::ignored, {50, 260});
+    drawFingers(canvas, sinew::BoneVisibility::respected, {490, 260});
+    tool::TextStyle const centred{14, tool::palette::ink, Align::centre};
+    canvas.text({227, 342}, "the nearest bone counts, seen or not", centred);
+    canvas.text({667, 342}, "a hidden bone does not count", centred);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -257,4 +320,7 @@ int main(int argc, char** argv)
     Canvas methods(900, 420, 2);
     drawMethods(methods);
     tool::writeFile(folder + "/skinning_methods.png", methods.png());
+    Canvas visibility(900, 360, 2);
+    drawVisibility(visibility);
+    tool::writeFile(folder + "/skinning_heat.png", visibility.png());
 }

@@ -3,17 +3,18 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <initializer_list>
 #include <limits>
 #include <string>
 
 #include <sinew/core/detail/real_array.h>
 #include <sinew/detail/as_index.h>
 #include <sinew/detail/element_count.h>
+#include <sinew/framework/detail/first_findings.h>
 #include <sinew/framework/detail/number_text.h>
 
 namespace sinew {
 
+using detail::elementsOf;
 using detail::integerAt;
 using detail::numberAt;
 
@@ -67,50 +68,16 @@ std::string statement(Finding<EntryFault> const& finding)
     return "Row " + std::to_string(at[0]) + " has no diagonal entry";
 }
 
-// Collects the first finding of each kind, and counts the others.
-class Refusal
+// Collects the reasons to refuse a matrix.
+class Refusal : public detail::FirstFindings<EntryFault>
 {
 public:
-    void add(EntryFault kind, std::initializer_list<std::int64_t> indices, double value = 0.0)
-    {
-        for (Open& open : open_) {
-            if (open.finding.kind != kind) continue;
-            ++open.count;
-            return;
-        }
-        Open open = {{}, 1};
-        open.finding.kind = kind;
-        open.finding.indices = indices;
-        open.finding.value = value;
-        open_.push_back(std::move(open));
-    }
-
-    bool isEmpty() const { return open_.empty(); }
-
     MatrixBuild take()
     {
-        std::sort(open_.begin(), open_.end(),
-                  [](Open const& a, Open const& b) { return a.finding.kind < b.finding.kind; });
         MatrixBuild result;
-        for (Open& open : open_) {
-            open.finding.sentence = statement(open.finding);
-            if (open.count == 2) open.finding.sentence += "; 1 other has the same fault";
-            if (open.count > 2) {
-                open.finding.sentence += "; " + std::to_string(open.count - 1) + " others have the same fault";
-            }
-            open.finding.sentence += '.';
-            result.findings.push_back(std::move(open.finding));
-        }
+        result.findings = FirstFindings::take(statement);
         return result;
     }
-
-private:
-    struct Open
-    {
-        Finding<EntryFault> finding;
-        std::int64_t count;
-    };
-    std::vector<Open> open_;
 };
 
 // An entry, moved to the lower triangle. The sign bit of the column says whether the host gave it in the upper one, so
@@ -257,26 +224,12 @@ bool checkSize(std::int64_t size, Refusal& refusal)
     return fits;
 }
 
-// Without data there are no elements, whatever the count is.
-template <typename Array>
-std::size_t elementsOf(Array const& array)
-{
-    return array.data ? array.count : 0;
-}
-
-// A number of elements as a finding shows it.
-std::int64_t shown(std::uint64_t count)
-{
-    constexpr std::uint64_t kGreatest = std::numeric_limits<std::int64_t>::max();
-    return static_cast<std::int64_t>(std::min(count, kGreatest));
-}
-
 // The segments may need more elements than fit into memory where addresses have 32 bits.
 template <typename Array>
 void checkElements(Array const& array, std::uint64_t needed, Refusal& refusal)
 {
     std::uint64_t const count = elementsOf(array);
-    if (count < needed) refusal.add(EntryFault::shortArray, {shown(needed), shown(count)});
+    if (count < needed) refusal.add(EntryFault::shortArray, {detail::shownCount(needed), detail::shownCount(count)});
 }
 
 // The entries of one compressed row or column.

@@ -187,6 +187,18 @@ TEST(Layout, Skinning)
         168, 8, fieldAt(&SubstituteGeometryData::savedCurveGeometry, 0),
         fieldAt(&SubstituteGeometryData::savedSurface, 16), fieldAt(&SubstituteGeometryData::curve, 32),
         fieldAt(&SubstituteGeometryData::display, 48), fieldAt(&SubstituteGeometryData::savedPlacement, 64));
+    expectLayout<sinew::HeatMesh>(72, 8, fieldAt(&sinew::HeatMesh::positions, 0),
+                                  fieldAt(&sinew::HeatMesh::triangles, 32));
+    expectLayout<sinew::BoneSegment>(48, 8, fieldAt(&sinew::BoneSegment::start, 0),
+                                     fieldAt(&sinew::BoneSegment::end, 24));
+    expectLayout<sinew::HeatWeights>(
+        144, 8, fieldAt(&sinew::HeatWeights::findings, 0), fieldAt(&sinew::HeatWeights::boneCount, 24),
+        fieldAt(&sinew::HeatWeights::weights, 32), fieldAt(&sinew::HeatWeights::joined, 56),
+        fieldAt(&sinew::HeatWeights::isolated, 64), fieldAt(&sinew::HeatWeights::pieces, 72),
+        fieldAt(&sinew::HeatWeights::raisedEdges, 80), fieldAt(&sinew::HeatWeights::shaded, 88),
+        fieldAt(&sinew::HeatWeights::sightless, 96), fieldAt(&sinew::HeatWeights::shadedPieces, 104),
+        fieldAt(&sinew::HeatWeights::unknowns, 112), fieldAt(&sinew::HeatWeights::matrixEntries, 120),
+        fieldAt(&sinew::HeatWeights::factorEntries, 128), fieldAt(&sinew::HeatWeights::largestCorrection, 136));
     expectLayout<sinew::VertexInfluences>(
         128, 8, fieldAt(&sinew::VertexInfluences::layout, 0), fieldAt(&sinew::VertexInfluences::perVertex, 8),
         fieldAt(&sinew::VertexInfluences::bones, 16), fieldAt(&sinew::VertexInfluences::weights, 56),

@@ -1,16 +1,20 @@
 // The module skinning with every allocation failing in turn.
 
+#include <limits>
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include <sinew/skinning/bone_transform_vector.h>
+#include <sinew/skinning/heat_weights.h>
 #include <sinew/skinning/skin.h>
 #include <sinew/skinning/substitute_geometry_data.h>
 #include <sinew/skinning/weights.h>
 
 #include "faults/digest.h"
 #include "faults/sweep.h"
+#include "skinning/heat_scene.h"
 #include "skinning/skinning_scene.h"
 #include "support/random.h"
 
@@ -46,6 +50,19 @@ std::string digestOf(BoneTransformVector const& figure)
 std::string digestOf(BoneWeightTable const& table)
 {
     return Digest(table.influences);
+}
+
+std::string digestOf(sinew::HeatWeights const& heat)
+{
+    return Digest(heat, heat.boneCount, heat.weights, heat.joined, heat.pieces, heat.shaded, heat.sightless);
+}
+
+// A finger beside a thinner one.
+test::HeatScene fingers()
+{
+    test::HeatScene scene = test::tube(4, 0.4, 7, 5);
+    scene.add(test::tube(4, 0.1, 5, 4, {0, 0.55, 0}));
+    return scene;
 }
 
 // A display object, the bones, and what calls return.
@@ -211,4 +228,30 @@ TEST(SkinningAllocation, Weights)
     State s;
     s.table.influences = {{{0, 0.5}, {1, 0.25}}};
     faults::expectNoAllocation([&] { sinew::normalizeWeights(s.table); });
+}
+
+TEST(SkinningAllocation, HeatWeights)
+{
+    test::HeatScene const scene = fingers();
+    std::vector<sinew::BoneSegment> skeleton = test::kTwoBones;
+    skeleton.push_back({{0, 0.55, 0}, {4, 0.55, 0}});
+    auto const digest = [](sinew::HeatWeights const& heat) { return digestOf(heat); };
+    faults::sweepResult([&] { return sinew::heatWeights(scene.mesh(), skeleton); }, digest);
+    auto const goOn = [](double) { return true; };
+    auto const withProgress = [&] {
+        using sinew::BoneVisibility;
+        return *sinew::heatWeights(scene.mesh(), skeleton, BoneVisibility::respected, sinew::Progress(goOn, 0.0));
+    };
+    faults::sweepResult(withProgress, digest);
+    skeleton[1].end.x = std::numeric_limits<double>::infinity();
+    faults::sweepResult([&] { return sinew::heatWeights(scene.mesh(), skeleton); }, digest);
+}
+
+TEST(SkinningAllocation, CopiesOfHeatWeights)
+{
+    auto const weights = [](double length) {
+        return [length] { return sinew::heatWeights(fingers().mesh(), {{{0, 0, 0}, {length, 0, 0}}}); };
+    };
+    faults::sweepCopies<sinew::HeatWeights>(weights(std::numeric_limits<double>::infinity()), weights(4),
+                                            [](sinew::HeatWeights const& heat) { return digestOf(heat); });
 }

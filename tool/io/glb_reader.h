@@ -5,9 +5,9 @@
 
 #include <string>
 
-#include <tool/figure/bone_heat.h>
 #include <tool/io/skeleton.h>
 #include <tool/io/textured_mesh.h>
+#include <tool/io/weights.h>
 
 namespace tool {
 

@@ -4,11 +4,14 @@
 /// A column is a bone; a row is a vertex. The binary form begins with a line "0 0"; the line with the size follows,
 /// then the bytes of the numbers, each with its lowest byte first.
 
+#include <cstddef>
 #include <string>
-
-#include <tool/figure/bone_heat.h>
+#include <vector>
 
 namespace tool {
+
+/// weight[v][b]: how far vertex v follows bone b; in [0, 1], a row sums to 1.
+using BoneWeights = std::vector<std::vector<double>>;
 
 /// Reads the weights in `text`, in either form; error messages name it `file`.
 ///

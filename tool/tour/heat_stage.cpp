@@ -1,14 +1,20 @@
-// The stage of the module `sparse`: bone weights by heat balance on the surface of the figure.
+// The stage of the modules `sparse` and `skinning`: bone weights by heat balance on the surface of the figure.
 
 #include <tool/tour/stage.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <sinew/skinning/heat_weights.h>
 
 #include <tool/draw/renderer.h>
 #include <tool/io/weights.h>
 #include <tool/support/bounds.h>
-#include <tool/support/user_error.h>
+#include <tool/support/stopwatch.h>
 
 namespace tool {
 namespace {
@@ -141,24 +147,86 @@ void addScatter(TourContext& tour, Section& section)
                      {"root mean square difference", niceNumber(std::sqrt(squares / count), 3)}});
 }
 
-void addNumbers(Section& section, BoneHeat const& heat, std::size_t bones)
+// The largest and the mean difference between two sets of weights.
+std::vector<std::pair<std::string, std::string>> differences(std::vector<double> const& a, std::vector<double> const& b)
 {
-    section.numbers("The system", {{"unknowns", niceCount(heat.unknowns)},
-                                   {"entries of the matrix's lower triangle", niceCount(heat.matrixEntries)},
-                                   {"entries of its factor", niceCount(heat.factorEntries)},
-                                   {"milliseconds to order and factor, once", niceNumber(1e3 * heat.factorSeconds, 3)},
-                                   {"milliseconds to solve, for each bone",
-                                    niceNumber(1e3 * heat.solveSeconds / static_cast<double>(bones), 3)},
-                                   {"largest residual, relative", niceNumber(heat.largestResidual, 2)}});
+    double largest = 0, sum = 0;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        largest = std::max(largest, std::fabs(a[i] - b[i]));
+        sum += std::fabs(a[i] - b[i]);
+    }
+    return {{"largest difference from weights that ignore visibility", niceNumber(largest, 3)},
+            {"mean difference", niceNumber(sum / static_cast<double>(std::max<std::size_t>(a.size(), 1)), 3)}};
+}
+
+void addNumbers(Section& section, sinew::HeatWeights const& heat, sinew::HeatWeights const& unhidden, double seconds)
+{
+    section.numbers("The system",
+                    {{"unknowns", niceCount(heat.unknowns)},
+                     {"entries of the matrix's lower triangle", niceCount(heat.matrixEntries)},
+                     {"entries of its factor", niceCount(heat.factorEntries)},
+                     {"milliseconds for the weights of all bones", niceNumber(1e3 * seconds, 3)},
+                     {"largest difference of a sum from 1, as solved", niceNumber(heat.largestCorrection, 2)}});
     section.numbers("The surface",
                     {{"pieces", niceCount(heat.pieces)},
                      {"vertices joined to one at an equal position", niceCount(heat.joined)},
-                     {"vertices on no triangle, which follow their nearest bone", niceCount(heat.withoutArea)},
+                     {"vertices on no triangle, which follow their nearest bone", niceCount(heat.isolated)},
                      {"edges with a negative cotangent weight, set to 0", niceCount(heat.raisedEdges)}});
+    auto visibility = differences(heat.weights, unhidden.weights);
+    visibility.insert(visibility.begin(), {{"vertices from which the nearest bone is hidden", niceCount(heat.shaded)},
+                                           {"vertices that see no bone", niceCount(heat.sightless)}});
+    section.numbers("What the surface hides", visibility);
     if (heat.pieces > 1) {
         section.text("The surface has " + niceCount(heat.pieces) +
                      " separate pieces. Heat does not flow between them. Each piece is heated by its nearest bones.");
     }
+}
+
+// The input of the library.
+struct HeatInput
+{
+    sinew::HeatMesh mesh;
+    std::vector<sinew::BoneSegment> bones;
+
+    HeatInput(Figure const& figure, Skeleton const& skeleton)
+    {
+        int const* const corners = figure.triangles.empty() ? nullptr : figure.triangles[0].data();
+        mesh = {sinew::coordinatesOf(figure.positions.data(), figure.positions.size()),
+                sinew::packed(corners, figure.triangles.size(), 3)};
+        for (std::size_t b = 0; b < skeleton.bones.size(); ++b) {
+            bones.push_back({skeleton.startOf(b), skeleton.endOf(b)});
+        }
+    }
+};
+
+BoneWeights rowsOf(sinew::HeatWeights const& heat)
+{
+    BoneWeights rows;
+    for (auto row = heat.weights.begin(); row != heat.weights.end();) {
+        auto const next = row + static_cast<std::ptrdiff_t>(heat.boneCount);
+        rows.emplace_back(row, next);
+        row = next;
+    }
+    return rows;
+}
+
+void addChecks(Section& section, BoneWeights const& weights)
+{
+    constexpr double kRounding = 1e-12;
+    double lowest = 1, highest = 0, largestError = 0;
+    for (auto const& row : weights) {
+        double sum = 0;
+        for (double const w : row) {
+            sum += w;
+            lowest = std::min(lowest, w);
+            highest = std::max(highest, w);
+        }
+        largestError = std::max(largestError, std::fabs(sum - 1));
+    }
+    section.check(lowest >= 0 && highest <= 1, "All weights lie between 0 and 1",
+                  "lowest " + niceNumber(lowest, 2) + ", highest " + niceNumber(highest, 12));
+    section.check(largestError <= kRounding, "The weights of every vertex sum to 1",
+                  "within " + niceNumber(largestError, 2));
 }
 
 } // namespace
@@ -172,22 +240,29 @@ void heatStage(TourContext& tour)
                  "of the hot "
                  "bone. The temperatures are the solutions of one sparse system. It is factored once and solved for "
                  "every bone.");
-    BoneHeat heat = boneHeat(tour.figure.positions, tour.figure.triangles, tour.skeleton,
-                             [&tour](double fraction) { tour.progress.update(fraction); });
-    section.check(!heat.weights.empty(), "The system is positive definite",
-                  heat.fault.empty() ? niceCount(heat.unknowns) + " unknowns" : heat.fault);
-    if (heat.weights.empty()) return;
-    tour.weights = std::move(heat.weights);
+    section.text(
+        "A bone heats only what it sees: a vertex takes no heat through the surface. So the bones of a finger do "
+        "not move the finger beside it.");
+    HeatInput const input(tour.figure, tour.skeleton);
+    auto const show = [&tour](double fraction) {
+        tour.progress.update(fraction);
+        return true;
+    };
+    Stopwatch const watch;
+    sinew::HeatWeights const heat =
+        sinew::heatWeights(input.mesh, input.bones, sinew::BoneVisibility::respected, show).value(); // never cancelled
+    double const seconds = watch.seconds();
+    section.check(heat.succeeded(), "Every vertex has weights",
+                  heat.succeeded() ? niceCount(tour.figure.positions.size()) + " vertices" : heat.text());
+    if (!heat.succeeded()) return;
+    tour.weights = rowsOf(heat);
+    sinew::HeatWeights const unhidden = sinew::heatWeights(input.mesh, input.bones, sinew::BoneVisibility::ignored);
 
     addBoneColours(tour, section);
     if (!tour.givenWeights.empty()) addScatter(tour, section);
     addBones(tour, section);
-    addNumbers(section, heat, tour.skeleton.bones.size());
-    constexpr double kRounding = 1e-9;
-    section.check(heat.lowest >= -kRounding && heat.highest <= 1 + kRounding, "All weights lie between 0 and 1",
-                  "as solved: lowest " + niceNumber(heat.lowest, 2) + ", highest " + niceNumber(heat.highest, 12));
-    section.check(heat.largestSumError <= kRounding, "The weights of every vertex sum to 1",
-                  "as solved: within " + niceNumber(heat.largestSumError, 2));
+    addNumbers(section, heat, unhidden, seconds);
+    addChecks(section, tour.weights);
     section.file("weights.dmat", printDmat(tour.weights),
                  "The weights as text: columns, rows, then the numbers, column by column. A column is a bone.");
 }

@@ -28,9 +28,9 @@
 #include <vector>
 
 #include <tool/draw/canvas.h>
-#include <tool/figure/bone_heat.h>
 #include <tool/io/skeleton.h>
 #include <tool/io/textured_mesh.h>
+#include <tool/io/weights.h>
 #include <tool/report/report.h>
 #include <tool/support/progress.h>
 

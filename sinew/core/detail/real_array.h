@@ -23,6 +23,13 @@ T unaligned(void const* address)
     return number;
 }
 
+/// The number of elements. An array without data has none, whatever its count is.
+template <typename Array>
+std::size_t elementsOf(Array const& array)
+{
+    return array.data ? array.count : 0;
+}
+
 /// The first byte of element `i`.
 template <typename Array>
 char const* elementAt(Array const& array, std::size_t i)
@@ -37,23 +44,23 @@ inline double numberAt(RealArray const& array, std::size_t i)
     return array.isDouble ? unaligned<double>(element) : double{unaligned<float>(element)};
 }
 
-/// The first number of element `i`. An unsigned number above 2^63 - 1 gives 2^63 - 1.
-inline std::int64_t integerAt(IntegerArray const& array, std::size_t i)
+/// Number `component` of element `i`. An unsigned number above 2^63 - 1 gives 2^63 - 1.
+inline std::int64_t integerAt(IntegerArray const& array, std::size_t i, std::size_t component = 0)
 {
-    char const* const element = elementAt(array, i);
+    char const* const number = elementAt(array, i) + component * array.size;
     switch (array.size) {
     case 1:
-        return array.isSigned ? std::int64_t{unaligned<std::int8_t>(element)} : unaligned<std::uint8_t>(element);
+        return array.isSigned ? std::int64_t{unaligned<std::int8_t>(number)} : unaligned<std::uint8_t>(number);
     case 2:
-        return array.isSigned ? std::int64_t{unaligned<std::int16_t>(element)} : unaligned<std::uint16_t>(element);
+        return array.isSigned ? std::int64_t{unaligned<std::int16_t>(number)} : unaligned<std::uint16_t>(number);
     case 4:
-        return array.isSigned ? std::int64_t{unaligned<std::int32_t>(element)} : unaligned<std::uint32_t>(element);
+        return array.isSigned ? std::int64_t{unaligned<std::int32_t>(number)} : unaligned<std::uint32_t>(number);
     default:
         break;
     }
-    if (array.isSigned) return unaligned<std::int64_t>(element);
+    if (array.isSigned) return unaligned<std::int64_t>(number);
     constexpr std::uint64_t kGreatest = std::numeric_limits<std::int64_t>::max();
-    return static_cast<std::int64_t>(std::min(unaligned<std::uint64_t>(element), kGreatest));
+    return static_cast<std::int64_t>(std::min(unaligned<std::uint64_t>(number), kGreatest));
 }
 
 /// The first two numbers of element `i`.
