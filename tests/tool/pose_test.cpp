@@ -106,6 +106,32 @@ TEST(Pose, TwistMakesABoneFollowTheTurnsOfItsAncestors)
     EXPECT_NEAR(dist(posed.bones[0] * Vector3(0, 0.5, 1), Vector3(1, 0.5, 0)), 0, 1e-12);
 }
 
+TEST(Pose, TwistingTurnsTheSecondLastBonesAboutThemselves)
+{
+    Skeleton const skeleton = figure();
+    tool::Pose const pose = tool::twisting(skeleton, 90);
+    std::vector<std::string> turned;
+    for (std::size_t b = 0; b < skeleton.bones.size(); ++b) {
+        if (!(pose.turns[b] == Matrix3()))
+            turned.push_back(skeleton.jointNames[static_cast<std::size_t>(skeleton.bones[b][1])]);
+        Vector3 const bone = skeleton.endOf(b) - skeleton.startOf(b);
+        EXPECT_NEAR(dist(pose.turns[b] * bone, bone), 0, 1e-12);
+    }
+    EXPECT_EQ(turned, (std::vector<std::string>{"head", "left-wrist", "right-wrist", "left-ankle", "right-ankle"}));
+}
+
+TEST(Pose, TwistingTurnsTheLastBonesOfShortChains)
+{
+    Skeleton const two = tool::parseTgf("1 0 0 0\n2 0 1 0\n3 0 2 0\n#\n1 2\n2 3\n", "two.tgf");
+    tool::Pose const pose = tool::twisting(two, 90);
+    EXPECT_TRUE(pose.turns[0] == Matrix3());
+    EXPECT_NEAR(dist(pose.turns[1] * Vector3(0, 0, 1), Vector3(1, 0, 0)), 0, 1e-12);
+    Skeleton const one = tool::parseTgf("1 0 0 0\n2 0 1 0\n#\n1 2\n", "one.tgf");
+    EXPECT_TRUE(tool::twisting(one, 90).turns[0] == Matrix3());
+    Skeleton const closed = ring();
+    EXPECT_EQ(tool::twisting(closed, 90).turns.size(), closed.bones.size());
+}
+
 TEST(Pose, TheLowestJointStaysOnTheGround)
 {
     Skeleton const skeleton = figure();
@@ -221,6 +247,7 @@ TEST(PoseStage, PosesTheUsersMeshWithItsWeightsAndRestoresIt)
     tool::poseStage(run.tour);
     EXPECT_TRUE(run.report.failedClaims().empty());
     EXPECT_FALSE(tool::readFile(run.folder / "poses.png").empty());
+    EXPECT_FALSE(tool::readFile(run.folder / "methods.png").empty());
     EXPECT_FALSE(tool::readFile(run.folder / "figure.glb").empty());
     EXPECT_NE(run.page().find("show the same pose as the arrays, bit for bit"), std::string::npos);
 }

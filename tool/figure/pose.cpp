@@ -232,4 +232,31 @@ std::vector<NamedPose> eightPoses(Skeleton const& skeleton)
     return poses;
 }
 
+Pose twisting(Skeleton const& skeleton, double degrees)
+{
+    Pose pose;
+    pose.turns.resize(skeleton.bones.size());
+    std::vector<int> const parents = parentsOf(skeleton);
+    // The number of bones from each bone to the end of the longest chain that starts with it, up to 2.
+    std::vector<int> following(parents.size(), 0);
+    for (int round = 0; round < 2; ++round) {
+        for (std::size_t b = 0; b < parents.size(); ++b) {
+            if (parents[b] < 0) continue;
+            int& ofParent = following[asIndex(parents[b])];
+            ofParent = std::max(ofParent, std::min(following[b] + 1, 2));
+        }
+    }
+    auto const isTwisted = [&](std::size_t b, int left) { return parents[b] >= 0 && following[b] == left; };
+    int left = 0;
+    for (std::size_t b = 0; b < parents.size(); ++b) {
+        if (isTwisted(b, 1)) left = 1;
+    }
+    for (std::size_t b = 0; b < parents.size(); ++b) {
+        if (!isTwisted(b, left)) continue;
+        Vector3 const bone = skeleton.endOf(b) - skeleton.startOf(b);
+        if (!bone.isNull()) pose.turns[b] = Matrix3::rotationMatrix(UVector3(bone), degrees * kPi / 180);
+    }
+    return pose;
+}
+
 } // namespace tool

@@ -64,4 +64,8 @@ bool hasNamesOfTheFigure(Skeleton const& skeleton);
 /// part of a swing.
 Pose waving(Skeleton const& skeleton, double phase);
 
+/// The second last bone of every chain is turned about itself, by `degrees`, and the last one with it: forearms with
+/// hands, lower legs with feet. Without a chain of three bones, the last bones are turned.
+Pose twisting(Skeleton const& skeleton, double degrees);
+
 } // namespace tool

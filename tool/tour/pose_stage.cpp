@@ -56,7 +56,8 @@ Actor makeActor(Figure const& figure, BoneWeights const& weights)
     return actor;
 }
 
-Solid posedSolid(Actor const& actor, std::vector<BoneTransform> const& bones)
+Solid posedSolid(Actor const& actor, std::vector<BoneTransform> const& bones,
+                 sinew::SkinMethod method = sinew::SkinMethod::linear)
 {
     std::size_t const count = actor.positions.size();
     sinew::SkinInput input;
@@ -65,6 +66,7 @@ Solid posedSolid(Actor const& actor, std::vector<BoneTransform> const& bones)
     input.influences = {sinew::packed(actor.offsets), sinew::packed(actor.bones), sinew::packed(actor.weights)};
     input.bones = bones.data();
     input.boneCount = bones.size();
+    input.method = method;
     Solid solid{std::vector<Vector3>(count), actor.triangles, std::vector<Vector3>(count)};
     solid.colour = kClay;
     sinew::skin(input, {sinew::coordinatesOf(solid.positions.data(), count),
@@ -192,6 +194,30 @@ void addPoses(TourContext& tour, Section& section, Actor const& actor)
                     "Eight poses. Every vertex follows its bones by its weights. The normals are cross products of the "
                     "tangents of the deformed surface.");
     section.check(finite, "Every posed vertex and every normal is finite", niceCount(poses.size()) + " poses");
+}
+
+void addMethods(TourContext& tour, Section& section, Actor const& actor)
+{
+    constexpr double kDegrees = 150;
+    constexpr double kWidth = 520, kHeight = 640;
+    std::vector<BoneTransform> const bones = takePose(tour.skeleton, twisting(tour.skeleton, kDegrees)).bones;
+    std::vector<Solid> const solids = {posedSolid(actor, bones, sinew::SkinMethod::linear),
+                                       posedSolid(actor, bones, sinew::SkinMethod::dualQuaternion)};
+    char const* const names[] = {"linear", "dual quaternions"};
+    Canvas sheet = tour.sheet(2 * kWidth, kHeight);
+    for (std::size_t k = 0; k < solids.size(); ++k) {
+        double const x = kWidth * static_cast<double>(k);
+        drawSolids(sheet, {solids[k]}, viewOf(solids, 28, 10, {x, 0, kWidth, kHeight - 30}));
+        sheet.text({x + kWidth / 2, kHeight - 12}, names[k], {18, palette::faintInk, Align::centre, false});
+    }
+    section.picture("methods.png", sheet,
+                    "The second last bones of all chains, such as forearms and lower legs, are twisted by " +
+                        niceNumber(kDegrees, 3) +
+                        " degrees. Where the linear method blends two bones, the limb becomes thin. Dual quaternions "
+                        "keep its thickness.");
+    section.check(allFinite(solids[1].positions) && allFinite(solids[1].normals),
+                  "Every vertex and every normal that dual quaternions pose is finite",
+                  niceCount(actor.positions.size()) + " vertices");
 }
 
 std::vector<KeyFrame> motionOf(Skeleton const& skeleton)
@@ -325,6 +351,7 @@ void poseStage(TourContext& tour)
     for (std::size_t k = 0; k < found.size() && k < 3; ++k) section.text("A look at the weights: " + found[k].sentence);
 
     addPoses(tour, section, actor);
+    addMethods(tour, section, actor);
     std::vector<KeyFrame> const motion = motionOf(tour.skeleton);
     addMotion(tour, section, actor, motion);
     std::vector<BoneTransform> const bones = takePose(tour.skeleton, eightPoses(tour.skeleton)[2].pose).bones;
