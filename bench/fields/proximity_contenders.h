@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <unordered_map>
 #include <vector>
 
@@ -109,6 +110,29 @@ struct Cloud
     }
 };
 
+/// The result of a search that ends at the first point within a radius.
+class AnyWithin
+{
+public:
+    using DistanceType = double;
+
+    explicit AnyWithin(double radius)
+        : limit_(std::nextafter(radius * radius, std::numeric_limits<double>::infinity())) // the radius is within
+    {
+    }
+    bool addPoint(double, std::size_t)
+    {
+        found_ = true;
+        return false; // which ends the search
+    }
+    double worstDist() const { return limit_; }
+    bool full() const { return found_; }
+
+private:
+    double limit_;
+    bool found_ = false;
+};
+
 class KdTree
 {
 public:
@@ -116,12 +140,8 @@ public:
     bool test(Vector3 const& p) const
     {
         double const query[3] = {p.x, p.y, p.z};
-        std::size_t index = 0;
-        double square = 0;
-        nanoflann::KNNResultSet<double> result(1);
-        result.init(&index, &square);
-        tree_.findNeighbors(result, query, nanoflann::SearchParams());
-        return square <= radius_ * radius_;
+        AnyWithin result(radius_);
+        return tree_.findNeighbors(result, query, nanoflann::SearchParams());
     }
 
 private:
