@@ -65,14 +65,17 @@ def read_baseline(path):
 
 
 def write_baseline(path, programs):
-    """One line for each case, so that a version-control system shows which have changed."""
+    """One line for each case, so that a version-control system shows which have changed. A run that is stopped leaves the
+    file as it was before or as it is after."""
     parts = []
     for name in sorted(programs):
         program = programs[name]
         head = ", ".join(f"{json.dumps(key)}: {json.dumps(program[key])}" for key in ("machine", "compiler", "date"))
         rows = ",\n".join(f"  {json.dumps(case)}: {json.dumps(contenders)}" for case, contenders in program["rows"].items())
         parts.append(f"{json.dumps(name)}: {{{head}, \"rows\": {{\n{rows}\n}}}}")
-    path.write_text('{"programs": {\n' + ",\n".join(parts) + "\n}}\n", encoding="utf-8")
+    unfinished = path.with_name(path.name + ".new")
+    unfinished.write_text('{"programs": {\n' + ",\n".join(parts) + "\n}}\n", encoding="utf-8")
+    unfinished.replace(path)
 
 
 def ratios_of(rows):

@@ -146,7 +146,8 @@ def growth_table(rows):
     return "\n".join(lines) + "\n"
 
 
-def arguments():
+def options_of(arguments):
+    """The options of this script, and those of the benches."""
     parser = argparse.ArgumentParser(
         prog="./dev bench", allow_abbrev=False, description="Runs the benches and prints their ratios as Markdown.",
         epilog="Options that begin with --benchmark_ are passed to the benches, for example --benchmark_filter=<pattern>.")
@@ -163,7 +164,7 @@ def arguments():
     parser.add_argument("--page", type=Path, default=ROOT / "build" / "bench" / "ratios.html", help=argparse.SUPPRESS)
     parser.add_argument("--growth", type=Path, default=ROOT / "docs" / "figures" / "data" / "growth.csv",
                         help=argparse.SUPPRESS)
-    parsed, rest = parser.parse_known_args()
+    parsed, rest = parser.parse_known_args(arguments)
     for option in rest:
         if not option.startswith("--benchmark_"):
             parser.error(f"there is no option '{option}'")
@@ -273,17 +274,18 @@ def draw_committed(parsed, baseline):
          sorted({f"{p['machine']}, {p['compiler']}, {p['date']}" for p in programs.values()}))
 
 
-def main():
-    parsed, options = arguments()
+def run_command(arguments):
+    """Does what the arguments say. Returns whether all is well."""
+    parsed, options = options_of(arguments)
     baseline = {}
     if parsed.check or parsed.committed or (parsed.update and parsed.baseline.exists()):
         baseline = history.read_baseline(parsed.baseline)
     if parsed.committed:
         draw_committed(parsed, baseline)
-        return 0
+        return True
     session = Session(parsed, options, baseline)
     session.run_all()
-    return 0 if session.is_good() else 1
+    return session.is_good()
 
 
 def draw(parsed, programs, conditions):
@@ -292,9 +294,14 @@ def draw(parsed, programs, conditions):
     print(f"\n{parsed.page}")
 
 
-if __name__ == "__main__":
+def main(arguments):
+    """The exit status: 0, 1 if a row has fallen or a bench has failed, 2 if the command cannot be done."""
     try:
-        sys.exit(main())
+        return 0 if run_command(arguments) else 1
     except (Failure, history.Unreadable) as problem:
         print(f"dev: {problem}", file=sys.stderr)
-        sys.exit(2)
+        return 2
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

@@ -3,6 +3,8 @@
 The benches are scripts that write prepared ratios, one set a call. Called by ctest.
 """
 
+import contextlib
+import io
 import json
 import re
 import subprocess
@@ -73,12 +75,19 @@ class BenchTest(unittest.TestCase):
         return [json.loads(line) for line in (self.programs / f"{name}_bench.calls").read_text().splitlines()]
 
     def dev(self, *arguments, quick=""):
+        """What ./dev bench does after the build: exit status and output, as of a process."""
         (self.folder / "quick.txt").write_text(quick)
-        # The folders of the programs also hold the files of the scripts, whose names do not end with _bench.
-        return subprocess.run(
-            [sys.executable, str(ROOT / "bench" / "run.py"), "--programs", str(self.programs), "--baseline",
-             str(self.baseline), "--page", str(self.page), "--quick-list", str(self.folder / "quick.txt"), "--growth",
-             str(self.growth), *arguments], text=True, capture_output=True, check=False)
+        out, err = io.StringIO(), io.StringIO()
+        with contextlib.redirect_stdout(out), contextlib.redirect_stderr(err):
+            try:
+                status = bench_run.main(self.options(arguments))
+            except SystemExit as stop:  # by argparse
+                status = stop.code
+        return subprocess.CompletedProcess(arguments, status, out.getvalue(), err.getvalue())
+
+    def options(self, arguments):
+        return ["--programs", str(self.programs), "--baseline", str(self.baseline), "--page", str(self.page), "--quick-list",
+                str(self.folder / "quick.txt"), "--growth", str(self.growth), *arguments]
 
     def update(self, name, *calls):
         """A baseline with the ratios of the first call."""
@@ -190,6 +199,13 @@ class BenchTest(unittest.TestCase):
     def test_a_bench_that_fails_is_named(self):
         self.update("factor", table(reference=4.0), "fail")
         self.assert_sentence(self.dev("--check"), 1, "factor_bench failed with status 3")
+
+    def test_the_status_is_that_of_the_process(self):
+        self.update("factor", table(reference=4.0), table(reference=3.0))
+        run = subprocess.run([sys.executable, str(ROOT / "bench" / "run.py"), *self.options(["--check"])], text=True,
+                             capture_output=True, check=False)
+        self.assertEqual(run.returncode, 1, run.stderr)
+        self.assertIn("| factor | small/reference | 4 | 3, 3, 3 |", run.stdout)
 
     def test_an_unknown_bench_is_a_sentence(self):
         self.add_bench("factor", table(reference=4.0))
