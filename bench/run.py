@@ -20,6 +20,7 @@ ROOT = BENCH.parent
 REPETITIONS = 3  # a row has fallen if it falls in each of them
 GROWTH_OPTIONS = ["--benchmark_repetitions=3", "--benchmark_min_time=0.02"]  # many sizes
 QUICK_OPTIONS = ["--benchmark_repetitions=5", "--benchmark_min_time=0.02"]
+FALL = f"{100 * (1 - history.LEAST_SHARE):.0f} %"
 # Measured by name only: they have tables of their own, or take many minutes.
 BY_NAME_ONLY = ("growth", "limits")
 
@@ -126,9 +127,9 @@ class Comparison:
         for note in self.notes:
             print(note)
         if not self.suspicious:
-            print(f"No row has fallen by more than {1 - history.LEAST_SHARE:.0%}.")
+            print(f"No row has fallen by more than {FALL}.")
             return True
-        print(f"\nRows that fell by more than {1 - history.LEAST_SHARE:.0%} in {REPETITIONS} repetitions:\n")
+        print(f"\nRows that fell by more than {FALL} in {REPETITIONS} repetitions:\n")
         print("| bench | row | baseline | now |\n|---|---|---:|---|")
         for name, fell in self.suspicious.items():
             for (case, contender), (was, now) in fell.items():
@@ -260,8 +261,11 @@ class Session:
         good = True
         if self.parsed.check:
             print()
-            for _ in range(REPETITIONS - 1):
-                self.comparison.again(self.programs, self.options)
+            try:
+                for _ in range(REPETITIONS - 1):
+                    self.comparison.again(self.programs, self.options)
+            except Failure as failure:  # what has fallen so far is still reported
+                self.failures.append(str(failure))
             good = self.comparison.report()
         for failure in self.failures:
             print(failure, file=sys.stderr)

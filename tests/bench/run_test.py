@@ -200,6 +200,12 @@ class BenchTest(unittest.TestCase):
         self.update("factor", table(reference=4.0), "fail")
         self.assert_sentence(self.dev("--check"), 1, "factor_bench failed with status 3")
 
+    def test_a_repetition_that_fails_is_named_with_what_fell(self):
+        self.update("factor", table(reference=4.0), table(reference=3.0), "fail")
+        run = self.dev("--check")
+        self.assert_sentence(run, 1, "factor_bench failed with status 3")
+        self.assertIn("small/reference", run.stdout)
+
     def test_the_status_is_that_of_the_process(self):
         self.update("factor", table(reference=4.0), table(reference=3.0))
         run = subprocess.run([sys.executable, str(ROOT / "bench" / "run.py"), *self.options(["--check"])], text=True,
