@@ -5,13 +5,17 @@
 // Benchmarks are named "case/contender". The contenders of one case do the same work on the same input. A ratio above
 // one means that sinew is faster. A benchmark that sets the counter "count" is compared by that number instead of its
 // time. Times vary between machines and runs; only ratios of interleaved runs can be compared.
+//
+// --ratios=<file> also writes the rows as JSON, with the spread of each ratio: bench/history.py reads it.
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <fstream>
 #include <map>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -20,6 +24,56 @@
 namespace {
 
 std::string const kOurs = "sinew";
+std::string const kRatiosOption = "--ratios=";
+
+// The compiler of this program, which is also that of the library in it.
+std::string compiler()
+{
+#if defined(__clang__)
+    return "clang++ " + std::to_string(__clang_major__) + "." + std::to_string(__clang_minor__);
+#elif defined(__GNUC__)
+    return "g++ " + std::to_string(__GNUC__) + "." + std::to_string(__GNUC_MINOR__);
+#else
+    return "another compiler";
+#endif
+}
+
+std::string quoted(std::string const& text)
+{
+    std::string result = "\"";
+    for (char const c : text) {
+        if (c == '"' || c == '\\') result += '\\';
+        result += c;
+    }
+    return result + "\"";
+}
+
+// The value below which a share of the values lies; between two values it is interpolated. `sorted` is ascending and
+// not empty.
+double quantile(std::vector<double> const& sorted, double share)
+{
+    double const place = share * static_cast<double>(sorted.size() - 1);
+    std::size_t const below = static_cast<std::size_t>(place);
+    std::size_t const above = std::min(below + 1, sorted.size() - 1);
+    return sorted[below] + (place - static_cast<double>(below)) * (sorted[above] - sorted[below]);
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return quantile(values, 0.5);
+}
+
+// The ratios of each of `values` to each of `bases`, ascending.
+std::vector<double> allRatios(std::vector<double> const& values, std::vector<double> const& bases)
+{
+    std::vector<double> ratios;
+    for (double const value : values) {
+        for (double const base : bases) ratios.push_back(value / base);
+    }
+    std::sort(ratios.begin(), ratios.end());
+    return ratios;
+}
 
 class RatioTable : public benchmark::BenchmarkReporter
 {
@@ -52,7 +106,44 @@ public:
 
     bool failed() const { return failed_; }
 
+    // All rows as JSON, one a line: the median, its ratio to that of sinew, and the quartiles of the ratios of all
+    // pairs of a run of this contender and a run of sinew. For sinew itself, the quartiles are those of its own runs.
+    std::string json()
+    {
+        std::ostringstream out;
+        out.precision(6);
+        out << "{\"compiler\": " << quoted(compiler()) << ",\n\"rows\": [";
+        char const* separator = "\n";
+        for (std::string const& name : inOrder(cases_)) {
+            auto const& contenders = measures_[name];
+            auto const ours = contenders.find(kOurs);
+            if (ours == contenders.end() || !(median(ours->second) > 0)) continue;
+            for (std::string const& contender : inOrder(contenders_)) {
+                auto const entry = contenders.find(contender);
+                if (entry == contenders.end()) continue;
+                out << separator << row(name, contender, entry->second, ours->second);
+                separator = ",\n";
+            }
+        }
+        out << "\n]}\n";
+        return out.str();
+    }
+
 private:
+    std::string row(std::string const& name, std::string const& contender, std::vector<double> const& values,
+                    std::vector<double> const& ours) const
+    {
+        std::vector<double> const ratios =
+            contender == kOurs ? allRatios(values, {median(ours)}) : allRatios(values, ours);
+        std::ostringstream out;
+        out.precision(6);
+        out << "{\"case\": " << quoted(name) << ", \"contender\": " << quoted(contender)
+            << ", \"unit\": " << (counted_.count(name) ? "\"count\"" : "\"ns\"") << ", \"median\": " << median(values)
+            << ", \"ratio\": " << median(values) / median(ours) << ", \"low\": " << quantile(ratios, 0.25)
+            << ", \"high\": " << quantile(ratios, 0.75) << ", \"runs\": " << values.size() << "}";
+        return out.str();
+    }
+
     // The number by which a run is compared: its count if it reports one, otherwise its time.
     double measureOf(Run const& run, std::string const& caseName)
     {
@@ -95,13 +186,6 @@ private:
         std::sort(names.begin(), names.end(),
                   [&places](std::string const& a, std::string const& b) { return places.at(a) < places.at(b); });
         return names;
-    }
-
-    static double median(std::vector<double> values)
-    {
-        std::sort(values.begin(), values.end());
-        std::size_t const middle = values.size() / 2;
-        return values.size() % 2 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
     }
 
     static std::string duration(double nanoseconds)
@@ -150,13 +234,25 @@ int main(int argc, char** argv)
     std::vector<std::string> defaults = {argv[0], "--benchmark_repetitions=7",
                                          "--benchmark_enable_random_interleaving=true", "--benchmark_min_time=0.05"};
     std::vector<char*> arguments;
+    std::string ratiosFile;
     for (std::string& argument : defaults) arguments.push_back(argument.data());
-    for (int i = 1; i < argc; ++i) arguments.push_back(argv[i]);
+    for (int i = 1; i < argc; ++i) {
+        std::string const argument = argv[i];
+        if (argument.rfind(kRatiosOption, 0) == 0) {
+            ratiosFile = argument.substr(kRatiosOption.size());
+        } else {
+            arguments.push_back(argv[i]);
+        }
+    }
     int count = static_cast<int>(arguments.size());
 
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 2;
     RatioTable table;
     benchmark::RunSpecifiedBenchmarks(&table);
+    if (!ratiosFile.empty() && !(std::ofstream(ratiosFile) << table.json() << std::flush)) {
+        std::fprintf(stderr, "%s cannot be written\n", ratiosFile.c_str());
+        return 1;
+    }
     return table.failed() ? 1 : 0;
 }

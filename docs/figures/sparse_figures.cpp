@@ -15,29 +15,18 @@
 #include <tool/solve/pattern_picture.h>
 
 #include "figure.h"
+#include "log_chart.h"
 #include "sparse/matrices.h"
 #include "sparse/reference_sparse.h"
 
 namespace {
 
-using tool::Align;
 using tool::Canvas;
 using tool::Colour;
 namespace colours = figures::colours;
 
-struct Sample
-{
-    double unknowns;
-    double amount;
-};
-
-struct Curve
-{
-    char const* name;
-    Colour colour;
-    bool dashed;
-    std::vector<Sample> samples;
-};
+using figures::Curve;
+using figures::LogChart;
 
 // Everything that is measured, in seconds; `entries` is the mean number of entries in a row of the factor.
 struct Measurements
@@ -84,57 +73,13 @@ void measure(int side, Measurements& all)
                 all.entries.samples.back().amount);
 }
 
-// Both axes are logarithmic. The name of a curve stands at its right end.
-class Chart
-{
-public:
-    Chart(Canvas& canvas, double left, double width, double lowX, double highX, double lowY, double highY)
-        : canvas_(canvas), left_(left), width_(width), lowX_(std::log10(lowX)), highX_(std::log10(highX)),
-          lowY_(std::log10(lowY)), highY_(std::log10(highY))
-    {
-    }
-
-    void title(std::string const& words)
-    {
-        canvas_.text({left_, kTop - 22}, words, {13, tool::palette::ink, Align::left, true});
-    }
-    void gridX(double value, std::string const& label)
-    {
-        canvas_.line({x(value), kTop}, {x(value), kTop + kHeight}, {tool::palette::rule, 1});
-        canvas_.text({x(value), kTop + kHeight + 20}, label, {13, tool::palette::faintInk, Align::centre});
-    }
-    void gridY(double value, std::string const& label)
-    {
-        canvas_.line({left_, y(value)}, {left_ + width_, y(value)}, {tool::palette::rule, 1});
-        canvas_.text({left_ - 8, y(value) + 4}, label, {13, tool::palette::faintInk, Align::right});
-    }
-    void curve(Curve const& curve)
-    {
-        std::vector<tool::Point> line;
-        for (Sample const& s : curve.samples) line.push_back({x(s.unknowns), y(s.amount)});
-        canvas_.polyline(line, {curve.colour, 2.2, curve.dashed ? std::vector<double>{5, 5} : std::vector<double>{}});
-        for (tool::Point const& p : line) canvas_.circle(p, 3, curve.colour);
-        canvas_.text({line.back().x + 8, line.back().y + 4}, curve.name, {13, curve.colour});
-    }
-
-private:
-    static constexpr double kTop = 60;
-    static constexpr double kHeight = 330;
-
-    double x(double value) const { return left_ + width_ * (std::log10(value) - lowX_) / (highX_ - lowX_); }
-    double y(double value) const { return kTop + kHeight * (highY_ - std::log10(value)) / (highY_ - lowY_); }
-
-    Canvas& canvas_;
-    double left_, width_, lowX_, highX_, lowY_, highY_;
-};
-
 void draw(Canvas& canvas, Measurements const& all)
 {
-    Chart times(canvas, 70, 480, 2500, 1e6, 1e-5, 100);
+    LogChart times(canvas, {70, 60, 480, 330}, {2500, 1e6}, {1e-5, 100});
     times.title("Time for square grids, by number of unknowns");
-    Chart fill(canvas, 670, 200, 2500, 1e6, 10, 100);
+    LogChart fill(canvas, {670, 60, 200, 330}, {2500, 1e6}, {10, 100});
     fill.title("Entries of L in a row, mean");
-    for (Chart* chart : {&times, &fill}) {
+    for (LogChart* chart : {&times, &fill}) {
         chart->gridX(2500, "50²");
         chart->gridX(1e4, "100²");
         chart->gridX(9e4, "300²");
@@ -143,8 +88,11 @@ void draw(Canvas& canvas, Measurements const& all)
     char const* const labels[] = {"10 µs", "100 µs", "1 ms", "10 ms", "100 ms", "1 s", "10 s", "100 s"};
     for (int k = 0; k < 8; ++k) times.gridY(std::pow(10.0, k - 5), labels[k]);
     for (int value : {10, 20, 50, 100}) fill.gridY(value, std::to_string(value));
-    for (Curve const* curve : {&all.referenceOrder, &all.order, &all.factor, &all.solve}) times.curve(*curve);
-    fill.curve(all.entries);
+    for (Curve const* curve : {&all.referenceOrder, &all.order, &all.factor, &all.solve}) {
+        times.line(*curve);
+        times.nameAtEnd(*curve);
+    }
+    fill.line(all.entries);
 }
 
 // A grid whose nodes are numbered at random.
