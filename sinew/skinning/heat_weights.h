@@ -123,7 +123,7 @@ struct HeatWeights : Diagnosis<HeatFault>
 /// **Limits.** A distance below 1e-3 of the size of the piece (the diagonal of its box) counts as this one. The
 /// conductances by one triangle are at most 2^20, and those of an edge below 2^-20 count as 0. The heat of a vertex is
 /// at least 2^-34 of the conductances around it, by its nearest bones; this also holds for shaded vertices, where a
-/// hidden bone thus has a weight of about 1e-9. So every row has a solution, whatever the triangles are.
+/// hidden bone thus has a weight of about 1e-8. So every row has a solution, whatever the triangles are.
 ///
 /// **Scale.** If all coordinates are multiplied by a power of two, the weights keep their bits, as long as no
 /// coordinate is rounded to a subnormal number. Lengths below about 1e-150 of the largest coordinate count as 0.
