@@ -100,9 +100,8 @@ struct HeatWeights : Diagnosis<HeatFault>
 /// - A is the diagonal matrix of areas: a third of the area of the triangles around a vertex.
 /// - H is the diagonal matrix of one over the squared distance to the nearest bone, and 0 for a vertex that no bone
 ///   heats.
-/// - p is 1 where the hot bone is the nearest one, and 1/n where it is one of n equally near bones. Distances that
-/// differ
-///   by at most 1e-4 of the smallest one are equal.
+/// - p is 1 where the hot bone is the nearest one, and 1/n where it is one of n equally near bones. Distances are
+///   equal if they differ by at most 1e-4 of the smallest one.
 ///
 /// **Visibility.** A bone is visible from a vertex if no triangle crosses the segment from the vertex to the nearest
 /// point of the bone. Crossings are decided exactly (`rayTriangle`), so that nothing is seen through an edge that two
@@ -112,8 +111,7 @@ struct HeatWeights : Diagnosis<HeatFault>
 /// - A *shaded* vertex sees none of its nearest bones, but another bone. No bone heats it; it gets the temperature of
 ///   its neighbours. Examples are a finger beside a thinner one, and the inner side of an arm that touches the body.
 /// - A *sightless* vertex sees no bone. Visibility says nothing about it, so its nearest bones heat it. Examples are
-/// the
-///   outer side of clothes that are modelled with both sides, and buttons on a closed body.
+///   buttons on a closed body, and the outer side of clothes that are modelled with both sides.
 /// - If all vertices of a piece are shaded, their nearest bones heat them.
 ///
 /// **Pieces.** Vertices at exactly equal positions are one point, because files split vertices at seams. Heat does not
@@ -123,7 +121,7 @@ struct HeatWeights : Diagnosis<HeatFault>
 /// **Limits.** A distance below 1e-3 of the size of the piece (the diagonal of its box) counts as this one. The
 /// conductances by one triangle are at most 2^20, and those of an edge below 2^-20 count as 0. The heat of a vertex is
 /// at least 2^-34 of the conductances around it, by its nearest bones; this also holds for shaded vertices, where a
-/// hidden bone thus has a weight of about 1e-9. So every row has a solution, whatever the triangles are.
+/// hidden bone thus has a weight of about 1e-8. So every row has a solution, whatever the triangles are.
 ///
 /// **Scale.** If all coordinates are multiplied by a power of two, the weights keep their bits, as long as no
 /// coordinate is rounded to a subnormal number. Lengths below about 1e-150 of the largest coordinate count as 0.
@@ -135,8 +133,8 @@ struct HeatWeights : Diagnosis<HeatFault>
 /// no triangle uses, and corners that are no vertices. Any other input has weights. A mesh without vertices has none.
 ///
 /// Cost: for n vertices and b bones, n b distances, up to n b segments in a tree of triangles (n if most vertices see
-/// their nearest bone), and one factorisation with b solutions. Memory: 8 bytes a weight and as much for distinct
-/// positions, the factor, and about 400 bytes a vertex. Strong guarantee.
+/// their nearest bone), and one factorisation with b solutions. Memory: the weights, the factor, and about
+/// 500 bytes a vertex. Strong guarantee.
 ///
 /// Source: I. Baran, J. Popović, Automatic rigging and animation of 3D characters, ACM Transactions on Graphics 26,
 /// 2007, section 4. There, n equally near bones give n times the heat; here they share it, because the distance alone

@@ -40,7 +40,7 @@ USERS = {  # the modules whose tests can notice a change in a module, besides it
     'framework': ('skinning', 'meshfunc'),
     'core': ('queries', 'fields', 'skinning', 'meshfunc'),
     'fields': ('meshfunc',),
-    'queries': (), 'skinning': (), 'meshfunc': (), 'sparse': (),
+    'queries': ('skinning',), 'skinning': (), 'meshfunc': (), 'sparse': ('skinning',),
 }
 
 
