@@ -65,13 +65,18 @@ class Axis:
         return PLOT_LEFT + math.log(ratio / self.low) / math.log(self.high / self.low) * (PLOT_RIGHT - PLOT_LEFT)
 
 
+def number(value):
+    """Three significant digits, without an exponent."""
+    return f"{float(f'{value:.3g}'):,.0f}" if value >= 100 else f"{value:.3g}"
+
+
 def bar(axis, y, case, contender, ratios):
     """One contender: its name, the bar from 1 to its ratio, the line from quartile to quartile, the number."""
     ratio, low, high = ratios
     of = kind(contender)
     middle = y + BAR / 2
     left, right = sorted((axis.x(1), axis.x(ratio)))
-    words = text.escape(f"{case}/{contender}: {ratio:.3g}; half of the runs from {low:.3g} to {high:.3g}")
+    words = text.escape(f"{case}/{contender}: {number(ratio)}; half of the runs from {number(low)} to {number(high)}")
     parts = [f'<g><title>{words}</title>',
              f'<text x="{NAME_RIGHT}" y="{y + BAR}" text-anchor="end">{text.escape(contender)}</text>']
     if of == "ours":
@@ -81,8 +86,8 @@ def bar(axis, y, case, contender, ratios):
     parts.append(f'<line class="spread" x1="{axis.x(low):.1f}" y1="{middle}" x2="{axis.x(high):.1f}" y2="{middle}"/>')
     for end in (low, high):
         parts.append(f'<line class="spread" x1="{axis.x(end):.1f}" y1="{y + 2}" x2="{axis.x(end):.1f}" y2="{y + BAR - 2}"/>')
-    parts.append(f'<text x="{PLOT_RIGHT + 10}" y="{y + BAR}">{ratio:.3g}'
-                 f'<tspan class="faint" dx="8">{low:.3g} to {high:.3g}</tspan></text></g>')
+    parts.append(f'<text x="{PLOT_RIGHT + 10}" y="{y + BAR}">{number(ratio)}'
+                 f'<tspan class="faint" dx="8">{number(low)} to {number(high)}</tspan></text></g>')
     return parts
 
 

@@ -303,7 +303,7 @@ class BenchTest(unittest.TestCase):
         measured = self.page.read_text()
         self.assertEqual(self.dev("--html", "--committed").returncode, 0)
         for written in (measured, self.page.read_text()):
-            self.assertIn("a &lt; b &amp; c/reference: 4e+03; half of the runs from 3.6e+03 to 4.4e+03", written)
+            self.assertIn("a &lt; b &amp; c/reference: 4,000; half of the runs from 3,600 to 4,400", written)
             self.assertEqual(written.count('<rect class="plain"'), 1)
             self.assertEqual(written.count('<rect class="peer"'), 1)
             self.assertNotIn("http", written)
