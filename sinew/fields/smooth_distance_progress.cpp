@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include <sinew/core/detail/batch_progress.h>
-#include <sinew/detail/element_count.h>
+#include <sinew/fields/detail/distance_results.h>
 
 namespace sinew {
 
@@ -21,19 +21,6 @@ std::size_t partSize(std::size_t vertexCount)
     return std::clamp<std::size_t>(kWork / std::max<std::size_t>(vertexCount, 1), 64, 16384);
 }
 
-// An array for results that the host wants, with as many elements as its own.
-template <typename T>
-std::vector<T> resultsFor(T const* wanted, std::size_t count)
-{
-    return std::vector<T>(wanted ? elementCount<T>(count) : 0);
-}
-
-template <typename T>
-T* from(std::vector<T>& results, std::size_t first)
-{
-    return results.empty() ? nullptr : results.data() + first;
-}
-
 } // namespace
 
 bool smoothDistMany(std::vector<Vector3> const& polyline, RealArray const& queries, double h, double* dists,
@@ -42,17 +29,13 @@ bool smoothDistMany(std::vector<Vector3> const& polyline, RealArray const& queri
     auto const finished = withProgress(progress, [&](ProgressMeter& meter) {
         bool const isWritten = polyline.size() >= 2 && queries.count > 0;
         std::size_t const count = isWritten ? queries.count : 0;
-        std::vector<double> newDists = resultsFor(dists, count);
-        std::vector<Vector3> newGrads = resultsFor(grads, count);
-        std::vector<Matrix3> newHessians = resultsFor(hessians, count);
+        DistanceResults results(count, dists, grads, hessians);
         auto const evaluate = [&](RealArray const& part, std::size_t first) {
-            smoothDistMany(polyline, part, h, from(newDists, first), from(newGrads, first), from(newHessians, first));
+            smoothDistMany(polyline, part, h, results.dists(first), results.grads(first), results.hessians(first));
         };
         if (isWritten) forPartsWithProgress(queries, partSize(polyline.size()), meter, evaluate);
         meter.finish();
-        std::copy(newDists.begin(), newDists.end(), dists);
-        std::copy(newGrads.begin(), newGrads.end(), grads);
-        std::copy(newHessians.begin(), newHessians.end(), hessians);
+        results.copy();
         return true;
     });
     return finished.has_value();

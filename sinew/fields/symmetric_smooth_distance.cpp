@@ -8,8 +8,10 @@
 #include <cmath>
 #include <limits>
 
+#include <sinew/core/detail/progress_meter.h>
 #include <sinew/core/detail/real_array.h>
 #include <sinew/detail/as_index.h>
+#include <sinew/fields/detail/distance_results.h>
 
 namespace sinew {
 
@@ -25,6 +27,8 @@ constexpr int kMostSteps = 200;
 
 // Segments under a box of the lowest level, and boxes under one of the next level.
 constexpr std::size_t kFanOut = 8;
+
+constexpr std::size_t kQueriesBetweenReports = 16;
 
 // A box is left out only if it is farther than its distance says by this much: relative to the distance, and relative
 // to the largest coordinate. The nearest point on a segment is rounded, and may lie outside the box of the segment.
@@ -410,6 +414,31 @@ private:
     double greatest_ = 0.0;                // coordinate, in magnitude
 };
 
+// `smoothDistanceMany`, with a meter or null.
+void measure(std::vector<Vector3> const& polyline, RealArray const& queries, double width, double* dists,
+             Vector3* grads, Matrix3* hessians, detail::ProgressMeter* meter)
+{
+    if (queries.count == 0) return;
+    Wanted const wanted{grads != nullptr, hessians != nullptr};
+    bool const hasSegments = polyline.size() > 1;
+    std::vector<BoxTree> tree; // at most one
+    if (hasSegments) tree.emplace_back(polyline);
+    Candidates list;
+    for (std::size_t i = 0; i < queries.count; ++i) {
+        if (meter && i % kQueriesBetweenReports == 0) meter->reached(detail::fractionOf(i, queries.count));
+        Vector3 const q = detail::vectorAt(queries, i);
+        SmoothDistance field = notANumber();
+        if (isFinite(q) && std::isfinite(width)) {
+            if (hasSegments) tree[0].find(q, width, &list);
+            ListedSegments const segments{list};
+            field = Blend<ListedSegments>(polyline, q, width, segments).evaluate(wanted);
+        }
+        if (dists) dists[i] = field.dist;
+        if (grads) grads[i] = field.grad;
+        if (hessians) hessians[i] = field.hess;
+    }
+}
+
 } // namespace
 
 SmoothDistance smoothDistance(std::vector<::Vector3> const& polyline, ::Vector3 const& q, double width)
@@ -422,24 +451,20 @@ SmoothDistance smoothDistance(std::vector<::Vector3> const& polyline, ::Vector3 
 void smoothDistanceMany(std::vector<::Vector3> const& polyline, RealArray const& queries, double width, double* dists,
                         ::Vector3* grads, ::Matrix3* hessians)
 {
-    if (queries.count == 0) return;
-    Wanted const wanted{grads != nullptr, hessians != nullptr};
-    bool const hasSegments = polyline.size() > 1;
-    std::vector<BoxTree> tree; // at most one
-    if (hasSegments) tree.emplace_back(polyline);
-    Candidates list;
-    for (std::size_t i = 0; i < queries.count; ++i) {
-        Vector3 const q = detail::vectorAt(queries, i);
-        SmoothDistance field = notANumber();
-        if (isFinite(q) && std::isfinite(width)) {
-            if (hasSegments) tree[0].find(q, width, &list);
-            ListedSegments const segments{list};
-            field = Blend<ListedSegments>(polyline, q, width, segments).evaluate(wanted);
-        }
-        if (dists) dists[i] = field.dist;
-        if (grads) grads[i] = field.grad;
-        if (hessians) hessians[i] = field.hess;
-    }
+    measure(polyline, queries, width, dists, grads, hessians, nullptr);
+}
+
+bool smoothDistanceMany(std::vector<::Vector3> const& polyline, RealArray const& queries, double width, double* dists,
+                        ::Vector3* grads, ::Matrix3* hessians, Progress const& progress)
+{
+    auto const finished = detail::withProgress(progress, [&](detail::ProgressMeter& meter) {
+        detail::DistanceResults results(queries.count, dists, grads, hessians);
+        measure(polyline, queries, width, results.dists(), results.grads(), results.hessians(), &meter);
+        meter.finish();
+        results.copy();
+        return true;
+    });
+    return finished.has_value();
 }
 
 } // namespace sinew

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include <sinew/core/matrix3.h>
+#include <sinew/core/progress.h>
 #include <sinew/core/strided.h>
 #include <sinew/core/vector3.h>
 #include <sinew/export.h>
@@ -69,5 +70,10 @@ SINEW_API SmoothDistance smoothDistance(std::vector<::Vector3> const& polyline, 
 /// vertex. Basic guarantee: if an allocation fails, the outputs of the first points may have been written.
 SINEW_API void smoothDistanceMany(std::vector<::Vector3> const& polyline, RealArray const& queries, double width,
                                   double* dists, ::Vector3* grads, ::Matrix3* hessians);
+
+/// The same with progress. See `Progress`: false if the host has cancelled. The results are computed in memory of their
+/// own, 104 bytes a point for all three, and copied at the end. Strong guarantee.
+SINEW_API bool smoothDistanceMany(std::vector<::Vector3> const& polyline, RealArray const& queries, double width,
+                                  double* dists, ::Vector3* grads, ::Matrix3* hessians, Progress const& progress);
 
 } // namespace sinew

@@ -10,6 +10,7 @@
 #include <sinew/fields/polyline_set.h>
 #include <sinew/fields/proximity_tester.h>
 #include <sinew/fields/smooth_distance.h>
+#include <sinew/fields/symmetric_smooth_distance.h>
 #include <sinew/meshfunc/location.h>
 #include <sinew/meshfunc/raster.h>
 #include <sinew/meshfunc/texture_compaction.h>
@@ -170,6 +171,10 @@ TEST(ProgressAllocation, Fields)
     });
     sweepOutputs([&](Outputs& out) {
         sinew::smoothDistMany(curve, a, 0.1, out.numbers.data(), out.vectors.data(), out.matrices.data(), progress());
+    });
+    sweepOutputs([&](Outputs& out) {
+        sinew::smoothDistanceMany(curve, a, 0.1, out.numbers.data(), out.vectors.data(), out.matrices.data(),
+                                  progress());
     });
     ProximityTester const tester(curve, 0.2);
     sweepOutputs([&](Outputs& out) { sinew::testMany(tester, a, out.flags, progress()); });

@@ -13,6 +13,7 @@
 #include <sinew/fields/polyline_set.h>
 #include <sinew/fields/proximity_tester.h>
 #include <sinew/fields/smooth_distance.h>
+#include <sinew/fields/symmetric_smooth_distance.h>
 
 #include "faults/digest.h"
 #include "support/progress.h"
@@ -243,6 +244,15 @@ TEST(FieldsProgress, SmoothDistancesAreTheSameAndCancelledAnywhere)
                     },
                     [&](Outputs& out, Progress const& p) {
                         return sinew::smoothDistMany(polyline, a, 0.01, dists(out), grads(out), hessians(out), p);
+                    },
+                    digest, vertices == 9000 && count > 1 ? 3 : 1);
+                checkProgress(
+                    make,
+                    [&](Outputs& out) {
+                        sinew::smoothDistanceMany(polyline, a, 0.01, dists(out), grads(out), hessians(out));
+                    },
+                    [&](Outputs& out, Progress const& p) {
+                        return sinew::smoothDistanceMany(polyline, a, 0.01, dists(out), grads(out), hessians(out), p);
                     },
                     digest, vertices == 9000 && count > 1 ? 3 : 1);
             }
