@@ -9,10 +9,10 @@ execute_process(COMMAND "${OBJDUMP}" --disassemble --no-show-raw-insn "${LIBRARY
 if(failed)
   message(FATAL_ERROR "${OBJDUMP} cannot read ${LIBRARY}")
 endif()
-if(NOT code MATCHES "\tv?mulsd ") # every x86-64 build multiplies doubles: the text of the disassembler is as expected
+if(NOT code MATCHES "[ \t]v?mulsd[ \t]") # every x86-64 build multiplies doubles: the text of the disassembler is as expected
   message(FATAL_ERROR "No multiplication was found in ${LIBRARY}")
 endif()
-string(REGEX MATCHALL "\tvfn?m(add|sub)[^\n]*" fused "${code}")
+string(REGEX MATCHALL "[ \t]vfn?m(add|sub)[^\n]*" fused "${code}")
 if(fused)
   list(LENGTH fused count)
   list(GET fused 0 first)
