@@ -35,6 +35,11 @@ constexpr double kFactored = 0.8;
 
 constexpr std::size_t kGroup = 8; // bones that are solved together
 
+// The factor by which the least heat is raised at a time, and a raise with which every matrix has a factor: the heat of
+// a place then exceeds its conductance.
+constexpr double kHeatRaise = 0x1p8;
+constexpr double kMostRaise = 0x1p48;
+
 using Corners = std::array<int, 3>;
 
 // The sentence without its end.
@@ -168,7 +173,7 @@ private:
 SPDMatrix balanceOf(HeatSurface const& surface, std::vector<double> const& heat)
 {
     std::vector<Triplet> triplets;
-    triplets.reserve(surface.edges.size() + heat.size());
+    triplets.reserve(elementCount<Triplet>(std::uint64_t{surface.edges.size()} + heat.size()));
     for (HeatEdge const& edge : surface.edges) triplets.push_back({edge.high, edge.low, -edge.conductance});
     for (std::size_t i = 0; i < heat.size(); ++i) {
         int const row = static_cast<int>(i);
@@ -190,6 +195,19 @@ CompactFactor factorOf(SPDMatrix const& matrix, ProgressMeter* meter)
     return std::move(*factor);
 }
 
+// A factor with numbers, of the matrix with the least heat that has one. In a mesh of millions of triangles around one
+// vertex, rounding errors can exceed the heat of a place; it is then raised.
+CompactFactor heatedFactor(HeatSurface const& surface, HeatSources& sources, ProgressMeter* meter)
+{
+    for (double raise = kHeatRaise;; raise *= kHeatRaise) {
+        CompactFactor factor = factorOf(balanceOf(surface, sources.heat), meter);
+        if (factor.hasNumbers() || surface.places.empty() || raise > kMostRaise) return factor;
+        for (std::size_t i = 0; i < sources.heat.size(); ++i) {
+            sources.heat[i] = std::max(sources.heat[i], raise * sources.leastHeat[i]);
+        }
+    }
+}
+
 // The solutions for all bones, vertex by vertex.
 std::vector<double> temperatures(HeatSurface const& surface, HeatSources const& sources, std::size_t bones,
                                  CompactFactor const& factor, ProgressMeter* meter)
@@ -198,21 +216,21 @@ std::vector<double> temperatures(HeatSurface const& surface, HeatSources const& 
     std::size_t const vertices = surface.placeOf.size();
     std::vector<double> result(elementCount<double>(std::uint64_t{vertices} * bones));
     std::vector<double> group(elementCount<double>(std::uint64_t{places} * std::min(bones, kGroup)));
+    std::vector<std::size_t> next = sources.firstBone; // of each place, its first bone that is not in an earlier group
     beginPhase(meter, kFactored, 1.0);
     for (std::size_t first = 0; first < bones; first += kGroup) {
         if (meter) meter->reached(fractionOf(first, bones));
         std::size_t const count = std::min(kGroup, bones - first);
         std::fill(group.begin(), group.end(), 0.0);
         for (std::size_t i = 0; i < places; ++i) {
-            std::size_t const begin = sources.firstBone[i], end = sources.firstBone[i + 1];
-            double const share = sources.heat[i] / static_cast<double>(end - begin);
-            for (std::size_t k = begin; k < end; ++k) {
-                std::size_t const bone = asIndex(sources.bones[k]);
-                if (bone >= first && bone < first + count) group[(bone - first) * places + i] = share;
+            std::size_t const end = sources.firstBone[i + 1];
+            double const share = sources.heat[i] / static_cast<double>(end - sources.firstBone[i]);
+            for (; next[i] < end && asIndex(sources.bones[next[i]]) < first + count; ++next[i]) {
+                group[(asIndex(sources.bones[next[i]]) - first) * places + i] = share;
             }
         }
         bool const isSolved = factor.solveMany(group.data(), count, places);
-        assert(isSolved); // since the heat of every row exceeds its rounding errors
+        assert(isSolved); // the factor has numbers
         static_cast<void>(isSolved);
         for (std::size_t v = 0; v < vertices; ++v) {
             double const* const own = group.data() + surface.placeOf[v];
@@ -263,11 +281,10 @@ HeatWeights balance(HeatMesh const& mesh, std::vector<BoneSegment> const& skelet
 
     HeatSurface const surface = heatSurface(input.positions(), input.triangles());
     beginPhase(meter, 0.0, kHeated);
-    HeatSources const sources = heatSources(surface, input.skeleton(), visibility == BoneVisibility::respected, meter);
+    HeatSources sources = heatSources(surface, input.skeleton(), visibility == BoneVisibility::respected, meter);
     count(surface, sources, result);
-    SPDMatrix const matrix = balanceOf(surface, sources.heat);
     result.matrixEntries = surface.edges.size() + surface.places.size();
-    CompactFactor const factor = factorOf(matrix, meter);
+    CompactFactor const factor = heatedFactor(surface, sources, meter);
     result.factorEntries = static_cast<std::size_t>(factor.entryCount());
     result.weights = temperatures(surface, sources, result.boneCount, factor, meter);
     normalize(result);

@@ -58,9 +58,9 @@ struct HeatWeights : Diagnosis<HeatFault>
     std::vector<double> weights; ///< vertex by vertex: that of bone b at vertex v stands at v * boneCount + b
 
     // The surface.
-    std::size_t joined = 0;   ///< vertices whose position equals that of another one with a smaller index
-    std::size_t isolated = 0; ///< vertices that exchange no heat with others, since they lie on no triangle with area
-    std::size_t pieces = 0;   ///< parts between which no heat flows, without isolated vertices
+    std::size_t joined = 0;      ///< vertices whose position equals that of another one with a smaller index
+    std::size_t isolated = 0;    ///< vertices that exchange no heat with others, since no edge at them conducts
+    std::size_t pieces = 0;      ///< parts between which no heat flows, without isolated vertices
     std::size_t raisedEdges = 0; ///< edges whose conductance was negative and was set to 0
 
     // The view of the bones.
@@ -93,8 +93,8 @@ struct HeatWeights : Diagnosis<HeatFault>
 /// Weights with which the vertices of a surface follow the bones of a skeleton.
 ///
 /// One bone is hot and the others are cold; the temperature of the surface in balance is the weight of the hot bone.
-/// All weights lie in [0, 1], and those of a vertex sum to 1, to a few units in the last place. For every bone, w
-/// solves (L + A H) w = A H p:
+/// All weights lie in [0, 1], and those of a vertex sum to 1, to a few units in the last place if there are up to a
+/// thousand bones. For every bone, w solves (L + A H) w = A H p:
 ///
 /// - L is the cotangent Laplacian. A negative conductance of an edge counts as 0, so that no weight can be negative.
 /// - A is the diagonal matrix of areas: a third of the area of the triangles around a vertex.
@@ -115,16 +115,18 @@ struct HeatWeights : Diagnosis<HeatFault>
 /// - If all vertices of a piece are shaded, their nearest bones heat them.
 ///
 /// **Pieces.** Vertices at exactly equal positions are one point, because files split vertices at seams. Heat does not
-/// flow between pieces that share no point; each is heated by the bones that are nearest to it. Rows of weights at
-/// equal positions have equal bits. A vertex without triangle gets equal weights for the bones that heat it.
+/// flow between pieces that share no conducting edge; each is heated by the bones that are nearest to it. Rows of
+/// weights at equal positions have equal bits. A vertex without triangle gets equal weights for the bones that heat it.
 ///
 /// **Limits.** A distance below 1e-3 of the size of the piece (the diagonal of its box) counts as this one. The
-/// conductances by one triangle are at most 2^20, and those of an edge below 2^-20 count as 0. The heat of a vertex is
-/// at least 2^-34 of the conductances around it, by its nearest bones; this also holds for shaded vertices, where a
-/// hidden bone thus has a weight of about 1e-8. So every row has a solution, whatever the triangles are.
+/// conductances by one triangle are at most 2^20, and those of an edge below 2^-20 count as 0. The heat of a vertex
+/// with n edges is at least 2^-34 or 2^-44 n of the conductances around it, by its nearest bones, and more if the
+/// matrix would otherwise have no factor; so every row has a solution, whatever the triangles are. This heat also holds
+/// for shaded vertices. Hidden bones thus have a small weight: about 1e-10 times the square of the number of edges to
+/// the nearest vertex that another bone heats, and more across thin triangles.
 ///
 /// **Scale.** If all coordinates are multiplied by a power of two, the weights keep their bits, as long as no
-/// coordinate is rounded to a subnormal number. Lengths below about 1e-150 of the largest coordinate count as 0.
+/// coordinate is rounded to a subnormal number. Edges below about 1e-77 of the largest coordinate conduct nothing.
 ///
 /// **Order.** The bits do not depend on the order of vertices or triangles. If bones are exchanged, so are their
 /// weights, which may then differ in the last place.
@@ -133,8 +135,9 @@ struct HeatWeights : Diagnosis<HeatFault>
 /// no triangle uses, and corners that are no vertices. Any other input has weights. A mesh without vertices has none.
 ///
 /// Cost: for n vertices and b bones, n b distances, up to n b segments in a tree of triangles (n if most vertices see
-/// their nearest bone), and one factorisation with b solutions. Memory: the weights, the factor, and about
-/// 500 bytes a vertex. Strong guarantee.
+/// their nearest bone), and one factorisation with b solutions. A segment that ends exactly on a vertex takes an exact
+/// test with each of its triangles. Memory: the weights, the factor, about 600 bytes a vertex, and 4 to 12 bytes for
+/// each bone of a vertex that is nearest to it. Strong guarantee.
 ///
 /// Source: I. Baran, J. Popović, Automatic rigging and animation of 3D characters, ACM Transactions on Graphics 26,
 /// 2007, section 4. There, n equally near bones give n times the heat; here they share it, because the distance alone

@@ -670,3 +670,53 @@ TEST(HeatWeights, ThatAreRefusedTellTheirProgressToo)
     expectNothing(*heat);
     EXPECT_EQ(host.fractions, std::vector<double>{1.0});
 }
+
+// The apex of a needle belongs to a triangle with area, but no edge at it conducts. A bone as near as can be must not
+// give it a heat that overflows.
+TEST(HeatWeights, OfANeedleWithABoneAtItsApexAreFinite)
+{
+    HeatScene scene;
+    scene.positions = {{-0x1p-23, 0, 0}, {0x1p-23, 0, 0}, {0, 2, 0}, {1, 0, 0}, {1, 1, 0}, {2, 1, 0}};
+    scene.triangles = {{0, 1, 2}, {3, 4, 5}};
+    for (double const offset : {1e-100, 1e-160, 1e-300, 0.0}) {
+        SCOPED_TRACE(offset);
+        std::vector<BoneSegment> const skeleton = {{{offset, 2, 0}, {offset, 2, 0}}, {{1, 0, 1}, {1, 0, 1}}};
+        HeatWeights const heat = heatWeights(scene.mesh(), skeleton);
+        expectValid(heat, 6, 2);
+        EXPECT_EQ(heat.isolated, 1u);
+        EXPECT_EQ(heat.weight(2, 0), 1);
+        EXPECT_NEAR(heat.weight(3, 0), 0.121, 2e-3);
+        EXPECT_NEAR(heat.weight(4, 0), 0.161, 2e-3);
+        EXPECT_NEAR(heat.weight(5, 0), 0.145, 2e-3);
+    }
+}
+
+// The errors of the pivot of a vertex grow with the number of its neighbours, and so does its least heat.
+TEST(HeatWeights, OfAVertexWithManyNeighboursKeepTheirDigits)
+{
+    constexpr int kNeighbours = 50000;
+    HeatScene scene;
+    scene.positions = {{0, 0, -1}, {0, 0, 1}};
+    for (int i = 0; i < kNeighbours; ++i) {
+        double const t = static_cast<double>(i) / kNeighbours, s = 1 + t * t; // points of a circle without sines
+        scene.positions.push_back({1.1 * (1 - t * t) / s, 2.2 * t / s, 0});
+        scene.triangles.push_back({0, 1, i + 2});
+    }
+    HeatWeights const heat = heatWeights(
+        scene.mesh(), {{{1e9, 0, 1e9}, {1e9, 0, 1e9}}, {{1e9, 0, -1e9}, {1e9, 0, -1e9}}}, BoneVisibility::ignored);
+    expectValid(heat, scene.positions.size(), 2);
+    EXPECT_LT(heat.largestCorrection, 0.01);
+    EXPECT_NEAR(heat.weight(2, 0), 0.5, 1e-3);
+}
+
+// All bones are nearest; they are solved in groups.
+TEST(HeatWeights, OfBonesInSeveralGroupsAreEqual)
+{
+    HeatScene const scene = tube(2, 0.4, 5, 6);
+    for (std::size_t const bones : {1u, 8u, 9u, 35u}) {
+        std::vector<BoneSegment> const skeleton(bones, kTwoBones[0]);
+        HeatWeights const heat = heatWeights(scene.mesh(), skeleton);
+        expectValid(heat, scene.positions.size(), bones);
+        for (double const weight : heat.weights) ASSERT_NEAR(weight * static_cast<double>(bones), 1, 1e-13);
+    }
+}

@@ -167,11 +167,11 @@ void addNumbers(Section& section, sinew::HeatWeights const& heat, sinew::HeatWei
                      {"entries of its factor", niceCount(heat.factorEntries)},
                      {"milliseconds for the weights of all bones", niceNumber(1e3 * seconds, 3)},
                      {"largest difference of a sum from 1, as solved", niceNumber(heat.largestCorrection, 2)}});
-    section.numbers("The surface",
-                    {{"pieces", niceCount(heat.pieces)},
-                     {"vertices joined to one at an equal position", niceCount(heat.joined)},
-                     {"vertices on no triangle, which follow their nearest bone", niceCount(heat.isolated)},
-                     {"edges with a negative cotangent weight, set to 0", niceCount(heat.raisedEdges)}});
+    section.numbers("The surface", {{"pieces", niceCount(heat.pieces)},
+                                    {"vertices joined to one at an equal position", niceCount(heat.joined)},
+                                    {"vertices without an edge that conducts, which follow their nearest bone",
+                                     niceCount(heat.isolated)},
+                                    {"edges with a negative cotangent weight, set to 0", niceCount(heat.raisedEdges)}});
     auto visibility = differences(heat.weights, unhidden.weights);
     visibility.insert(visibility.begin(), {{"vertices from which the nearest bone is hidden", niceCount(heat.shaded)},
                                            {"vertices that see no bone", niceCount(heat.sightless)}});

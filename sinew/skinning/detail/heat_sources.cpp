@@ -15,10 +15,13 @@ constexpr double kEquallyNear = 1e-4; // relative difference of distances up to 
 constexpr double kClosest = 1e-3;     // relative to the size of the piece; smaller distances count as this one
 
 // The least heat, relative to the conductance of the place. It keeps the matrix positive definite in doubles, and warms
-// places that no bone heats by so little that it cannot be noticed.
+// places that no bone heats by so little that it cannot be noticed. The pivot of a place with n edges has rounding
+// errors up to some n units in the last place of the conductance, so the heat grows with n if that is large.
 constexpr double kLeastHeat = 0x1p-34;
+constexpr double kLeastHeatOfEdge = 0x1p-44;
+constexpr double kMostHeat = 0x1p400; // its sums and products with others are finite
 
-constexpr std::size_t kPlacesBetweenReports = 256;
+constexpr std::size_t kSegmentsBetweenReports = 4096;
 
 // The point of a bone nearest to p; exactly an end of the bone if that is nearest.
 Vector3 nearestOn(HeatBone const& bone, Vector3 const& p)
@@ -111,6 +114,17 @@ std::vector<bool> findShadedPieces(HeatSurface const& surface, std::vector<Sight
     return isShaded;
 }
 
+// The number of edges of each place.
+std::vector<int> edgesOfPlaces(HeatSurface const& surface)
+{
+    std::vector<int> counts(surface.places.size(), 0);
+    for (HeatEdge const& edge : surface.edges) {
+        ++counts[asIndex(edge.high)];
+        ++counts[asIndex(edge.low)];
+    }
+    return counts;
+}
+
 } // namespace
 
 HeatSources heatSources(HeatSurface const& surface, std::vector<HeatBone> const& skeleton, bool hidesBones,
@@ -121,8 +135,9 @@ HeatSources heatSources(HeatSurface const& surface, std::vector<HeatBone> const&
     HeatSources sources;
     View view(skeleton, tree);
     std::vector<double> distances(count);
+    std::size_t const placesBetweenReports = kSegmentsBetweenReports / skeleton.size() + 1;
     for (std::size_t i = 0; i < count; ++i) {
-        if (meter && i % kPlacesBetweenReports == 0) meter->reached(fractionOf(i, count));
+        if (meter && i % placesBetweenReports == 0) meter->reached(fractionOf(i, count));
         view.moveTo(surface.places[i]);
         distances[i] = view.least();
         sources.firstBone.push_back(sources.bones.size());
@@ -133,12 +148,20 @@ HeatSources heatSources(HeatSurface const& surface, std::vector<HeatBone> const&
     std::vector<double> const sizes = sizesOfPieces(surface);
     std::vector<bool> const isShaded = findShadedPieces(surface, sources.sight);
     sources.shadedPieces = static_cast<std::size_t>(std::count(isShaded.begin(), isShaded.end(), true));
+    std::vector<int> const edges = edgesOfPlaces(surface);
     for (std::size_t i = 0; i < count; ++i) {
+        double const conductance = surface.conductances[i];
+        if (!(conductance > 0.0)) { // a row of its own, whose solution does not depend on the heat
+            sources.heat.push_back(1.0);
+            sources.leastHeat.push_back(1.0);
+            continue;
+        }
         std::size_t const piece = asIndex(surface.pieceOf[i]);
-        double const least = surface.conductances[i] > 0.0 ? kLeastHeat * surface.conductances[i] : 1.0;
+        double const least = std::max(kLeastHeat, kLeastHeatOfEdge * edges[i]) * conductance;
         double const d = std::max(distances[i], kClosest * sizes[piece]);
         bool const isHeated = sources.sight[i] != Sight::shaded || isShaded[piece];
-        sources.heat.push_back(isHeated && d > 0.0 ? std::max(surface.areas[i] / d / d, least) : least);
+        sources.heat.push_back(isHeated && d > 0.0 ? std::clamp(surface.areas[i] / d / d, least, kMostHeat) : least);
+        sources.leastHeat.push_back(least);
     }
     return sources;
 }

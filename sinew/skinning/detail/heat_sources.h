@@ -30,7 +30,8 @@ enum class Sight
 struct HeatSources
 {
     std::vector<Sight> sight;
-    std::vector<double> heat;           ///< area times one over the squared distance, or more; above 0
+    std::vector<double> heat;           ///< area times one over the squared distance, at least `leastHeat`; finite
+    std::vector<double> leastHeat;      ///< above 0
     std::vector<std::size_t> firstBone; ///< the bones of place i are bones[firstBone[i]] .. bones[firstBone[i + 1] - 1]
     std::vector<int> bones;             ///< ascending for each place
     std::size_t shadedPieces = 0;       ///< pieces in which every place is shaded

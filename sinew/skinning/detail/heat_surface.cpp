@@ -8,6 +8,7 @@
 
 #include <sinew/detail/as_index.h>
 #include <sinew/detail/disjoint_sets.h>
+#include <sinew/detail/element_count.h>
 
 namespace sinew::detail {
 
@@ -70,7 +71,7 @@ double halfCotangent(Vector3 const& a, Vector3 const& b, double twiceArea)
 std::vector<HeatEdge> contributions(HeatSurface& surface)
 {
     std::vector<HeatEdge> result;
-    result.reserve(3 * surface.triangles.size());
+    result.reserve(elementCount<HeatEdge>(3 * std::uint64_t{surface.triangles.size()}));
     surface.areas.assign(surface.places.size(), 0.0);
     for (std::array<int, 3> const& corners : surface.triangles) {
         Vector3 const& p = surface.places[asIndex(corners[0])];
