@@ -126,7 +126,8 @@ struct HeatWeights : Diagnosis<HeatFault>
 /// the nearest vertex that another bone heats, and more across thin triangles.
 ///
 /// **Scale.** If all coordinates are multiplied by a power of two, the weights keep their bits, as long as no
-/// coordinate is rounded to a subnormal number. Edges below about 1e-77 of the largest coordinate conduct nothing.
+/// coordinate is rounded to a subnormal number. Edges below about 1e-77 of the largest coordinate lose
+/// digits, and below 1e-82 they conduct nothing.
 ///
 /// **Order.** The bits do not depend on the order of vertices or triangles. If bones are exchanged, so are their
 /// weights, which may then differ in the last place.
