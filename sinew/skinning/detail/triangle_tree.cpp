@@ -93,7 +93,8 @@ std::uint32_t TriangleTree::split(Node const& node)
     };
     std::uint32_t const middle = node.first + (node.last - node.first) / 2;
     // Which of the triangles of equal centres come first changes the boxes, never an answer.
-    std::nth_element(triangles_.begin() + node.first, triangles_.begin() + middle, triangles_.begin() + node.last,
+    Corners* const all = triangles_.data();
+    std::nth_element(all + node.first, all + middle, all + node.last,
                      [&](Corners const& a, Corners const& b) { return centre(a) < centre(b); });
     return middle;
 }
