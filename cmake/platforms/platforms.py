@@ -170,7 +170,9 @@ def build(platform, math, target, jobs):
     make = ["cmake", "--build", folder, "--parallel", str(jobs), "--target", target, "--", "-k", "0"]
     env = environment(platform)
     if run(configure, log, env=env) or run(make, log, env=env):
-        print("".join(open(log, encoding="utf-8", errors="replace").readlines()[-20:]), file=sys.stderr)
+        lines = log.read_text(encoding="utf-8", errors="replace").splitlines()
+        # The build goes on after a failure, so what failed may stand far above the end.
+        print("\n".join([line for line in lines if "FAILED" in line or "error" in line][:20] + lines[-20:]), file=sys.stderr)
         raise Failure(f"**the {math} build failed**")
     return folder
 
