@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <cstddef>
 #include <utility>
 
 #include <sinew/detail/as_index.h>
@@ -93,8 +94,8 @@ std::uint32_t TriangleTree::split(Node const& node)
     };
     std::uint32_t const middle = node.first + (node.last - node.first) / 2;
     // Which of the triangles of equal centres come first changes the boxes, never an answer.
-    Corners* const all = triangles_.data();
-    std::nth_element(all + node.first, all + middle, all + node.last,
+    auto const at = [&](std::uint32_t t) { return triangles_.begin() + static_cast<std::ptrdiff_t>(t); };
+    std::nth_element(at(node.first), at(middle), at(node.last),
                      [&](Corners const& a, Corners const& b) { return centre(a) < centre(b); });
     return middle;
 }
