@@ -8,33 +8,18 @@
 #include <sinew/fields/polyline_projector.h>
 #include <sinew/fields/smooth_distance.h>
 
+#include "fields/distance_cases.h"
 #include "fields/polylines.h"
 #include "fields/reference_smooth_distance.h"
-#include "support/bits.h"
 
 namespace {
 
-struct Case
-{
-    std::string name;
-    std::vector<Vector3> polyline;
-    std::vector<Vector3> queries;
-    double h;
-    bool derivatives;
-};
-
-struct Results
-{
-    std::vector<double> dists;
-    std::vector<Vector3> grads;
-    std::vector<Matrix3> hessians;
-
-    explicit Results(std::size_t count) : dists(count), grads(count), hessians(count) {}
-};
+using Case = bench::DistanceCase;
+using Results = bench::DistanceResults;
 
 void smoothByMany(Case const& input, Results& results)
 {
-    sinew::smoothDistMany(input.polyline, input.queries.data(), input.queries.size(), input.h, results.dists.data(),
+    sinew::smoothDistMany(input.polyline, input.queries.data(), input.queries.size(), input.width, results.dists.data(),
                           input.derivatives ? results.grads.data() : nullptr,
                           input.derivatives ? results.hessians.data() : nullptr);
 }
@@ -42,7 +27,7 @@ void smoothByMany(Case const& input, Results& results)
 void smoothByReference(Case const& input, Results& results)
 {
     for (std::size_t i = 0; i < input.queries.size(); ++i) {
-        reference::smoothDistToPolyline(input.polyline, input.queries[i], input.h, &results.dists[i],
+        reference::smoothDistToPolyline(input.polyline, input.queries[i], input.width, &results.dists[i],
                                         input.derivatives ? &results.grads[i] : nullptr,
                                         input.derivatives ? &results.hessians[i] : nullptr);
     }
@@ -51,29 +36,10 @@ void smoothByReference(Case const& input, Results& results)
 void smoothOneByOne(Case const& input, Results& results)
 {
     for (std::size_t i = 0; i < input.queries.size(); ++i) {
-        smoothDistToPolyline(input.polyline, input.queries[i], input.h, &results.dists[i],
+        smoothDistToPolyline(input.polyline, input.queries[i], input.width, &results.dists[i],
                              input.derivatives ? &results.grads[i] : nullptr,
                              input.derivatives ? &results.hessians[i] : nullptr);
     }
-}
-
-void timeIt(benchmark::State& state, Case const& input, void (*work)(Case const&, Results&))
-{
-    Results results(input.queries.size());
-    Results expected(input.queries.size());
-    work(input, results);
-    smoothByReference(input, expected);
-    if (!test::sameBits(results.dists, expected.dists) || !test::sameBits(results.grads, expected.grads) ||
-        !test::sameBits(results.hessians, expected.hessians)) {
-        state.SkipWithError("the bits differ from those of the reference implementation");
-        return;
-    }
-    for (auto _ : state) {
-        work(input, results);
-        benchmark::DoNotOptimize(results.dists.data());
-        benchmark::ClobberMemory();
-    }
-    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(input.queries.size()));
 }
 
 void timeDistanceAlone(benchmark::State& state, Case const& input)
@@ -113,9 +79,15 @@ int registerAll()
         auto const add = [&](char const* contender, auto work) {
             benchmark::RegisterBenchmark((input.name + "/" + contender).c_str(), work);
         };
-        add("sinew", [&input](benchmark::State& state) { timeIt(state, input, smoothByMany); });
-        add("single calls", [&input](benchmark::State& state) { timeIt(state, input, smoothOneByOne); });
-        add("reference", [&input](benchmark::State& state) { timeIt(state, input, smoothByReference); });
+        add("sinew", [&input](benchmark::State& state) {
+            bench::timeDistances(state, input, smoothByMany, smoothByMany, smoothByReference);
+        });
+        add("single calls", [&input](benchmark::State& state) {
+            bench::timeDistances(state, input, smoothOneByOne, smoothOneByOne, smoothByReference);
+        });
+        add("reference", [&input](benchmark::State& state) {
+            bench::timeDistances(state, input, smoothByReference, smoothByReference, smoothByReference);
+        });
         add("distance alone", [&input](benchmark::State& state) { timeDistanceAlone(state, input); });
     }
     return static_cast<int>(cases.size());

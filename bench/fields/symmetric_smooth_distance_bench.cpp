@@ -8,28 +8,13 @@
 #include <sinew/fields/smooth_distance.h>
 #include <sinew/fields/symmetric_smooth_distance.h>
 
+#include "fields/distance_cases.h"
 #include "fields/polylines.h"
-#include "support/bits.h"
 
 namespace {
 
-struct Case
-{
-    std::string name;
-    std::vector<Vector3> polyline;
-    std::vector<Vector3> queries;
-    double width;
-    bool derivatives;
-};
-
-struct Results
-{
-    std::vector<double> dists;
-    std::vector<Vector3> grads;
-    std::vector<Matrix3> hessians;
-
-    explicit Results(std::size_t count) : dists(count), grads(count), hessians(count) {}
-};
+using Case = bench::DistanceCase;
+using Results = bench::DistanceResults;
 
 void byTree(Case const& input, Results& results)
 {
@@ -56,25 +41,6 @@ void byDefinition(Case const& input, Results& results)
                           input.derivatives ? results.hessians.data() : nullptr);
 }
 
-void timeIt(benchmark::State& state, Case const& input, void (*work)(Case const&, Results&))
-{
-    Results results(input.queries.size());
-    Results expected(input.queries.size());
-    byTree(input, results);
-    byPlainSum(input, expected);
-    if (!test::sameBits(results.dists, expected.dists) || !test::sameBits(results.grads, expected.grads) ||
-        !test::sameBits(results.hessians, expected.hessians)) {
-        state.SkipWithError("the bits differ from those of the plain sum");
-        return;
-    }
-    for (auto _ : state) {
-        work(input, results);
-        benchmark::DoNotOptimize(results.dists.data());
-        benchmark::ClobberMemory();
-    }
-    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(input.queries.size()));
-}
-
 std::vector<Case> makeCases()
 {
     test::Random random(20261150);
@@ -98,9 +64,11 @@ int registerAll()
 {
     static std::vector<Case> const cases = makeCases();
     for (Case const& input : cases) {
-        auto const add = [&](char const* contender, void (*work)(Case const&, Results&)) {
+        auto const add = [&](char const* contender, bench::DistanceWork work) {
             benchmark::RegisterBenchmark((input.name + "/" + contender).c_str(),
-                                         [&input, work](benchmark::State& state) { timeIt(state, input, work); });
+                                         [&input, work](benchmark::State& state) {
+                                             bench::timeDistances(state, input, work, byTree, byPlainSum);
+                                         });
         };
         add("sinew", byTree);
         add("plain sum", byPlainSum);

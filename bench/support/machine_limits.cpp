@@ -102,7 +102,7 @@ struct IndependentVectors
         for (int step = 0; step < kSteps; ++step) {
             for (int k = 0; k < kNumbers; ++k) apply<operation>(&numbers[k], other, k % 2 == 1);
         }
-        for (int k = 0; k < kNumbers; ++k) { // all of them: what nobody reads is not computed
+        for (int k = 0; k < kNumbers; ++k) { // all of them: the compiler removes the computation of unused numbers
             for (int l = 0; l < sinew::detail::kVectorSize<width>; ++l)
                 ends->last[k][l] = sinew::detail::elements<width>(&numbers[k])[l];
         }
